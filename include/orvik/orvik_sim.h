@@ -1,0 +1,91 @@
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file orvik_sim.h
+ * Virtual cameras for programs that use orvik.h.
+ *
+ * Link with liborvik_sim as well, plug a virtual camera, and use the functions of orvik.h as with a
+ * real one: enumerate, open, capture. From the first plug on the process sees virtual cameras
+ * instead of the USB bus; unplugging the last one with OrvikSimUnplugAll() brings the bus back.
+ *
+ * Valid C99 and C++. Every function may be called from any thread, also while a camera captures:
+ * that is how an unplug in mid-frame is tried out.
+ */
+#ifndef ORVIK_ORVIK_SIM_H
+#define ORVIK_ORVIK_SIM_H
+
+#include <stdint.h>
+
+#include "orvik/orvik.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** One plugged virtual camera. */
+typedef struct Orvik_SIM_CAMERA {
+  int32_t id;          /**< number given by OrvikSimPlug(), above 0 */
+  char model[16];      /**< model code, for example "T15C" */
+  char serial[16];     /**< serial number, eight hexadecimal digits */
+  int32_t bus;         /**< USB bus number */
+  int32_t port;        /**< port number on the bus's root hub */
+  int32_t address;     /**< device address on the bus */
+  Orvik_BOOL usb3Port; /**< 1 on a USB 3 port */
+} Orvik_SIM_CAMERA;
+
+/**
+ * Plugs a virtual camera in.
+ *
+ * @param model model code, for example "T15C"
+ * @param options comma-separated `key=value` pairs, or NULL or "" for the defaults:
+ *   - `port=usb3|usb2` the port's generation (usb3)
+ *   - `serial=HHHHHHHH` serial number, eight hexadecimal digits (derived from the id). It selects
+ *     the sensor's hot pixels.
+ *   - `seed=N` seed of sky and noise (1); two cameras of the same seed, serial and settings send
+ *     the same pictures
+ *   - `scene=stars|moon|planet|grey|dark|gradient` what the telescope looks at (stars)
+ *   - `pace=real|free` frames in the time that the camera's registers ask for, or as fast as the
+ *     host asks (real). A free-running camera repeats a few pictures made beforehand.
+ *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
+ *   - `ambient=C` temperature around the camera, degrees Celsius, -40 to 60 (20)
+ * @return the camera's id, above 0; or -1, and OrvikSimLastError() tells why.
+ */
+ORVIK_API int OrvikSimPlug(const char* model, const char* options);
+
+/**
+ * Pulls a virtual camera out, whatever it is doing.
+ *
+ * @return 1, or 0 when no camera has this id.
+ */
+ORVIK_API int OrvikSimUnplug(int id);
+
+/** Pulls all virtual cameras out and gives the process its USB bus back. */
+ORVIK_API void OrvikSimUnplugAll(void);
+
+/**
+ * Lists the plugged virtual cameras in the order of their ids.
+ *
+ * @param cameras receives up to `capacity` records; may be NULL when `capacity` is 0
+ * @return the number of plugged cameras, which can be above `capacity`.
+ */
+ORVIK_API int OrvikSimList(Orvik_SIM_CAMERA* cameras, int capacity);
+
+/**
+ * Names a model that can be plugged.
+ *
+ * @param position 0 to the number of models - 1
+ * @return the model code, or NULL past the last one. The text lives as long as the program.
+ */
+ORVIK_API const char* OrvikSimModel(int position);
+
+/**
+ * Tells why the last OrvikSimPlug() of this thread failed.
+ *
+ * @return one sentence, "" when it did not fail. The text lives until this thread's next call.
+ */
+ORVIK_API const char* OrvikSimLastError(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ORVIK_ORVIK_SIM_H */

@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+"""Checks that includes run downwards only: each room may use the rooms named for it here."""
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+
+PUBLIC = {"include"}
+# Room -> the rooms whose headers it may include, besides its own.
+MAY_USE = {
+    "include": set(),
+    "src/seam": set(),
+    "src/usb": {"src/seam"},
+    "src/algorithm": PUBLIC,
+    "src/camera": {"src/seam", "src/usb", "src/algorithm"} | PUBLIC,
+    "src/models": {"src/seam", "src/usb", "src/algorithm", "src/camera"} | PUBLIC,
+    "src/api": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/models"} | PUBLIC,
+    "sim": {"src/seam"} | PUBLIC,
+    "tools/orvikctl": PUBLIC,
+    "examples": PUBLIC,
+}
+# Headers of another library that stay inside one room.
+KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "tools", "fitsio": "tools"}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
+
+
+def sources():
+    listed = subprocess.run(["scripts/sources.sh"], cwd=ROOT, check=True, capture_output=True,
+                            text=True)
+    return [Path(line) for line in listed.stdout.splitlines()]
+
+
+def room_of(path):
+    text = str(path)
+    rooms = [room for room in MAY_USE if text.startswith(room + "/")]
+    return max(rooms, key=len) if rooms else None
+
+
+def target_of(path, name):
+    """The file in the tree that an include names, or None."""
+    for base in (path.parent, Path("src"), Path("include"), Path(".")):
+        candidate = base / name
+        if (ROOT / candidate).is_file():
+            return Path(candidate)
+    return None
+
+
+def main():
+    faults = []
+    for path in sources():
+        room = room_of(path)
+        for number, line in enumerate((ROOT / path).read_text().splitlines(), 1):
+            match = INCLUDE.match(line)
+            if not match:
+                continue
+            quoted, name = match.group(1) == '"', match.group(2)
+            keeper = KEPT_INSIDE.get(re.split(r"[/.]h?$|[/.]", name)[0])
+            if keeper and not quoted and not str(path).startswith((keeper, "tests", "bench")):
+                faults.append(f"{path}:{number}: <{name}> belongs to {keeper} only")
+            if not quoted or room is None:
+                continue
+            target = target_of(path, name)
+            if target is None:
+                faults.append(f"{path}:{number}: no such file: {name}")
+                continue
+            other = room_of(target)
+            if other != room and other not in MAY_USE[room]:
+                faults.append(f"{path}:{number}: {room} may not use {other or target}")
+    print("\n".join(faults), file=sys.stderr, end="\n" if faults else "")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

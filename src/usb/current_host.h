@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "seam/usb_host.h"
+
+namespace orvik {
+
+/// The USB host of this process: the one installed, else libusb's (made at the first call).
+/// Never null: where libusb cannot initialise there is a host without devices. Any thread.
+std::shared_ptr<seam::Host> currentHost();
+
+/// Puts another host in libusb's place, or gives libusb its place back (null). Devices that are
+/// already open stay with the host that opened them. Any thread.
+void installHost(std::shared_ptr<seam::Host> host);
+
+}  // namespace orvik
