@@ -4,16 +4,10 @@
 #include <mutex>
 
 #include "seam/install.h"
+#include "usb/libusb_host.h"
 
 namespace orvik {
 namespace {
-
-/// A bus with nothing on it.
-class EmptyHost final : public seam::Host {
- public:
-  std::vector<seam::DeviceInfo> devices() override { return {}; }
-  std::unique_ptr<seam::Port> open(const seam::DeviceInfo&) override { return nullptr; }
-};
 
 std::mutex mutex;
 std::shared_ptr<seam::Host> installedHost;
@@ -24,13 +18,16 @@ std::shared_ptr<seam::Host> systemHost;
 std::shared_ptr<seam::Host> currentHost() {
   const std::lock_guard lock(mutex);
   if (installedHost) return installedHost;
-  if (!systemHost) systemHost = std::make_shared<EmptyHost>();
+  if (!systemHost) systemHost = makeLibusbHost();
   return systemHost;
 }
 
 void installHost(std::shared_ptr<seam::Host> host) {
-  const std::lock_guard lock(mutex);
-  installedHost = std::move(host);
+  {
+    const std::lock_guard lock(mutex);
+    installedHost.swap(host);
+  }
+  // The former host ends here, outside the lock: its end may take a moment.
 }
 
 }  // namespace orvik

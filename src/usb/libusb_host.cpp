@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "usb/libusb_host.h"
+
+#include <libusb-1.0/libusb.h>
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "usb/libusb_context.h"
+#include "usb/libusb_port.h"
+
+namespace orvik {
+namespace {
+
+// For cancelled transfers to come back when the host goes; they take a few milliseconds.
+constexpr std::chrono::milliseconds kDrainLimit{200};
+
+// The deepest chain of hubs that USB allows.
+constexpr std::size_t kMaxPortDepth = 7;
+
+/// A bus with nothing on it.
+class EmptyHost final : public seam::Host {
+ public:
+  std::vector<seam::DeviceInfo> devices() override { return {}; }
+  std::unique_ptr<seam::Port> open(const seam::DeviceInfo&) override { return nullptr; }
+};
+
+/// The devices present at one moment.
+class DeviceList {
+ public:
+  explicit DeviceList(libusb_context* context)
+      : count_(libusb_get_device_list(context, &devices_)) {}
+  DeviceList(const DeviceList&) = delete;
+  DeviceList& operator=(const DeviceList&) = delete;
+  ~DeviceList() {
+    if (count_ >= 0) libusb_free_device_list(devices_, 1);
+  }
+
+  [[nodiscard]] std::span<libusb_device* const> devices() const {
+    if (count_ < 0) return {};
+    return {devices_, static_cast<std::size_t>(count_)};
+  }
+
+ private:
+  libusb_device** devices_ = nullptr;
+  const ssize_t count_;
+};
+
+std::vector<std::uint8_t> portChain(libusb_device* device) {
+  std::array<std::uint8_t, kMaxPortDepth> ports{};
+  const int depth = libusb_get_port_numbers(device, ports.data(), static_cast<int>(ports.size()));
+  return {ports.begin(), ports.begin() + std::max(depth, 0)};
+}
+
+seam::DeviceInfo infoOf(libusb_device* device) {
+  seam::DeviceInfo info;
+  info.location.bus = libusb_get_bus_number(device);
+  info.location.ports = portChain(device);
+  info.location.address = libusb_get_device_address(device);
+  libusb_device_descriptor descriptor{};
+  if (libusb_get_device_descriptor(device, &descriptor) == LIBUSB_SUCCESS) {
+    info.vendorId = descriptor.idVendor;
+    info.productId = descriptor.idProduct;
+  }
+  return info;
+}
+
+bool isDevice(libusb_device* device, const seam::DeviceInfo& wanted) {
+  const seam::DeviceInfo info = infoOf(device);
+  return info.location == wanted.location && info.vendorId == wanted.vendorId &&
+         info.productId == wanted.productId;
+}
+
+class LibusbHost final : public seam::Host {
+ public:
+  explicit LibusbHost(std::shared_ptr<LibusbContext> context) : context_(std::move(context)) {}
+  ~LibusbHost() override { context_->drain(kDrainLimit); }
+
+  std::vector<seam::DeviceInfo> devices() override {
+    context_->dropStaleEvents();
+    const DeviceList list(context_->raw());
+    std::vector<seam::DeviceInfo> found;
+    found.reserve(list.devices().size());
+    for (libusb_device* device : list.devices()) found.push_back(infoOf(device));
+    return found;
+  }
+
+  std::unique_ptr<seam::Port> open(const seam::DeviceInfo& wanted) override {
+    const DeviceList list(context_->raw());
+    for (libusb_device* device : list.devices()) {
+      if (!isDevice(device, wanted)) continue;
+      auto handle = LibusbHandle::open(context_, device);
+      return handle ? std::make_unique<LibusbPort>(std::move(handle)) : nullptr;
+    }
+    return nullptr;
+  }
+
+ private:
+  const std::shared_ptr<LibusbContext> context_;
+};
+
+}  // namespace
+
+std::shared_ptr<seam::Host> makeLibusbHost() {
+  auto context = LibusbContext::create();
+  if (!context) return std::make_shared<EmptyHost>();
+  return std::make_shared<LibusbHost>(std::move(context));
+}
+
+}  // namespace orvik
