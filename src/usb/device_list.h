@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <vector>
+
+#include "seam/usb_host.h"
+
+namespace orvik {
+
+/// The maker's devices of one interface class among `present`, in the order of their locations: an
+/// index into the result stays the same while nothing is plugged or unplugged.
+/// @param deviceClass 0 to 9; of any other there are no devices
+std::vector<seam::DeviceInfo> devicesOfClass(std::vector<seam::DeviceInfo> present,
+                                             int deviceClass);
+
+}  // namespace orvik
