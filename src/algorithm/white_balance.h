@@ -7,7 +7,8 @@
 namespace orvik {
 
 /// The gains of red and blue in fiftieths: 50 is unity, 100 doubles. Green has no gain.
-struct WhiteBalance {
+/// Aligned as one word, so that every compiler loads and stores it as one.
+struct alignas(8) WhiteBalance {
   int32_t red = 50;
   int32_t blue = 50;
 };

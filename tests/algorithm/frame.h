@@ -45,7 +45,7 @@ class Frame {
  public:
   explicit Frame(size_t samples, Sample fill = 0)
       : all_(samples + 2 * kGuard, kGuardValue), size_(samples) {
-    std::fill_n(data(), size_, fill);
+    std::fill(all_.begin() + kGuard, all_.end() - kGuard, fill);
   }
 
   static Frame random(size_t samples, uint32_t seed,
