@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+/// What the kernel benchmarks have in common: frame sizes, frames, and how a case is registered.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace orvik::bench {
+
+struct Size {
+  const char* name;
+  int width;
+  int height;
+
+  [[nodiscard]] size_t pixels() const {
+    return static_cast<size_t>(width) * static_cast<size_t>(height);
+  }
+};
+
+/// A guide camera, a planetary camera and a full-format camera.
+inline constexpr std::array<Size, 3> kSizes{
+    {{"S", 1304, 976}, {"M", 3096, 2080}, {"L", 7380, 4928}}};
+
+/// A frame of `samples` samples like a night sky: a soft gradient, noise and a few bright pixels.
+/// Made once per size.
+template <typename Sample>
+const std::vector<Sample>& skyFrame(size_t samples) {
+  static std::map<size_t, std::vector<Sample>> made;
+  std::vector<Sample>& frame = made[samples];
+  if (!frame.empty()) return frame;
+  frame.resize(samples);
+  constexpr double kMax = std::numeric_limits<Sample>::max();
+  std::minstd_rand generator(1);
+  for (size_t i = 0; i < samples; ++i) {
+    const double gradient = 0.15 + 0.2 * static_cast<double>(i) / static_cast<double>(samples);
+    const double noise = static_cast<double>(generator() % 1024) / 1024.0 * 0.04;
+    const double star = generator() % 500 == 0 ? 0.5 : 0.0;
+    frame[i] = static_cast<Sample>(kMax * (gradient + noise + star));
+  }
+  return frame;
+}
+
+/// Registers `kernel/variant/size` for every size.
+///
+/// @param bytesPerPixel how much of the input a pixel is; the report sets the case against a memcpy
+///   of as many bytes
+/// @param make called with a Size before the measurement; returns what is measured
+template <typename Make>
+void addCase(const std::string& kernel, const std::string& variant, int bytesPerPixel, Make make) {
+  for (const Size& size : kSizes) {
+    const std::string name = kernel + "/" + variant + "/" + size.name;
+    benchmark::RegisterBenchmark(
+        name.c_str(), [make, size, bytesPerPixel](benchmark::State& state) {
+          auto run = make(size);
+          for (auto _ : state) {
+            run();
+            benchmark::ClobberMemory();
+          }
+          state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(size.pixels()));
+          state.counters["bytesPerPixel"] = bytesPerPixel;
+        });
+  }
+}
+
+}  // namespace orvik::bench

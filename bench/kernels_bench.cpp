@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+// The kernels of the library as the camera classes call them. Kernels that work in place run again
+// and again over one buffer; their speed does not depend on what is in it, but for the 16-bit
+// table, which is chosen so that a frame returns every second time.
+#include "algorithm/algorithm.h"
+#include "algorithm/gamma.h"
+#include "algorithm/grey10.h"
+#include "algorithm/white_balance.h"
+#include "bench/frames.h"
+
+namespace orvik::bench {
+namespace {
+
+const std::string kOurs = "orvik";
+
+/// A table that is its own inverse.
+template <typename Pixel>
+std::vector<Pixel> negative() {
+  constexpr size_t kMax = std::numeric_limits<Pixel>::max();
+  std::vector<Pixel> table(kMax + 1);
+  for (size_t i = 0; i <= kMax; ++i) table[i] = static_cast<Pixel>(kMax - i);
+  return table;
+}
+
+template <typename Pixel>
+void addGamma(const std::string& name) {
+  addCase(name, kOurs, sizeof(Pixel), [](Size size) {
+    return [size, image = skyFrame<Pixel>(size.pixels()), table = negative<Pixel>()]() mutable {
+      CAlgorithm::Gamma(image.data(), table.data(), size.width, size.height);
+    };
+  });
+}
+
+template <typename Sample>
+void addFlip(const std::string& name, bool vertical, bool horizontal) {
+  addCase(name, kOurs, sizeof(Sample), [vertical, horizontal](Size size) {
+    return [=, image = skyFrame<Sample>(size.pixels())]() mutable {
+      CAlgorithm::SoftMisc(image.data(), size.width, size.height, 1, sizeof(Sample) == 2, vertical,
+                           horizontal);
+    };
+  });
+}
+
+using BinRoutine = void (*)(uint8_t*, uint16_t*, int, int, int, bool) noexcept;
+
+void addBin8(const std::string& name, BinRoutine routine, int bin) {
+  addCase(name + std::to_string(bin), kOurs, 1, [routine, bin](Size size) {
+    return [=, image = skyFrame<uint8_t>(size.pixels())]() mutable {
+      routine(image.data(), nullptr, size.width / bin, size.height / bin, bin, false);
+    };
+  });
+}
+
+void addBin16(const std::string& name, BinRoutine routine, int bin) {
+  addCase(name + std::to_string(bin), kOurs, 2, [routine, bin](Size size) {
+    return [=, image = skyFrame<uint16_t>(size.pixels())]() mutable {
+      routine(nullptr, image.data(), size.width / bin, size.height / bin, bin, true);
+    };
+  });
+}
+
+void addConversions() {
+  addCase("demosaic", kOurs, 1, [](Size size) {
+    CAlgorithm::SetRGBWB(52, 95);
+    return [size, &raw = skyFrame<uint8_t>(size.pixels()),
+            bgr = std::vector<uint8_t>(3 * size.pixels())]() mutable {
+      CAlgorithm::Bayer2RGB24_RG(raw.data(), bgr.data(), size.width, size.height);
+    };
+  });
+  addCase("luminance", kOurs, 3, [](Size size) {
+    return [size, &bgr = skyFrame<uint8_t>(3 * size.pixels()),
+            out = std::vector<uint8_t>(size.pixels())]() mutable {
+      CAlgorithm::RGB2Y8(bgr.data(), out.data(), size.width, size.height);
+    };
+  });
+  addCase("first channel", kOurs, 3, [](Size size) {
+    return [size, &bgr = skyFrame<uint8_t>(3 * size.pixels()),
+            out = std::vector<uint8_t>(size.pixels())]() mutable {
+      CAlgorithm::RGB2R8(bgr.data(), out.data(), size.width, size.height);
+    };
+  });
+  addCase("4:2:2", kOurs, 3, [](Size size) {
+    return [size, &bgr = skyFrame<uint8_t>(3 * size.pixels()),
+            out = std::vector<uint8_t>(2 * size.pixels())]() mutable {
+      CAlgorithm::RGB2YUV2(bgr.data(), out.data(), size.width, size.height, true);
+    };
+  });
+  addCase("10-bit grey", kOurs, 2, [](Size size) {
+    return [&in = skyFrame<uint16_t>(size.pixels()),
+            out = std::vector<uint8_t>(4 * size.pixels())]() mutable {
+      grey10(in.data(), out.data(), in.size());
+    };
+  });
+}
+
+const bool registered = [] {
+  addConversions();
+  addGamma<uint8_t>("table 8");
+  addGamma<uint16_t>("table 16");
+  addFlip<uint8_t>("flip 8 horizontal", false, true);
+  addFlip<uint8_t>("flip 8 vertical", true, false);
+  addFlip<uint8_t>("flip 8 both", true, true);
+  addFlip<uint16_t>("flip 16 horizontal", false, true);
+  addFlip<uint16_t>("flip 16 vertical", true, false);
+  addFlip<uint16_t>("flip 16 both", true, true);
+  for (const int bin : {2, 3, 4}) addBin8("mono bin 8 x", CAlgorithm::MonoBin, bin);
+  for (const int bin : {2, 3, 4}) addBin16("mono bin 16 x", CAlgorithm::MonoBin, bin);
+  for (const int bin : {2, 3, 4}) addBin8("mosaic bin 8 x", CAlgorithm::ColorRAWBin, bin);
+  for (const int bin : {2, 3, 4}) addBin16("mosaic bin 16 x", CAlgorithm::ColorRAWBin, bin);
+  return true;
+}();
+
+// What happens once per camera or per frame, whatever the frame's size.
+
+void gammaTables(benchmark::State& state) {
+  std::vector<uint8_t> table8(256);
+  std::vector<uint16_t> table16(65536);
+  for (auto _ : state) {
+    buildGammaTables(static_cast<int>(state.range(0)), GammaTable8(table8), GammaTable16(table16));
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(gammaTables)->Name("gamma tables")->Arg(1)->Arg(50)->Arg(80);
+
+void gainTables(benchmark::State& state) {
+  for (auto _ : state) {
+    CAlgorithm::SetRGBWB(52, 95);
+    benchmark::DoNotOptimize(GainTables(whiteBalance()));
+  }
+}
+BENCHMARK(gainTables)->Name("gain tables");
+
+}  // namespace
+}  // namespace orvik::bench

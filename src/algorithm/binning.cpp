@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/binning.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <limits>
+#include <type_traits>
+
+namespace orvik {
+namespace {
+
+// What is done to a sample before, and to the sum after the addition.
+
+struct SaturatingSum {
+  template <typename Bin>
+  static uint32_t term(uint32_t sample, Bin) {
+    return sample;
+  }
+  template <typename Bin>
+  static uint32_t result(uint32_t sum, Bin) {
+    return std::min<uint32_t>(sum, 255);
+  }
+};
+
+struct MeanOfSum {
+  template <typename Bin>
+  static uint32_t term(uint32_t sample, Bin) {
+    return sample;
+  }
+  template <typename Bin>
+  static uint32_t result(uint32_t sum, Bin bin) {
+    return sum / bin / bin;
+  }
+};
+
+struct SumOfQuotients {
+  template <typename Bin>
+  static uint32_t term(uint32_t sample, Bin bin) {
+    return sample / bin / bin;
+  }
+  template <typename Bin>
+  static uint32_t result(uint32_t sum, Bin) {
+    return sum;  // at most bin * bin * (65535 / bin / bin)
+  }
+};
+
+// Where the bin samples of output column or row `at` lie: from first(at) on, kStep apart.
+
+struct EverySample {
+  static constexpr size_t kStep = 1;
+  static size_t first(size_t at, size_t bin) { return at * bin; }
+};
+
+struct SameColour {
+  static constexpr size_t kStep = 2;
+  static size_t first(size_t at, size_t bin) { return at / 2 * 2 * bin + at % 2; }
+};
+
+/// `at`, or the last coordinate of the same colour where it lies beyond `size`. Only the last even
+/// column or row of an odd output reaches beyond, so that one is even, too.
+size_t inside(size_t at, size_t size) { return at < size ? at : (size - 1) / 2 * 2; }
+
+/// `Bin` is size_t, or a compile-time constant for the factors that sensors are used with.
+template <typename Layout, typename Rule, typename Bin, typename Sample>
+class Binner {
+ public:
+  Binner(Sample* image, size_t width, size_t height, Bin bin)
+      : image_(image),
+        width_(width),
+        height_(height),
+        bin_(bin),
+        rowLength_(width * bin),
+        rows_(height * bin) {}
+
+  void run() {
+    for (size_t row = 0; row < height_; ++row) {
+      for (size_t x = 0; x < width_; x += kChunk) binChunk(row, x, std::min(kChunk, width_ - x));
+    }
+  }
+
+ private:
+  /// Even, so that a chunk of a mosaic begins with a whole pair.
+  static constexpr size_t kChunk = 256;
+  using Sums = std::array<uint32_t, kChunk>;
+
+  /// Collects the sums aside, so that the compiler sees that no store changes a sample it has yet
+  /// to add. In truth none can: no sample lies before its own result, so all that later results
+  /// want lies behind the earlier ones.
+  void binChunk(size_t row, size_t x, size_t count) {
+    Sums sums{};
+    for (size_t j = 0; j < bin_; ++j) {
+      const size_t source = inside(Layout::first(row, bin_) + Layout::kStep * j, rows_);
+      addRow(image_ + source * rowLength_, x, count, sums);
+    }
+    Sample* const out = image_ + row * width_ + x;
+    for (size_t i = 0; i < count; ++i) out[i] = static_cast<Sample>(Rule::result(sums[i], bin32()));
+  }
+
+  void addRow(const Sample* samples, size_t x, size_t count, Sums& sums) const {
+    const bool cutOff = Layout::kStep == 2 && x + count == width_ && width_ % 2 == 1;
+    const size_t whole = cutOff ? count - 1 : count;
+    const Sample* const first = samples + x * bin_;
+    for (size_t i = 0; i < whole; ++i) {
+      for (size_t k = 0; k < bin_; ++k) {
+        sums[i] += Rule::term(first[Layout::first(i, bin_) + Layout::kStep * k], bin32());
+      }
+    }
+    if (cutOff) {
+      for (size_t k = 0; k < bin_; ++k) {
+        const size_t column =
+            inside(Layout::first(width_ - 1, bin_) + Layout::kStep * k, rowLength_);
+        sums[whole] += Rule::term(samples[column], bin32());
+      }
+    }
+  }
+
+  [[nodiscard]] uint32_t bin32() const { return static_cast<uint32_t>(size_t{bin_}); }
+
+  Sample* image_;
+  size_t width_;
+  size_t height_;
+  Bin bin_;
+  size_t rowLength_;
+  size_t rows_;
+};
+
+template <size_t kBin>
+using ConstantBin = std::integral_constant<size_t, kBin>;
+
+template <typename Layout, typename Rule, typename Sample>
+void binFrame(Sample* image, int width, int height, int bin) {
+  if (bin < 2 || width < 1 || height < 1) return;
+  const auto run = [&](auto factor) {
+    Binner<Layout, Rule, decltype(factor), Sample>(image, static_cast<size_t>(width),
+                                                   static_cast<size_t>(height), factor)
+        .run();
+  };
+  switch (bin) {
+    case 2:
+      return run(ConstantBin<2>{});
+    case 3:
+      return run(ConstantBin<3>{});
+    case 4:
+      return run(ConstantBin<4>{});
+    default:
+      return run(static_cast<size_t>(bin));
+  }
+}
+
+}  // namespace
+
+void binMono(uint8_t* image, int width, int height, int bin) noexcept {
+  binFrame<EverySample, SaturatingSum>(image, width, height, bin);
+}
+
+void binMono(uint16_t* image, int width, int height, int bin) noexcept {
+  binFrame<EverySample, MeanOfSum>(image, width, height, bin);
+}
+
+void binMosaic(uint8_t* image, int width, int height, int bin) noexcept {
+  binFrame<SameColour, SaturatingSum>(image, width, height, bin);
+}
+
+void binMosaic(uint16_t* image, int width, int height, int bin) noexcept {
+  binFrame<SameColour, SumOfQuotients>(image, width, height, bin);
+}
+
+}  // namespace orvik

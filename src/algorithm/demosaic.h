@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "algorithm/white_balance.h"
+#include "orvik/orvik.h"
+
+namespace orvik {
+
+/// The pattern that a mosaic shows after a flip: a horizontal flip swaps the columns of its cell, a
+/// vertical flip the rows. `pattern` must be one of the four.
+[[nodiscard]] constexpr BayerPattern flippedPattern(BayerPattern pattern, bool horizontal,
+                                                    bool vertical) noexcept {
+  // In this numbering swapping columns exchanges 0 with 2 and 1 with 3, swapping rows 0 with 3 and
+  // 1 with 2: each is one exclusive or.
+  return static_cast<BayerPattern>(int{pattern} ^ (horizontal ? 2 : 0) ^ (vertical ? 3 : 0));
+}
+
+/// Turns a colour mosaic into a colour image, bilinearly inside and by replication in the border.
+///
+/// The frame is walked in cells of 2 x 2 pixels. In a border cell (first and last row and column of
+/// cells) every pixel gets the cell's own red and blue, and the red and blue sites the mean of its
+/// two greens. Inside, missing colours are the truncated means of the nearest samples of their
+/// colour. Red and blue then pass through their gain.
+///
+/// @param raw width * height bytes
+/// @param bgr receives 3 * width * height bytes: blue, green, red per pixel; must not overlap `raw`
+/// @param pattern one of the four; any other value does nothing
+/// @param width,height in pixels, expected even. Below 1 nothing is done. At an odd size the last
+///   cell is cut off; it is a border cell, and takes each missing sample from the nearest one of
+///   the same colour inside the frame (from its neighbour where the frame is 1 pixel wide or high).
+///   Nothing outside the two buffers is ever read or written.
+/// @par Thread: any.
+void demosaic(const uint8_t* raw, uint8_t* bgr, BayerPattern pattern, int width, int height,
+              WhiteBalance balance) noexcept;
+
+}  // namespace orvik

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/gamma.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numeric>
+
+namespace orvik {
+namespace {
+
+constexpr int kLinear = 50;
+
+float exponentOf(int value) {
+  // As float from the start: the numerator must not overflow for any value.
+  const auto gamma = static_cast<float>(value);
+  return (value <= kLinear ? 200.0F - 2.0F * gamma : 150.0F - gamma) / 100.0F;
+}
+
+template <typename Entry, size_t kEntries>
+void fillPowerTable(std::span<Entry, kEntries> table, float exponent) {
+  constexpr auto kMax = static_cast<int>(kEntries - 1);
+  for (int i = 0; i <= kMax; ++i) {
+    const float x = static_cast<float>(i) / static_cast<float>(kMax);
+    const auto power = static_cast<float>(std::pow(double{x}, double{exponent}));
+    const double scaled = double{power} * kMax;
+    // A negative exponent makes the power of 0 infinite; written so that it lands at the top, as
+    // would anything that is not a number.
+    const double limited = scaled <= kMax ? scaled : kMax;
+    table[static_cast<size_t>(i)] = static_cast<Entry>(std::lround(limited));
+  }
+}
+
+template <typename Pixel>
+void applyTableTo(Pixel* image, const Pixel* table, int width, int height) {
+  if (width < 1 || height < 1) return;
+  const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
+  for (size_t i = 0; i < pixels; ++i) image[i] = table[image[i]];
+}
+
+}  // namespace
+
+int nextGamma(int stored, int argument) noexcept { return stored > 100 ? 100 : argument; }
+
+void buildGammaTables(int value, GammaTable8 table8, GammaTable16 table16) noexcept {
+  if (value == kLinear) {
+    std::iota(table8.begin(), table8.end(), uint8_t{0});
+    std::iota(table16.begin(), table16.end(), uint16_t{0});
+    return;
+  }
+  const float exponent = exponentOf(value);
+  fillPowerTable(table8, exponent);
+  fillPowerTable(table16, exponent);
+}
+
+void applyTable(uint8_t* image, const uint8_t* table, int width, int height) noexcept {
+  applyTableTo(image, table, width, height);
+}
+
+void applyTable(uint16_t* image, const uint16_t* table, int width, int height) noexcept {
+  applyTableTo(image, table, width, height);
+}
+
+}  // namespace orvik

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/rgb_convert.h"
+
+#include <array>
+#include <cstddef>
+#include <functional>
+
+namespace orvik {
+namespace {
+
+/// Entry i is i * thousandths / 1000 in 16.16 fixed point, rounded to the nearest; a tie cannot
+/// occur.
+constexpr std::array<int32_t, 256> weightTable(int64_t thousandths) {
+  std::array<int32_t, 256> table{};
+  for (size_t i = 0; i < table.size(); ++i) {
+    const int64_t scaled = static_cast<int64_t>(i) * thousandths * 65536;
+    table[i] = static_cast<int32_t>((scaled + 500) / 1000);
+  }
+  return table;
+}
+
+constexpr auto kLuma0 = weightTable(257);
+constexpr auto kLuma1 = weightTable(504);
+constexpr auto kLuma2 = weightTable(98);
+constexpr auto kChromaMain = weightTable(439);
+constexpr auto kFirstChroma1 = weightTable(368);
+constexpr auto kFirstChroma2 = weightTable(71);
+constexpr auto kSecondChroma0 = weightTable(148);
+constexpr auto kSecondChroma1 = weightTable(291);
+
+int luma(const uint8_t* pixel) {
+  return (kLuma0[pixel[0]] + kLuma1[pixel[1]] + kLuma2[pixel[2]]) >> 16;
+}
+
+int firstChroma(const uint8_t* pixel) {
+  return (kChromaMain[pixel[0]] - kFirstChroma2[pixel[2]] - kFirstChroma1[pixel[1]]) >> 16;
+}
+
+int secondChroma(const uint8_t* pixel) {
+  return (kChromaMain[pixel[2]] - kSecondChroma1[pixel[1]] - kSecondChroma0[pixel[0]]) >> 16;
+}
+
+size_t pixelCount(int width, int height) {
+  if (width < 1 || height < 1) return 0;
+  return static_cast<size_t>(width) * static_cast<size_t>(height);
+}
+
+/// Stores `reduce(pixel)` for every pixel, in the order that never overwrites a pixel before it has
+/// been read.
+template <typename Reduce>
+void reducePixels(const uint8_t* bgr, uint8_t* out, size_t pixels, Reduce reduce) {
+  if (std::less_equal<const uint8_t*>{}(out, bgr)) {
+    for (size_t i = 0; i < pixels; ++i) out[i] = reduce(bgr + 3 * i);
+  } else {
+    for (size_t i = pixels; i-- > 0;) out[i] = reduce(bgr + 3 * i);
+  }
+}
+
+void yuv422Row(const uint8_t* bgr, uint8_t* out, int width) {
+  const auto putPixel = [](uint8_t* to, int y, int chroma) {
+    to[0] = static_cast<uint8_t>(y + 16);
+    to[1] = static_cast<uint8_t>(chroma + 128);
+  };
+  int x = 0;
+  for (; x + 1 < width; x += 2, bgr += 6, out += 4) {
+    const int y0 = luma(bgr);
+    const int y1 = luma(bgr + 3);
+    const int chroma0 = firstChroma(bgr);
+    const int chroma1 = secondChroma(bgr);
+    putPixel(out, y0, chroma0);
+    putPixel(out + 2, y1, chroma1);
+  }
+  if (x < width) putPixel(out, luma(bgr), firstChroma(bgr));
+}
+
+}  // namespace
+
+void luminance(const uint8_t* bgr, uint8_t* out, int width, int height) noexcept {
+  reducePixels(bgr, out, pixelCount(width, height),
+               [](const uint8_t* pixel) { return static_cast<uint8_t>(luma(pixel)); });
+}
+
+void firstChannel(const uint8_t* bgr, uint8_t* out, int width, int height) noexcept {
+  reducePixels(bgr, out, pixelCount(width, height), [](const uint8_t* pixel) { return pixel[0]; });
+}
+
+void yuv422(const uint8_t* bgr, uint8_t* out, int width, int height, bool bottomUp) noexcept {
+  if (width < 1) return;
+  const ptrdiff_t stride = ptrdiff_t{3} * width;
+  for (int row = 0; row < height; ++row) {
+    const int source = bottomUp ? height - 1 - row : row;
+    yuv422Row(bgr + source * stride, out + row * ptrdiff_t{2} * width, width);
+  }
+}
+
+}  // namespace orvik

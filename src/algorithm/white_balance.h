@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace orvik {
+
+/// The gains of red and blue in fiftieths: 50 is unity, 100 doubles. Green has no gain.
+/// Aligned as one word, so that every compiler loads and stores it as one.
+struct alignas(8) WhiteBalance {
+  int32_t red = 50;
+  int32_t blue = 50;
+};
+
+/// Sets the balance of the whole process, for every camera and for frames that begin later.
+/// @par Thread: any.
+void setWhiteBalance(WhiteBalance balance) noexcept;
+
+/// The balance of the whole process.
+///
+/// A kernel takes it once per frame, so a frame never mixes two balances. Only the two numbers are
+/// shared, as one atomic word: they need no lock, and nobody has to keep an old table alive until
+/// the last reader has left it. The tables that follow from them cost a frame less than a
+/// microsecond.
+/// @par Thread: any.
+[[nodiscard]] WhiteBalance whiteBalance() noexcept;
+
+/// The gains as tables: entry i is min(255, i * gain / 50), truncating. A gain below 0 counts as 0.
+struct GainTables {
+  explicit GainTables(WhiteBalance balance) noexcept;
+
+  std::array<uint8_t, 256> red;
+  std::array<uint8_t, 256> blue;
+};
+
+}  // namespace orvik

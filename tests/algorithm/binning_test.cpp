@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/binning.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "algorithm/algorithm.h"
+#include "algorithm/frame.h"
+
+namespace orvik::test {
+namespace {
+
+constexpr std::array<int, 6> kBins{2, 3, 4, 5, 6, 8};
+
+size_t fullArea(Size size, int bin) { return area(size) * static_cast<size_t>(bin * bin); }
+
+/// The bin * bin samples that make up output pixel (x, y), in a frame `bin` times as large.
+template <typename Sample>
+std::vector<uint32_t> samplesOf(const Frame<Sample>& image, Size size, int bin, bool mosaic, int x,
+                                int y) {
+  const int fullWidth = size.width * bin;
+  const int fullHeight = size.height * bin;
+  const auto coordinate = [&](int at, int k, int full) {
+    if (!mosaic) return at * bin + k;
+    // Cell number `at / 2` of the output covers 2 * bin samples; those of one colour alternate.
+    int sample = (at / 2) * 2 * bin + (at % 2) + 2 * k;
+    while (sample >= full) sample -= 2;
+    return sample;
+  };
+  std::vector<uint32_t> samples;
+  for (int j = 0; j < bin; ++j) {
+    for (int i = 0; i < bin; ++i) {
+      const int row = coordinate(y, j, fullHeight);
+      samples.push_back(image[static_cast<size_t>(row * fullWidth + coordinate(x, i, fullWidth))]);
+    }
+  }
+  return samples;
+}
+
+using Combine = std::function<uint32_t(const std::vector<uint32_t>&, uint32_t bin)>;
+
+uint32_t saturatingSum(const std::vector<uint32_t>& samples, uint32_t) {
+  uint32_t sum = 0;
+  for (const uint32_t sample : samples) sum = std::min(sum + sample, 255U);
+  return sum;
+}
+
+uint32_t meanOfSum(const std::vector<uint32_t>& samples, uint32_t bin) {
+  uint32_t sum = 0;
+  for (const uint32_t sample : samples) sum += sample;
+  return sum / (bin * bin);
+}
+
+uint32_t sumOfQuotients(const std::vector<uint32_t>& samples, uint32_t bin) {
+  uint32_t sum = 0;
+  for (const uint32_t sample : samples) sum += sample / (bin * bin);
+  return std::min(sum, 65535U);
+}
+
+/// Random frames: dark ones whose sums stay below the limit, and ones of the full range.
+template <typename Sample>
+void expectBinned(bool mosaic, const Combine& combine) {
+  constexpr bool kIs16 = sizeof(Sample) == 2;
+  for (const Size size : kSizes) {
+    for (const int bin : kBins) {
+      for (const uint32_t max : {uint32_t{510} / static_cast<uint32_t>(bin * bin) + 1,
+                                 uint32_t{std::numeric_limits<Sample>::max()}}) {
+        SCOPED_TRACE(std::to_string(size.width) + "x" + std::to_string(size.height) + " bin " +
+                     std::to_string(bin));
+        auto image = Frame<Sample>::random(fullArea(size, bin), 41, max);
+        std::vector<Sample> wanted;
+        for (int y = 0; y < size.height; ++y) {
+          for (int x = 0; x < size.width; ++x) {
+            const auto samples = samplesOf(image, size, bin, mosaic, x, y);
+            wanted.push_back(static_cast<Sample>(combine(samples, static_cast<uint32_t>(bin))));
+          }
+        }
+        uint8_t* buf8 = nullptr;
+        uint16_t* buf16 = nullptr;
+        if constexpr (kIs16) {
+          buf16 = image.data();
+        } else {
+          buf8 = image.data();
+        }
+        const auto binFrame = mosaic ? &CAlgorithm::ColorRAWBin : &CAlgorithm::MonoBin;
+        binFrame(buf8, buf16, size.width, size.height, bin, kIs16);
+        ASSERT_EQ(image.first(area(size)), wanted);
+        ASSERT_TRUE(image.guardsIntact());
+      }
+    }
+  }
+}
+
+TEST(Binning, Mono8IsTheSaturatingSum) { expectBinned<uint8_t>(false, saturatingSum); }
+TEST(Binning, Mono16IsTheMean) { expectBinned<uint16_t>(false, meanOfSum); }
+TEST(Binning, Mosaic8IsTheSaturatingSum) { expectBinned<uint8_t>(true, saturatingSum); }
+TEST(Binning, Mosaic16SumsQuotients) { expectBinned<uint16_t>(true, sumOfQuotients); }
+
+TEST(Binning, BrightensEightBitsAndAveragesSixteen) {
+  std::vector<uint8_t> image8(4, 100);
+  std::vector<uint16_t> image16(4, 100);
+  CAlgorithm::MonoBin(image8.data(), nullptr, 1, 1, 2, false);
+  CAlgorithm::MonoBin(nullptr, image16.data(), 1, 1, 2, true);
+  EXPECT_EQ(image8[0], 255);
+  EXPECT_EQ(image16[0], 100);
+
+  std::vector<uint16_t> faint(16, 3);
+  CAlgorithm::ColorRAWBin(nullptr, faint.data(), 2, 2, 2, true);
+  EXPECT_EQ(faint[0], 0);
+}
+
+TEST(Binning, MosaicKeepsItsPattern) {
+  // R G / G B with a value for each colour, bin 2: each value comes out four times as bright.
+  std::vector<uint8_t> image{10, 20, 10, 20, 30, 40, 30, 40, 10, 20, 10, 20, 30, 40, 30, 40};
+  CAlgorithm::ColorRAWBin(image.data(), nullptr, 2, 2, 2, false);
+  EXPECT_EQ((std::vector<uint8_t>(image.begin(), image.begin() + 4)),
+            (std::vector<uint8_t>{40, 80, 120, 160}));
+}
+
+TEST(Binning, DoesNothingWithoutBinOrPixels) {
+  struct Case {
+    Size size;
+    int bin;
+  };
+  for (const auto [size, bin] : {Case{{4, 4}, 1}, Case{{4, 4}, 0}, Case{{4, 4}, -2},
+                                 Case{{2, 0}, 2}, Case{{0, 2}, 2}, Case{{-2, -2}, 2}}) {
+    auto image = Frame<uint8_t>::random(16, 42);
+    const std::vector<uint8_t> before = image.pixels();
+    CAlgorithm::MonoBin(image.data(), nullptr, size.width, size.height, bin, false);
+    CAlgorithm::ColorRAWBin(image.data(), nullptr, size.width, size.height, bin, false);
+    EXPECT_EQ(image.pixels(), before);
+  }
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/demosaic.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "algorithm/algorithm.h"
+#include "algorithm/frame.h"
+
+namespace orvik::test {
+namespace {
+
+/// The four patterns as text, by number, and the routine named after each.
+const std::array<std::string, 4> kCells{"RGGB", "BGGR", "GRBG", "GBRG"};
+constexpr std::array<DemosaicRoutine, 4> kRoutines{
+    CAlgorithm::Bayer2RGB24_RG, CAlgorithm::Bayer2RGB24_BG, CAlgorithm::Bayer2RGB24_GR,
+    CAlgorithm::Bayer2RGB24_GB};
+
+/// The demosaic seen from one pixel: the mean of all samples of a colour among those it may use.
+class PixelView {
+ public:
+  PixelView(const Frame<uint8_t>& raw, Size size, const std::string& cell)
+      : raw_(raw), size_(size), cell_(cell) {}
+
+  int colour(int x, int y, char wanted) const {
+    return inBorderCell(x, y) ? fromCell(x, y, wanted) : fromNeighbours(x, y, wanted);
+  }
+
+ private:
+  char colourAt(int x, int y) const { return cell_[static_cast<size_t>(y % 2 * 2 + x % 2)]; }
+  int sample(int x, int y) const { return raw_[static_cast<size_t>(y * size_.width + x)]; }
+
+  bool inBorderCell(int x, int y) const {
+    return x / 2 == 0 || y / 2 == 0 || x / 2 == (size_.width - 1) / 2 ||
+           y / 2 == (size_.height - 1) / 2;
+  }
+
+  static int reflected(int at, int size) { return at < size ? at : (at >= 2 ? at - 2 : 0); }
+
+  int fromCell(int x, int y, char wanted) const {
+    if (colourAt(x, y) == wanted) return sample(x, y);
+    int sum = 0;
+    int count = 0;
+    for (int cy = y / 2 * 2; cy < y / 2 * 2 + 2; ++cy) {
+      for (int cx = x / 2 * 2; cx < x / 2 * 2 + 2; ++cx) {
+        if (colourAt(cx, cy) != wanted) continue;
+        sum += sample(reflected(cx, size_.width), reflected(cy, size_.height));
+        ++count;
+      }
+    }
+    return sum / count;
+  }
+
+  int fromNeighbours(int x, int y, char wanted) const {
+    if (colourAt(x, y) == wanted) return sample(x, y);
+    int sum = 0;
+    int count = 0;
+    for (int ny = y - 1; ny <= y + 1; ++ny) {
+      for (int nx = x - 1; nx <= x + 1; ++nx) {
+        if (colourAt(nx, ny) != wanted) continue;
+        sum += sample(nx, ny);
+        ++count;
+      }
+    }
+    return sum / count;
+  }
+
+  const Frame<uint8_t>& raw_;
+  Size size_;
+  std::string cell_;
+};
+
+uint8_t gained(int value, int gain) {
+  return static_cast<uint8_t>(std::min(value * gain / 50, 255));
+}
+
+std::vector<uint8_t> expected(const Frame<uint8_t>& raw, Size size, const std::string& cell,
+                              WhiteBalance balance) {
+  const PixelView view(raw, size, cell);
+  std::vector<uint8_t> bgr;
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      bgr.push_back(gained(view.colour(x, y, 'B'), balance.blue));
+      bgr.push_back(static_cast<uint8_t>(view.colour(x, y, 'G')));
+      bgr.push_back(gained(view.colour(x, y, 'R'), balance.red));
+    }
+  }
+  return bgr;
+}
+
+class Demosaic : public testing::Test {
+ protected:
+  void TearDown() override { CAlgorithm::RGBYUV_Init(); }
+};
+
+TEST_F(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
+  constexpr std::array<WhiteBalance, 4> kBalances{{{50, 50}, {52, 95}, {99, 1}, {1, 99}}};
+  uint32_t seed = 1;
+  for (const Size size : kSizes) {
+    for (size_t pattern = 0; pattern < 4; ++pattern) {
+      for (const WhiteBalance balance : kBalances) {
+        SCOPED_TRACE(kCells[pattern] + " " + std::to_string(size.width) + "x" +
+                     std::to_string(size.height) + " red " + std::to_string(balance.red));
+        const auto raw = Frame<uint8_t>::random(area(size), seed++);
+        Frame<uint8_t> bgr(3 * area(size));
+        CAlgorithm::SetRGBWB(balance.red, balance.blue);
+        kRoutines[pattern](raw.data(), bgr.data(), size.width, size.height);
+        ASSERT_EQ(bgr.pixels(), expected(raw, size, kCells[pattern], balance));
+        ASSERT_TRUE(bgr.guardsIntact());
+      }
+    }
+  }
+}
+
+TEST_F(Demosaic, SumsOfBrightSamplesDoNotWrap) {
+  constexpr Size kSize{8, 6};
+  const Frame<uint8_t> raw(area(kSize), 255);
+  for (const DemosaicRoutine routine : kRoutines) {
+    Frame<uint8_t> bgr(3 * area(kSize));
+    routine(raw.data(), bgr.data(), kSize.width, kSize.height);
+    EXPECT_EQ(bgr.pixels(), std::vector<uint8_t>(3 * area(kSize), 255));
+  }
+}
+
+TEST_F(Demosaic, DoesNothingWithoutPixels) {
+  const Frame<uint8_t> raw(16, 9);
+  for (const Size size : {Size{4, 0}, Size{0, 4}, Size{-2, 4}, Size{4, -2}, Size{-2, -2}}) {
+    Frame<uint8_t> bgr(48, 7);
+    kRoutines[0](raw.data(), bgr.data(), size.width, size.height);
+    EXPECT_EQ(bgr.pixels(), std::vector<uint8_t>(48, 7));
+  }
+  Frame<uint8_t> bgr(48, 7);
+  demosaic(raw.data(), bgr.data(), static_cast<BayerPattern>(4), 4, 4, {});
+  EXPECT_EQ(bgr.pixels(), std::vector<uint8_t>(48, 7));
+}
+
+TEST_F(Demosaic, RoutineIsThatOfTheFlippedCell) {
+  for (size_t pattern = 0; pattern < 4; ++pattern) {
+    for (const bool horizontal : {false, true}) {
+      for (const bool vertical : {false, true}) {
+        std::string cell = kCells[pattern];
+        CAlgorithm::SoftMisc(cell.data(), 2, 2, 1, false, vertical, horizontal);
+        const auto seen = std::find(kCells.begin(), kCells.end(), cell) - kCells.begin();
+        EXPECT_EQ(demosaicRoutine(static_cast<int>(pattern), horizontal, vertical),
+                  kRoutines[static_cast<size_t>(seen)])
+            << kCells[pattern] << " becomes " << cell;
+      }
+    }
+  }
+  EXPECT_EQ(demosaicRoutine(0, true, true), &CAlgorithm::Bayer2RGB24_BG);
+  EXPECT_EQ(demosaicRoutine(4, false, false), nullptr);
+  EXPECT_EQ(demosaicRoutine(-1, true, false), nullptr);
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/flip.h"
+
+#include <gtest/gtest.h>
+
+#include "algorithm/algorithm.h"
+#include "algorithm/frame.h"
+
+namespace orvik::test {
+namespace {
+
+/// Where the sample at (x, y) comes from, one sample at a time.
+template <typename Sample>
+std::vector<Sample> flipped(const Frame<Sample>& image, Size size, bool vertical, bool horizontal) {
+  std::vector<Sample> out;
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      // Turning both ways leaves the middle column of an odd width alone.
+      const bool stays = vertical && horizontal && 2 * x + 1 == size.width;
+      const int fromX = horizontal ? size.width - 1 - x : x;
+      const int fromY = vertical && !stays ? size.height - 1 - y : y;
+      out.push_back(image[static_cast<size_t>(fromY * size.width + fromX)]);
+    }
+  }
+  return out;
+}
+
+template <typename Sample>
+void expectFlips(bool is16) {
+  for (const Size size : kSizes) {
+    for (const bool vertical : {false, true}) {
+      for (const bool horizontal : {false, true}) {
+        const auto image = Frame<Sample>::random(area(size), 31);
+        Frame<Sample> turned = image;
+        CAlgorithm::SoftMisc(turned.data(), size.width, size.height, 1, is16, vertical, horizontal);
+        ASSERT_EQ(turned.pixels(), flipped(image, size, vertical, horizontal))
+            << size.width << "x" << size.height << " " << vertical << horizontal;
+        ASSERT_TRUE(turned.guardsIntact());
+      }
+    }
+  }
+}
+
+TEST(Flip, MovesEverySampleOf8Bits) { expectFlips<uint8_t>(false); }
+TEST(Flip, MovesEverySampleOf16Bits) { expectFlips<uint16_t>(true); }
+
+TEST(Flip, WorksOnTheFrameBeforeBinning) {
+  constexpr Size kFull{12, 6};
+  const auto image = Frame<uint8_t>::random(area(kFull), 32);
+  Frame<uint8_t> turned = image;
+  CAlgorithm::SoftMisc(turned.data(), 4, 2, 3, false, true, false);
+  EXPECT_EQ(turned.pixels(), flipped(image, kFull, true, false));
+}
+
+TEST(Flip, NothingToFlip) {
+  for (const Size size : {Size{4, 0}, Size{0, 4}, Size{-4, 4}, Size{4, -4}, Size{-4, -4}}) {
+    auto image = Frame<uint8_t>::random(16, 33);
+    const std::vector<uint8_t> before = image.pixels();
+    flip(image.data(), size.width, size.height, true, true);
+    flip(image.data(), size.width, size.height, true, false);
+    flip(image.data(), size.width, size.height, false, true);
+    EXPECT_EQ(image.pixels(), before);
+  }
+}
+
+}  // namespace
+}  // namespace orvik::test

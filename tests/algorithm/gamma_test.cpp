@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/gamma.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "algorithm/algorithm.h"
+#include "algorithm/frame.h"
+
+namespace orvik::test {
+namespace {
+
+struct Tables {
+  explicit Tables(int value) : table8(256), table16(65536) {
+    buildGammaTables(value, GammaTable8(table8), GammaTable16(table16));
+  }
+
+  std::vector<uint8_t> table8;
+  std::vector<uint16_t> table16;
+};
+
+/// How far an entry may stand from the exact curve: half for its own rounding, and the single
+/// precision of its factors at full scale.
+template <typename Entry>
+void expectOnCurve(const std::vector<Entry>& table, double exponent) {
+  const auto max = static_cast<double>(table.size() - 1);
+  for (size_t i = 0; i < table.size(); ++i) {
+    const double exact = max * std::pow(static_cast<double>(i) / max, exponent);
+    ASSERT_NEAR(static_cast<double>(table[i]), exact, 0.51) << "entry " << i;
+    if (i > 0) {
+      ASSERT_LE(table[i - 1], table[i]) << "entry " << i;
+    }
+  }
+  EXPECT_EQ(table.front(), 0);
+  EXPECT_EQ(table.back(), table.size() - 1);
+}
+
+TEST(Gamma, TablesFollowThePowerCurve) {
+  struct Case {
+    int value;
+    double exponent;
+  };
+  for (const auto [value, exponent] : {Case{1, 1.98}, Case{20, 1.6}, Case{49, 1.02}, Case{50, 1.0},
+                                       Case{51, 0.99}, Case{80, 0.7}, Case{100, 0.5}}) {
+    SCOPED_TRACE(value);
+    const Tables tables(value);
+    expectOnCurve(tables.table8, exponent);
+    expectOnCurve(tables.table16, exponent);
+  }
+}
+
+TEST(Gamma, FiftyIsTheIdentity) {
+  const Tables tables(50);
+  for (size_t i = 0; i < 256; ++i) ASSERT_EQ(tables.table8[i], i);
+  for (size_t i = 0; i < 65536; ++i) ASSERT_EQ(tables.table16[i], i);
+}
+
+/// Entries so close to a half that they come out one higher or lower when a factor is kept in
+/// double precision, or the product in single.
+TEST(Gamma, RoundsEachFactorToSinglePrecision) {
+  const Tables steep(1);
+  EXPECT_EQ(steep.table16[23352], 8494);
+  EXPECT_EQ(steep.table16[65100], 64676);
+  EXPECT_EQ(steep.table16[20310], 6443);
+  const Tables flat(100);
+  EXPECT_EQ(flat.table16[1778], 10795);
+  EXPECT_EQ(flat.table16[65530], 65533);
+  EXPECT_EQ(flat.table16[5864], 19603);
+}
+
+TEST(Gamma, ValuesOutsideTheScaleStayDefined) {
+  const Tables negativeExponent(200);  // x^-0.5 is 1 or more everywhere, infinite at 0
+  EXPECT_EQ(negativeExponent.table8, std::vector<uint8_t>(256, 255));
+  EXPECT_EQ(negativeExponent.table16, std::vector<uint16_t>(65536, 65535));
+  const Tables steepest(std::numeric_limits<int>::min());
+  EXPECT_EQ(steepest.table8[254], 0);
+  EXPECT_EQ(steepest.table8[255], 255);
+  const Tables flattest(std::numeric_limits<int>::max());
+  EXPECT_EQ(flattest.table16[0], 65535);
+}
+
+TEST(Gamma, TheStoredValueIsLimitedNotTheArgument) {
+  EXPECT_EQ(nextGamma(50, 70), 70);
+  EXPECT_EQ(nextGamma(50, 1000), 1000);
+  EXPECT_EQ(nextGamma(1000, 70), 100);
+  EXPECT_EQ(nextGamma(101, 1), 100);
+  EXPECT_EQ(nextGamma(100, 1), 1);
+  EXPECT_EQ(nextGamma(-5, -7), -7);
+}
+
+template <typename Pixel>
+void expectMapped(const std::vector<Pixel>& table) {
+  for (const Size size : kSizes) {
+    auto image = Frame<Pixel>::random(area(size), 21);
+    std::vector<Pixel> wanted;
+    for (const Pixel pixel : image.pixels()) wanted.push_back(table.at(pixel));
+    CAlgorithm::Gamma(image.data(), table.data(), size.width, size.height);
+    ASSERT_EQ(image.pixels(), wanted);
+    ASSERT_TRUE(image.guardsIntact());
+  }
+  Frame<Pixel> image(16, 3);
+  CAlgorithm::Gamma(image.data(), table.data(), 4, 0);
+  CAlgorithm::Gamma(image.data(), table.data(), -4, -4);
+  EXPECT_EQ(image.pixels(), std::vector<Pixel>(16, 3));
+}
+
+TEST(Gamma, MapsEveryPixelThroughTheTable) {
+  expectMapped(Frame<uint8_t>::random(256, 22).pixels());
+  expectMapped(Frame<uint16_t>::random(65536, 23).pixels());
+}
+
+}  // namespace
+}  // namespace orvik::test
