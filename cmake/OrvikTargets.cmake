@@ -41,3 +41,21 @@ function(orvik_room name)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE orvik_flags)
 endfunction()
+
+# orvik_public_library(NAME MAP): what a shared library for users needs: its soname, the list of
+# names that it exports, its headers, and its place in the installation.
+function(orvik_public_library name map)
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${map})
+  target_link_options(${name} PRIVATE -Wl,--version-script=${map})
+  if(NOT ORVIK_SANITIZE)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  endif()
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  install(TARGETS ${name} EXPORT OrvikTargets
+          LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()

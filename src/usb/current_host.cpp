@@ -3,7 +3,6 @@
 
 #include <mutex>
 
-#include "seam/install.h"
 #include "usb/libusb_host.h"
 
 namespace orvik {
@@ -31,7 +30,3 @@ void installHost(std::shared_ptr<seam::Host> host) {
 }
 
 }  // namespace orvik
-
-void orvik_private_install_host(const std::shared_ptr<orvik::seam::Host>& host) noexcept {
-  orvik::installHost(host);
-}

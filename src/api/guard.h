@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <utility>
+
+#include "api/registry.h"
+#include "orvik/orvik.h"
+
+namespace orvik::api {
+
+/// Runs `body`; an exception ends here and becomes `onException`. The only place of the library
+/// where exceptions stop.
+template <class Result, class Body>
+Result guarded(Result onException, Body body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return onException;
+  }
+}
+
+/// Runs `body(camera)` for the open camera `index`, or returns the code for a bad index or a camera
+/// that is not open.
+/// @param onException code for a failure that the function has no code of its own for
+template <class Body>
+Orvik_ERROR_CODE withCamera(int index, Orvik_ERROR_CODE onException, Body body) noexcept {
+  return guarded(onException, [&] {
+    Orvik_ERROR_CODE error = Orvik_OK;
+    const auto camera = Registry::instance().find(index, error);
+    return camera ? body(*camera) : error;
+  });
+}
+
+}  // namespace orvik::api

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+// The flat functions that find, describe, open and close cameras and reach their controls.
+#include "api/guard.h"
+
+using orvik::OpenCamera;
+using orvik::Registry;
+using orvik::api::guarded;
+using orvik::api::withCamera;
+
+int OrvikGetNumOfConnectedCameras() {
+  return guarded(0, [] { return Registry::instance().enumerate(); });
+}
+
+Orvik_ERROR_CODE OrvikGetCameraProperty(Orvik_CAMERA_INFO* info, int index) {
+  if (info == nullptr) return Orvik_ERROR_INFO_INDEX;
+  return guarded(Orvik_ERROR_NO_CAMERA_OBJECT,
+                 [&] { return Registry::instance().property(*info, index); });
+}
+
+Orvik_ERROR_CODE OrvikOpenCamera(int index) {
+  return guarded(Orvik_ERROR_OPEN_FAILED, [&] { return Registry::instance().open(index); });
+}
+
+Orvik_ERROR_CODE OrvikCloseCamera(int index) {
+  return guarded(Orvik_ERROR_DRIVER_FAILED, [&] { return Registry::instance().close(index); });
+}
+
+Orvik_ERROR_CODE OrvikGetNumOfControls(int index, int* count) {
+  return withCamera(index, Orvik_ERROR_CONTROL, [&](OpenCamera& camera) {
+    if (count == nullptr) return Orvik_ERROR_CONTROL;
+    *count = camera.driver->GetNumOfControls();
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetControlCaps(int index, int controlIndex, Orvik_CONTROL_CAPS* caps) {
+  return withCamera(index, Orvik_ERROR_CONTROL, [&](OpenCamera& camera) {
+    if (caps == nullptr || !camera.driver->GetControlCaps(controlIndex, caps)) {
+      return Orvik_ERROR_CONTROL;
+    }
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t* value,
+                                      Orvik_BOOL* isAuto) {
+  return withCamera(index, Orvik_ERROR_CONTROL, [&](OpenCamera& camera) {
+    if (value == nullptr || isAuto == nullptr) return Orvik_ERROR_CONTROL;
+    return camera.driver->GetControlValue(type, value, isAuto) ? Orvik_OK : Orvik_ERROR_CONTROL;
+  });
+}
+
+Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
+                                      Orvik_BOOL isAuto) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    // The cooler's controls are not the common camera's: without a cooler there is nothing to set.
+    if (type == Orvik_CTL_TARGET_TEMP || type == Orvik_CTL_COOLER_ON) {
+      return Orvik_ERROR_DRIVER_FAILED;
+    }
+    return camera.driver->SetControlValue(type, value, isAuto == Orvik_TRUE);
+  });
+}

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: MIT
+#include "camera/camera_base.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
+#include "camera/current_clock.h"
+#include "usb/current_host.h"
+
+namespace orvik {
+namespace {
+
+/// Bytes of the largest frame: every pixel in 16 bits.
+std::size_t largestFrame(const ModelRow& model) {
+  return std::size_t{2} * static_cast<std::size_t>(model.maxWidth) *
+         static_cast<std::size_t>(model.maxHeight);
+}
+
+std::shared_ptr<CameraState> initialState(const ModelRow& model) {
+  auto state = std::make_shared<CameraState>();
+  state->width = model.maxWidth;
+  state->height = model.maxHeight;
+  state->gain = model.gain.defaultValue;
+  state->exposureUs = static_cast<std::uint64_t>(model.exposureUs.defaultValue);
+  state->gamma = model.gamma.defaultValue;
+  state->brightness = model.brightness.defaultValue;
+  state->whiteBalanceRed = model.whiteBalanceRedDefault;
+  state->whiteBalanceBlue = model.whiteBalanceBlueDefault;
+  state->hardwareBin = model.hardwareBinAtStart;
+  return state;
+}
+
+}  // namespace
+
+CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClass,
+                         std::shared_ptr<const FrameProtocol> protocol)
+    : model_(model),
+      clock_(currentClock()),
+      state_(initialState(model)),
+      link_(std::make_shared<VendorLink>(std::make_unique<CUsbDevice>(deviceClass))),
+      gate_(std::make_shared<CameraGate>(*this)),
+      protocol_(std::move(protocol)),
+      queue_(std::make_shared<FrameQueue>(largestFrame(model))),
+      arrivalFrames_{std::make_shared<PageBuffer>(largestFrame(model)),
+                     std::make_shared<PageBuffer>(largestFrame(model))},
+      delivery_(model_, *protocol_, *state_, *queue_) {
+  CAlgorithm::RGBYUV_Init();
+}
+
+CCameraBase::~CCameraBase() { endCapture(); }
+
+bool CCameraBase::openDevice(int ordinal) {
+  if (isOpen()) return true;
+  if (abandonedWorker_) return false;
+  CUsbDevice& device = link().device();
+  const int count = device.deviceCount();
+  int found = 0;
+  for (int n = 0; n < count; ++n) {
+    device.Open(static_cast<std::uint8_t>(n));
+    const bool ours = device.vendorId() == identity::kVendorId &&
+                      std::ranges::count(model_.productIds, device.productId()) != 0;
+    if (!ours || ++found != ordinal) continue;
+    // A device that another program holds stays with it.
+    if (!device.claim()) break;
+    link().allowRequests();
+    return true;
+  }
+  device.Close();
+  return false;
+}
+
+bool CCameraBase::closeDevice() {
+  stopCapture();
+  endLink();
+  return true;
+}
+
+void CCameraBase::endLink() {
+  if (abandonedWorker_) {
+    link().refuseRequests();  // the device closes when the worker lets go of it
+  } else {
+    link().close();
+  }
+}
+
+bool CCameraBase::hasCapturePlaces() const {
+  return queue_->isUsable() && arrivalFrames_[0]->size() != 0 && arrivalFrames_[1]->size() != 0;
+}
+
+bool CCameraBase::startCapture(bool snapshot) {
+  if (!isOpen()) return false;
+  if (state_->capturing) return true;
+  state_->exposureStatus = Orvik_EXPSTATE_EXPOSING;
+  state_->snapshot = snapshot;
+  const bool started = hasCapturePlaces() && capture_.start({.link = link_,
+                                                             .state = state_,
+                                                             .queue = queue_,
+                                                             .gate = gate_,
+                                                             .protocol = protocol_,
+                                                             .control = nullptr,
+                                                             .frames = arrivalFrames_},
+                                                            clock_);
+  // The caller learns of a worker that could not be started from the status.
+  if (!started) state_->exposureStatus = Orvik_EXPSTATE_FAILED;
+  return true;
+}
+
+bool CCameraBase::stopCapture() {
+  const bool wasCapturing = state_->capturing;
+  if (wasCapturing && !isOpen()) return false;
+  if (!capture_.stop()) abandonedWorker_ = true;
+  if (wasCapturing) state_->exposureStatus = Orvik_EXPSTATE_NONE;
+  state_->capturing = false;
+  return true;
+}
+
+void CCameraBase::endCapture() {
+  if (!capture_.stop()) abandonedWorker_ = true;
+  gate_->close();
+  endLink();
+}
+
+bool CCameraBase::deliverImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs) {
+  constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
+  FrameQueue::Wait wait;
+  if (waitMs != kNoLimit) wait = std::chrono::milliseconds(waitMs);
+  const std::size_t size = bufferSize > 0 ? static_cast<std::size_t>(bufferSize) : 0;
+  return delivery_.deliver({buffer, size}, wait);
+}
+
+void CCameraBase::readVersions() {
+  std::uint8_t firmware = 0;
+  GetFirmwareVer(&firmware);
+  firmwareVersion_ = firmware;
+  std::uint8_t major = 0;
+  std::array<std::uint8_t, 4> digits{};
+  GetFPGAVer(&major, digits.data());
+  fpgaMajor_ = major;
+  std::ranges::copy(digits, fpgaDigits_.begin());
+}
+
+int CCameraBase::GetGain(bool* automatic) {
+  *automatic = state_->gainAuto;
+  return state_->gain;
+}
+
+bool CCameraBase::SetGamma(int value) {
+  const auto lock = lockSettings();
+  state_->gamma = nextGamma(state_->gamma, value);
+  delivery_.setGamma(state_->gamma);
+  return true;
+}
+
+int CCameraBase::GetGamma() { return state_->gamma; }
+
+std::uint32_t CCameraBase::GetExp(bool* automatic) const {
+  *automatic = state_->exposureAuto;
+  return static_cast<std::uint32_t>(state_->exposureUs);
+}
+
+void CCameraBase::GetRGBBalance(int* red, int* blue, bool* automatic) const {
+  *red = state_->whiteBalanceRed;
+  *blue = state_->whiteBalanceBlue;
+  *automatic = state_->whiteBalanceAuto;
+}
+
+void CCameraBase::SetMisc(bool flipHorizontal, bool flipVertical) {
+  state_->flipHorizontal = flipHorizontal;
+  state_->flipVertical = flipVertical;
+}
+
+void CCameraBase::GetMisc(bool* flipHorizontal, bool* flipVertical) const {
+  *flipHorizontal = state_->flipHorizontal;
+  *flipVertical = state_->flipVertical;
+}
+
+bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {
+  *frameRate = state_->maxFrameRate;
+  *dataRate = state_->dataRate;
+  return true;
+}
+
+void CCameraBase::SetAutoPara(int maxGain, int maxExposure, int targetBrightness) {
+  state_->autoMaxGain = maxGain;
+  state_->autoMaxExposure = maxExposure;
+  state_->autoMaxBrightness = targetBrightness;
+}
+
+void CCameraBase::GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const {
+  *maxGain = state_->autoMaxGain;
+  *maxExposure = state_->autoMaxExposure;
+  *targetBrightness = state_->autoMaxBrightness;
+}
+
+void CCameraBase::GetCameraProperty(Orvik_CAMERA_INFO* info) const {
+  const std::size_t nameLength = std::min(std::strlen(model_.name), sizeof info->name - 1);
+  std::memset(info->name, 0, sizeof info->name);
+  std::memcpy(info->name, model_.name, nameLength);
+  info->maxHeight = model_.maxHeight;
+  info->maxWidth = model_.maxWidth;
+  info->colour = model_.colour ? Orvik_TRUE : Orvik_FALSE;
+  info->bayer = model_.bayer;
+  std::size_t bins = 0;
+  while (bins < model_.bins.size() && model_.bins[bins] >= 1) {
+    info->bins[bins] = model_.bins[bins];
+    ++bins;
+  }
+  if (bins < std::size(info->bins)) info->bins[bins] = 0;
+  IMG_TYPE* next = info->imageTypes;
+  for (const IMG_TYPE type : {Orvik_IMG_RAW8, Orvik_IMG_RGB24, Orvik_IMG_Y8, Orvik_IMG_RAW16}) {
+    if (isImgTypeSupported(type)) *next++ = type;
+  }
+  *next = Orvik_IMG_END;
+  info->pixelSizeUm = model_.pixelSizeUm;
+  info->hasShutter = Orvik_FALSE;
+  info->hasST4 = Orvik_TRUE;
+  info->hasCooler = model_.cooled ? Orvik_TRUE : Orvik_FALSE;
+  info->usb3Host = state_->usb3Host ? Orvik_TRUE : Orvik_FALSE;
+  info->usb3Camera = model_.usb3 ? Orvik_TRUE : Orvik_FALSE;
+}
+
+}  // namespace orvik

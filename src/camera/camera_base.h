@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "camera/camera_state.h"
+#include "camera/capture/camera_gate.h"
+#include "camera/capture/capture_session.h"
+#include "camera/capture/frame_protocol.h"
+#include "camera/capture/frame_queue.h"
+#include "camera/delivery/frame_delivery.h"
+#include "camera/model_row.h"
+#include "camera/vendor_link.h"
+#include "orvik/orvik.h"
+
+namespace orvik {
+
+/// The capabilities that isAvailable() tells of; a numbering of its own.
+enum Control_TYPE : std::int32_t {
+  CONTROL_GAIN = 0,
+  CONTROL_EXPOSURE = 1,
+  CONTROL_GAMMA = 2,
+  CONTROL_WB_R = 3,
+  CONTROL_WB_B = 4,
+  CONTROL_BRIGHTNESS = 5,
+  CONTROL_BANDWIDTH = 6,
+  CONTROL_OVERCLK = 7,
+  CONTROL_TEMPERATURE = 8,
+  CONTROL_FLIP = 9,
+  CONTROL_AUTO_LIMITS = 10,
+  CONTROL_COOLER = 11,
+  CONTROL_COOL_POWER = 12,
+  CONTROL_TARGET_TEMP = 13,
+};
+
+/// The common camera, from which every model driver derives: a face that hands on to its parts, the
+/// vendor link, the frame queue, capture and delivery.
+///
+/// Order of life: construct, OpenCamera(), InitCamera(), setters and StartCapture() / GetImage() /
+/// StopCapture() as often as wanted, CloseCamera(), destroy. Every derived class ends capture in
+/// its own destructor (endCapture()), while its virtual operations still exist.
+///
+/// Threads: OpenCamera(), InitCamera(), CloseCamera(), StartCapture() and StopCapture() for one
+/// thread at a time; GetImage() for one thread at a time, which may be another; everything else for
+/// any thread. Operations tell of failure by a false result only.
+class CCameraBase {
+ public:
+  CCameraBase(const CCameraBase&) = delete;
+  CCameraBase& operator=(const CCameraBase&) = delete;
+  virtual ~CCameraBase();
+
+  // What every model does in its own way
+  /// Opens the n-th device of this model. @param ordinal counted from 1
+  virtual bool OpenCamera(int ordinal) = 0;
+  /// Prepares the sensor of an open camera.
+  virtual bool InitCamera() = 0;
+  virtual bool CloseCamera() = 0;
+  /// @param width, height pixels after binning; the region is centred on the sensor
+  virtual bool SetResolution(int width, int height, int bin, IMAGE_TYPE type) = 0;
+  /// @param x, y sensor pixels; rounded and kept within the sensor
+  virtual bool SetStartPos(int x, int y) = 0;
+  virtual bool SetGain(int gain, bool automatic) = 0;
+  virtual int GetGain(bool* automatic);
+  /// Follows nextGamma(); rebuilds the tables.
+  virtual bool SetGamma(int value);
+  virtual int GetGamma();
+  virtual bool SetBrightness(int) { return false; }
+  virtual bool SetHighSpeedMode(bool) { return false; }
+  virtual bool SetHardwareBin(bool) { return false; }
+  /// @param percent share of the USB bandwidth
+  virtual bool SetFPSPerc(int, bool) { return false; }
+  virtual bool GetFPSPerc(int*, bool*) { return false; }
+  virtual bool SetOverCLKPerc(int) { return false; }
+  /// @param red, blue 50 is neutral
+  virtual void SetRGBBalance(int red, int blue, bool automatic) = 0;
+  /// @param exposureUs microseconds
+  virtual bool SetExp(std::uint64_t exposureUs, bool automatic) = 0;
+  /// Delivers one image.
+  /// @param bufferSize bytes; @param waitMs milliseconds, 0xFFFFFFFF without limit
+  virtual bool GetImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs) = 0;
+  /// Degrees Celsius; the last reading when the camera does not answer.
+  virtual float GetSensorTemp() { return 0.0F; }
+  virtual bool StartCapture(bool snapshot) = 0;
+  virtual bool StopCapture() = 0;
+
+  // Controls, as the flat interface reaches them
+  [[nodiscard]] int GetNumOfControls() const;
+  /// @param index position in the list of controls
+  bool GetControlCaps(int index, Orvik_CONTROL_CAPS* caps) const;
+  Orvik_ERROR_CODE SetControlValue(int type, std::int32_t value, bool automatic);
+  bool GetControlValue(int type, std::int32_t* value, Orvik_BOOL* automatic);
+  [[nodiscard]] bool isAvailable(Control_TYPE type) const;
+  /// @param type a number of the public image types
+  [[nodiscard]] bool isImgTypeSupported(int type) const;
+  /// Fills all but the camera's index.
+  void GetCameraProperty(Orvik_CAMERA_INFO* info) const;
+
+  // Single values
+  [[nodiscard]] int GetMaxWidth() const { return model_.maxWidth; }
+  [[nodiscard]] int GetMaxHeight() const { return model_.maxHeight; }
+  [[nodiscard]] double getPixelSize() const { return model_.pixelSizeUm; }
+  [[nodiscard]] BayerPattern getColorBayer() const { return model_.bayer; }
+  [[nodiscard]] int getMAXExposure() const { return model_.exposureUs.max; }
+  [[nodiscard]] int getFPSMin() const { return model_.bandwidthMin; }
+  [[nodiscard]] int getFPSMax() const { return model_.bandwidthMax; }
+  [[nodiscard]] int GetBrightness() const { return state_->brightness; }
+  [[nodiscard]] int GetCMOSClk() const { return state_->clockKhz; }
+  [[nodiscard]] int GetOverCLKPerc() const { return state_->overClock; }
+  [[nodiscard]] bool IsOutput16Bits() const { return state_->output16Bits; }
+  [[nodiscard]] bool IsHardwareBin() const { return state_->hardwareBin; }
+  [[nodiscard]] bool IsHighSpeedMode() const { return state_->highSpeedMode; }
+  [[nodiscard]] std::uint8_t GetFWVer() const { return firmwareVersion_; }
+  /// Microseconds, the low 32 bits.
+  std::uint32_t GetExp(bool* automatic) const;
+  void GetRGBBalance(int* red, int* blue, bool* automatic) const;
+  void SetMisc(bool flipHorizontal, bool flipVertical);
+  void GetMisc(bool* flipHorizontal, bool* flipVertical) const;
+  /// Frames a second, and megapixels a second.
+  bool GetMaxFPS(float* frameRate, float* dataRate) const;
+  void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
+  void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
+  /// Degrees Celsius.
+  float GetTemp() { return GetSensorTemp(); }
+
+  // Vendor requests; see VendorLink
+  bool SendCMD(std::uint8_t command);
+  bool SendCMD(std::uint8_t command, std::uint16_t value, std::uint16_t index, bool read,
+               std::uint8_t* buffer, std::int32_t length);
+  bool WriteCameraRegister(std::uint16_t address, std::uint16_t value);
+  bool WriteCameraRegisterByte(std::uint16_t address, std::uint8_t value);
+  bool ReadCameraRegister(std::uint16_t address, std::uint16_t* value);
+  bool ReadCameraRegisterByte(std::uint16_t address, std::uint8_t* value);
+  bool WriteSONYREG(std::uint16_t address, std::uint8_t value);
+  bool ReadSONYREG(std::uint16_t address, std::uint8_t* value);
+  bool WriteFPGAREG(std::uint16_t address, std::uint16_t value);
+  bool ReadFPGAREG(std::uint16_t address, std::uint8_t* value);
+  /// Gives the flash's bus to the pixel stream, or takes it back.
+  bool EnableGPIF32DQ(bool enable);
+  bool StartUSBStreaming();
+  bool StopUSBStreaming();
+  bool StartSensorCLK();
+  bool StopSensorCLK();
+  /// @param version 1 when the camera's answer is not a version
+  bool GetFirmwareVer(std::uint8_t* version);
+  /// @param major, digits version, one number and four hexadecimal digits
+  bool GetFPGAVer(std::uint8_t* major, std::uint8_t* digits);
+  /// As read when the camera was initialised.
+  void GetFPGAVerVal(std::uint8_t* major, std::uint8_t* digits) const;
+  bool IsUSB3Host();
+  bool ResetEndPoint(std::uint8_t endpoint);
+  bool ResetDevice();
+
+  // What the flat interface needs to know
+  [[nodiscard]] CameraState& state() { return *state_; }
+  [[nodiscard]] const CameraState& state() const { return *state_; }
+  [[nodiscard]] const ModelRow& model() const { return model_; }
+
+ protected:
+  /// @param model must outlive the camera
+  /// @param deviceClass device-interface class that the model's devices belong to
+  /// @param protocol how the model streams; must outlive the camera and its workers
+  CCameraBase(const ModelRow& model, const identity::Guid& deviceClass,
+              std::shared_ptr<const FrameProtocol> protocol);
+
+  // The common part of the operations above
+  bool openDevice(int ordinal);
+  bool closeDevice();
+  bool startCapture(bool snapshot);
+  bool stopCapture();
+  /// Ends capture and bars the worker from this object.
+  void endCapture();
+  bool deliverImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs);
+  /// Forgets frames that wait in a format that is no longer wanted.
+  void forgetFrames() { queue_->clear(); }
+  void readVersions();
+
+  [[nodiscard]] VendorLink& link() const { return *link_; }
+  [[nodiscard]] bool isOpen() const { return link_->isOpen(); }
+  /// Held by a setter while it writes what belongs together.
+  [[nodiscard]] auto lockSettings() { return gate_->lock(); }
+  [[nodiscard]] seam::Clock& clock() const { return *clock_; }
+
+ private:
+  Orvik_ERROR_CODE setFlip(std::int32_t value);
+  [[nodiscard]] bool hasCapturePlaces() const;
+  void endLink();
+
+  const ModelRow& model_;
+  const std::shared_ptr<seam::Clock> clock_;
+  const std::shared_ptr<CameraState> state_;
+  const std::shared_ptr<VendorLink> link_;
+  const std::shared_ptr<CameraGate> gate_;
+  const std::shared_ptr<const FrameProtocol> protocol_;
+  const std::shared_ptr<FrameQueue> queue_;
+  std::array<FrameBuffer, 2> arrivalFrames_;
+  FrameDelivery delivery_;
+  CaptureSession capture_;
+  bool abandonedWorker_ = false;  ///< one did not stop in time and still uses the device
+  std::atomic<std::uint8_t> firmwareVersion_{0};
+  std::atomic<std::uint8_t> fpgaMajor_{0};
+  std::array<std::atomic<std::uint8_t>, 4> fpgaDigits_{};
+};
+
+}  // namespace orvik

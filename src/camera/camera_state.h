@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "orvik/orvik.h"
+
+namespace orvik {
+
+/// Pixel layout that a model driver delivers; the public image type is made of it and of the
+/// raw-output flag.
+enum IMAGE_TYPE : std::int32_t {
+  IMAGE_8BIT = 0,    ///< mosaic (raw output) or luminance, 1 byte a pixel
+  IMAGE_RGB24 = 1,   ///< blue, green, red
+  IMAGE_YUV422 = 2,  ///< packed 4:2:2, bottom row first
+  IMAGE_GREY30 = 3,  ///< a 10-bit value three times in 32 bits
+  IMAGE_RAW16 = 4,   ///< mosaic, 2 bytes a pixel
+};
+
+/// The values of a camera that more than one thread sees: one side writes, the other polls. The
+/// capture worker holds them by shared ownership, so that it can outlive the camera object.
+struct CameraState {
+  // Image geometry
+  std::atomic<int> width{0};   ///< pixels after binning
+  std::atomic<int> height{0};  ///< pixels after binning
+  std::atomic<int> bin{1};
+  std::atomic<int> startX{0};  ///< sensor pixels
+  std::atomic<int> startY{0};  ///< sensor pixels
+  std::atomic<IMAGE_TYPE> imageType{IMAGE_8BIT};
+  std::atomic<bool> rawOutput{false};
+  std::atomic<bool> output16Bits{false};
+  std::atomic<bool> hardwareBin{false};
+  std::atomic<bool> highSpeedMode{false};
+  std::atomic<bool> rowMirror{false};  ///< readout counts rows from the bottom; no model does yet
+
+  // Control values
+  std::atomic<int> gain{0};
+  std::atomic<bool> gainAuto{false};
+  std::atomic<std::uint64_t> exposureUs{0};
+  std::atomic<bool> exposureAuto{false};
+  std::atomic<int> gamma{50};
+  std::atomic<int> brightness{0};
+  std::atomic<int> whiteBalanceRed{0};
+  std::atomic<int> whiteBalanceBlue{0};
+  std::atomic<bool> whiteBalanceAuto{false};
+  std::atomic<int> bandwidth{0};  ///< percent
+  std::atomic<bool> bandwidthAuto{false};
+  std::atomic<int> overClock{0};  ///< percent
+  std::atomic<bool> flipHorizontal{false};
+  std::atomic<bool> flipVertical{false};
+  std::atomic<int> autoMaxGain{50};
+  std::atomic<int> autoMaxExposure{30};  ///< seconds
+  std::atomic<int> autoMaxBrightness{100};
+
+  // Timing
+  std::atomic<int> clockKhz{0};
+  std::atomic<int> lineLength{0};  ///< clock cycles
+  std::atomic<std::uint32_t> exposureLines{0};
+  std::atomic<bool> longExposure{false};  ///< the host times the exposure
+  std::atomic<float> maxFrameRate{0};     ///< frames a second
+  std::atomic<float> dataRate{0};         ///< megapixels a second
+
+  // Capture
+  std::atomic<bool> capturing{false};
+  std::atomic<bool> snapshot{false};
+  std::atomic<Orvik_EXPOSURE_STATUS> exposureStatus{Orvik_EXPSTATE_NONE};
+  std::atomic<int> droppedFrames{0};
+
+  // What the camera reported
+  std::atomic<bool> usb3Host{false};
+  std::atomic<float> temperature{0};  ///< degrees Celsius, last reading
+
+  /// Whether the camera itself reduces the frame to the output size.
+  [[nodiscard]] bool binsInCamera() const { return hardwareBin || bin == 1; }
+  /// The bin factor that is left to the host.
+  [[nodiscard]] int softwareBin() const { return hardwareBin ? 1 : bin.load(); }
+  /// Rows of a frame on the wire.
+  [[nodiscard]] int rowsDelivered() const { return height * softwareBin(); }
+  /// Columns of a frame on the wire.
+  [[nodiscard]] int columnsDelivered() const { return width * softwareBin(); }
+  [[nodiscard]] int bytesPerSample() const { return output16Bits ? 2 : 1; }
+  /// Bytes of a frame on the wire.
+  [[nodiscard]] std::size_t frameBytes() const {
+    return static_cast<std::size_t>(rowsDelivered()) *
+           static_cast<std::size_t>(columnsDelivered()) *
+           static_cast<std::size_t>(bytesPerSample());
+  }
+};
+
+}  // namespace orvik

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
+#include "camera/camera_state.h"
+#include "camera/capture/bulk_stream.h"
+#include "camera/capture/camera_gate.h"
+#include "camera/capture/capture_control.h"
+#include "camera/capture/capture_laws.h"
+#include "camera/capture/frame_protocol.h"
+#include "camera/capture/frame_queue.h"
+#include "camera/vendor_link.h"
+
+namespace orvik {
+
+/// All that a capture worker touches, by shared ownership: a worker that could not be stopped in
+/// time is left to itself, and nothing that it may still use goes away under it.
+struct CaptureParts {
+  std::shared_ptr<VendorLink> link;
+  std::shared_ptr<CameraState> state;
+  std::shared_ptr<FrameQueue> queue;
+  std::shared_ptr<CameraGate> gate;
+  std::shared_ptr<const FrameProtocol> protocol;
+  std::shared_ptr<CaptureControl> control;
+  std::array<FrameBuffer, 2> frames;  ///< memory for the frames that arrive
+};
+
+/// Reads frames from the camera until it is stopped, or in snapshot mode until one frame is good.
+/// The only reader of the bulk endpoint. Lives on a thread of its own, which calls run() once.
+class CaptureWorker {
+ public:
+  explicit CaptureWorker(CaptureParts parts);
+
+  void run();
+
+ private:
+  enum class Next : std::uint8_t { kGoOn, kLeave };
+
+  void start();
+  void restartCamera();
+  void finish();
+  Next step();
+  Next onEmpty(bool pipeFailed);
+  void onBadFrame();
+  Next onGoodFrame();
+  Next endSnapshot(Orvik_EXPOSURE_STATUS status);
+  void exposeLong();
+  void followExposureMode();
+  void lowerBandwidth();
+  [[nodiscard]] std::chrono::milliseconds waitPerRead() const;
+  [[nodiscard]] std::span<std::uint8_t> currentFrame() const;
+
+  CaptureParts parts_;
+  VendorLink& link_;
+  CameraState& state_;
+  const FrameProtocol& protocol_;
+  CaptureControl& control_;
+
+  bool snapshot_;
+  bool longExposure_ = false;  ///< the mode that the camera runs in
+  std::size_t frameBytes_;
+  BulkStream stream_;
+  BandwidthFallback fallback_;
+  std::uint32_t badFrames_ = 0;
+  int emptyReads_ = 0;
+};
+
+}  // namespace orvik

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "camera/model_row.h"
+#include "orvik/orvik.h"
+
+namespace orvik {
+
+/// Number of control types; the valid ones are 0 to this - 1.
+inline constexpr int kControlCount = 18;
+
+/// Describes a control as a model offers it.
+/// @return false when there is no such control type; `caps` is then as it was.
+bool describeControl(const ModelRow& model, Orvik_CONTROL_TYPE type, Orvik_CONTROL_CAPS& caps);
+
+}  // namespace orvik

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#include "camera/delivery/frame_delivery.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "algorithm/grey10.h"
+
+namespace orvik {
+namespace {
+
+constexpr int kNeutralGamma = 50;
+constexpr std::size_t kBytesPerColourPixel = 3;
+
+std::size_t largestFrame(const ModelRow& model) {
+  return std::size_t{2} * static_cast<std::size_t>(model.maxWidth) *
+         static_cast<std::size_t>(model.maxHeight);
+}
+
+}  // namespace
+
+/// The settings that one image is made with, read once: they may change meanwhile.
+struct FrameDelivery::Job {
+  int width = 0;    ///< of the image
+  int height = 0;   ///< of the image
+  int hostBin = 1;  ///< bin factor that is left to the host
+  bool is16Bits = false;
+  bool flipHorizontal = false;
+  bool flipVertical = false;
+  bool rawOutput = false;
+  IMAGE_TYPE type = IMAGE_8BIT;
+
+  [[nodiscard]] std::size_t pixels() const {
+    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  }
+  [[nodiscard]] int columns() const { return width * hostBin; }
+  [[nodiscard]] int rows() const { return height * hostBin; }
+  [[nodiscard]] std::size_t bytesPerSample() const { return is16Bits ? 2 : 1; }
+  [[nodiscard]] std::size_t rowBytes() const {
+    return static_cast<std::size_t>(columns()) * bytesPerSample();
+  }
+  [[nodiscard]] std::size_t frameBytes() const {
+    return rowBytes() * static_cast<std::size_t>(rows());
+  }
+};
+
+FrameDelivery::FrameDelivery(const ModelRow& model, const FrameProtocol& protocol,
+                             const CameraState& state, FrameQueue& queue)
+    : model_(model),
+      protocol_(protocol),
+      state_(state),
+      queue_(queue),
+      frame_(std::make_shared<PageBuffer>(largestFrame(model))),
+      rgb_(std::make_shared<PageBuffer>(
+          model.colour ? largestFrame(model) / 2 * kBytesPerColourPixel : 0)) {}
+
+void FrameDelivery::setGamma(int value) {
+  std::shared_ptr<GammaTables> tables;
+  if (value != kNeutralGamma) {
+    tables = std::make_shared<GammaTables>();
+    buildGammaTables(value, GammaTable8(tables->table8), GammaTable16(tables->table16));
+  }
+  const std::lock_guard lock(gammaMutex_);
+  gamma_ = std::move(tables);
+}
+
+FrameDelivery::Job FrameDelivery::currentJob() const {
+  Job job;
+  job.width = state_.width;
+  job.height = state_.height;
+  job.hostBin = state_.softwareBin();
+  job.is16Bits = state_.output16Bits;
+  job.flipHorizontal = state_.flipHorizontal;
+  job.flipVertical = state_.flipVertical;
+  job.rawOutput = state_.rawOutput;
+  job.type = state_.imageType;
+  return job;
+}
+
+bool FrameDelivery::isUsable() const {
+  return frame_->size() != 0 && (rgb_->size() != 0 || !model_.colour);
+}
+
+bool FrameDelivery::fits(const Job& job, std::size_t imageBytes) const {
+  switch (job.type) {
+    case IMAGE_RGB24:
+      return imageBytes >= job.pixels() * kBytesPerColourPixel;
+    case IMAGE_YUV422:
+      return imageBytes >= job.pixels() * 2;
+    case IMAGE_8BIT:
+      return job.rawOutput || !model_.colour || imageBytes >= job.pixels();
+    default:
+      return true;  // copied as far as there is room
+  }
+}
+
+bool FrameDelivery::deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait) {
+  std::unique_lock turn(turn_, std::defer_lock);
+  if (wait) {
+    if (!turn.try_lock_for(*wait)) return false;
+  } else {
+    turn.lock();
+  }
+  if (!isUsable() || !fits(currentJob(), image.size())) return false;
+  if (!queue_.pop(frame_, wait)) return false;
+  const Job job = currentJob();
+  if (!fits(job, image.size())) return false;  // the format was changed during the wait
+
+  protocol_.mendMarks(frame_->bytes().first(job.frameBytes()), job.rowBytes());
+  applyGamma(job);
+  CAlgorithm::SoftMisc(frame_->data(), job.width, job.height, job.hostBin, job.is16Bits,
+                       job.flipVertical, job.flipHorizontal);
+  CAlgorithm::ColorRAWBin(frame_->data(), frame_->words(), job.width, job.height, job.hostBin,
+                          job.is16Bits);
+  convert(job, image);
+  return true;
+}
+
+void FrameDelivery::applyGamma(const Job& job) {
+  std::shared_ptr<const GammaTables> tables;
+  {
+    const std::lock_guard lock(gammaMutex_);
+    tables = gamma_;
+  }
+  if (!tables) return;
+  if (job.is16Bits) {
+    CAlgorithm::Gamma(frame_->words(), tables->table16.data(), job.columns(), job.rows());
+  } else {
+    CAlgorithm::Gamma(frame_->data(), tables->table8.data(), job.columns(), job.rows());
+  }
+}
+
+void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
+  switch (job.type) {
+    case IMAGE_8BIT:
+      if (model_.colour && !job.rawOutput) {
+        CAlgorithm::RGB2Y8(demosaicToBuffer(job), image.data(), job.width, job.height);
+        return;
+      }
+      break;
+    case IMAGE_RGB24:
+      demosaic(job, image.data());
+      return;
+    case IMAGE_YUV422:
+      CAlgorithm::RGB2YUV2(demosaicToBuffer(job), image.data(), job.width, job.height, true);
+      return;
+    case IMAGE_GREY30:
+      grey10(frame_->words(), image.data(), std::min(image.size() / 4, job.pixels()));
+      return;
+    case IMAGE_RAW16:
+      break;
+  }
+  std::memcpy(image.data(), frame_->data(),
+              std::min(image.size(), job.pixels() * job.bytesPerSample()));
+}
+
+void FrameDelivery::demosaic(const Job& job, std::uint8_t* rgb) {
+  const DemosaicRoutine routine =
+      demosaicRoutine(model_.bayer, job.flipHorizontal, job.flipVertical);
+  if (routine != nullptr) routine(frame_->data(), rgb, job.width, job.height);
+}
+
+const std::uint8_t* FrameDelivery::demosaicToBuffer(const Job& job) {
+  demosaic(job, rgb_->data());
+  return rgb_->data();
+}
+
+}  // namespace orvik

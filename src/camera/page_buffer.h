@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace orvik {
+
+/// Page-aligned memory that reads as zero and costs nothing until it is touched: a buffer for a
+/// full-size frame can be had when a camera object is made, long before (or without) any capture.
+class PageBuffer {
+ public:
+  /// Reserves `bytes` of address space. The buffer is empty when the system refuses.
+  explicit PageBuffer(std::size_t bytes);
+  ~PageBuffer();
+  PageBuffer(const PageBuffer&) = delete;
+  PageBuffer& operator=(const PageBuffer&) = delete;
+
+  [[nodiscard]] std::uint8_t* data() const { return data_; }
+  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] std::span<std::uint8_t> bytes() const { return {data_, size_}; }
+  /// The buffer as 16-bit samples.
+  [[nodiscard]] std::uint16_t* words() const { return static_cast<std::uint16_t*>(memory_); }
+
+ private:
+  void* memory_ = nullptr;
+  std::uint8_t* data_ = nullptr;
+  std::size_t size_ = 0;
+};
+
+/// A frame's memory. Frames move from hand to hand by exchanging these, not by copying.
+using FrameBuffer = std::shared_ptr<PageBuffer>;
+
+}  // namespace orvik

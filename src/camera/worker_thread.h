@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace orvik {
+
+/// A thread that can be waited for with a limit. For one owner thread at a time.
+class WorkerThread {
+ public:
+  WorkerThread() = default;
+  /// Leaves a thread that still runs to itself; join() first.
+  ~WorkerThread();
+  WorkerThread(const WorkerThread&) = delete;
+  WorkerThread& operator=(const WorkerThread&) = delete;
+
+  /// Starts `work` on a new thread; the one before must have been joined.
+  /// `work` owns, by shared ownership, all that it touches.
+  /// @return false when the system has no thread to give.
+  bool start(std::function<void()> work);
+
+  /// Waits until the thread has ended, at most `limit`.
+  /// @return true when it has, or never started; false when it was given up: it goes on alone.
+  bool join(std::chrono::milliseconds limit);
+
+ private:
+  struct Completion {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool ended = false;
+  };
+
+  std::shared_ptr<Completion> completion_;
+  std::thread thread_;
+};
+
+}  // namespace orvik
