@@ -204,7 +204,7 @@ void CCameraBase::GetCameraProperty(Orvik_CAMERA_INFO* info) const {
   info->bayer = model_.bayer;
   std::size_t bins = 0;
   while (bins < model_.bins.size() && model_.bins[bins] >= 1) {
-    info->bins[bins] = model_.bins[bins];
+    info->bins[bins] = int{model_.bins[bins]};
     ++bins;
   }
   if (bins < std::size(info->bins)) info->bins[bins] = 0;

@@ -51,7 +51,7 @@ ShutterTiming shutterFor(std::uint64_t exposureUs, int rows, int lineLength, int
   std::uint64_t frameLength = 0;
   std::uint64_t shutterStart = 0;
   if (exposureUs <= frameTimeUs) {
-    frameLength = static_cast<std::uint64_t>(rows + kBlankRows);
+    frameLength = std::uint64_t{static_cast<std::uint32_t>(rows)} + kBlankRows;
     const auto start =
         static_cast<std::int64_t>(frameLength) - static_cast<std::int64_t>(lines) - 1;
     const std::int64_t lastStart = rows + kBlankRows - 2;

@@ -3,13 +3,11 @@
 
 #include <cstdint>
 
-namespace orvik {
-
 /// Timing of the marked-frame models: what exposure, bandwidth and mode mean in lines and clock
 /// cycles. The FPGA holds line length and frame length, the sensor the line at which the shutter
 /// opens. Pure functions; arithmetic in single precision where a fraction of a line is cut off,
 /// because the cameras' register values are defined by it.
-namespace marked {
+namespace orvik::marked {
 
 inline constexpr std::uint64_t kMinExposureUs = 32;
 inline constexpr std::uint64_t kLongExposureUs = 1'000'000;
@@ -59,5 +57,4 @@ ShutterTiming shutterFor(std::uint64_t exposureUs, int rows, int lineLength, int
 /// Frames a second at this timing.
 float maxFrameRate(int rows, int lineLength, int clockKhz);
 
-}  // namespace marked
-}  // namespace orvik
+}  // namespace orvik::marked

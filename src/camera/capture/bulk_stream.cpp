@@ -16,10 +16,10 @@ constexpr auto kRefusalPause = 10ms;
 
 }  // namespace
 
-BulkStream::BulkStream(CUsbDevice& device, const std::array<FrameBuffer, 2>& frames,
+BulkStream::BulkStream(CUsbDevice& device, std::array<FrameBuffer, 2> frames,
                        std::size_t frameBytes, std::size_t transferBytes)
     : endpoint_(device.bulkIn()),
-      frames_(frames),
+      frames_(std::move(frames)),
       frameBytes_(frameBytes),
       transferBytes_(transferBytes),
       readsPerFrame_((frameBytes + transferBytes - 1) / transferBytes),

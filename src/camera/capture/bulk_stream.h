@@ -36,7 +36,7 @@ class BulkStream {
   /// @param frames memory for the frame that is being filled and for the one that follows
   /// @param frameBytes bytes of one frame, above 0
   /// @param transferBytes bytes of one read, above 0
-  BulkStream(CUsbDevice& device, const std::array<FrameBuffer, 2>& frames, std::size_t frameBytes,
+  BulkStream(CUsbDevice& device, std::array<FrameBuffer, 2> frames, std::size_t frameBytes,
              std::size_t transferBytes);
   ~BulkStream();
   BulkStream(const BulkStream&) = delete;
