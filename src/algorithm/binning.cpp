@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <limits>
 #include <type_traits>
 
 namespace orvik {
@@ -100,17 +99,25 @@ class Binner {
   void addRow(const Sample* samples, size_t x, size_t count, Sums& sums) const {
     const bool cutOff = Layout::kStep == 2 && x + count == width_ && width_ % 2 == 1;
     const size_t whole = cutOff ? count - 1 : count;
-    const Sample* const first = samples + x * bin_;
-    for (size_t i = 0; i < whole; ++i) {
-      for (size_t k = 0; k < bin_; ++k) {
-        sums[i] += Rule::term(first[Layout::first(i, bin_) + Layout::kStep * k], bin32());
-      }
-    }
+    addWhole(samples + x * bin_, whole, sums);
     if (cutOff) {
       for (size_t k = 0; k < bin_; ++k) {
         const size_t column =
             inside(Layout::first(width_ - 1, bin_) + Layout::kStep * k, rowLength_);
         sums[whole] += Rule::term(samples[column], bin32());
+      }
+    }
+  }
+
+  /// For output columns whose samples all lie inside. In steps of kStep columns with a fixed inner
+  /// loop, for the compiler to see plain strides.
+  void addWhole(const Sample* samples, size_t count, Sums& sums) const {
+    for (size_t i = 0; i + Layout::kStep <= count;
+         i += Layout::kStep, samples += Layout::kStep * bin_) {
+      for (size_t k = 0; k < bin_; ++k) {
+        for (size_t colour = 0; colour < Layout::kStep; ++colour) {
+          sums[i + colour] += Rule::term(samples[Layout::kStep * k + colour], bin32());
+        }
       }
     }
   }
