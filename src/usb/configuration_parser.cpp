@@ -21,11 +21,8 @@ std::optional<Companion> takeCompanion(DescriptorWalk& walk) {
 /// An endpoint from its descriptor, and from the companion that follows it where one must.
 std::optional<Endpoint> parseEndpoint(Bytes d, DescriptorWalk& walk, Companions companions) {
   if (d.size() < kEndpointBytes) return std::nullopt;
-  Endpoint endpoint{.address = d[2],
-                    .attributes = d[3],
-                    .maxPacketSize = readU16(d, 4),
-                    .interval = d[6],
-                    .companion = std::nullopt};
+  Endpoint endpoint{
+      .address = d[2], .attributes = d[3], .maxPacketSize = readU16(d, 4), .interval = d[6]};
   if (companions == Companions::kRequired) {
     endpoint.companion = takeCompanion(walk);
     if (!endpoint.companion) return std::nullopt;
@@ -88,8 +85,7 @@ std::optional<Configuration> parseConfiguration(Bytes bytes, Companions companio
                               .value = d[5],
                               .stringIndex = d[6],
                               .attributes = d[7],
-                              .maxPower = d[8],
-                              .interfaces = {}};
+                              .maxPower = d[8]};
   while (!walk.atEnd() && configuration.interfaces.size() < kMaxInterfaces) {
     const auto next = walk.take();
     if (!next) return std::nullopt;

@@ -78,9 +78,7 @@ std::optional<Bos> parseBos(Bytes bytes) {
   DescriptorWalk walk(bytes);
   const auto header = walk.take(kTypeBos, kBosHeaderBytes);
   if (!header) return std::nullopt;
-  Bos bos;
-  bos.totalLength = readU16(*header, 2);
-  bos.capabilityCount = (*header)[4];
+  Bos bos{.totalLength = readU16(*header, 2), .capabilityCount = (*header)[4]};
   for (int i = 0; i < bos.capabilityCount; ++i) {
     const auto capability = walk.take(kTypeDeviceCapability, 3);
     if (!capability || !addCapability(*capability, bos)) return std::nullopt;

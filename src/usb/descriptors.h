@@ -67,7 +67,7 @@ struct Endpoint {
   std::uint8_t attributes = 0;
   std::uint16_t maxPacketSize = 0;  ///< wMaxPacketSize as sent
   std::uint8_t interval = 0;
-  std::optional<Companion> companion;
+  std::optional<Companion> companion{};
 
   [[nodiscard]] EndpointType type() const { return static_cast<EndpointType>(attributes & 3); }
   [[nodiscard]] bool isIn() const { return (address & 0x80) != 0; }
@@ -81,7 +81,7 @@ struct Interface {
   std::uint8_t protocol = 0;
   std::uint8_t stringIndex = 0;
   std::uint8_t alternateSettingCount = 0;  ///< interfaces here with the same number
-  std::vector<Endpoint> endpoints;         ///< at most kMaxDataEndpoints
+  std::vector<Endpoint> endpoints{};       ///< at most kMaxDataEndpoints
 };
 
 struct Configuration {
@@ -90,8 +90,8 @@ struct Configuration {
   std::uint8_t value = 0;
   std::uint8_t stringIndex = 0;
   std::uint8_t attributes = 0;
-  std::uint8_t maxPower = 0;          ///< 2 mA at USB 2, 8 mA at USB 3
-  std::vector<Interface> interfaces;  ///< every alternate setting is one; at most kMaxInterfaces
+  std::uint8_t maxPower = 0;            ///< 2 mA at USB 2, 8 mA at USB 3
+  std::vector<Interface> interfaces{};  ///< every alternate setting is one; at most kMaxInterfaces
 };
 
 struct Usb20Extension {
@@ -114,9 +114,9 @@ struct ContainerId {
 struct Bos {
   std::uint16_t totalLength = 0;
   std::uint8_t capabilityCount = 0;
-  std::optional<Usb20Extension> usb20Extension;
-  std::optional<SuperSpeedCapability> superSpeed;
-  std::optional<ContainerId> containerId;
+  std::optional<Usb20Extension> usb20Extension{};
+  std::optional<SuperSpeedCapability> superSpeed{};
+  std::optional<ContainerId> containerId{};
 };
 
 /// Whether endpoint descriptors are followed by SuperSpeed companions.

@@ -16,12 +16,6 @@ constexpr milliseconds kLastWait{1000};
 constexpr std::uint8_t kRequestTypeMask = 3;
 constexpr std::uint8_t kTargetMask = 0x1F;
 
-descriptors::Endpoint endpointZero(std::uint8_t maxPacketSize) {
-  descriptors::Endpoint endpoint;
-  endpoint.maxPacketSize = maxPacketSize;
-  return endpoint;
-}
-
 }  // namespace
 
 std::uint32_t effectivePacketBytes(const descriptors::Endpoint& endpoint) {
@@ -129,7 +123,7 @@ void CCyUSBEndPoint::setTransferSize(std::size_t bytes) {
 }
 
 CCyControlEndPoint::CCyControlEndPoint(std::shared_ptr<seam::Port> port, std::uint8_t maxPacketSize)
-    : CCyControlEndPoint(std::move(port), endpointZero(maxPacketSize)) {}
+    : CCyControlEndPoint(std::move(port), descriptors::Endpoint{.maxPacketSize = maxPacketSize}) {}
 
 CCyControlEndPoint::CCyControlEndPoint(std::shared_ptr<seam::Port> port,
                                        const descriptors::Endpoint& descriptor)
