@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "seam/usb_host.h"
+#include "sim/sky/scene.h"
+
+namespace orvik::sim {
+
+enum class Pace : std::uint8_t {
+  kReal,  ///< frames in the time that the registers ask for
+  kFree,  ///< a frame whenever the host waits for data; a few pictures are made and repeated
+};
+
+/// One control transfer, as it went over the wire.
+struct ControlRecord {
+  seam::SetupPacket setup;
+  std::span<const std::uint8_t> data;  ///< sent to the device, or answered by it
+  seam::TransferStatus status;
+};
+
+/// Called after each control transfer, in their order, on the thread that submitted it. It must not
+/// call the camera or its host.
+using ControlObserver = std::function<void(const ControlRecord&)>;
+
+/// Called with the bytes of each frame, marks included, before they go to the wire; it may change,
+/// shorten or lengthen them. False drops the frame. Runs on the camera's streaming thread and must
+/// not call the camera or its host.
+using FrameFilter = std::function<bool(std::vector<std::uint8_t>&)>;
+
+/// How a virtual camera is plugged in.
+struct CameraOptions {
+  bool usb3Port = true;
+  std::optional<std::uint32_t> serial;  ///< derived from the camera's id when absent
+  std::uint64_t seed = 1;               ///< of sky and noise
+  SceneKind sceneKind = SceneKind::kStars;
+  std::shared_ptr<const Scene> scene;  ///< takes the place of `sceneKind` when given
+  Pace pace = Pace::kReal;
+  double light = 1;     ///< factor on the scene's brightness
+  double ambient = 20;  ///< degrees Celsius
+  bool noise = true;    ///< false: a sensor without noise, dark current and hot pixels
+  ControlObserver controlObserver;
+  FrameFilter frameFilter;
+};
+
+}  // namespace orvik::sim

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "seam/clock.h"
+#include "sim/sensor_format.h"
+
+namespace orvik::sim {
+
+/// All that decides what a frame looks like and how long it takes, as decoded from a camera's
+/// registers at the moment the frame begins.
+struct FrameSettings {
+  Area area;        ///< sensor pixels read out
+  int bin = 1;      ///< sensor pixels per side that make one sample, on the sensor or in the FPGA
+  int columns = 0;  ///< samples in a row delivered
+  int rows = 0;
+
+  int gain = 0;             ///< steps of 0.1 dB
+  int blackLevel = 0;       ///< steps of a 12-bit sample
+  int converterBits = 12;   ///< of the sensor's converter, 10 or 12
+  int linkBits = 12;        ///< width of a sample as the FPGA takes it from the sensor, 10 or 12
+  bool wideOutput = false;  ///< two bytes a sample instead of one
+  /// Of the four samples of a mosaic cell, row by row, in 1/128.
+  std::array<std::uint8_t, 4> cellGains = {128, 128, 128, 128};
+
+  seam::Clock::Duration frameTime{};
+  seam::Clock::Duration exposure{};
+  double celsius = 20;  ///< of the sensor
+
+  [[nodiscard]] std::size_t bytes() const {
+    return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
+           (wideOutput ? 2U : 1U);
+  }
+
+  friend bool operator==(const FrameSettings&, const FrameSettings&) = default;
+};
+
+enum class RunMode : std::uint8_t {
+  kStopped,
+  kFreeRunning,  ///< one frame after another
+  kTriggered,    ///< one frame each time the shutter signal ends
+};
+
+/// What a camera is doing at present.
+struct CaptureState {
+  RunMode mode = RunMode::kStopped;
+  bool shutterOpen = false;  ///< meaningful in triggered mode
+  /// None while the registers contradict each other, so that no frame can come about.
+  std::optional<FrameSettings> settings;
+};
+
+}  // namespace orvik::sim

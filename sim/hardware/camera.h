@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "seam/clock.h"
+#include "seam/usb_host.h"
+#include "sim/frame_settings.h"
+#include "sim/hardware/fpga.h"
+#include "sim/hardware/guide_port.h"
+#include "sim/hardware/sensor.h"
+#include "sim/hardware/spi_flash.h"
+#include "sim/hardware/thermometer.h"
+#include "sim/models.h"
+
+namespace orvik::sim {
+
+/// The electronics of a marked-frame camera: the bridge that answers vendor requests, and what
+/// stands behind it. Not thread-safe: the device's lock guards it.
+class Camera {
+ public:
+  Camera(const Model& model, bool usb3Port, double ambient, std::shared_ptr<seam::Clock> clock);
+
+  /// Carries out a vendor request.
+  /// @param data what the host sends, or room for the answer
+  /// @return bytes moved, or none when the bridge refuses the request (STALL).
+  std::optional<std::size_t> request(const seam::SetupPacket& setup, std::span<std::uint8_t> data);
+
+  /// What a reset of the port does to the bridge: the stream stops, all else stays.
+  void busReset();
+
+  [[nodiscard]] CaptureState captureState() const;
+  [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
+
+ private:
+  bool command(const seam::SetupPacket& setup);
+  std::optional<std::size_t> answer(const seam::SetupPacket& setup, std::span<std::uint8_t> data);
+  std::optional<std::size_t> readFlash(const seam::SetupPacket& setup,
+                                       std::span<std::uint8_t> data) const;
+  bool writeFlash(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
+  bool writeSensor(std::uint16_t address, std::uint16_t value);
+  [[nodiscard]] RunMode runMode() const;
+
+  const Model& model_;
+  bool usb3Port_;
+  std::shared_ptr<seam::Clock> clock_;
+  bool streaming_ = false;
+  bool sensorClockRuns_ = true;
+  bool wideBusOn_ = true;  ///< the bridge's 32-bit bus, which shares its pins with the flash
+  Sensor sensor_;
+  Fpga fpga_;
+  SpiFlash flash_;
+  GuidePort guidePort_;
+  Thermometer thermometer_;
+};
+
+}  // namespace orvik::sim

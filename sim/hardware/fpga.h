@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "sim/frame_settings.h"
+#include "sim/hardware/register_file.h"
+
+namespace orvik::sim {
+
+/// The FPGA between sensor and bridge: it times the sensor's lines and frames, bins, multiplies the
+/// mosaic's samples, marks each frame, and passes it on.
+///
+/// | Register | Meaning |
+/// |---|---|
+/// | 0 | 0x21 run, 0xE1 run in long-exposure mode, 0x31 and 0xF1 the same halted, 0x30 and 0 idle |
+/// | 1 | bit 0: hold; what is written meanwhile takes effect together at its end |
+/// | 2, 6 | 4 and 9 for a sensor that reads each pixel, 2 and 5 for one that averages 2 x 2 |
+/// | 4, 5 and 8, 9 | columns and rows delivered |
+/// | 10 | bit 0: samples of 12 instead of 10 bits from the sensor; bit 4: two bytes a sample out |
+/// | 11 | long exposure: 1 opens the shutter, 0 ends the exposure |
+/// | 12 to 15 | gains of the four samples of a mosaic cell, 128 is unity |
+/// | 16 to 18 | frame length in lines |
+/// | 19, 20 | line length in clock cycles |
+/// | 29 to 31 | version, read only |
+///
+/// Columns, rows and lengths are 0 after power-up: no frame comes before they are written.
+class Fpga {
+ public:
+  Fpga();
+
+  /// Numbers above 255 hold no register: they are ignored and read as 0.
+  void write(std::uint16_t number, std::uint8_t value);
+  [[nodiscard]] std::uint8_t read(std::uint16_t number) const;
+
+  [[nodiscard]] RunMode runMode() const;
+  [[nodiscard]] bool shutterOpen() const;
+  /// The pixels per side that the FPGA expects the sensor to average: 1, 2, or 0 for a
+  /// contradictory setting.
+  [[nodiscard]] int expectedSensorBin() const;
+  [[nodiscard]] int columns() const;
+  [[nodiscard]] int rows() const;
+  [[nodiscard]] int linkBits() const;
+  [[nodiscard]] bool wideOutput() const;
+  [[nodiscard]] std::array<std::uint8_t, 4> cellGains() const;
+  [[nodiscard]] int frameLines() const;
+  [[nodiscard]] int lineCycles() const;
+
+ private:
+  RegisterFile<256> registers_;
+};
+
+}  // namespace orvik::sim

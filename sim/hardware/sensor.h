@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "sim/hardware/register_file.h"
+#include "sim/sensor_format.h"
+
+namespace orvik::sim {
+
+/// The image sensor of the marked-frame models, behind its serial interface.
+///
+/// | Register | Meaning |
+/// |---|---|
+/// | 0x3000 | bit 0: standby |
+/// | 0x3001 | bit 0: hold; what is written meanwhile takes effect together at its end |
+/// | 0x3003 | bit 0: resets all registers |
+/// | 0x3006 | 0x22 averages 2 x 2 pixels of one colour, 0 reads each pixel |
+/// | 0x3009 | clock |
+/// | 0x300A, 0x300B | black level |
+/// | 0x3014, 0x3015 | gain, 0.1 dB |
+/// | 0x3020 to 0x3022 | line at which the shutter opens |
+/// | 0x3038, 0x303A, 0x303C, 0x303E | first row, rows, first column, columns read (16 bits each) |
+/// | 0x3044 | 0xE0: fast conversion with 10 bits; 0xE1: 12 bits |
+class Sensor {
+ public:
+  explicit Sensor(const SensorFormat& format);
+
+  /// Any address is acknowledged; the ones that hold no register are ignored and read as 0.
+  void write(std::uint16_t address, std::uint8_t value);
+  [[nodiscard]] std::uint8_t read(std::uint16_t address) const;
+
+  [[nodiscard]] bool standby() const;
+  [[nodiscard]] bool averages2x2() const;
+  [[nodiscard]] int blackLevel() const;
+  [[nodiscard]] int gain() const;
+  [[nodiscard]] int shutterLine() const;
+  [[nodiscard]] int converterBits() const;
+  /// The area read out; nothing says that it lies within the sensor.
+  [[nodiscard]] Area readoutArea() const;
+  /// Of the clock that times the lines; 0 for a setting that the sensor does not have.
+  [[nodiscard]] int clockKilohertz() const;
+
+ private:
+  static constexpr std::uint16_t kFirst = 0x3000;
+  static constexpr std::uint16_t kCount = 0x1000;
+
+  [[nodiscard]] int value(std::uint16_t address, std::size_t bytes) const;
+  void reset();
+
+  SensorFormat format_;
+  RegisterFile<kCount> registers_;
+};
+
+}  // namespace orvik::sim

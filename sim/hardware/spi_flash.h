@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace orvik::sim {
+
+/// The camera's serial flash: 1 MiB of 256-byte pages in 64 KiB sectors. Erasing a sector sets all
+/// its bits; writing can only clear bits. After an erase command the chip is busy for some polls of
+/// its status, and refuses all else meanwhile.
+class SpiFlash {
+ public:
+  static constexpr std::size_t kBytes = std::size_t{1} << 20U;
+  static constexpr std::size_t kPageBytes = 256;
+  static constexpr std::size_t kSectorBytes = std::size_t{1} << 16U;
+
+  /// Each answers false, and does nothing, when the chip is busy or the range leaves it.
+  bool read(std::size_t page, std::span<std::uint8_t> bytes) const;
+  bool write(std::size_t page, std::span<const std::uint8_t> bytes);
+  bool eraseSector(std::size_t sector);
+
+  /// @return 0 when the chip is ready.
+  std::uint8_t pollStatus();
+
+ private:
+  [[nodiscard]] bool accepts(std::size_t page, std::size_t count) const;
+
+  std::vector<std::uint8_t> cells_;  ///< empty until first written: all ones
+  int busyPolls_ = 0;
+};
+
+}  // namespace orvik::sim

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "sim/camera_options.h"
+#include "sim/frame_settings.h"
+#include "sim/models.h"
+#include "sim/picture/hot_pixels.h"
+#include "sim/picture/signal.h"
+
+namespace orvik::sim {
+
+/// Makes the pictures of one camera. What all frames of the same settings have in common is worked
+/// out once; a further frame costs a pass over its samples. Nothing large is allocated before the
+/// first picture. One thread at a time.
+class PictureMaker {
+ public:
+  PictureMaker(const Model& model, const CameraOptions& options, std::uint32_t serial);
+
+  /// @param number selects the noise; the same number gives the same picture
+  /// @param frame settings.bytes() bytes, filled with samples without marks: one byte each, or two,
+  ///   lowest byte first
+  void make(const FrameSettings& settings, std::uint64_t number, std::span<std::uint8_t> frame);
+
+ private:
+  void prepare(const FrameSettings& settings);
+
+  const Model* model_;
+  std::uint32_t serial_;
+  bool ideal_;
+  float light_;
+  std::uint64_t noiseSeed_;
+  std::shared_ptr<const Scene> scene_;
+  SceneKind sceneKind_;
+  std::uint64_t sceneSeed_;
+
+  std::vector<HotPixel> hotPixels_;
+  std::vector<float> flux_;
+  Area fluxArea_;
+  Signal signal_;
+  std::vector<std::uint16_t> samples_;  ///< one row
+  std::optional<FrameSettings> prepared_;
+};
+
+}  // namespace orvik::sim

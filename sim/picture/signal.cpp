@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "sim/picture/signal.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace orvik::sim {
+namespace {
+
+constexpr float kUnits = 16;  // per 12-bit step
+constexpr float kTopUnits = 4095 * kUnits;
+
+/// The constants of one exposure.
+struct Conversion {
+  float seconds;
+  float darkCurrent;  ///< electrons per second
+  double darkFactor;  ///< on the dark current at 20 degrees
+  float fullWell;
+  float unitsPerElectron;
+  float blackUnits;
+  float readVariance;  ///< electrons squared
+  bool ideal;
+
+  Conversion(const FrameSettings& settings, const SensorCondition& condition)
+      : seconds(std::chrono::duration<float>(settings.exposure).count()),
+        darkFactor(std::exp2((settings.celsius - 20) / 6)),
+        fullWell(static_cast<float>(condition.pixel.fullWell)),
+        unitsPerElectron(static_cast<float>(4095 / condition.pixel.fullScale *
+                                            std::pow(10, settings.gain / 200.0)) *
+                         kUnits),
+        blackUnits(static_cast<float>(settings.blackLevel) * kUnits),
+        readVariance(static_cast<float>(condition.pixel.readNoise * condition.pixel.readNoise)),
+        ideal(condition.ideal) {
+    darkCurrent = ideal ? 0 : static_cast<float>(condition.pixel.darkCurrent * darkFactor);
+  }
+};
+
+/// Sums of the pixels of one row of samples.
+struct RowSums {
+  std::vector<float> units;
+  std::vector<float> variance;  ///< units squared
+
+  explicit RowSums(std::size_t columns) : units(columns), variance(columns) {}
+  void clear() {
+    std::ranges::fill(units, 0.0F);
+    std::ranges::fill(variance, 0.0F);
+  }
+};
+
+/// Where the pixels of sample `index` begin, along one axis: in groups of one colour that keep the
+/// mosaic's order, so that sample 0 takes pixels 0, 2, ... and sample 1 takes 1, 3, ...
+int firstPixel(int index, int bin, bool mosaic) {
+  return mosaic ? (index / 2) * 2 * bin + (index & 1) : index * bin;
+}
+
+void fillElectrons(std::span<const float> flux, const Conversion& c, std::span<float> electrons) {
+  for (std::size_t x = 0; x < flux.size(); ++x) {
+    electrons[x] = (flux[x] + c.darkCurrent) * c.seconds;
+  }
+}
+
+void addHotPixels(const SensorCondition& condition, const Conversion& c, const Area& area, int row,
+                  std::span<float> electrons) {
+  if (c.ideal) return;
+  const int y = area.y + row;
+  const auto inRow = std::ranges::equal_range(condition.hotPixels, y, {}, &HotPixel::y);
+  for (const HotPixel& pixel : inRow) {
+    const int x = pixel.x - area.x;
+    if (x < 0 || x >= area.width) continue;
+    electrons[static_cast<std::size_t>(x)] +=
+        static_cast<float>(pixel.darkCurrent * c.darkFactor) * c.seconds;
+  }
+}
+
+/// Adds a row of pixels to the sums of its samples.
+void addRow(std::span<const float> electrons, const Conversion& c, int bin, bool mosaic,
+            RowSums& sums) {
+  const std::size_t step = mosaic && bin > 1 ? 2 : 1;
+  for (std::size_t x = 0; x < sums.units.size(); ++x) {
+    const auto first = static_cast<std::size_t>(firstPixel(static_cast<int>(x), bin, mosaic));
+    for (std::size_t n = 0; n < static_cast<std::size_t>(bin); ++n) {
+      const float freed = electrons[first + n * step];
+      const bool full = freed >= c.fullWell;
+      const float kept = full ? c.fullWell : freed;
+      const float variance = c.readVariance + (full ? 0.0F : kept);
+      sums.units[x] += c.blackUnits + kept * c.unitsPerElectron;
+      sums.variance[x] += variance * c.unitsPerElectron * c.unitsPerElectron;
+    }
+  }
+}
+
+void storeRow(const RowSums& sums, int bin, bool ideal, std::span<std::uint16_t> mean,
+              std::span<std::uint16_t> deviation) {
+  const float share = 1.0F / static_cast<float>(bin * bin);
+  for (std::size_t x = 0; x < mean.size(); ++x) {
+    const float units = sums.units[x] * share;
+    float spread = ideal ? 0.0F : std::sqrt(sums.variance[x]) * share;
+    // The mean is stored no higher than the converter's top. Far above it no noise reaches back
+    // into the converter's range, so the noise must shrink by as much as the mean lost.
+    spread = std::max(spread - std::max(units - kTopUnits, 0.0F) / 3, 0.0F);
+    mean[x] = static_cast<std::uint16_t>(std::min(units, kTopUnits) + 0.5F);
+    deviation[x] = static_cast<std::uint16_t>(std::min(spread, 32767.0F) + 0.5F);
+  }
+}
+
+}  // namespace
+
+void computeSignal(const FrameSettings& settings, const SensorCondition& condition, bool mosaic,
+                   std::span<const float> flux, Signal& signal) {
+  const Conversion conversion(settings, condition);
+  const auto columns = static_cast<std::size_t>(settings.columns);
+  const auto rows = static_cast<std::size_t>(settings.rows);
+  const auto width = static_cast<std::size_t>(settings.area.width);
+  const int step = mosaic && settings.bin > 1 ? 2 : 1;
+  signal.mean.resize(columns * rows);
+  signal.deviation.resize(columns * rows);
+
+  std::vector<float> electrons(width);
+  RowSums sums(columns);
+  for (std::size_t y = 0; y < rows; ++y) {
+    sums.clear();
+    for (int n = 0; n < settings.bin; ++n) {
+      const int row = firstPixel(static_cast<int>(y), settings.bin, mosaic) + n * step;
+      fillElectrons(flux.subspan(static_cast<std::size_t>(row) * width, width), conversion,
+                    electrons);
+      addHotPixels(condition, conversion, settings.area, row, electrons);
+      addRow(electrons, conversion, settings.bin, mosaic, sums);
+    }
+    storeRow(sums, settings.bin, conversion.ideal,
+             std::span(signal.mean).subspan(y * columns, columns),
+             std::span(signal.deviation).subspan(y * columns, columns));
+  }
+}
+
+}  // namespace orvik::sim

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "sim/frame_settings.h"
+#include "sim/models.h"
+#include "sim/picture/hot_pixels.h"
+
+namespace orvik::sim {
+
+/// What the converter sees in each sample of a frame: the mean and the standard deviation, both in
+/// 1/16 of a 12-bit step. Equal for all frames of the same settings, which differ in their noise
+/// only.
+struct Signal {
+  std::vector<std::uint16_t> mean;       ///< row by row, up to a little above 4095 steps
+  std::vector<std::uint16_t> deviation;  ///< at most 32767
+};
+
+/// Whose dark current and noise a signal has.
+struct SensorCondition {
+  PixelPhysics pixel;
+  bool ideal = false;                   ///< no noise, no dark current
+  std::span<const HotPixel> hotPixels;  ///< row by row
+};
+
+/// Turns light into signal.
+///
+/// - Electrons = (flux + dark current) x exposure, at most the full well. The dark current doubles
+///   every 6 degrees.
+/// - Steps = black level + electrons x 4095 / full scale x 10^(gain / 200), gain in 0.1 dB.
+/// - Variance in electrons = electrons (photon noise) + read noise squared; a full pixel has no
+///   photon noise.
+/// - A binned sample is the mean of the pixels of its colour in its bin x bin group.
+///
+/// @param flux electrons per second, settings.area.width x settings.area.height values
+/// @param mosaic whether neighbouring pixels differ in colour
+void computeSignal(const FrameSettings& settings, const SensorCondition& condition, bool mosaic,
+                   std::span<const float> flux, Signal& signal);
+
+}  // namespace orvik::sim

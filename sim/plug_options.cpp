@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "sim/plug_options.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <set>
+#include <system_error>
+
+namespace orvik::sim {
+namespace {
+
+template <typename T>
+struct Word {
+  std::string_view text;
+  T value;
+};
+
+constexpr std::array kPorts = {Word<bool>{"usb3", true}, Word<bool>{"usb2", false}};
+constexpr std::array kPaces = {Word<Pace>{"real", Pace::kReal}, Word<Pace>{"free", Pace::kFree}};
+constexpr std::array kScenes = {
+    Word<SceneKind>{"stars", SceneKind::kStars},
+    Word<SceneKind>{"moon", SceneKind::kMoon},
+    Word<SceneKind>{"planet", SceneKind::kPlanet},
+    Word<SceneKind>{"grey", SceneKind::kGrey},
+    Word<SceneKind>{"dark", SceneKind::kDark},
+    Word<SceneKind>{"gradient", SceneKind::kGradient},
+};
+
+template <typename T, std::size_t kCount>
+bool readWord(std::string_view text, const std::array<Word<T>, kCount>& words, T& value) {
+  const auto* const found = std::ranges::find(words, text, &Word<T>::text);
+  if (found == words.end()) return false;
+  value = found->value;
+  return true;
+}
+
+/// Reads the whole text as a number.
+template <typename T, typename... Format>
+std::optional<T> number(std::string_view text, Format... format) {
+  T value{};
+  const char* const end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, value, format...);
+  if (error != std::errc{} || stopped != end) return std::nullopt;
+  return value;
+}
+
+bool readSerial(std::string_view text, std::optional<std::uint32_t>& serial) {
+  if (text.size() == 8) serial = number<std::uint32_t>(text, 16);
+  return serial.has_value();
+}
+
+bool readSeed(std::string_view text, std::uint64_t& seed) {
+  const auto read = number<std::uint64_t>(text);
+  seed = read.value_or(seed);
+  return read.has_value();
+}
+
+bool readReal(std::string_view text, double low, double high, double& value) {
+  const auto read = number<double>(text);
+  // Written so that a value that is not a number is refused as well.
+  if (!read || !(*read >= low && *read <= high)) return false;
+  value = *read;
+  return true;
+}
+
+/// What an option takes, for the message that refuses anything else.
+struct Key {
+  std::string_view name;
+  std::string_view takes;
+  bool (*read)(std::string_view, CameraOptions&);
+};
+
+constexpr std::array kKeys = {
+    Key{"port", "usb3 or usb2",
+        [](std::string_view v, CameraOptions& o) { return readWord(v, kPorts, o.usb3Port); }},
+    Key{"serial", "eight hexadecimal digits",
+        [](std::string_view v, CameraOptions& o) { return readSerial(v, o.serial); }},
+    Key{"seed", "a whole number from 0 to 2^64 - 1",
+        [](std::string_view v, CameraOptions& o) { return readSeed(v, o.seed); }},
+    Key{"scene", "stars, moon, planet, grey, dark or gradient",
+        [](std::string_view v, CameraOptions& o) { return readWord(v, kScenes, o.sceneKind); }},
+    Key{"pace", "real or free",
+        [](std::string_view v, CameraOptions& o) { return readWord(v, kPaces, o.pace); }},
+    Key{"light", "a number from 0.001 to 1000",
+        [](std::string_view v, CameraOptions& o) { return readReal(v, 0.001, 1000, o.light); }},
+    Key{"ambient", "a number from -40 to 60",
+        [](std::string_view v, CameraOptions& o) { return readReal(v, -40, 60, o.ambient); }},
+};
+
+std::string quoted(std::string_view text) { return std::string("'").append(text).append("'"); }
+
+}  // namespace
+
+std::string parsePlugOptions(std::string_view text, CameraOptions& options) {
+  std::set<std::string_view> seen;
+  while (!text.empty()) {
+    const std::size_t comma = text.find(',');
+    const std::string_view pair = text.substr(0, comma);
+    text = comma == std::string_view::npos ? std::string_view{} : text.substr(comma + 1);
+    const bool trailingComma = comma != std::string_view::npos && text.empty();
+
+    const std::size_t equals = pair.find('=');
+    if (equals == std::string_view::npos || trailingComma) {
+      return "The option " + quoted(trailingComma ? "" : pair) + " is not of the form key=value.";
+    }
+    const std::string_view name = pair.substr(0, equals);
+    const std::string_view value = pair.substr(equals + 1);
+    const auto* const key = std::ranges::find(kKeys, name, &Key::name);
+    if (key == kKeys.end()) return "There is no option " + quoted(name) + ".";
+    if (!seen.insert(name).second) return "The option " + quoted(name) + " is given twice.";
+    if (!key->read(value, options)) {
+      return "The option " + quoted(name) + " takes " + std::string(key->takes) + ", not " +
+             quoted(value) + ".";
+    }
+  }
+  return {};
+}
+
+}  // namespace orvik::sim

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+
+#include "seam/usb_host.h"
+
+namespace orvik::sim {
+
+/// A bulk IN transfer as the host controller holds it. The device's lock guards all members.
+struct BulkRequest {
+  std::span<std::uint8_t> bytes;
+  std::size_t filled = 0;
+  bool inFlight = false;
+  bool moving = false;  ///< data is being copied into it, outside the lock
+  seam::TransferStatus status = seam::TransferStatus::kOk;
+  std::optional<seam::TransferStatus> endAs;  ///< asked for while data was moving
+  std::condition_variable done;
+
+  /// Kept until the transfer completes: the memory, and the connection that it was made by.
+  std::shared_ptr<const void> owner;
+  std::shared_ptr<const void> connection;
+};
+
+/// The bulk IN endpoint, and the host controller's list of transfers waiting on it.
+///
+/// All functions want the device's lock held. Those that take it as an argument let go of it for a
+/// time: while they copy data and while they release what a finished transfer kept alive.
+class BulkPipe {
+ public:
+  using Lock = std::unique_lock<std::mutex>;
+  using Request = std::shared_ptr<BulkRequest>;
+
+  explicit BulkPipe(std::size_t packetBytes) : packetBytes_(packetBytes) {}
+
+  /// Whether a transfer waits for data.
+  [[nodiscard]] bool ready() const { return !requests_.empty(); }
+  [[nodiscard]] bool halted() const { return halted_; }
+
+  /// Puts a transfer in flight.
+  void submit(Lock& lock, const Request& request);
+
+  /// Ends a transfer with kCancelled, unless it has ended already.
+  void cancel(Lock& lock, const Request& request);
+
+  /// Ends every transfer with `status`.
+  void endAll(Lock& lock, seam::TransferStatus status);
+
+  /// A halted endpoint stalls what is in flight and what is submitted to it.
+  void halt(Lock& lock);
+  void clearHalt() { halted_ = false; }
+
+  /// Moves a part of a frame, beginning at byte `sent`, into the first transfer; ready() must hold.
+  ///
+  /// Data travels in packets, which are full but for a frame's last one if need be. A transfer
+  /// completes when it is full or when a packet comes that is not; a frame of whole packets leaves
+  /// it open for the next frame. A packet that finds too little room ends the transfer with
+  /// kOverflow, and what does not fit of it is lost.
+  /// @param frame must stay as it is until the call returns
+  /// @return how much of the frame has gone.
+  std::size_t send(Lock& lock, std::span<const std::uint8_t> frame, std::size_t sent);
+
+ private:
+  void finish(Lock& lock, const Request& request, seam::TransferStatus status);
+
+  std::size_t packetBytes_;
+  std::deque<Request> requests_;
+  bool halted_ = false;
+};
+
+}  // namespace orvik::sim

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "sim/models.h"
+
+namespace orvik::sim {
+
+/// The descriptors that a camera answers GET_DESCRIPTOR with, as the bytes on the wire.
+class Descriptors {
+ public:
+  Descriptors(const Model& model, bool usb3Port, std::uint32_t serial);
+
+  /// @param type descriptor type
+  /// @param index which one of its type
+  /// @param language of a string descriptor
+  /// @return null when the camera has no such descriptor.
+  [[nodiscard]] const std::vector<std::uint8_t>* find(std::uint8_t type, std::uint8_t index,
+                                                      std::uint16_t language) const;
+
+  /// Bytes of a full packet on the bulk endpoint.
+  static constexpr std::uint16_t bulkPacketBytes(bool usb3Port) { return usb3Port ? 1024 : 512; }
+
+ private:
+  std::vector<std::uint8_t> device_;
+  std::vector<std::uint8_t> configuration_;
+  std::vector<std::uint8_t> bos_;
+  std::vector<std::vector<std::uint8_t>> strings_;  ///< 0: the languages
+};
+
+}  // namespace orvik::sim

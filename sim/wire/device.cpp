@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+#include "sim/wire/device.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace orvik::sim {
+namespace {
+
+using seam::TransferStatus;
+using Lock = BulkPipe::Lock;
+
+/// Longer than anyone waits, and short enough to be added to a point in time.
+constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
+
+}  // namespace
+
+Connection::~Connection() { device->disconnect(*this); }
+
+Device::Device(const Model& model, const CameraOptions& options, std::uint32_t serial,
+               seam::DeviceInfo info, const std::shared_ptr<seam::Clock>& clock)
+    : info_(std::move(info)),
+      speed_(options.usb3Port ? seam::Speed::kSuper : seam::Speed::kHigh),
+      bulkEndpoint_(model.bulkEndpoint),
+      observer_(options.controlObserver),
+      descriptors_(model, options.usb3Port, serial),
+      camera_(model, options.usb3Port, options.ambient, clock),
+      pipe_(Descriptors::bulkPacketBytes(options.usb3Port)),
+      streamer_(mutex_, camera_, pipe_, clock, options, PictureMaker(model, options, serial)),
+      endpoint0_(descriptors_, bulkEndpoint_, camera_, pipe_, [this] { streamer_.flush(); }) {}
+
+Device::~Device() { unplug(); }
+
+std::shared_ptr<Connection> Device::connect() {
+  auto connection = std::make_shared<Connection>(shared_from_this());
+  const Lock lock(mutex_);
+  ++connections_;
+  streamer_.setHostPresent(true);
+  return gone_ ? nullptr : connection;
+}
+
+void Device::disconnect(const Connection& connection) {
+  const Lock lock(mutex_);
+  if (claimedBy_ == &connection) claimedBy_ = nullptr;
+  if (--connections_ == 0) streamer_.setHostPresent(false);
+}
+
+void Device::unplug() {
+  {
+    Lock lock(mutex_);
+    gone_ = true;
+    streamer_.stop();
+    pipe_.endAll(lock, TransferStatus::kNoDevice);
+  }
+  streamer_.join();
+}
+
+bool Device::claim(const Connection& connection, std::uint8_t interface) {
+  const Lock lock(mutex_);
+  if (gone_ || interface != 0) return false;
+  if (claimedBy_ == nullptr) claimedBy_ = &connection;
+  return claimedBy_ == &connection;
+}
+
+Device::Result Device::control(const seam::SetupPacket& setup, std::span<std::uint8_t> data) {
+  const std::lock_guard order(controlMutex_);
+  Result result;
+  {
+    Lock lock(mutex_);
+    if (gone_) {
+      result.status = TransferStatus::kNoDevice;
+    } else if (const auto moved = endpoint0_.handle(lock, setup, data)) {
+      result.bytes = *moved;
+    } else {
+      result.status = TransferStatus::kStalled;
+    }
+    streamer_.update();
+  }
+  if (observer_) {
+    const bool toHost = (setup.requestType & 0x80U) != 0;
+    observer_({setup, toHost ? data.first(result.bytes) : data, result.status});
+  }
+  return result;
+}
+
+TransferStatus Device::submitBulk(const std::shared_ptr<Connection>& connection,
+                                  std::uint8_t endpoint, const BulkPipe::Request& request,
+                                  seam::TransferBuffer buffer) {
+  Lock lock(mutex_);
+  if (gone_) return TransferStatus::kNoDevice;
+  if (endpoint != bulkEndpoint_ || claimedBy_ != connection.get() || request->inFlight ||
+      buffer.bytes.empty()) {
+    return TransferStatus::kError;
+  }
+  request->bytes = buffer.bytes;
+  request->owner = std::move(buffer.owner);
+  request->connection = connection;
+  pipe_.submit(lock, request);
+  streamer_.wake();
+  return TransferStatus::kOk;
+}
+
+void Device::cancelBulk(const BulkPipe::Request& request) {
+  Lock lock(mutex_);
+  if (request->inFlight) pipe_.cancel(lock, request);
+}
+
+bool Device::waitBulk(const BulkPipe::Request& request, std::chrono::milliseconds limit) {
+  Lock lock(mutex_);
+  const auto bounded = std::clamp(limit, std::chrono::milliseconds::zero(), kLongestWait);
+  return request->done.wait_for(lock, bounded, [&] { return !request->inFlight; });
+}
+
+Device::Result Device::resultOf(const BulkPipe::Request& request) {
+  const Lock lock(mutex_);
+  return {request->status, request->filled};
+}
+
+TransferStatus Device::clearHalt(const Connection& connection, std::uint8_t endpoint) {
+  const Lock lock(mutex_);
+  if (gone_) return TransferStatus::kNoDevice;
+  if (endpoint != bulkEndpoint_ || claimedBy_ != &connection || pipe_.ready()) {
+    return TransferStatus::kError;
+  }
+  endpoint0_.clearBulkHalt();
+  return TransferStatus::kOk;
+}
+
+TransferStatus Device::reset() {
+  const Lock lock(mutex_);
+  if (gone_) return TransferStatus::kNoDevice;
+  if (pipe_.ready()) return TransferStatus::kError;
+  camera_.busReset();
+  endpoint0_.clearBulkHalt();
+  streamer_.update();
+  return TransferStatus::kOk;
+}
+
+std::vector<GuideEvent> Device::guideLog() {
+  const Lock lock(mutex_);
+  return camera_.guidePort().log();
+}
+
+}  // namespace orvik::sim

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+#include "sim/bench.h"
+
+#include <chrono>
+#include <utility>
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kKilohertz = 18562;
+
+std::uint16_t word(int value) { return static_cast<std::uint16_t>(value); }
+
+}  // namespace
+
+std::size_t Program::frameBytes() const {
+  return static_cast<std::size_t>(columns / bin()) * static_cast<std::size_t>(rows / bin()) *
+         (wide ? 2U : 1U);
+}
+
+double Program::exposureSeconds() const {
+  const int kilohertz = sensorBin == 2 ? 9281 : kKilohertz;
+  return static_cast<double>(frameLines - shutterLine - 1) * lineCycles / kilohertz / 1000;
+}
+
+seam::Clock::Duration Program::frameTime() const {
+  const int kilohertz = sensorBin == 2 ? 9281 : kKilohertz;
+  return seam::Clock::Duration{std::int64_t{frameLines} * lineCycles * 1000000 / kilohertz};
+}
+
+Bytes Fetch::received() const {
+  return {memory->begin(), memory->begin() + static_cast<std::ptrdiff_t>(transfer->actualBytes())};
+}
+
+Bench::Bench(const sim::CameraOptions& options, std::shared_ptr<seam::Clock> clock)
+    : clock_(std::move(clock)), host_(std::make_unique<sim::SimHost>(clock_)) {
+  id_ = host_->plug(*sim::findModel("T15C"), options);
+  port_ = host_->open(host_->devices().back());
+  port_->claimInterface(0);
+  control_ = port_->newControlTransfer();
+}
+
+void Bench::advance(seam::Clock::Duration duration) {
+  dynamic_cast<ManualClock&>(*clock_).advance(duration);
+}
+
+TransferStatus Bench::control(const seam::SetupPacket& setup, Bytes& data, std::size_t& moved) {
+  const auto memory = std::make_shared<Bytes>(data);
+  const TransferStatus submitted = control_->submit(setup, {*memory, memory}, 500ms);
+  if (submitted != TransferStatus::kOk) return submitted;
+  if (!control_->wait(5s)) return TransferStatus::kTimedOut;
+  data = *memory;
+  moved = control_->actualBytes();
+  return control_->status();
+}
+
+TransferStatus Bench::out(std::uint8_t request, int value, int index, Bytes data) {
+  std::size_t moved = 0;
+  return control({0x40, request, word(value), word(index)}, data, moved);
+}
+
+std::optional<Bytes> Bench::standardIn(std::uint8_t type, std::uint8_t request, int value,
+                                       int index, int length) {
+  Bytes data(static_cast<std::size_t>(length));
+  std::size_t moved = 0;
+  if (control({type, request, word(value), word(index)}, data, moved) != TransferStatus::kOk) {
+    return std::nullopt;
+  }
+  data.resize(moved);
+  return data;
+}
+
+std::optional<Bytes> Bench::in(std::uint8_t request, int value, int index, int length) {
+  return standardIn(0xC0, request, value, index, length);
+}
+
+void Bench::program(const Program& p) {
+  stop();
+  const auto sensorWord = [&](int address, int value) {
+    sensor(address, value & 0xFF);
+    sensor(address + 1, value >> 8);
+  };
+  const bool binning = p.sensorBin == 2;
+  sensor(0x3006, binning ? 0x22 : 0);
+  sensor(0x3009, binning ? 0x10 : 0x11);
+  sensor(0x3044, p.fast10Bit ? 0xE0 : 0xE1);
+  sensorWord(0x3038, p.y);
+  sensorWord(0x303A, p.rows);
+  sensorWord(0x303C, p.x);
+  sensorWord(0x303E, p.columns);
+  sensorWord(0x300A, p.blackLevel);
+  sensorWord(0x3014, p.gain);
+  sensorWord(0x3020, p.shutterLine & 0xFFFF);
+  sensor(0x3022, p.shutterLine >> 16);
+  fpga(2, binning ? 2 : 4);
+  fpga(6, binning ? 5 : 9);
+  fpga(10, p.fast10Bit ? 0 : (p.wide ? 17 : 1));
+  fpga(4, p.columns / p.bin() & 0xFF);
+  fpga(5, p.columns / p.bin() >> 8);
+  fpga(8, p.rows / p.bin() & 0xFF);
+  fpga(9, p.rows / p.bin() >> 8);
+  fpga(16, p.frameLines & 0xFF);
+  fpga(17, p.frameLines >> 8 & 0xFF);
+  fpga(18, p.frameLines >> 16);
+  fpga(19, p.lineCycles & 0xFF);
+  fpga(20, p.lineCycles >> 8);
+}
+
+void Bench::start(const Program& p) {
+  program(p);
+  out(0xA9);
+  sensor(0x3000, 0);
+  fpga(0, p.run);
+}
+
+void Bench::stop() {
+  out(0xAA);
+  fpga(0, 0x31);
+  sensor(0x3000, 1);
+}
+
+Fetch Bench::newFetch(std::size_t bytes) {
+  return {port_->newBulkTransfer(0x81), std::make_shared<Bytes>(bytes)};
+}
+
+Bytes Bench::fetchFrame(std::size_t bytes) {
+  Fetch fetch = newFetch(bytes);
+  if (fetch.submit() != TransferStatus::kOk || !fetch.transfer->wait(5s) ||
+      fetch.transfer->status() != TransferStatus::kOk) {
+    return {};
+  }
+  return fetch.received();
+}
+
+int wordOf(const Bytes& frame, std::size_t index) {
+  return frame.at(2 * index) + 256 * frame.at(2 * index + 1);
+}
+
+std::optional<int> sequenceOf(const Bytes& frame) {
+  const std::size_t words = frame.size() / 2;
+  if (words < 4 || wordOf(frame, 0) != 0x5A7E || wordOf(frame, words - 1) != 0x3CF0 ||
+      wordOf(frame, 1) != wordOf(frame, words - 2)) {
+    return std::nullopt;
+  }
+  return wordOf(frame, 1);
+}
+
+}  // namespace orvik::test

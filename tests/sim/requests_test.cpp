@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "sim/bench.h"
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Each;
+using ::testing::ElementsAre;
+
+TEST(Requests, AnswerWhatTheBridgeKnows) {
+  Bench bench;
+  EXPECT_THAT(bench.in(0xAD, 0, 0, 2).value(), ElementsAre('V', 0x12));
+  EXPECT_THAT(bench.in(0xB4).value(), ElementsAre(1));
+  EXPECT_THAT(bench.in(0xBC, 29).value(), ElementsAre(1));
+  EXPECT_THAT(bench.in(0xBC, 30).value(), ElementsAre(0x20));
+  EXPECT_THAT(bench.in(0xBC, 31).value(), ElementsAre(0x26));
+
+  sim::CameraOptions usb2;
+  usb2.usb3Port = false;
+  EXPECT_THAT(Bench(usb2).in(0xB4).value(), ElementsAre(0));
+}
+
+TEST(Requests, UnknownOrMisdirectedOnesStallAndLaterOnesWork) {
+  Bench bench;
+  EXPECT_EQ(bench.out(0x01), TransferStatus::kStalled);
+  EXPECT_EQ(bench.out(0xA6, 0x3012, 5), TransferStatus::kStalled);
+  EXPECT_EQ(bench.out(0xAD), TransferStatus::kStalled);
+  EXPECT_FALSE(bench.in(0xA9).has_value());
+  EXPECT_EQ(bench.out(0xA9, 0, 0, {1, 2, 3}), TransferStatus::kStalled);
+  EXPECT_EQ(bench.out(0xB0, 4), TransferStatus::kStalled);
+  EXPECT_EQ(bench.out(0xA9), TransferStatus::kOk);
+}
+
+TEST(Requests, SensorNeedsItsClockTheFpgaDoesNot) {
+  Bench bench;
+  bench.sensor(0x3014, 0x55);
+  ASSERT_EQ(bench.out(0xAE), TransferStatus::kOk);
+  EXPECT_EQ(bench.out(0xB6, 0x3014, 0x66), TransferStatus::kStalled);
+  EXPECT_FALSE(bench.in(0xB7, 0x3014).has_value());
+  EXPECT_EQ(bench.out(0xBD, 12, 7), TransferStatus::kOk);
+  ASSERT_EQ(bench.out(0xAF), TransferStatus::kOk);
+  EXPECT_THAT(bench.in(0xB7, 0x3014).value(), ElementsAre(0x55));
+  EXPECT_THAT(bench.in(0xBC, 12).value(), ElementsAre(7));
+}
+
+TEST(Requests, SensorResetBringsBackTheRegistersOfPowerUp) {
+  Bench bench;
+  bench.sensor(0x3014, 0x55);
+  bench.sensor(0x3000, 0);
+  bench.sensor(0x3003, 1);
+  EXPECT_THAT(bench.in(0xB7, 0x3014).value(), ElementsAre(0));
+  EXPECT_THAT(bench.in(0xB7, 0x3000).value(), ElementsAre(1));
+}
+
+TEST(Requests, TemperatureIsATwosComplementWordOfSixteenths) {
+  sim::CameraOptions options;
+  options.ambient = -3.5;
+  const Bytes cold = Bench(options).in(0xB3, 0, 0, 2).value();
+  EXPECT_THAT(cold, ElementsAre(0x80, 0xFC));  // -56 is 0xFC8
+
+  Bench bench;
+  const auto celsius = [&] {
+    const Bytes word = bench.in(0xB3, 0, 0, 2).value();
+    return (word[1] * 16 + (word[0] >> 4)) / 16.0;
+  };
+  EXPECT_DOUBLE_EQ(celsius(), 20);
+  bench.advance(3600s);
+  const double idle = celsius();
+  EXPECT_GT(idle, 20.5);
+  bench.start({});
+  EXPECT_DOUBLE_EQ(celsius(), idle) << "starting to work must not make it jump";
+  bench.advance(3600s);
+  EXPECT_GT(celsius(), idle + 1);
+  EXPECT_LT(celsius(), 30);
+}
+
+TEST(Requests, GuideLinesAreLoggedWithTheirTimes) {
+  Bench bench;
+  bench.out(0xB0, 2);
+  bench.out(0xB0, 2);
+  bench.advance(150ms);
+  bench.out(0xB0, 0);
+  bench.out(0xB1, 2);
+  const auto log = bench.host().guideLog(bench.id());
+  ASSERT_EQ(log.size(), 3U);
+  EXPECT_EQ(log[0].direction, 2);
+  EXPECT_TRUE(log[0].on);
+  EXPECT_EQ(log[1].direction, 0);
+  EXPECT_EQ(log[2].direction, 2);
+  EXPECT_FALSE(log[2].on);
+  EXPECT_EQ(log[2].at - log[0].at, 150ms);
+}
+
+TEST(Requests, ObserverSeesTheConversationInOrder) {
+  struct Seen {
+    seam::SetupPacket setup;
+    Bytes data;
+    TransferStatus status;
+  };
+  std::vector<Seen> seen;
+  sim::CameraOptions options;
+  options.controlObserver = [&](const sim::ControlRecord& record) {
+    seen.push_back({record.setup, {record.data.begin(), record.data.end()}, record.status});
+  };
+  Bench bench(options);
+  bench.out(0xB6, 0x3014, 0x12);
+  bench.in(0xAD, 0, 0, 2);
+  bench.out(0x01);
+  ASSERT_EQ(seen.size(), 3U);
+  EXPECT_EQ(seen[0].setup.request, 0xB6);
+  EXPECT_EQ(seen[0].setup.value, 0x3014);
+  EXPECT_EQ(seen[0].setup.index, 0x12);
+  EXPECT_THAT(seen[1].data, ElementsAre('V', 0x12));
+  EXPECT_EQ(seen[2].status, TransferStatus::kStalled);
+}
+
+TEST(Flash, ObeysThePhysicsOfFlash) {
+  Bench bench;
+  ASSERT_EQ(bench.out(0xBE, 0), TransferStatus::kOk);
+  EXPECT_THAT(bench.in(0xC3, 0, 0x700, 256).value(), Each(0xFF));
+
+  EXPECT_EQ(bench.out(0xC2, 0, 0x700, Bytes(256, 0xF0)), TransferStatus::kOk);
+  EXPECT_EQ(bench.out(0xC2, 0, 0x700, Bytes(2, 0x3C)), TransferStatus::kOk);
+  const Bytes page = bench.in(0xC3, 0, 0x700, 256).value();
+  EXPECT_EQ(page[1], 0x30) << "a write can only clear bits";
+  EXPECT_EQ(page[2], 0xF0);
+  EXPECT_THAT(bench.in(0xC3, 0, 0x701, 256).value(), Each(0xFF));
+
+  // Erasing takes a whole sector, and a while, in which pages cannot be had.
+  EXPECT_EQ(bench.out(0xC2, 0, 0x6FF, Bytes(256, 0)), TransferStatus::kOk);
+  ASSERT_EQ(bench.out(0xC4, 1, 7), TransferStatus::kOk);
+  EXPECT_FALSE(bench.in(0xC3, 0, 0x700, 256).has_value());
+  int polls = 0;
+  while (bench.in(0xC4, 0, 7).value().front() != 0) ++polls;
+  EXPECT_GT(polls, 0);
+  EXPECT_THAT(bench.in(0xC3, 0, 0x700, 256).value(), Each(0xFF));
+  EXPECT_THAT(bench.in(0xC3, 0, 0x6FF, 256).value(), Each(0)) << "the sector before it stays";
+}
+
+TEST(Flash, RefusesWhatItCannotDo) {
+  Bench bench;
+  EXPECT_FALSE(bench.in(0xC3, 0, 0x700, 256).has_value()) << "the wide bus is on after power-up";
+  bench.out(0xBE, 0);
+  EXPECT_TRUE(bench.in(0xC3, 0, 0xFFF, 256).has_value());
+  EXPECT_FALSE(bench.in(0xC3, 0, 0xFFF, 257).has_value()) << "past the end";
+  EXPECT_FALSE(bench.in(0xC3, 0, 0x1000, 1).has_value());
+  EXPECT_EQ(bench.out(0xC2, 0, 0xFFF, Bytes(257)), TransferStatus::kStalled);
+  EXPECT_EQ(bench.out(0xC4, 1, 16), TransferStatus::kStalled);
+  bench.out(0xBE, 1);
+  EXPECT_EQ(bench.out(0xC2, 0, 0x700, Bytes(256)), TransferStatus::kStalled);
+}
+
+}  // namespace
+}  // namespace orvik::test
