@@ -24,16 +24,16 @@ constexpr std::uint8_t highByte(int value) { return static_cast<std::uint8_t>(va
 }  // namespace
 
 template <class Base>
-MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& model, const MarkedModel& marked,
+MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& row, const MarkedModel& marked,
                                            MarkedModelShared& shared, int deviceClass)
-    : Base(model, identity::classGuid(deviceClass),
+    : Base(row, identity::classGuid(deviceClass),
            std::make_shared<MarkedFrameProtocol>(marked.keepsSensorAwake)),
       marked_(marked),
       shared_(shared) {
   CameraState& now = state();
   now.autoMaxGain = marked.autoMaxGain;
   now.bandwidth = marked::automaticBandwidth(false);
-  now.bandwidthAuto = model.bandwidthAutoSupported;
+  now.bandwidthAuto = row.bandwidthAutoSupported;
   now.clockKhz = marked.clockAtStartKhz;
   now.lineLength = marked.lineLengthAtStart;
 }

@@ -69,7 +69,7 @@ class MarkedFrameCamera : public Base {
   void SetOutput16Bits(bool on);
 
  protected:
-  MarkedFrameCamera(const ModelRow& model, const MarkedModel& marked, MarkedModelShared& shared,
+  MarkedFrameCamera(const ModelRow& row, const MarkedModel& marked, MarkedModelShared& shared,
                     int deviceClass);
 
  private:
