@@ -12,7 +12,7 @@ namespace orvik::sim {
 /// noise would cost a logarithm.
 class NoiseTable {
  public:
-  static constexpr int kUnit = 4096;  ///< one standard deviation
+  static constexpr int kUnit = 8192;  ///< one standard deviation; none is beyond four
   static constexpr std::size_t kPlaces = 65536;
   static constexpr std::size_t kLongestRow = 16384;
 

@@ -39,12 +39,13 @@ void PictureMaker::make(const FrameSettings& settings, std::uint64_t number,
   const auto rows = static_cast<std::size_t>(settings.rows);
   const std::size_t rowBytes = frame.size() / rows;
   const std::uint64_t frameSeed = scramble(noiseSeed_ + number);
+  const RowOutput output(settings);
   samples_.resize(columns);
   for (std::size_t y = 0; y < rows; ++y) {
     convertRow(std::span(signal_.mean).subspan(y * columns, columns),
                std::span(signal_.deviation).subspan(y * columns, columns),
                NoiseTable::run(scramble(frameSeed + y), columns), settings.converterBits, samples_);
-    putOutRow(samples_, settings, static_cast<int>(y), frame.subspan(y * rowBytes, rowBytes));
+    output.put(static_cast<int>(y), samples_, frame.subspan(y * rowBytes, rowBytes));
   }
 }
 

@@ -43,7 +43,7 @@ class PictureMaker {
   std::vector<float> flux_;
   Area fluxArea_;
   Signal signal_;
-  std::vector<std::uint16_t> samples_;  ///< one row
+  std::vector<std::int16_t> samples_;  ///< one row
   std::optional<FrameSettings> prepared_;
 };
 

@@ -8,8 +8,8 @@
 namespace orvik::sim {
 namespace {
 
-constexpr float kUnits = 16;  // per 12-bit step
-constexpr float kTopUnits = 4095 * kUnits;
+constexpr float kTop = 4095;
+constexpr float kLargestDeviation = 32767.0F / Signal::kDeviationUnits;
 
 /// The constants of one exposure.
 struct Conversion {
@@ -17,8 +17,8 @@ struct Conversion {
   float darkCurrent;  ///< electrons per second
   double darkFactor;  ///< on the dark current at 20 degrees
   float fullWell;
-  float unitsPerElectron;
-  float blackUnits;
+  float stepsPerElectron;
+  float blackLevel;
   float readVariance;  ///< electrons squared
   bool ideal;
 
@@ -26,10 +26,9 @@ struct Conversion {
       : seconds(std::chrono::duration<float>(settings.exposure).count()),
         darkFactor(std::exp2((settings.celsius - 20) / 6)),
         fullWell(static_cast<float>(condition.pixel.fullWell)),
-        unitsPerElectron(static_cast<float>(4095 / condition.pixel.fullScale *
-                                            std::pow(10, settings.gain / 200.0)) *
-                         kUnits),
-        blackUnits(static_cast<float>(settings.blackLevel) * kUnits),
+        stepsPerElectron(static_cast<float>(4095 / condition.pixel.fullScale *
+                                            std::pow(10, settings.gain / 200.0))),
+        blackLevel(static_cast<float>(settings.blackLevel)),
         readVariance(static_cast<float>(condition.pixel.readNoise * condition.pixel.readNoise)),
         ideal(condition.ideal) {
     darkCurrent = ideal ? 0 : static_cast<float>(condition.pixel.darkCurrent * darkFactor);
@@ -38,12 +37,12 @@ struct Conversion {
 
 /// Sums of the pixels of one row of samples.
 struct RowSums {
-  std::vector<float> units;
-  std::vector<float> variance;  ///< units squared
+  std::vector<float> steps;
+  std::vector<float> variance;  ///< steps squared
 
-  explicit RowSums(std::size_t columns) : units(columns), variance(columns) {}
+  explicit RowSums(std::size_t columns) : steps(columns), variance(columns) {}
   void clear() {
-    std::ranges::fill(units, 0.0F);
+    std::ranges::fill(steps, 0.0F);
     std::ranges::fill(variance, 0.0F);
   }
 };
@@ -77,30 +76,32 @@ void addHotPixels(const SensorCondition& condition, const Conversion& c, const A
 void addRow(std::span<const float> electrons, const Conversion& c, int bin, bool mosaic,
             RowSums& sums) {
   const std::size_t step = mosaic && bin > 1 ? 2 : 1;
-  for (std::size_t x = 0; x < sums.units.size(); ++x) {
+  for (std::size_t x = 0; x < sums.steps.size(); ++x) {
     const auto first = static_cast<std::size_t>(firstPixel(static_cast<int>(x), bin, mosaic));
     for (std::size_t n = 0; n < static_cast<std::size_t>(bin); ++n) {
       const float freed = electrons[first + n * step];
       const bool full = freed >= c.fullWell;
       const float kept = full ? c.fullWell : freed;
       const float variance = c.readVariance + (full ? 0.0F : kept);
-      sums.units[x] += c.blackUnits + kept * c.unitsPerElectron;
-      sums.variance[x] += variance * c.unitsPerElectron * c.unitsPerElectron;
+      sums.steps[x] += c.blackLevel + kept * c.stepsPerElectron;
+      sums.variance[x] += variance * c.stepsPerElectron * c.stepsPerElectron;
     }
   }
 }
 
-void storeRow(const RowSums& sums, int bin, bool ideal, std::span<std::uint16_t> mean,
-              std::span<std::uint16_t> deviation) {
+void storeRow(const RowSums& sums, int bin, bool ideal, std::span<std::int16_t> mean,
+              std::span<std::int16_t> deviation) {
   const float share = 1.0F / static_cast<float>(bin * bin);
   for (std::size_t x = 0; x < mean.size(); ++x) {
-    const float units = sums.units[x] * share;
-    float spread = ideal ? 0.0F : std::sqrt(sums.variance[x]) * share;
+    const float steps = sums.steps[x] * share;
+    const float level = std::min(ideal ? std::floor(steps + 0.5F) : steps, kTop);
     // The mean is stored no higher than the converter's top. Far above it no noise reaches back
     // into the converter's range, so the noise must shrink by as much as the mean lost.
-    spread = std::max(spread - std::max(units - kTopUnits, 0.0F) / 3, 0.0F);
-    mean[x] = static_cast<std::uint16_t>(std::min(units, kTopUnits) + 0.5F);
-    deviation[x] = static_cast<std::uint16_t>(std::min(spread, 32767.0F) + 0.5F);
+    const float lost = std::max(steps - kTop, 0.0F) / 3;
+    const float spread = std::max(std::sqrt(sums.variance[x]) * share - lost, 0.0F);
+    const float stored = ideal ? 0.0F : std::min(spread, kLargestDeviation);
+    mean[x] = static_cast<std::int16_t>(level * Signal::kMeanUnits + 0.5F);
+    deviation[x] = static_cast<std::int16_t>(stored * Signal::kDeviationUnits + 0.5F);
   }
 }
 

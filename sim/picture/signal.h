@@ -12,12 +12,14 @@
 
 namespace orvik::sim {
 
-/// What the converter sees in each sample of a frame: the mean and the standard deviation, both in
-/// 1/16 of a 12-bit step. Equal for all frames of the same settings, which differ in their noise
-/// only.
+/// What the converter sees in each sample of a frame. Equal for all frames of the same settings,
+/// which differ in their noise only.
 struct Signal {
-  std::vector<std::uint16_t> mean;       ///< row by row, up to a little above 4095 steps
-  std::vector<std::uint16_t> deviation;  ///< at most 32767
+  static constexpr int kMeanUnits = 4;        ///< per 12-bit step
+  static constexpr int kDeviationUnits = 32;  ///< per 12-bit step
+
+  std::vector<std::int16_t> mean;       ///< row by row, 0 to 4095 steps
+  std::vector<std::int16_t> deviation;  ///< standard deviation, 0 to 1023 steps
 };
 
 /// Whose dark current and noise a signal has.
@@ -35,6 +37,7 @@ struct SensorCondition {
 /// - Variance in electrons = electrons (photon noise) + read noise squared; a full pixel has no
 ///   photon noise.
 /// - A binned sample is the mean of the pixels of its colour in its bin x bin group.
+/// - An ideal sensor's signal is rounded to whole steps here, so that no later rounding shows.
 ///
 /// @param flux electrons per second, settings.area.width x settings.area.height values
 /// @param mosaic whether neighbouring pixels differ in colour

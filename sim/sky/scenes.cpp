@@ -6,8 +6,11 @@ namespace orvik::sim {
 std::unique_ptr<Scene> makeScene(SceneKind kind, std::uint64_t seed) {
   switch (kind) {
     case SceneKind::kStars:
+      return makeStars(seed);
     case SceneKind::kMoon:
+      return makeMoon(seed);
     case SceneKind::kPlanet:
+      return makePlanet(seed);
     case SceneKind::kGrey:
       return makeGrey();
     case SceneKind::kDark:
@@ -15,7 +18,6 @@ std::unique_ptr<Scene> makeScene(SceneKind kind, std::uint64_t seed) {
     case SceneKind::kGradient:
       return makeGradient();
   }
-  (void)seed;
   return makeDark();
 }
 

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "sim/random.h"
+#include "sim/sky/optics.h"
+#include "sim/sky/scenes.h"
+#include "sim/sky/value_noise.h"
+
+namespace orvik::sim {
+namespace {
+
+/// The bright zones: a T15C at gain 200 (20 dB) reaches two thirds of its range in 10 ms.
+constexpr float kBright = 95000;
+constexpr float kRadius = 0.24F;  // equatorial, as a share of the sensor's height
+constexpr float kFlattening = 0.065F;
+constexpr float kTilt = 0.10F;  // radians
+
+struct Belt {
+  float latitude = 0;  ///< its middle, sine
+  float width = 0;
+  float depth = 0;  ///< how much darker
+};
+constexpr std::array kBelts = {
+    Belt{-0.88F, 0.22F, 0.45F}, Belt{-0.52F, 0.05F, 0.25F}, Belt{-0.27F, 0.10F, 0.50F},
+    Belt{0.04F, 0.02F, 0.12F},  Belt{0.26F, 0.12F, 0.42F},  Belt{0.50F, 0.04F, 0.22F},
+    Belt{0.66F, 0.04F, 0.20F},  Belt{0.92F, 0.20F, 0.48F},
+};
+
+struct Satellite {
+  float along = 0;  ///< equatorial radii from the middle of the disc, in the plane of its equator
+  float across = 0;
+  float brightness = 0;
+};
+
+/// A banded gas giant with a great spot, darkened towards its limb, with four satellites.
+class Planet final : public Scene {
+ public:
+  explicit Planet(std::uint64_t seed) : seed_(seed) {
+    Random random(seed ^ 0x706C616E6574U);
+    spotLongitude_ = static_cast<float>(random.uniform(-0.5, 0.5));
+    int n = 0;
+    for (Satellite& satellite : satellites_) {
+      const float side = random.uniform() < 0.5 ? -1.0F : 1.0F;
+      satellite.along = side * static_cast<float>(random.uniform(1.25 + 0.25 * n, 1.45 + 0.3 * n));
+      satellite.across = static_cast<float>(random.uniform(-0.06, 0.06));
+      satellite.brightness = static_cast<float>(random.uniform(0.5, 0.9));
+      ++n;
+    }
+  }
+
+  void illuminate(const SensorFormat& sensor, const Area& area,
+                  std::span<float> flux) const override {
+    const float radius = kRadius * static_cast<float>(sensor.height);
+    const float sine = std::sin(kTilt);
+    const float cosine = std::cos(kTilt);
+    paint(sensor, area, flux, [&](int x, int y) {
+      const float dx = (static_cast<float>(x) - 0.5F * static_cast<float>(sensor.width)) / radius;
+      const float dy = (static_cast<float>(y) - 0.5F * static_cast<float>(sensor.height)) / radius;
+      return lightAt(dx * cosine + dy * sine, dy * cosine - dx * sine, 1 / radius);
+    });
+  }
+
+ private:
+  /// @param u, v equatorial radii along and across the equator
+  /// @param pixel the size of a pixel in the same unit
+  [[nodiscard]] Light lightAt(float u, float v, float pixel) const {
+    for (const Satellite& satellite : satellites_) {
+      const float distance = std::hypot(u - satellite.along, v - satellite.across) / pixel;
+      if (distance < 8) {
+        const float disc = satellite.brightness / (1 + std::exp(2.2F * (distance - 2.6F)));
+        return Light{1, 0.97F, 0.88F} * (kBright * disc);
+      }
+    }
+    const float latitude = v / (1 - kFlattening);
+    const float edge = std::sqrt(u * u + latitude * latitude);
+    // Air softens the limb over about two pixels.
+    const float inside = 1 / (1 + std::exp((edge - 1) / (0.9F * pixel)));
+    if (inside < 1e-4F) return {};
+    const float depth = std::sqrt(std::max(1 - edge * edge, 0.0F));
+    const float limb = 0.25F + 0.75F * std::pow(std::max(depth, 0.02F), 0.55F);
+    return surface(u, latitude, depth) * (kBright * limb * inside);
+  }
+
+  [[nodiscard]] Light surface(float u, float latitude, float depth) const {
+    const float longitude = std::atan2(u, std::max(depth, 0.02F));
+    const float swirl =
+        cloudNoise(longitude * 7, latitude * 26, seed_, 5) * (0.35F + 0.65F * depth);
+    const float wavy = latitude + 0.022F * swirl;
+    float dark = 0;
+    for (const Belt& belt : kBelts) {
+      const float from = (wavy - belt.latitude) / belt.width;
+      dark = std::max(dark, belt.depth * std::exp(-from * from * from * from));
+    }
+    dark += 0.10F * swirl;
+    // Belts are brown: they take more from blue than from red.
+    Light light = {1.02F - 0.55F * dark, 0.96F - 0.85F * dark, 0.84F - 1.05F * dark};
+    const float spot = std::hypot((longitude - spotLongitude_) / 0.20F, (latitude - 0.36F) / 0.10F);
+    const float red = 0.9F / (1 + std::exp(7 * (spot - 1)));
+    const Light spotLight{0.95F, 0.65F, 0.46F};
+    light = light * (1 - red) + spotLight * red;
+    return {std::max(light.red, 0.05F), std::max(light.green, 0.05F), std::max(light.blue, 0.05F)};
+  }
+
+  std::uint64_t seed_;
+  float spotLongitude_ = 0;
+  std::array<Satellite, 4> satellites_;
+};
+
+}  // namespace
+
+std::unique_ptr<Scene> makePlanet(std::uint64_t seed) { return std::make_unique<Planet>(seed); }
+
+}  // namespace orvik::sim
