@@ -43,8 +43,9 @@ CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClas
       gate_(std::make_shared<CameraGate>(*this)),
       protocol_(std::move(protocol)),
       queue_(std::make_shared<FrameQueue>(largestFrame(model))),
-      arrivalFrames_{std::make_shared<PageBuffer>(largestFrame(model)),
-                     std::make_shared<PageBuffer>(largestFrame(model))},
+      arrivalFrames_(std::make_shared<FramePair>(
+          FramePair{std::make_shared<PageBuffer>(largestFrame(model)),
+                    std::make_shared<PageBuffer>(largestFrame(model))})),
       delivery_(model_, *protocol_, *state_, *queue_) {
   CAlgorithm::RGBYUV_Init();
 }
@@ -86,24 +87,32 @@ void CCameraBase::endLink() {
 }
 
 bool CCameraBase::hasCapturePlaces() const {
-  return queue_->isUsable() && arrivalFrames_[0]->size() != 0 && arrivalFrames_[1]->size() != 0;
+  return queue_->isUsable() && std::ranges::all_of(*arrivalFrames_, [](const FrameBuffer& frame) {
+           return frame->size() != 0;
+         });
 }
 
 bool CCameraBase::startCapture(bool snapshot) {
   if (!isOpen()) return false;
   if (state_->capturing) return true;
+  if (abandonedWorker_ || !capture_.waitForPrevious() || !hasCapturePlaces()) return false;
   state_->exposureStatus = Orvik_EXPSTATE_EXPOSING;
   state_->snapshot = snapshot;
-  const bool started = hasCapturePlaces() && capture_.start({.link = link_,
-                                                             .state = state_,
-                                                             .queue = queue_,
-                                                             .gate = gate_,
-                                                             .protocol = protocol_,
-                                                             .control = nullptr,
-                                                             .frames = arrivalFrames_},
-                                                            clock_);
-  // The caller learns of a worker that could not be started from the status.
-  if (!started) state_->exposureStatus = Orvik_EXPSTATE_FAILED;
+  state_->capturing = true;
+  queue_->open();
+  const bool started = capture_.start({.link = link_,
+                                       .state = state_,
+                                       .queue = queue_,
+                                       .gate = gate_,
+                                       .protocol = protocol_,
+                                       .control = nullptr,
+                                       .frames = arrivalFrames_},
+                                      clock_);
+  if (!started) {  // the caller learns of it from the flag and the status
+    queue_->close();
+    state_->capturing = false;
+    state_->exposureStatus = Orvik_EXPSTATE_FAILED;
+  }
   return true;
 }
 

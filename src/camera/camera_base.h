@@ -194,7 +194,7 @@ class CCameraBase {
   const std::shared_ptr<CameraGate> gate_;
   const std::shared_ptr<const FrameProtocol> protocol_;
   const std::shared_ptr<FrameQueue> queue_;
-  std::array<FrameBuffer, 2> arrivalFrames_;
+  const std::shared_ptr<FramePair> arrivalFrames_;
   FrameDelivery delivery_;
   CaptureSession capture_;
   bool abandonedWorker_ = false;  ///< one did not stop in time and still uses the device

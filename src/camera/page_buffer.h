@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,5 +33,9 @@ class PageBuffer {
 
 /// A frame's memory. Frames move from hand to hand by exchanging these, not by copying.
 using FrameBuffer = std::shared_ptr<PageBuffer>;
+
+/// Memory for the frame that arrives and for the one that follows it. Shared, so that what one
+/// capture exchanged the next one finds: no buffer is ever in two hands.
+using FramePair = std::array<FrameBuffer, 2>;
 
 }  // namespace orvik

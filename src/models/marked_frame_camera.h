@@ -38,6 +38,9 @@ struct MarkedModelShared {
 template <class Base>
 class MarkedFrameCamera : public Base {
  public:
+  using Base::model;
+  using Base::state;
+
   ~MarkedFrameCamera() override;
 
   bool OpenCamera(int ordinal) override;
@@ -76,8 +79,6 @@ class MarkedFrameCamera : public Base {
   using Base::isOpen;
   using Base::link;
   using Base::lockSettings;
-  using Base::model;
-  using Base::state;
 
   void playInitTable();
   void startSensor();

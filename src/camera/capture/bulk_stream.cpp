@@ -16,7 +16,7 @@ constexpr auto kRefusalPause = 10ms;
 
 }  // namespace
 
-BulkStream::BulkStream(CUsbDevice& device, std::array<FrameBuffer, 2> frames,
+BulkStream::BulkStream(CUsbDevice& device, std::shared_ptr<FramePair> frames,
                        std::size_t frameBytes, std::size_t transferBytes)
     : endpoint_(device.bulkIn()),
       frames_(std::move(frames)),
@@ -43,7 +43,7 @@ void BulkStream::restart() {
   endpoint_->resetPipe();
   endpoint_->setTransferSize(transferBytes_);
   const std::uint64_t nextFrame = frameNumber_ + 1;
-  std::swap(frames_[nextFrame % 2], frames_[frameNumber_ % 2]);
+  std::swap(bufferOf(nextFrame), bufferOf(frameNumber_));
   frameNumber_ = nextFrame;
   nextToRead_ = nextToSubmit_ = frameNumber_ * readsPerFrame_;
   submitAhead();
@@ -62,13 +62,13 @@ std::size_t BulkStream::offsetOf(std::uint64_t number) const {
 std::span<std::uint8_t> BulkStream::placeOf(std::uint64_t number) const {
   const std::size_t offset = offsetOf(number);
   const std::size_t length = std::min(transferBytes_, frameBytes_ - offset);
-  return frames_[(number / readsPerFrame_) % 2]->bytes().subspan(offset, length);
+  return bufferOf(number / readsPerFrame_)->bytes().subspan(offset, length);
 }
 
 bool BulkStream::submit(std::uint64_t number) {
   const std::span<std::uint8_t> place = placeOf(number);
   Read read;
-  seam::TransferBuffer buffer{place, frames_[(number / readsPerFrame_) % 2]};
+  seam::TransferBuffer buffer{place, bufferOf(number / readsPerFrame_)};
   if (slots_.inUse()) {
     read.slot = slots_.take();
     if (read.slot == nullptr && slots_.inUse()) return false;  // all are in flight

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -36,7 +35,7 @@ class BulkStream {
   /// @param frames memory for the frame that is being filled and for the one that follows
   /// @param frameBytes bytes of one frame, above 0
   /// @param transferBytes bytes of one read, above 0
-  BulkStream(CUsbDevice& device, std::array<FrameBuffer, 2> frames, std::size_t frameBytes,
+  BulkStream(CUsbDevice& device, std::shared_ptr<FramePair> frames, std::size_t frameBytes,
              std::size_t transferBytes);
   ~BulkStream();
   BulkStream(const BulkStream&) = delete;
@@ -51,8 +50,8 @@ class BulkStream {
 
   /// The memory of the frame that readFrame() completed. May be exchanged for other memory of the
   /// same size before advance().
-  [[nodiscard]] FrameBuffer& frame() { return frames_[frameNumber_ % 2]; }
-  [[nodiscard]] const FrameBuffer& frame() const { return frames_[frameNumber_ % 2]; }
+  [[nodiscard]] FrameBuffer& frame() { return bufferOf(frameNumber_); }
+  [[nodiscard]] const FrameBuffer& frame() const { return bufferOf(frameNumber_); }
 
   /// Turns to the following frame; the completed one's memory receives the one after it.
   void advance();
@@ -69,11 +68,12 @@ class BulkStream {
   void submitAhead();
   bool submit(std::uint64_t number);
   bool collect(std::size_t& received);
+  [[nodiscard]] FrameBuffer& bufferOf(std::uint64_t frame) const { return (*frames_)[frame % 2]; }
   [[nodiscard]] std::size_t offsetOf(std::uint64_t number) const;
   [[nodiscard]] std::span<std::uint8_t> placeOf(std::uint64_t number) const;
 
   CCyBulkEndPoint* const endpoint_;
-  std::array<FrameBuffer, 2> frames_;  ///< by frame number modulo 2
+  const std::shared_ptr<FramePair> frames_;  ///< by frame number modulo 2
   const std::size_t frameBytes_;
   const std::size_t transferBytes_;
   const std::uint64_t readsPerFrame_;

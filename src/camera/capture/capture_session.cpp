@@ -23,8 +23,9 @@ void runWorker(const CaptureParts& parts) {
 
 }  // namespace
 
+bool CaptureSession::waitForPrevious() { return thread_.join(kStopLimit); }
+
 bool CaptureSession::start(CaptureParts parts, std::shared_ptr<seam::Clock> clock) {
-  if (!thread_.join(kStopLimit)) return false;
   control_ = std::make_shared<CaptureControl>(std::move(clock));
   link_ = parts.link;
   parts.control = control_;

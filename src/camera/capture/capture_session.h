@@ -11,9 +11,14 @@ namespace orvik {
 /// Starts and stops the capture worker of one camera. For one thread at a time.
 class CaptureSession {
  public:
-  /// Starts a worker, once the one before has ended.
+  /// Waits until a worker that has finished its snapshot has put the camera to rest, at most five
+  /// seconds.
+  /// @return false when it has not.
+  bool waitForPrevious();
+
+  /// Starts a worker; the one before must have ended.
   /// @param parts all but `control`, which is made anew for each capture
-  /// @return false when no thread could be had, or the worker before does not end.
+  /// @return false when no thread could be had.
   bool start(CaptureParts parts, std::shared_ptr<seam::Clock> clock);
 
   /// Stops the worker and waits for its end, at most five seconds; then it is left to itself.

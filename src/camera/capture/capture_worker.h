@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -26,7 +25,7 @@ struct CaptureParts {
   std::shared_ptr<CameraGate> gate;
   std::shared_ptr<const FrameProtocol> protocol;
   std::shared_ptr<CaptureControl> control;
-  std::array<FrameBuffer, 2> frames;  ///< memory for the frames that arrive
+  std::shared_ptr<FramePair> frames;
 };
 
 /// Reads frames from the camera until it is stopped, or in snapshot mode until one frame is good.

@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: MIT
+// What a T15C receives when it is opened, set and started: every register, in order.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "models/t15c.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+using Lines = std::vector<std::string>;
+
+/// Joins parts of a conversation.
+Lines operator+(Lines left, const Lines& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+/// The line length of the full sensor at 100 percent of USB 3: the link carries
+/// 190906 * 100 * 10 bytes a second, that is 150 frames, so the sensor's minimum of 292 decides.
+const Lines kLineLength292 = {"F1=01", "F19=24", "F20=01", "F1=00"};
+
+/// An exposure of 10000 us with 976 rows, 292 cycles, 18562 kHz: frame length 994, shutter 358.
+const Lines kExposure10ms = {"S3001=01", "F1=01",    "F16=E2",   "F17=03",   "F18=00",
+                             "F1=00",    "S3020=66", "S3021=01", "S3022=00", "S3001=00"};
+
+class ConversationTest : public ::testing::Test {
+ protected:
+  ConversationTest() {
+    sim::CameraOptions options;
+    options.controlObserver = conversation_.observer();
+    options.sceneKind = sim::SceneKind::kDark;
+    bench_.plug(options);
+  }
+
+  void open() {
+    ASSERT_TRUE(camera_.OpenCamera(1));
+    ASSERT_TRUE(camera_.InitCamera());
+    conversation_.take();
+  }
+
+  Conversation conversation_;
+  VirtualBench bench_;
+  CCameraT15C camera_;
+};
+
+TEST_F(ConversationTest, ConstructionAndOpeningSendNoRequest) {
+  EXPECT_FALSE(camera_.OpenCamera(0));
+  EXPECT_FALSE(camera_.OpenCamera(2));
+  EXPECT_TRUE(camera_.OpenCamera(1));
+  EXPECT_TRUE(camera_.OpenCamera(1));
+  EXPECT_THAT(conversation_.take(), IsEmpty());
+}
+
+TEST_F(ConversationTest, Initialisation) {
+  ASSERT_TRUE(camera_.OpenCamera(1));
+  ASSERT_TRUE(camera_.InitCamera());
+
+  const Lines questions = {"RB4", "RAD", "RBC", "RBC", "RBC"};
+  const Lines table = {"S3003=01", "S300F=00", "S3012=2C", "S3013=01", "S3016=08", "S301D=C2",
+                       "S3070=02", "S3071=01", "S309E=22", "S30A5=FB", "S30A6=02", "S30B3=FF",
+                       "S30B4=01", "S30B5=42", "S30C2=01", "S310F=0F", "S3110=0E", "S3111=E7",
+                       "S3112=9C", "S3113=83", "S3114=10", "S3115=42", "S3128=1E", "S3144=07",
+                       "S31ED=38", "S320C=CF", "S324C=40", "S324D=03", "S3261=E0", "S3262=02",
+                       "S326E=2F", "S326F=30", "S3270=03", "S3298=00", "S329A=12", "S329B=E1",
+                       "S329C=0C"};
+  const Lines fixed = {"S305C=20", "S305E=20", "S305D=00", "S305F=00", "S3044=E1",
+                       "S3005=01", "S3036=08", "S3007=40", "F0=00",    "AF",
+                       "S3002=01", "S3049=00", "F0=30",    "F10=01",   "F1=01",
+                       "F12=80",   "F13=80",   "F14=80",   "F15=80",   "F1=00"};
+  // Red 52 and blue 95 of 100 as 8 bits, brightness 1, the normal clock, gain 200.
+  const Lines controls = {"F1=01",    "F12=85",   "F15=F3",   "F1=00",    "S300B=00", "S300A=01",
+                          "S3009=11", "S3001=01", "S3014=C8", "S3015=00", "S3001=00"};
+  EXPECT_THAT(conversation_.take(),
+              ElementsAreArray(questions + table + fixed + controls + kExposure10ms));
+
+  std::uint8_t major = 0;
+  std::array<std::uint8_t, 4> digits{};
+  camera_.GetFPGAVerVal(&major, digits.data());
+  EXPECT_EQ(camera_.GetFWVer(), 0x12);
+  EXPECT_EQ(major, 1);
+  EXPECT_THAT(digits, ElementsAre(2, 0, 2, 6));
+}
+
+TEST_F(ConversationTest, FullRegion) {
+  open();
+  ASSERT_TRUE(camera_.SetResolution(1304, 976, 1, IMAGE_8BIT));
+  const Lines position = {"S3001=01", "S303C=00", "S303D=00", "S3038=00", "S3039=00", "S3001=00"};
+  const Lines depth = {"S3044=E1", "S3005=01", "F10=01"};
+  const Lines region = {"F1=01",    "S3006=00", "F2=04",    "F6=09", "S303E=18",
+                        "S303F=05", "S303A=D0", "S303B=03", "F8=D0", "F9=03",
+                        "F4=18",    "F5=05",    "F1=00"};
+  EXPECT_THAT(conversation_.take(),
+              ElementsAreArray(position + depth + region + Lines{"S3009=11"} + kLineLength292 +
+                               kExposure10ms + kExposure10ms));
+}
+
+TEST_F(ConversationTest, BinOfTwoOnTheSensor) {
+  open();
+  ASSERT_TRUE(camera_.SetResolution(640, 480, 2, IMAGE_RAW16));
+  const Lines sent = conversation_.take();
+  const Lines position = {"S3001=01", "S303C=0C", "S303D=00", "S3038=08", "S3039=00", "S3001=00"};
+  const Lines depth = {"S3044=E1", "S3005=00", "F10=11"};
+  const Lines region = {"F1=01",    "S3006=22", "F2=02",    "F6=05",   "S303E=00",
+                        "S303F=05", "S303A=C0", "S303B=03", "F8=E0",   "F9=01",
+                        "F4=80",    "F5=02",    "F1=00",    "S3009=10"};
+  const Lines expected = position + depth + region;
+  ASSERT_GE(sent.size(), expected.size());
+  EXPECT_THAT(Lines(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(expected.size())),
+              ElementsAreArray(expected));
+  EXPECT_EQ(camera_.GetCMOSClk(), 9281);
+}
+
+TEST_F(ConversationTest, SoftwareBinReadsTheWholeArea) {
+  open();
+  ASSERT_TRUE(camera_.SetHardwareBin(false));
+  ASSERT_TRUE(camera_.SetResolution(640, 480, 2, IMAGE_8BIT));
+  const Lines sent = conversation_.take();
+  for (const char* line : {"S3006=00", "F2=04", "F6=09", "F8=C0", "F9=03", "F4=00", "F5=05"}) {
+    EXPECT_THAT(sent, Contains(line));
+  }
+}
+
+TEST_F(ConversationTest, HighSpeedReadsTenBitsTwiceAsFast) {
+  open();
+  camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
+  conversation_.take();
+  ASSERT_TRUE(camera_.SetHighSpeedMode(true));
+  const Lines sent = conversation_.take();
+  const Lines mode = {"S3044=E0", "S3005=00", "F10=00", "S3009=10"};
+  EXPECT_THAT(Lines(sent.begin(), sent.begin() + 4), ElementsAreArray(mode));
+  EXPECT_EQ(camera_.GetCMOSClk(), 37124);
+  EXPECT_THAT(Lines(sent.end() - 2, sent.end()), ElementsAre("S300B=00", "S300A=01"));
+
+  camera_.SetResolution(652, 488, 2, IMAGE_8BIT);
+  conversation_.take();
+  EXPECT_TRUE(camera_.SetHighSpeedMode(false));
+  EXPECT_THAT(conversation_.take(), IsEmpty()) << "binning on the sensor fixes the mode";
+}
+
+TEST_F(ConversationTest, RefusedRegionSendsNothing) {
+  open();
+  EXPECT_FALSE(camera_.SetResolution(1302, 976, 1, IMAGE_8BIT));
+  EXPECT_THAT(conversation_.take(), IsEmpty());
+  EXPECT_EQ(camera_.state().width, 1304);
+}
+
+TEST_F(ConversationTest, GainAndBrightnessAreLimited) {
+  open();
+  camera_.SetGain(700, false);
+  EXPECT_THAT(conversation_.take(), ElementsAre("S3001=01", "S3014=58", "S3015=02", "S3001=00"));
+  camera_.SetGain(-1, true);
+  EXPECT_THAT(conversation_.take(), ElementsAre("S3001=01", "S3014=00", "S3015=00", "S3001=00"));
+  camera_.SetBrightness(240);
+  EXPECT_THAT(conversation_.take(), ElementsAre("S300B=00", "S300A=F0"));
+  camera_.SetRGBBalance(0, 200, false);
+  EXPECT_THAT(conversation_.take(), ElementsAre("F1=01", "F12=02", "F15=FD", "F1=00"));
+}
+
+TEST_F(ConversationTest, CrossingOneSecondIsToldOnce) {
+  open();
+  camera_.SetExp(999'999, false);
+  EXPECT_THAT(conversation_.take(), Not(Contains("S0000=E1")));
+  camera_.SetExp(1'000'000, false);
+  EXPECT_EQ(conversation_.take().front(), "S0000=E1");
+  camera_.SetExp(2'000'000, false);
+  EXPECT_THAT(conversation_.take(), Not(Contains("S0000=E1")));
+  camera_.SetExp(999'999, false);
+  const Lines sent = conversation_.take();
+  EXPECT_THAT(Lines(sent.begin(), sent.begin() + 2), ElementsAre("S0000=21", "S3009=11"));
+
+  camera_.SetExp(5, false);
+  EXPECT_EQ(camera_.state().exposureUs, 32U);
+  camera_.SetExp(std::uint64_t{1} << 32U, false);
+  EXPECT_EQ(camera_.state().exposureUs, 1'000'000'000U);
+}
+
+TEST_F(ConversationTest, BandwidthIsLimitedAndStartsAnewOnAutomatic) {
+  open();
+  camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
+  int percent = 0;
+  bool automatic = true;
+  camera_.SetFPSPerc(30, false);
+  camera_.GetFPSPerc(&percent, &automatic);
+  EXPECT_EQ(percent, 40);
+  EXPECT_FALSE(automatic);
+  camera_.SetFPSPerc(60, true);
+  camera_.GetFPSPerc(&percent, &automatic);
+  EXPECT_EQ(percent, 100);
+  camera_.SetFPSPerc(60, true);
+  camera_.GetFPSPerc(&percent, &automatic);
+  EXPECT_EQ(percent, 60) << "already on automatic: the value counts";
+}
+
+TEST_F(ConversationTest, StartAndStop) {
+  open();
+  camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
+  conversation_.take();
+  ASSERT_TRUE(camera_.StartCapture(false));
+  ASSERT_TRUE(camera_.StartCapture(false));
+  std::vector<unsigned char> image(1304 * 976);
+  ASSERT_TRUE(camera_.GetImage(image.data(), static_cast<int>(image.size()), 5000));
+  EXPECT_THAT(conversation_.take(),
+              ElementsAre("AA", "F0=31", "S3000=01", "A9", "S3000=00", "F0=21"));
+  ASSERT_TRUE(camera_.StopCapture());
+  EXPECT_THAT(conversation_.take(), ElementsAre("F0=31", "S3000=01", "AA"));
+  ASSERT_TRUE(camera_.StopCapture());
+  EXPECT_THAT(conversation_.take(), IsEmpty());
+}
+
+TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
+  open();
+  ASSERT_TRUE(camera_.StopSensorCLK());
+  conversation_.take();
+  std::uint8_t value = 7;
+  EXPECT_FALSE(camera_.WriteCameraRegisterByte(0x3014, 1));
+  EXPECT_FALSE(camera_.ReadSONYREG(0x3014, &value));
+  EXPECT_EQ(value, 0);
+  EXPECT_TRUE(camera_.WriteFPGAREG(13, 128));
+  EXPECT_THAT(conversation_.take(), ElementsAre("F13=80"));
+  EXPECT_TRUE(camera_.StartSensorCLK());
+  EXPECT_TRUE(camera_.WriteSONYREG(0x3014, 1));
+}
+
+TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {
+  open();
+  EXPECT_TRUE(camera_.CloseCamera());
+  std::uint16_t value = 7;
+  EXPECT_FALSE(camera_.SendCMD(0xAA));
+  EXPECT_FALSE(camera_.ReadCameraRegister(0x3000, &value));
+  EXPECT_EQ(value, 0);
+  EXPECT_FALSE(camera_.IsUSB3Host());
+  EXPECT_FALSE(camera_.StartCapture(false));
+  EXPECT_THAT(conversation_.take(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: MIT
+// Every pixel of a delivered frame traced to the sensor position that it came from.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+
+#include "models/t15c.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+namespace {
+
+constexpr int kSensorWidth = 1304;
+constexpr int kSensorHeight = 976;
+constexpr std::uint64_t kExposureUs = 10000;
+
+/// A number from 1 to 60 for each sensor pixel: what its 8-bit sample is meant to read.
+int codeAt(int x, int y) {
+  auto h =
+      static_cast<std::uint32_t>(x) * 0x9E3779B1U ^ static_cast<std::uint32_t>(y) * 0x85EBCA77U;
+  h ^= h >> 15U;
+  h *= 0x2C1B3CE1U;
+  h ^= h >> 13U;
+  return static_cast<int>(h % 60) + 1;
+}
+
+/// Light that gives every pixel the 12-bit sample 16 * code + 8: in the middle of its 8-bit step,
+/// so that the coarseness of the exposure time cannot move it to the next.
+class CodedScene : public sim::Scene {
+ public:
+  explicit CodedScene(std::function<int(int, int)> code = codeAt) : code_(std::move(code)) {}
+
+  void illuminate(const sim::SensorFormat&, const sim::Area& area,
+                  std::span<float> flux) const override {
+    const double electronsPerStep = sim::findModel("T15C")->pixel.fullScale / 4095;
+    const double seconds = static_cast<double>(kExposureUs) * 1e-6;
+    for (int y = 0; y < area.height; ++y) {
+      for (int x = 0; x < area.width; ++x) {
+        const double steps = 16.0 * code_(area.x + x, area.y + y) + 8;
+        flux[static_cast<std::size_t>(y) * static_cast<std::size_t>(area.width) +
+             static_cast<std::size_t>(x)] = static_cast<float>(steps * electronsPerStep / seconds);
+      }
+    }
+  }
+
+ private:
+  std::function<int(int, int)> code_;
+};
+
+/// A region with what it asks of camera and host.
+struct Request {
+  int width, height, bin;
+  bool hardwareBin;
+  IMAGE_TYPE type;
+  bool flipHorizontal, flipVertical;
+  int x, y;  ///< start, sensor pixels
+  bool highSpeed = false;
+};
+
+class FramesTest : public ::testing::Test {
+ protected:
+  void plug(std::shared_ptr<const sim::Scene> scene) {
+    sim::CameraOptions options;
+    options.scene = std::move(scene);
+    options.noise = false;
+    options.pace = sim::Pace::kFree;
+    bench_.plug(options);
+    ASSERT_TRUE(camera_.OpenCamera(1));
+    ASSERT_TRUE(camera_.InitCamera());
+    camera_.SetRGBBalance(50, 50, false);
+    camera_.SetBrightness(0);
+    camera_.SetGain(0, false);
+    camera_.SetExp(kExposureUs, false);
+  }
+
+  std::vector<std::uint8_t> take(const Request& request, std::size_t bytes, bool raw = true) {
+    camera_.state().rawOutput = raw;
+    camera_.SetHardwareBin(request.hardwareBin);
+    camera_.SetMisc(request.flipHorizontal, request.flipVertical);
+    EXPECT_TRUE(camera_.SetResolution(request.width, request.height, request.bin, request.type));
+    camera_.SetHighSpeedMode(request.highSpeed);
+    camera_.SetStartPos(request.x, request.y);
+    std::vector<std::uint8_t> image(bytes, 0xEE);
+    EXPECT_TRUE(camera_.StartCapture(false));
+    EXPECT_TRUE(camera_.GetImage(image.data(), static_cast<int>(bytes), 10000));
+    EXPECT_TRUE(camera_.StopCapture());
+    return image;
+  }
+
+  VirtualBench bench_;
+  CCameraT15C camera_;
+};
+
+/// The sensor's samples as the region shows them after the flips, before any binning on the host.
+class View {
+ public:
+  explicit View(const Request& request) : request_(request) {}
+
+  /// @param x, y sensor pixels inside the region, after the flips
+  [[nodiscard]] int code(int x, int y) const {
+    const int columns = request_.width * request_.bin;
+    const int rows = request_.height * request_.bin;
+    const int sensorX = request_.x + (request_.flipHorizontal ? columns - 1 - x : x);
+    const int sensorY = request_.y + (request_.flipVertical ? rows - 1 - y : y);
+    return codeAt(sensorX, sensorY);
+  }
+
+  /// The codes that a binned pixel is made of: those of its colour in its group of cells.
+  template <class Use>
+  void forEachOf(int x, int y, Use use) const {
+    const int b = request_.bin;
+    const int left = x % 2 + x / 2 * 2 * b;
+    const int top = y % 2 + y / 2 * 2 * b;
+    for (int j = 0; j < b; ++j) {
+      for (int i = 0; i < b; ++i) use(code(left + 2 * i, top + 2 * j));
+    }
+  }
+
+ private:
+  const Request& request_;
+};
+
+/// Whether the pixel's sample was replaced by one from two rows away, for carrying a mark.
+bool carriedMark(const Request& request, int x, int y) {
+  const int perMark = request.type == IMAGE_RAW16 ? 2 : 4;
+  const int b = request.hardwareBin ? 1 : request.bin;
+  const int column = request.flipHorizontal ? request.width * b - 1 - x * b : x * b;
+  const int row = request.flipVertical ? request.height * b - 1 - y * b : y * b;
+  const int reach = perMark + 2 * b;  // with the group that a marked sample is binned into
+  const bool head = row < 2 * b && column < reach;
+  const bool tail = row >= (request.height - 2) * b && column >= request.width * b - reach;
+  return head || tail;
+}
+
+int expected8(const Request& request, int x, int y) {
+  const View view(request);
+  if (request.bin == 1) return view.code(x, y);
+  double mean = 0;
+  int sum = 0;
+  view.forEachOf(x, y, [&](int code) {
+    sum += code;
+    mean += 16.0 * code + 8;
+  });
+  if (!request.hardwareBin) return std::min(sum, 255);
+  return static_cast<int>(mean / (request.bin * request.bin) / 16);
+}
+
+int expected16(const Request& request, int x, int y) {
+  const View view(request);
+  double mean = 0;
+  view.forEachOf(x, y, [&](int code) { mean += 16.0 * code + 8; });
+  return static_cast<int>(mean / (request.bin * request.bin) * 16);
+}
+
+std::string describe(const Request& r) {
+  return std::to_string(r.width) + "x" + std::to_string(r.height) + "+" + std::to_string(r.x) +
+         "+" + std::to_string(r.y) + " bin " + std::to_string(r.bin) +
+         (r.hardwareBin ? " in the camera" : " on the host") +
+         (r.type == IMAGE_RAW16 ? " 16 bits" : " 8 bits") + (r.flipHorizontal ? " mirrored" : "") +
+         (r.flipVertical ? " upside down" : "") + (r.highSpeed ? " fast" : "");
+}
+
+TEST_F(FramesTest, EveryPixelComesFromItsPlaceOnTheSensor) {
+  plug(std::make_shared<CodedScene>());
+  std::vector<Request> requests;
+  for (int bin = 1; bin <= 4; ++bin) {
+    for (const bool hardware : {true, false}) {
+      for (const IMAGE_TYPE type : {IMAGE_8BIT, IMAGE_RAW16}) {
+        for (int flips = 0; flips < 4; ++flips) {
+          requests.push_back({.width = 96,
+                              .height = 62,
+                              .bin = bin,
+                              .hardwareBin = hardware,
+                              .type = type,
+                              .flipHorizontal = (flips & 1) != 0,
+                              .flipVertical = (flips & 2) != 0,
+                              .x = 204,
+                              .y = 98});
+        }
+      }
+    }
+  }
+  requests.push_back({1304, 976, 1, true, IMAGE_8BIT, false, false, 0, 0});
+  requests.push_back({1304, 976, 1, true, IMAGE_RAW16, true, true, 0, 0});
+  requests.push_back({652, 488, 2, true, IMAGE_8BIT, false, false, 0, 0});
+  requests.push_back({640, 480, 1, true, IMAGE_8BIT, false, false, 664, 496, true});
+
+  for (const Request& request : requests) {
+    SCOPED_TRACE(describe(request));
+    const bool wide = request.type == IMAGE_RAW16;
+    const auto pixels = static_cast<std::size_t>(request.width * request.height);
+    const auto image = take(request, pixels * (wide ? 2 : 1));
+    int wrong = 0;
+    for (int y = 0; y < request.height; ++y) {
+      for (int x = 0; x < request.width; ++x) {
+        if (carriedMark(request, x, y)) continue;
+        const auto i = static_cast<std::size_t>(y * request.width + x);
+        const int value = wide ? image[2 * i] | image[2 * i + 1] << 8 : image[i];
+        const int expected = wide ? expected16(request, x, y) : expected8(request, x, y);
+        // Three 12-bit steps for the exposure's coarseness and what a sum of truncations loses; an
+        // average of 8 bits may fall on either side of a step.
+        const int tolerance = wide ? 48 : (request.bin > 1 && request.hardwareBin ? 1 : 0);
+        if (std::abs(value - expected) > tolerance && ++wrong <= 5) {
+          ADD_FAILURE() << "at " << x << "," << y << ": " << value << ", not " << expected;
+        }
+      }
+    }
+    ASSERT_EQ(wrong, 0);
+  }
+}
+
+TEST_F(FramesTest, ColoursStayTrueInEveryFlipBinAndRegion) {
+  // Red 40, green 25, blue 10 in the 8-bit samples of this sensor's mosaic, red at its top left.
+  plug(std::make_shared<CodedScene>([](int x, int y) {
+    if (x % 2 != y % 2) return 25;
+    return x % 2 == 0 ? 40 : 10;
+  }));
+  for (int bin = 1; bin <= 2; ++bin) {
+    for (const bool hardware : {true, false}) {
+      for (int flips = 0; flips < 4; ++flips) {
+        Request request{96,  62, bin, hardware, IMAGE_RGB24, (flips & 1) != 0, (flips & 2) != 0,
+                        204, 98};
+        SCOPED_TRACE(describe(request));
+        const int factor = hardware ? 1 : bin * bin;
+        const auto rgb = take(request, 96 * 62 * 3, false);
+        for (std::size_t i = 0; i < rgb.size(); i += 3) {
+          ASSERT_EQ(rgb[i], 10 * factor) << "blue of pixel " << i / 3;
+          ASSERT_EQ(rgb[i + 1], 25 * factor) << "green of pixel " << i / 3;
+          ASSERT_EQ(rgb[i + 2], 40 * factor) << "red of pixel " << i / 3;
+        }
+        request.type = IMAGE_8BIT;
+        const auto grey = take(request, 96 * 62, false);
+        const int luminance = static_cast<int>(factor * (0.257 * 10 + 0.504 * 25 + 0.098 * 40));
+        EXPECT_TRUE(std::ranges::all_of(grey, [&](int v) { return std::abs(v - luminance) <= 1; }));
+      }
+    }
+  }
+}
+
+TEST_F(FramesTest, GammaLeavesFiftyAloneAndBendsOtherwise) {
+  plug(std::make_shared<CodedScene>([](int, int) { return 60; }));
+  const Request request{64, 64, 1, true, IMAGE_8BIT, false, false, 0, 0};
+  EXPECT_EQ(take(request, 64 * 64)[2000], 60);
+  camera_.SetGamma(100);
+  EXPECT_EQ(take(request, 64 * 64)[2000], std::lround(255 * std::sqrt(60 / 255.0)));
+  const Request wide{64, 64, 1, true, IMAGE_RAW16, false, false, 0, 0};
+  const auto image = take(wide, 64 * 64 * 2);
+  const int value = image[4000] | image[4001] << 8;
+  EXPECT_NEAR(value, 65535 * std::sqrt((60 * 16 + 8) * 16 / 65535.0), 120);
+  camera_.SetGamma(50);
+  EXPECT_EQ(take(request, 64 * 64)[2000], 60);
+}
+
+TEST_F(FramesTest, AnImageIsNeverLargerThanItsBuffer) {
+  plug(std::make_shared<CodedScene>());
+  const Request request{64, 64, 1, true, IMAGE_8BIT, false, false, 0, 0};
+  take(request, 64 * 64);
+  ASSERT_TRUE(camera_.StartCapture(false));
+  std::vector<std::uint8_t> image(200, 0xEE);
+  EXPECT_TRUE(camera_.GetImage(image.data(), 100, 10000)) << "raw data is cut";
+  EXPECT_TRUE(std::all_of(image.begin() + 100, image.end(), [](int v) { return v == 0xEE; }));
+  ASSERT_TRUE(camera_.SetResolution(64, 64, 1, IMAGE_RGB24));
+  EXPECT_FALSE(camera_.GetImage(image.data(), 64 * 64, 100)) << "a colour image is not";
+}
+
+}  // namespace
+}  // namespace orvik::test
