@@ -199,7 +199,7 @@ TEST_F(LibusbHost, OpeningAndClosingLeavesNothingBehind) {
     ASSERT_EQ(transfer->submit({.requestType = 0x40}, {}, kLong), TransferStatus::kOk);
     ASSERT_TRUE(transfer->wait(kLong));
   }
-  EXPECT_EQ(eventThreads(), 0);
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
   EXPECT_TRUE(eventually([descriptors] { return fileDescriptors() == descriptors; }));
 }
 
@@ -233,7 +233,7 @@ TEST_F(LibusbHost, DroppingTheHostWaitsForDroppedTransfers) {
     ASSERT_EQ(port->newBulkTransfer(0x81)->submit({*memory, memory}), TransferStatus::kOk);
   }
   host.reset();
-  EXPECT_EQ(eventThreads(), 0);
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
   EXPECT_EQ(memory.use_count(), 1);
 }
 
