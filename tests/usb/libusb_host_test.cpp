@@ -191,6 +191,7 @@ TEST_F(LibusbHost, AnUnpluggedDeviceEndsItsTransfers) {
 
 TEST_F(LibusbHost, OpeningAndClosingLeavesNothingBehind) {
   open().reset();
+  // Not all are the host's: the mocked kernel closes its end of a connection a little later.
   const std::ptrdiff_t descriptors = fileDescriptors();
   for (int round = 0; round < 1000; ++round) {
     const auto port = open();
@@ -200,7 +201,8 @@ TEST_F(LibusbHost, OpeningAndClosingLeavesNothingBehind) {
     ASSERT_TRUE(transfer->wait(kLong));
   }
   EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
-  EXPECT_TRUE(eventually([descriptors] { return fileDescriptors() == descriptors; }));
+  EXPECT_TRUE(eventually([descriptors] { return fileDescriptors() <= descriptors; }))
+      << fileDescriptors() << " against " << descriptors;
 }
 
 TEST_F(LibusbHost, ATransferDroppedInFlightOutlivesItsPort) {
