@@ -229,14 +229,18 @@ TEST_F(LibusbHost, ATransferDroppedInFlightOutlivesItsPort) {
 
 TEST_F(LibusbHost, DroppingTheHostWaitsForDroppedTransfers) {
   usbfs->answersBulk = false;
+  usbfs->discards = false;
   const auto memory = std::make_shared<Bytes>(1024);
-  {
-    const auto port = open();
-    ASSERT_EQ(port->newBulkTransfer(0x81)->submit({*memory, memory}), TransferStatus::kOk);
-  }
+  ASSERT_EQ(open()->newBulkTransfer(0x81)->submit({*memory, memory}), TransferStatus::kOk);
+  EXPECT_EQ(memory.use_count(), 2);
+  std::thread kernel([this] {
+    std::this_thread::sleep_for(milliseconds(30));
+    usbfs->returnDiscarded();
+  });
   host.reset();
-  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
   EXPECT_EQ(memory.use_count(), 1);
+  kernel.join();
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
 }
 
 TEST_F(LibusbHost, APortMayOutliveItsHost) {
