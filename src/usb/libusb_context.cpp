@@ -95,7 +95,7 @@ void LibusbContext::closeWaitingHandles() {
 
 void LibusbContext::close(libusb_device_handle* handle) {
   if (handledHere == this) {
-    closeLater(handle);
+    closing_.push_back(handle);
   } else {
     libusb_close(handle);
     leave();

@@ -47,7 +47,6 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
  private:
   bool startThread();
   void run();
-  void closeLater(libusb_device_handle* handle) { closing_.push_back(handle); }
   void closeWaitingHandles();
   void leave();
   void join();

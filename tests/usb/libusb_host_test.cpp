@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: MIT
+#include "usb/libusb_host.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "mock_usbfs.h"
+#include "usb/usb_device.h"
+
+namespace orvik {
+namespace {
+
+using seam::TransferStatus;
+using std::chrono::milliseconds;
+using testing::Bytes;
+using ::testing::ElementsAre;
+using testing::MockUsbfs;
+
+constexpr milliseconds kLong{20000};
+
+/// Event threads of hosts; libusb has a thread of its own that watches the bus.
+int eventThreads() {
+  int count = 0;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::string name;
+    std::ifstream(task.path() / "comm") >> name;
+    if (name == "orvik-usb") ++count;
+  }
+  return count;
+}
+
+std::ptrdiff_t fileDescriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return std::distance(begin(all), end(all));
+}
+
+/// Waits until `condition` holds; for what another thread is going to do by itself.
+template <typename Condition>
+bool eventually(Condition condition) {
+  const auto deadline = std::chrono::steady_clock::now() + kLong;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  return true;
+}
+
+class LibusbHost : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    usbfs = std::make_unique<MockUsbfs>();
+    ASSERT_TRUE(umockdev_in_mock_environment()) << "run it by ctest, which preloads umockdev";
+    host = makeLibusbHost();
+  }
+
+  [[nodiscard]] seam::DeviceInfo camera() const {
+    return {{MockUsbfs::kBus, {1}, MockUsbfs::kAddress}, identity::kVendorId, identity::PID_T15C};
+  }
+  std::unique_ptr<seam::Port> open() { return host->open(camera()); }
+
+  std::unique_ptr<MockUsbfs> usbfs;
+  std::shared_ptr<seam::Host> host;
+};
+
+TEST_F(LibusbHost, ListsDevices) {
+  const auto devices = host->devices();
+  ASSERT_EQ(devices.size(), 2U);
+  const auto& found = devices[0].productId == identity::PID_T15C ? devices[0] : devices[1];
+  EXPECT_EQ(found.location, camera().location);
+  EXPECT_EQ(found.vendorId, identity::kVendorId);
+}
+
+TEST_F(LibusbHost, OpensOnlyWhatIsMeant) {
+  const auto port = open();
+  ASSERT_NE(port, nullptr);
+  EXPECT_EQ(port->speed(), seam::Speed::kSuper);
+  auto replaced = camera();
+  replaced.productId = identity::PID_T14C;
+  EXPECT_EQ(host->open(replaced), nullptr);
+}
+
+TEST_F(LibusbHost, MovesControlData) {
+  const auto port = open();
+  const auto transfer = port->newControlTransfer();
+  Bytes out = {1, 2, 3};
+  const seam::SetupPacket write{.requestType = 0x40, .request = 0xC2, .value = 0x102, .index = 7};
+  ASSERT_EQ(transfer->submit(write, {out, nullptr}, kLong), TransferStatus::kOk);
+  ASSERT_TRUE(transfer->wait(kLong));
+  EXPECT_EQ(transfer->status(), TransferStatus::kOk);
+  EXPECT_EQ(transfer->actualBytes(), 3U);
+  EXPECT_THAT(usbfs->lastControlOut(), ElementsAre(0x40, 0xC2, 2, 1, 7, 0, 3, 0, 1, 2, 3));
+
+  Bytes in(64, 0xEE);
+  const seam::SetupPacket read{.requestType = 0x80, .request = 6, .value = 0x100};
+  ASSERT_EQ(transfer->submit(read, {in, nullptr}, kLong), TransferStatus::kOk);
+  ASSERT_TRUE(transfer->wait(kLong));
+  ASSERT_EQ(transfer->actualBytes(), 18U);
+  EXPECT_EQ(Bytes(in.begin(), in.begin() + 18), testing::t15cDevice());
+  EXPECT_EQ(in[18], 0xEE);
+
+  const seam::SetupPacket unknown{.requestType = 0xC0, .request = 0xFF};
+  ASSERT_EQ(transfer->submit(unknown, {in, nullptr}, kLong), TransferStatus::kOk);
+  ASSERT_TRUE(transfer->wait(kLong));
+  EXPECT_EQ(transfer->status(), TransferStatus::kStalled);
+
+  Bytes tooLong(65536);
+  EXPECT_EQ(transfer->submit(write, {tooLong, nullptr}, kLong), TransferStatus::kError);
+}
+
+TEST_F(LibusbHost, AControlTransferEndsByTheHostsOwnLimit) {
+  usbfs->answersControl = false;
+  const auto port = open();
+  const auto transfer = port->newControlTransfer();
+  ASSERT_EQ(transfer->submit({.requestType = 0x40}, {}, milliseconds(50)), TransferStatus::kOk);
+  EXPECT_EQ(transfer->submit({.requestType = 0x40}, {}, kLong), TransferStatus::kError)
+      << "in flight once at a time";
+  ASSERT_TRUE(transfer->wait(kLong));
+  EXPECT_EQ(transfer->status(), TransferStatus::kTimedOut);
+}
+
+TEST_F(LibusbHost, MovesBulkDataIntoTheCallersMemory) {
+  const auto port = open();
+  ASSERT_TRUE(port->claimInterface(0));
+  const auto transfer = port->newBulkTransfer(0x81);
+  const auto memory = std::make_shared<Bytes>(1 << 20);
+  for (int round = 0; round < 3; ++round) {
+    memory->assign(memory->size(), 0);
+    ASSERT_EQ(transfer->submit({*memory, memory}), TransferStatus::kOk);
+    ASSERT_TRUE(transfer->wait(kLong));
+    EXPECT_EQ(transfer->status(), TransferStatus::kOk);
+    EXPECT_EQ(transfer->actualBytes(), memory->size());
+    EXPECT_EQ((*memory)[300], 45);
+    EXPECT_EQ(memory.use_count(), 1) << "the host lets go when the transfer has ended";
+  }
+  EXPECT_EQ(port->clearHalt(0x81), TransferStatus::kOk);
+  EXPECT_EQ(port->reset(), TransferStatus::kOk);
+  EXPECT_EQ(usbfs->count(USBDEVFS_CLEAR_HALT), 1);
+}
+
+TEST_F(LibusbHost, ReportsAnInterfaceInUse) {
+  usbfs->interfaceFree = false;
+  EXPECT_FALSE(open()->claimInterface(0));
+}
+
+TEST_F(LibusbHost, CancelsInFlight) {
+  usbfs->answersBulk = false;
+  const auto port = open();
+  const auto transfer = port->newBulkTransfer(0x81);
+  Bytes memory(1024);
+  transfer->cancel();
+  ASSERT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kOk);
+  EXPECT_FALSE(transfer->wait(milliseconds(10)));
+  std::thread other([&transfer] { transfer->cancel(); });
+  EXPECT_TRUE(transfer->wait(std::chrono::milliseconds::max()));
+  other.join();
+  EXPECT_EQ(transfer->status(), TransferStatus::kCancelled);
+}
+
+TEST_F(LibusbHost, TellsWhenTheSystemTakesNoMore) {
+  const auto port = open();
+  usbfs->hasMemory = false;
+  const auto transfer = port->newBulkTransfer(0x81);
+  const auto memory = std::make_shared<Bytes>(1024);
+  EXPECT_EQ(transfer->submit({*memory, memory}), TransferStatus::kNoMemory);
+  EXPECT_TRUE(transfer->wait(milliseconds(0)));
+  EXPECT_EQ(memory.use_count(), 1);
+  usbfs->hasMemory = true;
+  EXPECT_EQ(transfer->submit({*memory, memory}), TransferStatus::kOk);
+  EXPECT_TRUE(transfer->wait(kLong));
+}
+
+TEST_F(LibusbHost, AnUnpluggedDeviceEndsItsTransfers) {
+  usbfs->answersBulk = false;
+  const auto port = open();
+  const auto transfer = port->newBulkTransfer(0x81);
+  Bytes memory(1024);
+  ASSERT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kOk);
+  usbfs->unplug();
+  ASSERT_TRUE(transfer->wait(kLong));
+  EXPECT_EQ(transfer->status(), TransferStatus::kNoDevice);
+  EXPECT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kNoDevice);
+  EXPECT_EQ(port->clearHalt(0x81), TransferStatus::kNoDevice);
+  EXPECT_EQ(open(), nullptr);
+  EXPECT_TRUE(eventually([this] { return host->devices().size() == 1; }));
+}
+
+TEST_F(LibusbHost, OpeningAndClosingLeavesNothingBehind) {
+  open().reset();
+  // Not all are the host's: the mocked kernel closes its end of a connection a little later.
+  const std::ptrdiff_t descriptors = fileDescriptors();
+  for (int round = 0; round < 1000; ++round) {
+    const auto port = open();
+    ASSERT_NE(port, nullptr);
+    const auto transfer = port->newControlTransfer();
+    ASSERT_EQ(transfer->submit({.requestType = 0x40}, {}, kLong), TransferStatus::kOk);
+    ASSERT_TRUE(transfer->wait(kLong));
+  }
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
+  EXPECT_TRUE(eventually([descriptors] { return fileDescriptors() <= descriptors; }))
+      << fileDescriptors() << " against " << descriptors;
+}
+
+TEST_F(LibusbHost, ATransferDroppedInFlightOutlivesItsPort) {
+  usbfs->answersBulk = false;
+  usbfs->discards = false;
+  const auto memory = std::make_shared<Bytes>(1024);
+  {
+    const auto port = open();
+    for (int i = 0; i < 8; ++i) {
+      ASSERT_EQ(port->newBulkTransfer(0x81)->submit({*memory, memory}), TransferStatus::kOk);
+    }
+  }
+  EXPECT_EQ(usbfs->count(USBDEVFS_DISCARDURB), 8);
+  EXPECT_EQ(memory.use_count(), 9) << "the kernel may still write into it";
+  EXPECT_EQ(eventThreads(), 1);
+
+  usbfs->returnDiscarded();
+  EXPECT_TRUE(eventually([&memory] { return memory.use_count() == 1; }));
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
+
+  usbfs->discards = true;
+  EXPECT_NE(open(), nullptr) << "and the host works on";
+}
+
+TEST_F(LibusbHost, DroppingTheHostWaitsForDroppedTransfers) {
+  usbfs->answersBulk = false;
+  usbfs->discards = false;
+  const auto memory = std::make_shared<Bytes>(1024);
+  ASSERT_EQ(open()->newBulkTransfer(0x81)->submit({*memory, memory}), TransferStatus::kOk);
+  EXPECT_EQ(memory.use_count(), 2);
+  std::thread kernel([this] {
+    std::this_thread::sleep_for(milliseconds(30));
+    usbfs->returnDiscarded();
+  });
+  host.reset();
+  EXPECT_EQ(memory.use_count(), 1);
+  kernel.join();
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; }));
+}
+
+TEST_F(LibusbHost, APortMayOutliveItsHost) {
+  const auto port = open();
+  host.reset();
+  const auto transfer = port->newBulkTransfer(0x81);
+  Bytes memory(1024);
+  ASSERT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kOk);
+  EXPECT_TRUE(transfer->wait(kLong));
+}
+
+TEST_F(LibusbHost, CarriesAWholeDevice) {
+  CUsbDevice device(identity::classGuid(9), true, host);
+  ASSERT_TRUE(device.isOpen());
+  EXPECT_EQ(device.product(), u"T15C");
+  EXPECT_TRUE(device.isSuperSpeed());
+  ASSERT_TRUE(device.bos());
+  ASSERT_TRUE(device.claim());
+  ASSERT_NE(device.bulkIn(), nullptr);
+  ASSERT_TRUE(device.bulkIn()->resetPipe());
+  const auto memory = std::make_shared<Bytes>(4096);
+  auto context = device.bulkIn()->beginTransfer({*memory, memory});
+  ASSERT_NE(context, nullptr);
+  EXPECT_TRUE(device.bulkIn()->waitForTransfer(*context, kLong));
+  std::size_t length = 0;
+  EXPECT_TRUE(device.bulkIn()->finishTransfer(std::move(context), length));
+  EXPECT_EQ(length, 4096U);
+}
+
+}  // namespace
+}  // namespace orvik
