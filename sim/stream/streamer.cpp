@@ -36,6 +36,7 @@ void Streamer::update() {
     exposed_.reset();
   }
   followShutter();
+  beginExposure();
   startThread();
   wake();
 }
@@ -53,6 +54,7 @@ void Streamer::flush() {
 void Streamer::setHostPresent(bool present) {
   hostPresent_ = present;
   if (!present) exposing_.reset();
+  beginExposure();
   startThread();
   wake();
 }
@@ -82,6 +84,12 @@ void Streamer::startThread() {
     // Without a thread the camera sends nothing, as one that has hung; the next request tries
     // again.
   }
+}
+
+void Streamer::beginExposure() {
+  const bool timed = state_.mode == RunMode::kFreeRunning && pace_ == Pace::kReal;
+  if (!wanted() || !timed || exposing_ || !state_.settings) return;
+  exposing_ = Exposure{*state_.settings, clock_->now() + state_.settings->frameTime};
 }
 
 void Streamer::followShutter() {
@@ -143,11 +151,7 @@ void Streamer::send(Lock& lock) {
 
 bool Streamer::exposeOnTime(Lock& lock) {
   const Duration now = clock_->now();
-  if (!exposing_) {
-    if (!state_.settings) return false;
-    exposing_ = Exposure{*state_.settings, now + state_.settings->frameTime};
-  }
-  if (now < exposing_->ends) return false;
+  if (!exposing_ || now < exposing_->ends) return false;
 
   const Exposure finished = *exposing_;
   state_ = camera_.captureState();

@@ -75,6 +75,7 @@ class Streamer {
   void waitForWork(Lock& lock);
   [[nodiscard]] bool wanted() const;
   void startThread();
+  void beginExposure();
   void followShutter();
 
   /// Each does one thing that is due, if there is one, and answers whether there was.
