@@ -154,6 +154,7 @@ bool Streamer::exposeOnTime(Lock& lock) {
   if (!exposing_ || now < exposing_->ends) return false;
 
   const Exposure finished = *exposing_;
+  const std::uint64_t number = nextFrame_++;
   state_ = camera_.captureState();
   if (state_.settings) {
     const Duration frameTime = state_.settings->frameTime;
@@ -166,11 +167,7 @@ bool Streamer::exposeOnTime(Lock& lock) {
   } else {
     exposing_.reset();
   }
-  if (outgoing_) {
-    ++nextFrame_;
-  } else {
-    make(lock, finished.settings);
-  }
+  if (!outgoing_) make(lock, finished.settings, number);
   return true;
 }
 
@@ -178,25 +175,21 @@ bool Streamer::exposeOnDemand(Lock& lock) {
   if (outgoing_ || !pipe_.ready()) return false;
   state_ = camera_.captureState();
   if (!state_.settings) return false;
-  make(lock, *state_.settings);
+  make(lock, *state_.settings, nextFrame_++);
   return true;
 }
 
 bool Streamer::developTriggered(Lock& lock) {
   if (!exposed_) return false;
   const FrameSettings settings = *std::exchange(exposed_, std::nullopt);
-  if (outgoing_) {
-    ++nextFrame_;
-  } else {
-    make(lock, settings);
-  }
+  const std::uint64_t number = nextFrame_++;
+  if (!outgoing_) make(lock, settings, number);
   return true;
 }
 
-void Streamer::make(Lock& lock, const FrameSettings& settings) {
+void Streamer::make(Lock& lock, const FrameSettings& settings, std::uint64_t number) {
   const bool repeated = pace_ == Pace::kFree && state_.mode == RunMode::kFreeRunning;
   const std::uint64_t epoch = epoch_;
-  const std::uint64_t number = nextFrame_++;
   lock.unlock();
   std::span<std::uint8_t> frame =
       repeated ? pictureFromRing(settings, number) : freshPicture(settings, number);

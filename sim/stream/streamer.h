@@ -85,7 +85,7 @@ class Streamer {
   bool developTriggered(Lock& lock);
 
   void send(Lock& lock);
-  void make(Lock& lock, const FrameSettings& settings);
+  void make(Lock& lock, const FrameSettings& settings, std::uint64_t number);
   std::span<std::uint8_t> pictureFromRing(const FrameSettings& settings, std::uint64_t number);
   std::span<std::uint8_t> freshPicture(const FrameSettings& settings, std::uint64_t number);
 

@@ -127,6 +127,17 @@ TEST(Stream, AFrameWaitsForTheHostAndTheNextOnesAreLost) {
   EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 3);
 }
 
+TEST(Stream, AMachineTooSlowLosesFramesAndNotTheTime) {
+  Bench bench(plain(sim::Pace::kReal));
+  const Program program;
+  bench.start(program);
+  bench.advance(100 * program.frameTime());
+  std::this_thread::sleep_for(kQuiet);
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 0);
+  bench.advance(program.frameTime());
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 100);
+}
+
 TEST(Stream, StoppingThrowsTheWaitingFrameAway) {
   Bench bench(plain(sim::Pace::kReal));
   const Program program;
