@@ -63,12 +63,13 @@ void addHotPixels(const SensorCondition& condition, const Conversion& c, const A
                   std::span<float> electrons) {
   if (c.ideal) return;
   const int y = area.y + row;
-  const auto inRow = std::ranges::equal_range(condition.hotPixels, y, {}, &HotPixel::y);
-  for (const HotPixel& pixel : inRow) {
-    const int x = pixel.x - area.x;
+  const auto end = condition.hotPixels.end();
+  for (auto pixel = std::ranges::lower_bound(condition.hotPixels, y, {}, &HotPixel::y);
+       pixel != end && pixel->y == y; ++pixel) {
+    const int x = pixel->x - area.x;
     if (x < 0 || x >= area.width) continue;
     electrons[static_cast<std::size_t>(x)] +=
-        static_cast<float>(pixel.darkCurrent * c.darkFactor) * c.seconds;
+        static_cast<float>(pixel->darkCurrent * c.darkFactor) * c.seconds;
   }
 }
 

@@ -36,6 +36,7 @@ void Streamer::update() {
     exposed_.reset();
   }
   followShutter();
+  beginExposure();
   startThread();
   wake();
 }
@@ -53,6 +54,7 @@ void Streamer::flush() {
 void Streamer::setHostPresent(bool present) {
   hostPresent_ = present;
   if (!present) exposing_.reset();
+  beginExposure();
   startThread();
   wake();
 }
@@ -82,6 +84,12 @@ void Streamer::startThread() {
     // Without a thread the camera sends nothing, as one that has hung; the next request tries
     // again.
   }
+}
+
+void Streamer::beginExposure() {
+  const bool timed = state_.mode == RunMode::kFreeRunning && pace_ == Pace::kReal;
+  if (!wanted() || !timed || exposing_ || !state_.settings) return;
+  exposing_ = Exposure{*state_.settings, clock_->now() + state_.settings->frameTime};
 }
 
 void Streamer::followShutter() {
@@ -143,13 +151,10 @@ void Streamer::send(Lock& lock) {
 
 bool Streamer::exposeOnTime(Lock& lock) {
   const Duration now = clock_->now();
-  if (!exposing_) {
-    if (!state_.settings) return false;
-    exposing_ = Exposure{*state_.settings, now + state_.settings->frameTime};
-  }
-  if (now < exposing_->ends) return false;
+  if (!exposing_ || now < exposing_->ends) return false;
 
   const Exposure finished = *exposing_;
+  const std::uint64_t number = nextFrame_++;
   state_ = camera_.captureState();
   if (state_.settings) {
     const Duration frameTime = state_.settings->frameTime;
@@ -162,11 +167,7 @@ bool Streamer::exposeOnTime(Lock& lock) {
   } else {
     exposing_.reset();
   }
-  if (outgoing_) {
-    ++nextFrame_;
-  } else {
-    make(lock, finished.settings);
-  }
+  if (!outgoing_) make(lock, finished.settings, number);
   return true;
 }
 
@@ -174,25 +175,22 @@ bool Streamer::exposeOnDemand(Lock& lock) {
   if (outgoing_ || !pipe_.ready()) return false;
   state_ = camera_.captureState();
   if (!state_.settings) return false;
-  make(lock, *state_.settings);
+  make(lock, *state_.settings, nextFrame_++);
   return true;
 }
 
 bool Streamer::developTriggered(Lock& lock) {
   if (!exposed_) return false;
   const FrameSettings settings = *std::exchange(exposed_, std::nullopt);
-  if (outgoing_) {
-    ++nextFrame_;
-  } else {
-    make(lock, settings);
-  }
+  const std::uint64_t number = nextFrame_++;
+  if (!outgoing_) make(lock, settings, number);
   return true;
 }
 
-void Streamer::make(Lock& lock, const FrameSettings& settings) {
+// By value: the registers may be written while the picture is made without the lock.
+void Streamer::make(Lock& lock, const FrameSettings settings, std::uint64_t number) {
   const bool repeated = pace_ == Pace::kFree && state_.mode == RunMode::kFreeRunning;
   const std::uint64_t epoch = epoch_;
-  const std::uint64_t number = nextFrame_++;
   lock.unlock();
   std::span<std::uint8_t> frame =
       repeated ? pictureFromRing(settings, number) : freshPicture(settings, number);

@@ -75,6 +75,7 @@ class Streamer {
   void waitForWork(Lock& lock);
   [[nodiscard]] bool wanted() const;
   void startThread();
+  void beginExposure();
   void followShutter();
 
   /// Each does one thing that is due, if there is one, and answers whether there was.
@@ -84,7 +85,7 @@ class Streamer {
   bool developTriggered(Lock& lock);
 
   void send(Lock& lock);
-  void make(Lock& lock, const FrameSettings& settings);
+  void make(Lock& lock, FrameSettings settings, std::uint64_t number);
   std::span<std::uint8_t> pictureFromRing(const FrameSettings& settings, std::uint64_t number);
   std::span<std::uint8_t> freshPicture(const FrameSettings& settings, std::uint64_t number);
 

@@ -100,10 +100,9 @@ Descriptors::Descriptors(const Model& model, bool usb3Port, std::uint32_t serial
       configuration_(configurationDescriptor(model, usb3Port)),
       bos_(bosDescriptor()) {
   strings_.push_back({4, kString, low(kEnglish), high(kEnglish)});
-  for (const std::string& text :
-       {std::string("Vek"), std::string(model.displayName), serialText(serial)}) {
-    strings_.push_back(stringDescriptor(text));
-  }
+  strings_.push_back(stringDescriptor("Vek"));
+  strings_.push_back(stringDescriptor(model.displayName));
+  strings_.push_back(stringDescriptor(serialText(serial)));
 }
 
 const std::vector<std::uint8_t>* Descriptors::find(std::uint8_t type, std::uint8_t index,

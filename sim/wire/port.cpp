@@ -27,7 +27,7 @@ class SimControlTransfer final : public seam::ControlTransfer {
     const Device::Result result = connection->device->control(setup, buffer.bytes);
     bytes_.store(result.bytes, std::memory_order_relaxed);
     status_.store(result.status, std::memory_order_release);
-    return TransferStatus::kOk;
+    return result.status == TransferStatus::kNoDevice ? result.status : TransferStatus::kOk;
   }
 
   void cancel() override {}

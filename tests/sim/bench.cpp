@@ -37,6 +37,16 @@ Bytes Fetch::received() const {
 Bench::Bench(const sim::CameraOptions& options, std::shared_ptr<seam::Clock> clock)
     : clock_(std::move(clock)), host_(std::make_unique<sim::SimHost>(clock_)) {
   id_ = host_->plug(*sim::findModel("T15C"), options);
+  reopen();
+}
+
+void Bench::dropPort() {
+  control_.reset();
+  port_.reset();
+}
+
+void Bench::reopen() {
+  dropPort();
   port_ = host_->open(host_->devices().back());
   port_->claimInterface(0);
   control_ = port_->newControlTransfer();

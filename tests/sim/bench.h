@@ -56,7 +56,8 @@ class Bench {
 
   [[nodiscard]] sim::SimHost& host() { return *host_; }
   [[nodiscard]] seam::Port& port() { return *port_; }
-  void dropPort() { port_.reset(); }
+  void dropPort();
+  void reopen();
   [[nodiscard]] int id() const { return id_; }
   void advance(seam::Clock::Duration duration);
 

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <thread>
 
 #include "sim/bench.h"
@@ -11,26 +12,242 @@ namespace {
 
 using namespace std::chrono_literals;
 
-sim::CameraOptions freeRunning() {
+sim::CameraOptions plain(sim::Pace pace) {
   sim::CameraOptions options;
-  options.pace = sim::Pace::kFree;
+  options.pace = pace;
   options.sceneKind = sim::SceneKind::kGrey;
   return options;
 }
 
-TEST(Stream, FreeRunningFramesAreMarkedAndNumbered) {
-  Bench bench(freeRunning());
+/// Long enough to be sure that nothing comes.
+constexpr auto kQuiet = 20ms;
+constexpr auto kSoon = 5s;
+
+/// Waits for the end of a transfer that must end well, and gives what came.
+Bytes collect(Fetch& fetch) {
+  EXPECT_TRUE(fetch.transfer->wait(kSoon));
+  EXPECT_EQ(fetch.transfer->status(), TransferStatus::kOk);
+  return fetch.received();
+}
+
+TEST(Stream, FreeRunningFramesAreMarkedNumberedAndComplete) {
+  Bench bench(plain(sim::Pace::kFree));
   const Program program;
   bench.start(program);
-  std::optional<int> last;
   for (int n = 0; n < 20; ++n) {
     const Bytes frame = bench.fetchFrame(program.frameBytes());
     ASSERT_EQ(frame.size(), program.frameBytes());
-    const auto sequence = sequenceOf(frame);
-    ASSERT_TRUE(sequence.has_value());
-    EXPECT_EQ(*sequence, last ? *last + 1 : *sequence);
-    last = sequence;
+    ASSERT_EQ(sequenceOf(frame), n);
   }
+}
+
+TEST(Stream, SequenceWrapsAtSixteenBits) {
+  Bench bench(plain(sim::Pace::kFree));
+  Program program;
+  program.columns = 8;
+  program.rows = 2;
+  bench.start(program);
+  Fetch fetch = bench.newFetch(program.frameBytes());
+  int last = -1;
+  for (int n = 0; n < 65600; ++n) {
+    ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
+    ASSERT_TRUE(fetch.transfer->wait(kSoon));
+    last = sequenceOf(*fetch.memory).value_or(-1);
+    ASSERT_EQ(last, n & 0xFFFF);
+  }
+}
+
+TEST(Stream, NeedsStreamingAnAwakeSensorAndARunningFpga) {
+  Bench bench(plain(sim::Pace::kFree));
+  const Program program;
+  bench.start(program);
+  struct Case {
+    const char* name;
+    std::function<void()> off, on;
+  };
+  for (const Case& c :
+       {Case{"streaming", [&] { bench.out(0xAA); }, [&] { bench.out(0xA9); }},
+        Case{"standby", [&] { bench.sensor(0x3000, 1); }, [&] { bench.sensor(0x3000, 0); }},
+        Case{"halt", [&] { bench.fpga(0, 0x31); }, [&] { bench.fpga(0, 0x21); }},
+        Case{"idle", [&] { bench.fpga(0, 0x30); }, [&] { bench.fpga(0, 0x21); }},
+        Case{"sensor clock", [&] { bench.out(0xAE); }, [&] { bench.out(0xAF); }}}) {
+    SCOPED_TRACE(c.name);
+    EXPECT_FALSE(bench.fetchFrame(program.frameBytes()).empty());
+    c.off();
+    Fetch fetch = bench.newFetch(program.frameBytes());
+    ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
+    EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "stays in flight";
+    c.on();
+    EXPECT_TRUE(sequenceOf(collect(fetch)).has_value());
+  }
+}
+
+TEST(Stream, FramesComeAtTheRateOfTheRegisters) {
+  Bench bench(plain(sim::Pace::kReal));
+  const Program program;
+  bench.start(program);
+  for (int n = 0; n < 5; ++n) {
+    Fetch fetch = bench.newFetch(program.frameBytes());
+    ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
+    bench.advance(program.frameTime() - 1us);
+    EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "frame " << n << " came early";
+    bench.advance(1us);
+    EXPECT_EQ(sequenceOf(collect(fetch)), n);
+  }
+}
+
+TEST(Stream, AnExposureKeepsTheSettingsOfItsBeginning) {
+  Bench bench(plain(sim::Pace::kReal));
+  const Program slow{.frameLines = 60000};
+  bench.start(slow);
+  bench.fpga(16, 1000 & 0xFF);
+  bench.fpga(17, 1000 >> 8);
+  Fetch fetch = bench.newFetch(slow.frameBytes());
+  fetch.submit();
+  bench.advance(slow.frameTime() - 1us);
+  EXPECT_FALSE(fetch.transfer->wait(kQuiet));
+  bench.advance(1us);
+  collect(fetch);
+  fetch.submit();
+  bench.advance(Program{.frameLines = 1000}.frameTime());
+  collect(fetch);
+}
+
+TEST(Stream, AFrameWaitsForTheHostAndTheNextOnesAreLost) {
+  Bench bench(plain(sim::Pace::kReal));
+  const Program program;
+  bench.start(program);
+  const auto settle = [] { std::this_thread::sleep_for(kQuiet); };
+  bench.advance(program.frameTime());  // 0 is held
+  settle();
+  bench.advance(2 * program.frameTime());  // 1 and 2 find no room
+  settle();
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 0);
+  bench.advance(program.frameTime());
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 3);
+}
+
+TEST(Stream, AMachineTooSlowLosesFramesAndNotTheTime) {
+  Bench bench(plain(sim::Pace::kReal));
+  const Program program;
+  bench.start(program);
+  bench.advance(100 * program.frameTime());
+  std::this_thread::sleep_for(kQuiet);
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 0);
+  bench.advance(program.frameTime());
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 100);
+}
+
+TEST(Stream, StoppingThrowsTheWaitingFrameAway) {
+  Bench bench(plain(sim::Pace::kReal));
+  const Program program;
+  bench.start(program);
+  bench.advance(program.frameTime());
+  std::this_thread::sleep_for(kQuiet);
+  bench.stop();
+  Fetch fetch = bench.newFetch(program.frameBytes());
+  fetch.submit();
+  EXPECT_FALSE(fetch.transfer->wait(kQuiet));
+  bench.start(program);
+  bench.advance(program.frameTime());
+  EXPECT_EQ(sequenceOf(collect(fetch)), 1) << "frame 0 was lost with the stop";
+}
+
+TEST(Stream, ClearingTheHaltStartsWithAFreshFrame) {
+  Bench bench(plain(sim::Pace::kFree));
+  const Program program{.columns = 400, .rows = 300};
+  bench.start(program);
+  Fetch half = bench.newFetch(51200);
+  half.submit();
+  collect(half);
+  ASSERT_EQ(bench.port().clearHalt(0x81), TransferStatus::kOk);
+  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 1);
+}
+
+TEST(Stream, LongExposureLastsFromShutterOpenToShutterClosed) {
+  sim::CameraOptions options = plain(sim::Pace::kReal);
+  options.noise = false;
+  options.light = 0.001;
+  Bench bench(options);
+  const Program program{.wide = true, .run = 0xE1};
+  bench.start(program);
+  const auto levelAfter = [&](seam::Clock::Duration exposure) {
+    Fetch fetch = bench.newFetch(program.frameBytes());
+    fetch.submit();
+    bench.fpga(0x0B, 1);
+    bench.advance(exposure);
+    EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "no frame before the shutter closes";
+    bench.fpga(0x0B, 0);
+    const Bytes frame = collect(fetch);
+    EXPECT_TRUE(sequenceOf(frame).has_value());
+    return wordOf(frame, frame.size() / 4 + 1) / 16;
+  };
+  const int level = levelAfter(20s);
+  EXPECT_GT(level, 100);
+  EXPECT_NEAR(levelAfter(60s), 3 * level, 2);
+
+  bench.advance(10s);
+  Fetch fetch = bench.newFetch(program.frameBytes());
+  fetch.submit();
+  bench.fpga(0x0B, 0);
+  EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "a shutter that was not open ends no exposure";
+}
+
+TEST(Stream, AFilterCanSpoilAndDropFrames) {
+  sim::CameraOptions options = plain(sim::Pace::kFree);
+  options.frameFilter = [](Bytes& frame) {
+    switch (wordOf(frame, 1)) {
+      case 0:
+        return false;
+      case 1:
+        frame.back() ^= 1U;
+        return true;
+      case 2:
+        frame.resize(frame.size() - 2);
+        return true;
+      default:
+        return true;
+    }
+  };
+  Bench bench(options);
+  const Program program;
+  bench.start(program);
+  const Bytes spoilt = bench.fetchFrame(program.frameBytes());
+  EXPECT_EQ(wordOf(spoilt, 1), 1);
+  EXPECT_FALSE(sequenceOf(spoilt).has_value());
+  EXPECT_EQ(bench.fetchFrame(program.frameBytes()).size(), program.frameBytes() - 2);
+  for (int n = 3; n < 12; ++n) {
+    EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), n)
+        << "what a filter did to one frame must not show in others";
+  }
+}
+
+TEST(Stream, CamerasStreamIndependently) {
+  std::vector<std::unique_ptr<Bench>> benches;
+  for (int n = 0; n < 3; ++n) benches.push_back(std::make_unique<Bench>(plain(sim::Pace::kFree)));
+  Program program;
+  for (const auto& bench : benches) {
+    program.columns += 8;
+    bench->start(program);
+  }
+  for (int round = 0; round < 10; ++round) {
+    program.columns = 64;
+    for (const auto& bench : benches) {
+      program.columns += 8;
+      const Bytes frame = bench->fetchFrame(program.frameBytes());
+      EXPECT_EQ(frame.size(), program.frameBytes());
+      EXPECT_EQ(sequenceOf(frame), round);
+    }
+  }
+}
+
+TEST(Stream, OutlivesCloseAndReopen) {
+  Bench bench(plain(sim::Pace::kFree));
+  const Program program;
+  bench.start(program);
+  EXPECT_FALSE(bench.fetchFrame(program.frameBytes()).empty());
+  bench.reopen();
+  EXPECT_FALSE(bench.fetchFrame(program.frameBytes()).empty()) << "nobody told it to stop";
 }
 
 }  // namespace

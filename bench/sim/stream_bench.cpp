@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+// What a free-running virtual camera sends through the host seam, beside a memcpy of the same
+// bytes, and what a fresh picture costs.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "sim/picture/picture_maker.h"
+#include "sim/sim_host.h"
+
+namespace orvik::bench {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr int kColumns = 1280;
+constexpr int kRows = 960;
+constexpr std::size_t kFrameBytes = std::size_t{kColumns} * kRows;
+
+/// A T15C on a host, set to run freely with frames of kColumns x kRows samples of one byte.
+class RunningCamera {
+ public:
+  RunningCamera() {
+    sim::CameraOptions options;
+    options.pace = sim::Pace::kFree;
+    host_.plug(*sim::findModel("T15C"), options);
+    port_ = host_.open(host_.devices().front());
+    port_->claimInterface(0);
+    control_ = port_->newControlTransfer();
+    sensorWord(0x303E, kColumns);
+    sensorWord(0x303A, kRows);
+    constexpr int kFpga[][2] = {{2, 4},
+                                {6, 9},
+                                {10, 1},
+                                {4, kColumns & 0xFF},
+                                {5, kColumns >> 8},
+                                {8, kRows & 0xFF},
+                                {9, kRows >> 8},
+                                {17, 4},
+                                {19, 255}};
+    for (const auto& [number, value] : kFpga) out(0xBD, number, value);
+    out(0xA9, 0, 0);
+    out(0xB6, 0x3000, 0);
+    out(0xBD, 0, 0x21);
+  }
+
+  seam::Port& port() { return *port_; }
+
+ private:
+  void out(std::uint8_t request, int value, int index) {
+    control_->submit(
+        {0x40, request, static_cast<std::uint16_t>(value), static_cast<std::uint16_t>(index)}, {},
+        std::chrono::milliseconds(500));
+  }
+  void sensorWord(int address, int value) {
+    out(0xB6, address, value & 0xFF);
+    out(0xB6, address + 1, value >> 8);
+  }
+
+  sim::SimHost host_;
+  std::unique_ptr<seam::Port> port_;
+  std::unique_ptr<seam::ControlTransfer> control_;
+};
+
+void copyFrames(benchmark::State& state) {
+  std::array<Bytes, 4> pictures;
+  pictures.fill(Bytes(kFrameBytes, 1));
+  std::array<Bytes, 4> frames = pictures;
+  std::size_t n = 0;
+  for (auto _ : state) {
+    std::memcpy(frames[n % 4].data(), pictures[n % 4].data(), kFrameBytes);
+    benchmark::ClobberMemory();
+    ++n;
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kFrameBytes));
+}
+BENCHMARK(copyFrames)->Name("stream/memcpy")->UseRealTime();
+
+void streamFrames(benchmark::State& state) {
+  RunningCamera camera;
+  std::array<Bytes, 4> frames;
+  std::array<std::unique_ptr<seam::BulkTransfer>, 4> transfers;
+  for (std::size_t n = 0; n < 4; ++n) {
+    frames[n].resize(kFrameBytes);
+    transfers[n] = camera.port().newBulkTransfer(0x81);
+    transfers[n]->submit({frames[n], nullptr});
+  }
+  std::size_t n = 0;
+  for (auto _ : state) {
+    if (!transfers[n]->wait(std::chrono::seconds(5))) {
+      state.SkipWithError("no frame came");
+      break;
+    }
+    transfers[n]->submit({frames[n], nullptr});
+    n = (n + 1) % 4;
+  }
+  for (const auto& transfer : transfers) {
+    transfer->cancel();
+    transfer->wait(std::chrono::seconds(5));
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kFrameBytes));
+}
+BENCHMARK(streamFrames)->Name("stream/free-running")->UseRealTime();
+
+void makePictures(benchmark::State& state) {
+  sim::CameraOptions options;
+  options.sceneKind = sim::SceneKind::kGrey;
+  sim::PictureMaker maker(*sim::findModel("T15C"), options, 1);
+  sim::FrameSettings settings;
+  settings.area = {0, 0, kColumns, kRows};
+  settings.columns = kColumns;
+  settings.rows = kRows;
+  settings.gain = 200;
+  settings.wideOutput = state.range(0) != 0;
+  settings.exposure = std::chrono::milliseconds(10);
+  Bytes frame(settings.bytes());
+  std::uint64_t number = 0;
+  for (auto _ : state) {
+    maker.make(settings, number++, frame);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * kColumns * kRows);
+}
+BENCHMARK(makePictures)->Name("picture/wide")->Arg(0)->Arg(1);
+
+}  // namespace
+}  // namespace orvik::bench
