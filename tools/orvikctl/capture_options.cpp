@@ -3,12 +3,14 @@
 
 #include <limits>
 
+#include "tools/orvikctl/help_text.h"
+
 namespace orvik::ctl {
 namespace {
 
 void addSensorOptions(CLI::App& app, CaptureOptions& options) {
   const auto* group = "Exposure and sensor";
-  const auto onOff = CLI::IsMember({"on", "off"});
+  const auto onOff = unmentioned(CLI::IsMember({"on", "off"}));
   app.add_option("--exposure", options.exposure,
                  "Exposure time: 1500us, 20ms, 2.5s, 3min; a plain number counts microseconds")
       ->type_name("TIME[:auto]")
@@ -42,19 +44,19 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
       ->type_name("WxH[+X+Y]")
       ->group(group);
   app.add_option("--bin", options.bin, "Bin factor [1]")
-      ->check(CLI::Range(1, 16))
+      ->check(unmentioned(CLI::Range(1, 16)))
       ->type_name("N")
       ->group(group);
   app.add_option("--hardware-bin", options.hardwareBin, "Whether the camera bins, or the host")
-      ->check(CLI::IsMember({"on", "off"}))
+      ->check(unmentioned(CLI::IsMember({"on", "off"})))
       ->type_name("on|off")
       ->group(group);
   app.add_option("--type", options.type, "Pixels [snap: raw16 where offered; else raw8]")
-      ->check(CLI::IsMember({"raw8", "raw16", "rgb24", "y8"}))
+      ->check(unmentioned(CLI::IsMember({"raw8", "raw16", "rgb24", "y8"})))
       ->type_name("raw8|raw16|rgb24|y8")
       ->group(group);
   app.add_option("--flip", options.flip, "Mirror the image: h left to right, v top to bottom")
-      ->check(CLI::IsMember({"none", "h", "v", "both"}))
+      ->check(unmentioned(CLI::IsMember({"none", "h", "v", "both"})))
       ->type_name("none|h|v|both")
       ->group(group);
 }
@@ -69,7 +71,7 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
       ->group(group);
   app.add_flag("--overwrite", options.overwrite, "Replace files that exist")->group(group);
   app.add_option("--kind", options.frameKind, "Kind of frame, for the FITS header [light]")
-      ->check(CLI::IsMember({"light", "dark", "bias", "flat"}))
+      ->check(unmentioned(CLI::IsMember({"light", "dark", "bias", "flat"})))
       ->type_name("light|dark|bias|flat")
       ->group(group);
   app.add_option("--object", options.object, "What is observed, for the file's header")
@@ -84,7 +86,7 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
 
 void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("-n,--count", options.count, "Number of images")
-      ->check(CLI::Range(int64_t{1}, int64_t{std::numeric_limits<int32_t>::max()}))
+      ->check(unmentioned(CLI::Range(int64_t{1}, int64_t{std::numeric_limits<int32_t>::max()})))
       ->type_name("N");
   app.add_flag("-q,--quiet", options.quiet, "Show no progress");
   addSensorOptions(app, options);

@@ -197,9 +197,9 @@ ImageInfo describeImages(const Camera& camera, const CaptureOptions& options) {
   info.observer = options.observer;
   info.telescope = options.telescope;
   if (const auto offset = camera.valueIfAny(Orvik_CTL_BRIGHTNESS)) info.offset = offset->value;
-  if (const auto target = camera.valueIfAny(Orvik_CTL_TARGET_TEMP)) {
-    info.targetTemperature = target->value;
-  }
+  const auto cooler = camera.valueIfAny(Orvik_CTL_COOLER_ON);
+  const auto target = camera.valueIfAny(Orvik_CTL_TARGET_TEMP);
+  if (cooler && cooler->value != 0 && target) info.targetTemperature = target->value;
   refreshReadings(camera, info);
   return info;
 }

@@ -2,8 +2,11 @@
 #include <array>
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <string>
 
 #include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/output/software.h"
 
@@ -35,10 +38,21 @@ constexpr const char* kFooter =
     "  orvikctl snap --exposure 2.5s --gain 200 -o m42.fits\n"
     "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n";
 
+/** The help of the subcommand in use, or of the program. */
+std::string helpCommand(const CLI::App& program) {
+  const auto used = program.get_subcommands();
+  return "orvikctl " + (used.empty() ? "" : used.front()->get_name() + " ") + "--help";
+}
+
 int run(int argc, char** argv) {
   CLI::App program("Finds, sets and records USB astronomical cameras.", "orvikctl");
   program.set_version_flag("--version", orvik::ctl::kSoftware);
   program.require_subcommand(1);
+  program.formatter(std::make_shared<orvik::ctl::HelpText>());
+  program.failure_message([](const CLI::App* app, const CLI::Error& error) {
+    return "orvikctl: " + std::string(error.what()) + "\nRun `" + helpCommand(*app) +
+           "` for the options.\n";
+  });
   program.footer(kFooter);
   using namespace orvik::ctl;
   const std::array<Command, 7> commands = {addList(program), addInfo(program), addControls(program),

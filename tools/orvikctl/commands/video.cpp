@@ -6,6 +6,7 @@
 #include "tools/orvikctl/capture_report.h"
 #include "tools/orvikctl/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/output/frame_sink.h"
 #include "tools/orvikctl/progress.h"
@@ -125,14 +126,15 @@ class Recording {
   SystemClock::time_point last_;
 };
 
-CaptureReport record(Camera& camera, const VideoOptions& options, const VideoLimits& limits,
-                     const ImageFormat& format, FrameSink& sink) {
+void record(Camera& camera, const VideoOptions& options, const VideoLimits& limits,
+            const ImageFormat& format, FrameSink& sink) {
+  const ImageInfo info = describeImages(camera, options);
   VideoReader reader(camera, format, limits, options.bufferMb * 1'000'000);
-  Recording recording(reader, sink, describeImages(camera, options), limits, options.quiet);
+  Recording recording(reader, sink, info, limits, options.quiet);
   recording.writeAll();
-  sink.finish();  // Before the reader's own fault: what has come is kept.
-  reader.finish();
-  return recording.report();
+  sink.finish();
+  printReport(recording.report(), options.json);
+  reader.finish();  // The last: a fault of the camera does not cost what had come before it.
 }
 
 ExitCode video(const VideoOptions& options) {
@@ -141,8 +143,7 @@ ExitCode video(const VideoOptions& options) {
   Camera camera(cameras.choose(options.camera).index);
   const ImageFormat format = applyOptions(camera, options, Preference::kSpeed);
   const auto sink = makeSink(options.output, limits.frames, options.overwrite);
-  const CaptureReport report = record(camera, options, limits, format, *sink);
-  printReport(report, options.json);
+  record(camera, options, limits, format, *sink);
   return interrupted() ? ExitCode::kInterrupted : ExitCode::kOk;
 }
 
@@ -157,7 +158,7 @@ Command addVideo(CLI::App& program) {
   app->add_option("--buffer", options->bufferMb,
                   "Memory for frames that wait for the disk, MB [256]; when it is full, the camera "
                   "loses frames")
-      ->check(CLI::Range(size_t{1}, size_t{65536}))
+      ->check(unmentioned(CLI::Range(size_t{1}, size_t{65536})))
       ->type_name("MB");
   addCaptureOptions(*app, *options);
   app->footer(

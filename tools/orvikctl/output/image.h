@@ -33,7 +33,7 @@ struct ImageInfo {
   int gain = 0;
   std::optional<int> offset;
   std::optional<double> sensorTemperature;  ///< degrees Celsius
-  std::optional<double> targetTemperature;  ///< degrees Celsius; cooled cameras only
+  std::optional<double> targetTemperature;  ///< degrees Celsius; while a cooler holds it
 
   std::string frameKind = "Light Frame";  ///< FITS IMAGETYP
   std::string object;                     ///< what the picture shows; may be empty
