@@ -6,6 +6,8 @@
 #include <array>
 #include <cerrno>
 #include <string>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "tools/orvikctl/failure.h"
@@ -52,8 +54,7 @@ class FitsFile {
     fits_write_key_dbl(fits_, name, value, kDigits, comment, &status_);
   }
   void close() {
-    fits_close_file(fits_, &status_);
-    if (status_ == 0) fits_ = nullptr;
+    fits_close_file(std::exchange(fits_, nullptr), &status_);  // Freed even if closing fails.
   }
   [[nodiscard]] int status() const { return status_; }
 
