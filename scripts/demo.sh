@@ -20,7 +20,7 @@ files=(stars.fits stars.png moon.png planet.ser)
 # Shows a command as one would type it, and runs it.
 run() {
   printf '\n$ orvikctl'
-  printf ' %s' "$@"
+  printf ' %q' "$@"
   printf '\n'
   "$orvikctl" "$@"
 }

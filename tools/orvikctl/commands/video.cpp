@@ -53,13 +53,14 @@ class Recording {
     for (;;) {
       PooledFrame* frame = nullptr;
       const FramePool::Taken taken = reader_.frames().take(frame, kWait);
-      if (taken == FramePool::Taken::kEnd) return;
+      if (taken == FramePool::Taken::kEnd) break;
       if (taken == FramePool::Taken::kFrame) {
         write(*frame);
         reader_.frames().release(frame);
       }
       showProgress();
     }
+    progress_.wipe();
   }
 
   [[nodiscard]] CaptureReport report() const {

@@ -20,8 +20,9 @@
 namespace orvik::ctl {
 namespace {
 
-// Noise does not compress: a higher level costs several times the time for a few percent.
-constexpr int kCompressionLevel = 2;
+// Frames are mostly noise. On 16-bit noise, 1304 x 976 pixels, level 6 took about twenty
+// times as long as level 1 for 2 % less, and a prediction filter only made the file larger.
+constexpr int kCompressionLevel = 1;
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -108,7 +109,7 @@ bool encode(const Encoder& encoder, const Image& image, const std::vector<png_te
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_text(png, info, texts.data(), static_cast<int>(texts.size()));
   png_set_compression_level(png, kCompressionLevel);
-  png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
+  png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
   png_write_info(png, info);
   if (is16Bit) png_set_swap(png);
   if (isColour) png_set_bgr(png);

@@ -87,8 +87,8 @@ Header headerOf(const ImageInfo& info) {
 SerWriter::SerWriter(std::filesystem::path file, bool overwrite) : file_(std::move(file)) {
   refuseExisting(file_, overwrite);
   descriptor_ = open(file_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  created_ = descriptor_ >= 0;
-  if (!created_ && errno == EEXIST && overwrite) {
+  ours_ = descriptor_ >= 0;
+  if (!ours_ && errno == EEXIST && overwrite) {
     descriptor_ = open(file_.c_str(), O_WRONLY | O_CLOEXEC);
   }
   if (descriptor_ < 0) failWrite(file_, errno);
@@ -119,7 +119,7 @@ void SerWriter::finish() {
   if (descriptor_ < 0) return;
   int error = times_.empty() ? 0 : writeTrailer();
   if (close(std::exchange(descriptor_, -1)) != 0 && error == 0) error = errno;
-  if (times_.empty() && created_) {
+  if (times_.empty() && ours_) {
     std::error_code ignored;
     std::filesystem::remove(file_, ignored);
   }
@@ -142,6 +142,7 @@ void SerWriter::finishQuietly() {
 int SerWriter::writeFrame(const Image& image) {
   if (times_.empty()) {
     cutTo(0);  // Not before: until a frame comes, an older recording is worth keeping.
+    ours_ = true;
     const Header header = headerOf(first_);
     if (const int error = writeAt(0, header.data(), header.size())) return error;
   }

@@ -14,7 +14,7 @@ namespace orvik::ctl {
  *
  * The frame count in the header is brought up to date after each frame, so that a file whose writer
  * was killed can be read. A full disk costs the frame that did not fit; those before it stay
- * readable. Without a frame no file is made, and an older one stays as it was.
+ * readable. Without a frame no file is left; an older one stays as it was until the first frame.
  */
 class SerWriter : public FrameSink {
  public:
@@ -40,7 +40,7 @@ class SerWriter : public FrameSink {
 
   std::filesystem::path file_;
   int descriptor_ = -1;
-  bool created_ = false;  // there was no such file before
+  bool ours_ = false;  // whether the file holds nothing but what was written here
   ImageInfo first_;
   size_t frameBytes_ = 0;
   std::vector<int64_t> times_;  // 100 ns ticks, one a whole frame in the file
