@@ -80,18 +80,21 @@ std::optional<ControlValue> Camera::valueIfAny(Orvik_CONTROL_TYPE type) const {
   return ControlValue{value, isAuto == Orvik_TRUE};
 }
 
-void Camera::setValue(Orvik_CONTROL_TYPE type, ControlValue value) {
-  const auto* caps = control(type);
-  check(OrvikSetControlValue(index_, type, value.value, value.isAuto ? Orvik_TRUE : Orvik_FALSE),
-        std::string("setting ") + (caps != nullptr ? caps->name : "a control"));
-}
-
 ImageFormat Camera::format() const {
   ImageFormat format;
   check(OrvikGetROIFormat(index_, &format.width, &format.height, &format.bin, &format.type),
         "reading the image format");
   check(OrvikGetStartPos(index_, &format.startX, &format.startY), "reading the region's position");
   return format;
+}
+
+// The setters change the camera, though no member of this class.
+// NOLINTBEGIN(readability-make-member-function-const)
+
+void Camera::setValue(Orvik_CONTROL_TYPE type, ControlValue value) {
+  const auto* caps = control(type);
+  check(OrvikSetControlValue(index_, type, value.value, value.isAuto ? Orvik_TRUE : Orvik_FALSE),
+        std::string("setting ") + (caps != nullptr ? caps->name : "a control"));
 }
 
 void Camera::setFormat(const ImageFormat& format) {
@@ -105,6 +108,16 @@ void Camera::setStart(int x, int y) {
         "moving the region to +" + std::to_string(x) + "+" + std::to_string(y));
 }
 
+bool Camera::readFrame(std::span<uint8_t> buffer, int waitMs) {
+  const Orvik_ERROR_CODE code =
+      OrvikGetVideoData(index_, buffer.data(), static_cast<int32_t>(buffer.size()), waitMs);
+  if (code == Orvik_ERROR_NO_FRAME) return false;
+  check(code, "reading a frame");
+  return true;
+}
+
+// NOLINTEND(readability-make-member-function-const)
+
 void Camera::startVideo() {
   check(OrvikStartVideoCapture(index_), "starting video");
   videoRuns_ = true;
@@ -114,14 +127,6 @@ void Camera::stopVideo() {
   if (!videoRuns_) return;
   check(OrvikStopVideoCapture(index_), "stopping video");
   videoRuns_ = false;
-}
-
-bool Camera::readFrame(std::span<uint8_t> buffer, int waitMs) {
-  const Orvik_ERROR_CODE code =
-      OrvikGetVideoData(index_, buffer.data(), static_cast<int32_t>(buffer.size()), waitMs);
-  if (code == Orvik_ERROR_NO_FRAME) return false;
-  check(code, "reading a frame");
-  return true;
 }
 
 int Camera::droppedFrames() const {
