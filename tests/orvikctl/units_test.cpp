@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/units.h"
+
+#include <set>
+#include <string>
+
+#include "gtest/gtest.h"
+#include "tools/orvikctl/error_text.h"
+#include "tools/orvikctl/progress.h"
+
+namespace orvik::ctl {
+namespace {
+
+TEST(Duration, TakesUnits) {
+  const std::pair<const char*, int64_t> good[] = {
+      {"0", 0},         {"1500us", 1500},     {"20ms", 20000},     {"2.5s", 2500000},
+      {"250", 250},     {"0.0325ms", 33},     {"3min", 180000000}, {"1e3", 1000},
+      {"2 s", 2000000}, {"3000s", 3000000000}};
+  for (const auto& [text, microseconds] : good)
+    EXPECT_EQ(parseDuration(text), microseconds) << text;
+  for (const char* bad : {"", "s", "-1s", "+1s", "1h", "1sec", "1s ", "nan", "inf", "1e300s",
+                          "1,5s", "0x10", "1.5.2s"}) {
+    EXPECT_FALSE(parseDuration(bad)) << bad;
+  }
+}
+
+TEST(Duration, IsWrittenInTheUnitThatReadsBest) {
+  EXPECT_EQ(formatDuration(32), "32 us");
+  EXPECT_EQ(formatDuration(1500), "1.5 ms");
+  EXPECT_EQ(formatDuration(2500000), "2.5 s");
+  EXPECT_EQ(formatDuration(1000000000), "1000 s");
+}
+
+TEST(Region, TakesSizeAndPosition) {
+  const auto sized = parseRegion("640x480");
+  ASSERT_TRUE(sized);
+  EXPECT_EQ(sized->width, 640);
+  EXPECT_EQ(sized->height, 480);
+  EXPECT_FALSE(sized->position);
+  const auto placed = parseRegion("640X480+8+0");
+  ASSERT_TRUE(placed && placed->position);
+  EXPECT_EQ(placed->position->x, 8);
+  EXPECT_EQ(placed->position->y, 0);
+  for (const char* bad : {"", "640", "640x", "x480", "0x480", "640x-2", "640x480+1", "640x480+1+",
+                          "640x480+1+2+3", "640x480 ", "640x480+-1+2", "99999999999x2"}) {
+    EXPECT_FALSE(parseRegion(bad)) << bad;
+  }
+}
+
+TEST(Setting, SplitsAutoOff) {
+  EXPECT_EQ(parseSetting("200")->value, "200");
+  EXPECT_FALSE(parseSetting("200")->isAuto);
+  EXPECT_EQ(parseSetting("20ms:auto")->value, "20ms");
+  EXPECT_TRUE(parseSetting("20ms:auto")->isAuto);
+  EXPECT_FALSE(parseSetting("auto")->value);
+  EXPECT_FALSE(parseSetting(""));
+  EXPECT_FALSE(parseSetting(":auto"));
+}
+
+TEST(Integer, MustFit32Bits) {
+  EXPECT_EQ(parseInteger("-35"), -35);
+  for (const char* bad : {"", "1.5", "12a", " 1", "2147483648"}) EXPECT_FALSE(parseInteger(bad));
+}
+
+TEST(ErrorText, EveryCodeHasAnExplanationOfItsOwn) {
+  // The two codes for a bad index mean the same to a user.
+  std::set<std::string> texts;
+  for (int code = 0; code <= Orvik_ERROR_DRIVER_FAILED; ++code) {
+    texts.insert(explain(static_cast<Orvik_ERROR_CODE>(code)).what);
+  }
+  EXPECT_EQ(texts.size(), 16u);
+  EXPECT_NE(std::string(explain(static_cast<Orvik_ERROR_CODE>(99)).next), "");
+}
+
+TEST(ErrorText, TellsWhatFailedAndWhatToDo) {
+  EXPECT_NO_THROW(check(Orvik_OK, "nothing"));
+  try {
+    check(Orvik_ERROR_OPEN_FAILED, "opening camera 3");
+    FAIL();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.code(), ExitCode::kOpenFailed);
+    const std::string text = failure.what();
+    EXPECT_EQ(text.find("opening camera 3: "), 0u);
+    EXPECT_NE(text.find("udev"), std::string::npos);
+  }
+}
+
+TEST(ProgressText, LeavesUnknownPartsOut) {
+  EXPECT_EQ(progressText({.done = 3, .total = {}, .rate = {}, .lost = {}, .secondsLeft = {}}),
+            "3 frames");
+  EXPECT_EQ(progressText({.done = 3, .total = 9, .rate = 30.06, .lost = 2, .secondsLeft = 64.2}),
+            "3/9 frames, 30.1 frames/s, 2 lost, 1:05 left");
+}
+
+}  // namespace
+}  // namespace orvik::ctl

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "orvik/orvik.h"
+
+namespace orvik::ctl {
+
+/** A value of a control and whether the control is on automatic. */
+struct ControlValue {
+  int32_t value = 0;
+  bool isAuto = false;
+};
+
+/** Size, bin and type of the delivered image, and where its region lies on the sensor. */
+struct ImageFormat {
+  int width = 0;   ///< pixels after binning
+  int height = 0;  ///< pixels after binning
+  int bin = 1;
+  IMG_TYPE type = Orvik_IMG_RAW8;
+  int startX = 0;  ///< pixels after binning
+  int startY = 0;  ///< pixels after binning
+};
+
+/**
+ * An open camera. The destructor ends whatever it is doing and closes it.
+ *
+ * Every method throws a Failure when the library refuses, unless it says otherwise. readFrame() may
+ * run on a thread of its own beside the other methods.
+ */
+class Camera {
+ public:
+  /** Opens camera `index` of the library's list. */
+  explicit Camera(int index);
+  ~Camera();
+  Camera(const Camera&) = delete;
+  Camera& operator=(const Camera&) = delete;
+
+  [[nodiscard]] Orvik_CAMERA_INFO info() const;
+
+  /** The controls that the camera offers, in its own order. */
+  [[nodiscard]] const std::vector<Orvik_CONTROL_CAPS>& controls() const { return controls_; }
+  /** The record of one of them, or null if the camera does not offer it. */
+  [[nodiscard]] const Orvik_CONTROL_CAPS* control(Orvik_CONTROL_TYPE type) const;
+
+  [[nodiscard]] ControlValue value(Orvik_CONTROL_TYPE type) const;
+  /** The value of an offered control; nothing if it is not offered or cannot be read. */
+  [[nodiscard]] std::optional<ControlValue> valueIfAny(Orvik_CONTROL_TYPE type) const;
+  void setValue(Orvik_CONTROL_TYPE type, ControlValue value);
+
+  [[nodiscard]] ImageFormat format() const;
+  /** Sets size, bin and type. The region is centred; the format's start is not used. */
+  void setFormat(const ImageFormat& format);
+  void setStart(int x, int y);
+
+  void startVideo();
+  /** Ends video; does nothing while there is none. */
+  void stopVideo();
+  /** Waits for the next frame of the video; false if none came in `waitMs`. */
+  bool readFrame(std::span<uint8_t> buffer, int waitMs);
+  /** Frames that the running video has lost. */
+  [[nodiscard]] int droppedFrames() const;
+
+  void startExposure();
+  [[nodiscard]] Orvik_EXPOSURE_STATUS exposureStatus() const;
+  /** Fetches the image of a snapshot that is ready. */
+  void fetchExposure(std::span<uint8_t> buffer);
+
+ private:
+  void readControls();
+
+  int index_;
+  bool videoRuns_ = false;
+  bool exposing_ = false;
+  std::vector<Orvik_CONTROL_CAPS> controls_;
+};
+
+}  // namespace orvik::ctl

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "orvik/orvik.h"
+#include "tools/orvikctl/virtual_cameras.h"
+
+namespace orvik::ctl {
+
+/** A connected camera as the lists show it. */
+struct ConnectedCamera {
+  int index = 0;
+  std::string name;                       ///< display name, or "unknown model"
+  std::string serial;                     ///< eight hexadecimal digits; "" where it is not known
+  std::optional<Orvik_CAMERA_INFO> info;  ///< nothing for an unknown model
+};
+
+/** The connected cameras: those on the USB bus or, if any are asked for, virtual ones instead. */
+class ConnectedCameras {
+ public:
+  /** @throws Failure (kUsage) if a virtual camera cannot be plugged; see VirtualCameras::plug() */
+  explicit ConnectedCameras(const std::vector<std::string>& virtualCameras);
+
+  [[nodiscard]] const std::vector<ConnectedCamera>& all() const { return cameras_; }
+
+  /**
+   * Chooses by index or serial number; "" chooses the only camera.
+   *
+   * @throws Failure (kNoCamera) if there is no such camera, or several and none was named
+   */
+  [[nodiscard]] const ConnectedCamera& choose(const std::string& text) const;
+
+ private:
+  VirtualCameras virtual_;
+  std::vector<ConnectedCamera> cameras_;
+};
+
+/** What to say when there is no camera at all. */
+inline constexpr const char* kNoCameraText =
+    "no camera found. Is it plugged in, and does the udev rule that comes with the library let you "
+    "use it? For a virtual one, add --sim T15C.";
+
+}  // namespace orvik::ctl

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/capture_setup.h"
+
+#include <algorithm>
+#include <iostream>
+#include <vector>
+
+#include "tools/orvikctl/control_names.h"
+#include "tools/orvikctl/output/mosaic.h"
+#include "tools/orvikctl/units.h"
+
+namespace orvik::ctl {
+namespace {
+
+struct Assignment {
+  Orvik_CONTROL_TYPE type;
+  ControlValue value;
+};
+
+/** Collects control values; those whose option was not given are left out. */
+class Assignments {
+ public:
+  explicit Assignments(const Camera& camera) : camera_(camera) {}
+
+  void add(Orvik_CONTROL_TYPE type, const char* option, const std::string& text) {
+    if (text.empty()) return;
+    const Orvik_CONTROL_CAPS* caps = camera_.control(type);
+    if (caps == nullptr) {
+      throw Failure(ExitCode::kUsage, std::string("this camera has nothing to set with ") + option +
+                                          ". `orvikctl controls` shows what it has.");
+    }
+    list_.push_back({type, parseControlValue(camera_, *caps, text)});
+  }
+  [[nodiscard]] const std::vector<Assignment>& list() const { return list_; }
+
+ private:
+  const Camera& camera_;
+  std::vector<Assignment> list_;
+};
+
+std::string onOffValue(const std::string& text) {
+  if (text.empty()) return "";
+  return text == "on" ? "1" : "0";
+}
+
+std::string flipValue(const std::string& text) {
+  if (text.empty()) return "";
+  constexpr std::string_view kNames[] = {"none", "h", "v", "both"};
+  const auto* found = std::find(std::begin(kNames), std::end(kNames), text);
+  return std::to_string(found - std::begin(kNames));
+}
+
+void addWhiteBalance(Assignments& assignments, const std::string& text) {
+  if (text.empty()) return;
+  const auto setting = parseSetting(text);
+  const std::string automatic = setting && setting->isAuto ? ":auto" : "";
+  std::string red = "auto";
+  std::string blue = "auto";
+  if (setting && setting->value) {
+    const size_t comma = setting->value->find(',');
+    if (comma == std::string::npos) {
+      throw Failure(ExitCode::kUsage, "--wb " + text + ": give red and blue, as in 52,95.");
+    }
+    red = setting->value->substr(0, comma) + automatic;
+    blue = setting->value->substr(comma + 1) + automatic;
+  }
+  assignments.add(Orvik_CTL_WB_R, "--wb", red);
+  assignments.add(Orvik_CTL_WB_B, "--wb", blue);
+}
+
+// What shapes the read-out is set before the format, which it can change.
+Assignments readOutAssignments(const Camera& camera, const CaptureOptions& options) {
+  Assignments assignments(camera);
+  assignments.add(Orvik_CTL_HARDWARE_BIN, "--hardware-bin", onOffValue(options.hardwareBin));
+  assignments.add(Orvik_CTL_HIGH_SPEED_MODE, "--high-speed", onOffValue(options.highSpeed));
+  assignments.add(Orvik_CTL_FLIP, "--flip", flipValue(options.flip));
+  return assignments;
+}
+
+Assignments imageAssignments(const Camera& camera, const CaptureOptions& options) {
+  Assignments assignments(camera);
+  assignments.add(Orvik_CTL_BANDWIDTH, "--bandwidth", options.bandwidth);
+  assignments.add(Orvik_CTL_EXPOSURE, "--exposure", options.exposure);
+  assignments.add(Orvik_CTL_GAIN, "--gain", options.gain);
+  assignments.add(Orvik_CTL_BRIGHTNESS, "--brightness", options.brightness);
+  assignments.add(Orvik_CTL_GAMMA, "--gamma", options.gamma);
+  addWhiteBalance(assignments, options.whiteBalance);
+  return assignments;
+}
+
+void set(Camera& camera, const Assignments& assignments) {
+  for (const auto& [type, value] : assignments.list()) camera.setValue(type, value);
+}
+
+IMG_TYPE chooseType(const Orvik_CAMERA_INFO& info, const std::string& text, Preference preference) {
+  const std::vector<IMG_TYPE> offered = imageTypesOf(info);
+  const std::string wanted =
+      !text.empty() ? text : (preference == Preference::kDepth ? "raw16" : "raw8");
+  std::string names;
+  for (const IMG_TYPE type : offered) {
+    if (imageTypeName(type) == wanted) return type;
+    names.append(" ").append(imageTypeName(type));
+  }
+  if (text.empty()) return Orvik_IMG_RAW8;
+  throw Failure(ExitCode::kUsage,
+                "this camera does not offer --type " + text + ". It offers:" + names + ".");
+}
+
+void requireBin(const Orvik_CAMERA_INFO& info, int bin) {
+  const std::vector<int> offered = binsOf(info);
+  if (std::find(offered.begin(), offered.end(), bin) != offered.end()) return;
+  std::string names;
+  for (const int offer : offered) names.append(" ").append(std::to_string(offer));
+  throw Failure(ExitCode::kUsage, "this camera does not offer --bin " + std::to_string(bin) +
+                                      ". It offers:" + names + ".");
+}
+
+std::optional<Region> requestedRegion(const std::string& text) {
+  if (text.empty()) return std::nullopt;
+  const auto region = parseRegion(text);
+  if (!region) {
+    throw Failure(
+        ExitCode::kUsage,
+        "--roi " + text + ": write WIDTHxHEIGHT or WIDTHxHEIGHT+X+Y, as in 640x480+8+16.");
+  }
+  return region;
+}
+
+/** The largest region at this bin: sensors are read in steps of four columns and two rows. */
+Region wholeSensor(const Orvik_CAMERA_INFO& info, int bin) {
+  return {info.maxWidth / bin / 4 * 4, info.maxHeight / bin / 2 * 2, std::nullopt};
+}
+
+void moveRegion(Camera& camera, Region::Position position) {
+  camera.setStart(position.x, position.y);
+  const ImageFormat taken = camera.format();
+  if (taken.startX == position.x && taken.startY == position.y) return;
+  std::cerr << "note: the sensor starts the region at +" << taken.startX << '+' << taken.startY
+            << " instead of +" << position.x << '+' << position.y << '\n';
+}
+
+std::string frameKindText(const std::string& option) {
+  std::string text = option + " Frame";
+  text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  return text;
+}
+
+std::optional<BayerPattern> mosaicOf(const Camera& camera, const Orvik_CAMERA_INFO& info,
+                                     const ImageFormat& format) {
+  const bool raw = format.type == Orvik_IMG_RAW8 || format.type == Orvik_IMG_RAW16;
+  if (info.colour == Orvik_FALSE || !raw) return std::nullopt;
+  const int flip = camera.valueIfAny(Orvik_CTL_FLIP).value_or(ControlValue{}).value;
+  return deliveredMosaic({.sensor = info.bayer,
+                          .startX = format.startX,
+                          .startY = format.startY,
+                          .width = format.width,
+                          .height = format.height,
+                          .bin = format.bin,
+                          .flipHorizontal = flip == 1 || flip == 3,
+                          .flipVertical = flip == 2 || flip == 3});
+}
+
+}  // namespace
+
+ImageFormat applyOptions(Camera& camera, const CaptureOptions& options, Preference preference) {
+  const Orvik_CAMERA_INFO info = camera.info();
+  const Assignments readOut = readOutAssignments(camera, options);
+  const Assignments image = imageAssignments(camera, options);
+  const IMG_TYPE type = chooseType(info, options.type, preference);
+  requireBin(info, options.bin);
+  const auto requested = requestedRegion(options.region);
+  const Region region = requested ? *requested : wholeSensor(info, options.bin);
+
+  set(camera, readOut);
+  camera.setFormat(
+      {.width = region.width, .height = region.height, .bin = options.bin, .type = type});
+  if (region.position) moveRegion(camera, *region.position);
+  set(camera, image);
+  return camera.format();
+}
+
+ImageInfo describeImages(const Camera& camera, const CaptureOptions& options) {
+  const Orvik_CAMERA_INFO cameraInfo = camera.info();
+  const ImageFormat format = camera.format();
+  ImageInfo info;
+  info.instrument = cameraInfo.name;
+  info.width = format.width;
+  info.height = format.height;
+  info.type = format.type;
+  info.mosaic = mosaicOf(camera, cameraInfo, format);
+  info.bin = format.bin;
+  info.pixelSizeUm = cameraInfo.pixelSizeUm;
+  info.startX = format.startX;
+  info.startY = format.startY;
+  info.frameKind = frameKindText(options.frameKind);
+  info.object = options.object;
+  info.observer = options.observer;
+  info.telescope = options.telescope;
+  if (const auto offset = camera.valueIfAny(Orvik_CTL_BRIGHTNESS)) info.offset = offset->value;
+  const auto cooler = camera.valueIfAny(Orvik_CTL_COOLER_ON);
+  const auto target = camera.valueIfAny(Orvik_CTL_TARGET_TEMP);
+  if (cooler && cooler->value != 0 && target) info.targetTemperature = target->value;
+  refreshReadings(camera, info);
+  return info;
+}
+
+void refreshReadings(const Camera& camera, ImageInfo& info) {
+  info.exposure = std::chrono::microseconds(camera.value(Orvik_CTL_EXPOSURE).value);
+  info.gain = camera.value(Orvik_CTL_GAIN).value;
+  const auto tenths = camera.valueIfAny(Orvik_CTL_TEMPERATURE);
+  if (tenths) info.sensorTemperature = tenths->value / 10.0;
+}
+
+std::chrono::milliseconds readOutLimit(const ImageFormat& format) {
+  constexpr auto kPatience = std::chrono::seconds(10);
+  constexpr size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
+  const size_t bytes = imageBytes(format.width, format.height, format.type);
+  // An image that is binned on the host crosses the bus unbinned.
+  const auto binned = static_cast<size_t>(format.bin) * static_cast<size_t>(format.bin);
+  return kPatience + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
+}
+
+}  // namespace orvik::ctl

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tools/orvikctl/common_options.h"
+
+namespace orvik::ctl {
+
+// Each adds its subcommand to the program and returns what it does.
+
+Command addList(CLI::App& program);
+Command addInfo(CLI::App& program);
+Command addControls(CLI::App& program);
+Command addGet(CLI::App& program);
+Command addSet(CLI::App& program);
+Command addSnap(CLI::App& program);
+Command addVideo(CLI::App& program);
+
+}  // namespace orvik::ctl

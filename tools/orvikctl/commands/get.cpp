@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#include <iostream>
+#include <memory>
+
+#include "tools/orvikctl/camera_choice.h"
+#include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/json.h"
+
+namespace orvik::ctl {
+namespace {
+
+struct GetOptions : CommonOptions {
+  std::vector<std::string> names;
+};
+
+ExitCode get(const GetOptions& options) {
+  const ConnectedCameras cameras(options.virtualCameras);
+  const Camera camera(cameras.choose(options.camera).index);
+  std::vector<const Orvik_CONTROL_CAPS*> wanted;
+  for (const std::string& name : options.names) wanted.push_back(&findControl(camera, name));
+  Json list = Json::array();
+  for (const Orvik_CONTROL_CAPS* caps : wanted) {
+    const ControlValue now = camera.value(caps->controlType);
+    if (options.json) {
+      list.push_back(controlJson(*caps, now));
+    } else {
+      std::cout << caps->name << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
+    }
+  }
+  if (options.json) std::cout << list.dump(2) << '\n';
+  return ExitCode::kOk;
+}
+
+}  // namespace
+
+Command addGet(CLI::App& program) {
+  auto options = std::make_shared<GetOptions>();
+  CLI::App* app = program.add_subcommand(
+      "get", "Read controls: NAME=VALUE, one a line, in the form that `set` takes");
+  app->add_option("names", options->names, "Names from `orvikctl controls`, in any case")
+      ->type_name("NAME")
+      ->required();
+  addCommonOptions(*app, *options, Scope::kOneCamera);
+  return {app, [options] { return get(*options); }};
+}
+
+}  // namespace orvik::ctl

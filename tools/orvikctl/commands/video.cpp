@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <memory>
+
+#include "tools/orvikctl/camera_choice.h"
+#include "tools/orvikctl/capture_report.h"
+#include "tools/orvikctl/capture_setup.h"
+#include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/help_text.h"
+#include "tools/orvikctl/interrupt.h"
+#include "tools/orvikctl/output/frame_sink.h"
+#include "tools/orvikctl/progress.h"
+#include "tools/orvikctl/units.h"
+#include "tools/orvikctl/video_reader.h"
+
+namespace orvik::ctl {
+namespace {
+
+using SystemClock = std::chrono::system_clock;
+
+struct VideoOptions : CaptureOptions {
+  std::string duration;
+  size_t bufferMb = 256;
+};
+
+VideoLimits limitsOf(const VideoOptions& options) {
+  VideoLimits limits{options.count, std::nullopt};
+  if (options.duration.empty()) return limits;
+  const auto duration = parseDuration(options.duration);
+  if (!duration) {
+    throw Failure(ExitCode::kUsage,
+                  "--duration " + options.duration + ": give a time such as 90s or 2min.");
+  }
+  limits.duration = std::chrono::microseconds(*duration);
+  return limits;
+}
+
+/** Writes what the reader brings and keeps count. */
+class Recording {
+ public:
+  Recording(VideoReader& reader, FrameSink& sink, ImageInfo info, const VideoLimits& limits,
+            bool quiet)
+      : reader_(reader),
+        sink_(sink),
+        info_(std::move(info)),
+        limits_(limits),
+        progress_(!quiet),
+        begun_(SystemClock::now()) {}
+
+  /** Returns when the reader has ended and everything it brought is written. */
+  void writeAll() {
+    constexpr auto kWait = std::chrono::milliseconds(200);
+    for (;;) {
+      PooledFrame* frame = nullptr;
+      const FramePool::Taken taken = reader_.frames().take(frame, kWait);
+      if (taken == FramePool::Taken::kEnd) break;
+      if (taken == FramePool::Taken::kFrame) {
+        write(*frame);
+        reader_.frames().release(frame);
+      }
+      showProgress();
+    }
+    progress_.wipe();
+  }
+
+  [[nodiscard]] CaptureReport report() const {
+    CaptureReport report;
+    report.frames = frames_;
+    report.lost = reader_.lost();
+    report.seconds = seconds();
+    report.rate = rate();
+    report.info = info_;
+    report.files = sink_.files();
+    return report;
+  }
+
+ private:
+  void write(const PooledFrame& frame) {
+    // The frame came at the end of its exposure; what read-out adds is not known here.
+    info_.start = frame.arrival - frame.exposure;
+    info_.exposure = frame.exposure;
+    info_.gain = frame.gain;
+    sink_.write({info_, frame.pixels});
+    if (frames_ == 0) first_ = frame.arrival;
+    last_ = frame.arrival;
+    ++frames_;
+  }
+
+  [[nodiscard]] double seconds() const {
+    return frames_ < 2 ? 0 : std::chrono::duration<double>(last_ - first_).count();
+  }
+
+  [[nodiscard]] std::optional<double> rate() const {
+    if (seconds() <= 0) return std::nullopt;
+    return static_cast<double>(frames_ - 1) / seconds();
+  }
+
+  [[nodiscard]] std::optional<double> secondsLeft() const {
+    std::optional<double> left;
+    if (limits_.duration) {
+      const std::chrono::duration<double> gone = SystemClock::now() - begun_;
+      left = std::max(0.0, std::chrono::duration<double>(*limits_.duration).count() - gone.count());
+    }
+    if (limits_.frames && rate()) {
+      const double byCount = static_cast<double>(*limits_.frames - frames_) / *rate();
+      left = left ? std::min(*left, byCount) : byCount;
+    }
+    return left;
+  }
+
+  void showProgress() {
+    progress_.show({.done = frames_,
+                    .total = limits_.frames,
+                    .rate = rate(),
+                    .lost = reader_.lost(),
+                    .secondsLeft = secondsLeft()});
+  }
+
+  VideoReader& reader_;
+  FrameSink& sink_;
+  ImageInfo info_;
+  VideoLimits limits_;
+  Progress progress_;
+  int64_t frames_ = 0;
+  SystemClock::time_point begun_;
+  SystemClock::time_point first_;
+  SystemClock::time_point last_;
+};
+
+void record(Camera& camera, const VideoOptions& options, const VideoLimits& limits,
+            const ImageFormat& format, FrameSink& sink) {
+  const ImageInfo info = describeImages(camera, options);
+  VideoReader reader(camera, format, limits, options.bufferMb * 1'000'000);
+  Recording recording(reader, sink, info, limits, options.quiet);
+  recording.writeAll();
+  sink.finish();
+  printReport(recording.report(), options.json);
+  reader.finish();  // The last: a fault of the camera does not cost what had come before it.
+}
+
+ExitCode video(const VideoOptions& options) {
+  const VideoLimits limits = limitsOf(options);
+  const ConnectedCameras cameras(options.virtualCameras);
+  Camera camera(cameras.choose(options.camera).index);
+  const ImageFormat format = applyOptions(camera, options, Preference::kSpeed);
+  const auto sink = makeSink(options.output, limits.frames, options.overwrite);
+  record(camera, options, limits, format, *sink);
+  return interrupted() ? ExitCode::kInterrupted : ExitCode::kOk;
+}
+
+}  // namespace
+
+Command addVideo(CLI::App& program) {
+  auto options = std::make_shared<VideoOptions>();
+  CLI::App* app = program.add_subcommand(
+      "video", "Record video until --count or --duration is reached, or until Ctrl-C");
+  app->add_option("--duration", options->duration, "Length of the recording: 90s, 2min")
+      ->type_name("TIME");
+  app->add_option("--buffer", options->bufferMb,
+                  "Memory for frames that wait for the disk, MB [256]; when it is full, the camera "
+                  "loses frames")
+      ->check(unmentioned(CLI::Range(size_t{1}, size_t{65536})))
+      ->type_name("MB");
+  addCaptureOptions(*app, *options);
+  app->footer(
+      "Examples:\n"
+      "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n"
+      "  orvikctl video --sim T15C,scene=planet --count 100 -o planet.ser\n"
+      "  orvikctl video --type raw16 --count 50 -o frame-%04d.fits\n\n"
+      "The time of a frame is that of its arrival less the exposure.");
+  return {app, [options] { return video(*options); }};
+}
+
+}  // namespace orvik::ctl

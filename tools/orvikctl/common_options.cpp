@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/common_options.h"
+
+namespace orvik::ctl {
+
+void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
+  app.add_option("--sim", options.virtualCameras,
+                 "Use a virtual camera instead of the USB bus; repeat for several. OPTIONS: "
+                 "scene=stars|moon|planet|grey|dark|gradient, port=usb3|usb2, serial=HHHHHHHH, "
+                 "seed=N, pace=real|free, light=F, ambient=DEGC")
+      ->type_name("MODEL[,OPTIONS]")
+      ->allow_extra_args(false)
+      ->take_all();
+  if (scope == Scope::kOneCamera) {
+    app.add_option("--camera", options.camera,
+                   "Index from `orvikctl list`, or the serial number of a virtual camera (the "
+                   "library does not tell those of real cameras yet); not needed with one camera")
+        ->type_name("N|SERIAL");
+  }
+  app.add_flag("--json", options.json, "Write the result as JSON");
+}
+
+}  // namespace orvik::ctl

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#include <array>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/help_text.h"
+#include "tools/orvikctl/interrupt.h"
+#include "tools/orvikctl/output/software.h"
+
+namespace {
+
+using orvik::ctl::Command;
+using orvik::ctl::ExitCode;
+
+constexpr const char* kFooter =
+    "`orvikctl COMMAND --help` explains the options of a command.\n"
+    "\n"
+    "Exit codes:\n"
+    "  0    done\n"
+    "  2    an option or a value was refused; nothing was captured\n"
+    "  3    no camera, or none with that index or serial number\n"
+    "  4    the camera could not be opened\n"
+    "  5    the camera failed, or sent no image in time\n"
+    "  6    a file could not be written\n"
+    "  70   a fault of this program\n"
+    "  130  interrupted with Ctrl-C or SIGTERM; what had been captured is kept\n"
+    "\n"
+    "Results go to standard output; messages and progress to standard error, progress only on a\n"
+    "terminal. Files that exist are replaced only with --overwrite; single images appear under\n"
+    "their names once they are complete.\n"
+    "\n"
+    "Examples:\n"
+    "  orvikctl list\n"
+    "  orvikctl controls --sim T15C\n"
+    "  orvikctl snap --exposure 2.5s --gain 200 -o m42.fits\n"
+    "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n";
+
+/** The help of the subcommand in use, or of the program. */
+std::string helpCommand(const CLI::App& program) {
+  const auto used = program.get_subcommands();
+  return "orvikctl " + (used.empty() ? "" : used.front()->get_name() + " ") + "--help";
+}
+
+int run(int argc, char** argv) {
+  CLI::App program("Finds, sets and records USB astronomical cameras.", "orvikctl");
+  program.set_version_flag("--version", orvik::ctl::kSoftware);
+  program.require_subcommand(1);
+  program.formatter(std::make_shared<orvik::ctl::HelpText>());
+  program.failure_message([](const CLI::App* app, const CLI::Error& error) {
+    return "orvikctl: " + std::string(error.what()) + "\nRun `" + helpCommand(*app) +
+           "` for the options.\n";
+  });
+  program.footer(kFooter);
+  using namespace orvik::ctl;
+  const std::array<Command, 7> commands = {addList(program), addInfo(program), addControls(program),
+                                           addGet(program),  addSet(program),  addSnap(program),
+                                           addVideo(program)};
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::kUsage);
+  }
+  for (const Command& command : commands) {
+    if (command.options->parsed()) return static_cast<int>(command.run());
+  }
+  return static_cast<int>(ExitCode::kInternal);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  orvik::ctl::catchInterrupts();
+  try {
+    return run(argc, argv);
+  } catch (const orvik::ctl::Failure& failure) {
+    std::cerr << "orvikctl: " << failure.what() << '\n';
+    return static_cast<int>(failure.code());
+  } catch (const std::exception& error) {
+    std::cerr << "orvikctl: " << error.what() << '\n';
+  } catch (...) {
+    std::cerr << "orvikctl: unknown fault\n";
+  }
+  return static_cast<int>(ExitCode::kInternal);
+}

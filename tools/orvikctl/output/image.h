@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <bit>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "orvik/orvik.h"
+
+namespace orvik::ctl {
+
+// 16-bit samples are delivered little-endian, and the writers hand them on as native words.
+static_assert(std::endian::native == std::endian::little);
+
+/** What the header of an image file tells about the image. */
+struct ImageInfo {
+  std::string instrument;  ///< display name of the camera
+  int width = 0;           ///< pixels after binning
+  int height = 0;          ///< pixels after binning
+  IMG_TYPE type = Orvik_IMG_RAW8;
+  std::optional<BayerPattern> mosaic;  ///< colours of the image's own top left 2 x 2 pixels
+  int bin = 1;
+  double pixelSizeUm = 0;  ///< pixel pitch of the sensor, unbinned, micrometres
+  int startX = 0;          ///< left edge of the region on the sensor, pixels after binning
+  int startY = 0;          ///< top edge of the region on the sensor, pixels after binning
+
+  std::chrono::system_clock::time_point start;  ///< start of the exposure
+  std::chrono::microseconds exposure{0};
+  int gain = 0;
+  std::optional<int> offset;
+  std::optional<double> sensorTemperature;  ///< degrees Celsius
+  std::optional<double> targetTemperature;  ///< degrees Celsius; while a cooler holds it
+
+  std::string frameKind = "Light Frame";  ///< FITS IMAGETYP
+  std::string object;                     ///< what the picture shows; may be empty
+  std::string observer;                   ///< may be empty
+  std::string telescope;                  ///< may be empty
+};
+
+/** One image as delivered: packed rows, top row first. Does not own its pixels. */
+struct Image {
+  ImageInfo info;
+  std::span<const uint8_t> pixels;
+};
+
+/** Bytes of one pixel: 1, 2 (16-bit grey) or 3 (blue, green, red). */
+constexpr int bytesPerPixel(IMG_TYPE type) {
+  if (type == Orvik_IMG_RGB24) return 3;
+  return type == Orvik_IMG_RAW16 ? 2 : 1;
+}
+
+/** Bytes of a whole image. */
+constexpr size_t imageBytes(int width, int height, IMG_TYPE type) {
+  return static_cast<size_t>(width) * static_cast<size_t>(height) *
+         static_cast<size_t>(bytesPerPixel(type));
+}
+
+/** Throws std::invalid_argument unless the image's pixels are as many as its size says. */
+void requireWhole(const Image& image);
+
+}  // namespace orvik::ctl

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/progress.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cmath>
+
+namespace orvik::ctl {
+namespace {
+
+constexpr auto kInterval = std::chrono::milliseconds(200);
+
+std::string clockText(double seconds) {
+  const auto whole = static_cast<long>(std::ceil(seconds));
+  std::array<char, 40> text{};
+  std::snprintf(text.data(), text.size(), "%ld:%02ld", whole / 60, whole % 60);
+  return text.data();
+}
+
+}  // namespace
+
+std::string progressText(const ProgressState& state) {
+  std::string text = std::to_string(state.done);
+  if (state.total) text.append("/").append(std::to_string(*state.total));
+  text += " frames";
+  if (state.rate) {
+    std::array<char, 40> rate{};
+    std::snprintf(rate.data(), rate.size(), ", %.1f frames/s", *state.rate);
+    text += rate.data();
+  }
+  if (state.lost) text.append(", ").append(std::to_string(*state.lost)).append(" lost");
+  if (state.secondsLeft) text.append(", ").append(clockText(*state.secondsLeft)).append(" left");
+  return text;
+}
+
+Progress::Progress(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1) {}
+
+Progress::~Progress() { wipe(); }
+
+void Progress::show(const ProgressState& state) {
+  const auto now = std::chrono::steady_clock::now();
+  if (!visible_ || now < next_) return;
+  next_ = now + kInterval;
+  lineHasText_ = true;
+  std::fprintf(stderr, "\r%s\033[K", progressText(state).c_str());
+}
+
+void Progress::wipe() {
+  if (lineHasText_) std::fputs("\r\033[K", stderr);
+  lineHasText_ = false;
+}
+
+}  // namespace orvik::ctl

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+namespace orvik::ctl {
+
+/** How far long work has come. */
+struct ProgressState {
+  int64_t done = 0;              ///< frames
+  std::optional<int64_t> total;  ///< frames; nothing if the end is open
+  std::optional<double> rate;    ///< frames a second
+  std::optional<int64_t> lost;   ///< frames; nothing where none can be lost
+  std::optional<double> secondsLeft;
+};
+
+/** "12/100 frames, 30.1 frames/s, 0 lost, 0:03 left"; unknown parts are left out. */
+std::string progressText(const ProgressState& state);
+
+/** One line of standard error that is rewritten in place; silent where that is no terminal. */
+class Progress {
+ public:
+  /** @param wanted false keeps it silent in any case */
+  explicit Progress(bool wanted);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  /** Shows the state, at most five times a second. */
+  void show(const ProgressState& state);
+  /** Wipes the line, so that other text can be written. */
+  void wipe();
+
+ private:
+  bool visible_;
+  bool lineHasText_ = false;
+  std::chrono::steady_clock::time_point next_;
+};
+
+}  // namespace orvik::ctl

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/video_reader.h"
+
+#include "tools/orvikctl/capture_setup.h"
+#include "tools/orvikctl/error_text.h"
+#include "tools/orvikctl/interrupt.h"
+
+namespace orvik::ctl {
+namespace {
+
+// Waiting in slices keeps Ctrl-C prompt during long exposures.
+constexpr auto kSlice = std::chrono::milliseconds(100);
+
+std::chrono::microseconds exposureOf(const Camera& camera) {
+  return std::chrono::microseconds(camera.value(Orvik_CTL_EXPOSURE).value);
+}
+
+}  // namespace
+
+VideoReader::VideoReader(Camera& camera, const ImageFormat& format, const VideoLimits& limits,
+                         size_t memoryBytes)
+    : camera_(camera),
+      limits_(limits),
+      readOutLimit_(readOutLimit(format)),
+      exposureVaries_(camera.value(Orvik_CTL_EXPOSURE).isAuto ||
+                      camera.value(Orvik_CTL_GAIN).isAuto),
+      exposure_(exposureOf(camera)),
+      gain_(camera.value(Orvik_CTL_GAIN).value),
+      pool_(imageBytes(format.width, format.height, format.type), memoryBytes) {
+  camera_.startVideo();
+  begun_ = Clock::now();
+  thread_ = std::thread([this] { run(); });
+}
+
+VideoReader::~VideoReader() {
+  stop_.store(true);
+  pool_.close();
+  if (thread_.joinable()) thread_.join();
+}
+
+void VideoReader::finish() {
+  if (thread_.joinable()) thread_.join();
+  if (fault_) std::rethrow_exception(fault_);
+}
+
+void VideoReader::run() {
+  try {
+    readAll();
+    camera_.stopVideo();
+  } catch (...) {
+    fault_ = std::current_exception();
+  }
+  pool_.end();
+}
+
+void VideoReader::readAll() {
+  for (int64_t count = 0; !limits_.frames || count < *limits_.frames; ++count) {
+    PooledFrame* frame = pool_.acquire();
+    if (frame == nullptr) return;
+    if (!waitForFrame(*frame)) {
+      pool_.giveBack(frame);
+      return;
+    }
+    stamp(*frame);
+    pool_.publish(frame);
+    lost_.store(camera_.droppedFrames(), std::memory_order_relaxed);
+  }
+}
+
+bool VideoReader::waitForFrame(PooledFrame& frame) {
+  // A camera that is gone answers at once; so many early answers in a row mean that it is.
+  constexpr int kEarlyAnswers = 20;
+  int early = 0;
+  const auto deadline = Clock::now() + 2 * exposure_ + readOutLimit_;
+  while (wanted()) {
+    const auto asked = Clock::now();
+    if (camera_.readFrame(frame.pixels, static_cast<int>(kSlice.count()))) return true;
+    const auto answered = Clock::now();
+    if (answered > deadline) check(Orvik_ERROR_NO_FRAME, "recording");
+    const bool isEarly = answered - asked < kSlice / 2;
+    early = isEarly ? early + 1 : 0;
+    if (early >= kEarlyAnswers) check(Orvik_ERROR_NO_FRAME, "recording");
+    if (isEarly) std::this_thread::sleep_for(kSlice / 2);
+  }
+  return false;
+}
+
+void VideoReader::stamp(PooledFrame& frame) {
+  frame.arrival = std::chrono::system_clock::now();
+  if (exposureVaries_) {
+    exposure_ = exposureOf(camera_);
+    gain_ = camera_.value(Orvik_CTL_GAIN).value;
+  }
+  frame.exposure = exposure_;
+  frame.gain = gain_;
+}
+
+bool VideoReader::wanted() const {
+  if (stop_.load() || interrupted()) return false;
+  return !limits_.duration || Clock::now() - begun_ < *limits_.duration;
+}
+
+}  // namespace orvik::ctl
