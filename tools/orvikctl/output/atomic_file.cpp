@@ -2,10 +2,10 @@
 #include "tools/orvikctl/output/atomic_file.h"
 
 #include <fcntl.h>
-#include <stdio.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <string>
 #include <system_error>
 #include <utility>

@@ -161,7 +161,7 @@ int SerWriter::writeTrailer() {
   return error;
 }
 
-int SerWriter::writeAt(uint64_t offset, const void* data, size_t size) {
+int SerWriter::writeAt(uint64_t offset, const void* data, size_t size) const {
   const auto* bytes = static_cast<const uint8_t*>(data);
   while (size > 0) {
     const ssize_t written = pwrite(descriptor_, bytes, size, static_cast<off_t>(offset));
@@ -174,7 +174,7 @@ int SerWriter::writeAt(uint64_t offset, const void* data, size_t size) {
   return 0;
 }
 
-void SerWriter::cutTo(uint64_t size) {
+void SerWriter::cutTo(uint64_t size) const {
   // Devices and pipes cannot be cut, and have nothing to cut.
   [[maybe_unused]] const int failed = ftruncate(descriptor_, static_cast<off_t>(size));
 }

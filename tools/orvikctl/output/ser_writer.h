@@ -16,7 +16,7 @@ namespace orvik::ctl {
  * was killed can be read. A full disk costs the frame that did not fit; those before it stay
  * readable. Without a frame no file is left; an older one stays as it was until the first frame.
  */
-class SerWriter : public FrameSink {
+class SerWriter final : public FrameSink {
  public:
   /** @throws Failure (kFileFailed) if the file exists and may not be replaced, or not be created */
   SerWriter(std::filesystem::path file, bool overwrite);
@@ -34,8 +34,8 @@ class SerWriter : public FrameSink {
   // These answer 0 or an errno.
   int writeFrame(const Image& image);
   int writeTrailer();
-  int writeAt(uint64_t offset, const void* data, size_t size);
-  void cutTo(uint64_t size);
+  int writeAt(uint64_t offset, const void* data, size_t size) const;
+  void cutTo(uint64_t size) const;
   [[nodiscard]] uint64_t endOfFrames() const;
 
   std::filesystem::path file_;
