@@ -5,8 +5,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "seam/clock.h"

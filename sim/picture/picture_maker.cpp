@@ -18,6 +18,7 @@ PictureMaker::PictureMaker(const Model& model, const CameraOptions& options, std
       sceneSeed_(options.seed) {}
 
 void PictureMaker::prepare(const FrameSettings& settings) {
+  prepared_.reset();  // should memory run out half-way
   if (!scene_) scene_ = makeScene(sceneKind_, sceneSeed_);
   if (hotPixels_.empty()) hotPixels_ = hotPixelsOf(model_->sensor, serial_);
   if (fluxArea_ != settings.area) {

@@ -35,12 +35,12 @@ struct Conversion {
   }
 };
 
-/// Sums of the pixels of one row of samples.
-struct RowSums {
+/// A row of pixels, or the sums of the pixels of a row of samples.
+struct Row {
   std::vector<float> steps;
   std::vector<float> variance;  ///< steps squared
 
-  explicit RowSums(std::size_t columns) : steps(columns), variance(columns) {}
+  explicit Row(std::size_t count) : steps(count), variance(count) {}
   void clear() {
     std::ranges::fill(steps, 0.0F);
     std::ranges::fill(variance, 0.0F);
@@ -73,36 +73,47 @@ void addHotPixels(const SensorCondition& condition, const Conversion& c, const A
   }
 }
 
+void convertPixels(std::span<const float> electrons, const Conversion& c, Row& pixels) {
+  const float squared = c.stepsPerElectron * c.stepsPerElectron;
+  for (std::size_t x = 0; x < electrons.size(); ++x) {
+    const float kept = std::min(electrons[x], c.fullWell);
+    const float photonVariance = electrons[x] < c.fullWell ? kept : 0.0F;
+    pixels.steps[x] = c.blackLevel + kept * c.stepsPerElectron;
+    pixels.variance[x] = (c.readVariance + photonVariance) * squared;
+  }
+}
+
 /// Adds a row of pixels to the sums of its samples.
-void addRow(std::span<const float> electrons, const Conversion& c, int bin, bool mosaic,
-            RowSums& sums) {
+void addRow(const Row& pixels, int bin, bool mosaic, Row& sums) {
   const std::size_t step = mosaic && bin > 1 ? 2 : 1;
   for (std::size_t x = 0; x < sums.steps.size(); ++x) {
     const auto first = static_cast<std::size_t>(firstPixel(static_cast<int>(x), bin, mosaic));
     for (std::size_t n = 0; n < static_cast<std::size_t>(bin); ++n) {
-      const float freed = electrons[first + n * step];
-      const bool full = freed >= c.fullWell;
-      const float kept = full ? c.fullWell : freed;
-      const float variance = c.readVariance + (full ? 0.0F : kept);
-      sums.steps[x] += c.blackLevel + kept * c.stepsPerElectron;
-      sums.variance[x] += variance * c.stepsPerElectron * c.stepsPerElectron;
+      sums.steps[x] += pixels.steps[first + n * step];
+      sums.variance[x] += pixels.variance[first + n * step];
     }
   }
 }
 
-void storeRow(const RowSums& sums, int bin, bool ideal, std::span<std::int16_t> mean,
+/// The nearest whole number; `value` is not below 0.
+int nearest(float value) {
+  constexpr float kHalf = 0.5F;
+  return static_cast<int>(value + kHalf);
+}
+
+void storeRow(const Row& sums, int bin, bool ideal, std::span<std::int16_t> mean,
               std::span<std::int16_t> deviation) {
   const float share = 1.0F / static_cast<float>(bin * bin);
   for (std::size_t x = 0; x < mean.size(); ++x) {
     const float steps = sums.steps[x] * share;
-    const float level = std::min(ideal ? std::floor(steps + 0.5F) : steps, kTop);
+    const float level = std::min(ideal ? static_cast<float>(nearest(steps)) : steps, kTop);
     // The mean is stored no higher than the converter's top. Far above it no noise reaches back
     // into the converter's range, so the noise must shrink by as much as the mean lost.
     const float lost = std::max(steps - kTop, 0.0F) / 3;
     const float spread = std::max(std::sqrt(sums.variance[x]) * share - lost, 0.0F);
     const float stored = ideal ? 0.0F : std::min(spread, kLargestDeviation);
-    mean[x] = static_cast<std::int16_t>(level * Signal::kMeanUnits + 0.5F);
-    deviation[x] = static_cast<std::int16_t>(stored * Signal::kDeviationUnits + 0.5F);
+    mean[x] = static_cast<std::int16_t>(nearest(level * Signal::kMeanUnits));
+    deviation[x] = static_cast<std::int16_t>(nearest(stored * Signal::kDeviationUnits));
   }
 }
 
@@ -119,7 +130,8 @@ void computeSignal(const FrameSettings& settings, const SensorCondition& conditi
   signal.deviation.resize(columns * rows);
 
   std::vector<float> electrons(width);
-  RowSums sums(columns);
+  Row pixels(width);
+  Row sums(columns);
   for (std::size_t y = 0; y < rows; ++y) {
     sums.clear();
     for (int n = 0; n < settings.bin; ++n) {
@@ -127,9 +139,10 @@ void computeSignal(const FrameSettings& settings, const SensorCondition& conditi
       fillElectrons(flux.subspan(static_cast<std::size_t>(row) * width, width), conversion,
                     electrons);
       addHotPixels(condition, conversion, settings.area, row, electrons);
-      addRow(electrons, conversion, settings.bin, mosaic, sums);
+      convertPixels(electrons, conversion, pixels);
+      if (settings.bin > 1) addRow(pixels, settings.bin, mosaic, sums);
     }
-    storeRow(sums, settings.bin, conversion.ideal,
+    storeRow(settings.bin > 1 ? sums : pixels, settings.bin, conversion.ideal,
              std::span(signal.mean).subspan(y * columns, columns),
              std::span(signal.deviation).subspan(y * columns, columns));
   }

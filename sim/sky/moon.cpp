@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 #include "sim/random.h"
@@ -12,8 +13,8 @@
 namespace orvik::sim {
 namespace {
 
-/// Bright highlands near the limb: a T15C at gain 200 (20 dB) reaches 60 % of its range in 10 ms.
-constexpr float kHighlands = 100000;
+/// Level highlands under a high Sun: a T15C at gain 200 (20 dB) reaches half of its range in 10 ms.
+constexpr float kHighlands = 75000;
 constexpr float kRadius = 0.42F;  // of the disc, as a share of the sensor's height
 constexpr int kCraters = 1800;
 constexpr int kMaria = 9;
@@ -206,7 +207,7 @@ Light Moon::Relief::lightAt(int x, int y) const {
   const float shade = 2 * towardsSun / (towardsSun + std::max(normal.z, 0.05F));
   // The Sun is a disc and the ground is rough: the terminator is no knife's edge.
   const float dusk = smoothStep(0, 0.12F, dot(p, kSun) + 0.03F);
-  const float level = kHighlands * 0.75F * ground_[index(x, y)].albedo * shade * dusk;
+  const float level = kHighlands * ground_[index(x, y)].albedo * shade * dusk;
   return {level * 1.03F, level, level * 0.94F};
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 #include "sim/random.h"
@@ -70,8 +71,8 @@ std::vector<Star> drawStars(const SensorFormat& sensor, std::uint64_t seed) {
 
 /// The share of a star's light that falls on a pixel `square` pixels squared away.
 float moffat(float square) {
-  constexpr float kPeak =
-      static_cast<float>((kMoffatPower - 1) / (3.14159265 * kMoffatWidth * kMoffatWidth));
+  constexpr auto kPeak =
+      static_cast<float>((kMoffatPower - 1) / (std::numbers::pi * kMoffatWidth * kMoffatWidth));
   const float base = 1 + square / (kMoffatWidth * kMoffatWidth);
   return kPeak / (base * base * base);
 }

@@ -82,15 +82,14 @@ std::size_t BulkPipe::send(Lock& lock, std::span<const std::uint8_t> frame, std:
   sent += count;
 
   const bool full = count == room;
+  const bool insidePacket = sent % packetBytes_ != 0;
   const bool frameEnds = sent == frame.size();
-  const bool wholePackets = sent % packetBytes_ == 0;
-  if (!full && !request->endAs && (!frameEnds || wholePackets)) return sent;
-
   TransferStatus status = TransferStatus::kOk;
-  if (full && !frameEnds && !wholePackets) {
+  if (full && insidePacket && !frameEnds) {
     status = TransferStatus::kOverflow;
     sent = std::min(frame.size(), (sent / packetBytes_ + 1) * packetBytes_);
-  } else if (!full && request->endAs && !(frameEnds && !wholePackets)) {
+  } else if (!full && !(frameEnds && insidePacket)) {
+    if (!request->endAs) return sent;
     status = *request->endAs;
   }
   std::erase(requests_, request);
