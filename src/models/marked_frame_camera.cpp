@@ -55,6 +55,10 @@ bool MarkedFrameCamera<Base>::CloseCamera() {
 
 template <class Base>
 bool MarkedFrameCamera<Base>::StartCapture(bool snapshot) {
+  // A camera that was never told a region reads its whole sensor.
+  if (isOpen() && !regionTold_) {
+    SetResolution(state().width, state().height, state().bin, state().imageType);
+  }
   return this->startCapture(snapshot);
 }
 
@@ -77,6 +81,7 @@ bool MarkedFrameCamera<Base>::InitCamera() {
   if (state().usb3Host) state().bandwidth = marked::automaticBandwidth(true);
   followHostPort();
   this->readVersions();
+  regionTold_ = false;  // the sensor starts anew
   playInitTable();
   startSensor();
   reapplyControls();
@@ -177,6 +182,7 @@ bool MarkedFrameCamera<Base>::SetHardwareBin(bool on) {
 template <class Base>
 void MarkedFrameCamera<Base>::Cam_SetResolution() {
   const CameraState& now = state();
+  regionTold_ = true;
   const FpgaHold hold(link());
   const bool onSensor = binsOnSensor();
   link().writeSensorByte(sensor::kMode, onSensor ? 0x22 : 0);

@@ -93,6 +93,7 @@ class MarkedFrameCamera : public Base {
 
   const MarkedModel& marked_;
   MarkedModelShared& shared_;
+  std::atomic<bool> regionTold_{false};  ///< whether the sensor knows what to read
 };
 
 }  // namespace orvik

@@ -125,6 +125,12 @@ bool BulkStream::collect(std::size_t& received) {
   return ok;
 }
 
+bool BulkStream::isGone() const {
+  if (gone_ || inFlight_.empty()) return gone_;
+  const TransferContext& oldest = *inFlight_.front().context;
+  return !oldest.inFlight() && oldest.status() == seam::TransferStatus::kNoDevice;
+}
+
 void BulkStream::advance() { ++frameNumber_; }
 
 }  // namespace orvik

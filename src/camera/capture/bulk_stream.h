@@ -48,6 +48,9 @@ class BulkStream {
   /// @param wait longest time for one read
   Result readFrame(std::chrono::milliseconds wait);
 
+  /// Whether the device has gone, without waiting for anything.
+  [[nodiscard]] bool isGone() const;
+
   /// The memory of the frame that readFrame() completed. May be exchanged for other memory of the
   /// same size before advance().
   [[nodiscard]] FrameBuffer& frame() { return bufferOf(frameNumber_); }

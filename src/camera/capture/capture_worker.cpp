@@ -92,7 +92,7 @@ void CaptureWorker::exposeLong() {
   const auto end = control_.now() + exposure;
   for (;;) {
     const auto left = end - control_.now();
-    if (left <= 0ns || state_.exposureUs != exposureUs) break;
+    if (left <= 0ns || state_.exposureUs != exposureUs || stream_.isGone()) break;
     const bool inOneSleep = exposure < kExposureInOneSleep;
     if (!control_.sleepFor(inOneSleep ? left
                                       : std::min<seam::Clock::Duration>(left, kExposureSlice)))

@@ -1,0 +1,354 @@
+// SPDX-License-Identifier: MIT
+// Capture through a virtual T15C: what happens when frames are bad, late, or do not come at all.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <future>
+
+#include "models/t15c.h"
+#include "support/host_decorator.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Steady = std::chrono::steady_clock;
+
+constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
+
+/// How long `action` took.
+template <class Action>
+Steady::duration timeOf(Action action) {
+  const auto start = Steady::now();
+  action();
+  return Steady::now() - start;
+}
+
+class CaptureTest : public ::testing::Test {
+ protected:
+  ~CaptureTest() override {
+    camera_.reset();  // before what its worker and the streaming thread call
+    bench_.host().unplugAll();
+  }
+
+  void open(sim::FrameFilter filter = nullptr, sim::Pace pace = sim::Pace::kReal) {
+    sim::CameraOptions options;
+    options.sceneKind = sim::SceneKind::kGrey;
+    options.controlObserver = conversation_.observer();
+    options.frameFilter = std::move(filter);
+    options.pace = pace;
+    id_ = bench_.plug(options);
+    camera_ = std::make_unique<CCameraT15C>();
+    ASSERT_TRUE(camera_->OpenCamera(1));
+    ASSERT_TRUE(camera_->InitCamera());
+    setRegion(320, 240, IMAGE_8BIT);
+    camera_->SetExp(1000, false);
+    conversation_.take();
+  }
+
+  void setRegion(int width, int height, IMAGE_TYPE type) {
+    camera_->state().rawOutput = true;
+    ASSERT_TRUE(camera_->SetResolution(width, height, 1, type));
+    image_.resize(static_cast<std::size_t>(width * height) * (type == IMAGE_RAW16 ? 2 : 1));
+  }
+
+  bool getImage(std::uint32_t waitMs = 5000) {
+    return camera_->GetImage(image_.data(), static_cast<int>(image_.size()), waitMs);
+  }
+
+  int dropped() { return camera_->state().droppedFrames; }
+  Orvik_EXPOSURE_STATUS status() { return camera_->state().exposureStatus; }
+  bool snapshotEnds() {
+    return eventually([&] { return status() != Orvik_EXPSTATE_EXPOSING; });
+  }
+
+  Conversation conversation_;
+  VirtualBench bench_;
+  int id_ = 0;
+  std::unique_ptr<CCameraT15C> camera_;
+  std::vector<unsigned char> image_;
+};
+
+/// A way to damage a frame.
+struct Damage {
+  const char* name;
+  void (*apply)(std::vector<std::uint8_t>& frame);
+};
+
+constexpr std::uint8_t kPaint = 0xBD;
+
+class DamagedFrameTest : public CaptureTest, public ::testing::WithParamInterface<Damage> {};
+
+TEST_P(DamagedFrameTest, IsCountedAndNeverDelivered) {
+  const auto frames = std::make_shared<std::atomic<int>>(0);
+  open([frames](std::vector<std::uint8_t>& frame) {
+    if ((*frames)++ < 3) {
+      std::fill(frame.begin() + 400, frame.end() - 400, kPaint);
+      GetParam().apply(frame);
+    }
+    return true;
+  });
+  ASSERT_TRUE(camera_->StartCapture(false));
+  for (int n = 0; n < 5; ++n) {
+    ASSERT_TRUE(getImage());
+    EXPECT_NE(image_[1000], kPaint);
+  }
+  EXPECT_GE(dropped(), 1);
+  ASSERT_TRUE(camera_->StopCapture());
+  EXPECT_EQ(dropped(), 0) << "the count belongs to the running capture";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , DamagedFrameTest,
+    ::testing::Values(
+        Damage{"StartMark", [](auto& frame) { frame[0] ^= 1; }},
+        Damage{"Sequence", [](auto& frame) { frame[2] ^= 1; }},
+        Damage{"EndMark", [](auto& frame) { frame.end()[-1] ^= 1; }},
+        Damage{"TwoBytesShort",
+               [](auto& frame) { frame.erase(frame.begin() + 500, frame.begin() + 502); }},
+        Damage{"TwoBytesLong", [](auto& frame) { frame.insert(frame.begin() + 500, 2, 0); }},
+        Damage{"HalfAFrame", [](auto& frame) { frame.resize(frame.size() / 2); }}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_F(CaptureTest, ASlowReaderLosesFramesAndFindsTheOldestTwo) {
+  open();
+  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(eventually([&] { return dropped() >= 10; }));
+  EXPECT_TRUE(getImage(0));
+  EXPECT_TRUE(getImage(0));
+  camera_->StopCapture();
+  EXPECT_FALSE(getImage(0)) << "frames of a video that has ended are gone";
+}
+
+TEST_F(CaptureTest, FourEmptyReadsRestartTheStream) {
+  const auto silent = std::make_shared<std::atomic<bool>>(true);
+  open([silent](auto&) { return !*silent; });
+  setRegion(1304, 976, IMAGE_8BIT);
+  conversation_.take();
+  ASSERT_TRUE(camera_->StartCapture(false));
+  // Twice the frame time of 15.6 ms and 50 ms for each read, and 130 ms for the restart itself.
+  std::vector<std::string> sent;
+  ASSERT_TRUE(eventually([&] {
+    for (auto& line : conversation_.take()) sent.push_back(std::move(line));
+    return sent.size() >= 12;
+  }));
+  using ::testing::ElementsAre;
+  EXPECT_THAT(std::vector<std::string>(sent.begin() + 6, sent.begin() + 12),
+              ElementsAre("F0=31", "S3000=01", "AA", "A9", "S3000=00", "F0=21"));
+  *silent = false;
+  EXPECT_TRUE(getImage());
+  EXPECT_EQ(dropped(), 0) << "a frame that never was is not a lost one";
+}
+
+TEST_F(CaptureTest, SnapshotEndsByItselfAndTheNextMayFollowAtOnce) {
+  open();
+  for (int n = 0; n < 20; ++n) {
+    ASSERT_TRUE(camera_->StartCapture(true));
+    EXPECT_TRUE(snapshotEnds());
+    ASSERT_EQ(status(), Orvik_EXPSTATE_READY);
+    ASSERT_TRUE(getImage(kNoLimit));
+    EXPECT_FALSE(getImage(kNoLimit)) << "there is one image, and nothing to wait for";
+  }
+}
+
+TEST_F(CaptureTest, SnapshotFailsAfterASecondOfBadExposures) {
+  open([](auto& frame) {
+    frame[0] = 0;
+    return true;
+  });
+  camera_->SetFPSPerc(100, false);  // or bad frames would count against the bandwidth first
+  camera_->SetExp(400'000, false);
+  ASSERT_TRUE(camera_->StartCapture(true));
+  ASSERT_TRUE(snapshotEnds());
+  EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);
+  EXPECT_FALSE(getImage(kNoLimit));
+}
+
+TEST_F(CaptureTest, LongExposureIsTimedByTheHost) {
+  open();
+  camera_->SetExp(1'000'000, false);
+  conversation_.take();
+  ASSERT_TRUE(camera_->StartCapture(true));
+  const auto taken = timeOf([&] { EXPECT_TRUE(snapshotEnds()); });
+  EXPECT_EQ(status(), Orvik_EXPSTATE_READY);
+  EXPECT_GE(taken, 950ms);
+  EXPECT_TRUE(getImage(0));
+  using ::testing::ElementsAre;
+  const auto sent = conversation_.take();
+  EXPECT_THAT(
+      std::vector<std::string>(sent.begin(), sent.begin() + 8),
+      ElementsAre("AA", "F0=F1", "S3000=01", "A9", "S3000=00", "F0=E1", "F11=01", "F11=00"));
+}
+
+TEST_F(CaptureTest, ANewExposureTimeEndsALongExposureEarly) {
+  open();
+  camera_->SetExp(600'000'000, false);
+  ASSERT_TRUE(camera_->StartCapture(true));
+  std::this_thread::sleep_for(50ms);
+  camera_->SetExp(500'000'000, false);
+  EXPECT_TRUE(snapshotEnds());
+  EXPECT_EQ(status(), Orvik_EXPSTATE_READY);
+}
+
+TEST_F(CaptureTest, VideoFollowsTheExposureAcrossOneSecond) {
+  open();
+  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(getImage());
+  camera_->SetExp(1'000'000, false);
+  while (getImage(0)) {
+  }
+  EXPECT_TRUE(getImage(20000));
+  camera_->SetExp(1000, false);
+  EXPECT_TRUE(eventually([&] { return timeOf([&] { EXPECT_TRUE(getImage(20000)); }) < 100ms; }));
+}
+
+TEST_F(CaptureTest, StopsAtAnyMoment) {
+  open();
+  for (int n = 0; n < 60; ++n) {
+    const bool snapshot = n % 3 == 1;
+    camera_->SetExp(n % 3 == 2 ? 5'000'000 : 1000, false);
+    ASSERT_TRUE(camera_->StartCapture(snapshot));
+    std::this_thread::sleep_for(std::chrono::microseconds(n * n * 20));
+    const auto taken = timeOf([&] { ASSERT_TRUE(camera_->StopCapture()); });
+    EXPECT_LT(taken, 2s) << "round " << n;
+    EXPECT_FALSE(camera_->state().capturing);
+  }
+  camera_->SetExp(1000, false);
+  ASSERT_TRUE(camera_->StartCapture(false));
+  EXPECT_TRUE(getImage());
+}
+
+TEST_F(CaptureTest, StoppingWakesAWaitWithoutLimit) {
+  open([](auto&) { return false; });
+  ASSERT_TRUE(camera_->StartCapture(false));
+  auto waiting = std::async(std::launch::async, [&] { return getImage(kNoLimit); });
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(waiting.wait_for(0ms), std::future_status::timeout);
+  camera_->StopCapture();
+  ASSERT_EQ(waiting.wait_for(5s), std::future_status::ready);
+  EXPECT_FALSE(waiting.get());
+}
+
+TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
+  for (const bool snapshot : {false, true}) {
+    for (const std::uint64_t exposureUs : {1000ULL, 600'000'000ULL}) {
+      open();
+      camera_->SetExp(exposureUs, false);
+      ASSERT_TRUE(camera_->StartCapture(snapshot));
+      auto waiting = std::async(std::launch::async, [&] {
+        while (getImage(kNoLimit)) {
+        }
+        return true;
+      });
+      std::this_thread::sleep_for(100ms);
+      bench_.host().unplug(id_);
+      EXPECT_EQ(waiting.wait_for(5s), std::future_status::ready);
+      if (snapshot && exposureUs > 1000) {
+        EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);
+      }
+      EXPECT_FALSE(camera_->SetExp(2000, false));
+      EXPECT_LT(timeOf([&] { camera_->CloseCamera(); }), 2s);
+      camera_.reset();
+    }
+  }
+}
+
+TEST_F(CaptureTest, OneReadAtATimeIsEnough) {
+  const auto trouble = std::make_shared<Trouble>();
+  installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble));
+  open();
+  setRegion(1304, 976, IMAGE_RAW16);  // three reads a frame
+  for (const int limit : {1, 2, 3}) {
+    trouble->mostInFlight = limit;
+    trouble->refusals = 0;
+    trouble->highestInFlight = 0;
+    ASSERT_TRUE(camera_->StartCapture(false));
+    for (int n = 0; n < 5; ++n) ASSERT_TRUE(getImage());
+    EXPECT_EQ(dropped(), 0);
+    ASSERT_TRUE(camera_->StopCapture());
+    EXPECT_EQ(trouble->highestInFlight, limit);
+    EXPECT_EQ(trouble->refusals > 0, limit < 3);
+  }
+}
+
+TEST_F(CaptureTest, AStalledPipeIsClearedAndUsedAgain) {
+  const auto trouble = std::make_shared<Trouble>();
+  installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble));
+  open();
+  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(getImage());
+  const int before = trouble->haltsCleared;
+  trouble->bulkStalls = true;
+  ASSERT_TRUE(eventually([&] { return trouble->haltsCleared > before + 3; }));
+  trouble->bulkStalls = false;
+  while (getImage(0)) {
+  }
+  EXPECT_TRUE(getImage());
+}
+
+TEST_F(CaptureTest, ALinkThatLosesFramesIsAskedForLess) {
+  open([](auto& frame) {
+    frame[0] = 0;
+    return true;
+  });
+  int percent = 0;
+  bool automatic = false;
+  camera_->GetFPSPerc(&percent, &automatic);
+  ASSERT_EQ(percent, 100);
+  ASSERT_TRUE(automatic);
+  ASSERT_TRUE(camera_->StartCapture(false));
+  EXPECT_TRUE(eventually([&] {
+    camera_->GetFPSPerc(&percent, &automatic);
+    return percent == 96;
+  }));
+  EXPECT_TRUE(automatic);
+  EXPECT_TRUE(eventually([&] {
+    camera_->GetFPSPerc(&percent, &automatic);
+    return percent == 40;
+  })) << "and never for less than 40 percent";
+  camera_->StopCapture();
+}
+
+TEST_F(CaptureTest, ChangingTheRegionRestartsCapture) {
+  open();
+  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(getImage());
+  setRegion(640, 480, IMAGE_RAW16);
+  EXPECT_TRUE(camera_->state().capturing);
+  EXPECT_TRUE(getImage());
+  ASSERT_TRUE(camera_->SetResolution(320, 240, 2, IMAGE_8BIT));
+  camera_->SetStartPos(100, 50);
+  ASSERT_TRUE(camera_->SetHardwareBin(false));
+  EXPECT_EQ(camera_->state().startX, 100);
+  EXPECT_EQ(camera_->state().startY, 50);
+  image_.resize(320 * 240);
+  EXPECT_TRUE(getImage());
+}
+
+TEST_F(CaptureTest, WithoutARegionTheWholeSensorIsRead) {
+  bench_.plug();
+  camera_ = std::make_unique<CCameraT15C>();
+  ASSERT_TRUE(camera_->OpenCamera(1));
+  ASSERT_TRUE(camera_->InitCamera());
+  image_.resize(1304 * 976);
+  ASSERT_TRUE(camera_->StartCapture(false));
+  EXPECT_TRUE(getImage());
+}
+
+TEST_F(CaptureTest, ADeviceThatIsHeldElsewhereDoesNotOpen) {
+  const auto trouble = std::make_shared<Trouble>();
+  trouble->heldByOther = true;
+  installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble));
+  bench_.plug();
+  CCameraT15C camera;
+  EXPECT_FALSE(camera.OpenCamera(1));
+  EXPECT_FALSE(camera.InitCamera());
+  trouble->heldByOther = false;
+  EXPECT_TRUE(camera.OpenCamera(1));
+}
+
+}  // namespace
+}  // namespace orvik::test
