@@ -112,7 +112,7 @@ typedef enum ORVIK_INT32 {
 typedef enum ORVIK_INT32 {
   /** Gain in the sensor's own steps. */
   Orvik_CTL_GAIN = 0,
-  /** Exposure time in microseconds. */
+  /** Exposure time in microseconds. A negative value counts as too long. */
   Orvik_CTL_EXPOSURE = 1,
   /** Gamma, 1 to 100; 50 is linear. */
   Orvik_CTL_GAMMA = 2,

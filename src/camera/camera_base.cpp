@@ -73,6 +73,7 @@ bool CCameraBase::openDevice(int ordinal) {
 }
 
 bool CCameraBase::closeDevice() {
+  const auto lock = lockSettings();
   stopCapture();
   endLink();
   return true;
@@ -92,7 +93,10 @@ bool CCameraBase::hasCapturePlaces() const {
          });
 }
 
+// Starting and stopping hold the settings lock, so that they are safe beside a setter that restarts
+// capture. The worker never waits for this lock.
 bool CCameraBase::startCapture(bool snapshot) {
+  const auto lock = lockSettings();
   if (!isOpen()) return false;
   if (state_->capturing) return true;
   if (abandonedWorker_ || !capture_.waitForPrevious() || !hasCapturePlaces()) return false;
@@ -117,6 +121,7 @@ bool CCameraBase::startCapture(bool snapshot) {
 }
 
 bool CCameraBase::stopCapture() {
+  const auto lock = lockSettings();
   const bool wasCapturing = state_->capturing;
   if (wasCapturing && !isOpen()) return false;
   if (!capture_.stop()) abandonedWorker_ = true;
