@@ -2,6 +2,7 @@
 #include "camera/delivery/frame_delivery.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <utility>
 
@@ -96,11 +97,12 @@ bool FrameDelivery::fits(const Job& job, std::size_t imageBytes) const {
 }
 
 bool FrameDelivery::deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait) {
-  std::unique_lock turn(turn_, std::defer_lock);
-  if (wait) {
-    if (!turn.try_lock_for(*wait)) return false;
-  } else {
-    turn.lock();
+  const auto start = std::chrono::steady_clock::now();
+  const Turn::Holder turn(turn_, wait);
+  if (!turn) return false;
+  if (wait) {  // what the turn has cost is not waited for again
+    const auto waited = std::chrono::steady_clock::now() - start;
+    *wait -= std::min(*wait, std::chrono::duration_cast<std::chrono::milliseconds>(waited));
   }
   if (!isUsable() || !fits(currentJob(), image.size())) return false;
   if (!queue_.pop(frame_, wait)) return false;

@@ -12,6 +12,7 @@
 #include "camera/camera_state.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
+#include "camera/delivery/turn.h"
 #include "camera/model_row.h"
 
 namespace orvik {
@@ -54,7 +55,7 @@ class FrameDelivery {
   const FrameProtocol& protocol_;
   const CameraState& state_;
   FrameQueue& queue_;
-  std::timed_mutex turn_;
+  Turn turn_;
   FrameBuffer frame_;  ///< the frame in work; exchanged with the queue's
   FrameBuffer rgb_;    ///< colour image on the way to another type
   std::mutex gammaMutex_;
