@@ -304,7 +304,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlCaps(int index, int controlIndex,
  * @param type which control; those the camera does not list can be read as well, but the cooler's
  *        only on a cooled camera
  * @param value receives the value, in the unit of ::Orvik_CONTROL_TYPE
- * @param isAuto receives whether the control is on automatic
+ * @param isAuto receives whether the control is on automatic; 0 also when there is no such control
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_CONTROL no such control, or a pointer is null

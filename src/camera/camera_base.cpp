@@ -190,6 +190,13 @@ void CCameraBase::GetMisc(bool* flipHorizontal, bool* flipVertical) const {
   *flipVertical = state_->flipVertical;
 }
 
+void CCameraBase::Bayer2RGB24(const std::uint8_t* raw, std::uint8_t* rgb, int width,
+                              int height) const {
+  const DemosaicRoutine routine =
+      demosaicRoutine(model_.bayer, state_->flipHorizontal, state_->flipVertical);
+  if (routine != nullptr) routine(raw, rgb, width, height);
+}
+
 bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {
   *frameRate = state_->maxFrameRate;
   *dataRate = state_->dataRate;

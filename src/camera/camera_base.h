@@ -152,6 +152,10 @@ class CCameraBase {
   bool ResetEndPoint(std::uint8_t endpoint);
   bool ResetDevice();
 
+  /// Demosaics a frame of this camera, as its pattern reads after the flips that are set.
+  /// @param raw width * height bytes; @param rgb receives 3 * width * height bytes
+  void Bayer2RGB24(const std::uint8_t* raw, std::uint8_t* rgb, int width, int height) const;
+
   // What the flat interface needs to know
   [[nodiscard]] CameraState& state() { return *state_; }
   [[nodiscard]] const CameraState& state() const { return *state_; }

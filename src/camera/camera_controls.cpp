@@ -101,6 +101,7 @@ Orvik_ERROR_CODE CCameraBase::SetControlValue(int type, std::int32_t value, bool
 
 bool CCameraBase::GetControlValue(int type, std::int32_t* value, Orvik_BOOL* automatic) {
   const CameraState& now = *state_;
+  *automatic = Orvik_FALSE;
   bool isAuto = false;
   std::int32_t result = 0;
   switch (type) {
