@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <ostream>
 
 #include "models/t15c.h"
 #include "support/host_decorator.h"
@@ -77,6 +78,8 @@ struct Damage {
   const char* name;
   void (*apply)(std::vector<std::uint8_t>& frame);
 };
+
+void PrintTo(const Damage& damage, std::ostream* out) { *out << damage.name; }
 
 constexpr std::uint8_t kPaint = 0xBD;
 
