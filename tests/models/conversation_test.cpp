@@ -202,6 +202,7 @@ TEST_F(ConversationTest, BandwidthIsLimitedAndStartsAnewOnAutomatic) {
 TEST_F(ConversationTest, StartAndStop) {
   open();
   camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
+  camera_.SetExp(20000, false);  // above the frame time: reads have a second to come
   conversation_.take();
   ASSERT_TRUE(camera_.StartCapture(false));
   ASSERT_TRUE(camera_.StartCapture(false));
