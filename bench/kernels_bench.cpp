@@ -5,6 +5,8 @@
 #include "algorithm/algorithm.h"
 #include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
+#include "algorithm/hot_pixel_table.h"
+#include "algorithm/hot_sites.h"
 #include "algorithm/white_balance.h"
 #include "bench/frames.h"
 
@@ -59,6 +61,41 @@ void addBin16(const std::string& name, BinRoutine routine, int bin) {
   });
 }
 
+/// A dark of a few steps everywhere and a hot pixel here and there.
+std::vector<uint16_t> darkFrame(size_t pixels) {
+  std::vector<uint16_t> dark(pixels);
+  std::minstd_rand generator(5);
+  for (uint16_t& sample : dark) {
+    sample = static_cast<uint16_t>(generator() % 16 + (generator() % 5000 == 0 ? 150 : 0));
+  }
+  return dark;
+}
+
+void addDark() {
+  addCase("dark", kOurs, 1, [](Size size) {
+    return [size, image = skyFrame<uint8_t>(size.pixels()),
+            dark = darkFrame(size.pixels())]() mutable {
+      CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), false, 0);
+    };
+  });
+  addCase("dark of binned", kOurs, 1, [](Size size) {
+    return [size, image = skyFrame<uint8_t>(size.pixels()),
+            dark = darkFrame(size.pixels())]() mutable {
+      CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), true, 0);
+    };
+  });
+  addCase("hot pixels", kOurs, 1, [](Size size) {
+    HotPixelTable table(hotPixelTableBytes(size.width, size.height));
+    std::minstd_rand generator(6);
+    for (size_t i = 0; i < size.pixels() / 5000; ++i) table[generator() % table.size()] = 4;
+    return
+        [image = skyFrame<uint8_t>(size.pixels()),
+         sites = cutHotPixels(table, size.width, {0, 0, size.width, size.height, 1, 2})]() mutable {
+          correctHotPixels(image.data(), sites);
+        };
+  });
+}
+
 void addConversions() {
   addCase("demosaic", kOurs, 1, [](Size size) {
     CAlgorithm::SetRGBWB(52, 95);
@@ -95,6 +132,7 @@ void addConversions() {
 
 const bool registered = [] {
   addConversions();
+  addDark();
   addGamma<uint8_t>("table 8");
   addGamma<uint16_t>("table 16");
   addFlip<uint8_t>("flip 8 horizontal", false, true);

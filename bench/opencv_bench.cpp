@@ -57,6 +57,14 @@ const bool registered = [] {
   });
   addPeer<uint8_t>("first channel", 3,
                    [](const cv::Mat& in, cv::Mat& out) { cv::extractChannel(in, out, 0); });
+  // In two steps: OpenCV does not subtract 16 bits from 8.
+  addCase("dark", kPeer, 1, [](Size size) {
+    return [in = skyMat<uint8_t>(size, 1), out = cv::Mat(), wide = cv::Mat(),
+            dark = cv::Mat(size.height, size.width, CV_16U, cv::Scalar(9))]() mutable {
+      in.convertTo(wide, CV_16U, 1, 7);
+      cv::subtract(wide, dark, out, cv::noArray(), CV_8U);
+    };
+  });
   cv::Mat table(1, 256, CV_8U);
   for (int i = 0; i < 256; ++i) table.at<uint8_t>(i) = static_cast<uint8_t>(255 - i);
   addPeer<uint8_t>("table 8", 1,

@@ -36,9 +36,8 @@
  * ## What this release lacks
  *
  * The interface is complete in this header. These functions are declared here but not yet part of
- * the library, so that a program which uses them does not link: OrvikEnableDarkSubtract(),
- * OrvikDisableDarkSubtract(), OrvikPulseGuideOn(), OrvikPulseGuideOff(), OrvikGetID() and
- * OrvikSetID().
+ * the library, so that a program which uses them does not link:
+ * OrvikPulseGuideOn(), OrvikPulseGuideOff(), OrvikGetID() and OrvikSetID().
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H
@@ -399,11 +398,16 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped);
 /**
  * Loads a dark frame and subtracts it from 8-bit frames, or tells whether one is in use.
  *
- * @param bmpPath 8-bit bitmap of the sensor's full size
+ * What is subtracted is how far each pixel of the dark lies above or below the dark's mean: the
+ * black level stays, its pattern goes. Images of more than 8 bits a sample stay as they are, and so
+ * do those of automatic exposure below half a second.
+ *
+ * @param bmpPath 8-bit bitmap of the sensor's full size; may be null when only asking
  * @param inUse in: non-zero loads the file, 0 only asks; out, when asked: whether one is in use
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_DARK_FILE_PATH the file cannot be opened, or a pointer is null
+ * @retval Orvik_ERROR_DARK_FILE_PATH the file cannot be opened, and no dark is in use any more; or
+ * a pointer is null
  * @retval Orvik_ERROR_DARK_FILE_FORMAT not such a bitmap; the dark in use stays
  * @par Thread: any thread.
  */

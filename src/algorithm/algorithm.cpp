@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "algorithm/algorithm.h"
 
+#include <chrono>
+#include <ctime>
+
 #include "algorithm/binning.h"
+#include "algorithm/dark.h"
 #include "algorithm/demosaic.h"
 #include "algorithm/flip.h"
 #include "algorithm/gamma.h"
 #include "algorithm/rgb_convert.h"
+#include "algorithm/time_mark.h"
 #include "algorithm/white_balance.h"
 
 namespace orvik {
@@ -80,6 +85,26 @@ void CAlgorithm::SoftMisc(void* buf, int width, int height, int bin, bool is16, 
   } else {
     flip(static_cast<uint8_t*>(buf), rowLength, rows, flipVertical, flipHorizontal);
   }
+}
+
+void CAlgorithm::SubtractDark(uint8_t* image, int width, int height, int offset,
+                              const uint16_t* dark, bool binned, int columnStart) noexcept {
+  if (binned) {
+    subtractBinnedDark(image, width, height, offset, dark, columnStart);
+  } else {
+    subtractDark(image, width, height, offset, dark);
+  }
+}
+
+void CAlgorithm::AddTimeMark(uint8_t* image, int width, int height, int type) noexcept {
+  if (type != 0 && type != 1) return;
+  using std::chrono::system_clock;
+  const auto now = std::chrono::floor<std::chrono::milliseconds>(system_clock::now());
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(now);
+  const std::time_t time = system_clock::to_time_t(seconds);
+  TimeOfDay mark{.local = {}, .milliseconds = static_cast<int>((now - seconds).count())};
+  if (localtime_r(&time, &mark.local) == nullptr) return;
+  drawTimeMark(image, width, height, type == 1 ? 3 : 1, mark);
 }
 
 DemosaicRoutine demosaicRoutine(int pattern, bool flipHorizontal, bool flipVertical) noexcept {

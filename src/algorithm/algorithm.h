@@ -56,6 +56,16 @@ class CAlgorithm {
   /// @param buf bytes, or aligned 16-bit words if `is16`
   static void SoftMisc(void* buf, int width, int height, int bin, bool is16, bool flipVertical,
                        bool flipHorizontal) noexcept;
+
+  /// Subtracts a dark frame in place; see subtractDark() and, for an image that the sensor binned
+  /// 2 x 2, subtractBinnedDark().
+  /// @param width, height of the dark, in 16-bit samples
+  /// @param columnStart only with `binned`
+  static void SubtractDark(uint8_t* image, int width, int height, int offset, const uint16_t* dark,
+                           bool binned, int columnStart) noexcept;
+  /// Writes the present local time into an image; see drawTimeMark().
+  /// @param type 0 for one byte a pixel, 1 for 24-bit colour; any other does nothing
+  static void AddTimeMark(uint8_t* image, int width, int height, int type) noexcept;
 };
 
 /// One of the four CAlgorithm::Bayer2RGB24_ methods.

@@ -5,6 +5,7 @@
 
 using orvik::CameraState;
 using orvik::CCameraBase;
+using orvik::DarkFileResult;
 using orvik::IMAGE_TYPE;
 using orvik::OpenCamera;
 using orvik::api::withCamera;
@@ -116,6 +117,33 @@ Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (dropped == nullptr) return Orvik_ERROR_DRIVER_FAILED;
     *dropped = camera.driver->state().droppedFrames;
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikEnableDarkSubtract(int index, char* bmpPath, Orvik_BOOL* inUse) {
+  return withCamera(index, Orvik_ERROR_DARK_FILE_FORMAT, [&](OpenCamera& camera) {
+    if (inUse == nullptr) return Orvik_ERROR_DARK_FILE_PATH;
+    if (*inUse == Orvik_FALSE) {
+      *inUse = camera.driver->IsDarkInUse() ? Orvik_TRUE : Orvik_FALSE;
+      return Orvik_OK;
+    }
+    if (bmpPath == nullptr) return Orvik_ERROR_DARK_FILE_PATH;
+    switch (static_cast<DarkFileResult>(camera.driver->LoadBMPFromFile(bmpPath))) {
+      case DarkFileResult::kDone:
+        camera.driver->UsingDark(true);
+        return Orvik_OK;
+      case DarkFileResult::kCannotOpen:
+        return Orvik_ERROR_DARK_FILE_PATH;
+      default:
+        return Orvik_ERROR_DARK_FILE_FORMAT;
+    }
+  });
+}
+
+Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
+    camera.driver->UsingDark(false);
     return Orvik_OK;
   });
 }

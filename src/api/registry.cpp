@@ -97,6 +97,7 @@ Orvik_ERROR_CODE Registry::open(int index) {
   camera->driver = createCamera(productAt(index));
   if (!camera->driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
   if (!camera->driver->OpenCamera(sameModelOrdinal(index))) return Orvik_ERROR_OPEN_FAILED;
+  camera->driver->SetTimeMark(false);
   camera->driver->InitCamera();
   put(index, std::move(camera));
   return Orvik_OK;

@@ -46,8 +46,12 @@ CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClas
       arrivalFrames_(std::make_shared<FramePair>(
           FramePair{std::make_shared<PageBuffer>(largestFrame(model)),
                     std::make_shared<PageBuffer>(largestFrame(model))})),
-      delivery_(model_, *protocol_, *state_, *queue_) {
+      dark_(model.maxWidth, model.maxHeight),
+      hotPixels_(model.maxWidth, model.maxHeight),
+      delivery_(model_, *protocol_, *state_, *queue_, {.dark = dark_, .hotPixels = hotPixels_}) {
   CAlgorithm::RGBYUV_Init();
+  AdjustDarkBuff();
+  AdjustHPCTable();
 }
 
 CCameraBase::~CCameraBase() { endCapture(); }

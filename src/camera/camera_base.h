@@ -4,13 +4,20 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
+#include "algorithm/frame_region.h"
+#include "algorithm/hot_pixel_table.h"
 #include "camera/camera_state.h"
 #include "camera/capture/camera_gate.h"
 #include "camera/capture/capture_session.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
+#include "camera/dark_frame.h"
 #include "camera/delivery/frame_delivery.h"
+#include "camera/hot_pixels.h"
 #include "camera/model_row.h"
 #include "camera/vendor_link.h"
 #include "orvik/orvik.h"
@@ -33,6 +40,12 @@ enum Control_TYPE : std::int32_t {
   CONTROL_COOLER = 11,
   CONTROL_COOL_POWER = 12,
   CONTROL_TARGET_TEMP = 13,
+};
+
+/// Whether hot pixels are mended.
+enum HPCStatus : std::int32_t {
+  HPC_OFF = 0,
+  HPC_ON = 1,
 };
 
 /// The common camera, from which every model driver derives: a face that hands on to its parts, the
@@ -124,6 +137,63 @@ class CCameraBase {
   /// Degrees Celsius.
   float GetTemp() { return GetSensorTemp(); }
 
+  // Dark frames; see DarkFrame. The numbers of their results are those of DarkFileResult.
+  int LoadBMPFromFile(const char* path);
+  /// @return 1, or 0 when there is no dark or the file cannot be written.
+  int SaveBMPToFile(const char* path);
+  /// Writes an 8-bit grey BMP; see writeDarkFile(). @return 1, or 0 when it cannot be written.
+  static int CreateBMP(int width, int height, const std::uint8_t* pixels, const char* path);
+  /// Cuts the dark for the present region.
+  void AdjustDarkBuff();
+  /// Begins to take a dark from delivered 8-bit frames of the whole sensor, or ends it early.
+  /// @return how many frames it takes at the present exposure.
+  int GettingDark(bool start, std::uint64_t exposureUs);
+  /// Whether the last dark that was begun has been taken.
+  [[nodiscard]] bool IsGetDarkOver() const { return dark_.isRecordingOver(); }
+  void GetDarkCount(int* taken, int* wanted) const { dark_.recordingCount(*taken, *wanted); }
+  void UsingDark(bool use) { dark_.use(use); }
+  /// The switch alone, whether or not there is a dark.
+  [[nodiscard]] bool IsUsingDark() const { return dark_.isSwitchedOn(); }
+  /// Whether frames are subtracted from.
+  [[nodiscard]] bool IsDarkInUse() const { return dark_.isInUse(); }
+  [[nodiscard]] std::string GetBMPPath() const { return dark_.path(); }
+  void SetBMPPath(const std::string& path) { dark_.setPath(path); }
+
+  // Hot pixels; see HotPixels and compressHotPixels()
+  /// Makes the table from the dark, if there is one, and saves it in the camera. Not during
+  /// capture.
+  bool SaveHPCTable();
+  /// Reads the table from the camera. Not during capture.
+  bool LoadHPCTable();
+  /// Cuts the table for the present region.
+  void AdjustHPCTable();
+  /// @param length receives the length of the stored form; @return as many bytes as the table has
+  static std::vector<std::uint8_t> Compress(const std::uint8_t* packed, int bytes, int* length);
+  [[nodiscard]] std::optional<HotPixelTable> Uncompress(const std::uint8_t* stored,
+                                                        int length) const;
+  /// Makes the table from the dark. @return false without one.
+  bool AutoGetHPC();
+  /// Marks one sensor pixel by hand. @return false outside the sensor.
+  bool ManualHPC(int x, int y, bool hot);
+  /// @return false when it is to be switched on without a table; it stays off then.
+  bool ChangeHPCStatus(HPCStatus status);
+  void SetHPCStates(bool on) { hotPixels_.use(on); }
+  [[nodiscard]] bool IsHPCEnable() const { return hotPixels_.isSwitchedOn(); }
+  /// Hot pixels of the sensor, and hot samples in frames of the present region.
+  void GetHPSum(int* onSensor, int* inRegion) const;
+  /// Mends the hot pixels of a raw frame of the present region, as delivery does by itself.
+  /// @param frame width * height bytes, or 16-bit words; other sizes than the region's do nothing
+  void HandleHotPixels(void* frame, int width, int height, bool is16Bits) const;
+  /// Tests and mends one pixel of the frame last delivered; see mendIfHot().
+  /// @param count goes up by one when it was mended
+  void DeNoise(int x, int y, int width, int height, std::uint32_t* count);
+  /// A pixel's rise above its row in the frame last delivered; see riseAboveRow().
+  std::uint16_t PixelNet(int x, int y, int width, int height, char step);
+
+  // The time in 8-bit and colour images
+  [[nodiscard]] bool IsTimeMark() const { return state_->timeMark; }
+  void SetTimeMark(bool on) { state_->timeMark = on; }
+
   // Vendor requests; see VendorLink
   bool SendCMD(std::uint8_t command);
   bool SendCMD(std::uint8_t command, std::uint16_t value, std::uint16_t index, bool read,
@@ -190,6 +260,8 @@ class CCameraBase {
   Orvik_ERROR_CODE setFlip(std::int32_t value);
   [[nodiscard]] bool hasCapturePlaces() const;
   void endLink();
+  [[nodiscard]] FrameRegion currentRegion() const;
+  [[nodiscard]] int colourStep() const { return model_.colour ? 2 : 1; }
 
   const ModelRow& model_;
   const std::shared_ptr<seam::Clock> clock_;
@@ -199,6 +271,8 @@ class CCameraBase {
   const std::shared_ptr<const FrameProtocol> protocol_;
   const std::shared_ptr<FrameQueue> queue_;
   const std::shared_ptr<FramePair> arrivalFrames_;
+  DarkFrame dark_;
+  HotPixels hotPixels_;
   FrameDelivery delivery_;
   CaptureSession capture_;
   bool abandonedWorker_ = false;  ///< one did not stop in time and still uses the device

@@ -53,6 +53,7 @@ struct CameraState {
   std::atomic<int> autoMaxGain{50};
   std::atomic<int> autoMaxExposure{30};  ///< seconds
   std::atomic<int> autoMaxBrightness{100};
+  std::atomic<bool> timeMark{false};  ///< 8-bit and colour images carry the time
 
   // Timing
   std::atomic<int> clockKhz{0};

@@ -31,6 +31,9 @@ enum class VendorRequest : std::uint8_t {
   kReadFpga = 0xBC,
   kWriteFpga = 0xBD,
   kSwitchBus = 0xBE,
+  kWriteFlash = 0xC2,
+  kReadFlash = 0xC3,
+  kFlashSector = 0xC4,
 };
 
 /// The way to one camera's registers: vendor requests on the control endpoint, one at a time.

@@ -80,6 +80,7 @@ bool MarkedFrameCamera<Base>::InitCamera() {
   state().usb3Host = this->IsUSB3Host();
   if (state().usb3Host) state().bandwidth = marked::automaticBandwidth(true);
   followHostPort();
+  this->SetHPCStates(this->LoadHPCTable());
   this->readVersions();
   regionTold_ = false;  // the sensor starts anew
   playInitTable();
@@ -201,6 +202,8 @@ bool MarkedFrameCamera<Base>::SetStartPos(int x, int y) {
   const SensorPosition start = readablePosition(model(), {x, y}, now.width, now.height, now.bin);
   now.startX = start.x;
   now.startY = start.y;
+  this->AdjustDarkBuff();
+  this->AdjustHPCTable();
   const SensorHold hold(link());
   writeSensorPair(sensor::kAreaColumn, start.x);
   writeSensorPair(sensor::kAreaRow, start.y);

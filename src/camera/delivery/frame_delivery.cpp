@@ -13,6 +13,9 @@ namespace {
 
 constexpr int kNeutralGamma = 50;
 constexpr std::size_t kBytesPerColourPixel = 3;
+/// Below it automatic exposure is at work on a bright object, whose brightness it measures on
+/// frames as they are; there is no dark worth subtracting.
+constexpr std::uint64_t kShortestDarkWithAutoExposureUs = 500'000;
 
 std::size_t largestFrame(const ModelRow& model) {
   return std::size_t{2} * static_cast<std::size_t>(model.maxWidth) *
@@ -30,6 +33,8 @@ struct FrameDelivery::Job {
   bool flipHorizontal = false;
   bool flipVertical = false;
   bool rawOutput = false;
+  bool subtractsDark = false;
+  bool timeMark = false;
   IMAGE_TYPE type = IMAGE_8BIT;
 
   [[nodiscard]] std::size_t pixels() const {
@@ -38,8 +43,17 @@ struct FrameDelivery::Job {
   [[nodiscard]] int columns() const { return width * hostBin; }
   [[nodiscard]] int rows() const { return height * hostBin; }
   [[nodiscard]] std::size_t bytesPerSample() const { return is16Bits ? 2 : 1; }
+  [[nodiscard]] std::size_t samples() const {
+    return static_cast<std::size_t>(columns()) * static_cast<std::size_t>(rows());
+  }
   [[nodiscard]] std::size_t rowBytes() const {
     return static_cast<std::size_t>(columns()) * bytesPerSample();
+  }
+  /// Rows of the image that lie whole in a buffer of so many bytes.
+  [[nodiscard]] int rowsWithin(std::size_t bytes) const {
+    const std::size_t row =
+        static_cast<std::size_t>(width) * (type == IMAGE_RGB24 ? kBytesPerColourPixel : 1);
+    return static_cast<int>(std::min(bytes / row, static_cast<std::size_t>(height)));
   }
   [[nodiscard]] std::size_t frameBytes() const {
     return rowBytes() * static_cast<std::size_t>(rows());
@@ -47,11 +61,12 @@ struct FrameDelivery::Job {
 };
 
 FrameDelivery::FrameDelivery(const ModelRow& model, const FrameProtocol& protocol,
-                             const CameraState& state, FrameQueue& queue)
+                             const CameraState& state, FrameQueue& queue, Corrections corrections)
     : model_(model),
       protocol_(protocol),
       state_(state),
       queue_(queue),
+      corrections_(corrections),
       frame_(std::make_shared<PageBuffer>(largestFrame(model))),
       rgb_(std::make_shared<PageBuffer>(
           model.colour ? largestFrame(model) / 2 * kBytesPerColourPixel : 0)) {}
@@ -75,6 +90,8 @@ FrameDelivery::Job FrameDelivery::currentJob() const {
   job.flipHorizontal = state_.flipHorizontal;
   job.flipVertical = state_.flipVertical;
   job.rawOutput = state_.rawOutput;
+  job.subtractsDark = !state_.exposureAuto || state_.exposureUs >= kShortestDarkWithAutoExposureUs;
+  job.timeMark = state_.timeMark;
   job.type = state_.imageType;
   return job;
 }
@@ -110,13 +127,33 @@ bool FrameDelivery::deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait
   if (!fits(job, image.size())) return false;  // the format was changed during the wait
 
   protocol_.mendMarks(frame_->bytes().first(job.frameBytes()), job.rowBytes());
+  if (!job.is16Bits) applyDark(job);
   applyGamma(job);
+  mendHotPixels(job);
   CAlgorithm::SoftMisc(frame_->data(), job.width, job.height, job.hostBin, job.is16Bits,
                        job.flipVertical, job.flipHorizontal);
   CAlgorithm::ColorRAWBin(frame_->data(), frame_->words(), job.width, job.height, job.hostBin,
                           job.is16Bits);
   convert(job, image);
+  if (job.timeMark)
+    CAlgorithm::AddTimeMark(image.data(), job.width, job.rowsWithin(image.size()), job.type);
   return true;
+}
+
+void FrameDelivery::applyDark(const Job& job) {
+  const std::span frame = frame_->bytes().first(job.samples());
+  corrections_.dark.addFrame(frame, job.columns(), job.rows());
+  if (job.subtractsDark) corrections_.dark.subtract(frame, job.columns(), job.rows());
+}
+
+void FrameDelivery::mendHotPixels(const Job& job) {
+  if (job.is16Bits) {
+    corrections_.hotPixels.correct(std::span(frame_->words(), job.samples()), job.columns(),
+                                   job.rows());
+  } else {
+    corrections_.hotPixels.correct(std::span(frame_->data(), job.samples()), job.columns(),
+                                   job.rows());
+  }
 }
 
 void FrameDelivery::applyGamma(const Job& job) {

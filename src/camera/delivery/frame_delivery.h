@@ -12,18 +12,27 @@
 #include "camera/camera_state.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
+#include "camera/dark_frame.h"
 #include "camera/delivery/turn.h"
+#include "camera/hot_pixels.h"
 #include "camera/model_row.h"
 
 namespace orvik {
 
-/// Takes frames out of the queue and makes images of them: marks mended, gamma, flip, binning and
-/// conversion, in that order. One thread at a time; a second one waits its turn.
+/// Takes frames out of the queue and makes images of them: marks mended, dark subtracted, gamma,
+/// hot pixels mended, flip, binning, conversion and time mark, in that order. One thread at a time;
+/// a second one waits its turn.
 class FrameDelivery {
  public:
-  /// @param model, protocol, state, queue of the camera; must outlive the delivery
+  /// What the camera puts right in each frame.
+  struct Corrections {
+    DarkFrame& dark;
+    const HotPixels& hotPixels;
+  };
+
+  /// @param model, protocol, state, queue, corrections of the camera; must outlive the delivery
   FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
-                FrameQueue& queue);
+                FrameQueue& queue, Corrections corrections);
 
   /// Delivers the oldest frame as an image.
   /// @param image receives the image; for raw types and luminance at most as much as fits, a colour
@@ -34,6 +43,13 @@ class FrameDelivery {
 
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
+
+  /// Calls `use(frame)` with the memory of the frame last taken, unless a delivery is under way.
+  template <class Use>
+  void useFrame(Use use) {
+    const std::unique_lock turn(turn_, std::try_to_lock);
+    if (turn) use(*frame_);
+  }
 
  private:
   struct Job;
@@ -46,7 +62,9 @@ class FrameDelivery {
   [[nodiscard]] Job currentJob() const;
   [[nodiscard]] bool isUsable() const;
   [[nodiscard]] bool fits(const Job& job, std::size_t imageBytes) const;
+  void applyDark(const Job& job);
   void applyGamma(const Job& job);
+  void mendHotPixels(const Job& job);
   void convert(const Job& job, std::span<std::uint8_t> image);
   void demosaic(const Job& job, std::uint8_t* rgb);
   const std::uint8_t* demosaicToBuffer(const Job& job);
@@ -55,6 +73,7 @@ class FrameDelivery {
   const FrameProtocol& protocol_;
   const CameraState& state_;
   FrameQueue& queue_;
+  const Corrections corrections_;
   Turn turn_;
   FrameBuffer frame_;  ///< the frame in work; exchanged with the queue's
   FrameBuffer rgb_;    ///< colour image on the way to another type

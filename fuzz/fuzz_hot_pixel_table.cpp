@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as the content of a camera's flash: the table read from it can be cut for any region,
+// can mend a frame, and comes back the same when it is stored.
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "algorithm/hot_sites.h"
+#include "camera/hot_pixel_storage.h"
+
+namespace {
+
+constexpr int kWidth = 64;
+constexpr int kHeight = 64;
+constexpr std::uint32_t kTableAddress = 0x40000;
+
+/// A flash that holds the input where the table is stored, erased cells behind it.
+class InputFlash final : public orvik::FlashPort {
+ public:
+  explicit InputFlash(std::span<const std::uint8_t> input) : input_(input) {}
+
+  bool switchBusToStream(bool) override { return true; }
+  bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override {
+    if (address < kTableAddress) std::abort();
+    std::ranges::fill(bytes, std::uint8_t{0xFF});
+    const std::size_t offset = address - kTableAddress;
+    if (offset < input_.size()) {
+      const std::size_t count = std::min(bytes.size(), input_.size() - offset);
+      std::ranges::copy(input_.subspan(offset, count), bytes.begin());
+    }
+    return true;
+  }
+  bool write(std::uint32_t, std::span<const std::uint8_t>) override { std::abort(); }
+  bool eraseSector(std::uint16_t) override { std::abort(); }
+
+ private:
+  std::span<const std::uint8_t> input_;
+};
+
+void useTable(const orvik::HotPixelTable& table) {
+  for (const int bin : {1, 2, 3, 4}) {
+    for (const int step : {1, 2}) {
+      const orvik::FrameRegion region{4, 2, 60 / bin / 4 * 4, 62 / bin / 2 * 2, bin, step};
+      std::vector<std::uint16_t> frame(region.samples(), 100);
+      orvik::correctHotPixels(frame.data(), orvik::cutHotPixels(table, kWidth, region));
+      // Where all samples are alike the median of some of them is, too.
+      if (std::ranges::count(frame, 100) != static_cast<std::ptrdiff_t>(frame.size())) std::abort();
+    }
+  }
+  const orvik::StoredHotPixels stored = orvik::compressHotPixels(table);
+  if (stored.length >= table.size()) return;  // cut short
+  if (orvik::uncompressHotPixels(std::span(stored.bytes).first(stored.length), table.size()) !=
+      table) {
+    std::abort();
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  InputFlash flash({data, size});
+  const auto loaded = orvik::loadHotPixels(flash, orvik::hotPixelTableBytes(kWidth, kHeight));
+  if (loaded.table) useTable(*loaded.table);
+  return 0;
+}
