@@ -17,6 +17,8 @@
 
 namespace orvik {
 
+class CCameraCool;
+
 /// The capabilities that isAvailable() tells of; a numbering of its own.
 enum Control_TYPE : std::int32_t {
   CONTROL_GAIN = 0,
@@ -121,8 +123,8 @@ class CCameraBase {
   bool GetMaxFPS(float* frameRate, float* dataRate) const;
   void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
   void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
-  /// Degrees Celsius.
-  float GetTemp() { return GetSensorTemp(); }
+  /// Degrees Celsius: what a thread has measured lately, where there is one, else GetSensorTemp().
+  float GetTemp();
 
   // Vendor requests; see VendorLink
   bool SendCMD(std::uint8_t command);
@@ -153,6 +155,8 @@ class CCameraBase {
   bool ResetDevice();
 
   // What the flat interface needs to know
+  /// The camera as a cooled one. @return null when it has no cooler.
+  virtual CCameraCool* cooler() { return nullptr; }
   [[nodiscard]] CameraState& state() { return *state_; }
   [[nodiscard]] const CameraState& state() const { return *state_; }
   [[nodiscard]] const ModelRow& model() const { return model_; }
@@ -181,6 +185,17 @@ class CCameraBase {
   /// Held by a setter while it writes what belongs together.
   [[nodiscard]] auto lockSettings() { return gate_->lock(); }
   [[nodiscard]] seam::Clock& clock() const { return *clock_; }
+
+  // For a worker of a derived class, which owns what it touches
+  [[nodiscard]] const std::shared_ptr<CameraState>& sharedState() const { return state_; }
+  [[nodiscard]] const std::shared_ptr<VendorLink>& sharedLink() const { return link_; }
+  [[nodiscard]] const std::shared_ptr<seam::Clock>& sharedClock() const { return clock_; }
+
+  // What a kind of camera does besides
+  /// At the end of InitCamera().
+  virtual void onInitialised() {}
+  /// Before the device is let go of, by CloseCamera() or at the camera's end; capture has stopped.
+  virtual void onClosing() {}
 
  private:
   Orvik_ERROR_CODE setFlip(std::int32_t value);

@@ -24,6 +24,7 @@ enum class VendorRequest : std::uint8_t {
   kFirmwareVersion = 0xAD,
   kStopSensorClock = 0xAE,
   kStartSensorClock = 0xAF,
+  kCoolerDrive = 0xB2,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
   kWriteSensorByte = 0xB6,
@@ -31,6 +32,7 @@ enum class VendorRequest : std::uint8_t {
   kReadFpga = 0xBC,
   kWriteFpga = 0xBD,
   kSwitchBus = 0xBE,
+  kThermistor = 0xC7,
 };
 
 /// The way to one camera's registers: vendor requests on the control endpoint, one at a time.
