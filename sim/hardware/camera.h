@@ -36,6 +36,7 @@ class Camera {
   void busReset();
 
   [[nodiscard]] CaptureState captureState() const;
+  [[nodiscard]] double sensorCelsius() const;
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
 
  private:
@@ -46,7 +47,6 @@ class Camera {
   bool writeFlash(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
   bool writeSensor(std::uint16_t address, std::uint16_t value);
   [[nodiscard]] RunMode runMode() const;
-  [[nodiscard]] double sensorCelsius() const;
 
   const Model& model_;
   bool usb3Port_;

@@ -141,4 +141,9 @@ std::vector<GuideEvent> Device::guideLog() {
   return camera_.guidePort().log();
 }
 
+double Device::sensorCelsius() {
+  const Lock lock(mutex_);
+  return camera_.sensorCelsius();
+}
+
 }  // namespace orvik::sim
