@@ -8,6 +8,10 @@
 namespace orvik::sim {
 namespace {
 
+// Two kinds of camera around one sensor of 1304 x 976 pixels.
+constexpr PixelPhysics kPixel1304 = {
+    .fullWell = 14700, .fullScale = 14000, .readNoise = 2.2, .darkCurrent = 0.1};
+
 constexpr std::array kModels = {
     Model{
         .code = "T15C",
@@ -15,7 +19,16 @@ constexpr std::array kModels = {
         .productId = identity::PID_T15C,
         .bulkEndpoint = 0x81,
         .sensor = {.width = 1304, .height = 976, .mosaic = Mosaic::kRg},
-        .pixel = {.fullWell = 14700, .fullScale = 14000, .readNoise = 2.2, .darkCurrent = 0.1},
+        .pixel = kPixel1304,
+    },
+    Model{
+        .code = "T13C_C",
+        .displayName = "Vek T13C COOL",
+        .productId = identity::PID_T13C_C,
+        .bulkEndpoint = 0x81,
+        .sensor = {.width = 1304, .height = 976, .mosaic = Mosaic::kGr},
+        .pixel = kPixel1304,
+        .cooled = true,
     },
 };
 

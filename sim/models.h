@@ -25,6 +25,7 @@ struct Model {
   std::uint8_t bulkEndpoint = 0;  ///< address with the direction bit
   SensorFormat sensor;
   PixelPhysics pixel;
+  bool cooled = false;  ///< has a cooler, and a thermistor in the thermometer chip's place
 };
 
 /// All models that can be plugged.

@@ -82,6 +82,13 @@ std::vector<GuideEvent> SimHost::guideLog(int id) {
   return found == cameras_.end() ? std::vector<GuideEvent>{} : found->second.device->guideLog();
 }
 
+std::optional<double> SimHost::sensorCelsius(int id) {
+  const std::lock_guard lock(mutex_);
+  const auto found = cameras_.find(id);
+  if (found == cameras_.end()) return std::nullopt;
+  return found->second.device->sensorCelsius();
+}
+
 std::vector<seam::DeviceInfo> SimHost::devices() {
   const std::lock_guard lock(mutex_);
   std::vector<seam::DeviceInfo> list;

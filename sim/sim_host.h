@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "seam/clock.h"
@@ -47,6 +48,10 @@ class SimHost final : public seam::Host {
 
   /// What the guide lines of a camera have done; empty when no camera has this id.
   [[nodiscard]] std::vector<GuideEvent> guideLog(int id);
+
+  /// What a thermometer at the camera's sensor shows, degrees Celsius; none when no camera has this
+  /// id.
+  [[nodiscard]] std::optional<double> sensorCelsius(int id);
 
   std::vector<seam::DeviceInfo> devices() override;
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;

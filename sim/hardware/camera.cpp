@@ -19,6 +19,7 @@ enum Request : std::uint8_t {
   kStartSensorClock = 0xAF,
   kGuideOn = 0xB0,
   kGuideOff = 0xB1,
+  kCoolerDrive = 0xB2,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
   kWriteSensor = 0xB6,
@@ -29,6 +30,7 @@ enum Request : std::uint8_t {
   kWriteFlash = 0xC2,
   kReadFlash = 0xC3,
   kFlashSector = 0xC4,
+  kThermistor = 0xC7,
 };
 
 constexpr std::uint8_t kFirmware = 0x12;
@@ -41,13 +43,16 @@ std::size_t give(std::span<const std::uint8_t> answer, std::span<std::uint8_t> r
 
 }  // namespace
 
-Camera::Camera(const Model& model, bool usb3Port, double ambient,
-               std::shared_ptr<seam::Clock> clock)
+Camera::Camera(const Model& model, const CameraOptions& options, std::shared_ptr<seam::Clock> clock)
     : model_(model),
-      usb3Port_(usb3Port),
+      usb3Port_(options.usb3Port),
       clock_(std::move(clock)),
       sensor_(model.sensor),
-      thermometer_(ambient, clock_->now()) {}
+      thermometer_(options.ambient, clock_->now()) {
+  if (model.cooled) {
+    cooler_.emplace(options.ambient, options.noise ? scramble(options.seed) : 0, clock_->now());
+  }
+}
 
 std::optional<std::size_t> Camera::request(const seam::SetupPacket& setup,
                                            std::span<std::uint8_t> data) {
@@ -76,6 +81,10 @@ bool Camera::command(const seam::SetupPacket& setup) {
     case kGuideOn:
     case kGuideOff:
       return guidePort_.set(setup.value, setup.request == kGuideOn, clock_->now());
+    case kCoolerDrive:
+      if (!cooler_) return false;
+      cooler_->setDrive(static_cast<std::uint8_t>(setup.value), clock_->now());
+      return true;
     case kWriteSensor:
       return writeSensor(setup.value, setup.index);
     case kWriteFpga:
@@ -98,7 +107,11 @@ std::optional<std::size_t> Camera::answer(const seam::SetupPacket& setup,
     case kFirmwareVersion:
       return give(std::array<std::uint8_t, 2>{'V', kFirmware}, data);
     case kTemperature:
+      if (cooler_) return std::nullopt;
       return give(thermometer_.word(clock_->now()), data);
+    case kThermistor:
+      if (!cooler_) return std::nullopt;
+      return give(cooler_->convert(clock_->now()), data);
     case kHostPort:
       return oneByte(usb3Port_ ? 1 : 0);
     case kReadSensor:
@@ -143,6 +156,10 @@ RunMode Camera::runMode() const {
   return streaming_ && sensorWorks ? fpga_.runMode() : RunMode::kStopped;
 }
 
+double Camera::sensorCelsius() const {
+  return cooler_ ? cooler_->celsius(clock_->now()) : thermometer_.celsius(clock_->now());
+}
+
 CaptureState Camera::captureState() const {
   CaptureState state;
   state.mode = runMode();
@@ -151,7 +168,7 @@ CaptureState Camera::captureState() const {
   state.settings = decodeReadout(sensor_, fpga_, model_.sensor);
   if (state.settings) {
     // In half degrees, so that warming up does not change the picture at every frame.
-    state.settings->celsius = std::round(thermometer_.celsius(clock_->now()) * 2) / 2;
+    state.settings->celsius = std::round(sensorCelsius() * 2) / 2;
   }
   return state;
 }

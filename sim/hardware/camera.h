@@ -9,7 +9,9 @@
 
 #include "seam/clock.h"
 #include "seam/usb_host.h"
+#include "sim/camera_options.h"
 #include "sim/frame_settings.h"
+#include "sim/hardware/cooler.h"
 #include "sim/hardware/fpga.h"
 #include "sim/hardware/guide_port.h"
 #include "sim/hardware/sensor.h"
@@ -23,7 +25,7 @@ namespace orvik::sim {
 /// stands behind it. Not thread-safe: the device's lock guards it.
 class Camera {
  public:
-  Camera(const Model& model, bool usb3Port, double ambient, std::shared_ptr<seam::Clock> clock);
+  Camera(const Model& model, const CameraOptions& options, std::shared_ptr<seam::Clock> clock);
 
   /// Carries out a vendor request.
   /// @param data what the host sends, or room for the answer
@@ -34,6 +36,7 @@ class Camera {
   void busReset();
 
   [[nodiscard]] CaptureState captureState() const;
+  [[nodiscard]] double sensorCelsius() const;
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
 
  private:
@@ -56,6 +59,7 @@ class Camera {
   SpiFlash flash_;
   GuidePort guidePort_;
   Thermometer thermometer_;
+  std::optional<Cooler> cooler_;  ///< takes the thermometer's place
 };
 
 }  // namespace orvik::sim

@@ -24,7 +24,7 @@ Device::Device(const Model& model, const CameraOptions& options, std::uint32_t s
       bulkEndpoint_(model.bulkEndpoint),
       observer_(options.controlObserver),
       descriptors_(model, options.usb3Port, serial),
-      camera_(model, options.usb3Port, options.ambient, clock),
+      camera_(model, options, clock),
       pipe_(Descriptors::bulkPacketBytes(options.usb3Port)),
       streamer_(mutex_, camera_, pipe_, clock, options, PictureMaker(model, options, serial)),
       endpoint0_(descriptors_, bulkEndpoint_, camera_, pipe_, [this] { streamer_.flush(); }) {}
@@ -139,6 +139,11 @@ TransferStatus Device::reset() {
 std::vector<GuideEvent> Device::guideLog() {
   const Lock lock(mutex_);
   return camera_.guidePort().log();
+}
+
+double Device::sensorCelsius() {
+  const Lock lock(mutex_);
+  return camera_.sensorCelsius();
 }
 
 }  // namespace orvik::sim

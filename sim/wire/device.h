@@ -76,6 +76,8 @@ class Device : public std::enable_shared_from_this<Device> {
   seam::TransferStatus reset();
 
   [[nodiscard]] std::vector<GuideEvent> guideLog();
+  /// Degrees Celsius.
+  [[nodiscard]] double sensorCelsius();
 
  private:
   friend struct Connection;

@@ -1,11 +1,33 @@
 // SPDX-License-Identifier: MIT
 // The flat functions that find, describe, open and close cameras and reach their controls.
 #include "api/guard.h"
+#include "cooler/camera_cool.h"
 
+using orvik::CCameraCool;
 using orvik::OpenCamera;
 using orvik::Registry;
 using orvik::api::guarded;
 using orvik::api::withCamera;
+
+namespace {
+
+/// @param cooler null for a camera without cooler
+/// @param type Orvik_CTL_TARGET_TEMP or Orvik_CTL_COOLER_ON
+Orvik_ERROR_CODE setCooler(CCameraCool* cooler, Orvik_CONTROL_TYPE type, int32_t value) {
+  if (cooler == nullptr) return Orvik_ERROR_DRIVER_FAILED;
+  bool on = false;
+  float target = 0;
+  cooler->GetAutoTemp(&on, &target);
+  if (type == Orvik_CTL_TARGET_TEMP) {
+    cooler->SetAutoTemp(on, static_cast<float>(value));
+    return Orvik_OK;
+  }
+  cooler->SetAutoTemp(value >= 1, target);
+  if (value <= 0) cooler->SetPowerPerc(0);
+  return Orvik_OK;
+}
+
+}  // namespace
 
 int OrvikGetNumOfConnectedCameras() {
   return guarded(0, [] { return Registry::instance().enumerate(); });
@@ -53,9 +75,9 @@ Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE type, int32_
 Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
                                       Orvik_BOOL isAuto) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    // The cooler's controls are not the common camera's: without a cooler there is nothing to set.
+    // The cooler's controls are not the common camera's.
     if (type == Orvik_CTL_TARGET_TEMP || type == Orvik_CTL_COOLER_ON) {
-      return Orvik_ERROR_DRIVER_FAILED;
+      return setCooler(camera.driver->cooler(), type, value);
     }
     return camera.driver->SetControlValue(type, value, isAuto == Orvik_TRUE);
   });

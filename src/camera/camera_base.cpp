@@ -84,6 +84,7 @@ bool CCameraBase::closeDevice() {
 }
 
 void CCameraBase::endLink() {
+  onClosing();
   if (abandonedWorker_) {
     link().refuseRequests();  // the device closes when the worker lets go of it
   } else {
@@ -172,6 +173,10 @@ bool CCameraBase::SetGamma(int value) {
 }
 
 int CCameraBase::GetGamma() { return state_->gamma; }
+
+float CCameraBase::GetTemp() {
+  return state_->temperatureKept ? state_->temperature.load() : GetSensorTemp();
+}
 
 std::uint32_t CCameraBase::GetExp(bool* automatic) const {
   *automatic = state_->exposureAuto;

@@ -24,6 +24,8 @@
 
 namespace orvik {
 
+class CCameraCool;
+
 /// The capabilities that isAvailable() tells of; a numbering of its own.
 enum Control_TYPE : std::int32_t {
   CONTROL_GAIN = 0,
@@ -134,8 +136,8 @@ class CCameraBase {
   bool GetMaxFPS(float* frameRate, float* dataRate) const;
   void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
   void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
-  /// Degrees Celsius.
-  float GetTemp() { return GetSensorTemp(); }
+  /// Degrees Celsius: what a thread has measured lately, where there is one, else GetSensorTemp().
+  float GetTemp();
 
   // Dark frames; see DarkFrame. The numbers of their results are those of DarkFileResult.
   int LoadBMPFromFile(const char* path);
@@ -227,6 +229,8 @@ class CCameraBase {
   void Bayer2RGB24(const std::uint8_t* raw, std::uint8_t* rgb, int width, int height) const;
 
   // What the flat interface needs to know
+  /// The camera as a cooled one. @return null when it has no cooler.
+  virtual CCameraCool* cooler() { return nullptr; }
   [[nodiscard]] CameraState& state() { return *state_; }
   [[nodiscard]] const CameraState& state() const { return *state_; }
   [[nodiscard]] const ModelRow& model() const { return model_; }
@@ -255,6 +259,17 @@ class CCameraBase {
   /// Held by a setter while it writes what belongs together.
   [[nodiscard]] auto lockSettings() { return gate_->lock(); }
   [[nodiscard]] seam::Clock& clock() const { return *clock_; }
+
+  // For a worker of a derived class, which owns what it touches
+  [[nodiscard]] const std::shared_ptr<CameraState>& sharedState() const { return state_; }
+  [[nodiscard]] const std::shared_ptr<VendorLink>& sharedLink() const { return link_; }
+  [[nodiscard]] const std::shared_ptr<seam::Clock>& sharedClock() const { return clock_; }
+
+  // What a kind of camera does besides
+  /// At the end of InitCamera().
+  virtual void onInitialised() {}
+  /// Before the device is let go of, by CloseCamera() or at the camera's end; capture has stopped.
+  virtual void onClosing() {}
 
  private:
   Orvik_ERROR_CODE setFlip(std::int32_t value);

@@ -152,8 +152,20 @@ bool CCameraBase::GetControlValue(int type, std::int32_t* value, Orvik_BOOL* aut
     case Orvik_CTL_HIGH_SPEED_MODE:
       result = now.highSpeedMode ? 1 : 0;
       break;
+    case Orvik_CTL_COOL_POWER_PERC:
+      if (!model_.cooled) return false;
+      result = static_cast<std::int32_t>(now.coolerPower);
+      break;
+    case Orvik_CTL_TARGET_TEMP:
+      if (!model_.cooled) return false;
+      result = now.targetTemperature;
+      break;
+    case Orvik_CTL_COOLER_ON:
+      if (!model_.cooled) return false;
+      result = now.coolerOn ? 1 : 0;
+      break;
     default:
-      return false;  // unknown, or a cooler's control on a camera without one
+      return false;
   }
   *value = result;
   *automatic = isAuto ? Orvik_TRUE : Orvik_FALSE;

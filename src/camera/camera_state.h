@@ -73,6 +73,12 @@ struct CameraState {
   std::atomic<bool> usb3Host{false};
   std::atomic<float> temperature{0};  ///< degrees Celsius, last reading
 
+  // Cooler
+  std::atomic<bool> coolerOn{false};         ///< the temperature is regulated
+  std::atomic<int> targetTemperature{0};     ///< degrees Celsius
+  std::atomic<float> coolerPower{0};         ///< percent, as last set
+  std::atomic<bool> temperatureKept{false};  ///< a thread keeps `temperature` up to date
+
   /// Whether the camera itself reduces the frame to the output size.
   [[nodiscard]] bool binsInCamera() const { return hardwareBin || bin == 1; }
   /// The bin factor that is left to the host.

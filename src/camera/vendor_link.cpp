@@ -26,6 +26,7 @@ bool VendorLink::transfer(bool read, std::uint8_t code, std::uint16_t value, std
                           std::span<std::uint8_t> data) {
   if (!open_) return false;
   const std::lock_guard lock(deviceLock_);
+  if (!open_) return false;  // closed while this one waited for its turn
   CCyControlEndPoint* control = device_->controlEndpoint();
   if (control == nullptr) return false;
   control->target = kRecipientDevice;

@@ -24,6 +24,7 @@ enum class VendorRequest : std::uint8_t {
   kFirmwareVersion = 0xAD,
   kStopSensorClock = 0xAE,
   kStartSensorClock = 0xAF,
+  kCoolerDrive = 0xB2,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
   kWriteSensorByte = 0xB6,
@@ -34,6 +35,7 @@ enum class VendorRequest : std::uint8_t {
   kWriteFlash = 0xC2,
   kReadFlash = 0xC3,
   kFlashSector = 0xC4,
+  kThermistor = 0xC7,
 };
 
 /// The way to one camera's registers: vendor requests on the control endpoint, one at a time.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "models/t13c_c.h"
 #include "models/t15c.h"
 
 namespace orvik {
@@ -25,6 +26,7 @@ constexpr Model entry() {
 }
 
 constexpr std::array kModels = {
+    entry<CCameraT13C_C>(),
     entry<CCameraT15C>(),
 };
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 
+#include "cooler/camera_cool.h"
 #include "models/marked_frame_protocol.h"
 #include "models/marked_registers.h"
 #include "models/readout_geometry.h"
@@ -86,6 +87,7 @@ bool MarkedFrameCamera<Base>::InitCamera() {
   playInitTable();
   startSensor();
   reapplyControls();
+  this->onInitialised();
   return true;
 }
 
@@ -373,9 +375,11 @@ void MarkedFrameCamera<Base>::SetRGBBalance(int red, int blue, bool automatic) {
   link().writeFpga(fpga::kBlueGain, static_cast<std::uint16_t>(now.whiteBalanceBlue * 256 / 100));
 }
 
-// A 12-bit two's complement number of 1/16 degree, its low four bits in the upper half of byte 0.
+// Cooled cameras have a thermistor in the place of the thermometer chip, whose answer is
+// a 12-bit two's complement number of 1/16 degree, its low four bits in the upper half of byte 0.
 template <class Base>
 float MarkedFrameCamera<Base>::GetSensorTemp() {
+  if (model().cooled) return Base::GetSensorTemp();
   std::array<std::uint8_t, 2> answer{};
   if (!link().receive(static_cast<std::uint8_t>(VendorRequest::kTemperature), 0, 0, answer)) {
     return state().temperature;
@@ -400,5 +404,6 @@ void MarkedFrameCamera<Base>::writeSensorPair(std::uint16_t address, int value) 
 }
 
 template class MarkedFrameCamera<CCameraBase>;
+template class MarkedFrameCamera<CCameraCool>;
 
 }  // namespace orvik

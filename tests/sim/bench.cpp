@@ -34,9 +34,10 @@ Bytes Fetch::received() const {
   return {memory->begin(), memory->begin() + static_cast<std::ptrdiff_t>(transfer->actualBytes())};
 }
 
-Bench::Bench(const sim::CameraOptions& options, std::shared_ptr<seam::Clock> clock)
+Bench::Bench(const sim::CameraOptions& options, std::shared_ptr<seam::Clock> clock,
+             const char* model)
     : clock_(std::move(clock)), host_(std::make_unique<sim::SimHost>(clock_)) {
-  id_ = host_->plug(*sim::findModel("T15C"), options);
+  id_ = host_->plug(*sim::findModel(model), options);
   reopen();
 }
 

@@ -48,11 +48,12 @@ struct Fetch {
   [[nodiscard]] Bytes received() const;
 };
 
-/// A virtual T15C on a host, opened, with its interface claimed.
+/// A virtual camera, a T15C unless told otherwise, on a host, opened, with its interface claimed.
 class Bench {
  public:
   explicit Bench(const sim::CameraOptions& options = {},
-                 std::shared_ptr<seam::Clock> clock = std::make_shared<ManualClock>());
+                 std::shared_ptr<seam::Clock> clock = std::make_shared<ManualClock>(),
+                 const char* model = "T15C");
 
   [[nodiscard]] sim::SimHost& host() { return *host_; }
   [[nodiscard]] seam::Port& port() { return *port_; }

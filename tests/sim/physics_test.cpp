@@ -53,6 +53,7 @@ struct Setting {
   int blackLevel = 0;
   std::uint32_t serial = 1;
   std::uint64_t seed = 1;
+  int coolerDrive = -1;  ///< for the last hour, of a cooled camera; below 0 one without cooler
 };
 
 Program programOf(const Setting& setting) {
@@ -73,7 +74,12 @@ Bytes frameOf(const Setting& setting) {
   options.ambient = setting.ambient;
   options.serial = setting.serial;
   options.seed = setting.seed;
-  Bench bench(options);
+  const bool cooled = setting.coolerDrive >= 0;
+  Bench bench(options, std::make_shared<ManualClock>(), cooled ? "T13C_C" : "T15C");
+  if (cooled) {
+    bench.out(0xB2, setting.coolerDrive);
+    bench.advance(1h);
+  }
   const Program p = programOf(setting);
   bench.start(p);
   return bench.fetchFrame(p.frameBytes());
@@ -147,6 +153,15 @@ TEST(Physics, DarkCurrentDoublesEverySixDegrees) {
   EXPECT_GT(cool, 5);
   EXPECT_NEAR(darkSignal(26) / cool, 2, 0.05);
   EXPECT_NEAR(darkSignal(32) / cool, 4, 0.1);
+}
+
+TEST(Physics, DarkCurrentFollowsTheCooler) {
+  const auto darkSignal = [](int drive) {
+    const Setting setting{
+        .gain = 300, .frameLines = 600000, .ambient = 38, .blackLevel = 100, .coolerDrive = drive};
+    return measure(setting).mean - 100;
+  };
+  EXPECT_NEAR(6 * std::log2(darkSignal(255) / darkSignal(0)), 35, 1);
 }
 
 TEST(Physics, HotPixelsBelongToTheSerialNumber) {

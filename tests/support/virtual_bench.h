@@ -35,8 +35,8 @@ class VirtualBench {
   sim::SimHost& host() { return *host_; }
   std::shared_ptr<sim::SimHost> sharedHost() { return host_; }
 
-  int plug(const sim::CameraOptions& options = {}) {
-    return host_->plug(*sim::findModel("T15C"), options);
+  int plug(const sim::CameraOptions& options = {}, const char* model = "T15C") {
+    return host_->plug(*sim::findModel(model), options);
   }
 
  private:
@@ -44,7 +44,8 @@ class VirtualBench {
 };
 
 /// The register conversation as the camera received it, one line a request:
-/// "S3009=11" a sensor register, "F13=0" an FPGA register, "AA" a command, "R.." anything read.
+/// "S3009=11" a sensor register, "F13=0" an FPGA register, "B2=FF" the cooler's drive, "AA" another
+/// command, "R.." anything read.
 class Conversation {
  public:
   sim::ControlObserver observer() {
@@ -76,6 +77,8 @@ class Conversation {
     } else if (setup.request == 0xBD) {
       line.append(1, 'F').append(std::to_string(setup.value));
       line.append(1, '=').append(hex(setup.index, 2));
+    } else if (setup.request == 0xB2) {
+      line.append("B2=").append(hex(setup.value, 2));
     } else {
       line.append(setup.requestType == kVendorIn ? 1 : 0, 'R').append(hex(setup.request, 2));
     }

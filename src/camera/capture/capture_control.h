@@ -1,47 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
-#include <functional>
-#include <memory>
-#include <mutex>
-
-#include "seam/clock.h"
+#include "camera/stop_switch.h"
 
 namespace orvik {
 
-/// The stop switch of one capture: the caller throws it, the worker polls it and sleeps on it.
-class CaptureControl {
- public:
-  explicit CaptureControl(std::shared_ptr<seam::Clock> clock) : clock_(std::move(clock)) {}
-
-  [[nodiscard]] bool running() const { return !stopped_; }
-
-  /// Ends the capture; wakes whoever sleeps. Any thread.
-  void stop() {
-    {
-      const std::lock_guard lock(mutex_);
-      stopped_ = true;
-    }
-    wake_.notify_all();
-  }
-
-  /// Sleeps, but not beyond stop().
-  /// @return whether the capture is still running.
-  bool sleepFor(seam::Clock::Duration duration) {
-    std::unique_lock lock(mutex_);
-    clock_->waitFor(lock, wake_, duration, [this] { return stopped_.load(); });
-    return !stopped_;
-  }
-
-  [[nodiscard]] seam::Clock::Duration now() const { return clock_->now(); }
-
- private:
-  std::shared_ptr<seam::Clock> clock_;
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::atomic<bool> stopped_{false};
-};
+/// The stop switch of one capture.
+using CaptureControl = StopSwitch;
 
 }  // namespace orvik

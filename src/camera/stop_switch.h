@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "seam/clock.h"
+
+namespace orvik {
+
+/// The stop switch of one worker thread: the caller throws it, the worker polls it and sleeps on
+/// it.
+class StopSwitch {
+ public:
+  explicit StopSwitch(std::shared_ptr<seam::Clock> clock) : clock_(std::move(clock)) {}
+
+  [[nodiscard]] bool running() const { return !stopped_; }
+
+  /// Ends the work; wakes whoever sleeps. Any thread.
+  void stop() {
+    {
+      const std::lock_guard lock(mutex_);
+      stopped_ = true;
+    }
+    wake_.notify_all();
+  }
+
+  /// Sleeps, but not beyond stop().
+  /// @return whether the work goes on.
+  bool sleepFor(seam::Clock::Duration duration) {
+    std::unique_lock lock(mutex_);
+    clock_->waitFor(lock, wake_, duration, [this] { return stopped_.load(); });
+    return !stopped_;
+  }
+
+  [[nodiscard]] seam::Clock::Duration now() const { return clock_->now(); }
+
+ private:
+  std::shared_ptr<seam::Clock> clock_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::atomic<bool> stopped_{false};
+};
+
+}  // namespace orvik

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "camera/camera_state.h"
+#include "camera/stop_switch.h"
+#include "cooler/cooler.h"
+
+namespace orvik::cooler {
+
+/// The work of the thread that regulates a cooler: measures about every 1.8 seconds and steps the
+/// controller at every second measurement, until it is stopped.
+void keepTemperature(Cooler& cooler, CameraState& state, StopSwitch& work);
+
+}  // namespace orvik::cooler

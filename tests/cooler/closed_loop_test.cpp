@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+// A driver regulates a virtual camera's cooler, through the wire and on simulated time.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "cooler/cooled_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Loop {
+ public:
+  explicit Loop(double ambient) {
+    sim::CameraOptions options;
+    options.ambient = ambient;
+    id_ = bench_.plug(options);
+    EXPECT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
+  }
+
+  struct Extremes {
+    double coldest = 1000;
+    double warmest = -1000;
+  };
+
+  /// Lets time pass. @return what a thermometer at the sensor has shown each second.
+  Extremes run(std::chrono::seconds duration) {
+    Extremes shown;
+    for (auto second = 0s; second < duration; ++second) {
+      if (!bench_.clock->run(1s)) {
+        ADD_FAILURE() << "the thread does not sleep";
+        break;
+      }
+      shown.coldest = std::min(shown.coldest, celsius());
+      shown.warmest = std::max(shown.warmest, celsius());
+    }
+    return shown;
+  }
+
+  double celsius() { return bench_.bench.host().sensorCelsius(id_).value(); }
+
+ private:
+  CooledBench bench_;
+  int id_ = 0;
+
+ public:
+  CCameraT13C_C camera;
+};
+
+class ClosedLoop : public ::testing::TestWithParam<double> {};
+
+TEST_P(ClosedLoop, ReachesMinusTenAndHoldsItForAnHour) {
+  Loop loop(GetParam());
+  loop.camera.SetAutoTemp(true, -10);
+  const auto cooling = loop.run(10min);
+  EXPECT_GT(cooling.coldest, -15) << "the swing past the target";
+  const auto held = loop.run(1h);
+  EXPECT_GT(held.coldest, -10.7);
+  EXPECT_LT(held.warmest, -9.3);
+  EXPECT_NEAR(loop.camera.GetTemp(), loop.celsius(), 0.8) << "one step of the converter and noise";
+  RecordProperty("coldest", std::to_string(held.coldest));
+  RecordProperty("warmest", std::to_string(held.warmest));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ambients, ClosedLoop, ::testing::Values(-5.0, 5.0, 15.0, 20.0, 24.0));
+
+TEST(ClosedLoopLimits, ATargetOutOfReachTakesAllPowerAndIsForgottenAtOnce) {
+  Loop loop(20);
+  loop.camera.SetAutoTemp(true, -35);
+  loop.run(30min);
+  EXPECT_EQ(loop.camera.GetPowerPerc(), 100);
+  EXPECT_NEAR(loop.celsius(), -15, 0.1) << "35 degrees below the surroundings are the most";
+
+  loop.camera.SetAutoTemp(true, 0);
+  loop.run(10s);
+  EXPECT_LT(loop.camera.GetPowerPerc(), 100) << "half an hour at the limit left nothing behind";
+  loop.run(10min);
+  const auto held = loop.run(10min);
+  EXPECT_GT(held.coldest, -0.7);
+  EXPECT_LT(held.warmest, 0.7);
+}
+
+TEST(ClosedLoopLimits, ATargetThatComesIntoReachIsHeldWithoutAnyCall) {
+  // The loop itself, without the fresh start that a new target gives: the same error that drove the
+  // power to its end must not hold it there once it has changed its sign.
+  Loop loop(20);
+  loop.camera.SetAutoTemp(true, -35);
+  loop.run(30min);
+  float celsius = -40;  // as if the surroundings had become icy
+  loop.run(60s);
+  loop.camera.AutoTemp(celsius);
+  EXPECT_EQ(loop.camera.GetPowerPerc(), 100) << "no sensor falls 25 degrees at once";
+  for (celsius = -15; celsius > -36; celsius -= 1.5F) {
+    loop.run(1s);
+    loop.camera.AutoTemp(celsius);
+  }
+  EXPECT_LT(loop.camera.GetPowerPerc(), 100);
+}
+
+TEST(ClosedLoopLimits, AWarmTargetNeedsNoPower) {
+  Loop loop(10);
+  loop.camera.SetAutoTemp(true, 30);
+  loop.run(5min);
+  EXPECT_EQ(loop.camera.GetPowerPerc(), 0);
+  EXPECT_NEAR(loop.celsius(), 10, 0.01);
+}
+
+TEST(ClosedLoopLimits, WithoutRegulationThePowerStays) {
+  Loop loop(20);
+  loop.camera.SetPowerPerc(40);
+  loop.run(10min);
+  EXPECT_EQ(loop.camera.GetPowerPerc(), 40);
+  EXPECT_NEAR(loop.celsius(), 20 - 35 * 0.4 * 1.6, 0.2);
+  EXPECT_NEAR(loop.camera.GetTemp(), loop.celsius(), 0.8);
+}
+
+}  // namespace
+}  // namespace orvik::test

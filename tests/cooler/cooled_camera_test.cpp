@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: MIT
+// What a cooled camera receives, and what its controls tell.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "cooler/cooled_bench.h"
+#include "models/t15c.h"
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// A plugged cooled camera whose conversation is listened to.
+struct Listened {
+  explicit Listened(CooledBench& bench) {
+    sim::CameraOptions options;
+    options.controlObserver = conversation.observer();
+    bench.plug(options);
+  }
+  /// The values sent to the cooler's drive since the last call.
+  std::vector<std::string> drives() {
+    std::vector<std::string> lines = conversation.take();
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("B2="); });
+    return lines;
+  }
+  Conversation conversation;
+};
+
+class CooledCameraTest : public ::testing::Test {
+ protected:
+  void open() { ASSERT_TRUE(camera_.OpenCamera(1) && camera_.InitCamera()); }
+
+  std::int32_t valueOf(Orvik_CONTROL_TYPE type) {
+    std::int32_t value = -1;
+    Orvik_BOOL automatic = Orvik_TRUE;
+    EXPECT_TRUE(camera_.GetControlValue(type, &value, &automatic));
+    EXPECT_EQ(automatic, Orvik_FALSE);
+    return value;
+  }
+
+  CooledBench bench_;
+  Listened wire_{bench_};
+  CCameraT13C_C camera_;
+};
+
+TEST_F(CooledCameraTest, IsWhatTheCatalogueSays) {
+  Orvik_CAMERA_INFO info{};
+  camera_.GetCameraProperty(&info);
+  EXPECT_STREQ(info.name, "Vek T13C COOL");
+  EXPECT_EQ(info.maxWidth, 1304);
+  EXPECT_EQ(info.maxHeight, 976);
+  EXPECT_EQ(info.bayer, BAYER_GR);
+  EXPECT_EQ(info.hasCooler, Orvik_TRUE);
+  EXPECT_EQ(camera_.GetNumOfControls(), 17);
+  EXPECT_TRUE(camera_.isAvailable(CONTROL_COOLER));
+  EXPECT_EQ(camera_.cooler(), &camera_);
+  EXPECT_EQ(CCameraT15C().cooler(), nullptr);
+}
+
+TEST_F(CooledCameraTest, OpensWithTheCoolerOffAndTheTargetKept) {
+  camera_.state().targetTemperature = -7;
+  camera_.state().coolerPower = 55;
+  open();
+  const std::vector<std::string> lines = wire_.conversation.take();
+  EXPECT_EQ(lines.back(), "B2=FF") << "after the sensor, and nothing else of the cooler yet";
+  EXPECT_THAT(lines, ::testing::Contains("S329C=0C"));
+  EXPECT_TRUE(camera_.IsAutoTempWorking());
+  EXPECT_EQ(valueOf(Orvik_CTL_COOLER_ON), 0);
+  EXPECT_EQ(valueOf(Orvik_CTL_TARGET_TEMP), -7);
+  EXPECT_EQ(valueOf(Orvik_CTL_COOL_POWER_PERC), 0);
+}
+
+TEST_F(CooledCameraTest, PowerBecomesDriveAndIsLimited) {
+  open();
+  wire_.drives();
+  camera_.SetPowerPerc(100);
+  camera_.SetPowerPerc(150);
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=2F")) << "47, and sent once";
+  EXPECT_EQ(camera_.GetPowerPerc(), 100);
+  camera_.SetPowerPerc(50.9F);
+  EXPECT_EQ(camera_.GetPowerPerc(), 50);
+  wire_.drives();
+  camera_.SetPowerPerc(-3);
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
+  EXPECT_EQ(camera_.GetPowerPerc(), 0);
+}
+
+TEST_F(CooledCameraTest, TheTargetIsAWholeNumber) {
+  bool on = false;
+  float target = 0;
+  using Limits = std::numeric_limits<int>;
+  for (const auto& [wanted, kept] :
+       {std::pair{-9.9F, -9.0F}, std::pair{9.9F, 9.0F},
+        std::pair{1e30F, static_cast<float>(Limits::max())},
+        std::pair{-1e30F, static_cast<float>(Limits::min())}, std::pair{std::nanf(""), 0.0F}}) {
+    camera_.SetAutoTemp(true, wanted);
+    camera_.GetAutoTemp(&on, &target);
+    EXPECT_TRUE(on);
+    EXPECT_EQ(target, kept) << wanted;
+  }
+}
+
+TEST_F(CooledCameraTest, TheTemperatureIsReadUntilTheThreadKeepsIt) {
+  open();
+  wire_.conversation.take();
+  EXPECT_NEAR(valueOf(Orvik_CTL_TEMPERATURE), 200, 8);
+  EXPECT_THAT(wire_.conversation.take(), ElementsAre("RC7"));
+  ASSERT_TRUE(bench_.clock->run(2s));
+  EXPECT_THAT(wire_.conversation.take(), ElementsAre("RC7")) << "the thread's";
+  EXPECT_NEAR(valueOf(Orvik_CTL_TEMPERATURE), 200, 8);
+  EXPECT_THAT(wire_.conversation.take(), IsEmpty());
+}
+
+TEST_F(CooledCameraTest, ClosingTakesThePowerAwayAndEndsTheThread) {
+  open();
+  camera_.SetAutoTemp(true, -10);
+  ASSERT_TRUE(bench_.clock->run(60s));
+  EXPECT_GT(camera_.GetPowerPerc(), 0);
+  wire_.drives();
+  EXPECT_TRUE(camera_.CloseCamera());
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
+  EXPECT_FALSE(camera_.IsAutoTempWorking());
+  EXPECT_EQ(camera_.GetPowerPerc(), 0);
+
+  open();
+  EXPECT_TRUE(camera_.IsAutoTempWorking());
+  EXPECT_EQ(valueOf(Orvik_CTL_COOLER_ON), 0);
+  EXPECT_EQ(valueOf(Orvik_CTL_TARGET_TEMP), -10);
+}
+
+TEST_F(CooledCameraTest, TheEndOfAnUnopenedCameraSaysNothingForOthers) {
+  open();
+  camera_.SetPowerPerc(100);
+  wire_.drives();
+  CCameraT13C_C().CloseCamera();
+  camera_.SetPowerPerc(0);
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
+}
+
+TEST_F(CooledCameraTest, CamerasOfOneProcessSuppressEachOthersDrive) {
+  Listened otherWire(bench_);
+  CCameraT13C_C other;
+  open();
+  ASSERT_TRUE(other.OpenCamera(2) && other.InitCamera());
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
+  EXPECT_THAT(otherWire.drives(), IsEmpty());
+
+  camera_.SetDA(100);
+  other.SetDA(100);
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=64"));
+  EXPECT_THAT(otherWire.drives(), IsEmpty());
+  other.SetDA(101);
+  EXPECT_THAT(otherWire.drives(), ElementsAre("B2=65"));
+
+  // At the end a cooler must not be left running because another one was switched off before.
+  camera_.SetPowerPerc(0);
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
+  other.CloseCamera();
+  EXPECT_THAT(otherWire.drives(), ElementsAre("B2=FF"));
+  camera_.CloseCamera();
+  EXPECT_THAT(wire_.drives(), IsEmpty());
+}
+
+TEST_F(CooledCameraTest, ACameraWithoutCoolerHasNoneOfTheControls) {
+  CCameraT15C uncooled;
+  for (const auto type : {Orvik_CTL_COOL_POWER_PERC, Orvik_CTL_TARGET_TEMP, Orvik_CTL_COOLER_ON}) {
+    std::int32_t value = 77;
+    Orvik_BOOL automatic = Orvik_FALSE;
+    EXPECT_FALSE(uncooled.GetControlValue(type, &value, &automatic)) << type;
+    EXPECT_EQ(value, 77);
+  }
+}
+
+/// The same through the flat functions.
+class FlatCoolerTest : public CooledCameraTest {
+ protected:
+  FlatCoolerTest() {
+    bench_.bench.plug();
+    EXPECT_EQ(OrvikGetNumOfConnectedCameras(), 2);
+    EXPECT_EQ(OrvikOpenCamera(0), Orvik_OK);
+    EXPECT_EQ(OrvikOpenCamera(1), Orvik_OK);
+  }
+  ~FlatCoolerTest() override {
+    OrvikCloseCamera(0);
+    OrvikCloseCamera(1);
+  }
+
+  static std::int32_t get(Orvik_CONTROL_TYPE type) {
+    std::int32_t value = -1;
+    Orvik_BOOL automatic = Orvik_FALSE;
+    EXPECT_EQ(OrvikGetControlValue(0, type, &value, &automatic), Orvik_OK);
+    return value;
+  }
+  static Orvik_ERROR_CODE set(int index, Orvik_CONTROL_TYPE type, std::int32_t value) {
+    return OrvikSetControlValue(index, type, value, Orvik_FALSE);
+  }
+};
+
+TEST_F(FlatCoolerTest, CoolerOnZeroEndsRegulationAndPowerForGood) {
+  EXPECT_EQ(set(0, Orvik_CTL_TARGET_TEMP, -10), Orvik_OK);
+  EXPECT_EQ(set(0, Orvik_CTL_COOLER_ON, 1), Orvik_OK);
+  EXPECT_EQ(get(Orvik_CTL_COOLER_ON), 1);
+  EXPECT_EQ(get(Orvik_CTL_TARGET_TEMP), -10);
+  ASSERT_TRUE(bench_.clock->run(30s));
+  EXPECT_GT(get(Orvik_CTL_COOL_POWER_PERC), 20);
+  wire_.drives();
+
+  EXPECT_EQ(set(0, Orvik_CTL_COOLER_ON, 0), Orvik_OK);
+  EXPECT_EQ(get(Orvik_CTL_COOLER_ON), 0);
+  EXPECT_EQ(get(Orvik_CTL_TARGET_TEMP), -10);
+  ASSERT_TRUE(bench_.clock->run(60s));
+  EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
+  EXPECT_EQ(get(Orvik_CTL_COOL_POWER_PERC), 0);
+}
+
+TEST_F(FlatCoolerTest, ThePowerCanOnlyBeRead) {
+  wire_.drives();
+  EXPECT_EQ(set(0, Orvik_CTL_COOL_POWER_PERC, 50), Orvik_OK);
+  EXPECT_EQ(get(Orvik_CTL_COOL_POWER_PERC), 0);
+  EXPECT_THAT(wire_.drives(), IsEmpty());
+}
+
+TEST_F(FlatCoolerTest, WithoutCoolerTheDriverFails) {
+  EXPECT_EQ(set(1, Orvik_CTL_TARGET_TEMP, -10), Orvik_ERROR_DRIVER_FAILED);
+  EXPECT_EQ(set(1, Orvik_CTL_COOLER_ON, 1), Orvik_ERROR_DRIVER_FAILED);
+}
+
+}  // namespace
+}  // namespace orvik::test
