@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -47,7 +48,7 @@ class FrameDelivery {
   /// Calls `use(frame)` with the memory of the frame last taken, unless a delivery is under way.
   template <class Use>
   void useFrame(Use use) {
-    const std::unique_lock turn(turn_, std::try_to_lock);
+    const Turn::Holder turn(turn_, std::chrono::milliseconds(0));
     if (turn) use(*frame_);
   }
 
