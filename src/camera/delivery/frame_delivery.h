@@ -13,6 +13,7 @@
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
 #include "camera/dark_frame.h"
+#include "camera/delivery/turn.h"
 #include "camera/hot_pixels.h"
 #include "camera/model_row.h"
 
@@ -73,7 +74,7 @@ class FrameDelivery {
   const CameraState& state_;
   FrameQueue& queue_;
   const Corrections corrections_;
-  std::timed_mutex turn_;
+  Turn turn_;
   FrameBuffer frame_;  ///< the frame in work; exchanged with the queue's
   FrameBuffer rgb_;    ///< colour image on the way to another type
   std::mutex gammaMutex_;
