@@ -15,15 +15,11 @@ namespace {
 /// @param type Orvik_CTL_TARGET_TEMP or Orvik_CTL_COOLER_ON
 Orvik_ERROR_CODE setCooler(CCameraCool* cooler, Orvik_CONTROL_TYPE type, int32_t value) {
   if (cooler == nullptr) return Orvik_ERROR_DRIVER_FAILED;
-  bool on = false;
-  float target = 0;
-  cooler->GetAutoTemp(&on, &target);
   if (type == Orvik_CTL_TARGET_TEMP) {
-    cooler->SetAutoTemp(on, static_cast<float>(value));
-    return Orvik_OK;
+    cooler->SetTargetTemp(value);
+  } else {
+    cooler->SwitchCooler(value >= 1);
   }
-  cooler->SetAutoTemp(value >= 1, target);
-  if (value <= 0) cooler->SetPowerPerc(0);
   return Orvik_OK;
 }
 

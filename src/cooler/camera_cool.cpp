@@ -14,6 +14,7 @@ CCameraCool::CCameraCool(const ModelRow& model, const identity::Guid& deviceClas
     : CCameraBase(model, deviceClass, std::move(protocol)),
       cooler_(std::make_shared<cooler::Cooler>(sharedState(), sharedLink(), sharedClock())) {}
 
+// The model's destructor has done it while the camera still answered; but no thread outlives this.
 CCameraCool::~CCameraCool() { CCameraCool::onClosing(); }
 
 void CCameraCool::SetDA(int da) { cooler_->setDrive(da); }
@@ -30,7 +31,11 @@ void CCameraCool::PID_init(float kp, float ki, float kd) {
   cooler_->resetController({.proportional = kp, .integral = ki, .differential = kd});
 }
 
-void CCameraCool::SetAutoTemp(bool on, float target) { cooler_->setTarget(on, target); }
+void CCameraCool::SetAutoTemp(bool on, float target) { cooler_->setRegulation(on, target); }
+
+void CCameraCool::SetTargetTemp(int target) { cooler_->setTarget(target); }
+
+void CCameraCool::SwitchCooler(bool on) { cooler_->setOn(on); }
 
 void CCameraCool::GetAutoTemp(bool* on, float* target) const {
   *on = state().coolerOn;

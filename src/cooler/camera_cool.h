@@ -43,6 +43,10 @@ class CCameraCool : public CCameraBase {
   /// Switches regulation on or off, and starts the controller anew with its usual gains. Off leaves
   /// the power as it is. @param target degrees Celsius, rounded towards zero
   void SetAutoTemp(bool on, float target);
+  /// Changes the target and leaves regulation on or off. @param target degrees Celsius
+  void SetTargetTemp(int target);
+  /// Switches regulation on, or off and the power with it; the target stays.
+  void SwitchCooler(bool on);
   /// @param target receives degrees Celsius
   void GetAutoTemp(bool* on, float* target) const;
   /// One step of the controller. @param temperature of the sensor, degrees Celsius

@@ -66,10 +66,25 @@ void Cooler::resetController(const PidController::Gains& gains) {
   controller_.reset(gains);
 }
 
-void Cooler::setTarget(bool on, float target) {
+void Cooler::setRegulation(bool on, float target) {
   const Lock lock(mutex_);
+  changeRegulation(on, wholeDegrees(target));
+}
+
+void Cooler::setTarget(int celsius) {
+  const Lock lock(mutex_);
+  changeRegulation(state_->coolerOn, celsius);
+}
+
+void Cooler::setOn(bool on) {
+  const Lock lock(mutex_);
+  changeRegulation(on, state_->targetTemperature);
+  if (!on) requestPower(0);
+}
+
+void Cooler::changeRegulation(bool on, int target) {
   state_->coolerOn = on;
-  state_->targetTemperature = wholeDegrees(target);
+  state_->targetTemperature = target;
   controller_.reset(kRegulationGains);
 }
 

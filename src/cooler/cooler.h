@@ -40,9 +40,12 @@ class Cooler {
   /// Starts the controller anew.
   void resetController(const PidController::Gains& gains);
 
-  /// Switches regulation on or off, and starts the controller anew.
+  /// Regulation and its target; each change of either starts the controller anew.
   /// @param target degrees Celsius, rounded towards zero
-  void setTarget(bool on, float target);
+  void setRegulation(bool on, float target);
+  void setTarget(int celsius);
+  /// Off also takes the power away, in one step that no regulation comes between.
+  void setOn(bool on);
 
   /// One step of regulation.
   /// @param celsius temperature of the sensor
@@ -65,6 +68,7 @@ class Cooler {
   // With the lock held
   void requestDrive(int drive);
   void requestPower(float percent);
+  void changeRegulation(bool on, int target);
   void step(float celsius);
   void sendDrive(int drive);
 

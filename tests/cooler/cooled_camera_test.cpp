@@ -218,6 +218,19 @@ TEST_F(FlatCoolerTest, CoolerOnZeroEndsRegulationAndPowerForGood) {
   EXPECT_EQ(get(Orvik_CTL_COOL_POWER_PERC), 0);
 }
 
+TEST_F(FlatCoolerTest, ANewTargetNeitherSwitchesOnNorOff) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  for (const std::int32_t target : {-35, 30, Limits::max(), Limits::min()}) {
+    for (const std::int32_t on : {1, 0}) {
+      EXPECT_EQ(set(0, Orvik_CTL_COOLER_ON, on), Orvik_OK);
+      EXPECT_EQ(set(0, Orvik_CTL_TARGET_TEMP, target), Orvik_OK);
+      EXPECT_EQ(get(Orvik_CTL_TARGET_TEMP), target);
+      EXPECT_EQ(get(Orvik_CTL_COOLER_ON), on);
+      ASSERT_TRUE(bench_.clock->run(10s));
+    }
+  }
+}
+
 TEST_F(FlatCoolerTest, ThePowerCanOnlyBeRead) {
   wire_.drives();
   EXPECT_EQ(set(0, Orvik_CTL_COOL_POWER_PERC, 50), Orvik_OK);
