@@ -7,33 +7,44 @@
 #include "orvik/orvik.h"
 #include "orvik/orvik_sim.h"
 
-enum { kWidth = 640, kHeight = 480, kSize = kWidth * kHeight };
+enum { kWidth = 640, kHeight = 480, kPixels = kWidth * kHeight, kLargest = kPixels * 3 };
 
 static int expect(int condition, const char* what) {
   if (!condition) fprintf(stderr, "failed: %s\n", what);
   return condition ? 0 : 1;
 }
 
+/* Takes one frame of a type and looks for light in its middle. */
+static int takeFrame(IMG_TYPE type, int bytesPerPixel, unsigned char* frame) {
+  const int32_t size = kPixels * bytesPerPixel;
+  int failures = 0;
+  memset(frame, 0, kLargest);
+  failures += expect(OrvikSetROIFormat(0, kWidth, kHeight, 1, type) == Orvik_OK, "format");
+  failures += expect(OrvikStartVideoCapture(0) == Orvik_OK, "start");
+  failures += expect(OrvikGetVideoData(0, frame, size, 5000) == Orvik_OK, "frame");
+  failures += expect(OrvikStopVideoCapture(0) == Orvik_OK, "stop");
+  failures += expect(frame[size / 2 + 1] != 0, "light in the frame");
+  return failures;
+}
+
 int main(void) {
   Orvik_CAMERA_INFO info;
-  unsigned char* frame = malloc(kSize);
+  unsigned char* frame = malloc(kLargest);
   int failures = 0;
   if (frame == NULL) return 2;
-  memset(frame, 0, kSize);
   failures += expect(sizeof(Orvik_BOOL) == 4 && sizeof(IMG_TYPE) == 4, "enumerations of 32 bits");
   failures += expect(OrvikSimPlug("T15C", "scene=grey") > 0, "plug");
   failures += expect(OrvikGetNumOfConnectedCameras() == 1, "one camera");
   failures += expect(OrvikGetCameraProperty(&info, 0) == Orvik_OK, "property");
   failures += expect(strcmp(info.name, "Vek T15C") == 0, "name");
   failures += expect(OrvikOpenCamera(0) == Orvik_OK, "open");
-  failures += expect(OrvikSetROIFormat(0, kWidth, kHeight, 1, Orvik_IMG_Y8) == Orvik_OK, "format");
-  failures += expect(OrvikStartVideoCapture(0) == Orvik_OK, "start");
-  failures += expect(OrvikGetVideoData(0, frame, kSize, 5000) == Orvik_OK, "frame");
-  failures += expect(frame[kSize / 2] != 0, "light in the frame");
-  failures += expect(OrvikStopVideoCapture(0) == Orvik_OK, "stop");
+  failures += takeFrame(Orvik_IMG_RAW8, 1, frame);
+  failures += takeFrame(Orvik_IMG_RGB24, 3, frame);
+  failures += takeFrame(Orvik_IMG_RAW16, 2, frame);
+  failures += takeFrame(Orvik_IMG_Y8, 1, frame);
   failures += expect(OrvikCloseCamera(0) == Orvik_OK, "close");
   OrvikSimUnplugAll();
   free(frame);
-  if (failures == 0) puts("a C99 program took a frame");
+  if (failures == 0) puts("a C99 program took a frame of every type");
   return failures == 0 ? 0 : 1;
 }
