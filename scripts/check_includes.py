@@ -22,7 +22,8 @@ MAY_USE = {
     "examples": PUBLIC,
 }
 # Headers of another library that stay inside one room.
-KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "tools", "fitsio": "tools"}
+KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "tools", "fitsio": "tools",
+               "toml++": "src/camera"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 

@@ -73,6 +73,8 @@ bool CCameraBase::openDevice(int ordinal) {
 }
 
 bool CCameraBase::closeDevice() {
+  // After a video, stopping it has kept them already.
+  if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
   stopCapture();
   endLink();
   return true;
@@ -116,9 +118,14 @@ bool CCameraBase::startCapture(bool snapshot) {
   return true;
 }
 
+void CCameraBase::saveAfterVideo() {
+  if (state_->capturing && isOpen() && !state_->snapshot) SaveSetting(model_.settingsKey);
+}
+
 bool CCameraBase::stopCapture() {
   const bool wasCapturing = state_->capturing;
   if (wasCapturing && !isOpen()) return false;
+  saveAfterVideo();
   if (!capture_.stop()) abandonedWorker_ = true;
   if (wasCapturing) state_->exposureStatus = Orvik_EXPSTATE_NONE;
   state_->capturing = false;
@@ -126,6 +133,7 @@ bool CCameraBase::stopCapture() {
 }
 
 void CCameraBase::endCapture() {
+  saveAfterVideo();
   if (!capture_.stop()) abandonedWorker_ = true;
   gate_->close();
   endLink();

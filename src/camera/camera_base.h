@@ -152,6 +152,14 @@ class CCameraBase {
   bool ResetEndPoint(std::uint8_t endpoint);
   bool ResetDevice();
 
+  // The user's settings, one group for each model
+  /// Reads the model's settings into the state, each brought within the model's limits. What is
+  /// missing or damaged leaves its value as it is. A stored exposure above 0.1 s becomes 0.1 s.
+  /// @param key as in the model's row
+  void LoadSetting(const wchar_t* key) noexcept;
+  /// Keeps the settings, if there is a place for them. Waits up to a second for another program.
+  void SaveSetting(const wchar_t* key) noexcept;
+
   // What the flat interface needs to know
   [[nodiscard]] CameraState& state() { return *state_; }
   [[nodiscard]] const CameraState& state() const { return *state_; }
@@ -168,8 +176,9 @@ class CCameraBase {
   bool openDevice(int ordinal);
   bool closeDevice();
   bool startCapture(bool snapshot);
+  /// Keeps the settings when that ends a video.
   bool stopCapture();
-  /// Ends capture and bars the worker from this object.
+  /// Ends capture and bars the worker from this object. Keeps the settings when that ends a video.
   void endCapture();
   bool deliverImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs);
   /// Forgets frames that wait in a format that is no longer wanted.
@@ -186,6 +195,7 @@ class CCameraBase {
   Orvik_ERROR_CODE setFlip(std::int32_t value);
   [[nodiscard]] bool hasCapturePlaces() const;
   void endLink();
+  void saveAfterVideo();
 
   const ModelRow& model_;
   const std::shared_ptr<seam::Clock> clock_;

@@ -6,6 +6,7 @@ set -euo pipefail
 build=$1 source=$2 compiler=$3 sanitizers=$4
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
+export XDG_CONFIG_HOME=$place/config
 
 cmake --install "$build" --prefix "$place/prefix" >/dev/null
 library_dir=$(dirname "$(find "$place/prefix" -name liborvik.so)")
