@@ -37,8 +37,7 @@
  *
  * The interface is complete in this header. These functions are declared here but not yet part of
  * the library, so that a program which uses them does not link: OrvikEnableDarkSubtract(),
- * OrvikDisableDarkSubtract(), OrvikPulseGuideOn(), OrvikPulseGuideOff(), OrvikGetID() and
- * OrvikSetID().
+ * OrvikDisableDarkSubtract(), OrvikGetID() and OrvikSetID().
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H
@@ -504,7 +503,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
 /**
  * Switches a guide line on. It stays on until switched off; the caller times the pulse.
  *
- * A direction above 3 and a request that fails on the way are ignored.
+ * A direction above 3 and a request that fails on the way are ignored. Lines that are on go off
+ * when the camera is closed, the program ends, or the library is unloaded; only a program that is
+ * killed leaves them on.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open

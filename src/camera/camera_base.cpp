@@ -40,6 +40,7 @@ CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClas
       clock_(currentClock()),
       state_(initialState(model)),
       link_(std::make_shared<VendorLink>(std::make_unique<CUsbDevice>(deviceClass))),
+      guideLines_(*link_),
       gate_(std::make_shared<CameraGate>(*this)),
       protocol_(std::move(protocol)),
       queue_(std::make_shared<FrameQueue>(largestFrame(model))),
@@ -66,6 +67,7 @@ bool CCameraBase::openDevice(int ordinal) {
     // A device that another program holds stays with it.
     if (!device.claim()) break;
     link().allowRequests();
+    guideLines_.allow();
     return true;
   }
   device.Close();
@@ -73,6 +75,7 @@ bool CCameraBase::openDevice(int ordinal) {
 }
 
 bool CCameraBase::closeDevice() {
+  guideLines_.letGo();  // first: the telescope moves while anything else takes its time
   // After a video, stopping it has kept them already.
   if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
   stopCapture();
@@ -133,6 +136,7 @@ bool CCameraBase::stopCapture() {
 }
 
 void CCameraBase::endCapture() {
+  guideLines_.letGo();
   saveAfterVideo();
   if (!capture_.stop()) abandonedWorker_ = true;
   gate_->close();

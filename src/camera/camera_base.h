@@ -11,6 +11,7 @@
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
 #include "camera/delivery/frame_delivery.h"
+#include "camera/guide_lines.h"
 #include "camera/model_row.h"
 #include "camera/vendor_link.h"
 #include "orvik/orvik.h"
@@ -152,6 +153,12 @@ class CCameraBase {
   bool ResetEndPoint(std::uint8_t endpoint);
   bool ResetDevice();
 
+  // The guide port. All are true whatever becomes of the request; a line beyond 3 is ignored.
+  bool pulseGuideOn(GuideD direction);
+  bool pulseGuideOff(GuideD direction);
+  /// Keeps the calling thread for the length of the pulse. @param ms milliseconds
+  bool pulseGuide(GuideD direction, int ms);
+
   // The user's settings, one group for each model
   /// Reads the model's settings into the state, each brought within the model's limits. What is
   /// missing or damaged leaves its value as it is. A stored exposure above 0.1 s becomes 0.1 s.
@@ -201,6 +208,7 @@ class CCameraBase {
   const std::shared_ptr<seam::Clock> clock_;
   const std::shared_ptr<CameraState> state_;
   const std::shared_ptr<VendorLink> link_;
+  GuideLines guideLines_;
   const std::shared_ptr<CameraGate> gate_;
   const std::shared_ptr<const FrameProtocol> protocol_;
   const std::shared_ptr<FrameQueue> queue_;

@@ -24,6 +24,8 @@ enum class VendorRequest : std::uint8_t {
   kFirmwareVersion = 0xAD,
   kStopSensorClock = 0xAE,
   kStartSensorClock = 0xAF,
+  kGuideOn = 0xB0,
+  kGuideOff = 0xB1,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
   kWriteSensorByte = 0xB6,
