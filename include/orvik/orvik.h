@@ -36,8 +36,8 @@
  * ## What this release lacks
  *
  * The interface is complete in this header. These functions are declared here but not yet part of
- * the library, so that a program which uses them does not link: OrvikEnableDarkSubtract(),
- * OrvikDisableDarkSubtract(), OrvikGetID() and OrvikSetID().
+ * the library, so that a program which uses them does not link: OrvikEnableDarkSubtract() and
+ * OrvikDisableDarkSubtract().
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H
@@ -533,6 +533,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id);
 
 /**
  * Writes the user's mark into the camera's flash and verifies it.
+ *
+ * Takes about a second, and a minute at most when the flash does not answer as it should.
  *
  * @param id the 32 bytes, any values
  * @retval Orvik_ERROR_CAMERA_INDEX no such index

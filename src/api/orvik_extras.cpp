@@ -18,3 +18,15 @@ Orvik_ERROR_CODE OrvikPulseGuideOff(int index, GuideD direction) {
     return Orvik_OK;
   });
 }
+
+Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    return camera.driver->ReadIDFromSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+  });
+}
+
+Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    return camera.driver->WriteIDToSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+  });
+}

@@ -11,6 +11,7 @@
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
 #include "camera/delivery/frame_delivery.h"
+#include "camera/firmware_types.h"
 #include "camera/guide_lines.h"
 #include "camera/model_row.h"
 #include "camera/vendor_link.h"
@@ -158,6 +159,47 @@ class CCameraBase {
   bool pulseGuideOff(GuideD direction);
   /// Keeps the calling thread for the length of the pulse. @param ms milliseconds
   bool pulseGuide(GuideD direction, int ms);
+
+  // Firmware, flash and identity, defined in the room for firmware. Not during capture. An image is
+  // read to its end before any of it is sent. A closed camera fails at once. Requests are those of
+  // the operation's memory; each takes its own time, and other threads' may come between.
+  bool IsBootLoaderRunning();
+  bool DownloadBufferToDevice(std::uint32_t address, std::uint16_t length,
+                              const std::uint8_t* buffer, std::uint8_t request);
+  bool UploadBufferFromDevice(std::uint32_t address, std::uint16_t length, std::uint8_t* buffer,
+                              std::uint8_t request);
+  bool SetProgramEntry(std::uint8_t request, std::uint32_t address);
+  /// Waits for the end of the erasing, 30 s at most.
+  FX3_FWDWNLOAD_ERROR_CODE EraseSectorOfSPIFlash(std::uint32_t sector, std::uint8_t request);
+  /// Whole pages of 256 bytes, from the one that holds `address`; at most 65535 bytes. The bus has
+  /// to be the flash's (EnableGPIF32DQ(false)).
+  bool WriteToSPIFlash(const std::uint8_t* buffer, std::uint32_t length, std::uint32_t address,
+                       std::uint8_t request);
+  bool ReadFromSPIFlash(std::uint8_t* buffer, std::uint32_t length, std::uint32_t address,
+                        std::uint8_t request);
+  /// @param bytes of one frame, which is counted in transfers of 48 KiB
+  bool SetTransferCount(std::int32_t bytes);
+  /// Puts an image file, of 16 MiB at most, into one of the camera's memories. Takes the flash's
+  /// bus and gives it back where that is the flash.
+  FX3_FWDWNLOAD_ERROR_CODE DownloadFw(const char* path, FX3_FWDWNLOAD_MEDIA_TYPE media);
+  FX3_FWDWNLOAD_ERROR_CODE DownloadFwToRam(const std::uint8_t* start, std::uint32_t size,
+                                           std::uint8_t request);
+  FX3_FWDWNLOAD_ERROR_CODE DownloadBuftoI2CE2PROM(const std::uint8_t* start, std::uint32_t size,
+                                                  std::uint8_t request);
+  /// Any bytes; the bus has to be the flash's.
+  FX3_FWDWNLOAD_ERROR_CODE DownloadBuftoSPIFLASH(const std::uint8_t* start, std::uint32_t size,
+                                                 std::uint8_t request);
+  /// Loads a record stream into the USB 2 bridge and starts it.
+  /// @return false when it is no record stream; what becomes of its requests is not told.
+  bool UpdateFW2RAM(const std::uint8_t* start, std::int32_t size);
+  /// Writes a record stream, at most 64 KiB, into the USB 2 bridge's boot memory, and starts it.
+  /// @return whether it was verified in the first or the second of three rounds.
+  bool UpdateFW(const std::uint8_t* start, std::int32_t size);
+  /// Leaves the USB 2 bridge without a program to boot from. As UpdateFW() otherwise.
+  bool EraseFlash();
+  /// @param id changed on success only
+  bool ReadIDFromSPI(Orvik_ID* id);
+  bool WriteIDToSPI(Orvik_ID id);
 
   // The user's settings, one group for each model
   /// Reads the model's settings into the state, each brought within the model's limits. What is

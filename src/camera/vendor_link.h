@@ -13,6 +13,7 @@ namespace orvik {
 
 /// The vendor requests that cameras know.
 enum class VendorRequest : std::uint8_t {
+  kBridgeMemory = 0xA0,
   kSensorClock24MHz = 0xA3,
   kSensorClock48MHz = 0xA4,
   kWriteSensorWord = 0xA6,
@@ -28,11 +29,16 @@ enum class VendorRequest : std::uint8_t {
   kGuideOff = 0xB1,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
+  kTransferCount = 0xB5,
   kWriteSensorByte = 0xB6,
   kReadSensorByte = 0xB7,
+  kI2cMemory = 0xBA,
   kReadFpga = 0xBC,
   kWriteFpga = 0xBD,
   kSwitchBus = 0xBE,
+  kWriteFlash = 0xC2,
+  kReadFlash = 0xC3,
+  kFlashSector = 0xC4,
 };
 
 /// The way to one camera's registers: vendor requests on the control endpoint, one at a time.
@@ -77,6 +83,9 @@ class VendorLink {
   bool startSensorClock();
   bool stopSensorClock();
 
+  /// Held over requests that belong together while the flash has the bus.
+  [[nodiscard]] std::unique_lock<std::mutex> lockFlash() { return std::unique_lock(flashLock_); }
+
   /// Aborts what is in flight on the bulk endpoint and clears its halt.
   bool resetBulkPipe();
 
@@ -90,6 +99,7 @@ class VendorLink {
 
   std::unique_ptr<CUsbDevice> device_;
   std::mutex deviceLock_;  ///< guards the control endpoint from its setup fields to its answer
+  std::mutex flashLock_;   ///< taken before deviceLock_
   std::atomic<bool> open_{false};
   std::atomic<bool> sensorClockStopped_{false};
 };
