@@ -32,12 +32,6 @@
  * Every call ends by a deadline. A request to the camera takes at most 1.6 s (500 ms, 50 ms after
  * a cancellation, and up to 1 s for a controller that does not give the request back), on a healthy
  * bus well under a millisecond. Stopping waits at most 5 s for the capture worker.
- *
- * ## What this release lacks
- *
- * The interface is complete in this header. These functions are declared here but not yet part of
- * the library, so that a program which uses them does not link:
- * OrvikPulseGuideOn(), OrvikPulseGuideOff(), OrvikGetID() and OrvikSetID().
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H
@@ -508,7 +502,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
 /**
  * Switches a guide line on. It stays on until switched off; the caller times the pulse.
  *
- * A direction above 3 and a request that fails on the way are ignored.
+ * A direction above 3 and a request that fails on the way are ignored. Lines that are on go off
+ * when the camera is closed, the program ends, or the library is unloaded; only a program that is
+ * killed leaves them on.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -536,6 +532,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id);
 
 /**
  * Writes the user's mark into the camera's flash and verifies it.
+ *
+ * Takes about a second, and a minute at most when the flash does not answer as it should.
  *
  * @param id the 32 bytes, any values
  * @retval Orvik_ERROR_CAMERA_INDEX no such index

@@ -12,7 +12,9 @@ namespace orvik::sim {
 namespace {
 
 enum Request : std::uint8_t {
+  kCoreMemory = 0xA0,
   kStartStreaming = 0xA9,
+  kHelperBlock = 0xA9,  ///< to the flash helper
   kStopStreaming = 0xAA,
   kFirmwareVersion = 0xAD,
   kStopSensorClock = 0xAE,
@@ -22,8 +24,10 @@ enum Request : std::uint8_t {
   kCoolerDrive = 0xB2,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
+  kTransferCount = 0xB5,
   kWriteSensor = 0xB6,
   kReadSensor = 0xB7,
+  kEeprom = 0xBA,
   kReadFpga = 0xBC,
   kWriteFpga = 0xBD,
   kWideBus = 0xBE,
@@ -34,6 +38,8 @@ enum Request : std::uint8_t {
 };
 
 constexpr std::uint8_t kFirmware = 0x12;
+
+bool isIn(const seam::SetupPacket& setup) { return (setup.requestType & 0x80U) != 0; }
 
 std::size_t give(std::span<const std::uint8_t> answer, std::span<std::uint8_t> room) {
   const std::size_t count = std::min(answer.size(), room.size());
@@ -57,15 +63,41 @@ Camera::Camera(const Model& model, const CameraOptions& options, std::shared_ptr
 std::optional<std::size_t> Camera::request(const seam::SetupPacket& setup,
                                            std::span<std::uint8_t> data) {
   std::optional<std::size_t> moved;
-  if ((setup.requestType & 0x80U) != 0) {
+  if (setup.request == kCoreMemory || core_.running() != BridgeCore::Program::kFirmware) {
+    moved = requestOfCore(setup, data);
+  } else if (isIn(setup)) {
     moved = answer(setup, data);
-  } else if (setup.request == kWriteFlash) {
-    if (writeFlash(setup, data)) moved = data.size();
-  } else if (data.empty() && command(setup)) {
-    moved = 0;
+  } else if (data.empty() ? command(setup) : take(setup, data)) {
+    moved = data.size();
   }
   thermometer_.setWorking(runMode() != RunMode::kStopped, clock_->now());
   return moved;
+}
+
+std::optional<std::size_t> Camera::requestOfCore(const seam::SetupPacket& setup,
+                                                 std::span<std::uint8_t> data) {
+  bool done = false;
+  if (setup.request == kCoreMemory) {
+    const std::uint32_t address = static_cast<std::uint32_t>(setup.index) << 16U | setup.value;
+    done = isIn(setup) ? core_.readMemory(address, data) : core_.writeMemory(address, data);
+    if (core_.running() != BridgeCore::Program::kFirmware) streaming_ = false;
+  } else if (core_.running() == BridgeCore::Program::kFlashHelper &&
+             setup.request == kHelperBlock) {
+    done = isIn(setup) ? core_.readEeprom(0, setup.value, data)
+                       : core_.writeEeprom(0, setup.value, data);
+  }
+  return done ? std::optional(data.size()) : std::nullopt;
+}
+
+bool Camera::take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data) {
+  switch (setup.request) {
+    case kWriteFlash:
+      return writeFlash(setup, data);
+    case kEeprom:
+      return core_.writeEeprom(setup.value, setup.index, data);
+    default:
+      return false;
+  }
 }
 
 bool Camera::command(const seam::SetupPacket& setup) {
@@ -93,6 +125,8 @@ bool Camera::command(const seam::SetupPacket& setup) {
     case kWideBus:
       wideBusOn_ = setup.value != 0;
       return true;
+    case kTransferCount:
+      return true;  // the firmware splits frames as the host reads them
     case kFlashSector:
       return setup.value == 1 && flash_.eraseSector(setup.index);
     default:
@@ -122,6 +156,9 @@ std::optional<std::size_t> Camera::answer(const seam::SetupPacket& setup,
       return oneByte(fpga_.read(setup.value));
     case kReadFlash:
       return readFlash(setup, data);
+    case kEeprom:
+      if (!core_.readEeprom(setup.value, setup.index, data)) return std::nullopt;
+      return data.size();
     case kFlashSector:
       if (setup.value != 0) return std::nullopt;
       return oneByte(flash_.pollStatus());

@@ -11,6 +11,7 @@
 #include "seam/usb_host.h"
 #include "sim/camera_options.h"
 #include "sim/frame_settings.h"
+#include "sim/hardware/bridge_core.h"
 #include "sim/hardware/cooler.h"
 #include "sim/hardware/fpga.h"
 #include "sim/hardware/guide_port.h"
@@ -40,17 +41,23 @@ class Camera {
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
 
  private:
+  /// Requests that carry data to the bridge. @return false when it refuses.
+  bool take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
   bool command(const seam::SetupPacket& setup);
   std::optional<std::size_t> answer(const seam::SetupPacket& setup, std::span<std::uint8_t> data);
   std::optional<std::size_t> readFlash(const seam::SetupPacket& setup,
                                        std::span<std::uint8_t> data) const;
   bool writeFlash(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
+  /// What the bridge knows without the camera's firmware.
+  std::optional<std::size_t> requestOfCore(const seam::SetupPacket& setup,
+                                           std::span<std::uint8_t> data);
   bool writeSensor(std::uint16_t address, std::uint16_t value);
   [[nodiscard]] RunMode runMode() const;
 
   const Model& model_;
   bool usb3Port_;
   std::shared_ptr<seam::Clock> clock_;
+  BridgeCore core_;
   bool streaming_ = false;
   bool sensorClockRuns_ = true;
   bool wideBusOn_ = true;  ///< the bridge's 32-bit bus, which shares its pins with the flash

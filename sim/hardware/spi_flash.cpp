@@ -38,7 +38,7 @@ bool SpiFlash::write(std::size_t page, std::span<const std::uint8_t> bytes) {
 }
 
 bool SpiFlash::eraseSector(std::size_t sector) {
-  if (busyPolls_ != 0 || sector >= kBytes / kSectorBytes) return false;
+  if (pollStatus() != 0 || sector >= kBytes / kSectorBytes) return false;
   if (!cells_.empty()) {
     std::ranges::fill(std::span(cells_).subspan(sector * kSectorBytes, kSectorBytes), kErased);
   }

@@ -10,7 +10,7 @@ namespace orvik::sim {
 
 /// The camera's serial flash: 1 MiB of 256-byte pages in 64 KiB sectors. Erasing a sector sets all
 /// its bits; writing can only clear bits. After an erase command the chip is busy for some polls of
-/// its status, and refuses all else meanwhile.
+/// its status, and refuses all else meanwhile; a refused erase command takes as long as a poll.
 class SpiFlash {
  public:
   static constexpr std::size_t kBytes = std::size_t{1} << 20U;

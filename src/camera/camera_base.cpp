@@ -40,6 +40,7 @@ CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClas
       clock_(currentClock()),
       state_(initialState(model)),
       link_(std::make_shared<VendorLink>(std::make_unique<CUsbDevice>(deviceClass))),
+      guideLines_(*link_),
       gate_(std::make_shared<CameraGate>(*this)),
       protocol_(std::move(protocol)),
       queue_(std::make_shared<FrameQueue>(largestFrame(model))),
@@ -70,6 +71,7 @@ bool CCameraBase::openDevice(int ordinal) {
     // A device that another program holds stays with it.
     if (!device.claim()) break;
     link().allowRequests();
+    guideLines_.allow();
     return true;
   }
   device.Close();
@@ -78,6 +80,9 @@ bool CCameraBase::openDevice(int ordinal) {
 
 bool CCameraBase::closeDevice() {
   const auto lock = lockSettings();
+  guideLines_.letGo();  // first: the telescope moves while anything else takes its time
+  // After a video, stopping it has kept them already.
+  if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
   stopCapture();
   endLink();
   return true;
@@ -125,10 +130,15 @@ bool CCameraBase::startCapture(bool snapshot) {
   return true;
 }
 
+void CCameraBase::saveAfterVideo() {
+  if (state_->capturing && isOpen() && !state_->snapshot) SaveSetting(model_.settingsKey);
+}
+
 bool CCameraBase::stopCapture() {
   const auto lock = lockSettings();
   const bool wasCapturing = state_->capturing;
   if (wasCapturing && !isOpen()) return false;
+  saveAfterVideo();
   if (!capture_.stop()) abandonedWorker_ = true;
   if (wasCapturing) state_->exposureStatus = Orvik_EXPSTATE_NONE;
   state_->capturing = false;
@@ -136,6 +146,8 @@ bool CCameraBase::stopCapture() {
 }
 
 void CCameraBase::endCapture() {
+  guideLines_.letGo();
+  saveAfterVideo();
   if (!capture_.stop()) abandonedWorker_ = true;
   gate_->close();
   endLink();

@@ -17,6 +17,8 @@
 #include "camera/capture/frame_queue.h"
 #include "camera/dark_frame.h"
 #include "camera/delivery/frame_delivery.h"
+#include "camera/firmware_types.h"
+#include "camera/guide_lines.h"
 #include "camera/hot_pixels.h"
 #include "camera/model_row.h"
 #include "camera/vendor_link.h"
@@ -227,6 +229,60 @@ class CCameraBase {
   /// Demosaics a frame of this camera, as its pattern reads after the flips that are set.
   /// @param raw width * height bytes; @param rgb receives 3 * width * height bytes
   void Bayer2RGB24(const std::uint8_t* raw, std::uint8_t* rgb, int width, int height) const;
+  // The guide port. All are true whatever becomes of the request; a line beyond 3 is ignored.
+  bool pulseGuideOn(GuideD direction);
+  bool pulseGuideOff(GuideD direction);
+  /// Keeps the calling thread for the length of the pulse. @param ms milliseconds
+  bool pulseGuide(GuideD direction, int ms);
+
+  // Firmware, flash and identity, defined in the room for firmware. Not during capture. An image is
+  // read to its end before any of it is sent. A closed camera fails at once. Requests are those of
+  // the operation's memory; each takes its own time, and other threads' may come between.
+  bool IsBootLoaderRunning();
+  bool DownloadBufferToDevice(std::uint32_t address, std::uint16_t length,
+                              const std::uint8_t* buffer, std::uint8_t request);
+  bool UploadBufferFromDevice(std::uint32_t address, std::uint16_t length, std::uint8_t* buffer,
+                              std::uint8_t request);
+  bool SetProgramEntry(std::uint8_t request, std::uint32_t address);
+  /// Waits for the end of the erasing, 30 s at most.
+  FX3_FWDWNLOAD_ERROR_CODE EraseSectorOfSPIFlash(std::uint32_t sector, std::uint8_t request);
+  /// Whole pages of 256 bytes, from the one that holds `address`; at most 65535 bytes. The bus has
+  /// to be the flash's (EnableGPIF32DQ(false)).
+  bool WriteToSPIFlash(const std::uint8_t* buffer, std::uint32_t length, std::uint32_t address,
+                       std::uint8_t request);
+  bool ReadFromSPIFlash(std::uint8_t* buffer, std::uint32_t length, std::uint32_t address,
+                        std::uint8_t request);
+  /// @param bytes of one frame, which is counted in transfers of 48 KiB
+  bool SetTransferCount(std::int32_t bytes);
+  /// Puts an image file, of 16 MiB at most, into one of the camera's memories. Takes the flash's
+  /// bus and gives it back where that is the flash.
+  FX3_FWDWNLOAD_ERROR_CODE DownloadFw(const char* path, FX3_FWDWNLOAD_MEDIA_TYPE media);
+  FX3_FWDWNLOAD_ERROR_CODE DownloadFwToRam(const std::uint8_t* start, std::uint32_t size,
+                                           std::uint8_t request);
+  FX3_FWDWNLOAD_ERROR_CODE DownloadBuftoI2CE2PROM(const std::uint8_t* start, std::uint32_t size,
+                                                  std::uint8_t request);
+  /// Any bytes; the bus has to be the flash's.
+  FX3_FWDWNLOAD_ERROR_CODE DownloadBuftoSPIFLASH(const std::uint8_t* start, std::uint32_t size,
+                                                 std::uint8_t request);
+  /// Loads a record stream into the USB 2 bridge and starts it.
+  /// @return false when it is no record stream; what becomes of its requests is not told.
+  bool UpdateFW2RAM(const std::uint8_t* start, std::int32_t size);
+  /// Writes a record stream, at most 64 KiB, into the USB 2 bridge's boot memory, and starts it.
+  /// @return whether it was verified in the first or the second of three rounds.
+  bool UpdateFW(const std::uint8_t* start, std::int32_t size);
+  /// Leaves the USB 2 bridge without a program to boot from. As UpdateFW() otherwise.
+  bool EraseFlash();
+  /// @param id changed on success only
+  bool ReadIDFromSPI(Orvik_ID* id);
+  bool WriteIDToSPI(Orvik_ID id);
+
+  // The user's settings, one group for each model
+  /// Reads the model's settings into the state, each brought within the model's limits. What is
+  /// missing or damaged leaves its value as it is. A stored exposure above 0.1 s becomes 0.1 s.
+  /// @param key as in the model's row
+  void LoadSetting(const wchar_t* key) noexcept;
+  /// Keeps the settings, if there is a place for them. Waits up to a second for another program.
+  void SaveSetting(const wchar_t* key) noexcept;
 
   // What the flat interface needs to know
   /// The camera as a cooled one. @return null when it has no cooler.
@@ -246,8 +302,9 @@ class CCameraBase {
   bool openDevice(int ordinal);
   bool closeDevice();
   bool startCapture(bool snapshot);
+  /// Keeps the settings when that ends a video.
   bool stopCapture();
-  /// Ends capture and bars the worker from this object.
+  /// Ends capture and bars the worker from this object. Keeps the settings when that ends a video.
   void endCapture();
   bool deliverImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs);
   /// Forgets frames that wait in a format that is no longer wanted.
@@ -277,11 +334,14 @@ class CCameraBase {
   void endLink();
   [[nodiscard]] FrameRegion currentRegion() const;
   [[nodiscard]] int colourStep() const { return model_.colour ? 2 : 1; }
+  void saveAfterVideo();
+  void noteCorrections();
 
   const ModelRow& model_;
   const std::shared_ptr<seam::Clock> clock_;
   const std::shared_ptr<CameraState> state_;
   const std::shared_ptr<VendorLink> link_;
+  GuideLines guideLines_;
   const std::shared_ptr<CameraGate> gate_;
   const std::shared_ptr<const FrameProtocol> protocol_;
   const std::shared_ptr<FrameQueue> queue_;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -53,7 +54,15 @@ struct CameraState {
   std::atomic<int> autoMaxGain{50};
   std::atomic<int> autoMaxExposure{30};  ///< seconds
   std::atomic<int> autoMaxBrightness{100};
+
+  // Kept with the settings, beside the control values
+  std::atomic<int> bandwidthUsb3{0};  ///< percent; what a USB 3 host starts with
+  std::atomic<bool> autoBlackLevel{false};
+  std::array<std::atomic<std::uint8_t>, 4> blackLevelOffsets{};  ///< OO, EE, OE, EO
   std::atomic<bool> timeMark{false};  ///< 8-bit and colour images carry the time
+  std::atomic<bool> hotPixelCorrection{false};
+  std::atomic<bool> usingDark{false};
+  std::array<char, 256> darkPath{};  ///< zero-terminated; guarded by the lock for settings
 
   // Timing
   std::atomic<int> clockKhz{0};

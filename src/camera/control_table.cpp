@@ -47,7 +47,27 @@ std::int32_t autoExposureLimit(const ModelRow& model) {
   return std::min(model.exposureUs.max / 1000 / 1000, 60);
 }
 
-ControlRange rangeOf(const ModelRow& model, Orvik_CONTROL_TYPE type) {
+bool autoSupported(const ModelRow& model, Orvik_CONTROL_TYPE type) {
+  switch (type) {
+    case Orvik_CTL_GAIN:
+    case Orvik_CTL_EXPOSURE:
+    case Orvik_CTL_WB_R:
+    case Orvik_CTL_WB_B:
+      return true;
+    case Orvik_CTL_BANDWIDTH:
+      return model.bandwidthAutoSupported;
+    default:
+      return false;
+  }
+}
+
+bool writable(Orvik_CONTROL_TYPE type) {
+  return type != Orvik_CTL_TEMPERATURE && type != Orvik_CTL_COOL_POWER_PERC;
+}
+
+}  // namespace
+
+ControlRange controlRange(const ModelRow& model, Orvik_CONTROL_TYPE type) {
   switch (type) {
     case Orvik_CTL_GAIN:
       return model.gain;
@@ -87,30 +107,10 @@ ControlRange rangeOf(const ModelRow& model, Orvik_CONTROL_TYPE type) {
   return {};
 }
 
-bool autoSupported(const ModelRow& model, Orvik_CONTROL_TYPE type) {
-  switch (type) {
-    case Orvik_CTL_GAIN:
-    case Orvik_CTL_EXPOSURE:
-    case Orvik_CTL_WB_R:
-    case Orvik_CTL_WB_B:
-      return true;
-    case Orvik_CTL_BANDWIDTH:
-      return model.bandwidthAutoSupported;
-    default:
-      return false;
-  }
-}
-
-bool writable(Orvik_CONTROL_TYPE type) {
-  return type != Orvik_CTL_TEMPERATURE && type != Orvik_CTL_COOL_POWER_PERC;
-}
-
-}  // namespace
-
 bool describeControl(const ModelRow& model, Orvik_CONTROL_TYPE type, Orvik_CONTROL_CAPS& caps) {
   if (type < 0 || type >= kControlCount) return false;
   const ControlText& text = kTexts[static_cast<std::size_t>(type)];
-  const ControlRange range = rangeOf(model, type);
+  const ControlRange range = controlRange(model, type);
   copyText(caps.name, text.name);
   copyText(caps.description, text.description);
   caps.maxValue = range.max;

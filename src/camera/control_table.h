@@ -9,6 +9,9 @@ namespace orvik {
 /// Number of control types; the valid ones are 0 to this - 1.
 inline constexpr int kControlCount = 18;
 
+/// The limits of a control of a model; all 0 when there is no such control type.
+ControlRange controlRange(const ModelRow& model, Orvik_CONTROL_TYPE type);
+
 /// Describes a control as a model offers it.
 /// @return false when there is no such control type; `caps` is then as it was.
 bool describeControl(const ModelRow& model, Orvik_CONTROL_TYPE type, Orvik_CONTROL_CAPS& caps);

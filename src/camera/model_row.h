@@ -27,6 +27,7 @@ struct ImageTypes {
 /// What a model is: one row of facts, the same for every camera of the model.
 struct ModelRow {
   const char* name;                              ///< display name
+  const wchar_t* settingsKey;                    ///< of LoadSetting() and SaveSetting()
   std::span<const std::uint16_t> productIds;     ///< all products that are this model
   std::int32_t maxWidth;                         ///< sensor width, pixels
   std::int32_t maxHeight;                        ///< sensor height, pixels

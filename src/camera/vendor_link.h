@@ -13,6 +13,7 @@ namespace orvik {
 
 /// The vendor requests that cameras know.
 enum class VendorRequest : std::uint8_t {
+  kBridgeMemory = 0xA0,
   kSensorClock24MHz = 0xA3,
   kSensorClock48MHz = 0xA4,
   kWriteSensorWord = 0xA6,
@@ -24,11 +25,15 @@ enum class VendorRequest : std::uint8_t {
   kFirmwareVersion = 0xAD,
   kStopSensorClock = 0xAE,
   kStartSensorClock = 0xAF,
+  kGuideOn = 0xB0,
+  kGuideOff = 0xB1,
   kCoolerDrive = 0xB2,
   kTemperature = 0xB3,
   kHostPort = 0xB4,
+  kTransferCount = 0xB5,
   kWriteSensorByte = 0xB6,
   kReadSensorByte = 0xB7,
+  kI2cMemory = 0xBA,
   kReadFpga = 0xBC,
   kWriteFpga = 0xBD,
   kSwitchBus = 0xBE,
@@ -80,6 +85,9 @@ class VendorLink {
   bool startSensorClock();
   bool stopSensorClock();
 
+  /// Held over requests that belong together while the flash has the bus.
+  [[nodiscard]] std::unique_lock<std::mutex> lockFlash() { return std::unique_lock(flashLock_); }
+
   /// Aborts what is in flight on the bulk endpoint and clears its halt.
   bool resetBulkPipe();
 
@@ -93,6 +101,7 @@ class VendorLink {
 
   std::unique_ptr<CUsbDevice> device_;
   std::mutex deviceLock_;  ///< guards the control endpoint from its setup fields to its answer
+  std::mutex flashLock_;   ///< taken before deviceLock_
   std::atomic<bool> open_{false};
   std::atomic<bool> sensorClockStopped_{false};
 };

@@ -37,6 +37,8 @@ MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& row, const MarkedMode
   now.bandwidthAuto = row.bandwidthAutoSupported;
   now.clockKhz = marked.clockAtStartKhz;
   now.lineLength = marked.lineLengthAtStart;
+  now.bandwidthUsb3 = marked::automaticBandwidth(true);
+  this->LoadSetting(row.settingsKey);
 }
 
 template <class Base>
@@ -79,7 +81,7 @@ bool MarkedFrameCamera<Base>::InitCamera() {
   if (!isOpen()) return false;
   const auto lock = lockSettings();
   state().usb3Host = this->IsUSB3Host();
-  if (state().usb3Host) state().bandwidth = marked::automaticBandwidth(true);
+  if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
   followHostPort();
   this->SetHPCStates(this->LoadHPCTable());
   this->readVersions();

@@ -36,6 +36,7 @@ MarkedModelShared shared;
 
 constexpr ModelRow CCameraT13C_C::kRow = {
     .name = "Vek T13C COOL",
+    .settingsKey = L"SOFTWARE\\T13C-C",
     .productIds = kProductIds,
     .maxWidth = 1304,
     .maxHeight = 976,

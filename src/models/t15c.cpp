@@ -33,6 +33,7 @@ MarkedModelShared shared;
 
 constexpr ModelRow CCameraT15C::kRow = {
     .name = "Vek T15C",
+    .settingsKey = L"SOFTWARE\\T15C",
     .productIds = kProductIds,
     .maxWidth = 1304,
     .maxHeight = 976,

@@ -6,6 +6,7 @@ set -euo pipefail
 build=$1 source=$2 compiler=$3 sanitizers=$4
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
+export XDG_CONFIG_HOME=$place/config
 
 cmake --install "$build" --prefix "$place/prefix" >/dev/null
 library_dir=$(dirname "$(find "$place/prefix" -name liborvik.so)")
@@ -41,9 +42,5 @@ cmake --build "$place/consumer/build" >/dev/null
 echo "exported names"
 exported() { nm -D --defined-only "$library_dir/$1" | awk '$2 == "T" {sub(/@.*/, "", $3); print $3}' | sort; }
 declared() { grep -oE '\b(Orvik[A-Z][A-Za-z0-9]*)\(' "$place/prefix/include/orvik/$1" | tr -d '(' | sort -u; }
-# Declared, documented as such in the header, and not yet there.
-lacking='OrvikPulseGuideOn OrvikPulseGuideOff
-  OrvikGetID OrvikSetID'
-expected=$(comm -23 <(declared orvik.h | grep -v '^OrvikSim') <(tr -s ' \n' '\n' <<<"$lacking" | sort))
-diff <(echo "$expected") <(exported liborvik.so | grep -v '^orvik_private_')
+diff <(declared orvik.h | grep -v '^OrvikSim') <(exported liborvik.so | grep -v '^orvik_private_')
 diff <(declared orvik_sim.h | grep '^OrvikSim') <(exported liborvik_sim.so)

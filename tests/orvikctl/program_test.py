@@ -39,6 +39,9 @@ class ProgramTest(unittest.TestCase):
         self.folder = tempfile.TemporaryDirectory()
         self.addCleanup(self.folder.cleanup)
         os.chdir(self.folder.name)
+        settings = tempfile.TemporaryDirectory()
+        self.addCleanup(settings.cleanup)
+        os.environ["XDG_CONFIG_HOME"] = settings.name
 
     def contents(self, name):
         with open(name, "rb") as file:

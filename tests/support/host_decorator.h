@@ -17,6 +17,8 @@ struct Trouble {
   std::atomic<bool> heldByOther{false};
   /// Whether control transfers fail.
   std::atomic<bool> controlFails{false};
+  /// The control transfer that fails, counted from now on; 0 for none.
+  std::atomic<int> failingControl{0};
   /// Whether bulk transfers stall as soon as they are submitted.
   std::atomic<bool> bulkStalls{false};
 
@@ -100,7 +102,9 @@ class TroubledPort final : public seam::Port {
     return !trouble_->heldByOther && inner_->claimInterface(number);
   }
   std::unique_ptr<seam::ControlTransfer> newControlTransfer() override {
-    if (trouble_->controlFails) return std::make_unique<FailingControl>();
+    const int left = trouble_->failingControl;
+    if (left > 0) trouble_->failingControl = left - 1;
+    if (trouble_->controlFails || left == 1) return std::make_unique<FailingControl>();
     return inner_->newControlTransfer();
   }
   std::unique_ptr<seam::BulkTransfer> newBulkTransfer(std::uint8_t endpoint) override {

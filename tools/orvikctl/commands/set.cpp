@@ -9,10 +9,9 @@
 namespace orvik::ctl {
 namespace {
 
-// Provisional: to be taken back, here and nowhere else, when the library keeps settings.
 constexpr const char* kNotKept =
-    "The library does not keep settings yet: they end with this command. To capture with them, "
-    "give them to `snap` or `video`.";
+    "These settings end with this command: the library keeps a camera's settings at the end of a "
+    "capture only. To keep and capture with them, give them to `snap` or `video`.";
 
 struct SetOptions : CommonOptions {
   std::vector<std::string> assignments;

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace orvik::settings {
+
+/// What the settings store asks of the file system, call by call: a test can let each of them fail.
+/// Nothing here throws but for want of memory. Any thread.
+class FileSystem {
+ public:
+  FileSystem() = default;
+  FileSystem(const FileSystem&) = delete;
+  FileSystem& operator=(const FileSystem&) = delete;
+  virtual ~FileSystem() = default;
+
+  /// The machine's own.
+  static FileSystem& system();
+
+  enum class Read : std::uint8_t {
+    kDone,
+    kMissing,
+    kUnfit,   ///< not a regular file, or longer than the limit
+    kFailed,  ///< it may be well, but cannot be read now
+  };
+  /// Reads a whole file of at most `limit` bytes.
+  virtual Read read(const std::filesystem::path& file, std::size_t limit, std::string& text);
+
+  /// Makes a folder and those above it, for the user alone. @return whether it is there.
+  virtual bool makeFolder(const std::filesystem::path& folder);
+
+  /// Opens a file to be locked, and makes it where it is missing. @return a descriptor, or -1.
+  virtual int openLock(const std::filesystem::path& file);
+  /// Locks an open file against every other opening of it. Does not wait.
+  virtual bool tryLock(int descriptor);
+
+  /// Opens a file to be written anew. @return a descriptor, or -1.
+  virtual int openNew(const std::filesystem::path& file);
+  /// Writes all. May have written a part when it fails.
+  virtual bool write(int descriptor, std::string_view text);
+  /// Waits until the disk has the file's contents, or a folder's names.
+  virtual bool sync(int descriptor);
+  virtual bool syncFolder(const std::filesystem::path& folder);
+  virtual void close(int descriptor);
+
+  /// Gives a file a name, in the place of what has that name.
+  virtual bool rename(const std::filesystem::path& from, const std::filesystem::path& to);
+  /// Gives a file a name that nothing has yet. Somebody else may not be at it.
+  virtual bool renameToNew(const std::filesystem::path& from, const std::filesystem::path& to);
+};
+
+}  // namespace orvik::settings

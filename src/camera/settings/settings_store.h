@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "camera/settings/file_system.h"
+#include "camera/settings/setting_values.h"
+
+namespace orvik::settings {
+
+/// A user's settings: the file `settings.toml` in a folder.
+///
+/// A save replaces the file as a whole, so that a reader, a crash or a full disk never meets half
+/// of it; a lock beside it (`settings.lock`) keeps the saves of several programs apart. A file that
+/// is damaged reads as empty; the next save puts it aside as `settings.damaged-<n>.toml`, where its
+/// owner can mend it. Reading writes nothing.
+///
+/// Nothing here throws but for want of memory. Any thread, any number of processes.
+class SettingsStore {
+ public:
+  explicit SettingsStore(std::filesystem::path folder, FileSystem& files = FileSystem::system());
+
+  /// The user's own: `$XDG_CONFIG_HOME/orvik`, or else `$HOME/.config/orvik`.
+  /// @return none where the user has neither.
+  static std::optional<SettingsStore> ofUser();
+
+  /// Reads the values of one model. @return none when there are none to be had.
+  [[nodiscard]] std::optional<Group> load(const std::string& model) const;
+
+  /// Replaces values of one model and leaves all others as they are. Waits up to `limit` for
+  /// another program's save.
+  /// @return false when the values could not be kept; then the file is as it was.
+  bool save(const std::string& model, std::span<const Value> values,
+            std::chrono::milliseconds limit = kLockLimit) const;
+
+  static constexpr std::chrono::milliseconds kLockLimit{1000};
+
+ private:
+  [[nodiscard]] std::filesystem::path file() const { return folder_ / "settings.toml"; }
+  bool saveLocked(const std::string& model, std::span<const Value> values) const;
+  bool putAside() const;
+  bool replace(const std::string& text) const;
+
+  std::filesystem::path folder_;
+  FileSystem* files_;
+};
+
+}  // namespace orvik::settings

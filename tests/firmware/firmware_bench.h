@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "firmware/images.h"
+#include "models/t15c.h"
+#include "sim/manual_clock.h"
+#include "support/host_decorator.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+
+/// An open T15C on a bus where control transfers can fail, with a log of its requests:
+/// "A0 1000/0001 2048" out, "RA0 1000/0001 2048" in: request, value/index, bytes moved.
+class FirmwareBench {
+ public:
+  FirmwareBench() {
+    sim::CameraOptions options;
+    options.controlObserver = [this](const sim::ControlRecord& record) {
+      add(record);
+      if (afterRequest) afterRequest(record);
+    };
+    bench_.plug(options);
+    installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble_));
+    camera_ = std::make_unique<CCameraT15C>();
+    camera_->OpenCamera(1);
+    take();
+  }
+
+  CCameraT15C& camera() { return *camera_; }
+  Trouble& trouble() { return *trouble_; }
+  ManualClock& clock() { return *clock_; }
+  std::vector<std::string> take() { return std::exchange(log_, {}); }
+
+  std::function<void(const sim::ControlRecord&)> afterRequest;
+
+ private:
+  void add(const sim::ControlRecord& record) {
+    const seam::SetupPacket& setup = record.setup;
+    if ((setup.requestType & 0x60U) != 0x40U) return;
+    char line[64];
+    static_cast<void>(std::snprintf(
+        line, sizeof line, "%s%02X %04X/%04X %zu", (setup.requestType & 0x80U) != 0 ? "R" : "",
+        unsigned{setup.request}, unsigned{setup.value}, unsigned{setup.index}, record.data.size()));
+    log_.emplace_back(line);
+  }
+
+  std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
+  std::shared_ptr<Trouble> trouble_ = std::make_shared<Trouble>();
+  std::vector<std::string> log_;
+  VirtualBench bench_{clock_};
+  std::unique_ptr<CCameraT15C> camera_;
+};
+
+/// Tries a few times, as a user would.
+inline bool withPatience(const std::function<bool()>& attempt) {
+  for (int n = 0; n < 5; ++n) {
+    if (attempt()) return true;
+  }
+  return false;
+}
+
+}  // namespace orvik::test

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "firmware/firmware_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+
+constexpr Orvik_ID kId = {{1, 0, 2, 0, 0, 255, 'a', 'b', 'c', 0, 0, 0, 0, 0, 0, 0,
+                           9, 9, 9, 9, 0, 0,   0,   0,   0,   0, 0, 0, 0, 0, 0, 77}};
+
+TEST(Identity, ComesBackAsItWasWritten) {
+  FirmwareBench bench;
+  Orvik_ID id = {{42}};
+  EXPECT_FALSE(bench.camera().ReadIDFromSPI(&id)) << "a blank page holds none";
+  EXPECT_EQ(id.id[0], 42);
+  EXPECT_THAT(bench.take(), ElementsAre("BE 0000/0000 0", "RC3 0000/0700 256", "BE 0001/0000 0"));
+  EXPECT_TRUE(bench.camera().WriteIDToSPI(kId));
+  EXPECT_THAT(bench.take(), ElementsAre("BE 0000/0000 0", "C4 0001/0007 0", "RC4 0000/0007 1",
+                                        "RC4 0000/0007 1", "RC4 0000/0007 1", "RC4 0000/0007 1",
+                                        "C2 0000/0700 256", "RC3 0000/0700 256", "BE 0001/0000 0"));
+  EXPECT_TRUE(bench.camera().ReadIDFromSPI(&id));
+  EXPECT_THAT(id.id, ElementsAreArray(kId.id));
+  EXPECT_FALSE(bench.camera().ReadIDFromSPI(nullptr));
+}
+
+TEST(Identity, AClosedCameraHasNone) {
+  FirmwareBench bench;
+  bench.camera().CloseCamera();
+  bench.take();
+  Orvik_ID id = {};
+  EXPECT_FALSE(bench.camera().ReadIDFromSPI(&id));
+  EXPECT_FALSE(bench.camera().WriteIDToSPI(kId));
+  EXPECT_THAT(bench.take(), IsEmpty());
+}
+
+TEST(Identity, CanBeWrittenAgainWhicheverRequestFailed) {
+  FirmwareBench bench;
+  ASSERT_TRUE(bench.camera().WriteIDToSPI(kId));
+  const auto requests = static_cast<int>(bench.take().size());
+  Orvik_ID other = kId;
+  for (int k = 1; k <= requests; ++k) {
+    other.id[0] = static_cast<std::uint8_t>(100 + k);
+    bench.trouble().failingControl = k;
+    const bool told = bench.camera().WriteIDToSPI(other);
+    bench.trouble().failingControl = 0;
+    Orvik_ID id = {};
+    const bool found = bench.camera().ReadIDFromSPI(&id);
+    EXPECT_EQ(told, found && id.id[0] == other.id[0]) << "true, and only then, at " << k;
+    if (k == 2) {
+      EXPECT_TRUE(found) << "nothing was erased: the old one stays";
+    }
+    // The flash may still be at the erasing that nobody waited for, and then asks for patience.
+    ASSERT_TRUE(withPatience([&] { return bench.camera().WriteIDToSPI(kId); })) << "at " << k;
+    EXPECT_EQ(bench.take().back(), "BE 0001/0000 0") << "the pixel stream has its bus again";
+  }
+}
+
+TEST(Identity, AFlashThatStaysBusyIsWaitedForThirtySeconds) {
+  FirmwareBench bench;
+  bench.afterRequest = [](const sim::ControlRecord& record) {
+    if (record.setup.requestType == 0xC0 && record.setup.request == 0xC4) {
+      // What the host receives lies behind the record.
+      const_cast<std::uint8_t&>(record.data.front()) = 1;
+    }
+  };
+  const auto start = bench.clock().now();
+  EXPECT_EQ(bench.camera().EraseSectorOfSPIFlash(7, 0xC4), FWDWNLOAD_FAILED);
+  const auto waited = bench.clock().now() - start;
+  EXPECT_GE(waited, std::chrono::seconds(30));
+  EXPECT_LT(waited, std::chrono::seconds(31));
+}
+
+}  // namespace
+}  // namespace orvik::test

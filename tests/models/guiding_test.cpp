@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "models/t15c.h"
+#include "orvik/orvik.h"
+#include "sim/manual_clock.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr auto kNoLine = static_cast<GuideD>(4);
+constexpr auto kNegative = static_cast<GuideD>(-1);
+
+class GuidingTest : public ::testing::Test {
+ protected:
+  GuidingTest() {
+    sim::CameraOptions options;
+    options.controlObserver = [this](const sim::ControlRecord& record) {
+      const seam::SetupPacket& setup = record.setup;
+      if (setup.request != 0xB0 && setup.request != 0xB1) return;
+      lines_.push_back((setup.request == 0xB0 ? "on " : "off ") + std::to_string(setup.value));
+    };
+    id_ = bench_.plug(options);
+    camera_->OpenCamera(1);
+  }
+
+  std::vector<std::string> take() { return std::exchange(lines_, {}); }
+
+  std::vector<std::string> lines_;
+  VirtualBench bench_{std::make_shared<ManualClock>()};
+  std::unique_ptr<CCameraT15C> camera_ = std::make_unique<CCameraT15C>();
+  int id_ = 0;
+};
+
+TEST_F(GuidingTest, LinesAreSwitchedOneByOne) {
+  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_3));
+  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_0));
+  EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_3));
+  EXPECT_THAT(take(), ElementsAre("on 3", "on 0", "off 3"));
+  EXPECT_TRUE(camera_->pulseGuideOn(kNoLine));
+  EXPECT_TRUE(camera_->pulseGuideOff(kNegative));
+  EXPECT_TRUE(camera_->pulseGuide(kNoLine, 1000));
+  EXPECT_THAT(take(), IsEmpty());
+}
+
+TEST_F(GuidingTest, APulseLastsAsLongAsItWasToldTo) {
+  EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_1, 1500));
+  const auto log = bench_.host().guideLog(id_);
+  ASSERT_EQ(log.size(), 2U);
+  EXPECT_EQ(log[1].at - log[0].at, 1500ms);
+  EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_2, 0));
+  EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_2, -5));
+  EXPECT_THAT(take(), ElementsAre("on 1", "off 1", "on 2", "off 2", "on 2", "off 2"));
+}
+
+TEST_F(GuidingTest, LinesGoOffWithTheCamera) {
+  camera_->pulseGuideOn(Orvik_GUIDE_DIR_0);
+  camera_->pulseGuideOn(Orvik_GUIDE_DIR_2);
+  camera_->pulseGuideOff(Orvik_GUIDE_DIR_0);
+  take();
+  camera_->CloseCamera();
+  EXPECT_THAT(take(), ElementsAre("off 2"));
+  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_1)) << "closed, and true all the same";
+  EXPECT_THAT(take(), IsEmpty());
+
+  ASSERT_TRUE(camera_->OpenCamera(1));
+  camera_->pulseGuideOn(Orvik_GUIDE_DIR_1);
+  camera_.reset();
+  EXPECT_THAT(take(), ElementsAre("on 1", "off 1"));
+}
+
+TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
+  camera_->pulseGuideOn(Orvik_GUIDE_DIR_0);
+  bench_.host().unplug(id_);
+  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_1));
+  EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_0));
+  EXPECT_TRUE(camera_->CloseCamera());
+}
+
+// The camera object is left as it is when the process ends, as one held by the flat interface is.
+TEST(GuidingAtTheEnd, LinesGoOffWhenTheProgramEnds) {
+  const auto program = [](bool forks) {
+    static auto* const bench = new VirtualBench;
+    sim::CameraOptions options;
+    options.controlObserver = [](const sim::ControlRecord& record) {
+      if (record.setup.request == 0xB1) {
+        static_cast<void>(!write(STDERR_FILENO, "let go\n", 7));
+      }
+    };
+    bench->plug(options);
+    static auto* const camera = new CCameraT15C;
+    camera->OpenCamera(1);
+    camera->pulseGuideOn(Orvik_GUIDE_DIR_2);
+    const pid_t child = forks ? fork() : 0;
+    if (child != 0) {
+      waitpid(child, nullptr, 0);
+      _exit(0);
+    }
+    std::exit(0);  // NOLINT(concurrency-mt-unsafe)
+  };
+  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(program(false), ::testing::ExitedWithCode(0), "^let go\n$");
+  EXPECT_EXIT(program(true), ::testing::ExitedWithCode(0), "^$")
+      << "a forked process owns no camera";
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: MIT
+// A camera comes up as it was left: what is loaded, within which limits, and when it is saved.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "camera/settings/settings_store.h"
+#include "models/t15c.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using settings::find;
+using settings::Group;
+using settings::SettingsStore;
+using settings::Type;
+using settings::Value;
+using ::testing::Contains;
+
+constexpr const wchar_t* kKey = L"SOFTWARE\\T15C";
+
+Value dword(const std::string& name, std::uint32_t number) {
+  Value value{name, Type::kDword, {}};
+  for (unsigned shift = 0; shift < 32; shift += 8) {
+    value.bytes.push_back(static_cast<std::uint8_t>(number >> shift & 0xFFU));
+  }
+  return value;
+}
+
+Value flag(const std::string& name, bool on) {
+  return {name, Type::kBinary, {on ? std::uint8_t{1} : std::uint8_t{0}}};
+}
+
+Value text(const std::string& name, const std::string& content, std::size_t size) {
+  Value value{name, Type::kBinary, {content.begin(), content.end()}};
+  value.bytes.resize(size);
+  return value;
+}
+
+void store(const Group& group) { ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", group)); }
+
+std::optional<Group> stored() { return SettingsStore::ofUser().value().load("T15C"); }
+
+/// Takes the stored values away, so that the next save shows.
+void forget() {
+  std::filesystem::remove_all(std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "orvik");
+}
+
+/// Another value than a new camera's for each setting; the four offsets are one byte each.
+const Group kAll = {
+    dword("Exposure", 12345),    dword("Gain", 321),
+    dword("Gamma", 60),          dword("Brightness", 17),
+    dword("Fclk", 18562),        dword("FPSPercentageUSB2", 55),
+    dword("CoolPowerPctg", 45),  dword("TargetTemp", static_cast<std::uint32_t>(-12)),
+    dword("OverCLKPerc", 7),     flag("AutoBL", true),
+    {"OO", Type::kDword, {1}},   {"EE", Type::kDword, {2}},
+    {"OE", Type::kDword, {3}},   {"EO", Type::kDword, {254}},
+    dword("AutoGainMax", 222),   dword("AutoExpMax", 11),
+    dword("DestBrightness", 77), flag("FlipRow", true),
+    flag("FlipColumn", true),    dword("WB_Red", 61),
+    dword("WB_Blue", 62),        flag("AutoExp", true),
+    flag("AutoGain", true),      flag("AutoFPS", false),
+    flag("RawOutput", true),     flag("HighSpeed", true),
+    flag("AutoWB", true),        flag("TimeMark", true),
+    flag("HPC", true),           flag("HardwareBin", false),
+    flag("CutDark", false),      text("BMPPATH", "/home/user/dark.bmp", 256),
+};
+
+TEST(Settings, EveryValueComesBack) {
+  store(kAll);
+  CCameraT15C camera;
+  const CameraState& state = camera.state();
+  EXPECT_EQ(state.exposureUs, 12345U);
+  EXPECT_EQ(state.gain, 321);
+  EXPECT_EQ(state.targetTemperature, -12);
+  EXPECT_EQ(state.blackLevelOffsets[3], 254);
+  EXPECT_TRUE(state.flipVertical);
+  EXPECT_FALSE(state.hardwareBin);
+  EXPECT_STREQ(state.darkPath.data(), "/home/user/dark.bmp");
+
+  forget();
+  camera.SaveSetting(kKey);
+  EXPECT_THAT(stored().value(), ::testing::UnorderedElementsAreArray(kAll));
+}
+
+TEST(Settings, ValuesComeWithinTheModelsLimits) {
+  CCameraT15C untouched;
+  store({dword("Exposure", 2'000'000), dword("Gain", 1'000'000'000), dword("Gamma", 0),
+         dword("Brightness", 0x80000000), dword("Fclk", 0), dword("FPSPercentageUSB2", 5),
+         dword("OverCLKPerc", 500), dword("AutoGainMax", 601), dword("AutoExpMax", 0),
+         dword("WB_Red", 100), dword("CoolPowerPctg", 101), dword("TargetTemp", 31),
+         text("FlipRow", "xx", 2), text("BMPPATH", std::string(256, 'p'), 256)});
+  CCameraT15C camera;
+  const CameraState& state = camera.state();
+  EXPECT_EQ(state.exposureUs, 100'000U);
+  EXPECT_EQ(state.gain, 600);
+  EXPECT_EQ(state.gamma, 1);
+  EXPECT_EQ(state.brightness, 0);
+  EXPECT_EQ(state.clockKhz, untouched.state().clockKhz);
+  EXPECT_EQ(state.bandwidth, 40);
+  EXPECT_EQ(state.overClock, 30);
+  EXPECT_EQ(state.autoMaxGain, 600);
+  EXPECT_EQ(state.autoMaxExposure, 1);
+  EXPECT_EQ(state.whiteBalanceRed, 99);
+  EXPECT_EQ(state.coolerPower, 100);
+  EXPECT_EQ(state.targetTemperature, 30);
+  EXPECT_FALSE(state.flipHorizontal) << "longer than its member";
+  EXPECT_EQ(state.darkPath.back(), '\0');
+
+  store({{"Gain", Type::kDword, {44}}, {"Exposure", Type::kDword, {}}});
+  EXPECT_EQ(CCameraT15C().state().gain, 44);
+}
+
+TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
+  store({dword("Gain", 321), dword("FPSPercentageUSB3", 70), dword("FPSPercentageUSB2", 55),
+         flag("AutoFPS", false)});
+  for (const bool usb3 : {true, false}) {
+    Conversation conversation;
+    VirtualBench bench;
+    sim::CameraOptions options;
+    options.usb3Port = usb3;
+    options.controlObserver = conversation.observer();
+    bench.plug(options);
+    CCameraT15C camera;
+    ASSERT_TRUE(camera.OpenCamera(1));
+    ASSERT_TRUE(camera.InitCamera());
+    EXPECT_EQ(camera.state().bandwidth, usb3 ? 70 : 55);
+    EXPECT_THAT(conversation.take(), Contains("S3015=01")) << "gain 321 has a high byte";
+    camera.SetFPSPerc(usb3 ? 71 : 56, false);
+    camera.SaveSetting(kKey);
+  }
+  EXPECT_EQ(*find(stored().value(), "FPSPercentageUSB3"), dword("FPSPercentageUSB3", 71))
+      << "saving on USB 2 leaves it";
+  EXPECT_EQ(*find(stored().value(), "FPSPercentageUSB2"), dword("FPSPercentageUSB2", 56));
+}
+
+class SavingTest : public ::testing::Test {
+ protected:
+  SavingTest() {
+    sim::CameraOptions options;
+    options.sceneKind = sim::SceneKind::kDark;
+    bench_.plug(options);
+    camera_->OpenCamera(1);
+    camera_->InitCamera();
+    camera_->SetResolution(320, 240, 1, IMAGE_8BIT);
+  }
+
+  static bool hasSaved() {
+    const bool saved = stored().has_value();
+    forget();
+    return saved;
+  }
+
+  VirtualBench bench_;
+  std::unique_ptr<CCameraT15C> camera_ = std::make_unique<CCameraT15C>();
+};
+
+TEST_F(SavingTest, VideoIsSavedWhenItStops) {
+  camera_->StopCapture();
+  EXPECT_FALSE(hasSaved()) << "nothing was captured";
+  camera_->StartCapture(false);
+  EXPECT_FALSE(hasSaved());
+  camera_->StopCapture();
+  EXPECT_TRUE(hasSaved());
+  camera_->CloseCamera();
+  EXPECT_FALSE(hasSaved()) << "once";
+}
+
+TEST_F(SavingTest, CloseSavesOnceWhateverTheCaptureWas) {
+  camera_->StartCapture(true);
+  camera_->StopCapture();
+  EXPECT_FALSE(hasSaved());
+  camera_->CloseCamera();
+  EXPECT_TRUE(hasSaved());
+  camera_->CloseCamera();
+  camera_.reset();
+  EXPECT_FALSE(hasSaved());
+}
+
+TEST_F(SavingTest, CloseDuringVideoSaves) {
+  camera_->StartCapture(false);
+  camera_->CloseCamera();
+  EXPECT_TRUE(hasSaved());
+  camera_.reset();
+  EXPECT_FALSE(hasSaved());
+}
+
+TEST_F(SavingTest, DestructionDuringVideoSavesDuringASnapshotNot) {
+  camera_->StartCapture(false);
+  camera_.reset();
+  EXPECT_TRUE(hasSaved());
+  camera_ = std::make_unique<CCameraT15C>();
+  camera_->OpenCamera(1);
+  camera_->InitCamera();
+  camera_->StartCapture(true);
+  camera_.reset();
+  EXPECT_FALSE(hasSaved());
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// The main function of every test program. Each test finds an empty settings folder of its own: no
+// test reads or writes the settings of whoever runs it, or those of another test.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class OwnSettingsFolder final : public ::testing::EmptyTestEventListener {
+ public:
+  void OnTestStart(const ::testing::TestInfo&) override {
+    std::string name = (fs::temp_directory_path() / "orvik-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) std::abort();
+    folder_ = name;
+    setenv("XDG_CONFIG_HOME", name.c_str(), 1);
+  }
+
+  void OnTestEnd(const ::testing::TestInfo&) override {
+    std::error_code ignored;
+    fs::remove_all(folder_, ignored);
+  }
+
+ private:
+  fs::path folder_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleMock(&argc, argv);
+  ::testing::UnitTest::GetInstance()->listeners().Append(new OwnSettingsFolder);
+  return RUN_ALL_TESTS();
+}
