@@ -73,6 +73,8 @@ void drawText(const Canvas& canvas, int left, int top, std::string_view text) {
 
 }  // namespace
 
+// The image is drawn into, through a canvas that the check does not follow.
+// NOLINTNEXTLINE(readability-non-const-parameter)
 void drawTimeMark(uint8_t* image, int width, int height, int bytesPerPixel,
                   const TimeOfDay& time) noexcept {
   std::array<char, 64> date{};
