@@ -18,6 +18,7 @@ MAY_USE = {
     "src/firmware": {"src/seam", "src/usb", "src/algorithm", "src/camera"} | PUBLIC,
     "src/models": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/firmware"} | PUBLIC,
     "src/api": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/models"} | PUBLIC,
+    "fuzz": {"src/usb", "src/camera", "src/firmware", "src/models"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
     "examples": PUBLIC,
