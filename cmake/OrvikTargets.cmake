@@ -33,6 +33,10 @@ if(ORVIK_SANITIZE)
   add_link_options(-fsanitize=${ORVIK_SANITIZE})
 endif()
 
+if(ORVIK_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # orvik_room(NAME SOURCES... [USES targets...]): one folder of the library as a static library,
 # linked into liborvik.so and into the tests.
 function(orvik_room name)

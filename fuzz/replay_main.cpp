@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Runs a fuzzer once over each input in the folders that it is given: each found fault stays found.
+// Runs a fuzzer's function on the files of its corpus, one after another, with any compiler:
+// what was once found stays found. usage: PROGRAM FILE_OR_FOLDER...
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -9,19 +11,34 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
+namespace {
+
+namespace fs = std::filesystem;
+
+void replay(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
+  // The sanitizers see a read beyond the end of memory that is exactly as long as the input.
+  const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
+  LLVMFuzzerTestOneInput(input.data(), input.size());
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  int inputs = 0;
+  int count = 0;
   for (int i = 1; i < argc; ++i) {
-    for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
-      std::ifstream in(entry.path(), std::ios::binary);
-      const std::vector<char> text{std::istreambuf_iterator<char>(in), {}};
-      // A block of exactly this size, so that a sanitizer sees what is read beyond it.
-      const std::vector<std::uint8_t> data(text.begin(), text.end());
-      std::printf("%s\n", entry.path().c_str());
-      std::fflush(stdout);
-      LLVMFuzzerTestOneInput(data.data(), data.size());
-      ++inputs;
+    if (!fs::is_directory(argv[i])) {
+      replay(argv[i]);
+      ++count;
+      continue;
+    }
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(argv[i])) {
+      if (!entry.is_regular_file()) continue;
+      replay(entry.path());
+      ++count;
     }
   }
-  return inputs > 0 ? 0 : 1;
+  std::printf("%d inputs\n", count);
+  return count == 0 ? 1 : 0;
 }

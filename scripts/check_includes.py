@@ -21,6 +21,7 @@ MAY_USE = {
                    "src/firmware"} | PUBLIC,
     "src/api": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/cooler",
                 "src/firmware", "src/models"} | PUBLIC,
+    "fuzz": {"src/usb", "src/algorithm", "src/camera", "src/firmware", "src/models"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
     "examples": PUBLIC,

@@ -99,6 +99,34 @@ TEST(SettingValues, ReplaceTheirNamesakesAndLeaveTheRest) {
   EXPECT_FALSE(withValues("T15C = 5\n", "T15C", gain)) << "not to be written over";
 }
 
+TEST(SettingValues, WhatWouldCostTheStackIsNoSettingsFile) {
+  const auto dotted = [](std::size_t depth) {
+    std::string key = "a";
+    for (std::size_t n = 1; n < depth; ++n) key += ".a";
+    return key;
+  };
+  for (const std::size_t depth : {300U, 2000U, 250'000U}) {
+    const std::string key = dotted(depth);
+    for (const std::string& text : {key + " = 1\n", std::string("[").append(key).append("]\n")}) {
+      EXPECT_FALSE(readGroup(text, "T15C"));
+      EXPECT_FALSE(withValues(text, "T15C", kGroup)) << "too deep to be written again";
+    }
+  }
+  EXPECT_TRUE(withValues("x = [ nan, -inf, 0.001, -9223372036854775808 ]\n", "T15C", kGroup));
+}
+
+TEST(SettingValues, LettersOfEveryAlphabetStandInStringsAndRemarks) {
+  for (const char* text : {
+           "# \u0497\n\"\u0497\" = '\u0497'\n[T15C]\n",
+           "\xEF\xBB\xBFx = \"\\\"\u0497\"\n[T15C]\n",
+           "x = \"\"\"\n\u0497\"\"\"\"\"\ny = ''\nz = '''\u0497'\n'''\n[T15C]\n",
+       }) {
+    EXPECT_TRUE(readGroup(text, "T15C")) << text;
+  }
+  EXPECT_FALSE(readGroup("x = \"\"\u0497\n[T15C]\n", "T15C"));
+  EXPECT_FALSE(readGroup("x = \"\\\\\"\u0497\n[T15C]\n", "T15C"));
+}
+
 TEST(SettingValues, AnyTextCanBeRead) {
   const std::string whole = withValues({}, "T15C", kGroup).value();
   for (std::size_t length = 0; length < whole.size(); ++length) {

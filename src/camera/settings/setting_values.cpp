@@ -6,9 +6,26 @@
 #include <sstream>
 #include <utility>
 
-// The parser is compiled into this file alone. Without exceptions it answers with its error.
+#include "camera/settings/toml_guard.h"
+
+namespace {
+
+/// The parser was about to go on from something that it takes for impossible.
+struct ParserAtALoss {};
+
+[[noreturn]] void giveUpParsing() { throw ParserAtALoss(); }
+
+}  // namespace
+
+// The parser is compiled into this file alone. Some malformed files break its assumptions ("[" and
+// a zero byte): they are checked in every build, and end the parsing as any other error does.
+#undef NDEBUG
+#define TOML_ASSERT(assumption)         \
+  do {                                  \
+    if (!(assumption)) giveUpParsing(); \
+  } while (false)
 #define TOML_HEADER_ONLY 1
-#define TOML_EXCEPTIONS 0
+#define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
 
 namespace orvik::settings {
@@ -23,6 +40,17 @@ constexpr std::size_t kNumberBytes = 4;  ///< the most that a number has
 constexpr std::size_t kDwordBytes = 4;
 
 using Bytes = std::vector<std::uint8_t>;
+
+std::optional<toml::table> parse(std::string_view text) {
+  if (!isSafeToParse(text)) return std::nullopt;
+  try {
+    return toml::parse(text);
+  } catch (const toml::parse_error&) {
+    return std::nullopt;
+  } catch (const ParserAtALoss&) {
+    return std::nullopt;
+  }
+}
 
 std::optional<Bytes> bytesOfNumber(std::int64_t number, std::size_t count) {
   if (count == 0 || count > kNumberBytes) return std::nullopt;
@@ -103,26 +131,84 @@ std::optional<Value> readValue(std::string_view name, const toml::node& node) {
   return Value{std::string(name), *type, std::move(*bytes)};
 }
 
+// The library's own way of writing a whole table computes the width of what it writes, which fails
+// for numbers without a width (NaN, 0.001). So the file is written here, one value a line; single
+// values the library writes.
+
+void writeKey(std::ostream& out, std::string_view key) {
+  const auto isBare = [](char letter) {
+    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
+           (letter >= '0' && letter <= '9') || letter == '_' || letter == '-';
+  };
+  if (!key.empty() && std::ranges::all_of(key, isBare)) {
+    out << key;
+  } else {
+    const toml::value<std::string> quoted{std::string(key)};
+    out << toml::toml_formatter(quoted, toml::format_flags::none);
+  }
+}
+
+void writeNode(std::ostream& out, const toml::node& node) {
+  const char* between = " ";
+  if (const toml::table* table = node.as_table()) {
+    out << '{';
+    for (const auto& [key, value] : *table) {
+      out << std::exchange(between, ", ");
+      writeKey(out, key.str());
+      out << " = ";
+      writeNode(out, value);
+    }
+    out << " }";
+  } else if (const toml::array* array = node.as_array()) {
+    out << '[';
+    for (const toml::node& element : *array) {
+      out << std::exchange(between, ", ");
+      writeNode(out, element);
+    }
+    out << " ]";
+  } else {
+    out << toml::toml_formatter(node);
+  }
+}
+
+void writeLine(std::ostream& out, std::string_view key, const toml::node& value) {
+  writeKey(out, key);
+  out << " = ";
+  writeNode(out, value);
+  out << '\n';
+}
+
+std::string textOf(const toml::table& file) {
+  std::ostringstream out;
+  out << kHeading;
+  for (const auto& [key, value] : file) {
+    if (!value.is_table()) writeLine(out, key.str(), value);
+  }
+  for (const auto& [key, value] : file) {
+    if (!value.is_table()) continue;
+    out << "\n[";
+    writeKey(out, key.str());
+    out << "]\n";
+    for (const auto& [name, entry] : *value.as_table()) writeLine(out, name.str(), entry);
+  }
+  return std::move(out).str();
+}
+
 /// The text that the bytes are, with nothing but zeros after it; none for other bytes. A path need
 /// not be valid UTF-8, and then it is no text.
-std::optional<std::string> textOf(std::span<const std::uint8_t> bytes) {
+std::optional<std::string> textIn(std::span<const std::uint8_t> bytes) {
   const auto end = std::ranges::find(bytes, std::uint8_t{0});
   const auto isZero = [](std::uint8_t byte) { return byte == 0; };
   if (end == bytes.end() || !std::all_of(end, bytes.end(), isZero)) return std::nullopt;
   std::string text(bytes.begin(), end);
   // Whether it is text decides the parser that is to read it again.
-  toml::table trial;
-  trial.insert("value", text);
-  std::ostringstream written;
-  written << trial;
-  const toml::parse_result read = toml::parse(written.view());
-  if (!read || read["value"].value_exact<std::string>() != text) return std::nullopt;
+  const auto read = parse(textOf(toml::table{{"value", text}}));
+  if (!read || (*read)["value"].value_exact<std::string>() != text) return std::nullopt;
   return text;
 }
 
 toml::table entryOf(const Value& value) {
   toml::table entry;
-  entry.is_inline(true);
   entry.insert("type", value.type == Type::kDword ? "dword" : "binary");
   const std::size_t size = value.bytes.size();
   const std::size_t usual = value.type == Type::kDword ? kDwordBytes : 1;
@@ -131,7 +217,7 @@ toml::table entryOf(const Value& value) {
     entry.insert("value", numberOf(value.bytes));
     return entry;
   }
-  if (const auto text = textOf(value.bytes)) {
+  if (const auto text = textIn(value.bytes)) {
     entry.insert("bytes", static_cast<std::int64_t>(size));
     entry.insert("value", *text);
     return entry;
@@ -150,9 +236,9 @@ const Value* find(const Group& group, std::string_view name) {
 }
 
 std::optional<Group> readGroup(std::string_view text, std::string_view model) {
-  const toml::parse_result file = toml::parse(text);
+  const auto file = parse(text);
   if (!file) return std::nullopt;
-  const toml::table* table = file[model].as_table();
+  const toml::table* table = (*file)[model].as_table();
   if (table == nullptr) return std::nullopt;
   Group group;
   group.reserve(table->size());
@@ -164,15 +250,16 @@ std::optional<Group> readGroup(std::string_view text, std::string_view model) {
 
 std::optional<std::string> withValues(std::string_view text, std::string_view model,
                                       std::span<const Value> values) {
-  toml::parse_result file = toml::parse(text);
+  auto file = parse(text);
   if (!file) return std::nullopt;
   // What is no table under a model's name is nothing that could have been written here.
-  if (file.table().contains(model) && !file[model].is_table()) return std::nullopt;
-  toml::table& table = *file.table().insert(model, toml::table{}).first->second.as_table();
+  if (file->contains(model) && !(*file)[model].is_table()) return std::nullopt;
+  toml::table& table = *file->insert(model, toml::table{}).first->second.as_table();
   for (const Value& value : values) table.insert_or_assign(value.name, entryOf(value));
-  std::ostringstream written;
-  written << kHeading << '\n' << file.table() << '\n';
-  return std::move(written).str();
+  std::string written = textOf(*file);
+  // A foreign file may hold what cannot be written in this form, such as tables too deep.
+  if (!parse(written)) return std::nullopt;
+  return written;
 }
 
 }  // namespace orvik::settings

@@ -57,7 +57,7 @@ const Value* find(const Group& group, std::string_view name);
 std::optional<Group> readGroup(std::string_view text, std::string_view model);
 
 /// Puts values into the text of a settings file: each replaces that of its name, all others stay.
-/// @return none when the text is no settings file.
+/// @return none when the text is no settings file; the text returned always is one.
 std::optional<std::string> withValues(std::string_view text, std::string_view model,
                                       std::span<const Value> values);
 
