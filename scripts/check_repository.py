@@ -8,12 +8,15 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 MAX_LINES = 500
 CODE = {".c", ".h", ".cpp"}
+# Inputs of the fuzzers: bytes, not text.
+BYTES = "fuzz/corpus/"
 
 
 def listed_files():
     listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
                             cwd=ROOT, check=True, capture_output=True, text=True)
-    return [Path(line) for line in listed.stdout.splitlines() if (ROOT / line).is_file()]
+    return [Path(line) for line in listed.stdout.splitlines()
+            if (ROOT / line).is_file() and not line.startswith(BYTES)]
 
 
 def faults_of(path):
