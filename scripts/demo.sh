@@ -14,6 +14,12 @@ if [ ! -x "$orvikctl" ]; then
   exit 1
 fi
 mkdir -p "$out"
+
+# The pictures do not depend on the user's settings, and the user's settings not on them.
+XDG_CONFIG_HOME=$(mktemp -d)
+export XDG_CONFIG_HOME
+trap 'rm -rf "$XDG_CONFIG_HOME"' EXIT
+
 # A virtual camera is not to change how the user's own comes up.
 XDG_CONFIG_HOME=$(mktemp -d)
 export XDG_CONFIG_HOME
