@@ -8,8 +8,8 @@
 
 namespace orvik::api {
 
-/// Runs `body`; an exception ends here and becomes `onException`. The only place of the library
-/// where exceptions stop.
+/// Runs `body`; an exception ends here and becomes `onException`. Elsewhere exceptions stop only
+/// where a failure must not keep a camera from closing: at the settings, and at an image file.
 template <class Result, class Body>
 Result guarded(Result onException, Body body) noexcept {
   try {

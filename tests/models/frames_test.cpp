@@ -12,8 +12,6 @@
 namespace orvik::test {
 namespace {
 
-constexpr int kSensorWidth = 1304;
-constexpr int kSensorHeight = 976;
 constexpr std::uint64_t kExposureUs = 10000;
 
 /// A number from 1 to 60 for each sensor pixel: what its 8-bit sample is meant to read.
