@@ -88,8 +88,6 @@ struct CameraState {
   std::atomic<float> coolerPower{0};         ///< percent, as last set
   std::atomic<bool> temperatureKept{false};  ///< a thread keeps `temperature` up to date
 
-  /// Whether the camera itself reduces the frame to the output size.
-  [[nodiscard]] bool binsInCamera() const { return hardwareBin || bin == 1; }
   /// The bin factor that is left to the host.
   [[nodiscard]] int softwareBin() const { return hardwareBin ? 1 : bin.load(); }
   /// Rows of a frame on the wire.

@@ -48,7 +48,7 @@ constexpr std::array kFlags = {
     Flag{"AutoGain", &CameraState::gainAuto},       Flag{"AutoFPS", &CameraState::bandwidthAuto},
     Flag{"RawOutput", &CameraState::rawOutput},     Flag{"AutoWB", &CameraState::whiteBalanceAuto},
     Flag{"TimeMark", &CameraState::timeMark},       Flag{"HPC", &CameraState::hotPixelCorrection},
-    Flag{"HardwareBin", &CameraState::hardwareBin}, Flag{"CutDark", &CameraState::usingDark},
+    Flag{"CutDark", &CameraState::usingDark},
 };
 
 // In the order of CameraState::blackLevelOffsets.
