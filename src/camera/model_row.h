@@ -51,6 +51,9 @@ struct ModelRow {
   bool bandwidthAutoSupported;                   ///< can find its bandwidth by itself
   bool hardwareBinAtStart;                       ///< bins in the camera unless told otherwise
   std::span<const Orvik_CONTROL_TYPE> controls;  ///< controls offered, in the order of the list
+  bool highByteFirst = false;                    ///< 16-bit samples come high byte first
+  bool slowAutoControl =
+      false;  ///< automatic control takes rounds of 200 ms, up to 600 ms exposure
 };
 
 }  // namespace orvik
