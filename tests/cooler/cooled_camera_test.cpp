@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "cooler/cooled_bench.h"
-#include "models/t15c.h"
+#include "models/models.h"
 
 namespace orvik::test {
 namespace {

@@ -8,7 +8,7 @@
 #include <future>
 #include <ostream>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/host_decorator.h"
 #include "support/virtual_bench.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {

@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "orvik/orvik.h"
 #include "sim/manual_clock.h"
 #include "support/virtual_bench.h"

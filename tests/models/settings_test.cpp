@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "camera/settings/settings_store.h"
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
