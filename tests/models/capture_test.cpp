@@ -42,7 +42,7 @@ class CaptureTest : public ::testing::Test {
   void open(sim::FrameFilter filter = nullptr, sim::Pace pace = sim::Pace::kReal) {
     sim::CameraOptions options;
     options.sceneKind = sim::SceneKind::kGrey;
-    options.controlObserver = conversation_.observer();
+    options.controlObserver = observerOf(conversation_);
     options.frameFilter = std::move(filter);
     options.pace = pace;
     id_ = bench_.plug(options);

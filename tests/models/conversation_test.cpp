@@ -35,7 +35,7 @@ class ConversationTest : public ::testing::Test {
  protected:
   ConversationTest() {
     sim::CameraOptions options;
-    options.controlObserver = conversation_.observer();
+    options.controlObserver = observerOf(conversation_);
     options.sceneKind = sim::SceneKind::kDark;
     bench_.plug(options);
   }

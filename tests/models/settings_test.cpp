@@ -119,7 +119,7 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
     VirtualBench bench;
     sim::CameraOptions options;
     options.usb3Port = usb3;
-    options.controlObserver = conversation.observer();
+    options.controlObserver = observerOf(conversation);
     bench.plug(options);
     CCameraT15C camera;
     ASSERT_TRUE(camera.OpenCamera(1));
