@@ -28,7 +28,6 @@ std::string controlsOf(const ModelRow& model) {
 }
 
 TEST(CatalogueTest, EveryProductBelongsToOneModelAndEveryModelToOneClass) {
-  ASSERT_EQ(allModels().size(), 25U);
   std::map<std::uint16_t, const ModelRow*> owners;
   std::set<std::wstring> keys;
   for (const ModelRow* model : allModels()) {
