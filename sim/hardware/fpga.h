@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <cstdint>
 
 #include "sim/frame_settings.h"
 #include "sim/hardware/register_file.h"
+#include "sim/sensor_format.h"
 
 namespace orvik::sim {
 
@@ -20,10 +20,9 @@ namespace orvik::sim {
 /// | 4, 5 and 8, 9 | columns and rows delivered |
 /// | 10 | bit 0: samples of 12 instead of 10 bits from the sensor; bit 4: two bytes a sample out |
 /// | 11 | long exposure: 1 opens the shutter, 0 ends the exposure |
-/// | 12 to 15 | gains of the four samples of a mosaic cell, 128 is unity |
-/// | 16 to 18 | frame length in lines |
-/// | 19, 20 | line length in clock cycles |
-/// | 29 to 31 | version, read only |
+/// | 12 to 15 | gains of red, of green in red's row, of green in blue's row, of blue; 128 is unity
+/// | | 16 to 18 | frame length in lines | | 19, 20 | line length in clock cycles | | 29 to 31 |
+/// version, read only |
 ///
 /// Columns, rows and lengths are 0 after power-up: no frame comes before they are written.
 class Fpga {
@@ -43,7 +42,8 @@ class Fpga {
   [[nodiscard]] int rows() const;
   [[nodiscard]] int linkBits() const;
   [[nodiscard]] bool wideOutput() const;
-  [[nodiscard]] std::array<std::uint8_t, 4> cellGains() const;
+  /// Of a colour; `redRow` tells the two greens apart.
+  [[nodiscard]] std::uint8_t colourGain(Filter filter, bool redRow) const;
   [[nodiscard]] int frameLines() const;
   [[nodiscard]] int lineCycles() const;
 

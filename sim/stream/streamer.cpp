@@ -194,7 +194,7 @@ void Streamer::make(Lock& lock, const FrameSettings settings, std::uint64_t numb
   lock.unlock();
   std::span<std::uint8_t> frame =
       repeated ? pictureFromRing(settings, number) : freshPicture(settings, number);
-  stampMarks(frame, static_cast<std::uint16_t>(number));
+  stampMarks(settings.marks, frame, static_cast<std::uint16_t>(number));
   bool goesOut = true;
   if (filter_) {
     // A picture of the ring must survive what the filter does.

@@ -101,7 +101,9 @@ TEST(SimInterface, BadArgumentsAreExplained) {
 }
 
 TEST(SimInterface, ModelsAreListed) {
-  EXPECT_STREQ(OrvikSimModel(0), "T15C");
+  EXPECT_STREQ(OrvikSimModel(0), "T01C");
+  EXPECT_STREQ(OrvikSimModel(36), "T15C");
+  EXPECT_EQ(OrvikSimModel(37), nullptr);
   EXPECT_EQ(OrvikSimModel(-1), nullptr);
   EXPECT_EQ(OrvikSimModel(1000), nullptr);
 }
