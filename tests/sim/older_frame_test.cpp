@@ -75,7 +75,6 @@ TEST(OlderFrame, EverySampleComesFromItsPlaceOnTheSensor) {
 }
 
 TEST(OlderFrame, FollowsExposureGainAndBlackLevel) {
-  // In 12-bit steps, by the upper 8 bits of which eight neighbours of a flat field differ little.
   constexpr int kX = 20;
   constexpr int kY = 10;  // lit to 1750 steps
   for (const char* model : kBoards) {
@@ -94,6 +93,8 @@ TEST(OlderFrame, FollowsExposureGainAndBlackLevel) {
     EXPECT_NEAR(level(), std::min(2 * lit + 20, 255.0), 1);
     bench.set(Setting::kExposureLines, 60000);
     EXPECT_EQ(level(), 255) << "it saturates";
+    bench.set(Setting::kFrameLines, 121);
+    EXPECT_NEAR(level(), 1.2 * lit + 20, 1) << "no exposure is longer than its frame";
   }
 }
 
@@ -246,6 +247,21 @@ TEST(OlderFrame, LongExposureLastsFromShutterOpenToShutterClosed) {
     bench.advance(p.frameTime());
     EXPECT_TRUE(fetch.transfer->wait(5s));
   }
+}
+
+TEST(OlderFrame, AFrameOnItsWayArrivesWholeWhenTheExposureBecomesLong) {
+  sim::CameraOptions options = idealOptions();
+  options.pace = sim::Pace::kReal;
+  options.sceneKind = sim::SceneKind::kGrey;
+  OlderBench bench("T06M", options);
+  const OlderProgram p;
+  bench.start(p);
+  bench.advance(p.frameTime());
+  ASSERT_EQ(bench.fetchFrame(1024).size(), 1024U);
+  bench.set(Setting::kExposureLines, 0);
+  const Bytes rest = bench.fetchFrame(p.frameBytes() - 1024);
+  EXPECT_TRUE(hasTrailer(rest)) << "or the next frame would begin in the middle";
+  EXPECT_TRUE(quiet(bench, p));
 }
 
 TEST(OlderFrame, NeedsStreamingARunningSensorAndItsClock) {
