@@ -117,6 +117,7 @@ void makePictures(benchmark::State& state) {
   settings.rows = kRows;
   settings.amplification = 10;
   settings.wideOutput = state.range(0) != 0;
+  settings.highByteFirst = state.range(0) == 2;
   settings.exposure = std::chrono::milliseconds(10);
   Bytes frame(settings.bytes());
   std::uint64_t number = 0;
@@ -126,7 +127,7 @@ void makePictures(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * kColumns * kRows);
 }
-BENCHMARK(makePictures)->Name("picture/wide")->Arg(0)->Arg(1);
+BENCHMARK(makePictures)->Name("picture/wide")->Arg(0)->Arg(1)->Arg(2);  // 2: high byte first
 
 }  // namespace
 }  // namespace orvik::bench
