@@ -40,8 +40,8 @@ class Camera {
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
 
  private:
-  /// Whether a request needs the sensor to acknowledge its address, which without its clock it
-  /// does not.
+  /// Whether a request is for the sensor while that is without its clock: it does not acknowledge
+  /// its address then.
   [[nodiscard]] bool unheard(std::uint8_t request) const;
   /// Requests that carry data to the bridge. @return false when it refuses.
   bool take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
