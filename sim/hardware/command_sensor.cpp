@@ -49,7 +49,7 @@ std::optional<std::size_t> indexOf(std::uint16_t address) {
 }
 
 std::uint16_t withHigh(std::uint16_t word, std::uint8_t byte) {
-  return static_cast<std::uint16_t>((word & 0xFFU) | byte << 8U);
+  return static_cast<std::uint16_t>((word & 0xFFU) | unsigned{byte} << 8U);
 }
 
 std::uint16_t withLow(std::uint16_t word, std::uint8_t byte) {

@@ -19,7 +19,7 @@ void ShutterLogic::write(std::uint16_t number, std::uint8_t value) {
       lineCycles_ = static_cast<std::uint16_t>((lineCycles_ & 0xFF00U) | value);
       return;
     case kLineHigh:
-      lineCycles_ = static_cast<std::uint16_t>((lineCycles_ & 0xFFU) | value << 8U);
+      lineCycles_ = static_cast<std::uint16_t>((lineCycles_ & 0xFFU) | unsigned{value} << 8U);
       return;
     default:
       return;

@@ -67,7 +67,7 @@ void RowOutput::put(int row, std::span<std::int16_t> samples, std::span<std::uin
     if (highByteFirst_) {
       for (std::int16_t& sample : samples) {
         const auto bits = static_cast<std::uint16_t>(sample);
-        sample = static_cast<std::int16_t>(bits << 8U | bits >> 8U);
+        sample = static_cast<std::int16_t>(unsigned{bits} << 8U | unsigned{bits} >> 8U);
       }
     }
     std::memcpy(bytes.data(), samples.data(), bytes.size());
