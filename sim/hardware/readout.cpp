@@ -32,13 +32,11 @@ int fpgaBin(int sentColumns, int sentRows, int columns, int rows) {
 std::array<std::uint8_t, 4> gainsOfCell(const Fpga& fpga, const SensorFormat& format) {
   std::array<std::uint8_t, 4> gains = {128, 128, 128, 128};
   if (format.mosaic == Mosaic::kMono) return gains;
-  for (int y = 0; y < 2; ++y) {
-    const bool besideRed =
+  for (int n = 0; n < 4; ++n) {
+    const int y = n / 2;
+    const bool redRow =
         format.filterAt(0, y) == Filter::kRed || format.filterAt(1, y) == Filter::kRed;
-    for (int x = 0; x < 2; ++x) {
-      gains.at(static_cast<std::size_t>(2 * y + x)) =
-          fpga.colourGain(format.filterAt(x, y), besideRed);
-    }
+    gains.at(static_cast<std::size_t>(n)) = fpga.colourGain(format.filterAt(n % 2, y), redRow);
   }
   return gains;
 }
