@@ -232,7 +232,8 @@ class CCameraBase {
   // The guide port. All are true whatever becomes of the request; a line beyond 3 is ignored.
   bool pulseGuideOn(GuideD direction);
   bool pulseGuideOff(GuideD direction);
-  /// Keeps the calling thread for the length of the pulse. @param ms milliseconds
+  /// Keeps the calling thread for the length of the pulse, or until somebody switches the line off.
+  /// @param ms milliseconds
   bool pulseGuide(GuideD direction, int ms);
 
   // Firmware, flash and identity, defined in the room for firmware. Not during capture. An image is

@@ -7,7 +7,7 @@
 #include "algorithm/denoise.h"
 #include "camera/camera_base.h"
 #include "camera/saturated.h"
-#include "camera/vendor_flash_port.h"
+#include "camera/spi_flash.h"
 
 namespace orvik {
 namespace {
@@ -70,13 +70,13 @@ int CCameraBase::GettingDark(bool start, std::uint64_t) {
 bool CCameraBase::SaveHPCTable() {
   if (state_->capturing) return false;
   AutoGetHPC();
-  VendorFlashPort flash(link(), clock());
+  SpiFlash flash(link(), clock());
   return hotPixels_.save(flash);
 }
 
 bool CCameraBase::LoadHPCTable() {
   if (state_->capturing) return false;
-  VendorFlashPort flash(link(), clock());
+  SpiFlash flash(link(), clock());
   return hotPixels_.load(flash);
 }
 

@@ -8,11 +8,12 @@
 
 #include "camera/camera_base.h"
 #include "camera/settings/file_system.h"
+#include "camera/spi_flash.h"
 #include "firmware/boot_eeprom.h"
 #include "firmware/bridge_memory.h"
 #include "firmware/camera_id.h"
 #include "firmware/firmware_image.h"
-#include "firmware/spi_flash.h"
+#include "firmware/flash_image.h"
 
 namespace orvik {
 namespace {
@@ -57,19 +58,20 @@ bool CCameraBase::SetProgramEntry(std::uint8_t request, std::uint32_t address) {
 
 FX3_FWDWNLOAD_ERROR_CODE CCameraBase::EraseSectorOfSPIFlash(std::uint32_t sector,
                                                             std::uint8_t request) {
-  return firmware::eraseSector(link(), clock(), sector, request);
+  return SpiFlash(link(), clock(), {.sector = request}).eraseSector(sector) ? FWDWNLOAD_SUCCESS
+                                                                            : FWDWNLOAD_FAILED;
 }
 
 bool CCameraBase::WriteToSPIFlash(const std::uint8_t* buffer, std::uint32_t length,
                                   std::uint32_t address, std::uint8_t request) {
   if (buffer == nullptr && length != 0) return false;
-  return firmware::writeFlash(link(), address, memory(buffer, length), request);
+  return SpiFlash(link(), clock(), {.write = request}).write(address, memory(buffer, length));
 }
 
 bool CCameraBase::ReadFromSPIFlash(std::uint8_t* buffer, std::uint32_t length,
                                    std::uint32_t address, std::uint8_t request) {
   if (buffer == nullptr && length != 0) return false;
-  return firmware::readFlash(link(), address, memory(buffer, length), request);
+  return SpiFlash(link(), clock(), {.read = request}).read(address, memory(buffer, length));
 }
 
 bool CCameraBase::SetTransferCount(std::int32_t bytes) {
@@ -103,7 +105,8 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadFw(const char* path,
     case FWDWNLOAD_I2CE2PROM:
       return DownloadBuftoI2CE2PROM(bytes, size, code(VendorRequest::kI2cMemory));
     case FWDWNLOAD_SPIFLASH: {
-      const firmware::FlashBus bus(link());
+      SpiFlash flash(link(), clock());
+      const FlashSession session(flash);
       return DownloadBuftoSPIFLASH(bytes, size, code(VendorRequest::kFlashSector));
     }
   }
@@ -130,7 +133,9 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadBuftoSPIFLASH(const std::uint8_t* 
                                                             std::uint32_t size,
                                                             std::uint8_t request) {
   if (start == nullptr) return FWDWNLOAD_NO_FILE;
-  return firmware::writeFlashImage(link(), clock(), memory(start, size), request);
+  if (!isOpen()) return FWDWNLOAD_FAILED;
+  SpiFlash flash(link(), clock(), {.sector = request});
+  return firmware::writeFlashImage(flash, memory(start, size));
 }
 
 bool CCameraBase::UpdateFW2RAM(const std::uint8_t* start, std::int32_t size) {
@@ -155,9 +160,13 @@ bool CCameraBase::UpdateFW(const std::uint8_t* start, std::int32_t size) {
 bool CCameraBase::EraseFlash() { return isOpen() && firmware::eraseThroughHelper(link()); }
 
 bool CCameraBase::ReadIDFromSPI(Orvik_ID* id) {
-  return id != nullptr && firmware::readId(link(), *id);
+  SpiFlash flash(link(), clock());
+  return id != nullptr && firmware::readId(flash, *id);
 }
 
-bool CCameraBase::WriteIDToSPI(Orvik_ID id) { return firmware::writeId(link(), clock(), id); }
+bool CCameraBase::WriteIDToSPI(Orvik_ID id) {
+  SpiFlash flash(link(), clock());
+  return firmware::writeId(flash, id);
+}
 
 }  // namespace orvik
