@@ -59,4 +59,12 @@ bool readFlash(FlashPort& port, std::uint32_t address, std::span<std::uint8_t> b
   return true;
 }
 
+bool compareFlashImage(FlashPort& port, std::span<const std::uint8_t> image, bool& same,
+                       const FlashProgress& progress) {
+  std::vector<std::uint8_t> back(image.size());
+  if (!readFlash(port, 0, back, progress)) return false;
+  same = std::ranges::equal(back, image);
+  return true;
+}
+
 }  // namespace orvik::firmware

@@ -33,4 +33,10 @@ FX3_FWDWNLOAD_ERROR_CODE writeFlashImage(FlashPort& port, std::span<const std::u
 bool readFlash(FlashPort& port, std::uint32_t address, std::span<std::uint8_t> bytes,
                const FlashProgress& progress = {});
 
+/// Compares the flash's beginning with an image.
+/// @param[out] same changed on success only
+/// @return whether the flash could be read.
+bool compareFlashImage(FlashPort& port, std::span<const std::uint8_t> image, bool& same,
+                       const FlashProgress& progress = {});
+
 }  // namespace orvik::firmware

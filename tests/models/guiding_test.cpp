@@ -56,7 +56,9 @@ TEST_F(GuidingTest, LinesAreSwitchedOneByOne) {
 
 TEST_F(GuidingTest, APulseLastsAsLongAsItWasToldTo) {
   std::thread guider([this] { EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_1, 1500)); });
-  EXPECT_TRUE(clock_->run(1500ms));
+  EXPECT_TRUE(clock_->run(1499ms));
+  EXPECT_EQ(bench_.host().guideLog(id_).size(), 1U);
+  clock_->sleepFor(1ms);
   guider.join();
   const auto log = bench_.host().guideLog(id_);
   ASSERT_EQ(log.size(), 2U);
