@@ -54,6 +54,7 @@ Camera::Camera(const Model& model, const CameraOptions& options, std::shared_ptr
       usb3Port_(options.usb3Port),
       clock_(std::move(clock)),
       sensor_(model.sensor),
+      flash_(options.flash),
       thermometer_(options.ambient, clock_->now()) {
   if (model.cooled) {
     cooler_.emplace(options.ambient, options.noise ? scramble(options.seed) : 0, clock_->now());

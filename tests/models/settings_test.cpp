@@ -37,9 +37,12 @@ Value text(const std::string& name, const std::string& content, std::size_t size
   return value;
 }
 
-void store(const Group& group) { ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", group)); }
+/// Where the settings of virtual cameras are, apart from those of real ones.
+SettingsStore place() { return SettingsStore::ofUser("virtual").value(); }
 
-std::optional<Group> stored() { return SettingsStore::ofUser().value().load("T15C"); }
+void store(const Group& group) { ASSERT_TRUE(place().save("T15C", group)); }
+
+std::optional<Group> stored() { return place().load("T15C"); }
 
 /// Takes the stored values away, so that the next save shows.
 void forget() {
@@ -67,6 +70,7 @@ const Group kAll = {
 };
 
 TEST(Settings, EveryValueComesBack) {
+  const VirtualBench bench;
   store(kAll);
   CCameraT15C camera;
   const CameraState& state = camera.state();
@@ -84,6 +88,7 @@ TEST(Settings, EveryValueComesBack) {
 }
 
 TEST(Settings, ValuesComeWithinTheModelsLimits) {
+  const VirtualBench bench;
   CCameraT15C untouched;
   store({dword("Exposure", 2'000'000), dword("Gain", 1'000'000'000), dword("Gamma", 0),
          dword("Brightness", 0x80000000), dword("Fclk", 0), dword("FPSPercentageUSB2", 5),
