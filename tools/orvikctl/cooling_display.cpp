@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <iostream>
+#include <span>
 
 namespace orvik::ctl {
 namespace {
@@ -21,7 +22,7 @@ struct Range {
 };
 
 /** The temperatures to be drawn, a degree apart at least. */
-Range rangeOf(const std::deque<CoolingSample>& samples) {
+Range rangeOf(std::span<const CoolingSample> samples) {
   Range range{samples.front().temperature, samples.front().temperature};
   for (const CoolingSample& sample : samples) {
     range.low = std::min({range.low, sample.temperature, double(sample.target)});
@@ -44,7 +45,9 @@ std::string coolingText(const CoolingSample& sample) {
 std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, int columns,
                                      int rows) {
   if (samples.empty()) return {};
-  const Range range = rangeOf(samples);
+  const auto count = std::min(std::ssize(samples), static_cast<std::ptrdiff_t>(columns));
+  const std::vector<CoolingSample> shown(samples.end() - count, samples.end());
+  const Range range = rangeOf(shown);
   const double step = rows > 1 ? (range.high - range.low) / (rows - 1) : 1;
   std::vector<std::string> lines;
   for (int row = 0; row < rows; ++row) {
@@ -57,12 +60,11 @@ std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, i
     const auto row = static_cast<size_t>(std::lround((range.high - value) / step));
     if (row < lines.size()) lines[row][labelWidth + column] = mark;
   };
-  const size_t shown = std::min(samples.size(), static_cast<size_t>(columns));
-  for (size_t n = 0; n < shown; ++n) {
-    const CoolingSample& sample = samples[samples.size() - shown + n];
-    const size_t column = static_cast<size_t>(columns) - shown + n;
+  size_t column = static_cast<size_t>(columns) - shown.size();
+  for (const CoolingSample& sample : shown) {
     put(column, sample.target, '-');
     put(column, sample.temperature, '*');
+    ++column;
   }
   return lines;
 }
