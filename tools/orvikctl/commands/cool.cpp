@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <iostream>
@@ -20,7 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kTick = std::chrono::milliseconds(1000);
+constexpr double kTickSeconds = 1;
 constexpr auto kInterruptPause = std::chrono::milliseconds(50);
 constexpr double kNear = 1;  // degrees: as close as the regulation holds a temperature
 
@@ -68,7 +69,7 @@ class Cooling {
       const double gone = std::chrono::duration<double>(Clock::now() - begun).count();
       follow(ramp.targetAt(gone));
       if (seconds && gone >= *seconds) return true;
-      if (!pause(seconds ? *seconds - gone : kTick.count())) return false;
+      if (!pause(seconds ? *seconds - gone : kTickSeconds)) return false;
     }
   }
 
@@ -101,9 +102,8 @@ class Cooling {
 
   /** Until the next reading is due, or for `most` seconds. False when the user interrupted. */
   static bool pause(double most) {
-    const auto end =
-        Clock::now() + std::min<Clock::duration>(kTick, std::chrono::duration_cast<Clock::duration>(
-                                                            std::chrono::duration<double>(most)));
+    const std::chrono::duration<double> length(std::min(most, kTickSeconds));
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(length);
     while (Clock::now() < end) {
       if (interrupted()) return false;
       std::this_thread::sleep_for(std::min<Clock::duration>(kInterruptPause, end - Clock::now()));
