@@ -38,6 +38,7 @@ CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClas
                          std::shared_ptr<const FrameProtocol> protocol)
     : model_(model),
       clock_(currentClock()),
+      settingsFolder_(currentHost()->settingsFolder()),
       state_(initialState(model)),
       link_(std::make_shared<VendorLink>(std::make_unique<CUsbDevice>(deviceClass))),
       guideLines_(*link_),
