@@ -6,9 +6,11 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "seam/usb_host.h"
+#include "sim/hardware/flash_file.h"
 #include "sim/sky/scene.h"
 
 namespace orvik::sim {
@@ -42,9 +44,11 @@ struct CameraOptions {
   SceneKind sceneKind = SceneKind::kStars;
   std::shared_ptr<const Scene> scene;  ///< takes the place of `sceneKind` when given
   Pace pace = Pace::kReal;
-  double light = 1;     ///< factor on the scene's brightness
-  double ambient = 20;  ///< degrees Celsius
-  bool noise = true;    ///< false: a sensor without noise, dark current and hot pixels
+  double light = 1;                  ///< factor on the scene's brightness
+  double ambient = 20;               ///< degrees Celsius
+  std::string flashPath;             ///< file that keeps the flash; "" for none
+  std::shared_ptr<FlashFile> flash;  ///< that file, once it is open
+  bool noise = true;                 ///< false: a sensor without noise, dark current and hot pixels
   ControlObserver controlObserver;
   FrameFilter frameFilter;
 };

@@ -58,6 +58,11 @@ bool readSeed(std::string_view text, std::uint64_t& seed) {
   return read.has_value();
 }
 
+bool readPath(std::string_view text, std::string& path) {
+  path = text;
+  return !text.empty();
+}
+
 bool readReal(std::string_view text, double low, double high, double& value) {
   const auto read = number<double>(text);
   // Written so that a value that is not a number is refused as well.
@@ -84,6 +89,8 @@ constexpr std::array kKeys = {
         [](std::string_view v, CameraOptions& o) { return readWord(v, kScenes, o.sceneKind); }},
     Key{"pace", "real or free",
         [](std::string_view v, CameraOptions& o) { return readWord(v, kPaces, o.pace); }},
+    Key{"flash", "the name of a file",
+        [](std::string_view v, CameraOptions& o) { return readPath(v, o.flashPath); }},
     Key{"light", "a number from 0.001 to 1000",
         [](std::string_view v, CameraOptions& o) { return readReal(v, 0.001, 1000, o.light); }},
     Key{"ambient", "a number from -40 to 60",

@@ -7,6 +7,9 @@
  * real one: enumerate, open, capture. From the first plug on the process sees virtual cameras
  * instead of the USB bus; unplugging the last one with OrvikSimUnplugAll() brings the bus back.
  *
+ * The settings of virtual cameras are kept apart from those of real ones, in
+ * `orvik/virtual/settings.toml` in the user's folder for configurations.
+ *
  * Valid C99 and C++. Every function may be called from any thread, also while a camera captures:
  * that is how an unplug in mid-frame is tried out.
  */
@@ -57,6 +60,9 @@ typedef struct Orvik_SIM_CAMERA {
  *     host asks (real). A free-running camera repeats a few pictures made beforehand.
  *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
  *   - `ambient=C` temperature around the camera, degrees Celsius, -40 to 60 (20)
+ *   - `flash=FILE` keeps the camera's flash (identity, hot pixels, firmware) in a file of 1 MiB,
+ *     which is made where there is none; a name without commas. Without it the flash is erased
+ *     each time the camera is plugged.
  * @return the camera's id, above 0; or -1, and OrvikSimLastError() tells why.
  */
 ORVIK_API int OrvikSimPlug(const char* model, const char* options);

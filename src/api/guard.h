@@ -31,4 +31,10 @@ Orvik_ERROR_CODE withCamera(int index, Orvik_ERROR_CODE onException, Body body) 
   });
 }
 
+/// The code for work that capture forbids, while it runs; else Orvik_OK.
+inline Orvik_ERROR_CODE captureCode(const CameraState& state) {
+  if (!state.capturing) return Orvik_OK;
+  return state.snapshot ? Orvik_ERROR_EXPOSING : Orvik_ERROR_VIDEO_RUNNING;
+}
+
 }  // namespace orvik::api

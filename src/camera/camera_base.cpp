@@ -53,6 +53,7 @@ CCameraBase::CCameraBase(const ModelRow& model, std::shared_ptr<const FrameProto
     : model_(model),
       name_(model.name),
       clock_(currentClock()),
+      settingsFolder_(currentHost()->settingsFolder()),
       state_(initialState(model)),
       link_(std::make_shared<VendorLink>(newDevice(model))),
       guideLines_(*link_),

@@ -21,6 +21,7 @@
 #include "camera/guide_lines.h"
 #include "camera/hot_pixels.h"
 #include "camera/model_row.h"
+#include "camera/spi_flash.h"
 #include "camera/vendor_link.h"
 #include "orvik/orvik.h"
 
@@ -236,7 +237,8 @@ class CCameraBase {
   // The guide port. All are true whatever becomes of the request; a line beyond 3 is ignored.
   bool pulseGuideOn(GuideD direction);
   bool pulseGuideOff(GuideD direction);
-  /// Keeps the calling thread for the length of the pulse. @param ms milliseconds
+  /// Keeps the calling thread for the length of the pulse, or until somebody switches the line off.
+  /// @param ms milliseconds
   bool pulseGuide(GuideD direction, int ms);
 
   // Firmware, flash and identity, defined in the room for firmware. Not during capture. An image is
@@ -291,6 +293,12 @@ class CCameraBase {
   // What the flat interface needs to know
   /// The camera as a cooled one. @return null when it has no cooler.
   virtual CCameraCool* cooler() { return nullptr; }
+  [[nodiscard]] const DarkFrame& dark() const { return dark_; }
+  [[nodiscard]] const HotPixels& hotPixels() const { return hotPixels_; }
+  [[nodiscard]] GuideLines& guideLines() { return guideLines_; }
+  [[nodiscard]] seam::Clock& clock() const { return *clock_; }
+  /// The way to the flash, for as long as the camera lives.
+  [[nodiscard]] SpiFlash flash(FlashRequests requests = {}) { return {link(), clock(), requests}; }
   [[nodiscard]] CameraState& state() { return *state_; }
   [[nodiscard]] const CameraState& state() const { return *state_; }
   [[nodiscard]] const ModelRow& model() const { return model_; }
@@ -317,7 +325,6 @@ class CCameraBase {
   [[nodiscard]] bool isOpen() const { return link_->isOpen(); }
   /// Held by a setter while it writes what belongs together.
   [[nodiscard]] auto lockSettings() { return gate_->lock(); }
-  [[nodiscard]] seam::Clock& clock() const { return *clock_; }
 
   // For a worker of a derived class, which owns what it touches
   [[nodiscard]] const std::shared_ptr<CameraState>& sharedState() const { return state_; }
@@ -343,6 +350,7 @@ class CCameraBase {
   std::atomic<const char*> name_;  ///< the opened product's, before that the model's
   int ordinal_ = 0;                ///< of the last opening
   const std::shared_ptr<seam::Clock> clock_;
+  const std::string settingsFolder_;  ///< of the host that the camera came from
   const std::shared_ptr<CameraState> state_;
   const std::shared_ptr<VendorLink> link_;
   GuideLines guideLines_;

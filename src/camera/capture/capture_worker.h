@@ -8,10 +8,10 @@
 #include "camera/camera_state.h"
 #include "camera/capture/bulk_stream.h"
 #include "camera/capture/camera_gate.h"
-#include "camera/capture/capture_control.h"
 #include "camera/capture/capture_laws.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
+#include "camera/stop_switch.h"
 #include "camera/vendor_link.h"
 
 namespace orvik {
@@ -24,7 +24,7 @@ struct CaptureParts {
   std::shared_ptr<FrameQueue> queue;
   std::shared_ptr<CameraGate> gate;
   std::shared_ptr<const FrameProtocol> protocol;
-  std::shared_ptr<CaptureControl> control;
+  std::shared_ptr<StopSwitch> control;
   std::shared_ptr<FramePair> frames;
 };
 
@@ -57,7 +57,7 @@ class CaptureWorker {
   VendorLink& link_;
   CameraState& state_;
   const FrameProtocol& protocol_;
-  CaptureControl& control_;
+  StopSwitch& control_;
 
   bool snapshot_;
   bool longExposure_ = false;  ///< the mode that the camera runs in
