@@ -2,20 +2,34 @@
 #include "camera/camera_base.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <span>
 #include <utility>
 
+#include "camera/control_table.h"
 #include "camera/current_clock.h"
+#include "seam/identity.h"
 #include "usb/current_host.h"
 
 namespace orvik {
 namespace {
 
+using namespace std::chrono_literals;
+
+constexpr auto kReconnectPause = 50ms;
+constexpr auto kSecondTryPause = 1000ms;
+
 /// Bytes of the largest frame: every pixel in 16 bits.
 std::size_t largestFrame(const ModelRow& model) {
   return std::size_t{2} * static_cast<std::size_t>(model.maxWidth) *
          static_cast<std::size_t>(model.maxHeight);
+}
+
+/// A device object for the class that the model's devices belong to.
+std::unique_ptr<CUsbDevice> newDevice(const ModelRow& model) {
+  const int deviceClass = identity::classOfProduct(model.products.front().id);
+  return std::make_unique<CUsbDevice>(identity::classGuid(deviceClass));
 }
 
 std::shared_ptr<CameraState> initialState(const ModelRow& model) {
@@ -29,18 +43,19 @@ std::shared_ptr<CameraState> initialState(const ModelRow& model) {
   state->whiteBalanceRed = model.whiteBalanceRedDefault;
   state->whiteBalanceBlue = model.whiteBalanceBlueDefault;
   state->hardwareBin = model.hardwareBinAtStart;
+  state->autoMaxGain = controlRange(model, Orvik_CTL_AUTO_EXP_MAX_GAIN).defaultValue;
   return state;
 }
 
 }  // namespace
 
-CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClass,
-                         std::shared_ptr<const FrameProtocol> protocol)
+CCameraBase::CCameraBase(const ModelRow& model, std::shared_ptr<const FrameProtocol> protocol)
     : model_(model),
+      name_(model.name),
       clock_(currentClock()),
       settingsFolder_(currentHost()->settingsFolder()),
       state_(initialState(model)),
-      link_(std::make_shared<VendorLink>(std::make_unique<CUsbDevice>(deviceClass))),
+      link_(std::make_shared<VendorLink>(newDevice(model))),
       guideLines_(*link_),
       gate_(std::make_shared<CameraGate>(*this)),
       protocol_(std::move(protocol)),
@@ -61,22 +76,37 @@ CCameraBase::~CCameraBase() { endCapture(); }
 bool CCameraBase::openDevice(int ordinal) {
   if (isOpen()) return true;
   if (abandonedWorker_) return false;
+  ordinal_ = ordinal;
   CUsbDevice& device = link().device();
   const int count = device.deviceCount();
   int found = 0;
   for (int n = 0; n < count; ++n) {
     device.Open(static_cast<std::uint8_t>(n));
-    const bool ours = device.vendorId() == identity::kVendorId &&
-                      std::ranges::count(model_.productIds, device.productId()) != 0;
-    if (!ours || ++found != ordinal) continue;
+    if (device.vendorId() != identity::kVendorId) continue;
+    const Product* product = model_.findProduct(device.productId());
+    if (product == nullptr || ++found != ordinal) continue;
     // A device that another program holds stays with it.
     if (!device.claim()) break;
+    if (product->name != nullptr) name_ = product->name;
     link().allowRequests();
     guideLines_.allow();
     return true;
   }
   device.Close();
   return false;
+}
+
+bool CCameraBase::ReConnectCamera() {
+  const auto lock = lockSettings();
+  if (ordinal_ == 0 || state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) {
+    return false;
+  }
+  guideLines_.letGo();
+  link().replaceDevice(newDevice(model_));
+  clock_->sleepFor(kReconnectPause);
+  if (openDevice(ordinal_)) return true;
+  clock_->sleepFor(kSecondTryPause);
+  return openDevice(ordinal_);
 }
 
 bool CCameraBase::closeDevice() {
@@ -238,9 +268,10 @@ void CCameraBase::GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightn
 }
 
 void CCameraBase::GetCameraProperty(Orvik_CAMERA_INFO* info) const {
-  const std::size_t nameLength = std::min(std::strlen(model_.name), sizeof info->name - 1);
+  const char* name = name_;
+  const std::size_t nameLength = std::min(std::strlen(name), sizeof info->name - 1);
   std::memset(info->name, 0, sizeof info->name);
-  std::memcpy(info->name, model_.name, nameLength);
+  std::memcpy(info->name, name, nameLength);
   info->maxHeight = model_.maxHeight;
   info->maxWidth = model_.maxWidth;
   info->colour = model_.colour ? Orvik_TRUE : Orvik_FALSE;

@@ -226,6 +226,10 @@ class CCameraBase {
   bool IsUSB3Host();
   bool ResetEndPoint(std::uint8_t endpoint);
   bool ResetDevice();
+  /// Finds the device again where it was unplugged and plugged, or fell silent: lets go of the
+  /// device object, and opens the same camera of this model through a new one 50 ms later, or at a
+  /// second try one second after that. The sensor wants InitCamera() then. Not during capture.
+  bool ReConnectCamera();
 
   /// Demosaics a frame of this camera, as its pattern reads after the flips that are set.
   /// @param raw width * height bytes; @param rgb receives 3 * width * height bytes
@@ -301,10 +305,8 @@ class CCameraBase {
 
  protected:
   /// @param model must outlive the camera
-  /// @param deviceClass device-interface class that the model's devices belong to
-  /// @param protocol how the model streams; must outlive the camera and its workers
-  CCameraBase(const ModelRow& model, const identity::Guid& deviceClass,
-              std::shared_ptr<const FrameProtocol> protocol);
+  /// @param protocol how the model streams
+  CCameraBase(const ModelRow& model, std::shared_ptr<const FrameProtocol> protocol);
 
   // The common part of the operations above
   bool openDevice(int ordinal);
@@ -345,6 +347,8 @@ class CCameraBase {
   void noteCorrections();
 
   const ModelRow& model_;
+  std::atomic<const char*> name_;  ///< the opened product's, before that the model's
+  int ordinal_ = 0;                ///< of the last opening
   const std::shared_ptr<seam::Clock> clock_;
   const std::string settingsFolder_;  ///< of the host that the camera came from
   const std::shared_ptr<CameraState> state_;

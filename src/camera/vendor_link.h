@@ -56,6 +56,9 @@ class VendorLink {
   [[nodiscard]] CUsbDevice& device() { return *device_; }
 
   [[nodiscard]] bool isOpen() const { return open_; }
+  /// Refuses requests, closes the device and lets go of it; `next` takes its place. Not during
+  /// capture.
+  void replaceDevice(std::unique_ptr<CUsbDevice> next);
   /// Lets requests through, once the device is open and claimed.
   void allowRequests() { open_ = true; }
   /// Lets no request through any more, and leaves the device as it is.

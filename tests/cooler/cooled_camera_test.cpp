@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "cooler/cooled_bench.h"
-#include "models/t15c.h"
+#include "models/models.h"
 
 namespace orvik::test {
 namespace {
@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 struct Listened {
   explicit Listened(CooledBench& bench) {
     sim::CameraOptions options;
-    options.controlObserver = conversation.observer();
+    options.controlObserver = observerOf(conversation);
     bench.plug(options);
   }
   /// The values sent to the cooler's drive since the last call.

@@ -6,7 +6,7 @@
 
 #include <thread>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "orvik/orvik.h"
 #include "support/stepped_clock.h"
 #include "support/virtual_bench.h"

@@ -4,8 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "camera/settings/settings_store.h"
-#include "models/t13c_c.h"
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -125,7 +124,7 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
     VirtualBench bench;
     sim::CameraOptions options;
     options.usb3Port = usb3;
-    options.controlObserver = conversation.observer();
+    options.controlObserver = observerOf(conversation);
     bench.plug(options);
     CCameraT15C camera;
     ASSERT_TRUE(camera.OpenCamera(1));

@@ -103,7 +103,10 @@ void CaptureWorker::exposeLong() {
 
 std::chrono::milliseconds CaptureWorker::waitPerRead() const {
   const double frameTime = frameTimeUs(state_.rowsDelivered(), state_.lineLength, state_.clockKhz);
-  return std::chrono::milliseconds(transferWaitMs(state_.exposureUs, frameTime));
+  const std::size_t transferBytes = protocol_.transferBytes();
+  const std::size_t readsPerFrame = (frameBytes_ + transferBytes - 1) / transferBytes;
+  return std::chrono::milliseconds(
+      transferWaitMs(state_.exposureUs, frameTime, protocol_.patience(readsPerFrame)));
 }
 
 std::span<std::uint8_t> CaptureWorker::currentFrame() const {

@@ -3,10 +3,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "camera/camera_base.h"
 
 namespace orvik {
+
+/// The rows of all models, in the order of their codes.
+std::span<const ModelRow* const> allModels();
 
 /// The row of the model that a product belongs to. @return null when there is none.
 const ModelRow* modelOfProduct(std::uint16_t productId);
