@@ -193,6 +193,18 @@ int nextValue(int value, int mean, int green) {
 
 }  // namespace
 
+void storeBlock(const BlockColours& block, const std::array<int*, 3>& deviations,
+                const std::array<int*, 3>& means) {
+  const auto store = [&](Colour colour, int deviation, int mean) {
+    // For who passes 0 the n samples are counted instead, as n / (n + 1): that is 0 again.
+    if (*deviations[colour] != 0) *deviations[colour] = deviation;
+    *means[colour] = mean;
+  };
+  store(kRed, block.deviation.red, block.mean.red);
+  store(kGreen, block.deviation.green, block.mean.green);
+  store(kBlue, block.deviation.blue, block.mean.blue);
+}
+
 BlockColours mosaicBlock(const RawFrame& frame, BayerPattern pattern, const FrameBlock& block,
                          int hostBin) {
   return measureBlock(Mosaic(frame, pattern), block, hostBin);

@@ -43,6 +43,12 @@ struct BlockColours {
   ColourValues deviation;
 };
 
+/// Puts the statistics of a block where the cameras' class interface wants them.
+/// @param deviations, means of red, green and blue; a deviation that holds 0 is not asked for, and
+///   left
+void storeBlock(const BlockColours& block, const std::array<int*, 3>& deviations,
+                const std::array<int*, 3>& means);
+
 /// @param frame 8-bit mosaic whose top left cell reads as `pattern` says, one of the four
 /// @param hostBin bin factor that is left to the host, which adds samples up
 [[nodiscard]] BlockColours mosaicBlock(const RawFrame& frame, BayerPattern pattern,

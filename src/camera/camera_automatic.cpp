@@ -94,14 +94,8 @@ void CCameraBase::Get_variance_ave_RAW(const std::uint8_t* frame, int blockColum
   const RawFrame raw{.samples = frame, .columns = rowLength, .rows = frameHeight};
   const FrameBlock block{
       .column = blockColumn, .row = blockRow, .width = blockWidth, .height = blockHeight};
-  const BlockColours found = mosaicBlock(raw, model_.bayer, block, state_->softwareBin());
-  *redMean = found.mean.red;
-  *greenMean = found.mean.green;
-  *blueMean = found.mean.blue;
-  // Who passes 0 wants the n samples counted instead, as n / (n + 1): that is 0 again.
-  if (*redDeviation != 0) *redDeviation = found.deviation.red;
-  if (*greenDeviation != 0) *greenDeviation = found.deviation.green;
-  if (*blueDeviation != 0) *blueDeviation = found.deviation.blue;
+  storeBlock(mosaicBlock(raw, model_.bayer, block, state_->softwareBin()),
+             {redDeviation, greenDeviation, blueDeviation}, {redMean, greenMean, blueMean});
 }
 
 FrameMeasurement CCameraBase::measure(std::span<const std::uint8_t> frame, Wanted wanted) {

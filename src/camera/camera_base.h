@@ -352,6 +352,8 @@ class CCameraBase {
   /// The colour of an 8-bit frame as an image of it will show it. Only a camera that balances its
   /// colours on the host has to look beyond the raw frame.
   virtual std::optional<ColourValues> measureColour(const RawFrame& frame);
+  /// Takes a step of white balance, from a colour that was measured with the present one.
+  void followColour(const ColourValues& colour);
   /// At the end of InitCamera().
   virtual void onInitialised() {}
   /// Before the device is let go of, by CloseCamera() or at the camera's end; capture has stopped.
@@ -361,7 +363,6 @@ class CCameraBase {
   Orvik_ERROR_CODE setFlip(std::int32_t value);
   [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame) const;
   void followBrightness(int brightness);
-  void followColour(const ColourValues& colour);
   [[nodiscard]] bool hasCapturePlaces() const;
   void endLink();
   [[nodiscard]] FrameRegion currentRegion() const;
