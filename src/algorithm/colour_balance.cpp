@@ -15,25 +15,42 @@ constexpr int kBrightest = 255;
 
 enum Colour : size_t { kRed, kGreen, kBlue, kColours };
 
-/// The colours of a mosaic's cell, row by row.
-constexpr std::array<Colour, 4> cellOf(BayerPattern pattern) {
+/// Where the colours are in a mosaic's cell; places are counted row by row.
+struct CellPlaces {
+  size_t red;
+  size_t blue;
+  std::array<size_t, 2> green;
+
+  [[nodiscard]] Colour colourAt(size_t place) const {
+    if (place == red) return kRed;
+    return place == blue ? kBlue : kGreen;
+  }
+};
+
+constexpr CellPlaces placesOf(BayerPattern pattern) {
   switch (pattern) {
     case BAYER_RG:
-      return {kRed, kGreen, kGreen, kBlue};
+      return {.red = 0, .blue = 3, .green = {1, 2}};
     case BAYER_BG:
-      return {kBlue, kGreen, kGreen, kRed};
+      return {.red = 3, .blue = 0, .green = {1, 2}};
     case BAYER_GR:
-      return {kGreen, kRed, kBlue, kGreen};
+      return {.red = 1, .blue = 2, .green = {0, 3}};
     case BAYER_GB:
       break;
   }
-  return {kGreen, kBlue, kRed, kGreen};
+  return {.red = 2, .blue = 1, .green = {0, 3}};
 }
 
 /// The samples of one block, by colour.
 class Samples {
  public:
   void add(Colour colour, uint8_t value) { values_[colour][count_[colour]++] = value; }
+  void add(Colour colour, uint8_t one, uint8_t other) {
+    uint8_t* const place = values_[colour].data() + count_[colour];
+    place[0] = one;
+    place[1] = other;
+    count_[colour] += 2;
+  }
 
   [[nodiscard]] int mean(Colour colour) const {
     int sum = 0;
@@ -68,25 +85,33 @@ std::array<int, kPoints> pointsOf(int size) {
 
 class Mosaic {
  public:
-  Mosaic(const RawFrame& frame, BayerPattern pattern) : frame_(frame), cell_(cellOf(pattern)) {}
+  Mosaic(const RawFrame& frame, BayerPattern pattern) : frame_(frame), places_(placesOf(pattern)) {}
 
   [[nodiscard]] int columns() const { return frame_.columns; }
   [[nodiscard]] int rows() const { return frame_.rows; }
 
   void addPoint(int x, int y, Samples& samples) const {
-    const int right = std::min(x + 2, frame_.columns);
-    const int bottom = std::min(y + 2, frame_.rows);
-    for (int row = y; row < bottom; ++row) {
-      for (int column = x; column < right; ++column) {
-        const auto place = static_cast<size_t>(2 * (row & 1) + (column & 1));
-        samples.add(cell_[place], frame_.samples[frame_.indexOf(column, row)]);
-      }
+    // From an odd column or row on, each place has changed sides.
+    const auto shift = static_cast<size_t>(2 * (y & 1) + (x & 1));
+    const uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
+    const bool hasRight = x + 1 < frame_.columns;
+    const bool hasLower = y + 1 < frame_.rows;
+    if (hasRight && hasLower) {
+      const uint8_t* const lower = upper + frame_.columns;
+      const std::array<uint8_t, 4> cell = {upper[0], upper[1], lower[0], lower[1]};
+      samples.add(kRed, cell[places_.red ^ shift]);
+      samples.add(kBlue, cell[places_.blue ^ shift]);
+      samples.add(kGreen, cell[places_.green[0] ^ shift], cell[places_.green[1] ^ shift]);
+      return;
     }
+    samples.add(places_.colourAt(shift), upper[0]);
+    if (hasRight) samples.add(places_.colourAt(1 ^ shift), upper[1]);
+    if (hasLower) samples.add(places_.colourAt(2 ^ shift), upper[frame_.columns]);
   }
 
  private:
   const RawFrame& frame_;
-  std::array<Colour, 4> cell_;
+  CellPlaces places_;
 };
 
 class Image {
