@@ -104,7 +104,7 @@ FrameMeasurement CCameraBase::measure(std::span<const std::uint8_t> frame, Wante
                             .exposureUs = state_->exposureUs,
                             .gain = state_->gain,
                             .balance = balanceOf(*state_)};
-  if (frame.size() < state_->frameBytes()) return measured;
+  if (frame.size() != state_->frameBytes()) return measured;
   const RawFrame raw = rawFrame(frame.data());
   if (wanted.brightness) measured.brightness = measureBrightness(raw, state_->softwareBin());
   if (wanted.colour && model_.colour && !raw.is16Bits) measured.colour = measureColour(raw);

@@ -161,7 +161,7 @@ class CCameraBase {
                             int* redDeviation, int* greenDeviation, int* blueDeviation,
                             int* redMean, int* greenMean, int* blueMean) const;
   /// For AutoControl, with the settings held: what a good frame shows, as far as it is wanted.
-  /// Empty where the frame is too small or has another format.
+  /// Empty where the frame has another size than the present format's.
   FrameMeasurement measure(std::span<const std::uint8_t> frame, Wanted wanted);
   /// For AutoControl, with the settings held: takes the steps that are still on automatic, unless
   /// what was measured has been changed since.

@@ -2,10 +2,11 @@
 // When automatic control works, when it does not, and how it gets on with the user.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 
 #include "models/automatic_bench.h"
+#include "models/sensor_1304.h"
+#include "models/t15c.h"
 
 namespace orvik::test {
 namespace {
@@ -87,6 +88,55 @@ TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {
   // The thread still sleeps: it is the worker that follows its own frames, beyond the second from
   // which it times them by the clock that stands still here.
   EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 1'000'000; }));
+}
+
+TEST(Automatic, SoDoShortExposuresOfSlowFrames) {
+  sim::CameraOptions options;
+  options.usb3Port = false;
+  AutomaticBench bench("T15C", options);
+  bench.setFormat(1304, 976, 1, IMAGE_RAW16);
+  bench.camera().SetFPSPerc(40, false);
+  bench.camera().SetExp(1000, true);
+  bench.start();
+  EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 5000; }));
+}
+
+/// A camera whose automatic control takes its time.
+class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
+ public:
+  UnhurriedCamera() : MarkedFrameCamera(row(), kMarked1304, shared(), 9) {}
+
+ private:
+  static const ModelRow& row() {
+    static const ModelRow slow = [] {
+      ModelRow copy = CCameraT15C::kRow;
+      copy.slowAutoControl = true;
+      return copy;
+    }();
+    return slow;
+  }
+  static MarkedModelShared& shared() {
+    static MarkedModelShared values;
+    return values;
+  }
+};
+
+TEST(Automatic, AModelCanTakeItsTime) {
+  AutomaticBench bench("T15C", dim(0.3),
+                       [] { return std::unique_ptr<CCameraBase>(new UnhurriedCamera); });
+  bench.camera().SetExp(200'000, true);
+  bench.camera().SetGain(0, false);
+  bench.camera().SetRGBBalance(20, 20, true);
+  bench.start();
+  EXPECT_EQ(bench.now().exposureUs, 200'000U);
+  ASSERT_TRUE(bench.pass(200ms));
+  const auto first = bench.now().exposureUs.load();
+  EXPECT_GT(first, 200'000U) << "still the thread's";
+  EXPECT_GT(bench.now().whiteBalanceRed, 20) << "every round has its balance";
+  ASSERT_TRUE(bench.pass(199ms));
+  EXPECT_EQ(bench.now().exposureUs, first);
+  ASSERT_TRUE(bench.pass(1ms));
+  EXPECT_GT(bench.now().exposureUs, first);
 }
 
 TEST(Automatic, TheThreadHandsOverToTheWorker) {
