@@ -122,7 +122,7 @@ class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
 };
 
 TEST(Automatic, AModelCanTakeItsTime) {
-  AutomaticBench bench("T15C", dim(0.3),
+  AutomaticBench bench("T15C", dim(0.2),
                        [] { return std::unique_ptr<CCameraBase>(new UnhurriedCamera); });
   bench.camera().SetExp(200'000, true);
   bench.camera().SetGain(0, false);
