@@ -92,7 +92,7 @@ class Mosaic {
 
   void addPoint(int x, int y, Samples& samples) const {
     // From an odd column or row on, each place has changed sides.
-    const auto shift = static_cast<size_t>(2 * (y & 1) + (x & 1));
+    const size_t shift = ((y & 1) != 0 ? 2U : 0U) + ((x & 1) != 0 ? 1U : 0U);
     const uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
     const bool hasRight = x + 1 < frame_.columns;
     const bool hasLower = y + 1 < frame_.rows;

@@ -95,7 +95,7 @@ class Step {
   }
 
   [[nodiscard]] uint64_t shorterExposure() const {
-    const int64_t now = static_cast<int64_t>(dials_.exposureUs());
+    const auto now = static_cast<int64_t>(dials_.exposureUs());
     // A goal below any brightness can ask for less than nothing.
     return static_cast<uint64_t>(std::max<int64_t>(0, now - change(excess_, 400)));
   }
