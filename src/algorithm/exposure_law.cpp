@@ -95,13 +95,14 @@ class Step {
   }
 
   [[nodiscard]] uint64_t shorterExposure() const {
-    const auto now = static_cast<int64_t>(dials_.exposureUs());
+    const uint64_t shorter = dials_.exposureUs() - static_cast<uint64_t>(change(excess_, 400));
     // A goal below any brightness can ask for less than nothing.
-    return static_cast<uint64_t>(std::max<int64_t>(0, now - change(excess_, 400)));
+    return static_cast<int64_t>(shorter) < 0 ? 0 : shorter;
   }
 
   [[nodiscard]] uint64_t longerExposure() const {
-    // Within 32 bits, as the limit has always been: it holds up to 4294 s, more than any camera's.
+    // Within 32 bits, which hold 4294 s, more than any camera's longest; beyond that it wraps
+    // around.
     const uint32_t limitUs = static_cast<uint32_t>(goal_.maxExposureSeconds) * 1'000'000U;
     const uint64_t longer = dials_.exposureUs() + static_cast<uint64_t>(change(-excess_, 200));
     return std::min<uint64_t>(longer, limitUs);

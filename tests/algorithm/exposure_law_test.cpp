@@ -160,8 +160,9 @@ TEST(ExposureLaw, AnyNumberIsHarmless) {
                                     std::numeric_limits<int>::max()};
   for (const int brightness : numbers) {
     for (const int limit : numbers) {
-      for (const uint64_t exposure : {uint64_t{0}, uint64_t{32}, uint64_t{2'000'000'000},
-                                      std::numeric_limits<uint64_t>::max()}) {
+      for (const uint64_t exposure :
+           {uint64_t{0}, uint64_t{32}, uint64_t{2'000'000'000}, (uint64_t{1} << 63) - 1,
+            std::numeric_limits<uint64_t>::max()}) {
         for (const bool exposureAuto : {kOn, kOff}) {
           ExposureGoal strange = goal(exposureAuto, kOn);
           strange.brightness = brightness;
