@@ -329,6 +329,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
  * and changes nothing.
  *
  * @param value the value, in the unit of ::Orvik_CONTROL_TYPE
+ * What is on automatic moves while a video runs: exposure and gain towards the brightness of
+ * #Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, the white balance, of 8-bit frames only, towards grey. A
+ * snapshot is taken with the values as they are.
+ *
  * @param isAuto exactly #Orvik_TRUE puts the control on automatic, starting from `value`
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open

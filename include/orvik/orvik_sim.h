@@ -59,6 +59,8 @@ typedef struct Orvik_SIM_CAMERA {
  *   - `pace=real|free` frames in the time that the camera's registers ask for, or as fast as the
  *     host asks (real). A free-running camera repeats a few pictures made beforehand.
  *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
+ *   - `colour=white|red|blue|R:G:B` colour of the light (white); R, G and B, from 0 to 1, are the
+ *     shares of it that are left in each colour
  *   - `ambient=C` temperature around the camera, degrees Celsius, -40 to 60 (20)
  *   - `flash=FILE` keeps the camera's flash (identity, hot pixels, firmware) in a file of 1 MiB,
  *     which is made where there is none; a name without commas. Without it the flash is erased

@@ -151,7 +151,8 @@ bool CCameraBase::startCapture(bool snapshot) {
                                        .gate = gate_,
                                        .protocol = protocol_,
                                        .control = nullptr,
-                                       .frames = arrivalFrames_},
+                                       .frames = arrivalFrames_,
+                                       .autoPace = autoPaceOf(model_)},
                                       clock_);
   if (!started) {  // the caller learns of it from the flag and the status
     queue_->close();
@@ -253,18 +254,6 @@ bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {
   *frameRate = state_->maxFrameRate;
   *dataRate = state_->dataRate;
   return true;
-}
-
-void CCameraBase::SetAutoPara(int maxGain, int maxExposure, int targetBrightness) {
-  state_->autoMaxGain = maxGain;
-  state_->autoMaxExposure = maxExposure;
-  state_->autoMaxBrightness = targetBrightness;
-}
-
-void CCameraBase::GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const {
-  *maxGain = state_->autoMaxGain;
-  *maxExposure = state_->autoMaxExposure;
-  *targetBrightness = state_->autoMaxBrightness;
 }
 
 void CCameraBase::GetCameraProperty(Orvik_CAMERA_INFO* info) const {

@@ -5,11 +5,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "algorithm/frame_region.h"
 #include "algorithm/hot_pixel_table.h"
+#include "algorithm/raw_frame.h"
+#include "camera/automatic/frame_measurement.h"
 #include "camera/camera_state.h"
 #include "camera/capture/camera_gate.h"
 #include "camera/capture/capture_session.h"
@@ -137,10 +140,33 @@ class CCameraBase {
   void GetMisc(bool* flipHorizontal, bool* flipVertical) const;
   /// Frames a second, and megapixels a second.
   bool GetMaxFPS(float* frameRate, float* dataRate) const;
-  void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
-  void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
   /// Degrees Celsius: what a thread has measured lately, where there is one, else GetSensorTemp().
   float GetTemp();
+
+  // Automatic exposure, gain and white balance. During a video they work by themselves (see
+  // AutoControl); AutoExpGain() and AutoWB_RAW() take one step by hand, from a raw frame of the
+  // present region and format as it came from the camera, unbinned where the host bins.
+  /// Not checked. @param maxGain gain steps; @param maxExposure seconds; @param targetBrightness of
+  /// 255
+  void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
+  void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
+  /// Changes what is on automatic of exposure and gain; see regulateExposure().
+  void AutoExpGain(const std::uint8_t* frame);
+  /// Changes the white balance; see nextBalance(). @param frame of 8 bits
+  void AutoWB_RAW(const std::uint8_t* frame);
+  /// Statistics of one block of an 8-bit raw frame; see mosaicBlock().
+  /// @param rowLength, frameHeight of the frame; nothing beyond them is read
+  /// @param redDeviation, greenDeviation, blueDeviation receive the deviation, or 0 if they hold 0
+  void Get_variance_ave_RAW(const std::uint8_t* frame, int blockColumn, int blockRow,
+                            int blockWidth, int blockHeight, int rowLength, int frameHeight,
+                            int* redDeviation, int* greenDeviation, int* blueDeviation,
+                            int* redMean, int* greenMean, int* blueMean) const;
+  /// For AutoControl, with the settings held: what a good frame shows, as far as it is wanted.
+  /// Empty where the frame has another size than the present format's.
+  FrameMeasurement measure(std::span<const std::uint8_t> frame, Wanted wanted);
+  /// For AutoControl, with the settings held: takes the steps that are still on automatic, unless
+  /// what was measured has been changed since.
+  void followMeasurement(const FrameMeasurement& measured);
 
   // Dark frames; see DarkFrame. The numbers of their results are those of DarkFileResult.
   int LoadBMPFromFile(const char* path);
@@ -332,6 +358,11 @@ class CCameraBase {
   [[nodiscard]] const std::shared_ptr<seam::Clock>& sharedClock() const { return clock_; }
 
   // What a kind of camera does besides
+  /// The colour of an 8-bit frame as an image of it will show it. Only a camera that balances its
+  /// colours on the host has to look beyond the raw frame.
+  virtual std::optional<ColourValues> measureColour(const RawFrame& frame);
+  /// Takes a step of white balance, from a colour that was measured with the present one.
+  void followColour(const ColourValues& colour);
   /// At the end of InitCamera().
   virtual void onInitialised() {}
   /// Before the device is let go of, by CloseCamera() or at the camera's end; capture has stopped.
@@ -339,6 +370,8 @@ class CCameraBase {
 
  private:
   Orvik_ERROR_CODE setFlip(std::int32_t value);
+  [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame) const;
+  void followBrightness(int brightness);
   [[nodiscard]] bool hasCapturePlaces() const;
   void endLink();
   [[nodiscard]] FrameRegion currentRegion() const;

@@ -16,7 +16,8 @@ namespace {
 TEST(PlugOptions, AllOfThemAreRead) {
   sim::CameraOptions options;
   EXPECT_EQ(sim::parsePlugOptions("port=usb2,serial=00c0FFEE,seed=18446744073709551615,"
-                                  "scene=moon,pace=free,light=0.5,ambient=-12.5,flash=/a=b",
+                                  "scene=moon,pace=free,light=0.5,colour=1:0.5:0,"
+                                  "ambient=-12.5,flash=/a=b",
                                   options),
             "");
   EXPECT_FALSE(options.usb3Port);
@@ -25,6 +26,7 @@ TEST(PlugOptions, AllOfThemAreRead) {
   EXPECT_EQ(options.sceneKind, sim::SceneKind::kMoon);
   EXPECT_EQ(options.pace, sim::Pace::kFree);
   EXPECT_EQ(options.light, 0.5);
+  EXPECT_EQ(options.colour, (sim::LightColour{1, 0.5, 0}));
   EXPECT_EQ(options.ambient, -12.5);
   EXPECT_EQ(options.flashPath, "/a=b");
 }
@@ -35,7 +37,13 @@ TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
                            "port=usb1",
                            "port=usb3,port=usb3",
                            "PORT=usb3",
-                           "colour=red",
+                           "colour=green",
+                           "colour=1:1",
+                           "colour=1:1:1:1",
+                           "colour=1:1:",
+                           "colour=:::",
+                           "colour=1:1:1.5",
+                           "hue=red",
                            "serial=123",
                            "serial=0123456G",
                            "serial=123456789",

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "camera/automatic/auto_control.h"
 #include "camera/camera_state.h"
 #include "camera/capture/bulk_stream.h"
 #include "camera/capture/camera_gate.h"
@@ -26,6 +27,7 @@ struct CaptureParts {
   std::shared_ptr<const FrameProtocol> protocol;
   std::shared_ptr<StopSwitch> control;
   std::shared_ptr<FramePair> frames;
+  AutoPace autoPace;
 };
 
 /// Reads frames from the camera until it is stopped, or in snapshot mode until one frame is good.
@@ -64,6 +66,7 @@ class CaptureWorker {
   std::size_t frameBytes_;
   BulkStream stream_;
   BandwidthFallback fallback_;
+  AutoControl automatic_;  ///< idle in snapshot mode
   std::uint32_t badFrames_ = 0;
   int emptyReads_ = 0;
 };
