@@ -11,7 +11,7 @@
 #include "camera/automatic/frame_probe.h"
 #include "camera/camera_state.h"
 #include "camera/capture/camera_gate.h"
-#include "camera/capture/capture_control.h"
+#include "camera/stop_switch.h"
 #include "camera/model_row.h"
 #include "camera/worker_thread.h"
 
@@ -44,7 +44,7 @@ class AutoControl {
     AutoPace pace;
     std::shared_ptr<const CameraState> state;
     std::shared_ptr<CameraGate> gate;
-    std::shared_ptr<CaptureControl> control;
+    std::shared_ptr<StopSwitch> control;
   };
 
   explicit AutoControl(Parts parts);
