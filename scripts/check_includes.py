@@ -25,6 +25,7 @@ MAY_USE = {
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
+    "vm": PUBLIC,
     "examples": PUBLIC,
 }
 # Headers of another library that stay inside one room.

@@ -3,13 +3,14 @@
 # Runs vm/tests.sh in a guest under QEMU: Debian's kernel, this machine's files read-only, and
 # virtual cameras that the kernel imports by USB/IP.
 #
-#   scripts/vm.sh BUILD_FOLDER
+#   scripts/vm.sh BUILD_FOLDER [FILTER]
 #
 # Ends with 0 when the guest's tests pass, 77 when the machine cannot run the guest.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 tree=$PWD
 build=$(realpath "$1")
+filter=${2:-*}
 work=$build/vm
 limit=${ORVIK_VM_SECONDS:-900}
 
@@ -56,7 +57,7 @@ make_initramfs() {
     cp "$file" "$root/modules/"
     basename "$file" >>"$root/modules/order"
   done
-  printf 'ORVIK_TREE=%s\nORVIK_BUILD=%s\nORVIK_PORT=%s\n' "$tree" "$build" "$port" >"$root/settings"
+  printf 'ORVIK_%s="%s"\n' TREE "$tree" BUILD "$build" PORT "$port" FILTER "$filter" >"$root/settings"
   (cd "$root" && find . | busybox cpio -o -H newc 2>/dev/null | gzip -1) >"$work/initramfs.gz"
 }
 
@@ -67,7 +68,7 @@ start_server() {
   mkdir -p "$work/report"
   : >"$work/report/console"
   tail -n +1 -f "$work/report/console" |
-    "$build/orvik-simcam" --port 0 T15C >"$work/report/server.log" 2>&1 &
+    "$build/orvik-simcam" --port 0 --empty >"$work/report/server.log" 2>&1 &
   server=$!
   for _ in $(seq 50); do
     port=$(sed -n 's/^Listening on .*:\([0-9]*\)\.$/\1/p' "$work/report/server.log")

@@ -117,12 +117,14 @@ int main(int argc, char** argv) {
     Options options;
     app.add_option("CAMERA", options.cameras,
                    "cameras to plug in, as MODEL or MODEL,KEY=VALUE,... (one T15C)");
+    bool empty = false;
+    app.add_flag("--empty", empty, "plug none in; the console will");
     app.add_option("--listen", options.listen, "IPv4 address to listen on")->capture_default_str();
     app.add_option("--port", options.port, "TCP port, 0 for any")->capture_default_str();
     app.add_option("--scene", options.scene, "what all cameras see unless told otherwise");
     app.add_option("--seed", options.seed, "seed of all cameras unless told otherwise");
     CLI11_PARSE(app, argc, argv);
-    if (options.cameras.empty()) options.cameras.emplace_back("T15C");
+    if (options.cameras.empty() && !empty) options.cameras.emplace_back("T15C");
     return run(options);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "orvik-simcam: %s\n", failure.what());
