@@ -214,6 +214,7 @@ int run(const std::vector<std::string>& words, int killAfterMs = 0) {
 TEST(Guest, ACameraThatWasLeftStreamingOpensAndWorks) {
   const PluggedCamera plugged("T15C");
   const std::string tool = environment("ORVIK_TOOL");
+  std::filesystem::remove("left.ser");
   EXPECT_EQ(
       run({tool, "video", "--duration", "60s", "--exposure", "20ms", "--quiet", "-o", "left.ser"},
           6000),
