@@ -11,6 +11,14 @@
 
 namespace orvik::sim {
 
+/// What stands in the place of samples at the ends of a frame, so that the host knows it for whole.
+enum class Marks : std::uint8_t {
+  kFourWords,  ///< 0x5A7E and a sequence number; sequence number and 0x3CF0
+  kTrailer,    ///< 0xBB00AA11 in the last four bytes
+};
+
+constexpr std::size_t bytesOf(Marks marks) { return marks == Marks::kFourWords ? 8 : 4; }
+
 /// All that decides what a frame looks like and how long it takes, as decoded from a camera's
 /// registers at the moment the frame begins.
 struct FrameSettings {
@@ -19,11 +27,13 @@ struct FrameSettings {
   int columns = 0;  ///< samples in a row delivered
   int rows = 0;
 
-  int gain = 0;             ///< steps of 0.1 dB
-  int blackLevel = 0;       ///< steps of a 12-bit sample
-  int converterBits = 12;   ///< of the sensor's converter, 10 or 12
-  int linkBits = 12;        ///< width of a sample as the FPGA takes it from the sensor, 10 or 12
-  bool wideOutput = false;  ///< two bytes a sample instead of one
+  double amplification = 1;    ///< before the converter
+  int blackLevel = 0;          ///< steps of a 12-bit sample
+  int converterBits = 12;      ///< of the sensor's converter, 10 or 12
+  int linkBits = 12;           ///< width of a sample as the FPGA takes it from the sensor, 10 or 12
+  bool wideOutput = false;     ///< two bytes a sample instead of one
+  bool highByteFirst = false;  ///< of the two
+  Marks marks = Marks::kFourWords;
   /// Of the four samples of a mosaic cell, row by row, in 1/128.
   std::array<std::uint8_t, 4> cellGains = {128, 128, 128, 128};
 

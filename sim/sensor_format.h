@@ -10,11 +10,27 @@ enum class Mosaic : std::uint8_t { kRg, kBg, kGr, kGb, kMono };
 
 enum class Filter : std::uint8_t { kRed, kGreen, kBlue, kClear };
 
+/// A rectangle of sensor pixels.
+struct Area {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+
+  friend bool operator==(const Area&, const Area&) = default;
+};
+
 /// Size and colour filters of a sensor.
 struct SensorFormat {
   int width = 0;   ///< pixels
   int height = 0;  ///< pixels
   Mosaic mosaic = Mosaic::kMono;
+
+  /// Whether an area has pixels, and all of them on the sensor.
+  [[nodiscard]] constexpr bool holds(const Area& area) const {
+    return area.x >= 0 && area.y >= 0 && area.width > 0 && area.height > 0 &&
+           area.x + area.width <= width && area.y + area.height <= height;
+  }
 
   /// The filter over the sensor pixel in column `x`, row `y`.
   [[nodiscard]] constexpr Filter filterAt(int x, int y) const {
@@ -26,16 +42,6 @@ struct SensorFormat {
     if (redColumn != redRow) return Filter::kGreen;
     return redColumn ? Filter::kRed : Filter::kBlue;
   }
-};
-
-/// A rectangle of sensor pixels.
-struct Area {
-  int x = 0;
-  int y = 0;
-  int width = 0;
-  int height = 0;
-
-  friend bool operator==(const Area&, const Area&) = default;
 };
 
 }  // namespace orvik::sim

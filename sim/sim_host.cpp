@@ -31,7 +31,7 @@ int SimHost::plug(const Model& model, const CameraOptions& options) {
   PluggedCamera camera;
   camera.usb3Port = options.usb3Port;
   seam::DeviceLocation& location = camera.info.location;
-  location.bus = options.usb3Port ? kUsb3Bus : kUsb2Bus;
+  location.bus = model.superSpeed() && options.usb3Port ? kUsb3Bus : kUsb2Bus;
   const std::uint8_t port = freePort(location.bus);
   if (port == 0) return 0;
   location.ports = {port};

@@ -27,9 +27,9 @@ struct PluggedCamera {
   seam::DeviceInfo info;
 };
 
-/// A USB host with virtual cameras on it. Cameras on USB 2 ports are on bus 1, those on USB 3 ports
-/// on bus 2, each on the root hub's first free port; each plugging gives a new device address. Any
-/// thread.
+/// A USB host with virtual cameras on it. Cameras that run at SuperSpeed are on bus 2; those on USB
+/// 2 ports, and cameras of USB 2 on any port, are on bus 1: each on the root hub's first free port.
+/// Each plugging gives a new device address. Any thread.
 class SimHost final : public seam::Host {
  public:
   explicit SimHost(std::shared_ptr<seam::Clock> clock = std::make_shared<seam::SteadyClock>());

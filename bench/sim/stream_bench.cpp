@@ -41,7 +41,8 @@ class RunningCamera {
                                 {8, kRows & 0xFF},
                                 {9, kRows >> 8},
                                 {17, 4},
-                                {19, 255}};
+                                {19, 0x24},
+                                {20, 0x01}};
     for (const auto& [number, value] : kFpga) out(0xBD, number, value);
     out(0xA9, 0, 0);
     out(0xB6, 0x3000, 0);
@@ -114,8 +115,9 @@ void makePictures(benchmark::State& state) {
   settings.area = {0, 0, kColumns, kRows};
   settings.columns = kColumns;
   settings.rows = kRows;
-  settings.gain = 200;
+  settings.amplification = 10;
   settings.wideOutput = state.range(0) != 0;
+  settings.highByteFirst = state.range(0) == 2;
   settings.exposure = std::chrono::milliseconds(10);
   Bytes frame(settings.bytes());
   std::uint64_t number = 0;
@@ -125,7 +127,7 @@ void makePictures(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * kColumns * kRows);
 }
-BENCHMARK(makePictures)->Name("picture/wide")->Arg(0)->Arg(1);
+BENCHMARK(makePictures)->Name("picture/wide")->Arg(0)->Arg(1)->Arg(2);  // 2: high byte first
 
 }  // namespace
 }  // namespace orvik::bench

@@ -26,7 +26,7 @@ typedef struct Orvik_SIM_CAMERA {
   int32_t id;          /**< number given by OrvikSimPlug(), above 0 */
   char model[16];      /**< model code, for example "T15C" */
   char serial[16];     /**< serial number, eight hexadecimal digits */
-  int32_t bus;         /**< USB bus number */
+  int32_t bus;         /**< USB bus number: 2 at SuperSpeed, else 1 */
   int32_t port;        /**< port number on the bus's root hub */
   int32_t address;     /**< device address on the bus */
   Orvik_BOOL usb3Port; /**< 1 on a USB 3 port */
@@ -34,6 +34,16 @@ typedef struct Orvik_SIM_CAMERA {
 
 /**
  * Plugs a virtual camera in.
+ *
+ * A model code names one product. Models sold as several products have a code for each:
+ *   - T01C, T08M, T14C, T15C
+ *   - T02C, T03C, T03M, T09C, T10M: the plain product; T02C_A, T02C_B, ...: its variants
+ *   - T06C, T06M; T06C_S, T06C_SC, T06M_S, T06M_SC
+ *   - T04C, T05C, T07C: cooled cameras
+ *   - T10C, T11C, T12C, T13C, and the cooled T10C_C, T10M_C, T11C_C, T12C_C, T13C_C
+ *
+ * T01C, T02C, T03C, T03M, T06C, T06M and T08M with their variants are cameras of USB 2, on a USB 3
+ * port as well. OrvikSimModel() lists all codes.
  *
  * @param model model code, for example "T15C"
  * @param options comma-separated `key=value` pairs, or NULL or "" for the defaults:
@@ -70,7 +80,7 @@ ORVIK_API void OrvikSimUnplugAll(void);
 ORVIK_API int OrvikSimList(Orvik_SIM_CAMERA* cameras, int capacity);
 
 /**
- * Names a model that can be plugged.
+ * Names a model that can be plugged. Calling it with 0, 1, ... until it answers NULL lists all.
  *
  * @param position 0 to the number of models - 1
  * @return the model code, or NULL past the last one. The text lives as long as the program.

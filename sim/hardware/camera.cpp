@@ -6,54 +6,23 @@
 #include <cmath>
 #include <utility>
 
-#include "sim/hardware/readout.h"
+#include "sim/hardware/answer.h"
+#include "sim/hardware/vendor_requests.h"
 
 namespace orvik::sim {
 namespace {
-
-enum Request : std::uint8_t {
-  kCoreMemory = 0xA0,
-  kStartStreaming = 0xA9,
-  kHelperBlock = 0xA9,  ///< to the flash helper
-  kStopStreaming = 0xAA,
-  kFirmwareVersion = 0xAD,
-  kStopSensorClock = 0xAE,
-  kStartSensorClock = 0xAF,
-  kGuideOn = 0xB0,
-  kGuideOff = 0xB1,
-  kCoolerDrive = 0xB2,
-  kTemperature = 0xB3,
-  kHostPort = 0xB4,
-  kTransferCount = 0xB5,
-  kWriteSensor = 0xB6,
-  kReadSensor = 0xB7,
-  kEeprom = 0xBA,
-  kReadFpga = 0xBC,
-  kWriteFpga = 0xBD,
-  kWideBus = 0xBE,
-  kWriteFlash = 0xC2,
-  kReadFlash = 0xC3,
-  kFlashSector = 0xC4,
-  kThermistor = 0xC7,
-};
 
 constexpr std::uint8_t kFirmware = 0x12;
 
 bool isIn(const seam::SetupPacket& setup) { return (setup.requestType & 0x80U) != 0; }
 
-std::size_t give(std::span<const std::uint8_t> answer, std::span<std::uint8_t> room) {
-  const std::size_t count = std::min(answer.size(), room.size());
-  std::ranges::copy(answer.first(count), room.begin());
-  return count;
-}
-
 }  // namespace
 
 Camera::Camera(const Model& model, const CameraOptions& options, std::shared_ptr<seam::Clock> clock)
-    : model_(model),
-      usb3Port_(options.usb3Port),
+    : superSpeed_(model.superSpeed() && options.usb3Port),
+      hasThermometer_(model.thermometer),
       clock_(std::move(clock)),
-      sensor_(model.sensor),
+      board_(makeBoard(model)),
       thermometer_(options.ambient, clock_->now()) {
   if (model.cooled) {
     cooler_.emplace(options.ambient, options.noise ? scramble(options.seed) : 0, clock_->now());
@@ -100,6 +69,18 @@ bool Camera::take(const seam::SetupPacket& setup, std::span<const std::uint8_t> 
   }
 }
 
+bool Camera::unheard(std::uint8_t request) const {
+  switch (request) {
+    case kWriteSensor:
+    case kReadSensor:
+    case kWriteSensorWord:
+    case kReadSensorWord:
+      return !sensorClockRuns_;
+    default:
+      return false;
+  }
+}
+
 bool Camera::command(const seam::SetupPacket& setup) {
   switch (setup.request) {
     case kStartStreaming:
@@ -117,11 +98,6 @@ bool Camera::command(const seam::SetupPacket& setup) {
       if (!cooler_) return false;
       cooler_->setDrive(static_cast<std::uint8_t>(setup.value), clock_->now());
       return true;
-    case kWriteSensor:
-      return writeSensor(setup.value, setup.index);
-    case kWriteFpga:
-      fpga_.write(setup.value, static_cast<std::uint8_t>(setup.index));
-      return true;
     case kWideBus:
       wideBusOn_ = setup.value != 0;
       return true;
@@ -130,30 +106,23 @@ bool Camera::command(const seam::SetupPacket& setup) {
     case kFlashSector:
       return setup.value == 1 && flash_.eraseSector(setup.index);
     default:
-      return false;
+      return !unheard(setup.request) && board_->command(setup.request, setup.value, setup.index);
   }
 }
 
 std::optional<std::size_t> Camera::answer(const seam::SetupPacket& setup,
                                           std::span<std::uint8_t> data) {
-  const auto oneByte = [&](std::uint8_t byte) { return give({&byte, 1}, data); };
   switch (setup.request) {
     case kFirmwareVersion:
       return give(std::array<std::uint8_t, 2>{'V', kFirmware}, data);
     case kTemperature:
-      if (cooler_) return std::nullopt;
+      if (cooler_ || !hasThermometer_) return std::nullopt;
       return give(thermometer_.word(clock_->now()), data);
     case kThermistor:
       if (!cooler_) return std::nullopt;
       return give(cooler_->convert(clock_->now()), data);
     case kHostPort:
-      return oneByte(usb3Port_ ? 1 : 0);
-    case kReadSensor:
-      // Without its clock the sensor does not acknowledge its address.
-      if (!sensorClockRuns_) return std::nullopt;
-      return oneByte(sensor_.read(setup.value));
-    case kReadFpga:
-      return oneByte(fpga_.read(setup.value));
+      return giveByte(superSpeed_ ? 1 : 0, data);
     case kReadFlash:
       return readFlash(setup, data);
     case kEeprom:
@@ -161,16 +130,11 @@ std::optional<std::size_t> Camera::answer(const seam::SetupPacket& setup,
       return data.size();
     case kFlashSector:
       if (setup.value != 0) return std::nullopt;
-      return oneByte(flash_.pollStatus());
+      return giveByte(flash_.pollStatus(), data);
     default:
-      return std::nullopt;
+      if (unheard(setup.request)) return std::nullopt;
+      return board_->answer(setup.request, setup.value, data);
   }
-}
-
-bool Camera::writeSensor(std::uint16_t address, std::uint16_t value) {
-  if (!sensorClockRuns_) return false;
-  sensor_.write(address, static_cast<std::uint8_t>(value));
-  return true;
 }
 
 bool Camera::writeFlash(const seam::SetupPacket& setup, std::span<const std::uint8_t> data) {
@@ -189,8 +153,7 @@ void Camera::busReset() {
 }
 
 RunMode Camera::runMode() const {
-  const bool sensorWorks = sensorClockRuns_ && !sensor_.standby();
-  return streaming_ && sensorWorks ? fpga_.runMode() : RunMode::kStopped;
+  return streaming_ && sensorClockRuns_ ? board_->runMode() : RunMode::kStopped;
 }
 
 double Camera::sensorCelsius() const {
@@ -200,9 +163,9 @@ double Camera::sensorCelsius() const {
 CaptureState Camera::captureState() const {
   CaptureState state;
   state.mode = runMode();
-  state.shutterOpen = fpga_.shutterOpen();
+  state.shutterOpen = board_->shutterOpen();
   if (state.mode == RunMode::kStopped) return state;
-  state.settings = decodeReadout(sensor_, fpga_, model_.sensor);
+  state.settings = board_->frameSettings();
   if (state.settings) {
     // In half degrees, so that warming up does not change the picture at every frame.
     state.settings->celsius = std::round(sensorCelsius() * 2) / 2;

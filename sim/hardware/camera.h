@@ -13,17 +13,16 @@
 #include "sim/frame_settings.h"
 #include "sim/hardware/bridge_core.h"
 #include "sim/hardware/cooler.h"
-#include "sim/hardware/fpga.h"
 #include "sim/hardware/guide_port.h"
-#include "sim/hardware/sensor.h"
+#include "sim/hardware/sensor_board.h"
 #include "sim/hardware/spi_flash.h"
 #include "sim/hardware/thermometer.h"
 #include "sim/models.h"
 
 namespace orvik::sim {
 
-/// The electronics of a marked-frame camera: the bridge that answers vendor requests, and what
-/// stands behind it. Not thread-safe: the device's lock guards it.
+/// The electronics of a camera: the bridge that answers vendor requests, what all cameras have
+/// behind it, and the board with the sensor. Not thread-safe: the device's lock guards it.
 class Camera {
  public:
   Camera(const Model& model, const CameraOptions& options, std::shared_ptr<seam::Clock> clock);
@@ -41,6 +40,9 @@ class Camera {
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
 
  private:
+  /// Whether a request is for the sensor while that is without its clock: it does not acknowledge
+  /// its address then.
+  [[nodiscard]] bool unheard(std::uint8_t request) const;
   /// Requests that carry data to the bridge. @return false when it refuses.
   bool take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
   bool command(const seam::SetupPacket& setup);
@@ -51,18 +53,16 @@ class Camera {
   /// What the bridge knows without the camera's firmware.
   std::optional<std::size_t> requestOfCore(const seam::SetupPacket& setup,
                                            std::span<std::uint8_t> data);
-  bool writeSensor(std::uint16_t address, std::uint16_t value);
   [[nodiscard]] RunMode runMode() const;
 
-  const Model& model_;
-  bool usb3Port_;
+  bool superSpeed_;
+  bool hasThermometer_;
   std::shared_ptr<seam::Clock> clock_;
   BridgeCore core_;
   bool streaming_ = false;
   bool sensorClockRuns_ = true;
   bool wideBusOn_ = true;  ///< the bridge's 32-bit bus, which shares its pins with the flash
-  Sensor sensor_;
-  Fpga fpga_;
+  std::unique_ptr<SensorBoard> board_;
   SpiFlash flash_;
   GuidePort guidePort_;
   Thermometer thermometer_;

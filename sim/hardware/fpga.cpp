@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sim/hardware/fpga.h"
 
+#include <array>
+
 namespace orvik::sim {
 namespace {
 
@@ -12,16 +14,19 @@ constexpr std::uint16_t kInputPhase = 6;
 constexpr std::uint16_t kRows = 8;
 constexpr std::uint16_t kDepth = 10;
 constexpr std::uint16_t kShutter = 11;
-constexpr std::uint16_t kCellGain = 12;
+constexpr std::uint16_t kRedGain = 12;
+constexpr std::uint16_t kBlueGain = 15;
 constexpr std::uint16_t kFrameLines = 16;
 constexpr std::uint16_t kLineCycles = 19;
 constexpr std::uint16_t kVersion = 29;
 constexpr std::array<std::uint8_t, 3> kVersionBytes = {1, 0x20, 0x26};
 
+constexpr std::uint8_t kUnityGain = 128;
+
 }  // namespace
 
 Fpga::Fpga() {
-  for (std::size_t n = 0; n < 4; ++n) registers_.writeThrough(kCellGain + n, 128);
+  for (std::size_t n = 0; n < 4; ++n) registers_.writeThrough(kRedGain + n, kUnityGain);
   for (std::size_t n = 0; n < kVersionBytes.size(); ++n) {
     registers_.writeThrough(kVersion + n, kVersionBytes.at(n));
   }
@@ -76,9 +81,18 @@ bool Fpga::wideOutput() const { return (registers_.active(kDepth) & 0x10U) != 0;
 int Fpga::frameLines() const { return registers_.activeValue(kFrameLines, 3); }
 int Fpga::lineCycles() const { return registers_.activeValue(kLineCycles, 2); }
 
-std::array<std::uint8_t, 4> Fpga::cellGains() const {
-  return {registers_.active(kCellGain), registers_.active(kCellGain + 1),
-          registers_.active(kCellGain + 2), registers_.active(kCellGain + 3)};
+std::uint8_t Fpga::colourGain(Filter filter, bool redRow) const {
+  switch (filter) {
+    case Filter::kRed:
+      return registers_.active(kRedGain);
+    case Filter::kGreen:
+      return registers_.active(redRow ? kRedGain + 1 : kBlueGain - 1);
+    case Filter::kBlue:
+      return registers_.active(kBlueGain);
+    case Filter::kClear:
+      break;
+  }
+  return kUnityGain;
 }
 
 }  // namespace orvik::sim

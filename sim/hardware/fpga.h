@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <cstdint>
 
 #include "sim/frame_settings.h"
 #include "sim/hardware/register_file.h"
+#include "sim/sensor_format.h"
 
 namespace orvik::sim {
 
 /// The FPGA between sensor and bridge: it times the sensor's lines and frames, bins, multiplies the
-/// mosaic's samples, marks each frame, and passes it on.
+/// mosaic's colours, marks each frame, and passes it on.
 ///
 /// | Register | Meaning |
 /// |---|---|
@@ -20,12 +20,13 @@ namespace orvik::sim {
 /// | 4, 5 and 8, 9 | columns and rows delivered |
 /// | 10 | bit 0: samples of 12 instead of 10 bits from the sensor; bit 4: two bytes a sample out |
 /// | 11 | long exposure: 1 opens the shutter, 0 ends the exposure |
-/// | 12 to 15 | gains of the four samples of a mosaic cell, 128 is unity |
+/// | 12 to 15 | gains of red, green in red's row, green in blue's row, blue; 128 is unity |
 /// | 16 to 18 | frame length in lines |
 /// | 19, 20 | line length in clock cycles |
 /// | 29 to 31 | version, read only |
 ///
-/// Columns, rows and lengths are 0 after power-up: no frame comes before they are written.
+/// The gains do nothing behind a mono sensor. Columns, rows and lengths are 0 after power-up: no
+/// frame comes before they are written.
 class Fpga {
  public:
   Fpga();
@@ -43,7 +44,8 @@ class Fpga {
   [[nodiscard]] int rows() const;
   [[nodiscard]] int linkBits() const;
   [[nodiscard]] bool wideOutput() const;
-  [[nodiscard]] std::array<std::uint8_t, 4> cellGains() const;
+  /// Of a colour; `redRow` tells the two greens apart.
+  [[nodiscard]] std::uint8_t colourGain(Filter filter, bool redRow) const;
   [[nodiscard]] int frameLines() const;
   [[nodiscard]] int lineCycles() const;
 

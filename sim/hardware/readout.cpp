@@ -2,17 +2,14 @@
 #include "sim/hardware/readout.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdint>
+
+#include "sim/hardware/line_time.h"
 
 namespace orvik::sim {
 namespace {
-
-constexpr std::size_t kMarkBytes = 8;
-
-bool within(const Area& area, const SensorFormat& format) {
-  return area.width > 0 && area.height > 0 && area.x + area.width <= format.width &&
-         area.y + area.height <= format.height;
-}
 
 /// Whether the area is made of whole groups of pixels: of whole groups of mosaic cells where there
 /// is a mosaic to keep.
@@ -30,9 +27,18 @@ int fpgaBin(int sentColumns, int sentRows, int columns, int rows) {
   return 0;
 }
 
-/// `lines` lines of `cycles` clock cycles each.
-seam::Clock::Duration duration(std::int64_t lines, std::int64_t cycles, int kilohertz) {
-  return seam::Clock::Duration{lines * cycles * 1000000 / kilohertz};
+/// The FPGA's gains on the four samples of a mosaic cell: it knows the mosaic of the sensor that it
+/// is built for.
+std::array<std::uint8_t, 4> gainsOfCell(const Fpga& fpga, const SensorFormat& format) {
+  std::array<std::uint8_t, 4> gains = {128, 128, 128, 128};
+  if (format.mosaic == Mosaic::kMono) return gains;
+  for (int n = 0; n < 4; ++n) {
+    const int y = n / 2;
+    const bool redRow =
+        format.filterAt(0, y) == Filter::kRed || format.filterAt(1, y) == Filter::kRed;
+    gains.at(static_cast<std::size_t>(n)) = fpga.colourGain(format.filterAt(n % 2, y), redRow);
+  }
+  return gains;
 }
 
 }  // namespace
@@ -41,7 +47,7 @@ std::optional<FrameSettings> decodeReadout(const Sensor& sensor, const Fpga& fpg
                                            const SensorFormat& format) {
   FrameSettings settings;
   settings.area = sensor.readoutArea();
-  if (!within(settings.area, format)) return std::nullopt;
+  if (!format.holds(settings.area)) return std::nullopt;
 
   const int sensorBin = sensor.averages2x2() ? 2 : 1;
   if (fpga.expectedSensorBin() != sensorBin) return std::nullopt;
@@ -52,21 +58,22 @@ std::optional<FrameSettings> decodeReadout(const Sensor& sensor, const Fpga& fpg
   settings.bin = sensorBin * laterBin;
   if (settings.bin == 0 || !divides(settings.area, settings.bin, format)) return std::nullopt;
 
-  settings.gain = sensor.gain();
+  settings.amplification = std::pow(10, sensor.gain() / 200.0);
   settings.blackLevel = sensor.blackLevel();
   settings.converterBits = sensor.converterBits();
   settings.linkBits = fpga.linkBits();
   settings.wideOutput = fpga.wideOutput();
-  settings.cellGains = fpga.cellGains();
-  if (settings.bytes() < kMarkBytes) return std::nullopt;
+  settings.cellGains = gainsOfCell(fpga, format);
+  if (settings.bytes() < bytesOf(settings.marks)) return std::nullopt;
 
   const int kilohertz = sensor.clockKilohertz();
-  if (kilohertz == 0 || fpga.lineCycles() == 0 || fpga.frameLines() <= settings.rows) {
+  if (kilohertz == 0 || fpga.lineCycles() < sensor.leastLineCycles() ||
+      fpga.frameLines() <= settings.rows) {
     return std::nullopt;
   }
-  settings.frameTime = duration(fpga.frameLines(), fpga.lineCycles(), kilohertz);
+  settings.frameTime = lineTimes(fpga.frameLines(), fpga.lineCycles(), kilohertz);
   const int exposed = std::max(fpga.frameLines() - sensor.shutterLine() - 1, 0);
-  settings.exposure = duration(exposed, fpga.lineCycles(), kilohertz);
+  settings.exposure = lineTimes(exposed, fpga.lineCycles(), kilohertz);
   return settings;
 }
 

@@ -21,7 +21,8 @@ namespace orvik::sim {
 /// the mosaic, and both average, so that black level and saturation stay where they are.
 ///
 /// @return none when the registers contradict each other: an area that leaves the sensor or is
-///   not what the FPGA expects, a frame shorter than its rows, lines of no length, no such clock.
+///   not what the FPGA expects, a frame shorter than its rows, lines shorter than the sensor's, no
+///   such clock.
 std::optional<FrameSettings> decodeReadout(const Sensor& sensor, const Fpga& fpga,
                                            const SensorFormat& format);
 

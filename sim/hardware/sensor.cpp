@@ -21,13 +21,19 @@ constexpr std::uint16_t kConverter = 0x3044;
 constexpr std::uint8_t kMode2x2 = 0x22;
 constexpr std::uint8_t kConverter10Bits = 0xE0;
 
+// Cycles that a row of 1304 pixels takes; longer rows take as many more.
+constexpr int kRowWidth = 1304;
+constexpr int kRowCyclesAveraging = 145;
+constexpr int kRowCyclesFast = 249;
+constexpr int kRowCycles = 292;
+
 constexpr std::uint8_t byteOf(int value, int index) {
   return static_cast<std::uint8_t>(value >> (8 * index));
 }
 
 }  // namespace
 
-Sensor::Sensor(const SensorFormat& format) : format_(format) { reset(); }
+Sensor::Sensor(const Model& model) : features_(model.features), format_(model.sensor) { reset(); }
 
 void Sensor::reset() {
   registers_ = {};
@@ -70,11 +76,13 @@ int Sensor::value(std::uint16_t address, std::size_t bytes) const {
 }
 
 bool Sensor::standby() const { return (value(kStandby, 1) & 1) != 0; }
-bool Sensor::averages2x2() const { return value(kMode, 1) == kMode2x2; }
+bool Sensor::averages2x2() const { return features_.averages2x2 && value(kMode, 1) == kMode2x2; }
 int Sensor::blackLevel() const { return value(kBlackLevel, 2) & 0xFFF; }
 int Sensor::gain() const { return value(kGain, 2); }
 int Sensor::shutterLine() const { return value(kShutter, 3); }
-int Sensor::converterBits() const { return value(kConverter, 1) == kConverter10Bits ? 10 : 12; }
+int Sensor::converterBits() const {
+  return features_.fastConversion && value(kConverter, 1) == kConverter10Bits ? 10 : 12;
+}
 
 Area Sensor::readoutArea() const {
   return {.x = value(kFirstColumn, 2),
@@ -86,7 +94,8 @@ Area Sensor::readoutArea() const {
 int Sensor::clockKilohertz() const {
   switch (value(kClock, 1)) {
     case 0x10:
-      return averages2x2() ? 9281 : 37124;
+      if (averages2x2()) return 9281;
+      return features_.fastConversion ? 37124 : 0;
     case 0x11:
       return 18562;
     case 0x12:
@@ -94,6 +103,12 @@ int Sensor::clockKilohertz() const {
     default:
       return 0;
   }
+}
+
+int Sensor::leastLineCycles() const {
+  const bool fastest = value(kClock, 1) == 0x10;
+  const int cycles = fastest ? (averages2x2() ? kRowCyclesAveraging : kRowCyclesFast) : kRowCycles;
+  return cycles * format_.width / kRowWidth;
 }
 
 }  // namespace orvik::sim

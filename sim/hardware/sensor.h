@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "sim/hardware/register_file.h"
-#include "sim/sensor_format.h"
+#include "sim/models.h"
 
 namespace orvik::sim {
 
@@ -22,9 +22,12 @@ namespace orvik::sim {
 /// | 0x3020 to 0x3022 | line at which the shutter opens |
 /// | 0x3038, 0x303A, 0x303C, 0x303E | first row, rows, first column, columns read (16 bits each) |
 /// | 0x3044 | 0xE0: fast conversion with 10 bits; 0xE1: 12 bits |
+///
+/// A sensor that cannot average, or has no fast conversion, takes the values that ask for it as any
+/// others, to no effect.
 class Sensor {
  public:
-  explicit Sensor(const SensorFormat& format);
+  explicit Sensor(const Model& model);
 
   /// Any address is acknowledged; the ones that hold no register are ignored and read as 0.
   void write(std::uint16_t address, std::uint8_t value);
@@ -40,6 +43,8 @@ class Sensor {
   [[nodiscard]] Area readoutArea() const;
   /// Of the clock that times the lines; 0 for a setting that the sensor does not have.
   [[nodiscard]] int clockKilohertz() const;
+  /// Clock cycles that a row takes at least, at the present clock.
+  [[nodiscard]] int leastLineCycles() const;
 
  private:
   static constexpr std::uint16_t kFirst = 0x3000;
@@ -48,6 +53,7 @@ class Sensor {
   [[nodiscard]] int value(std::uint16_t address, std::size_t bytes) const;
   void reset();
 
+  BoardFeatures features_;
   SensorFormat format_;
   RegisterFile<kCount> registers_;
 };

@@ -48,6 +48,7 @@ void convertRow(std::span<const std::int16_t> mean, std::span<const std::int16_t
 RowOutput::RowOutput(const FrameSettings& settings)
     : shift_(12 - settings.linkBits),
       wide_(settings.wideOutput),
+      highByteFirst_(settings.highByteFirst),
       evenRowGains_(columnGains(settings.columns, settings.cellGains[0], settings.cellGains[1])),
       oddRowGains_(columnGains(settings.columns, settings.cellGains[2], settings.cellGains[3])) {}
 
@@ -61,8 +62,14 @@ void RowOutput::put(int row, std::span<std::int16_t> samples, std::span<std::uin
     samples[x] = std::min<std::int16_t>(static_cast<std::int16_t>(product), kTop);
   }
   if (wide_) {
-    static_assert(std::endian::native == std::endian::little, "samples leave lowest byte first");
+    static_assert(std::endian::native == std::endian::little, "memory holds the lowest byte first");
     for (std::int16_t& sample : samples) sample = static_cast<std::int16_t>(sample << 4);
+    if (highByteFirst_) {
+      for (std::int16_t& sample : samples) {
+        const auto bits = static_cast<std::uint16_t>(sample);
+        sample = static_cast<std::int16_t>(unsigned{bits} << 8U | unsigned{bits} >> 8U);
+      }
+    }
     std::memcpy(bytes.data(), samples.data(), bytes.size());
   } else {
     std::uint8_t* const out = bytes.data();

@@ -30,6 +30,7 @@ class RowOutput {
  private:
   int shift_;
   bool wide_;
+  bool highByteFirst_;
   std::vector<std::uint16_t> evenRowGains_;  ///< of each column, in 1/4096
   std::vector<std::uint16_t> oddRowGains_;
 };

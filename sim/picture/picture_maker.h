@@ -23,8 +23,7 @@ class PictureMaker {
   PictureMaker(const Model& model, const CameraOptions& options, std::uint32_t serial);
 
   /// @param number selects the noise; the same number gives the same picture
-  /// @param frame settings.bytes() bytes, filled with samples without marks: one byte each, or two,
-  ///   lowest byte first
+  /// @param frame settings.bytes() bytes, filled with samples without marks
   void make(const FrameSettings& settings, std::uint64_t number, std::span<std::uint8_t> frame);
 
  private:

@@ -26,8 +26,8 @@ struct Conversion {
       : seconds(std::chrono::duration<float>(settings.exposure).count()),
         darkFactor(std::exp2((settings.celsius - 20) / 6)),
         fullWell(static_cast<float>(condition.pixel.fullWell)),
-        stepsPerElectron(static_cast<float>(4095 / condition.pixel.fullScale *
-                                            std::pow(10, settings.gain / 200.0))),
+        stepsPerElectron(
+            static_cast<float>(4095 / condition.pixel.fullScale * settings.amplification)),
         blackLevel(static_cast<float>(settings.blackLevel)),
         readVariance(static_cast<float>(condition.pixel.readNoise * condition.pixel.readNoise)),
         ideal(condition.ideal) {

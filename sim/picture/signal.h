@@ -33,7 +33,7 @@ struct SensorCondition {
 ///
 /// - Electrons = (flux + dark current) x exposure, at most the full well. The dark current doubles
 ///   every 6 degrees.
-/// - Steps = black level + electrons x 4095 / full scale x 10^(gain / 200), gain in 0.1 dB.
+/// - Steps = black level + electrons x 4095 / full scale x amplification.
 /// - Variance in electrons = electrons (photon noise) + read noise squared; a full pixel has no
 ///   photon noise.
 /// - A binned sample is the mean of the pixels of its colour in its bin x bin group.

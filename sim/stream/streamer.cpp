@@ -30,7 +30,9 @@ void Streamer::update() {
   const RunMode before = state_.mode;
   state_ = camera_.captureState();
   if (state_.mode != before) {
-    flush();
+    // A sensor that changes from one way of exposing to another finishes the frame that it sends.
+    const bool finishes = state_.mode != RunMode::kStopped && outgoing_ && outgoing_->onItsWay;
+    if (!finishes) flush();
     exposing_.reset();
     shutterOpened_.reset();
     exposed_.reset();
@@ -142,6 +144,7 @@ bool Streamer::step(Lock& lock) {
 }
 
 void Streamer::send(Lock& lock) {
+  outgoing_->onItsWay = true;
   const std::uint64_t epoch = epoch_;
   const std::size_t sent = pipe_.send(lock, outgoing_->bytes, outgoing_->sent);
   if (epoch != epoch_) return;
@@ -194,7 +197,7 @@ void Streamer::make(Lock& lock, const FrameSettings settings, std::uint64_t numb
   lock.unlock();
   std::span<std::uint8_t> frame =
       repeated ? pictureFromRing(settings, number) : freshPicture(settings, number);
-  stampMarks(frame, static_cast<std::uint16_t>(number));
+  stampMarks(settings.marks, frame, static_cast<std::uint16_t>(number));
   bool goesOut = true;
   if (filter_) {
     // A picture of the ring must survive what the filter does.
@@ -203,7 +206,7 @@ void Streamer::make(Lock& lock, const FrameSettings settings, std::uint64_t numb
     frame = frameMemory_;
   }
   lock.lock();
-  if (goesOut && !frame.empty() && epoch == epoch_) outgoing_ = Outgoing{frame, 0};
+  if (goesOut && !frame.empty() && epoch == epoch_) outgoing_ = Outgoing{.bytes = frame};
 }
 
 std::span<std::uint8_t> Streamer::freshPicture(const FrameSettings& settings,

@@ -62,6 +62,7 @@ class Streamer {
   struct Outgoing {
     std::span<const std::uint8_t> bytes;
     std::size_t sent = 0;
+    bool onItsWay = false;  ///< the host has some of it, or is just getting it
   };
   /// Free pace: the pictures that are repeated.
   struct Ring {

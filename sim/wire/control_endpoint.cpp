@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "sim/wire/control_endpoint.h"
 
-#include <algorithm>
 #include <array>
+
+#include "sim/hardware/answer.h"
 
 namespace orvik::sim {
 namespace {
@@ -27,12 +28,6 @@ constexpr std::uint8_t kVendor = 0x40;
 
 std::uint8_t recipientOf(const seam::SetupPacket& setup) {
   return static_cast<std::uint8_t>(setup.requestType & 0x1FU);
-}
-
-std::size_t give(std::span<const std::uint8_t> answer, std::span<std::uint8_t> room) {
-  const std::size_t count = std::min(answer.size(), room.size());
-  std::ranges::copy(answer.first(count), room.begin());
-  return count;
 }
 
 }  // namespace

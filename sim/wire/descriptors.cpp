@@ -38,10 +38,11 @@ Bytes withTotalLength(Bytes bytes) {
   return bytes;
 }
 
-Bytes deviceDescriptor(const Model& model, bool usb3Port) {
-  const std::uint16_t version = usb3Port ? 0x0300 : 0x0210;
+Bytes deviceDescriptor(const Model& model, bool superSpeed) {
+  // A camera of USB 3 that has to make do with USB 2 says 2.10: that it has a BOS to tell of more.
+  const std::uint16_t version = superSpeed ? 0x0300 : model.superSpeed() ? 0x0210 : 0x0200;
   // Of endpoint 0: SuperSpeed gives the exponent (512 bytes), high speed the number.
-  const std::uint8_t packet = usb3Port ? 9 : 64;
+  const std::uint8_t packet = superSpeed ? 9 : 64;
   return {18,
           kDevice,
           low(version),
@@ -62,13 +63,13 @@ Bytes deviceDescriptor(const Model& model, bool usb3Port) {
           1};
 }
 
-Bytes configurationDescriptor(const Model& model, bool usb3Port) {
-  const std::uint16_t packet = Descriptors::bulkPacketBytes(usb3Port);
-  const std::uint8_t power = usb3Port ? 50 : 200;  // 400 mA, in units of 8 and of 2 mA
+Bytes configurationDescriptor(const Model& model, bool superSpeed) {
+  const std::uint16_t packet = Descriptors::bulkPacketBytes(superSpeed);
+  const std::uint8_t power = superSpeed ? 50 : 200;  // 400 mA, in units of 8 and of 2 mA
   Bytes bytes = {9, kConfiguration, 0, 0, 1, 1, 0, 0x80, power};
   append(bytes, {9, kInterface, 0, 0, 1, 0xFF, 0, 0, 0});
-  append(bytes, {7, kEndpoint, model.bulkEndpoint, 2, low(packet), high(packet), 0});
-  if (usb3Port) append(bytes, {6, kCompanion, 15, 0, 0, 0});
+  append(bytes, {7, kEndpoint, model.bulkEndpoint(), 2, low(packet), high(packet), 0});
+  if (superSpeed) append(bytes, {6, kCompanion, 15, 0, 0, 0});
   return withTotalLength(std::move(bytes));
 }
 
@@ -95,10 +96,10 @@ std::string serialText(std::uint32_t serial) {
 
 }  // namespace
 
-Descriptors::Descriptors(const Model& model, bool usb3Port, std::uint32_t serial)
-    : device_(deviceDescriptor(model, usb3Port)),
-      configuration_(configurationDescriptor(model, usb3Port)),
-      bos_(bosDescriptor()) {
+Descriptors::Descriptors(const Model& model, bool superSpeed, std::uint32_t serial)
+    : device_(deviceDescriptor(model, superSpeed)),
+      configuration_(configurationDescriptor(model, superSpeed)),
+      bos_(model.superSpeed() ? bosDescriptor() : Bytes{}) {
   strings_.push_back({4, kString, low(kEnglish), high(kEnglish)});
   strings_.push_back(stringDescriptor("Vek"));
   strings_.push_back(stringDescriptor(model.displayName));
@@ -118,7 +119,7 @@ const std::vector<std::uint8_t>* Descriptors::find(std::uint8_t type, std::uint8
     case kConfiguration:
       return &configuration_;
     case kBos:
-      return &bos_;
+      return bos_.empty() ? nullptr : &bos_;
     default:
       return nullptr;
   }

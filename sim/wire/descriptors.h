@@ -8,10 +8,12 @@
 
 namespace orvik::sim {
 
-/// The descriptors that a camera answers GET_DESCRIPTOR with, as the bytes on the wire.
+/// The descriptors that a camera answers GET_DESCRIPTOR with, as the bytes on the wire. A camera of
+/// USB 2 is the same on any port.
 class Descriptors {
  public:
-  Descriptors(const Model& model, bool usb3Port, std::uint32_t serial);
+  /// @param superSpeed whether it runs at SuperSpeed on its port
+  Descriptors(const Model& model, bool superSpeed, std::uint32_t serial);
 
   /// @param type descriptor type
   /// @param index which one of its type
@@ -21,12 +23,14 @@ class Descriptors {
                                                       std::uint16_t language) const;
 
   /// Bytes of a full packet on the bulk endpoint.
-  static constexpr std::uint16_t bulkPacketBytes(bool usb3Port) { return usb3Port ? 1024 : 512; }
+  static constexpr std::uint16_t bulkPacketBytes(bool superSpeed) {
+    return superSpeed ? 1024 : 512;
+  }
 
  private:
   std::vector<std::uint8_t> device_;
   std::vector<std::uint8_t> configuration_;
-  std::vector<std::uint8_t> bos_;
+  std::vector<std::uint8_t> bos_;                   ///< empty on a camera of USB 2, which has none
   std::vector<std::vector<std::uint8_t>> strings_;  ///< 0: the languages
 };
 

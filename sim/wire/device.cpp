@@ -20,12 +20,12 @@ Connection::~Connection() { device->disconnect(*this); }
 Device::Device(const Model& model, const CameraOptions& options, std::uint32_t serial,
                seam::DeviceInfo info, const std::shared_ptr<seam::Clock>& clock)
     : info_(std::move(info)),
-      speed_(options.usb3Port ? seam::Speed::kSuper : seam::Speed::kHigh),
-      bulkEndpoint_(model.bulkEndpoint),
+      speed_(model.superSpeed() && options.usb3Port ? seam::Speed::kSuper : seam::Speed::kHigh),
+      bulkEndpoint_(model.bulkEndpoint()),
       observer_(options.controlObserver),
-      descriptors_(model, options.usb3Port, serial),
+      descriptors_(model, speed_ == seam::Speed::kSuper, serial),
       camera_(model, options, clock),
-      pipe_(Descriptors::bulkPacketBytes(options.usb3Port)),
+      pipe_(Descriptors::bulkPacketBytes(speed_ == seam::Speed::kSuper)),
       streamer_(mutex_, camera_, pipe_, clock, options, PictureMaker(model, options, serial)),
       endpoint0_(descriptors_, bulkEndpoint_, camera_, pipe_, [this] { streamer_.flush(); }) {}
 

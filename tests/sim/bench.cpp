@@ -36,7 +36,9 @@ Bytes Fetch::received() const {
 
 Bench::Bench(const sim::CameraOptions& options, std::shared_ptr<seam::Clock> clock,
              const char* model)
-    : clock_(std::move(clock)), host_(std::make_unique<sim::SimHost>(clock_)) {
+    : clock_(std::move(clock)),
+      bulkEndpoint_(sim::findModel(model)->bulkEndpoint()),
+      host_(std::make_unique<sim::SimHost>(clock_)) {
   id_ = host_->plug(*sim::findModel(model), options);
   reopen();
 }
@@ -133,7 +135,7 @@ void Bench::stop() {
 }
 
 Fetch Bench::newFetch(std::size_t bytes) {
-  return {port_->newBulkTransfer(0x81), std::make_shared<Bytes>(bytes)};
+  return {port_->newBulkTransfer(bulkEndpoint_), std::make_shared<Bytes>(bytes)};
 }
 
 Bytes Bench::fetchFrame(std::size_t bytes) {

@@ -84,6 +84,7 @@ class Bench {
 
  private:
   std::shared_ptr<seam::Clock> clock_;
+  std::uint8_t bulkEndpoint_;
   std::unique_ptr<sim::SimHost> host_;
   int id_ = 0;
   std::unique_ptr<seam::Port> port_;

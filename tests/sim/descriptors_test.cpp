@@ -52,6 +52,25 @@ TEST(Descriptors, OnAUsb2Port) {
                                      7, 5, 0x81, 2, 0x00, 0x02, 0}));
 }
 
+TEST(Descriptors, AnOlderCameraIsOneOfUsb2OnAnyPort) {
+  for (const bool usb3Port : {true, false}) {
+    sim::CameraOptions options;
+    options.usb3Port = usb3Port;
+    Bench bench(options, std::make_shared<ManualClock>(), "T06M_SC");
+    EXPECT_EQ(bench.port().speed(), seam::Speed::kHigh);
+    EXPECT_EQ(bench.host().cameras().front().info.location.bus, 1);
+    EXPECT_THAT(descriptor(bench, 1, 0, 0, 18).value(),
+                ElementsAre(18, 1, 0x00, 0x02, 0, 0, 0, 64, 0x56, 0x4F, 0x61, 0x06, 0x00, 0x01, 1,
+                            2, 3, 1));
+    EXPECT_THAT(descriptor(bench, 2, 0, 0, 255).value(),
+                ElementsAreArray(Bytes{9, 2, 25,   0, 1,    1,    0, 0x80, 200,  //
+                                       9, 4, 0,    0, 1,    0xFF, 0, 0,    0,    //
+                                       7, 5, 0x82, 2, 0x00, 0x02, 0}));
+    EXPECT_FALSE(descriptor(bench, 15, 0, 0, 255).has_value()) << "it has no BOS";
+    EXPECT_EQ(bench.port().newBulkTransfer(0x81)->submit({{}, nullptr}), TransferStatus::kError);
+  }
+}
+
 TEST(Descriptors, StringsAreUtf16InEnglish) {
   sim::CameraOptions options;
   options.serial = 0xCAFE01;

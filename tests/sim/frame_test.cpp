@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "sim/bench.h"
+#include "sim/position_scene.h"
 
 namespace orvik::test {
 namespace {
@@ -10,34 +11,12 @@ namespace {
 constexpr int kWidth = 1304;
 constexpr double kElectronsPerStep = 14000.0 / 4095;  // at gain 0
 
-/// The 12-bit value that the sensor pixel in column x, row y is lit to.
-int codeOf(int x, int y) { return (x * 37 + y * 101) % 3900; }
-
-/// Lights each pixel so that one exposure of `seconds` at gain 0 gives its code. The light is a
-/// trifle stronger, so that a mean half-way between two steps rounds up.
-class PositionScene final : public sim::Scene {
- public:
-  explicit PositionScene(double seconds) : seconds_(seconds) {}
-  void illuminate(const sim::SensorFormat&, const sim::Area& area,
-                  std::span<float> flux) const override {
-    std::size_t n = 0;
-    for (int y = area.y; y < area.y + area.height; ++y) {
-      for (int x = area.x; x < area.x + area.width; ++x) {
-        flux[n++] = static_cast<float>((codeOf(x, y) + 0.01) * kElectronsPerStep / seconds_);
-      }
-    }
-  }
-
- private:
-  double seconds_;
-};
-
-Bench benchFor(const Program& program) {
+Bench benchFor(const Program& program, const char* model = "T15C") {
   sim::CameraOptions options;
   options.pace = sim::Pace::kFree;
   options.noise = false;
-  options.scene = std::make_shared<PositionScene>(program.exposureSeconds());
-  return Bench(options);
+  options.scene = std::make_shared<PositionScene>(kElectronsPerStep / program.exposureSeconds());
+  return Bench(options, std::make_shared<ManualClock>(), model);
 }
 
 /// The 12-bit sample that the frame must hold in column x, row y: the rounded mean of the
@@ -125,19 +104,36 @@ TEST(Frame, FastConversionLosesTheTwoLowestBits) {
               [](int sample, int, int) { return sample / 4 * 64; });
 }
 
-TEST(Frame, ChannelGainsMultiplyTheirSampleOfTheMosaicAndSaturate) {
-  Program p;
-  p.wide = true;
-  Bench bench = benchFor(p);
-  bench.program(p);
-  constexpr int kGains[4] = {200, 128, 64, 255};
-  for (int n = 0; n < 4; ++n) bench.fpga(12 + n, kGains[n]);
-  bench.out(0xA9);
-  bench.sensor(0x3000, 0);
-  bench.fpga(0, 0x21);
-  expectFrame(p, bench.fetchFrame(p.frameBytes()), [&](int sample, int x, int y) {
-    return std::min(sample * kGains[2 * (y % 2) + x % 2] / 128, 4095) * 16;
-  });
+TEST(Frame, ColourGainsMultiplyTheirColourOfTheMosaicAndSaturate) {
+  constexpr int kRed = 200;
+  constexpr int kGreenBesideRed = 128;
+  constexpr int kGreenBesideBlue = 64;
+  constexpr int kBlue = 255;
+  struct Case {
+    const char* model;
+    int cell[4];  // row by row
+  };
+  for (const Case& c : {Case{"T15C", {kRed, kGreenBesideRed, kGreenBesideBlue, kBlue}},
+                        Case{"T13C", {kGreenBesideRed, kRed, kBlue, kGreenBesideBlue}},
+                        Case{"T14C", {kBlue, kGreenBesideBlue, kGreenBesideRed, kRed}},
+                        Case{"T12C", {kGreenBesideBlue, kBlue, kRed, kGreenBesideRed}}}) {
+    SCOPED_TRACE(c.model);
+    Program p;
+    p.wide = true;
+    p.lineCycles = 600;
+    Bench bench = benchFor(p, c.model);
+    bench.program(p);
+    bench.fpga(12, kRed);
+    bench.fpga(13, kGreenBesideRed);
+    bench.fpga(14, kGreenBesideBlue);
+    bench.fpga(15, kBlue);
+    bench.out(0xA9);
+    bench.sensor(0x3000, 0);
+    bench.fpga(0, 0x21);
+    expectFrame(p, bench.fetchFrame(p.frameBytes()), [&](int sample, int x, int y) {
+      return std::min(sample * c.cell[2 * (y % 2) + x % 2] / 128, 4095) * 16;
+    });
+  }
 }
 
 TEST(Frame, ContradictoryRegistersSendNothing) {
@@ -160,10 +156,7 @@ TEST(Frame, ContradictoryRegistersSendNothing) {
   EXPECT_FALSE(sends([](Bench& b) { b.fpga(4, 63); })) << "63 of 64 columns";
   EXPECT_FALSE(sends([](Bench& b) { b.sensor(0x303D, 0x05); })) << "leaves the sensor";
   EXPECT_FALSE(sends([](Bench& b) { b.sensor(0x3009, 0x77); })) << "no such clock";
-  EXPECT_FALSE(sends([](Bench& b) {
-    b.fpga(19, 0);
-    b.fpga(20, 0);
-  })) << "lines of no length";
+  EXPECT_FALSE(sends([](Bench& b) { b.fpga(19, 291 & 0xFF); })) << "lines too short for the sensor";
   EXPECT_FALSE(sends([](Bench& b) {
     b.fpga(16, 48);
     b.fpga(17, 0);

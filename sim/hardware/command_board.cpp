@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "sim/hardware/command_board.h"
+
+#include "sim/hardware/answer.h"
+#include "sim/hardware/vendor_requests.h"
+
+namespace orvik::sim {
+
+bool CommandBoard::command(std::uint8_t request, std::uint16_t value, std::uint16_t index) {
+  switch (request) {
+    case kWriteSensor:
+      sensor_.write(value, static_cast<std::uint8_t>(index));
+      return true;
+    case kWriteFpga:
+      logic_.write(value, static_cast<std::uint8_t>(index));
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::optional<std::size_t> CommandBoard::answer(std::uint8_t request, std::uint16_t value,
+                                                std::span<std::uint8_t> room) {
+  switch (request) {
+    case kReadSensor:
+      return giveByte(sensor_.read(value), room);
+    case kReadFpga:
+      return giveByte(logic_.read(value), room);
+    default:
+      return std::nullopt;
+  }
+}
+
+RunMode CommandBoard::runMode() const {
+  if (!sensor_.running()) return RunMode::kStopped;
+  return sensor_.state(kKilohertz).exposureLines == 0 ? RunMode::kTriggered : RunMode::kFreeRunning;
+}
+
+std::optional<FrameSettings> CommandBoard::frameSettings() const {
+  const SelfTimed sensor = sensor_.state(kKilohertz);
+  if (!logic_.gathers(sensor.lineCycles)) return std::nullopt;
+  return decodeSelfTimed(sensor, format_);
+}
+
+}  // namespace orvik::sim
