@@ -226,8 +226,10 @@ TEST_F(FlatCoolerTest, RegulationGoesOnDuringCapture) {
   ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
   std::vector<unsigned char> frame(64 * 64);
   const auto size = static_cast<std::int32_t>(frame.size());
+  ASSERT_TRUE(bench_.clock->run(0s, 2)) << "cooler and worker, which lets the sensor wake up";
+  bench_.clock->sleepFor(20ms);
   for (int minute = 0; minute < 10; ++minute) {
-    ASSERT_TRUE(bench_.clock->run(60s, 2)) << "the cooler and the sensor live by this clock";
+    ASSERT_TRUE(bench_.clock->run(60s, 3)) << "cooler, sensor and automatic control";
     ASSERT_EQ(OrvikGetVideoData(0, frame.data(), size, 20000), Orvik_OK) << minute;
   }
   EXPECT_EQ(OrvikStopVideoCapture(0), Orvik_OK);
