@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "seam/usb_host.h"
+#include "sim/fault/script.h"
 #include "sim/sky/scene.h"
 
 namespace orvik::sim {
@@ -47,6 +48,7 @@ struct CameraOptions {
   bool noise = true;    ///< false: a sensor without noise, dark current and hot pixels
   ControlObserver controlObserver;
   FrameFilter frameFilter;
+  fault::Script faults;  ///< what goes wrong between the camera and the host
 };
 
 }  // namespace orvik::sim

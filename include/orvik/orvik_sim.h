@@ -57,6 +57,9 @@ typedef struct Orvik_SIM_CAMERA {
  *     host asks (real). A free-running camera repeats a few pictures made beforehand.
  *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
  *   - `ambient=C` temperature around the camera, degrees Celsius, -40 to 60 (20)
+ *   - `fault=RULES` what goes wrong between the camera and the host, in the language of
+ *     docs/faults.md; rules are separated by semicolons: "fault=bulk short every 10; any unplug at
+ *     500" (none)
  * @return the camera's id, above 0; or -1, and OrvikSimLastError() tells why.
  */
 ORVIK_API int OrvikSimPlug(const char* model, const char* options);
