@@ -37,7 +37,9 @@ bool VendorLink::transfer(bool read, std::uint8_t code, std::uint16_t value, std
   control->index = index;
   control->timeoutMs = kTimeoutMs;
   std::size_t length = data.size();
-  return control->transfer(data, length);
+  const bool done = control->transfer(data, length);
+  if (!done && control->lastStatus() == seam::TransferStatus::kNoDevice) gone_ = true;
+  return done;
 }
 
 bool VendorLink::send(std::uint8_t code, std::uint16_t value, std::uint16_t index,

@@ -56,8 +56,14 @@ class VendorLink {
   [[nodiscard]] CUsbDevice& device() { return *device_; }
 
   [[nodiscard]] bool isOpen() const { return open_; }
+  /// Whether a request has found the device unplugged since it was opened. It does not come back:
+  /// what is plugged again is another device.
+  [[nodiscard]] bool isGone() const { return gone_; }
   /// Lets requests through, once the device is open and claimed.
-  void allowRequests() { open_ = true; }
+  void allowRequests() {
+    gone_ = false;
+    open_ = true;
+  }
   /// Lets no request through any more, and leaves the device as it is.
   void refuseRequests() { open_ = false; }
   /// Refuses requests and closes the device. Nobody may be reading from the bulk endpoint.
@@ -103,6 +109,7 @@ class VendorLink {
   std::mutex deviceLock_;  ///< guards the control endpoint from its setup fields to its answer
   std::mutex flashLock_;   ///< taken before deviceLock_
   std::atomic<bool> open_{false};
+  std::atomic<bool> gone_{false};
   std::atomic<bool> sensorClockStopped_{false};
 };
 
