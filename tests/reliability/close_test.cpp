@@ -67,7 +67,7 @@ TEST_F(LeftStreaming, TheNextProgramGetsWholeFramesOfItsOwn) {
   openCamera();
   for (int round = 0; round < 4; ++round) {
     // Another region each time: what is left of the former frames would not fit.
-    setRegion(1304, 976, Orvik_IMG_RAW16);
+    setRegion(640, 480, Orvik_IMG_RAW16);
     ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
     ASSERT_EQ(getFrame(), Orvik_OK);
     setFaults("control fail");

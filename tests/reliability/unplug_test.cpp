@@ -129,8 +129,8 @@ TEST_F(Unplugged, AReplugGivesACameraThatOpensAndWorks) {
   openCamera();
   for (const char* moment :
        {"control A9 replug 50", "bulk replug 50 at 4", "any replug 50 at 30"}) {
-    ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
     setFaults(moment);
+    ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
     while (getFrame(-1) == Orvik_OK) {
     }
     EXPECT_EQ(OrvikCloseCamera(0), Orvik_OK);
