@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "camera/settings/camera_settings.h"
-#include "models/t15c.h"
+#include "models/models.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace orvik;  // NOLINT(google-build-using-namespace)

@@ -20,10 +20,6 @@ XDG_CONFIG_HOME=$(mktemp -d)
 export XDG_CONFIG_HOME
 trap 'rm -rf "$XDG_CONFIG_HOME"' EXIT
 
-# A virtual camera is not to change how the user's own comes up.
-XDG_CONFIG_HOME=$(mktemp -d)
-export XDG_CONFIG_HOME
-trap 'rm -rf "$XDG_CONFIG_HOME"' EXIT
 files=(stars.fits stars.png moon.png planet.ser)
 (cd "$out" && rm -f -- "${files[@]}")
 

@@ -10,6 +10,7 @@
 
 #include "orvik/orvik_sim.h"
 #include "seam/install.h"
+#include "sim/hardware/spi_flash.h"
 #include "sim/models.h"
 #include "sim/plug_options.h"
 #include "sim/sim_host.h"
@@ -43,6 +44,14 @@ int plug(const char* code, const char* text) {
   CameraOptions options;
   std::string refusal = parsePlugOptions(text == nullptr ? "" : text, options);
   if (!refusal.empty()) return fail(std::move(refusal));
+
+  if (!options.flashPath.empty()) {
+    options.flash = FlashFile::open(options.flashPath, SpiFlash::kBytes);
+    if (!options.flash) {
+      return fail("The file '" + options.flashPath +
+                  "' cannot keep a flash: it cannot be opened, or is not one of 1 MiB.");
+    }
+  }
 
   const std::lock_guard lock(mutex);
   const int id = host()->plug(*model, options);

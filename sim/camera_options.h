@@ -6,10 +6,12 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "seam/usb_host.h"
 #include "sim/fault/script.h"
+#include "sim/hardware/flash_file.h"
 #include "sim/sky/scene.h"
 
 namespace orvik::sim {
@@ -35,6 +37,15 @@ using ControlObserver = std::function<void(const ControlRecord&)>;
 /// not call the camera or its host.
 using FrameFilter = std::function<bool(std::vector<std::uint8_t>&)>;
 
+/// The colour of the light, as factors on what each of the three kinds of filter lets through.
+struct LightColour {
+  double red = 1;
+  double green = 1;
+  double blue = 1;
+
+  friend bool operator==(const LightColour&, const LightColour&) = default;
+};
+
 /// How a virtual camera is plugged in.
 struct CameraOptions {
   bool usb3Port = true;
@@ -43,9 +54,12 @@ struct CameraOptions {
   SceneKind sceneKind = SceneKind::kStars;
   std::shared_ptr<const Scene> scene;  ///< takes the place of `sceneKind` when given
   Pace pace = Pace::kReal;
-  double light = 1;     ///< factor on the scene's brightness
-  double ambient = 20;  ///< degrees Celsius
-  bool noise = true;    ///< false: a sensor without noise, dark current and hot pixels
+  double light = 1;                  ///< factor on the scene's brightness
+  LightColour colour;                ///< of the light
+  double ambient = 20;               ///< degrees Celsius
+  std::string flashPath;             ///< file that keeps the flash; "" for none
+  std::shared_ptr<FlashFile> flash;  ///< that file, once it is open
+  bool noise = true;                 ///< false: a sensor without noise, dark current and hot pixels
   ControlObserver controlObserver;
   FrameFilter frameFilter;
   fault::Script faults;  ///< what goes wrong between the camera and the host

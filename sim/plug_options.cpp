@@ -20,6 +20,12 @@ struct Word {
 
 constexpr std::array kPorts = {Word<bool>{"usb3", true}, Word<bool>{"usb2", false}};
 constexpr std::array kPaces = {Word<Pace>{"real", Pace::kReal}, Word<Pace>{"free", Pace::kFree}};
+// Within what a camera's white balance reaches.
+constexpr std::array kColours = {
+    Word<LightColour>{"white", {1, 1, 1}},
+    Word<LightColour>{"red", {1, 0.6, 0.6}},
+    Word<LightColour>{"blue", {0.6, 0.8, 1}},
+};
 constexpr std::array kScenes = {
     Word<SceneKind>{"stars", SceneKind::kStars},
     Word<SceneKind>{"moon", SceneKind::kMoon},
@@ -58,12 +64,28 @@ bool readSeed(std::string_view text, std::uint64_t& seed) {
   return read.has_value();
 }
 
+bool readPath(std::string_view text, std::string& path) {
+  path = text;
+  return !text.empty();
+}
+
 bool readReal(std::string_view text, double low, double high, double& value) {
   const auto read = number<double>(text);
   // Written so that a value that is not a number is refused as well.
   if (!read || !(*read >= low && *read <= high)) return false;
   value = *read;
   return true;
+}
+
+/// A word, or three factors with colons between them.
+bool readColour(std::string_view text, LightColour& colour) {
+  if (readWord(text, kColours, colour)) return true;
+  const std::size_t first = text.find(':');
+  const std::size_t second = text.find(':', first + 1);
+  if (first == std::string_view::npos || second == std::string_view::npos) return false;
+  return readReal(text.substr(0, first), 0, 1, colour.red) &&
+         readReal(text.substr(first + 1, second - first - 1), 0, 1, colour.green) &&
+         readReal(text.substr(second + 1), 0, 1, colour.blue);
 }
 
 /// What an option takes, for the message that refuses anything else.
@@ -84,8 +106,12 @@ constexpr std::array kKeys = {
         [](std::string_view v, CameraOptions& o) { return readWord(v, kScenes, o.sceneKind); }},
     Key{"pace", "real or free",
         [](std::string_view v, CameraOptions& o) { return readWord(v, kPaces, o.pace); }},
+    Key{"flash", "the name of a file",
+        [](std::string_view v, CameraOptions& o) { return readPath(v, o.flashPath); }},
     Key{"light", "a number from 0.001 to 1000",
         [](std::string_view v, CameraOptions& o) { return readReal(v, 0.001, 1000, o.light); }},
+    Key{"colour", "white, red, blue, or three numbers from 0 to 1 as in 1:0.5:0.2",
+        [](std::string_view v, CameraOptions& o) { return readColour(v, o.colour); }},
     Key{"ambient", "a number from -40 to 60",
         [](std::string_view v, CameraOptions& o) { return readReal(v, -40, 60, o.ambient); }},
 };

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "seam/clock.h"
@@ -56,6 +57,7 @@ class SimHost final : public seam::Host {
 
   std::vector<seam::DeviceInfo> devices() override;
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
+  [[nodiscard]] std::string settingsFolder() const override { return "virtual"; }
 
  private:
   struct Entry {

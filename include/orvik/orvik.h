@@ -99,6 +99,22 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_EXPOSING = 15,
   /** The camera did not do what was asked. */
   Orvik_ERROR_DRIVER_FAILED = 16,
+
+  /* From here on: answered by the functions of orvik_service.h only. */
+  /** A pointer is null, or a number outside the range that the function names. */
+  Orvik_ERROR_ARGUMENT = 32,
+  /** The camera has no dark frame, taken or loaded. */
+  Orvik_ERROR_NO_DARK = 33,
+  /** The camera has no table of hot pixels. */
+  Orvik_ERROR_NO_TABLE = 34,
+  /** The file cannot be read or written. */
+  Orvik_ERROR_FILE = 35,
+  /** The file is no firmware, is damaged, or does not fit. */
+  Orvik_ERROR_FIRMWARE_IMAGE = 36,
+  /** A sector of the flash could not be erased. */
+  Orvik_ERROR_FLASH_ERASE = 37,
+  /** What was read back from the camera is something else than what should be there. */
+  Orvik_ERROR_VERIFY = 38,
 } Orvik_ERROR_CODE;
 
 /** A control of a camera. Which ones a camera offers: OrvikGetControlCaps(). */
@@ -315,6 +331,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
  * and changes nothing.
  *
  * @param value the value, in the unit of ::Orvik_CONTROL_TYPE
+ * What is on automatic moves while a video runs: exposure and gain towards the brightness of
+ * #Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, the white balance, of 8-bit frames only, towards grey. A
+ * snapshot is taken with the values as they are.
+ *
  * @param isAuto exactly #Orvik_TRUE puts the control on automatic, starting from `value`
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open

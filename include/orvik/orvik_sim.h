@@ -7,6 +7,9 @@
  * real one: enumerate, open, capture. From the first plug on the process sees virtual cameras
  * instead of the USB bus; unplugging the last one with OrvikSimUnplugAll() brings the bus back.
  *
+ * The settings of virtual cameras are kept apart from those of real ones, in
+ * `orvik/virtual/settings.toml` in the user's folder for configurations.
+ *
  * Valid C99 and C++. Every function may be called from any thread, also while a camera captures:
  * that is how an unplug in mid-frame is tried out.
  */
@@ -56,10 +59,15 @@ typedef struct Orvik_SIM_CAMERA {
  *   - `pace=real|free` frames in the time that the camera's registers ask for, or as fast as the
  *     host asks (real). A free-running camera repeats a few pictures made beforehand.
  *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
+ *   - `colour=white|red|blue|R:G:B` colour of the light (white); R, G and B, from 0 to 1, are the
+ *     shares of it that are left in each colour
  *   - `ambient=C` temperature around the camera, degrees Celsius, -40 to 60 (20)
  *   - `fault=RULES` what goes wrong between the camera and the host, in the language of
  *     docs/faults.md; rules are separated by semicolons: "fault=bulk short every 10; any unplug at
  *     500" (none)
+ *   - `flash=FILE` keeps the camera's flash (identity, hot pixels, firmware) in a file of 1 MiB,
+ *     which is made where there is none; a name without commas. Without it the flash is erased
+ *     each time the camera is plugged.
  * @return the camera's id, above 0; or -1, and OrvikSimLastError() tells why.
  */
 ORVIK_API int OrvikSimPlug(const char* model, const char* options);

@@ -23,6 +23,7 @@ Camera::Camera(const Model& model, const CameraOptions& options, std::shared_ptr
       hasThermometer_(model.thermometer),
       clock_(std::move(clock)),
       board_(makeBoard(model)),
+      flash_(options.flash),
       thermometer_(options.ambient, clock_->now()) {
   if (model.cooled) {
     cooler_.emplace(options.ambient, options.noise ? scramble(options.seed) : 0, clock_->now());

@@ -2,6 +2,7 @@
 #include "sim/hardware/spi_flash.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orvik::sim {
 namespace {
@@ -10,6 +11,14 @@ constexpr std::uint8_t kErased = 0xFF;
 constexpr int kErasePolls = 3;
 
 }  // namespace
+
+SpiFlash::SpiFlash(std::shared_ptr<FlashFile> file) : file_(std::move(file)) {
+  if (file_) cells_ = file_->contents();
+}
+
+bool SpiFlash::keep(std::size_t start, std::size_t count) {
+  return !file_ || file_->store(start, std::span(cells_).subspan(start, count));
+}
 
 bool SpiFlash::accepts(std::size_t page, std::size_t count) const {
   const std::size_t start = page * kPageBytes;
@@ -34,7 +43,7 @@ bool SpiFlash::write(std::size_t page, std::span<const std::uint8_t> bytes) {
     cells_[at] = static_cast<std::uint8_t>(cells_[at] & byte);
     ++at;
   }
-  return true;
+  return keep(page * kPageBytes, bytes.size());
 }
 
 bool SpiFlash::eraseSector(std::size_t sector) {
@@ -43,7 +52,7 @@ bool SpiFlash::eraseSector(std::size_t sector) {
     std::ranges::fill(std::span(cells_).subspan(sector * kSectorBytes, kSectorBytes), kErased);
   }
   busyPolls_ = kErasePolls;
-  return true;
+  return cells_.empty() || keep(sector * kSectorBytes, kSectorBytes);
 }
 
 std::uint8_t SpiFlash::pollStatus() {

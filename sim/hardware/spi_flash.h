@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
+
+#include "sim/hardware/flash_file.h"
 
 namespace orvik::sim {
 
@@ -17,6 +20,10 @@ class SpiFlash {
   static constexpr std::size_t kPageBytes = 256;
   static constexpr std::size_t kSectorBytes = std::size_t{1} << 16U;
 
+  SpiFlash() = default;
+  /// @param file that keeps it; null for a flash that forgets
+  explicit SpiFlash(std::shared_ptr<FlashFile> file);
+
   /// Each answers false, and does nothing, when the chip is busy or the range leaves it.
   bool read(std::size_t page, std::span<std::uint8_t> bytes) const;
   bool write(std::size_t page, std::span<const std::uint8_t> bytes);
@@ -28,7 +35,10 @@ class SpiFlash {
  private:
   [[nodiscard]] bool accepts(std::size_t page, std::size_t count) const;
 
+  bool keep(std::size_t start, std::size_t count);
+
   std::vector<std::uint8_t> cells_;  ///< empty until first written: all ones
+  std::shared_ptr<FlashFile> file_;
   int busyPolls_ = 0;
 };
 

@@ -1,17 +1,40 @@
 // SPDX-License-Identifier: MIT
 #include "sim/picture/picture_maker.h"
 
+#include <array>
+#include <cstddef>
+
 #include "sim/picture/converter.h"
 #include "sim/picture/noise_table.h"
 #include "sim/random.h"
 
 namespace orvik::sim {
+namespace {
+
+/// The factor that a colour of the light has behind a filter. Behind no filter the three parts come
+/// together as they do in white light.
+double factorBehind(Filter filter, const LightColour& colour) {
+  switch (filter) {
+    case Filter::kRed:
+      return colour.red;
+    case Filter::kGreen:
+      return colour.green;
+    case Filter::kBlue:
+      return colour.blue;
+    case Filter::kClear:
+      break;
+  }
+  return (0.96 * colour.red + colour.green + 0.53 * colour.blue) / (0.96 + 1 + 0.53);
+}
+
+}  // namespace
 
 PictureMaker::PictureMaker(const Model& model, const CameraOptions& options, std::uint32_t serial)
     : model_(&model),
       serial_(serial),
       ideal_(!options.noise),
-      light_(static_cast<float>(options.light)),
+      light_(options.light),
+      colour_(options.colour),
       noiseSeed_(scramble(options.seed ^ (std::uint64_t{serial} << 32U))),
       scene_(options.scene),
       sceneKind_(options.sceneKind),
@@ -25,12 +48,26 @@ void PictureMaker::prepare(const FrameSettings& settings) {
     const Area& area = settings.area;
     flux_.resize(static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height));
     scene_->illuminate(model_->sensor, area, flux_);
-    for (float& value : flux_) value *= light_;
+    dim(area);
     fluxArea_ = area;
   }
   const SensorCondition condition{model_->pixel, ideal_, hotPixels_};
   computeSignal(settings, condition, model_->sensor.mosaic != Mosaic::kMono, flux_, signal_);
   prepared_ = settings;
+}
+
+/// Brings the scene's light to the brightness and colour that it is to have.
+void PictureMaker::dim(const Area& area) {
+  const SensorFormat& sensor = model_->sensor;
+  std::array<float, 4> cell{};  // of the mosaic, row by row
+  for (int n = 0; n < 4; ++n) {
+    cell[static_cast<std::size_t>(n)] = static_cast<float>(
+        light_ * factorBehind(sensor.filterAt(area.x + n % 2, area.y + n / 2), colour_));
+  }
+  const auto width = static_cast<std::size_t>(area.width);
+  for (std::size_t n = 0; n < flux_.size(); ++n) {
+    flux_[n] *= cell[n / width % 2 * 2 + n % width % 2];
+  }
 }
 
 void PictureMaker::make(const FrameSettings& settings, std::uint64_t number,

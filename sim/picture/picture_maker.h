@@ -28,11 +28,13 @@ class PictureMaker {
 
  private:
   void prepare(const FrameSettings& settings);
+  void dim(const Area& area);
 
   const Model* model_;
   std::uint32_t serial_;
   bool ideal_;
-  float light_;
+  double light_;
+  LightColour colour_;
   std::uint64_t noiseSeed_;
   std::shared_ptr<const Scene> scene_;
   SceneKind sceneKind_;

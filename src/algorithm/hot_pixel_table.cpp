@@ -42,6 +42,16 @@ size_t countHotPixels(std::span<const uint8_t> table) noexcept {
   return count;
 }
 
+std::vector<size_t> listHotPixels(std::span<const uint8_t> table) {
+  std::vector<size_t> pixels;
+  for (size_t at = 0; at < table.size(); ++at) {
+    for (unsigned bits = table[at]; bits != 0; bits &= bits - 1) {
+      pixels.push_back(8 * at + static_cast<size_t>(std::countr_zero(bits)));
+    }
+  }
+  return pixels;
+}
+
 StoredHotPixels compressHotPixels(std::span<const uint8_t> table) {
   StoredHotPixels stored;
   const size_t n = table.size();

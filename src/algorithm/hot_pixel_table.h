@@ -24,6 +24,9 @@ using HotPixelTable = std::vector<uint8_t>;
 /// How many pixels the table marks.
 [[nodiscard]] size_t countHotPixels(std::span<const uint8_t> table) noexcept;
 
+/// The pixels that the table marks, ascending.
+[[nodiscard]] std::vector<size_t> listHotPixels(std::span<const uint8_t> table);
+
 /// A table in its stored form.
 ///
 /// Big-endian: the magic "KRVD", the length of the whole in four bytes, then pairs of bytes. The

@@ -11,6 +11,7 @@ namespace orvik {
 struct alignas(8) WhiteBalance {
   int32_t red = 50;
   int32_t blue = 50;
+  friend bool operator==(const WhiteBalance&, const WhiteBalance&) = default;
 };
 
 /// Sets the balance of the whole process, for every camera and for frames that begin later.

@@ -38,4 +38,10 @@ inline Orvik_ERROR_CODE unlessGone(const OpenCamera& camera, Orvik_ERROR_CODE re
   return result == Orvik_OK && camera.driver->isUnplugged() ? whenGone : result;
 }
 
+/// The code for work that capture forbids, while it runs; else Orvik_OK.
+inline Orvik_ERROR_CODE captureCode(const CameraState& state) {
+  if (!state.capturing) return Orvik_OK;
+  return state.snapshot ? Orvik_ERROR_EXPOSING : Orvik_ERROR_VIDEO_RUNNING;
+}
+
 }  // namespace orvik::api

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "models/factory.h"
+#include "models/catalogue.h"
 #include "seam/identity.h"
 #include "usb/usb_device.h"
 
@@ -72,7 +72,11 @@ Orvik_ERROR_CODE Registry::property(Orvik_CAMERA_INFO& info, int index) {
   }
   const auto unopened = createCamera(productAt(index));
   if (!unopened) return Orvik_ERROR_NO_CAMERA_OBJECT;
+  // Some models learn which of their variants they are from the device. One that cannot be opened
+  // at present is described as the model.
+  const bool opened = unopened->model().probed && unopened->OpenCamera(sameModelOrdinal(index));
   unopened->GetCameraProperty(&info);
+  if (opened) unopened->CloseCamera();
   return Orvik_OK;
 }
 

@@ -2,20 +2,36 @@
 #include "camera/camera_base.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <span>
 #include <utility>
 
+#include "algorithm/demosaic.h"
+#include "camera/control_table.h"
 #include "camera/current_clock.h"
+#include "camera/host_balance.h"
+#include "seam/identity.h"
 #include "usb/current_host.h"
 
 namespace orvik {
 namespace {
 
+using namespace std::chrono_literals;
+
+constexpr auto kReconnectPause = 50ms;
+constexpr auto kSecondTryPause = 1000ms;
+
 /// Bytes of the largest frame: every pixel in 16 bits.
 std::size_t largestFrame(const ModelRow& model) {
   return std::size_t{2} * static_cast<std::size_t>(model.maxWidth) *
          static_cast<std::size_t>(model.maxHeight);
+}
+
+/// A device object for the class that the model's devices belong to.
+std::unique_ptr<CUsbDevice> newDevice(const ModelRow& model) {
+  const int deviceClass = identity::classOfProduct(model.products.front().id);
+  return std::make_unique<CUsbDevice>(identity::classGuid(deviceClass));
 }
 
 std::shared_ptr<CameraState> initialState(const ModelRow& model) {
@@ -29,17 +45,19 @@ std::shared_ptr<CameraState> initialState(const ModelRow& model) {
   state->whiteBalanceRed = model.whiteBalanceRedDefault;
   state->whiteBalanceBlue = model.whiteBalanceBlueDefault;
   state->hardwareBin = model.hardwareBinAtStart;
+  state->autoMaxGain = controlRange(model, Orvik_CTL_AUTO_EXP_MAX_GAIN).defaultValue;
   return state;
 }
 
 }  // namespace
 
-CCameraBase::CCameraBase(const ModelRow& model, const identity::Guid& deviceClass,
-                         std::shared_ptr<const FrameProtocol> protocol)
+CCameraBase::CCameraBase(const ModelRow& model, std::shared_ptr<const FrameProtocol> protocol)
     : model_(model),
+      name_(model.name),
       clock_(currentClock()),
+      settingsFolder_(currentHost()->settingsFolder()),
       state_(initialState(model)),
-      link_(std::make_shared<VendorLink>(std::make_unique<CUsbDevice>(deviceClass))),
+      link_(std::make_shared<VendorLink>(newDevice(model))),
       guideLines_(*link_),
       gate_(std::make_shared<CameraGate>(*this)),
       protocol_(std::move(protocol)),
@@ -60,22 +78,37 @@ CCameraBase::~CCameraBase() { endCapture(); }
 bool CCameraBase::openDevice(int ordinal) {
   if (isOpen()) return true;
   if (abandonedWorker_) return false;
+  ordinal_ = ordinal;
   CUsbDevice& device = link().device();
   const int count = device.deviceCount();
   int found = 0;
   for (int n = 0; n < count; ++n) {
     device.Open(static_cast<std::uint8_t>(n));
-    const bool ours = device.vendorId() == identity::kVendorId &&
-                      std::ranges::count(model_.productIds, device.productId()) != 0;
-    if (!ours || ++found != ordinal) continue;
+    if (device.vendorId() != identity::kVendorId) continue;
+    const Product* product = model_.findProduct(device.productId());
+    if (product == nullptr || ++found != ordinal) continue;
     // A device that another program holds stays with it.
     if (!device.claim()) break;
+    if (product->name != nullptr) name_ = product->name;
     link().allowRequests();
     guideLines_.allow();
     return true;
   }
   device.Close();
   return false;
+}
+
+bool CCameraBase::ReConnectCamera() {
+  const auto lock = lockSettings();
+  if (ordinal_ == 0 || state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) {
+    return false;
+  }
+  guideLines_.letGo();
+  link().replaceDevice(newDevice(model_));
+  clock_->sleepFor(kReconnectPause);
+  if (openDevice(ordinal_)) return true;
+  clock_->sleepFor(kSecondTryPause);
+  return openDevice(ordinal_);
 }
 
 bool CCameraBase::closeDevice() {
@@ -124,7 +157,8 @@ bool CCameraBase::startCapture(bool snapshot) {
                                        .gate = gate_,
                                        .protocol = protocol_,
                                        .control = nullptr,
-                                       .frames = arrivalFrames_},
+                                       .frames = arrivalFrames_,
+                                       .autoPace = autoPaceOf(model_)},
                                       clock_);
   if (!started) {  // the caller learns of it from the flag and the status
     queue_->close();
@@ -217,9 +251,8 @@ void CCameraBase::GetMisc(bool* flipHorizontal, bool* flipVertical) const {
 
 void CCameraBase::Bayer2RGB24(const std::uint8_t* raw, std::uint8_t* rgb, int width,
                               int height) const {
-  const DemosaicRoutine routine =
-      demosaicRoutine(model_.bayer, state_->flipHorizontal, state_->flipVertical);
-  if (routine != nullptr) routine(raw, rgb, width, height);
+  demosaic(raw, rgb, flippedPattern(model_.bayer, state_->flipHorizontal, state_->flipVertical),
+           width, height, hostBalance(model_, *state_));
 }
 
 bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {
@@ -228,22 +261,11 @@ bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {
   return true;
 }
 
-void CCameraBase::SetAutoPara(int maxGain, int maxExposure, int targetBrightness) {
-  state_->autoMaxGain = maxGain;
-  state_->autoMaxExposure = maxExposure;
-  state_->autoMaxBrightness = targetBrightness;
-}
-
-void CCameraBase::GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const {
-  *maxGain = state_->autoMaxGain;
-  *maxExposure = state_->autoMaxExposure;
-  *targetBrightness = state_->autoMaxBrightness;
-}
-
 void CCameraBase::GetCameraProperty(Orvik_CAMERA_INFO* info) const {
-  const std::size_t nameLength = std::min(std::strlen(model_.name), sizeof info->name - 1);
+  const char* name = name_;
+  const std::size_t nameLength = std::min(std::strlen(name), sizeof info->name - 1);
   std::memset(info->name, 0, sizeof info->name);
-  std::memcpy(info->name, model_.name, nameLength);
+  std::memcpy(info->name, name, nameLength);
   info->maxHeight = model_.maxHeight;
   info->maxWidth = model_.maxWidth;
   info->colour = model_.colour ? Orvik_TRUE : Orvik_FALSE;

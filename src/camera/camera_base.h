@@ -5,11 +5,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "algorithm/frame_region.h"
 #include "algorithm/hot_pixel_table.h"
+#include "algorithm/raw_frame.h"
+#include "camera/automatic/frame_measurement.h"
 #include "camera/camera_state.h"
 #include "camera/capture/camera_gate.h"
 #include "camera/capture/capture_session.h"
@@ -21,6 +24,7 @@
 #include "camera/guide_lines.h"
 #include "camera/hot_pixels.h"
 #include "camera/model_row.h"
+#include "camera/spi_flash.h"
 #include "camera/vendor_link.h"
 #include "orvik/orvik.h"
 
@@ -139,10 +143,33 @@ class CCameraBase {
   void GetMisc(bool* flipHorizontal, bool* flipVertical) const;
   /// Frames a second, and megapixels a second.
   bool GetMaxFPS(float* frameRate, float* dataRate) const;
-  void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
-  void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
   /// Degrees Celsius: what a thread has measured lately, where there is one, else GetSensorTemp().
   float GetTemp();
+
+  // Automatic exposure, gain and white balance. During a video they work by themselves (see
+  // AutoControl); AutoExpGain() and AutoWB_RAW() take one step by hand, from a raw frame of the
+  // present region and format as it came from the camera, unbinned where the host bins.
+  /// Not checked. @param maxGain gain steps; @param maxExposure seconds; @param targetBrightness of
+  /// 255
+  void SetAutoPara(int maxGain, int maxExposure, int targetBrightness);
+  void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const;
+  /// Changes what is on automatic of exposure and gain; see regulateExposure().
+  void AutoExpGain(const std::uint8_t* frame);
+  /// Changes the white balance; see nextBalance(). @param frame of 8 bits
+  void AutoWB_RAW(const std::uint8_t* frame);
+  /// Statistics of one block of an 8-bit raw frame; see mosaicBlock().
+  /// @param rowLength, frameHeight of the frame; nothing beyond them is read
+  /// @param redDeviation, greenDeviation, blueDeviation receive the deviation, or 0 if they hold 0
+  void Get_variance_ave_RAW(const std::uint8_t* frame, int blockColumn, int blockRow,
+                            int blockWidth, int blockHeight, int rowLength, int frameHeight,
+                            int* redDeviation, int* greenDeviation, int* blueDeviation,
+                            int* redMean, int* greenMean, int* blueMean) const;
+  /// For AutoControl, with the settings held: what a good frame shows, as far as it is wanted.
+  /// Empty where the frame has another size than the present format's.
+  FrameMeasurement measure(std::span<const std::uint8_t> frame, Wanted wanted);
+  /// For AutoControl, with the settings held: takes the steps that are still on automatic, unless
+  /// what was measured has been changed since.
+  void followMeasurement(const FrameMeasurement& measured);
 
   // Dark frames; see DarkFrame. The numbers of their results are those of DarkFileResult.
   int LoadBMPFromFile(const char* path);
@@ -228,6 +255,10 @@ class CCameraBase {
   bool IsUSB3Host();
   bool ResetEndPoint(std::uint8_t endpoint);
   bool ResetDevice();
+  /// Finds the device again where it was unplugged and plugged, or fell silent: lets go of the
+  /// device object, and opens the same camera of this model through a new one 50 ms later, or at a
+  /// second try one second after that. The sensor wants InitCamera() then. Not during capture.
+  bool ReConnectCamera();
 
   /// Demosaics a frame of this camera, as its pattern reads after the flips that are set.
   /// @param raw width * height bytes; @param rgb receives 3 * width * height bytes
@@ -235,7 +266,8 @@ class CCameraBase {
   // The guide port. All are true whatever becomes of the request; a line beyond 3 is ignored.
   bool pulseGuideOn(GuideD direction);
   bool pulseGuideOff(GuideD direction);
-  /// Keeps the calling thread for the length of the pulse. @param ms milliseconds
+  /// Keeps the calling thread for the length of the pulse, or until somebody switches the line off.
+  /// @param ms milliseconds
   bool pulseGuide(GuideD direction, int ms);
 
   // Firmware, flash and identity, defined in the room for firmware. Not during capture. An image is
@@ -290,16 +322,20 @@ class CCameraBase {
   // What the flat interface needs to know
   /// The camera as a cooled one. @return null when it has no cooler.
   virtual CCameraCool* cooler() { return nullptr; }
+  [[nodiscard]] const DarkFrame& dark() const { return dark_; }
+  [[nodiscard]] const HotPixels& hotPixels() const { return hotPixels_; }
+  [[nodiscard]] GuideLines& guideLines() { return guideLines_; }
+  [[nodiscard]] seam::Clock& clock() const { return *clock_; }
+  /// The way to the flash, for as long as the camera lives.
+  [[nodiscard]] SpiFlash flash(FlashRequests requests = {}) { return {link(), clock(), requests}; }
   [[nodiscard]] CameraState& state() { return *state_; }
   [[nodiscard]] const CameraState& state() const { return *state_; }
   [[nodiscard]] const ModelRow& model() const { return model_; }
 
  protected:
   /// @param model must outlive the camera
-  /// @param deviceClass device-interface class that the model's devices belong to
-  /// @param protocol how the model streams; must outlive the camera and its workers
-  CCameraBase(const ModelRow& model, const identity::Guid& deviceClass,
-              std::shared_ptr<const FrameProtocol> protocol);
+  /// @param protocol how the model streams
+  CCameraBase(const ModelRow& model, std::shared_ptr<const FrameProtocol> protocol);
 
   // The common part of the operations above
   bool openDevice(int ordinal);
@@ -318,7 +354,6 @@ class CCameraBase {
   [[nodiscard]] bool isOpen() const { return link_->isOpen(); }
   /// Held by a setter while it writes what belongs together.
   [[nodiscard]] auto lockSettings() { return gate_->lock(); }
-  [[nodiscard]] seam::Clock& clock() const { return *clock_; }
 
   // For a worker of a derived class, which owns what it touches
   [[nodiscard]] const std::shared_ptr<CameraState>& sharedState() const { return state_; }
@@ -326,6 +361,11 @@ class CCameraBase {
   [[nodiscard]] const std::shared_ptr<seam::Clock>& sharedClock() const { return clock_; }
 
   // What a kind of camera does besides
+  /// The colour of an 8-bit frame as an image of it will show it. Only a camera that balances its
+  /// colours on the host has to look beyond the raw frame.
+  virtual std::optional<ColourValues> measureColour(const RawFrame& frame);
+  /// Takes a step of white balance, from a colour that was measured with the present one.
+  void followColour(const ColourValues& colour);
   /// At the end of InitCamera().
   virtual void onInitialised() {}
   /// Before the device is let go of, by CloseCamera() or at the camera's end; capture has stopped.
@@ -333,6 +373,8 @@ class CCameraBase {
 
  private:
   Orvik_ERROR_CODE setFlip(std::int32_t value);
+  [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame) const;
+  void followBrightness(int brightness);
   [[nodiscard]] bool hasCapturePlaces() const;
   void endLink();
   [[nodiscard]] FrameRegion currentRegion() const;
@@ -341,7 +383,10 @@ class CCameraBase {
   void noteCorrections();
 
   const ModelRow& model_;
+  std::atomic<const char*> name_;  ///< the opened product's, before that the model's
+  int ordinal_ = 0;                ///< of the last opening
   const std::shared_ptr<seam::Clock> clock_;
+  const std::string settingsFolder_;  ///< of the host that the camera came from
   const std::shared_ptr<CameraState> state_;
   const std::shared_ptr<VendorLink> link_;
   GuideLines guideLines_;

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The control layer of CCameraBase: lists, describes, sets and reads the controls.
-#include <algorithm>
-
 #include "camera/camera_base.h"
 #include "camera/control_table.h"
 
@@ -28,7 +26,7 @@ bool CCameraBase::isAvailable(Control_TYPE type) const {
     default:
       // Up to the automatic limits the numbering is that of the controls.
       return type >= CONTROL_GAIN && type <= CONTROL_AUTO_LIMITS &&
-             std::ranges::count(model_.controls, static_cast<Orvik_CONTROL_TYPE>(type)) != 0;
+             model_.controls.has(static_cast<Orvik_CONTROL_TYPE>(type));
   }
 }
 

@@ -7,7 +7,6 @@
 #include "algorithm/denoise.h"
 #include "camera/camera_base.h"
 #include "camera/saturated.h"
-#include "camera/vendor_flash_port.h"
 
 namespace orvik {
 namespace {
@@ -70,14 +69,14 @@ int CCameraBase::GettingDark(bool start, std::uint64_t) {
 bool CCameraBase::SaveHPCTable() {
   if (state_->capturing) return false;
   AutoGetHPC();
-  VendorFlashPort flash(link(), clock());
-  return hotPixels_.save(flash);
+  SpiFlash port = flash();
+  return hotPixels_.save(port);
 }
 
 bool CCameraBase::LoadHPCTable() {
   if (state_->capturing) return false;
-  VendorFlashPort flash(link(), clock());
-  return hotPixels_.load(flash);
+  SpiFlash port = flash();
+  return hotPixels_.load(port);
 }
 
 void CCameraBase::AdjustHPCTable() {

@@ -24,10 +24,7 @@ bool CCameraBase::pulseGuideOff(GuideD direction) {
 }
 
 bool CCameraBase::pulseGuide(GuideD direction, int ms) {
-  if (lineOf(direction) >= GuideLines::kCount) return true;
-  guideLines_.switchOn(lineOf(direction));
-  if (ms > 0) clock().sleepFor(std::chrono::milliseconds(ms));
-  guideLines_.switchOff(lineOf(direction));
+  guideLines_.pulse(lineOf(direction), clock(), std::chrono::milliseconds(ms));
   return true;
 }
 

@@ -27,7 +27,7 @@ std::string modelNameOf(std::wstring_view key) {
 // saves as well: nothing leaves these two, not even the lack of memory.
 
 void CCameraBase::LoadSetting(const wchar_t* key) noexcept try {
-  const auto store = settings::SettingsStore::ofUser();
+  const auto store = settings::SettingsStore::ofUser(settingsFolder_);
   const auto group = store ? store->load(modelNameOf(key)) : std::nullopt;
   const auto lock = lockSettings();
   if (group) settings::apply(*group, model_, *state_);
@@ -54,7 +54,7 @@ void CCameraBase::noteCorrections() {
 }
 
 void CCameraBase::SaveSetting(const wchar_t* key) noexcept try {
-  const auto store = settings::SettingsStore::ofUser();
+  const auto store = settings::SettingsStore::ofUser(settingsFolder_);
   if (!store) return;
   settings::Group group;
   {

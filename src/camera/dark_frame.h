@@ -42,7 +42,9 @@ class DarkFrame {
   /// Switches subtraction on or off.
   void use(bool on);
   [[nodiscard]] bool isSwitchedOn() const { return on_; }
-  /// Whether it is switched on and there is a dark loaded or taken.
+  /// Whether there is a dark, loaded or taken.
+  [[nodiscard]] bool isLoaded() const { return loaded_; }
+  /// Whether it is switched on and there is one.
   [[nodiscard]] bool isInUse() const { return on_ && loaded_; }
 
   /// Follows the camera to another region. The dark is cut now if it is in use, else when it is

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <span>
 
 namespace orvik {
@@ -16,32 +17,42 @@ class FlashPort {
  public:
   static constexpr std::uint32_t kPageBytes = 256;
   static constexpr std::uint32_t kSectorBytes = 0x10000;
+  /// What one request moves, as far as this library chooses it.
+  static constexpr std::uint32_t kPieceBytes = 2048;
+  /// Pages have 16-bit numbers.
+  static constexpr std::uint32_t kMaxBytes = 0x10000 * kPageBytes;
 
   FlashPort() = default;
   FlashPort(const FlashPort&) = delete;
   FlashPort& operator=(const FlashPort&) = delete;
   virtual ~FlashPort() = default;
 
+  /// The right to use the flash; one thread has it at a time. Waits for it.
+  [[nodiscard]] virtual std::unique_lock<std::mutex> lock() = 0;
   /// Gives the bus to the pixel stream, or takes it for the flash.
   virtual bool switchBusToStream(bool toStream) = 0;
-  /// @param address of a page; @param bytes one page or several, or a part of the last one
+  /// @param address of a page; @param bytes one page or several, or a part of the last one; at most
+  ///        65535 bytes
   virtual bool read(std::uint32_t address, std::span<std::uint8_t> bytes) = 0;
   virtual bool write(std::uint32_t address, std::span<const std::uint8_t> bytes) = 0;
   /// Erases a sector and waits until the flash is ready again.
   /// @param sector counted from 0
-  virtual bool eraseSector(std::uint16_t sector) = 0;
+  virtual bool eraseSector(std::uint32_t sector) = 0;
 };
 
-/// The flash has the bus for the life of this object.
+/// For the life of this object the flash belongs to this thread, and the bus to the flash.
 class FlashSession {
  public:
-  explicit FlashSession(FlashPort& port) : port_(port) { port_.switchBusToStream(false); }
+  explicit FlashSession(FlashPort& port) : port_(port), lock_(port.lock()) {
+    port_.switchBusToStream(false);
+  }
   ~FlashSession() { port_.switchBusToStream(true); }
   FlashSession(const FlashSession&) = delete;
   FlashSession& operator=(const FlashSession&) = delete;
 
  private:
   FlashPort& port_;
+  std::unique_lock<std::mutex> lock_;
 };
 
 }  // namespace orvik

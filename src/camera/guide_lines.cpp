@@ -52,29 +52,48 @@ bool GuideLines::send(VendorRequest request, std::size_t line) {
   return link_.send(static_cast<std::uint8_t>(request), static_cast<std::uint16_t>(line));
 }
 
-void GuideLines::switchOn(std::size_t line) {
-  if (line >= kCount) return;
+bool GuideLines::switchOn(std::size_t line) {
+  if (line >= kCount) return false;
   letGoAtExit();
   const std::lock_guard lock(mutex_);
-  if (!allowed_) return;
+  if (!allowed_) return false;
   mayBeOn_.at(line) = true;
-  send(VendorRequest::kGuideOn, line);
+  return send(VendorRequest::kGuideOn, line);
 }
 
-void GuideLines::switchOff(std::size_t line) {
-  if (line >= kCount) return;
-  const std::lock_guard lock(mutex_);
-  if (send(VendorRequest::kGuideOff, line)) mayBeOn_.at(line) = false;
+bool GuideLines::switchOff(std::size_t line) {
+  if (line >= kCount) return false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!send(VendorRequest::kGuideOff, line)) return false;
+    mayBeOn_.at(line) = false;
+  }
+  switchedOff_.notify_all();
+  return true;
+}
+
+bool GuideLines::pulse(std::size_t line, seam::Clock& clock, seam::Clock::Duration length) {
+  if (line >= kCount) return false;
+  const bool on = switchOn(line);
+  if (on && length > seam::Clock::Duration::zero()) {
+    std::unique_lock lock(mutex_);
+    clock.waitFor(lock, switchedOff_, length, [&] { return !mayBeOn_.at(line); });
+  }
+  const bool off = switchOff(line);  // also where the answer to the first request was lost
+  return on && off;
 }
 
 void GuideLines::letGo() {
-  const std::lock_guard lock(mutex_);
-  allowed_ = false;
-  for (std::size_t line = 0; line < kCount; ++line) {
-    if (!mayBeOn_.at(line)) continue;
-    send(VendorRequest::kGuideOff, line);
-    mayBeOn_.at(line) = false;
+  {
+    const std::lock_guard lock(mutex_);
+    allowed_ = false;
+    for (std::size_t line = 0; line < kCount; ++line) {
+      if (!mayBeOn_.at(line)) continue;
+      send(VendorRequest::kGuideOff, line);
+      mayBeOn_.at(line) = false;
+    }
   }
+  switchedOff_.notify_all();
 }
 
 void GuideLines::allow() {

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <array>
+#include <condition_variable>
 #include <cstddef>
 #include <mutex>
 
 #include "camera/vendor_link.h"
+#include "seam/clock.h"
 
 namespace orvik {
 
@@ -22,10 +24,16 @@ class GuideLines {
   GuideLines(const GuideLines&) = delete;
   GuideLines& operator=(const GuideLines&) = delete;
 
-  /// A line that does not exist is ignored, and so is a request that fails; a line that may be on
-  /// after it is remembered.
-  void switchOn(std::size_t line);
-  void switchOff(std::size_t line);
+  /// A line that may be on after a request that failed is remembered.
+  /// @return whether the camera took the request; false for a line that does not exist.
+  bool switchOn(std::size_t line);
+  bool switchOff(std::size_t line);
+
+  /// Switches a line on for so long, and keeps the calling thread until it is off again. Whoever
+  /// switches the line off meanwhile ends the pulse.
+  /// @param clock that measures the length
+  /// @return whether the camera took both requests.
+  bool pulse(std::size_t line, seam::Clock& clock, seam::Clock::Duration length);
 
   /// Switches off whatever may be on; nothing can be switched on before allow(). Takes at most one
   /// request for each such line.
@@ -37,6 +45,7 @@ class GuideLines {
 
   VendorLink& link_;
   std::mutex mutex_;  ///< held over a request, so that none overtakes letGo()
+  std::condition_variable switchedOff_;
   std::array<bool, kCount> mayBeOn_{};
   bool allowed_ = false;
 };

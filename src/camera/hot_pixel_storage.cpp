@@ -9,17 +9,16 @@ namespace {
 
 constexpr std::uint32_t kStart = 0x40000;
 constexpr std::size_t kRoom = 0x30000;
-constexpr auto kFirstSector = static_cast<std::uint16_t>(kStart / FlashPort::kSectorBytes);
-/// What one request moves.
-constexpr std::size_t kPieceBytes = 2048;
+constexpr std::uint32_t kFirstSector = kStart / FlashPort::kSectorBytes;
+constexpr std::size_t kPieceBytes = FlashPort::kPieceBytes;
 constexpr int kAttempts = 3;
 
 std::uint32_t addressOf(std::size_t offset) { return kStart + static_cast<std::uint32_t>(offset); }
 
 bool eraseSectors(FlashPort& port, std::size_t bytes) {
   const std::size_t sectors = (bytes + FlashPort::kSectorBytes - 1) / FlashPort::kSectorBytes;
-  for (std::size_t n = 0; n < sectors; ++n) {
-    if (!port.eraseSector(static_cast<std::uint16_t>(kFirstSector + n))) return false;
+  for (std::uint32_t n = 0; n < sectors; ++n) {
+    if (!port.eraseSector(kFirstSector + n)) return false;
   }
   return true;
 }

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <span>
 
@@ -32,7 +33,9 @@ class HotPixels {
   /// @param x, y sensor pixels
   /// @return false outside the sensor.
   bool mark(int x, int y, bool hot);
-  [[nodiscard]] bool hasTable() const { return table_.get() != nullptr; }
+  /// The table of the whole sensor; null without one.
+  [[nodiscard]] std::shared_ptr<const HotPixelTable> table() const { return table_.get(); }
+  [[nodiscard]] bool hasTable() const { return table() != nullptr; }
 
   /// Saves the table in the flash; see saveHotPixels(). @return false without a table, too.
   bool save(FlashPort& port);

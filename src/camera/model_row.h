@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "orvik/orvik.h"
 
@@ -24,36 +25,70 @@ struct ImageTypes {
   bool raw16 = false;
 };
 
+/// A product that is this model.
+struct Product {
+  std::uint16_t id = 0;        ///< USB product ID; 0 fills up a row's list
+  const char* name = nullptr;  ///< display name, where it is not the model's
+};
+
+/// The controls that a model offers, in the order in which they are listed.
+class ControlList {
+ public:
+  constexpr void add(Orvik_CONTROL_TYPE type) { types_[size_++] = type; }
+
+  [[nodiscard]] constexpr std::size_t size() const { return size_; }
+  /// @param n below size()
+  [[nodiscard]] constexpr Orvik_CONTROL_TYPE operator[](std::size_t n) const { return types_[n]; }
+  [[nodiscard]] constexpr const Orvik_CONTROL_TYPE* begin() const { return types_.data(); }
+  [[nodiscard]] constexpr const Orvik_CONTROL_TYPE* end() const { return types_.data() + size_; }
+  [[nodiscard]] constexpr bool has(Orvik_CONTROL_TYPE type) const {
+    return std::find(begin(), end(), type) != end();
+  }
+
+ private:
+  std::array<Orvik_CONTROL_TYPE, 18> types_{};
+  std::size_t size_ = 0;
+};
+
 /// What a model is: one row of facts, the same for every camera of the model.
 struct ModelRow {
-  const char* name;                              ///< display name
-  const wchar_t* settingsKey;                    ///< of LoadSetting() and SaveSetting()
-  std::span<const std::uint16_t> productIds;     ///< all products that are this model
-  std::int32_t maxWidth;                         ///< sensor width, pixels
-  std::int32_t maxHeight;                        ///< sensor height, pixels
-  double pixelSizeUm;                            ///< pixel pitch, micrometres
-  bool colour;                                   ///< has a colour filter mosaic
-  BayerPattern bayer;                            ///< its order at the sensor's top left
-  bool cooled;                                   ///< has a thermo-electric cooler
-  bool usb3;                                     ///< built for USB 3
-  std::array<std::int8_t, 16> bins;              ///< bin factors; ends before the first below 1
-  ImageTypes imageTypes;                         ///< image types offered
-  ControlRange gain;                             ///< sensor's gain steps
-  ControlRange exposureUs;                       ///< microseconds
-  ControlRange gamma;                            ///< 50 is linear
-  std::int32_t whiteBalanceRedDefault;           ///< 50 is neutral
-  std::int32_t whiteBalanceBlueDefault;          ///< 50 is neutral
-  std::int32_t whiteBalanceMax;                  ///< of red and of blue
-  std::int32_t whiteBalanceMin;                  ///< of red and of blue
-  ControlRange brightness;                       ///< black level, sensor's steps
-  std::int32_t bandwidthMin;                     ///< percent
-  std::int32_t bandwidthMax;                     ///< percent
-  bool bandwidthAutoSupported;                   ///< can find its bandwidth by itself
-  bool hardwareBinAtStart;                       ///< bins in the camera unless told otherwise
-  std::span<const Orvik_CONTROL_TYPE> controls;  ///< controls offered, in the order of the list
-  bool highByteFirst = false;                    ///< 16-bit samples come high byte first
-  bool slowAutoControl =
-      false;  ///< automatic control takes rounds of 200 ms, up to 600 ms exposure
+  const char* name;                      ///< display name
+  const wchar_t* settingsKey;            ///< of LoadSetting() and SaveSetting()
+  std::array<Product, 3> products;       ///< all products that are this model
+  bool probed;                           ///< opened for a moment when it is asked what it is
+  std::int32_t maxWidth;                 ///< sensor width, pixels
+  std::int32_t maxHeight;                ///< sensor height, pixels
+  double pixelSizeUm;                    ///< pixel pitch, micrometres
+  bool colour;                           ///< has a colour filter mosaic
+  BayerPattern bayer;                    ///< its order at the sensor's top left
+  bool cooled;                           ///< has a thermo-electric cooler
+  bool usb3;                             ///< built for USB 3
+  std::array<std::int8_t, 16> bins;      ///< bin factors; ends before the first below 1
+  ImageTypes imageTypes;                 ///< image types offered
+  ControlRange gain;                     ///< sensor's gain steps
+  ControlRange exposureUs;               ///< microseconds
+  ControlRange gamma;                    ///< 50 is linear
+  std::int32_t whiteBalanceRedDefault;   ///< 50 is neutral
+  std::int32_t whiteBalanceBlueDefault;  ///< 50 is neutral
+  std::int32_t whiteBalanceMax;          ///< of red and of blue
+  std::int32_t whiteBalanceMin;          ///< of red and of blue
+  ControlRange brightness;               ///< black level, sensor's steps
+  std::int32_t bandwidthMin;             ///< percent
+  std::int32_t bandwidthMax;             ///< percent
+  bool bandwidthAutoSupported;           ///< can find its bandwidth by itself
+  bool hardwareBinAtStart;               ///< bins in the camera unless told otherwise
+  ControlList controls;                  ///< controls offered
+  bool highByteFirst = false;            ///< 16-bit samples come high byte first
+  /// Automatic control takes rounds of 200 ms, up to 600 ms exposure.
+  bool slowAutoControl = false;
+  bool whiteBalanceOnHost = false;  ///< the sensor has no gains for colours
+
+  /// @return the product of this model with that ID, or null.
+  [[nodiscard]] constexpr const Product* findProduct(std::uint16_t id) const {
+    const auto* found = std::find_if(products.begin(), products.end(),
+                                     [id](const Product& product) { return product.id == id; });
+    return id == 0 || found == products.end() ? nullptr : found;
+  }
 };
 
 }  // namespace orvik

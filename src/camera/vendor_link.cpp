@@ -27,6 +27,13 @@ void VendorLink::close() {
   device_->Close();
 }
 
+void VendorLink::replaceDevice(std::unique_ptr<CUsbDevice> next) {
+  open_ = false;
+  const std::lock_guard lock(deviceLock_);
+  device_ = std::move(next);
+  sensorClockStopped_ = false;
+}
+
 bool VendorLink::transfer(bool read, std::uint8_t code, std::uint16_t value, std::uint16_t index,
                           std::span<std::uint8_t> data) {
   if (!open_) return false;

@@ -62,6 +62,9 @@ class VendorLink {
   /// Whether a request has found the device unplugged since it was opened. It does not come back:
   /// what is plugged again is another device.
   [[nodiscard]] bool isGone() const { return gone_; }
+  /// Refuses requests, closes the device and lets go of it; `next` takes its place. Not during
+  /// capture.
+  void replaceDevice(std::unique_ptr<CUsbDevice> next);
   /// Lets requests through, once the device is open and claimed.
   void allowRequests();
   /// Lets no request through any more, and leaves the device as it is.

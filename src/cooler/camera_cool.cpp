@@ -9,9 +9,8 @@
 
 namespace orvik {
 
-CCameraCool::CCameraCool(const ModelRow& model, const identity::Guid& deviceClass,
-                         std::shared_ptr<const FrameProtocol> protocol)
-    : CCameraBase(model, deviceClass, std::move(protocol)),
+CCameraCool::CCameraCool(const ModelRow& model, std::shared_ptr<const FrameProtocol> protocol)
+    : CCameraBase(model, std::move(protocol)),
       cooler_(std::make_shared<cooler::Cooler>(sharedState(), sharedLink(), sharedClock())) {}
 
 // The model's destructor has done it while the camera still answered; but no thread outlives this.

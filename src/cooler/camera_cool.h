@@ -71,8 +71,7 @@ class CCameraCool : public CCameraBase {
   float GetSensorTemp() override;
 
  protected:
-  CCameraCool(const ModelRow& model, const identity::Guid& deviceClass,
-              std::shared_ptr<const FrameProtocol> protocol);
+  CCameraCool(const ModelRow& model, std::shared_ptr<const FrameProtocol> protocol);
 
   void onInitialised() override;
   void onClosing() override;

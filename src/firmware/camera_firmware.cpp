@@ -4,20 +4,18 @@
 // firmware, and every model has them all the same.
 #include <new>
 #include <span>
-#include <string>
 
 #include "camera/camera_base.h"
-#include "camera/settings/file_system.h"
 #include "firmware/boot_eeprom.h"
 #include "firmware/bridge_memory.h"
 #include "firmware/camera_id.h"
+#include "firmware/firmware_file.h"
 #include "firmware/firmware_image.h"
-#include "firmware/spi_flash.h"
+#include "firmware/flash_image.h"
 
 namespace orvik {
 namespace {
 
-using settings::FileSystem;
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::uint8_t code(VendorRequest request) { return static_cast<std::uint8_t>(request); }
@@ -57,19 +55,19 @@ bool CCameraBase::SetProgramEntry(std::uint8_t request, std::uint32_t address) {
 
 FX3_FWDWNLOAD_ERROR_CODE CCameraBase::EraseSectorOfSPIFlash(std::uint32_t sector,
                                                             std::uint8_t request) {
-  return firmware::eraseSector(link(), clock(), sector, request);
+  return flash({.sector = request}).eraseSector(sector) ? FWDWNLOAD_SUCCESS : FWDWNLOAD_FAILED;
 }
 
 bool CCameraBase::WriteToSPIFlash(const std::uint8_t* buffer, std::uint32_t length,
                                   std::uint32_t address, std::uint8_t request) {
   if (buffer == nullptr && length != 0) return false;
-  return firmware::writeFlash(link(), address, memory(buffer, length), request);
+  return flash({.write = request}).write(address, memory(buffer, length));
 }
 
 bool CCameraBase::ReadFromSPIFlash(std::uint8_t* buffer, std::uint32_t length,
                                    std::uint32_t address, std::uint8_t request) {
   if (buffer == nullptr && length != 0) return false;
-  return firmware::readFlash(link(), address, memory(buffer, length), request);
+  return flash({.read = request}).read(address, memory(buffer, length));
 }
 
 bool CCameraBase::SetTransferCount(std::int32_t bytes) {
@@ -83,28 +81,24 @@ bool CCameraBase::SetTransferCount(std::int32_t bytes) {
 FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadFw(const char* path,
                                                  FX3_FWDWNLOAD_MEDIA_TYPE media) try {
   if (!isOpen()) return FWDWNLOAD_FAILED;
-  std::string file;
-  if (path == nullptr ||
-      FileSystem::system().read(path, firmware::kMaxImageBytes, file) != FileSystem::Read::kDone) {
-    return FWDWNLOAD_NO_FILE;
-  }
-  if (file.empty()) return FWDWNLOAD_NO_FILE;
+  const auto file = firmware::readFirmwareFile(path);
+  if (!file) return FWDWNLOAD_NO_FILE;
   if (media < FWDWNLOAD_RAM || media > FWDWNLOAD_SPIFLASH) return FWDWNLOAD_UNKNOWN_MEDIA;
 
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(file.data());
   // A file that is no firmware must not take the place of the one that the camera boots from.
   firmware::Image parsed;
-  const FX3_FWDWNLOAD_ERROR_CODE checked = firmware::parseImage({bytes, file.size()}, parsed);
+  const FX3_FWDWNLOAD_ERROR_CODE checked = firmware::parseImage(*file, parsed);
   if (checked != FWDWNLOAD_SUCCESS) return checked;
-  const auto size = static_cast<std::uint32_t>(file.size());
+  const auto size = static_cast<std::uint32_t>(file->size());
   switch (media) {
     case FWDWNLOAD_RAM:
-      return DownloadFwToRam(bytes, size, code(VendorRequest::kBridgeMemory));
+      return DownloadFwToRam(file->data(), size, code(VendorRequest::kBridgeMemory));
     case FWDWNLOAD_I2CE2PROM:
-      return DownloadBuftoI2CE2PROM(bytes, size, code(VendorRequest::kI2cMemory));
+      return DownloadBuftoI2CE2PROM(file->data(), size, code(VendorRequest::kI2cMemory));
     case FWDWNLOAD_SPIFLASH: {
-      const firmware::FlashBus bus(link());
-      return DownloadBuftoSPIFLASH(bytes, size, code(VendorRequest::kFlashSector));
+      SpiFlash port = flash();
+      const FlashSession session(port);
+      return DownloadBuftoSPIFLASH(file->data(), size, code(VendorRequest::kFlashSector));
     }
   }
   return FWDWNLOAD_UNKNOWN_MEDIA;
@@ -130,7 +124,9 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadBuftoSPIFLASH(const std::uint8_t* 
                                                             std::uint32_t size,
                                                             std::uint8_t request) {
   if (start == nullptr) return FWDWNLOAD_NO_FILE;
-  return firmware::writeFlashImage(link(), clock(), memory(start, size), request);
+  if (!isOpen()) return FWDWNLOAD_FAILED;
+  SpiFlash port = flash({.sector = request});
+  return firmware::writeFlashImage(port, memory(start, size));
 }
 
 bool CCameraBase::UpdateFW2RAM(const std::uint8_t* start, std::int32_t size) {
@@ -155,9 +151,13 @@ bool CCameraBase::UpdateFW(const std::uint8_t* start, std::int32_t size) {
 bool CCameraBase::EraseFlash() { return isOpen() && firmware::eraseThroughHelper(link()); }
 
 bool CCameraBase::ReadIDFromSPI(Orvik_ID* id) {
-  return id != nullptr && firmware::readId(link(), *id);
+  SpiFlash port = flash();
+  return id != nullptr && firmware::readId(port, *id);
 }
 
-bool CCameraBase::WriteIDToSPI(Orvik_ID id) { return firmware::writeId(link(), clock(), id); }
+bool CCameraBase::WriteIDToSPI(Orvik_ID id) {
+  SpiFlash port = flash();
+  return firmware::writeId(port, id);
+}
 
 }  // namespace orvik

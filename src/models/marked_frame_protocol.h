@@ -15,6 +15,10 @@ class MarkedFrameProtocol final : public FrameProtocol {
 
   [[nodiscard]] std::size_t transferBytes() const override { return std::size_t{1} << 20; }
 
+  [[nodiscard]] ReadPatience patience(std::size_t) const override {
+    return {.frameTimes = 2, .margin = std::chrono::milliseconds(50)};
+  }
+
   void halt(VendorLink& link, bool longExposure) const override;
   void wake(VendorLink& link) const override;
   void run(VendorLink& link, bool longExposure) const override;

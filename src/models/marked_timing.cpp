@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
+#include "models/bandwidth_law.h"
+
 namespace orvik::marked {
 namespace {
 
-constexpr int kBlankRows = 18;
-constexpr int kMaxLineLength = 65535;
 constexpr std::uint64_t kMaxFrameLength = 0xFFFFFF;
 constexpr std::int64_t kMinShutterStart = 2;
 
@@ -31,17 +31,6 @@ SensorClock clockForKhz(int khz, bool binsOnSensor) {
   return {kSlowestClock, khz, kNormalClock.minLineLength};
 }
 
-int lineLengthFor(int bandwidth, int bytesPerPercent, int rows, int columns, bool output16Bits,
-                  int clockKhz, int minLineLength) {
-  const int bytesPerSample = output16Bits ? 2 : 1;
-  const auto framesPerSecond =
-      static_cast<float>(bandwidth * bytesPerPercent * 10.0 / bytesPerSample / rows / columns);
-  const float lineTimeUs = 1'000'000.0F / framesPerSecond / static_cast<float>(rows + kBlankRows);
-  const auto cycles = static_cast<double>(lineTimeUs * static_cast<float>(clockKhz)) / 1000.0;
-  return std::clamp(static_cast<int>(std::min(cycles, double{kMaxLineLength})), minLineLength,
-                    kMaxLineLength);
-}
-
 ShutterTiming shutterFor(std::uint64_t exposureUs, int rows, int lineLength, int clockKhz) {
   const auto lineTimeUs = static_cast<float>(lineLength * 1000.0 / clockKhz);
   const auto frameTimeUs =
@@ -62,11 +51,6 @@ ShutterTiming shutterFor(std::uint64_t exposureUs, int rows, int lineLength, int
   frameLength = std::min(frameLength, kMaxFrameLength);
   return {static_cast<std::uint32_t>(frameLength), static_cast<std::uint32_t>(shutterStart),
           static_cast<std::uint32_t>(frameLength - shutterStart - 2)};
-}
-
-float maxFrameRate(int rows, int lineLength, int clockKhz) {
-  return static_cast<float>(clockKhz * 1000.0 /
-                            (static_cast<double>(lineLength) * (rows + kBlankRows)));
 }
 
 }  // namespace orvik::marked

@@ -3,25 +3,13 @@
 
 #include <cstdint>
 
-/// Timing of the marked-frame models: what exposure, bandwidth and mode mean in lines and clock
-/// cycles. The FPGA holds line length and frame length, the sensor the line at which the shutter
-/// opens. Pure functions; arithmetic in single precision where a fraction of a line is cut off,
-/// because the cameras' register values are defined by it.
+/// Timing of the marked-frame models: what exposure and mode mean in lines and clock cycles. The
+/// FPGA holds line length and frame length, the sensor the line at which the shutter opens. Pure
+/// functions; arithmetic in single precision where a fraction of a line is cut off, because the
+/// cameras' register values are defined by it.
 namespace orvik::marked {
 
-inline constexpr std::uint64_t kMinExposureUs = 32;
 inline constexpr std::uint64_t kLongExposureUs = 1'000'000;
-inline constexpr int kMinBandwidth = 40;
-inline constexpr int kMaxBandwidth = 100;
-/// Below it a camera has not been set up yet.
-inline constexpr int kSlowestClockKhz = 9281;
-
-/// What the link can carry, bytes a second for 1 percent and a tenth.
-inline constexpr int kBytesPerPercentUsb3 = 190906;
-inline constexpr int kBytesPerPercentUsb2 = 43272;
-
-/// Bandwidth that automatic bandwidth starts with, percent.
-constexpr int automaticBandwidth(bool usb3Host) { return usb3Host ? 100 : 80; }
 
 /// A clock of the sensor, and what belongs to it.
 struct SensorClock {
@@ -37,13 +25,6 @@ SensorClock clockForMode(bool binsOnSensor, bool highSpeed, bool output16Bits);
 /// register value of the slowest.
 SensorClock clockForKhz(int khz, bool binsOnSensor);
 
-/// Clock cycles of one line at which the link just carries the frames.
-/// @param bandwidth percent; @param bytesPerPercent what the port carries
-/// @param minLineLength shortest line of the sensor, clock cycles
-/// @return minLineLength to 65535
-int lineLengthFor(int bandwidth, int bytesPerPercent, int rows, int columns, bool output16Bits,
-                  int clockKhz, int minLineLength);
-
 /// Length of one frame and of its exposure, in lines.
 struct ShutterTiming {
   std::uint32_t frameLength;   ///< 24 bits
@@ -53,8 +34,5 @@ struct ShutterTiming {
 
 /// @param exposureUs microseconds; @param lineLength clock cycles
 ShutterTiming shutterFor(std::uint64_t exposureUs, int rows, int lineLength, int clockKhz);
-
-/// Frames a second at this timing.
-float maxFrameRate(int rows, int lineLength, int clockKhz);
 
 }  // namespace orvik::marked

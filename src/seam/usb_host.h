@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 /// The seam at the wire: all that the library asks of a USB host, and all that a virtual camera has
@@ -142,6 +143,10 @@ class Host {
 
   /// @return null when the device is gone, or may not be opened.
   virtual std::unique_ptr<Port> open(const DeviceInfo& device) = 0;
+
+  /// The folder, below that of the user's settings, for settings of this host's cameras: a virtual
+  /// camera must not change how a real one of its model comes up. "" for the machine's own bus.
+  [[nodiscard]] virtual std::string settingsFolder() const { return {}; }
 };
 
 }  // namespace orvik::seam

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <mutex>
 #include <random>
 
 #include "camera/hot_pixel_storage.h"
@@ -26,6 +27,7 @@ class FakeFlash final : public FlashPort {
   bool busWithStream = true;
   std::vector<int> erased;
 
+  std::unique_lock<std::mutex> lock() override { return std::unique_lock(mutex_); }
   bool switchBusToStream(bool toStream) override {
     if (next()) return false;
     busWithStream = toStream;
@@ -42,15 +44,17 @@ class FakeFlash final : public FlashPort {
     spoil(std::span(cells).subspan(address, bytes.size()));
     return true;
   }
-  bool eraseSector(std::uint16_t sector) override {
+  bool eraseSector(std::uint32_t sector) override {
     if (next() || busWithStream) return false;
-    erased.push_back(sector);
+    erased.push_back(static_cast<int>(sector));
     std::fill_n(cells.begin() + sector * 0x10000, 0x10000, std::uint8_t{0xFF});
     return true;
   }
 
  private:
   bool next() { return fails(requests++); }
+
+  std::mutex mutex_;
 };
 
 /// A table whose stored form is about `pairs` * 2 bytes long.

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "models/t13c_c.h"
+#include "models/models.h"
 #include "support/stepped_clock.h"
 #include "support/virtual_bench.h"
 

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "cooler/cooled_bench.h"
-#include "models/t15c.h"
+#include "models/models.h"
 
 namespace orvik::test {
 namespace {
@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 struct Listened {
   explicit Listened(CooledBench& bench) {
     sim::CameraOptions options;
-    options.controlObserver = conversation.observer();
+    options.controlObserver = observerOf(conversation);
     bench.plug(options);
   }
   /// The values sent to the cooler's drive since the last call.
@@ -216,6 +216,23 @@ TEST_F(FlatCoolerTest, CoolerOnZeroEndsRegulationAndPowerForGood) {
   ASSERT_TRUE(bench_.clock->run(60s));
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
   EXPECT_EQ(get(Orvik_CTL_COOL_POWER_PERC), 0);
+}
+
+TEST_F(FlatCoolerTest, RegulationGoesOnDuringCapture) {
+  ASSERT_EQ(OrvikSetROIFormat(0, 64, 64, 1, Orvik_IMG_RAW8), Orvik_OK);
+  EXPECT_EQ(set(0, Orvik_CTL_EXPOSURE, 500'000), Orvik_OK);
+  EXPECT_EQ(set(0, Orvik_CTL_TARGET_TEMP, 0), Orvik_OK);
+  EXPECT_EQ(set(0, Orvik_CTL_COOLER_ON, 1), Orvik_OK);
+  ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
+  std::vector<unsigned char> frame(64 * 64);
+  const auto size = static_cast<std::int32_t>(frame.size());
+  for (int minute = 0; minute < 10; ++minute) {
+    ASSERT_TRUE(bench_.clock->run(60s, 2)) << "the cooler and the sensor live by this clock";
+    ASSERT_EQ(OrvikGetVideoData(0, frame.data(), size, 20000), Orvik_OK) << minute;
+  }
+  EXPECT_EQ(OrvikStopVideoCapture(0), Orvik_OK);
+  EXPECT_NEAR(get(Orvik_CTL_TEMPERATURE) / 10.0, 0, 1.5);
+  EXPECT_GT(get(Orvik_CTL_COOL_POWER_PERC), 20);
 }
 
 TEST_F(FlatCoolerTest, ANewTargetNeitherSwitchesOnNorOff) {

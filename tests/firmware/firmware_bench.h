@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "firmware/images.h"
-#include "models/t15c.h"
+#include "models/models.h"
 #include "sim/manual_clock.h"
 #include "support/host_decorator.h"
 #include "support/virtual_bench.h"

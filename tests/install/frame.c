@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
 #include "orvik/orvik_sim.h"
 
 enum { kWidth = 640, kHeight = 480, kPixels = kWidth * kHeight, kLargest = kPixels * 3 };
@@ -27,6 +28,12 @@ static int takeFrame(IMG_TYPE type, int bytesPerPixel, unsigned char* frame) {
   return failures;
 }
 
+static int askVersion(void) {
+  Orvik_FIRMWARE_VERSION version;
+  return expect(OrvikGetFirmwareVersion(0, &version) == Orvik_OK, "version") +
+         expect(version.firmware > 0, "firmware");
+}
+
 int main(void) {
   Orvik_CAMERA_INFO info;
   unsigned char* frame = malloc(kLargest);
@@ -42,6 +49,7 @@ int main(void) {
   failures += takeFrame(Orvik_IMG_RGB24, 3, frame);
   failures += takeFrame(Orvik_IMG_RAW16, 2, frame);
   failures += takeFrame(Orvik_IMG_Y8, 1, frame);
+  failures += askVersion();
   failures += expect(OrvikCloseCamera(0) == Orvik_OK, "close");
   OrvikSimUnplugAll();
   free(frame);

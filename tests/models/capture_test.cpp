@@ -8,7 +8,7 @@
 #include <future>
 #include <ostream>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/host_decorator.h"
 #include "support/virtual_bench.h"
 
@@ -42,7 +42,7 @@ class CaptureTest : public ::testing::Test {
   void open(sim::FrameFilter filter = nullptr, sim::Pace pace = sim::Pace::kReal) {
     sim::CameraOptions options;
     options.sceneKind = sim::SceneKind::kGrey;
-    options.controlObserver = conversation_.observer();
+    options.controlObserver = observerOf(conversation_);
     options.frameFilter = std::move(filter);
     options.pace = pace;
     id_ = bench_.plug(options);

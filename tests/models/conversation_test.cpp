@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -35,7 +35,7 @@ class ConversationTest : public ::testing::Test {
  protected:
   ConversationTest() {
     sim::CameraOptions options;
-    options.controlObserver = conversation_.observer();
+    options.controlObserver = observerOf(conversation_);
     options.sceneKind = sim::SceneKind::kDark;
     bench_.plug(options);
   }

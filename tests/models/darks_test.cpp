@@ -7,7 +7,7 @@
 #include <random>
 
 #include "camera/dark_file.h"
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/scratch_folder.h"
 #include "support/virtual_bench.h"
 

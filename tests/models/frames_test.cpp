@@ -6,7 +6,7 @@
 #include <cmath>
 #include <tuple>
 
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {

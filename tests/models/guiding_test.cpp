@@ -4,9 +4,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "models/t15c.h"
+#include <thread>
+
+#include "models/models.h"
 #include "orvik/orvik.h"
-#include "sim/manual_clock.h"
+#include "support/stepped_clock.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -35,7 +37,8 @@ class GuidingTest : public ::testing::Test {
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
 
   std::vector<std::string> lines_;
-  VirtualBench bench_{std::make_shared<ManualClock>()};
+  std::shared_ptr<SteppedClock> clock_ = std::make_shared<SteppedClock>();
+  VirtualBench bench_{clock_};
   std::unique_ptr<CCameraT15C> camera_ = std::make_unique<CCameraT15C>();
   int id_ = 0;
 };
@@ -52,13 +55,24 @@ TEST_F(GuidingTest, LinesAreSwitchedOneByOne) {
 }
 
 TEST_F(GuidingTest, APulseLastsAsLongAsItWasToldTo) {
-  EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_1, 1500));
+  std::thread guider([this] { EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_1, 1500)); });
+  EXPECT_TRUE(clock_->run(1499ms));
+  EXPECT_EQ(bench_.host().guideLog(id_).size(), 1U);
+  clock_->sleepFor(1ms);
+  guider.join();
   const auto log = bench_.host().guideLog(id_);
   ASSERT_EQ(log.size(), 2U);
   EXPECT_EQ(log[1].at - log[0].at, 1500ms);
   EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_2, 0));
   EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_2, -5));
   EXPECT_THAT(take(), ElementsAre("on 1", "off 1", "on 2", "off 2", "on 2", "off 2"));
+}
+
+TEST_F(GuidingTest, SwitchingTheLineOffEndsItsPulse) {
+  std::thread guider([this] { camera_->pulseGuide(Orvik_GUIDE_DIR_1, 3'600'000); });
+  EXPECT_TRUE(eventually([this] { return bench_.host().guideLog(id_).size() == 1; }));
+  EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_1));
+  guider.join();
 }
 
 TEST_F(GuidingTest, LinesGoOffWithTheCamera) {

@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "models/t15c.h"
+#include "models/models.h"
 
 namespace orvik {
 namespace {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "camera/settings/settings_store.h"
-#include "models/t15c.h"
+#include "models/models.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -37,9 +37,12 @@ Value text(const std::string& name, const std::string& content, std::size_t size
   return value;
 }
 
-void store(const Group& group) { ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", group)); }
+/// Where the settings of virtual cameras are, apart from those of real ones.
+SettingsStore place() { return SettingsStore::ofUser("virtual").value(); }
 
-std::optional<Group> stored() { return SettingsStore::ofUser().value().load("T15C"); }
+void store(const Group& group) { ASSERT_TRUE(place().save("T15C", group)); }
+
+std::optional<Group> stored() { return place().load("T15C"); }
 
 /// Takes the stored values away, so that the next save shows.
 void forget() {
@@ -67,6 +70,7 @@ const Group kAll = {
 };
 
 TEST(Settings, EveryValueComesBack) {
+  const VirtualBench bench;
   store(kAll);
   CCameraT15C camera;
   const CameraState& state = camera.state();
@@ -84,6 +88,7 @@ TEST(Settings, EveryValueComesBack) {
 }
 
 TEST(Settings, ValuesComeWithinTheModelsLimits) {
+  const VirtualBench bench;
   CCameraT15C untouched;
   store({dword("Exposure", 2'000'000), dword("Gain", 1'000'000'000), dword("Gamma", 0),
          dword("Brightness", 0x80000000), dword("Fclk", 0), dword("FPSPercentageUSB2", 5),
@@ -119,7 +124,7 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
     VirtualBench bench;
     sim::CameraOptions options;
     options.usb3Port = usb3;
-    options.controlObserver = conversation.observer();
+    options.controlObserver = observerOf(conversation);
     bench.plug(options);
     CCameraT15C camera;
     ASSERT_TRUE(camera.OpenCamera(1));
@@ -132,6 +137,36 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
   EXPECT_EQ(*find(stored().value(), "FPSPercentageUSB3"), dword("FPSPercentageUSB3", 71))
       << "saving on USB 2 leaves it";
   EXPECT_EQ(*find(stored().value(), "FPSPercentageUSB2"), dword("FPSPercentageUSB2", 56));
+}
+
+TEST(Settings, ACooledCameraKeepsItsTargetAndItsLimits) {
+  const VirtualBench bench;
+  ASSERT_TRUE(
+      place().save("T13C-C", Group{dword("TargetTemp", static_cast<std::uint32_t>(-15)),
+                                   dword("Gain", 1'000'000'000), dword("CoolPowerPctg", 40)}));
+  {
+    CCameraT13C_C camera;
+    EXPECT_EQ(camera.state().targetTemperature, -15);
+    EXPECT_EQ(camera.state().gain, camera.model().gain.max);
+    EXPECT_FALSE(camera.state().coolerOn) << "never by itself";
+    camera.SetAutoTemp(true, -7);
+    camera.SaveSetting(camera.model().settingsKey);
+  }
+  EXPECT_EQ(*find(place().load("T13C-C").value(), "TargetTemp"),
+            dword("TargetTemp", static_cast<std::uint32_t>(-7)));
+  EXPECT_EQ(CCameraT13C_C().state().targetTemperature, -7);
+  EXPECT_FALSE(stored()) << "the other models' stay as they are";
+}
+
+TEST(Settings, VirtualCamerasLeaveThoseOfRealOnesAlone) {
+  ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", Group{dword("Gain", 77)}));
+  const VirtualBench bench;
+  CCameraT15C camera;
+  EXPECT_NE(camera.state().gain, 77);
+  installHost(nullptr);  // the camera stays a virtual one
+  camera.SaveSetting(kKey);
+  EXPECT_TRUE(stored());
+  EXPECT_EQ(*find(SettingsStore::ofUser().value().load("T15C").value(), "Gain"), dword("Gain", 77));
 }
 
 class SavingTest : public ::testing::Test {

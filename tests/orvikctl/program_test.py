@@ -5,28 +5,12 @@ import os
 import signal
 import struct
 import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
-PROGRAM = os.path.abspath(sys.argv.pop(1))
-LIMIT = 60  # seconds that no run may take
+from program import LIMIT, PROGRAM, InOwnFolder, contents, result, run
+
 SMALL = ["--roi", "320x240", "--exposure", "2ms"]
-
-
-def run(*arguments, code=0, sim="T15C"):
-    """Runs the program, checks its exit code, and returns (stdout, stderr)."""
-    command = [PROGRAM, *arguments] + (["--sim", sim] if sim else [])
-    done = subprocess.run(command, capture_output=True, text=True, timeout=LIMIT)
-    if done.returncode != code:
-        raise AssertionError(f"{command}: {done.returncode}, not {code}\n{done.stderr}")
-    return done.stdout, done.stderr
-
-
-def result(*arguments, **more):
-    """The JSON that the program writes."""
-    return json.loads(run(*arguments, "--json", **more)[0])
 
 
 def offered_models():
@@ -40,19 +24,7 @@ def has(model):
             and result("list", sim=model)[0]["name"] == f"Vek {model}")
 
 
-class ProgramTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.addCleanup(self.folder.cleanup)
-        os.chdir(self.folder.name)
-        settings = tempfile.TemporaryDirectory()
-        self.addCleanup(settings.cleanup)
-        os.environ["XDG_CONFIG_HOME"] = settings.name
-
-    def contents(self, name):
-        with open(name, "rb") as file:
-            return file.read()
-
+class ProgramTest(InOwnFolder):
     def test_chooses_among_cameras(self):
         plugged = {"AAAA0001": "T15C", "BBBB0002": "T15C", "CCCC0003": "T15C"}
         if has("T10M"):
@@ -79,7 +51,7 @@ class ProgramTest(unittest.TestCase):
         for bad in (["--type", "rgb24"], ["--wb", "50,50"]):
             run("snap", *bad, "-o", "a.png", sim="T10M", code=2)
         run("snap", *SMALL, "-o", "a.fits", sim="T10M")
-        self.assertNotIn("BAYERPAT", self.contents("a.fits")[:5760].decode("ascii", "replace"))
+        self.assertNotIn("BAYERPAT", contents("a.fits")[:5760].decode("ascii", "replace"))
 
     def test_tells_what_a_camera_is(self):
         info = result("info")
@@ -105,26 +77,26 @@ class ProgramTest(unittest.TestCase):
     def test_takes_snapshots(self):
         report = result("snap", *SMALL, "--gain", "50", "-o", "a.fits")
         self.assertEqual((report["frames"], report["type"]), (1, "raw16"))
-        header = self.contents("a.fits")[:2880].decode("ascii")
+        header = contents("a.fits")[:2880].decode("ascii")
         for card in ("BITPIX  =                   16", "GAIN    =                   50",
                      "EXPTIME =                0.002", "BAYERPAT= 'RGGB"):
             self.assertIn(card, header)
         run("snap", *SMALL, "-o", "a.fits", code=6)
         run("snap", *SMALL, "-o", "a.fits", "--overwrite", "--type", "raw8", "--flip", "both")
-        self.assertIn("BAYERPAT= 'BGGR", self.contents("a.fits")[:2880].decode("ascii"))
+        self.assertIn("BAYERPAT= 'BGGR", contents("a.fits")[:2880].decode("ascii"))
         result("snap", *SMALL, "--type", "rgb24", "-n", "3", "-o", "b-%02d.png")
         self.assertEqual(sorted(os.listdir()), ["a.fits", "b-01.png", "b-02.png", "b-03.png"])
         for depth_and_colour, kind in ((b"\x08\x02", "rgb24"), (b"\x10\x00", "raw16"),
                                        (b"\x08\x00", "y8")):
             run("snap", *SMALL, "--type", kind, "-o", f"{kind}.png")
-            self.assertEqual(self.contents(f"{kind}.png")[24:26], depth_and_colour)
+            self.assertEqual(contents(f"{kind}.png")[24:26], depth_and_colour)
 
     def test_keeps_region_and_bin(self):
         for options, size in ((["--bin", "1"], (1304, 976)), (["--bin", "2"], (652, 488)),
                               (["--bin", "3"], (432, 324)), (["--roi", "64x48+100+50"], (64, 48))):
             report = result("snap", "--exposure", "1ms", *options, "-o", "a.png", "--overwrite")
             self.assertEqual((report["width"], report["height"]), size)
-            self.assertEqual(struct.unpack(">2I", self.contents("a.png")[16:24]), size)
+            self.assertEqual(struct.unpack(">2I", contents("a.png")[16:24]), size)
 
     def test_refuses_what_the_camera_cannot_do(self):
         for bad in (["--bin", "5"], ["--roi", "333x240"], ["--roi", "4000x240"], ["--roi", "big"],
@@ -139,7 +111,7 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(os.listdir(), [])
 
     def check_ser(self, name, frames):
-        data = self.contents(name)
+        data = contents(name)
         colour, endian, width, height, bits, count = struct.unpack("<6i", data[18:42])
         self.assertEqual((colour, endian, width, height), (8, 0, 320, 240))
         self.assertEqual(count, frames)
@@ -176,7 +148,7 @@ class ProgramTest(unittest.TestCase):
         def has_frames():
             return os.path.exists("a.ser") and os.path.getsize("a.ser") > 178 + 5 * 320 * 240
         self.interrupt(["video", *SMALL, "-o", "a.ser"], has_frames, signal.SIGINT)
-        frames = struct.unpack("<i", self.contents("a.ser")[38:42])[0]
+        frames = struct.unpack("<i", contents("a.ser")[38:42])[0]
         self.assertGreaterEqual(frames, 5)
         self.check_ser("a.ser", frames)
 

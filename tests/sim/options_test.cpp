@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "orvik/orvik_sim.h"
+#include "sim/hardware/spi_flash.h"
 #include "sim/plug_options.h"
+#include "support/scratch_folder.h"
 #include "usb/current_host.h"
 
 namespace orvik::test {
@@ -14,7 +16,8 @@ namespace {
 TEST(PlugOptions, AllOfThemAreRead) {
   sim::CameraOptions options;
   EXPECT_EQ(sim::parsePlugOptions("port=usb2,serial=00c0FFEE,seed=18446744073709551615,"
-                                  "scene=moon,pace=free,light=0.5,ambient=-12.5",
+                                  "scene=moon,pace=free,light=0.5,colour=1:0.5:0,"
+                                  "ambient=-12.5,flash=/a=b",
                                   options),
             "");
   EXPECT_FALSE(options.usb3Port);
@@ -23,7 +26,9 @@ TEST(PlugOptions, AllOfThemAreRead) {
   EXPECT_EQ(options.sceneKind, sim::SceneKind::kMoon);
   EXPECT_EQ(options.pace, sim::Pace::kFree);
   EXPECT_EQ(options.light, 0.5);
+  EXPECT_EQ(options.colour, (sim::LightColour{1, 0.5, 0}));
   EXPECT_EQ(options.ambient, -12.5);
+  EXPECT_EQ(options.flashPath, "/a=b");
 }
 
 TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
@@ -32,7 +37,13 @@ TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
                            "port=usb1",
                            "port=usb3,port=usb3",
                            "PORT=usb3",
-                           "colour=red",
+                           "colour=green",
+                           "colour=1:1",
+                           "colour=1:1:1:1",
+                           "colour=1:1:",
+                           "colour=:::",
+                           "colour=1:1:1.5",
+                           "hue=red",
                            "serial=123",
                            "serial=0123456G",
                            "serial=123456789",
@@ -48,6 +59,7 @@ TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
                            "light=1 ",
                            "ambient=61",
                            "ambient=",
+                           "flash=",
                            "port=usb3,",
                            ",port=usb3",
                            "port=usb3,,pace=free",
@@ -87,6 +99,32 @@ TEST(SimInterface, PluggingPutsVirtualCamerasInThePlaceOfTheBus) {
   OrvikSimUnplugAll();
   EXPECT_EQ(OrvikSimList(nullptr, 0), 0);
   EXPECT_EQ(OrvikSimUnplug(second), 0);
+}
+
+TEST(SimInterface, AFlashCanOutliveItsCamera) {
+  const ScratchFolder folder;
+  const std::string option = "flash=" + folder.file("flash.bin");
+  const auto file = [&] { return sim::FlashFile::open(folder.file("flash.bin"), 1U << 20U); };
+  ASSERT_GT(OrvikSimPlug("T15C", option.c_str()), 0) << OrvikSimLastError();
+  OrvikSimUnplugAll();
+  {
+    sim::SpiFlash flash(file());
+    ASSERT_TRUE(flash.write(1792, std::vector<std::uint8_t>{'I', 'D', 0x0F}));
+    ASSERT_TRUE(flash.write(1792, std::vector<std::uint8_t>{0xFF, 0xFF, 0xF3}));
+    ASSERT_TRUE(flash.write(0, std::vector<std::uint8_t>{1, 2, 3}));
+    ASSERT_TRUE(flash.eraseSector(0));
+  }
+  sim::SpiFlash flash(file());
+  std::vector<std::uint8_t> back(3);
+  ASSERT_TRUE(flash.read(1792, back));
+  EXPECT_EQ(back, (std::vector<std::uint8_t>{'I', 'D', 0x03}));
+  ASSERT_TRUE(flash.read(0, back));
+  EXPECT_EQ(back, (std::vector<std::uint8_t>{0xFF, 0xFF, 0xFF}));
+
+  std::filesystem::resize_file(folder.file("flash.bin"), 1000);
+  EXPECT_EQ(OrvikSimPlug("T15C", option.c_str()), -1) << "not to be taken for a flash";
+  EXPECT_EQ(OrvikSimPlug("T15C", ("flash=" + folder.path()).c_str()), -1);
+  EXPECT_EQ(std::filesystem::file_size(folder.file("flash.bin")), 1000U);
 }
 
 TEST(SimInterface, BadArgumentsAreExplained) {

@@ -40,6 +40,9 @@ class Camera {
   Camera(const Camera&) = delete;
   Camera& operator=(const Camera&) = delete;
 
+  /** For the library's functions that this class has no method for. */
+  [[nodiscard]] int index() const { return index_; }
+
   [[nodiscard]] Orvik_CAMERA_INFO info() const;
 
   /** The controls that the camera offers, in its own order. */

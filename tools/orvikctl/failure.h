@@ -13,7 +13,7 @@ enum class ExitCode : int {
   kNoCamera = 3,       ///< no camera, or none with that index or serial number
   kOpenFailed = 4,     ///< the camera could not be opened
   kCameraFailed = 5,   ///< the camera failed, or sent no image in time
-  kFileFailed = 6,     ///< a file could not be written
+  kFileFailed = 6,     ///< a file could not be read or written
   kInternal = 70,      ///< a fault of this program
   kInterrupted = 130,  ///< Ctrl-C or SIGTERM; what had been captured is kept
 };

@@ -16,6 +16,7 @@ extern "C" void onInterrupt(int /*signal*/) { wasInterrupted.store(true); }
 }  // namespace
 
 void catchInterrupts() {
+  wasInterrupted.store(false);
   struct sigaction action = {};
   action.sa_handler = onInterrupt;
   action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);

@@ -20,11 +20,11 @@ constexpr const char* kFooter =
     "\n"
     "Exit codes:\n"
     "  0    done\n"
-    "  2    an option or a value was refused; nothing was captured\n"
+    "  2    an option or a value was refused; nothing was done\n"
     "  3    no camera, or none with that index or serial number\n"
     "  4    the camera could not be opened\n"
     "  5    the camera failed, or sent no image in time\n"
-    "  6    a file could not be written\n"
+    "  6    a file could not be read or written\n"
     "  70   a fault of this program\n"
     "  130  interrupted with Ctrl-C or SIGTERM; what had been captured is kept\n"
     "\n"
@@ -36,12 +36,14 @@ constexpr const char* kFooter =
     "  orvikctl list\n"
     "  orvikctl controls --sim T15C\n"
     "  orvikctl snap --exposure 2.5s --gain 200 -o m42.fits\n"
-    "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n";
+    "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n"
+    "  orvikctl cool --target -10 --rate 2\n";
 
-/** The help of the subcommand in use, or of the program. */
+/** How to ask for the help of the subcommand in use, or of the program. */
 std::string helpCommand(const CLI::App& program) {
   const auto used = program.get_subcommands();
-  return "orvikctl " + (used.empty() ? "" : used.front()->get_name() + " ") + "--help";
+  if (used.empty()) return "--help";
+  return used.front()->get_name() + " " + helpCommand(*used.front());
 }
 
 int run(int argc, char** argv) {
@@ -50,14 +52,16 @@ int run(int argc, char** argv) {
   program.require_subcommand(1);
   program.formatter(std::make_shared<orvik::ctl::HelpText>());
   program.failure_message([](const CLI::App* app, const CLI::Error& error) {
-    return "orvikctl: " + std::string(error.what()) + "\nRun `" + helpCommand(*app) +
+    return "orvikctl: " + std::string(error.what()) + "\nRun `orvikctl " + helpCommand(*app) +
            "` for the options.\n";
   });
   program.footer(kFooter);
   using namespace orvik::ctl;
-  const std::array<Command, 7> commands = {addList(program), addInfo(program), addControls(program),
-                                           addGet(program),  addSet(program),  addSnap(program),
-                                           addVideo(program)};
+  const std::array commands = {addList(program),  addInfo(program),      addControls(program),
+                               addGet(program),   addSet(program),       addSnap(program),
+                               addVideo(program), addGuide(program),     addDark(program),
+                               addCool(program),  addHotPixels(program), addId(program),
+                               addFlash(program), addFirmware(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

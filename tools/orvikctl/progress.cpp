@@ -34,19 +34,19 @@ std::string progressText(const ProgressState& state) {
   return text;
 }
 
-Progress::Progress(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1) {}
+ProgressLine::ProgressLine(bool wanted) : visible_(wanted && isatty(STDERR_FILENO) == 1) {}
 
-Progress::~Progress() { wipe(); }
+ProgressLine::~ProgressLine() { wipe(); }
 
-void Progress::show(const ProgressState& state) {
+void ProgressLine::show(const std::string& text) {
   const auto now = std::chrono::steady_clock::now();
   if (!visible_ || now < next_) return;
   next_ = now + kInterval;
   lineHasText_ = true;
-  std::fprintf(stderr, "\r%s\033[K", progressText(state).c_str());
+  std::fprintf(stderr, "\r%s\033[K", text.c_str());
 }
 
-void Progress::wipe() {
+void ProgressLine::wipe() {
   if (lineHasText_) std::fputs("\r\033[K", stderr);
   lineHasText_ = false;
 }

@@ -22,16 +22,16 @@ struct ProgressState {
 std::string progressText(const ProgressState& state);
 
 /** One line of standard error that is rewritten in place; silent where that is no terminal. */
-class Progress {
+class ProgressLine {
  public:
   /** @param wanted false keeps it silent in any case */
-  explicit Progress(bool wanted);
-  ~Progress();
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
+  explicit ProgressLine(bool wanted);
+  ~ProgressLine();
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
 
-  /** Shows the state, at most five times a second. */
-  void show(const ProgressState& state);
+  /** Shows a text, at most five times a second. */
+  void show(const std::string& text);
   /** Wipes the line, so that other text can be written. */
   void wipe();
 
@@ -39,6 +39,18 @@ class Progress {
   bool visible_;
   bool lineHasText_ = false;
   std::chrono::steady_clock::time_point next_;
+};
+
+/** The progress of a capture on such a line. */
+class Progress {
+ public:
+  explicit Progress(bool wanted) : line_(wanted) {}
+
+  void show(const ProgressState& state) { line_.show(progressText(state)); }
+  void wipe() { line_.wipe(); }
+
+ private:
+  ProgressLine line_;
 };
 
 }  // namespace orvik::ctl

@@ -14,11 +14,12 @@ constexpr std::uint32_t kGroupSize = 3;
 
 }  // namespace
 
-std::uint64_t transferWaitMs(std::uint64_t exposureUs, double frameTimeUs) {
+std::uint64_t transferWaitMs(std::uint64_t exposureUs, double frameTimeUs, ReadPatience patience) {
   if (static_cast<double>(exposureUs) >= frameTimeUs) {
     return exposureUs / 1000 + (exposureUs < kLongExposureUs ? 1000 : 2000);
   }
-  return static_cast<std::uint64_t>(frameTimeUs * 2 / 1000) + 50;
+  return static_cast<std::uint64_t>(frameTimeUs * patience.frameTimes / 1000) +
+         static_cast<std::uint64_t>(patience.margin.count());
 }
 
 double frameTimeUs(int rows, int lineLength, int clockKhz) {

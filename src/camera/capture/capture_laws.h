@@ -5,13 +5,16 @@
 #include <cstdint>
 #include <optional>
 
+#include "camera/capture/frame_protocol.h"
+
 namespace orvik {
 
 /// The rules of capture as functions without a device.
 
 /// How long one transfer of a frame may take, in milliseconds.
 /// @param exposureUs, frameTimeUs exposure and time of one frame, microseconds
-std::uint64_t transferWaitMs(std::uint64_t exposureUs, double frameTimeUs);
+/// @param patience of the protocol, for exposures shorter than the frame
+std::uint64_t transferWaitMs(std::uint64_t exposureUs, double frameTimeUs, ReadPatience patience);
 
 /// Time of one frame in microseconds: a frame lasts 18 lines longer than its rows.
 /// @param lineLength clock cycles

@@ -26,7 +26,7 @@ void runWorker(const CaptureParts& parts) {
 bool CaptureSession::waitForPrevious() { return thread_.join(kStopLimit); }
 
 bool CaptureSession::start(CaptureParts parts, std::shared_ptr<seam::Clock> clock) {
-  control_ = std::make_shared<CaptureControl>(std::move(clock));
+  control_ = std::make_shared<StopSwitch>(std::move(clock));
   link_ = parts.link;
   parts.control = control_;
   return thread_.start([parts = std::move(parts)] { runWorker(parts); });

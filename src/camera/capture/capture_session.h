@@ -26,7 +26,7 @@ class CaptureSession {
   bool stop();
 
  private:
-  std::shared_ptr<CaptureControl> control_;
+  std::shared_ptr<StopSwitch> control_;
   std::shared_ptr<VendorLink> link_;
   WorkerThread thread_;
 };

@@ -29,7 +29,11 @@ CaptureWorker::CaptureWorker(CaptureParts parts)
       snapshot_(state_.snapshot),
       frameBytes_(state_.frameBytes()),
       stream_(link_.device(), parts_.frames, frameBytes_, protocol_.transferBytes()),
-      fallback_(control_.now()) {}
+      fallback_(control_.now()),
+      automatic_({.pace = parts_.autoPace,
+                  .state = parts_.state,
+                  .gate = parts_.gate,
+                  .control = parts_.control}) {}
 
 void CaptureWorker::run() {
   start();
@@ -48,6 +52,7 @@ void CaptureWorker::start() {
   control_.sleepFor(kSensorWakeTime);
   protocol_.run(link_, longExposure_);
   stream_.restart();
+  if (!snapshot_) automatic_.start();
 }
 
 CaptureWorker::Next CaptureWorker::step() {
@@ -103,7 +108,10 @@ void CaptureWorker::exposeLong() {
 
 std::chrono::milliseconds CaptureWorker::waitPerRead() const {
   const double frameTime = frameTimeUs(state_.rowsDelivered(), state_.lineLength, state_.clockKhz);
-  return std::chrono::milliseconds(transferWaitMs(state_.exposureUs, frameTime));
+  const std::size_t transferBytes = protocol_.transferBytes();
+  const std::size_t readsPerFrame = (frameBytes_ + transferBytes - 1) / transferBytes;
+  return std::chrono::milliseconds(
+      transferWaitMs(state_.exposureUs, frameTime, protocol_.patience(readsPerFrame)));
 }
 
 std::span<std::uint8_t> CaptureWorker::currentFrame() const {
@@ -151,10 +159,12 @@ void CaptureWorker::lowerBandwidth() {
 CaptureWorker::Next CaptureWorker::onGoodFrame() {
   emptyReads_ = 0;
   protocol_.clearMarks(currentFrame());
+  if (!snapshot_) automatic_.look(currentFrame());
   const bool queued = parts_.queue->push(stream_.frame());
   if (snapshot_) return endSnapshot(Orvik_EXPSTATE_READY);
   if (!queued) ++state_.droppedFrames;
   stream_.advance();
+  automatic_.act();
   return Next::kGoOn;
 }
 
@@ -172,6 +182,7 @@ void CaptureWorker::finish() {
   parts_.queue->close();
   state_.capturing = false;
   state_.droppedFrames = 0;
+  automatic_.end();
   protocol_.finish(link_, longExposure_);
   link_.send(code(VendorRequest::kStopStreaming));
   stream_.stop();

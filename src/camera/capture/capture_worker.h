@@ -5,13 +5,14 @@
 #include <cstdint>
 #include <memory>
 
+#include "camera/automatic/auto_control.h"
 #include "camera/camera_state.h"
 #include "camera/capture/bulk_stream.h"
 #include "camera/capture/camera_gate.h"
-#include "camera/capture/capture_control.h"
 #include "camera/capture/capture_laws.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
+#include "camera/stop_switch.h"
 #include "camera/vendor_link.h"
 
 namespace orvik {
@@ -24,8 +25,9 @@ struct CaptureParts {
   std::shared_ptr<FrameQueue> queue;
   std::shared_ptr<CameraGate> gate;
   std::shared_ptr<const FrameProtocol> protocol;
-  std::shared_ptr<CaptureControl> control;
+  std::shared_ptr<StopSwitch> control;
   std::shared_ptr<FramePair> frames;
+  AutoPace autoPace;
 };
 
 /// Reads frames from the camera until it is stopped, or in snapshot mode until one frame is good.
@@ -57,13 +59,14 @@ class CaptureWorker {
   VendorLink& link_;
   CameraState& state_;
   const FrameProtocol& protocol_;
-  CaptureControl& control_;
+  StopSwitch& control_;
 
   bool snapshot_;
   bool longExposure_ = false;  ///< the mode that the camera runs in
   std::size_t frameBytes_;
   BulkStream stream_;
   BandwidthFallback fallback_;
+  AutoControl automatic_;  ///< idle in snapshot mode
   std::uint32_t badFrames_ = 0;
   int emptyReads_ = 0;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -8,6 +9,12 @@
 #include "camera/vendor_link.h"
 
 namespace orvik {
+
+/// How long a read of a frame may take: so many frame times, and so much more.
+struct ReadPatience {
+  int frameTimes;
+  std::chrono::milliseconds margin;
+};
 
 /// How a generation of cameras streams: its registers for start and stop, and the marks by which it
 /// frames its pixels. Without state of its own; all requests go to the link that is handed in.
@@ -20,6 +27,9 @@ class FrameProtocol {
 
   /// Bytes of one bulk transfer; the last of a frame is shorter.
   [[nodiscard]] virtual std::size_t transferBytes() const = 0;
+  /// How long a read may take while the exposure is shorter than the frame.
+  /// @param readsPerFrame transfers of one frame
+  [[nodiscard]] virtual ReadPatience patience(std::size_t readsPerFrame) const = 0;
 
   /// Stops the pixel stream in the sensor and the FPGA.
   virtual void halt(VendorLink& link, bool longExposure) const = 0;

@@ -6,7 +6,10 @@
 #include <cstring>
 #include <utility>
 
+#include "algorithm/byte_order.h"
+#include "algorithm/demosaic.h"
 #include "algorithm/grey10.h"
+#include "camera/host_balance.h"
 
 namespace orvik {
 namespace {
@@ -127,13 +130,16 @@ bool FrameDelivery::deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait
   if (!fits(job, image.size())) return false;  // the format was changed during the wait
 
   protocol_.mendMarks(frame_->bytes().first(job.frameBytes()), job.rowBytes());
+  if (job.is16Bits && model_.highByteFirst) {
+    swapBytes(std::span(frame_->words(), job.samples()));
+  }
   if (!job.is16Bits) applyDark(job);
   applyGamma(job);
   mendHotPixels(job);
   CAlgorithm::SoftMisc(frame_->data(), job.width, job.height, job.hostBin, job.is16Bits,
                        job.flipVertical, job.flipHorizontal);
-  CAlgorithm::ColorRAWBin(frame_->data(), frame_->words(), job.width, job.height, job.hostBin,
-                          job.is16Bits);
+  const auto bin = model_.colour ? CAlgorithm::ColorRAWBin : CAlgorithm::MonoBin;
+  bin(frame_->data(), frame_->words(), job.width, job.height, job.hostBin, job.is16Bits);
   convert(job, image);
   if (job.timeMark)
     CAlgorithm::AddTimeMark(image.data(), job.width, job.rowsWithin(image.size()), job.type);
@@ -195,9 +201,9 @@ void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
 }
 
 void FrameDelivery::demosaic(const Job& job, std::uint8_t* rgb) {
-  const DemosaicRoutine routine =
-      demosaicRoutine(model_.bayer, job.flipHorizontal, job.flipVertical);
-  if (routine != nullptr) routine(frame_->data(), rgb, job.width, job.height);
+  orvik::demosaic(frame_->data(), rgb,
+                  flippedPattern(model_.bayer, job.flipHorizontal, job.flipVertical), job.width,
+                  job.height, hostBalance(model_, state_));
 }
 
 const std::uint8_t* FrameDelivery::demosaicToBuffer(const Job& job) {

@@ -173,7 +173,7 @@ void apply(const Group& group, const ModelRow& model, CameraState& state) {
   }
   for (const Flag& flag : kFlags) applyFlag(group, flag, state);
   for (const auto& [flag, control] : kReadoutFlags) {
-    if (std::ranges::count(model.controls, control) != 0) applyFlag(group, flag, state);
+    if (model.controls.has(control)) applyFlag(group, flag, state);
   }
   applyDarkPath(group, state);
   if (!model.bandwidthAutoSupported) state.bandwidthAuto = false;

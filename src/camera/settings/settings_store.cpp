@@ -53,10 +53,15 @@ std::optional<fs::path> folderFrom(const char* variable) {
 SettingsStore::SettingsStore(fs::path folder, FileSystem& files)
     : folder_(std::move(folder)), files_(&files) {}
 
-std::optional<SettingsStore> SettingsStore::ofUser() {
-  if (const auto folder = folderFrom("XDG_CONFIG_HOME")) return SettingsStore(*folder / "orvik");
-  if (const auto home = folderFrom("HOME")) return SettingsStore(*home / ".config" / "orvik");
-  return std::nullopt;
+std::optional<SettingsStore> SettingsStore::ofUser(const fs::path& folder) {
+  std::optional<fs::path> place = folderFrom("XDG_CONFIG_HOME");
+  if (!place) {
+    place = folderFrom("HOME");
+    if (!place) return std::nullopt;
+    *place /= ".config";
+  }
+  *place /= "orvik";
+  return SettingsStore(folder.empty() ? *place : *place / folder);
 }
 
 std::optional<Group> SettingsStore::load(const std::string& model) const {

@@ -25,8 +25,9 @@ class SettingsStore {
   explicit SettingsStore(std::filesystem::path folder, FileSystem& files = FileSystem::system());
 
   /// The user's own: `$XDG_CONFIG_HOME/orvik`, or else `$HOME/.config/orvik`.
+  /// @param folder below it, "" for itself
   /// @return none where the user has neither.
-  static std::optional<SettingsStore> ofUser();
+  static std::optional<SettingsStore> ofUser(const std::filesystem::path& folder = {});
 
   /// Reads the values of one model. @return none when there are none to be had.
   [[nodiscard]] std::optional<Group> load(const std::string& model) const;

@@ -14,5 +14,12 @@ Command addGet(CLI::App& program);
 Command addSet(CLI::App& program);
 Command addSnap(CLI::App& program);
 Command addVideo(CLI::App& program);
+Command addGuide(CLI::App& program);
+Command addDark(CLI::App& program);
+Command addCool(CLI::App& program);
+Command addHotPixels(CLI::App& program);
+Command addId(CLI::App& program);
+Command addFlash(CLI::App& program);
+Command addFirmware(CLI::App& program);
 
 }  // namespace orvik::ctl

@@ -2,16 +2,19 @@
 #include <iostream>
 #include <memory>
 
+#include "orvik/orvik_service.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/json.h"
 
 namespace orvik::ctl {
 namespace {
 
-constexpr const char* kNotKept =
-    "These settings end with this command: the library keeps a camera's settings at the end of a "
-    "capture only. To keep and capture with them, give them to `snap` or `video`.";
+constexpr const char* kKept =
+    "A camera comes up with the settings that it was left with, but for exposures above 0.1 s, "
+    "which come up as 0.1 s, and the cooler, which comes up switched off. Virtual cameras have "
+    "settings of their own.";
 
 struct SetOptions : CommonOptions {
   std::vector<std::string> assignments;
@@ -49,8 +52,8 @@ ExitCode set(const SetOptions& options) {
       std::cout << caps->name << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
     }
   }
+  check(OrvikSaveSettings(camera.index()), "keeping the settings");
   if (options.json) std::cout << list.dump(2) << '\n';
-  std::cerr << "note: " << kNotKept << '\n';
   return ExitCode::kOk;
 }
 
@@ -67,7 +70,7 @@ Command addSet(CLI::App& program) {
       ->type_name("NAME=VALUE[:auto]")
       ->required();
   addCommonOptions(*app, *options, Scope::kOneCamera);
-  app->footer(kNotKept);
+  app->footer(kKept);
   return {app, [options] { return set(*options); }};
 }
 

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+#include "algorithm/colour_balance.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace orvik {
+namespace {
+
+constexpr int kBlocks = 16;  ///< along either axis
+constexpr int kPoints = 10;  ///< of a block, along either axis
+constexpr int kBrightest = 255;
+
+enum Colour : size_t { kRed, kGreen, kBlue, kColours };
+
+/// Where the colours are in a mosaic's cell; places are counted row by row.
+struct CellPlaces {
+  size_t red;
+  size_t blue;
+  std::array<size_t, 2> green;
+
+  [[nodiscard]] Colour colourAt(size_t place) const {
+    if (place == red) return kRed;
+    return place == blue ? kBlue : kGreen;
+  }
+};
+
+constexpr CellPlaces placesOf(BayerPattern pattern) {
+  switch (pattern) {
+    case BAYER_RG:
+      return {.red = 0, .blue = 3, .green = {1, 2}};
+    case BAYER_BG:
+      return {.red = 3, .blue = 0, .green = {1, 2}};
+    case BAYER_GR:
+      return {.red = 1, .blue = 2, .green = {0, 3}};
+    case BAYER_GB:
+      break;
+  }
+  return {.red = 2, .blue = 1, .green = {0, 3}};
+}
+
+/// The samples of one block, by colour.
+class Samples {
+ public:
+  void add(Colour colour, uint8_t value) { values_[colour][count_[colour]++] = value; }
+  void add(Colour colour, uint8_t one, uint8_t other) {
+    uint8_t* const place = values_[colour].data() + count_[colour];
+    place[0] = one;
+    place[1] = other;
+    count_[colour] += 2;
+  }
+
+  [[nodiscard]] int mean(Colour colour) const {
+    int sum = 0;
+    for (size_t i = 0; i < count_[colour]; ++i) sum += values_[colour][i];
+    return sum / divisor(colour);
+  }
+  [[nodiscard]] int deviation(Colour colour, int mean) const {
+    int sum = 0;
+    for (size_t i = 0; i < count_[colour]; ++i) sum += std::abs(values_[colour][i] - mean);
+    return sum / divisor(colour);
+  }
+
+ private:
+  /// One more than there are, so that a colour without samples divides by something.
+  [[nodiscard]] int divisor(Colour colour) const { return static_cast<int>(count_[colour]) + 1; }
+
+  // Of a cell's four samples two are green.
+  static constexpr size_t kMostSamples = size_t{2} * kPoints * kPoints;
+  std::array<std::array<uint8_t, kMostSamples>, kColours> values_{};
+  std::array<size_t, kColours> count_{};
+};
+
+/// Where a block's points lie along one axis, from its edge.
+std::array<int, kPoints> pointsOf(int size) {
+  const float step = static_cast<float>(size) / kPoints;
+  std::array<int, kPoints> points{};
+  for (int i = 0; i < kPoints; ++i) {
+    points[static_cast<size_t>(i)] = static_cast<int>(std::lround(static_cast<float>(i) * step));
+  }
+  return points;
+}
+
+class Mosaic {
+ public:
+  Mosaic(const RawFrame& frame, BayerPattern pattern) : frame_(frame), places_(placesOf(pattern)) {}
+
+  [[nodiscard]] int columns() const { return frame_.columns; }
+  [[nodiscard]] int rows() const { return frame_.rows; }
+
+  void addPoint(int x, int y, Samples& samples) const {
+    // From an odd column or row on, each place has changed sides.
+    const size_t shift = ((y & 1) != 0 ? 2U : 0U) + ((x & 1) != 0 ? 1U : 0U);
+    const uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
+    const bool hasRight = x + 1 < frame_.columns;
+    const bool hasLower = y + 1 < frame_.rows;
+    if (hasRight && hasLower) {
+      const uint8_t* const lower = upper + frame_.columns;
+      const std::array<uint8_t, 4> cell = {upper[0], upper[1], lower[0], lower[1]};
+      samples.add(kRed, cell[places_.red ^ shift]);
+      samples.add(kBlue, cell[places_.blue ^ shift]);
+      samples.add(kGreen, cell[places_.green[0] ^ shift], cell[places_.green[1] ^ shift]);
+      return;
+    }
+    samples.add(places_.colourAt(shift), upper[0]);
+    if (hasRight) samples.add(places_.colourAt(1 ^ shift), upper[1]);
+    if (hasLower) samples.add(places_.colourAt(2 ^ shift), upper[frame_.columns]);
+  }
+
+ private:
+  const RawFrame& frame_;
+  CellPlaces places_;
+};
+
+class Image {
+ public:
+  Image(const uint8_t* bgr, int columns, int rows) : bgr_(bgr), columns_(columns), rows_(rows) {}
+
+  [[nodiscard]] int columns() const { return columns_; }
+  [[nodiscard]] int rows() const { return rows_; }
+
+  void addPoint(int x, int y, Samples& samples) const {
+    const uint8_t* const pixel = bgr_ + 3 * (ptrdiff_t{y} * columns_ + x);
+    samples.add(kBlue, pixel[0]);
+    samples.add(kGreen, pixel[1]);
+    samples.add(kRed, pixel[2]);
+  }
+
+ private:
+  const uint8_t* bgr_;
+  int columns_;
+  int rows_;
+};
+
+int meanAfterBinning(int mean, int hostBin) {
+  const int64_t samples = std::min<int64_t>(int64_t{hostBin} * hostBin, kBrightest);
+  return static_cast<int>(std::min<int64_t>(mean * samples, kBrightest));
+}
+
+template <class Frame>
+BlockColours measureBlock(const Frame& frame, const FrameBlock& block, int hostBin) {
+  const std::array<int, kPoints> xs = pointsOf(block.width);
+  const std::array<int, kPoints> ys = pointsOf(block.height);
+  Samples samples;
+  for (const int dy : ys) {
+    const int64_t y = int64_t{block.row} + dy;
+    if (y < 0 || y >= frame.rows()) continue;
+    for (const int dx : xs) {
+      const int64_t x = int64_t{block.column} + dx;
+      if (x < 0 || x >= frame.columns()) continue;
+      frame.addPoint(static_cast<int>(x), static_cast<int>(y), samples);
+    }
+  }
+  const ColourValues mean{samples.mean(kRed), samples.mean(kGreen), samples.mean(kBlue)};
+  return {.mean = {.red = meanAfterBinning(mean.red, hostBin),
+                   .green = meanAfterBinning(mean.green, hostBin),
+                   .blue = meanAfterBinning(mean.blue, hostBin)},
+          .deviation = {.red = samples.deviation(kRed, mean.red),
+                        .green = samples.deviation(kGreen, mean.green),
+                        .blue = samples.deviation(kBlue, mean.blue)}};
+}
+
+/// The mean of one colour over all blocks.
+class WeightedMean {
+ public:
+  void add(int mean, int deviation) {
+    weighted_ += int64_t{mean} * deviation;
+    weight_ += deviation;
+    plain_ += mean;
+  }
+  [[nodiscard]] int get() const {
+    constexpr double kAllBlocks = kBlocks * kBlocks;
+    const double mean = weight_ > 0 ? static_cast<double>(weighted_) / static_cast<double>(weight_)
+                                    : static_cast<double>(plain_) / kAllBlocks;
+    return static_cast<int>(std::lround(mean));
+  }
+
+ private:
+  int64_t weighted_ = 0;
+  int64_t weight_ = 0;
+  int64_t plain_ = 0;
+};
+
+template <class Frame>
+std::optional<ColourValues> measureColour(const Frame& frame, int hostBin) {
+  const int columns = frame.columns();
+  const int rows = frame.rows();
+  if (columns < 1 || rows < 1) return std::nullopt;
+  WeightedMean red;
+  WeightedMean green;
+  WeightedMean blue;
+  for (int down = 0; down < kBlocks; ++down) {
+    for (int across = 0; across < kBlocks; ++across) {
+      const FrameBlock block{.column = across * columns / kBlocks,
+                             .row = down * rows / kBlocks,
+                             .width = columns / kBlocks,
+                             .height = rows / kBlocks};
+      const BlockColours colours = measureBlock(frame, block, hostBin);
+      red.add(colours.mean.red, colours.deviation.red);
+      green.add(colours.mean.green, colours.deviation.green);
+      blue.add(colours.mean.blue, colours.deviation.blue);
+    }
+  }
+  return ColourValues{red.get(), green.get(), blue.get()};
+}
+
+/// @param mean of the colour that the value amplifies
+int nextValue(int value, int mean, int green) {
+  constexpr int kSmall = 5;
+  const int64_t scaled = int64_t{value} * green / (mean + 1);
+  const bool stuck = scaled <= value && green > mean && value < kSmall;
+  return static_cast<int>(std::clamp<int64_t>(stuck ? scaled + 1 : scaled,
+                                              std::numeric_limits<int>::min(),
+                                              std::numeric_limits<int>::max()));
+}
+
+}  // namespace
+
+void storeBlock(const BlockColours& block, const std::array<int*, 3>& deviations,
+                const std::array<int*, 3>& means) {
+  const auto store = [&](Colour colour, int deviation, int mean) {
+    // For who passes 0 the n samples are counted instead, as n / (n + 1): that is 0 again.
+    if (*deviations[colour] != 0) *deviations[colour] = deviation;
+    *means[colour] = mean;
+  };
+  store(kRed, block.deviation.red, block.mean.red);
+  store(kGreen, block.deviation.green, block.mean.green);
+  store(kBlue, block.deviation.blue, block.mean.blue);
+}
+
+BlockColours mosaicBlock(const RawFrame& frame, BayerPattern pattern, const FrameBlock& block,
+                         int hostBin) {
+  return measureBlock(Mosaic(frame, pattern), block, hostBin);
+}
+
+std::optional<ColourValues> mosaicColour(const RawFrame& frame, BayerPattern pattern, int hostBin) {
+  return measureColour(Mosaic(frame, pattern), hostBin);
+}
+
+BlockColours imageBlock(const uint8_t* bgr, int columns, int rows, const FrameBlock& block,
+                        int hostBin) {
+  return measureBlock(Image(bgr, columns, rows), block, hostBin);
+}
+
+std::optional<ColourValues> imageColour(const uint8_t* bgr, int columns, int rows, int hostBin) {
+  return measureColour(Image(bgr, columns, rows), hostBin);
+}
+
+std::optional<WhiteBalance> nextBalance(const ColourValues& colour, WhiteBalance balance,
+                                        bool brightnessChanges) {
+  const int redError = std::abs(colour.green - colour.red);
+  const int blueError = std::abs(colour.green - colour.blue);
+  if (brightnessChanges && redError <= 10 && blueError <= 10) return std::nullopt;
+  if (redError < 5 && blueError < 5) return std::nullopt;
+  return WhiteBalance{.red = nextValue(balance.red, colour.red, colour.green),
+                      .blue = nextValue(balance.blue, colour.blue, colour.green)};
+}
+
+}  // namespace orvik

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+// The service functions for dark frames and hot pixels.
+#include <algorithm>
+#include <string>
+
+#include "algorithm/dark.h"
+#include "algorithm/hot_pixel_table.h"
+#include "api/guard.h"
+#include "camera/saturated.h"
+#include "orvik/orvik_service.h"
+
+using orvik::CameraState;
+using orvik::CCameraBase;
+using orvik::DarkFrame;
+using orvik::HotPixelTable;
+using orvik::OpenCamera;
+using orvik::saturatedInt;
+using orvik::api::captureCode;
+using orvik::api::withCamera;
+
+namespace {
+
+Orvik_BOOL publicBool(bool value) { return value ? Orvik_TRUE : Orvik_FALSE; }
+
+/// Whether frames of the present format can be averaged into a dark.
+bool showsWholeSensor(const CCameraBase& driver) {
+  const CameraState& state = driver.state();
+  return !state.output16Bits && state.columnsDelivered() == driver.GetMaxWidth() &&
+         state.rowsDelivered() == driver.GetMaxHeight();
+}
+
+void measureDark(const DarkFrame& dark, Orvik_DARK_INFO& info) {
+  const DarkFrame::Plane plane = dark.plane();
+  if (!plane) return;
+  const std::uint32_t mean = orvik::darkMean(plane->bytes());
+  info.mean = static_cast<int>(mean);
+  info.hotPixels = saturatedInt(std::ranges::count_if(
+      plane->bytes(), [mean](std::uint8_t sample) { return orvik::isHot(sample, mean); }));
+}
+
+int hotPixelCount(const CCameraBase& driver) {
+  int onSensor = 0;
+  int inRegion = 0;
+  driver.GetHPSum(&onSensor, &inRegion);
+  return onSensor;
+}
+
+}  // namespace
+
+Orvik_ERROR_CODE OrvikStartDarkRecording(int index, int* framesWanted) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (!showsWholeSensor(*camera.driver)) return Orvik_ERROR_ROI_SIZE;
+    const int frames = camera.driver->GettingDark(true, camera.driver->state().exposureUs);
+    if (framesWanted != nullptr) *framesWanted = frames;
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikStopDarkRecording(int index) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
+    camera.driver->GettingDark(false, camera.driver->state().exposureUs);
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetDarkRecording(int index, Orvik_DARK_RECORDING* recording) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (recording == nullptr) return Orvik_ERROR_ARGUMENT;
+    camera.driver->GetDarkCount(&recording->framesTaken, &recording->framesWanted);
+    recording->isOver = publicBool(camera.driver->IsGetDarkOver());
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikSaveDark(int index, const char* path) {
+  return withCamera(index, Orvik_ERROR_FILE, [&](OpenCamera& camera) {
+    if (path == nullptr) return Orvik_ERROR_ARGUMENT;
+    if (!camera.driver->dark().isLoaded()) return Orvik_ERROR_NO_DARK;
+    return camera.driver->SaveBMPToFile(path) == 1 ? Orvik_OK : Orvik_ERROR_FILE;
+  });
+}
+
+Orvik_ERROR_CODE OrvikUseDark(int index, Orvik_BOOL use) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    const bool on = use != Orvik_FALSE;
+    if (on && !camera.driver->dark().isLoaded()) return Orvik_ERROR_NO_DARK;
+    camera.driver->UsingDark(on);
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetDarkInfo(int index, Orvik_DARK_INFO* info) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (info == nullptr) return Orvik_ERROR_ARGUMENT;
+    const DarkFrame& dark = camera.driver->dark();
+    Orvik_DARK_INFO found{};
+    found.hasDark = publicBool(dark.isLoaded());
+    found.inUse = publicBool(dark.isInUse());
+    if (dark.isLoaded()) measureDark(dark, found);
+    const std::string path = dark.path();
+    if (path.size() < sizeof found.path) std::ranges::copy(path, found.path);
+    *info = found;
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikDetectHotPixels(int index, int* count) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (!camera.driver->dark().isLoaded() || !camera.driver->AutoGetHPC()) {
+      return Orvik_ERROR_NO_DARK;
+    }
+    if (count != nullptr) *count = hotPixelCount(*camera.driver);
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikMarkHotPixel(int index, Orvik_PIXEL pixel, Orvik_BOOL isHot) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    return camera.driver->ManualHPC(pixel.x, pixel.y, isHot != Orvik_FALSE) ? Orvik_OK
+                                                                            : Orvik_ERROR_ARGUMENT;
+  });
+}
+
+Orvik_ERROR_CODE OrvikSaveHotPixels(int index) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
+    CCameraBase& driver = *camera.driver;
+    const Orvik_ERROR_CODE busy = captureCode(driver.state());
+    if (busy != Orvik_OK) return busy;
+    if (!driver.dark().isLoaded() && !driver.hotPixels().hasTable()) return Orvik_ERROR_NO_TABLE;
+    return driver.SaveHPCTable() ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+  });
+}
+
+Orvik_ERROR_CODE OrvikLoadHotPixels(int index, int* count) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    if (busy != Orvik_OK) return busy;
+    if (!camera.driver->LoadHPCTable()) return Orvik_ERROR_NO_TABLE;
+    if (count != nullptr) *count = hotPixelCount(*camera.driver);
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikUseHotPixels(int index, Orvik_BOOL use) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    const auto status = use != Orvik_FALSE ? orvik::HPC_ON : orvik::HPC_OFF;
+    return camera.driver->ChangeHPCStatus(status) ? Orvik_OK : Orvik_ERROR_NO_TABLE;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetHotPixelInfo(int index, Orvik_HOT_PIXEL_INFO* info) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (info == nullptr) return Orvik_ERROR_ARGUMENT;
+    info->hasTable = publicBool(camera.driver->hotPixels().hasTable());
+    info->isOn = publicBool(camera.driver->IsHPCEnable());
+    camera.driver->GetHPSum(&info->onSensor, &info->inRegion);
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int capacity, int* count) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (count == nullptr || capacity < 0 || (pixels == nullptr && capacity > 0)) {
+      return Orvik_ERROR_ARGUMENT;
+    }
+    const auto table = camera.driver->hotPixels().table();
+    if (!table) return Orvik_ERROR_NO_TABLE;
+    const std::vector<std::size_t> sites = orvik::listHotPixels(*table);
+    const auto width = static_cast<std::size_t>(camera.driver->GetMaxWidth());
+    const std::size_t shown = std::min(sites.size(), static_cast<std::size_t>(capacity));
+    std::transform(sites.begin(), sites.begin() + static_cast<std::ptrdiff_t>(shown), pixels,
+                   [width](std::size_t site) {
+                     return Orvik_PIXEL{static_cast<std::int32_t>(site % width),
+                                        static_cast<std::int32_t>(site / width)};
+                   });
+    *count = saturatedInt(static_cast<std::int64_t>(sites.size()));
+    return Orvik_OK;
+  });
+}

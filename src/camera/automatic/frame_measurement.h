@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "algorithm/colour_balance.h"
+#include "algorithm/white_balance.h"
+
+namespace orvik {
+
+/// What automatic control wants to know of a frame.
+struct Wanted {
+  bool brightness = false;
+  bool colour = false;
+
+  [[nodiscard]] bool any() const { return brightness || colour; }
+};
+
+/// What automatic control knows of a frame, and the settings that it was taken with: who changes
+/// them meanwhile has made the measurement worthless.
+struct FrameMeasurement {
+  std::optional<int> brightness;       ///< as measureBrightness() gives it
+  std::optional<ColourValues> colour;  ///< 0 to 255
+  std::uint64_t exposureUs = 0;
+  int gain = 0;
+  WhiteBalance balance;
+};
+
+}  // namespace orvik

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "camera/flash_port.h"
+#include "camera/vendor_link.h"
+#include "seam/clock.h"
+
+namespace orvik {
+
+/// The vendor requests that reach the flash. Programs of the class interface may name others.
+struct FlashRequests {
+  std::uint8_t read = static_cast<std::uint8_t>(VendorRequest::kReadFlash);
+  std::uint8_t write = static_cast<std::uint8_t>(VendorRequest::kWriteFlash);
+  std::uint8_t sector = static_cast<std::uint8_t>(VendorRequest::kFlashSector);  ///< erase and poll
+};
+
+/// The flash of a camera, through vendor requests: the only way to it. Reading and writing take one
+/// request each, erasing ends within 30 s whatever the flash says. A closed camera fails at once.
+class SpiFlash final : public FlashPort {
+ public:
+  /// @param link, clock must outlive the port
+  SpiFlash(VendorLink& link, seam::Clock& clock, FlashRequests requests = {})
+      : link_(link), clock_(clock), requests_(requests) {}
+
+  [[nodiscard]] std::unique_lock<std::mutex> lock() override { return link_.lockFlash(); }
+  bool switchBusToStream(bool toStream) override;
+  bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override;
+  bool write(std::uint32_t address, std::span<const std::uint8_t> bytes) override;
+  bool eraseSector(std::uint32_t sector) override;
+
+ private:
+  VendorLink& link_;
+  seam::Clock& clock_;
+  FlashRequests requests_;
+};
+
+}  // namespace orvik

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "camera/camera_base.h"
+
+namespace orvik {
+
+/// The rows of all models, in the order of their codes.
+std::span<const ModelRow* const> allModels();
+
+/// The row of the model that a product belongs to. @return null when there is none.
+const ModelRow* modelOfProduct(std::uint16_t productId);
+
+/// Makes the driver of the model that a product belongs to. @return null when there is none.
+std::unique_ptr<CCameraBase> createCamera(std::uint16_t productId);
+
+}  // namespace orvik

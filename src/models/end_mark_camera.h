@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+
+#include "models/model_camera.h"
+
+namespace orvik {
+
+/// What sets one end-mark model apart from the others, beside its ModelRow.
+struct EndMarkFacts {
+  std::size_t transferBytes = std::size_t{1} << 20;  ///< of one read
+  std::uint64_t longExposureUs = 1'000'000;          ///< from here on the host times exposures
+};
+
+/// What can be told to the sensor of an end-mark model: 16 bits each.
+enum class SensorValue : std::uint8_t {
+  kFirstRow,
+  kFirstColumn,
+  kRows,
+  kColumns,
+  kFrameLength,    ///< lines
+  kLineLength,     ///< clock cycles
+  kExposureLines,  ///< 0: the host times the exposure
+  kGain,
+  kRedGain,   ///< 128 is unity
+  kBlueGain,  ///< 128 is unity
+  kBlackLevel,
+};
+
+/// The family of the models whose frames end with one mark: everything is told to the sensor, which
+/// holds it in 16 bits. USB 2, without cooler; binned on the host.
+class EndMarkCamera : public ModelCamera<CCameraBase> {
+ public:
+  using Facts = EndMarkFacts;
+
+  ~EndMarkCamera() override;
+
+  void Cam_SetResolution() override;
+  void SetCMOSClk() override;
+  bool SetCMOSClk(int khz) override;
+  void SetOutput16Bits(bool on) override;
+
+ protected:
+  EndMarkCamera(const ModelRow& row, const EndMarkFacts& facts,
+                std::shared_ptr<const FrameProtocol> protocol);
+
+  struct Setting {
+    SensorValue what;
+    int value;
+  };
+  /// Tells the sensor what belongs together; it takes effect together.
+  virtual bool tellSensor(std::initializer_list<Setting> settings) = 0;
+
+  void writeStartPosition() override;
+  void writeGain() override;
+  bool writeBrightness() override;
+  void writeWhiteBalance() override;
+  void writeLineLength() override;
+  bool writeExposure() override;
+  [[nodiscard]] LineLimits lineLimits() const override;
+
+  [[nodiscard]] const EndMarkFacts& facts() const { return facts_; }
+
+ private:
+  const EndMarkFacts& facts_;
+};
+
+}  // namespace orvik

@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: MIT
+#include "models/model_camera.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "cooler/camera_cool.h"
+
+namespace orvik {
+namespace {
+
+/// Below it a camera has not been set up yet.
+constexpr int kSlowestClockKhz = 9281;
+
+}  // namespace
+
+template <class Base>
+ModelCamera<Base>::ModelCamera(const ModelRow& row, std::shared_ptr<const FrameProtocol> protocol)
+    : Base(row, std::move(protocol)) {
+  CameraState& now = state();
+  now.bandwidth = automaticBandwidth(false);
+  now.bandwidthUsb3 = automaticBandwidth(true);
+  now.bandwidthAuto = row.bandwidthAutoSupported;
+}
+
+template <class Base>
+bool ModelCamera<Base>::OpenCamera(int ordinal) {
+  return this->openDevice(ordinal);
+}
+
+template <class Base>
+bool ModelCamera<Base>::CloseCamera() {
+  return this->closeDevice();
+}
+
+template <class Base>
+bool ModelCamera<Base>::StartCapture(bool snapshot) {
+  // A camera that was never told a region reads its whole sensor.
+  if (isOpen() && !regionTold_) {
+    SetResolution(state().width, state().height, state().bin, state().imageType);
+  }
+  return this->startCapture(snapshot);
+}
+
+template <class Base>
+bool ModelCamera<Base>::StopCapture() {
+  return this->stopCapture();
+}
+
+template <class Base>
+bool ModelCamera<Base>::GetImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs) {
+  return this->deliverImage(buffer, bufferSize, waitMs);
+}
+
+template <class Base>
+bool ModelCamera<Base>::InitCamera() {
+  if (!isOpen()) return false;
+  const auto lock = lockSettings();
+  state().usb3Host = this->IsUSB3Host();
+  if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
+  this->SetHPCStates(this->LoadHPCTable());
+  this->readVersions();
+  regionTold_ = false;  // the sensor starts anew
+  startSensor();
+  reapplyControls();
+  this->onInitialised();
+  return true;
+}
+
+template <class Base>
+void ModelCamera<Base>::reapplyControls() {
+  CameraState& now = state();
+  this->SetGamma(now.gamma);
+  SetRGBBalance(now.whiteBalanceRed, now.whiteBalanceBlue, now.whiteBalanceAuto);
+  SetBrightness(now.brightness);
+  if (now.bandwidthAuto) now.bandwidth = automaticBandwidth(now.usb3Host);
+  SetCMOSClk();
+  SetGain(now.gain, now.gainAuto);
+  SetExp(now.exposureUs, now.exposureAuto);
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetResolution(int width, int height, int bin, IMAGE_TYPE type) {
+  if (!canDeliver(model(), width, height, bin, type)) return false;
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  const bool wasCapturing = now.capturing;
+  const bool snapshot = now.snapshot;
+  if (wasCapturing) StopCapture();
+  this->forgetFrames();
+
+  now.bin = bin;
+  now.height = height;
+  now.width = width;
+  now.imageType = type;
+  const SensorPosition start = centred(model(), width, height, bin);
+  SetStartPos(start.x, start.y);
+  SetOutput16Bits(type == IMAGE_GREY30 || type == IMAGE_RAW16);
+  Cam_SetResolution();
+  regionTold_ = true;
+  SetCMOSClk();
+  followClock();
+  if (wasCapturing) StartCapture(snapshot);
+  return true;
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetHardwareBin(bool on) {
+  if (!offers(Orvik_CTL_HARDWARE_BIN)) return false;
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  if (now.bin == 1) {
+    now.hardwareBin = on;
+    return true;
+  }
+  // The worker measures frames by the flag, so it has to end before the flag changes.
+  const bool wasCapturing = now.capturing;
+  const bool snapshot = now.snapshot;
+  StopCapture();
+  now.hardwareBin = on;
+  const SensorPosition held{now.startX, now.startY};
+  SetResolution(now.width, now.height, now.bin, now.imageType);
+  SetStartPos(held.x, held.y);
+  if (wasCapturing) StartCapture(snapshot);
+  return true;
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetStartPos(int x, int y) {
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  const SensorPosition start = readablePosition(model(), {x, y}, now.width, now.height, now.bin);
+  now.startX = start.x;
+  now.startY = start.y;
+  this->AdjustDarkBuff();
+  this->AdjustHPCTable();
+  writeStartPosition();
+  return true;
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetHighSpeedMode(bool on) {
+  if (!offers(Orvik_CTL_HIGH_SPEED_MODE)) return false;
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  now.highSpeedMode = on;
+  if (binsOnSensor()) return true;  // which has a pace of its own
+  SetOutput16Bits(now.output16Bits);
+  SetCMOSClk();
+  followClock();
+  SetBrightness(now.brightness);
+  return true;
+}
+
+template <class Base>
+void ModelCamera<Base>::followClock() {
+  CameraState& now = state();
+  applyBandwidth(now.bandwidth, now.bandwidthAuto);
+  SetExp(now.exposureUs, now.exposureAuto);
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetFPSPerc(int percent, bool automatic) {
+  return offers(Orvik_CTL_BANDWIDTH) && applyBandwidth(percent, automatic);
+}
+
+template <class Base>
+bool ModelCamera<Base>::applyBandwidth(int percent, bool automatic) {
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  if (now.clockKhz < kSlowestClockKhz) return false;
+  automatic = automatic && model().bandwidthAutoSupported;
+  const bool switchedOn = automatic && !now.bandwidthAuto;
+  now.bandwidth = switchedOn ? automaticBandwidth(now.usb3Host)
+                             : std::clamp(percent, kMinBandwidth, kMaxBandwidth);
+  now.bandwidthAuto = automatic;
+  now.lineLength = lineLengthFor(now.bandwidth, lineLimits(),
+                                 {.rows = now.rowsDelivered(),
+                                  .columns = now.columnsDelivered(),
+                                  .output16Bits = now.output16Bits},
+                                 now.clockKhz);
+  writeLineLength();
+  SetExp(now.exposureUs, now.exposureAuto);
+  CalcMaxFPS();
+  return true;
+}
+
+template <class Base>
+bool ModelCamera<Base>::GetFPSPerc(int* percent, bool* automatic) {
+  *percent = state().bandwidth;
+  *automatic = state().bandwidthAuto;
+  return true;
+}
+
+template <class Base>
+void ModelCamera<Base>::CalcMaxFPS() {
+  constexpr std::uint64_t kShortExposureUs = 100'000;
+  CameraState& now = state();
+  if (now.exposureUs >= kShortExposureUs) return;
+  const float rate = maxFrameRate(now.rowsDelivered(), now.lineLength, now.clockKhz);
+  now.maxFrameRate = rate;
+  now.dataRate = rate * static_cast<float>(now.columnsDelivered()) *
+                 static_cast<float>(now.rowsDelivered()) / 1000.0F / 1000.0F;
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetExp(std::uint64_t exposureUs, bool automatic) {
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  now.exposureAuto = automatic;
+  now.exposureUs = std::clamp(exposureUs, static_cast<std::uint64_t>(model().exposureUs.min),
+                              static_cast<std::uint64_t>(model().exposureUs.max));
+  return writeExposure();
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetGain(int gain, bool automatic) {
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  now.gain = std::clamp(gain, model().gain.min, model().gain.max);
+  now.gainAuto = automatic;
+  writeGain();
+  return true;
+}
+
+template <class Base>
+bool ModelCamera<Base>::SetBrightness(int value) {
+  if (!offers(Orvik_CTL_BRIGHTNESS)) return false;
+  const auto lock = lockSettings();
+  state().brightness = std::clamp(value, model().brightness.min, model().brightness.max);
+  return writeBrightness();
+}
+
+template <class Base>
+void ModelCamera<Base>::SetRGBBalance(int red, int blue, bool automatic) {
+  const auto lock = lockSettings();
+  CameraState& now = state();
+  now.whiteBalanceRed = std::clamp(red, model().whiteBalanceMin, model().whiteBalanceMax);
+  now.whiteBalanceBlue = std::clamp(blue, model().whiteBalanceMin, model().whiteBalanceMax);
+  now.whiteBalanceAuto = automatic;
+  if (model().colour) writeWhiteBalance();
+}
+
+// Cooled cameras have a thermistor in the place of the thermometer chip, whose answer is
+// a 12-bit two's complement number of 1/16 degree, its low four bits in the upper half of byte 0.
+template <class Base>
+float ModelCamera<Base>::GetSensorTemp() {
+  if (model().cooled || !offers(Orvik_CTL_TEMPERATURE)) return Base::GetSensorTemp();
+  std::array<std::uint8_t, 2> answer{};
+  if (!link().receive(static_cast<std::uint8_t>(VendorRequest::kTemperature), 0, 0, answer)) {
+    return state().temperature;
+  }
+  const int raw = answer[1] * 16 + (answer[0] >> 4);
+  if (raw != 0) {
+    state().temperature = static_cast<float>(raw >= 2048 ? raw - 4096 : raw) * 0.0625F;
+  }
+  return state().temperature;
+}
+
+template class ModelCamera<CCameraBase>;
+template class ModelCamera<CCameraCool>;
+
+}  // namespace orvik

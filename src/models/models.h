@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "camera/host_white_balance.h"
+#include "cooler/camera_cool.h"
+#include "models/command_camera.h"
+#include "models/marked_frame_camera.h"
+#include "models/model_list.h"
+#include "models/register_camera.h"
+
+/// The driver classes CCameraT01C to CCameraT15C: each its family with the model's row and facts.
+namespace orvik {
+
+#define ORVIK_DECLARE_MODEL(code, Family)     \
+  class CCamera##code final : public Family { \
+   public:                                    \
+    CCamera##code() : Family(kRow, kFacts) {} \
+    static const ModelRow kRow;               \
+    static const Family::Facts kFacts;        \
+  };
+
+ORVIK_MODELS(ORVIK_DECLARE_MODEL)
+
+#undef ORVIK_DECLARE_MODEL
+
+}  // namespace orvik

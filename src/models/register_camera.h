@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "models/end_mark_camera.h"
+
+namespace orvik {
+
+/// The end-mark models whose sensor has a register of 16 bits for each setting. Some have a second
+/// clock, 16-bit samples, or can be clocked beyond their frequency; a model's controls and image
+/// types say which.
+class RegisterCamera : public EndMarkCamera {
+ public:
+  void SetCMOSClk() override;
+  bool SetCMOSClk(int khz) override;
+  void SetOutput16Bits(bool on) override;
+  /// @param percent 0 to 30 beyond the sensor's frequency
+  bool SetOverCLKPerc(int percent) override;
+
+ protected:
+  RegisterCamera(const ModelRow& row, const EndMarkFacts& facts);
+
+  void startSensor() override;
+  bool tellSensor(std::initializer_list<Setting> settings) override;
+  void writeLineLength() override;
+
+ private:
+  void useClock(bool fast);
+};
+
+}  // namespace orvik

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#include "models/end_mark_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT01C::kRow = modelRow({
+    .name = "Vek T01C",
+    .settingsKey = L"SOFTWARE\\T01C",
+    .products = {{{identity::PID_T01C}}},
+    .sensor = {640, 480, 6.0, BAYER_GR},
+    .values = kT01Values,
+    .whiteBalance = kNeutralWhiteBalance,
+    .whiteBalanceOnHost = true,
+});
+
+constexpr EndMarkFacts CCameraT01C::kFacts = {};
+
+}  // namespace orvik

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#include "models/end_mark_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+namespace {
+
+constexpr ModelValues kValues = oldestValues(64, 5'000'000);
+
+}  // namespace
+
+constexpr ModelRow CCameraT02C::kRow = modelRow({
+    .name = "Vek T02C",
+    .settingsKey = L"SOFTWARE\\T02C",
+    .products = {{{identity::PID_T02C_A, "Vek T02C-A"},
+                  {identity::PID_T02C_B, "Vek T02C-B"},
+                  {identity::PID_T02C_C}}},
+    .sensor = {728, 512, 5.6, BAYER_BG},
+    .values = kValues,
+    .probed = true,
+    .slowAutoControl = true,
+});
+
+constexpr EndMarkFacts CCameraT02C::kFacts = {};
+
+}  // namespace orvik

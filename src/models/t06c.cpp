@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include "models/end_mark_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT06C::kRow = modelRow({
+    .name = "Vek T06C",
+    .settingsKey = L"SOFTWARE\\T06C",
+    .products = {{{identity::PID_T06C}}},
+    .sensor = kSensorT06C,
+    .values = kT06Values,
+});
+
+constexpr EndMarkFacts CCameraT06C::kFacts = {.transferBytes = kSmallTransfer,
+                                              .longExposureUs = 4'000'000};
+
+}  // namespace orvik

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "models/marked_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT10C::kRow = modelRow({
+    .name = "Vek T10C",
+    .settingsKey = L"SOFTWARE\\T10C",
+    .products = {{{identity::PID_T10C}}},
+    .sensor = kSensorT10C,
+    .values = kFastSensorValues,
+});
+
+constexpr MarkedFacts CCameraT10C::kFacts = {.initTable = kInitTable};
+
+}  // namespace orvik

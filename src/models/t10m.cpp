@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#include "models/marked_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT10M::kRow = modelRow({
+    .name = "Vek T10M",
+    .settingsKey = L"SOFTWARE\\T10M",
+    .products = {{{identity::PID_T10M_A, "Vek T10M-A"},
+                  {identity::PID_T10M_B, "Vek T10M-B"},
+                  {identity::PID_T10M_C}}},
+    .sensor = kSensorT10M,
+    .values = kFastSensorValues,
+    .probed = true,
+});
+
+constexpr MarkedFacts CCameraT10M::kFacts = {.initTable = kInitTable};
+
+}  // namespace orvik

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "models/marked_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT12C::kRow = modelRow({
+    .name = "Vek T12C",
+    .settingsKey = L"SOFTWARE\\T12C",
+    .products = {{{identity::PID_T12C}}},
+    .sensor = kSensorT12C,
+    .values = kT12Values,
+});
+
+constexpr MarkedFacts CCameraT12C::kFacts = {.initTable = kInitTable};
+
+}  // namespace orvik

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "models/marked_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT13C::kRow = modelRow({
+    .name = "Vek T13C",
+    .settingsKey = L"SOFTWARE\\T13C",
+    .products = {{{identity::PID_T13C}}},
+    .sensor = kSensorT13C,
+    .values = k1304Values,
+});
+
+constexpr MarkedFacts CCameraT13C::kFacts = {.initTable = kInitTable1304};
+
+}  // namespace orvik

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#include "models/marked_parts.h"
+#include "models/models.h"
+
+namespace orvik {
+
+constexpr ModelRow CCameraT14C::kRow = modelRow({
+    .name = "Vek T14C",
+    .settingsKey = L"SOFTWARE\\T14C",
+    .products = {{{identity::PID_T14C}}},
+    .sensor = {1304, 976, 3.75, BAYER_BG},
+    .values = k1304Values,
+});
+
+constexpr MarkedFacts CCameraT14C::kFacts = {.initTable = kInitTable1304};
+
+}  // namespace orvik

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// The service functions for firmware and flash, and a flash write that is broken off anywhere.
+#include <gmock/gmock.h>
+
+#include <set>
+#include <stdexcept>
+
+#include "api/service_bench.h"
+#include "firmware/images.h"
+
+namespace orvik::test {
+namespace {
+
+using ::testing::IsEmpty;
+
+class ServiceFirmwareTest : public ServiceBench {
+ protected:
+  std::string fileOf(const Bytes& bytes, const std::string& name = "image") {
+    std::string path = folder_.file(name);
+    writeFile(path, bytes);
+    return path;
+  }
+  static Orvik_ERROR_CODE flash(const std::string& path) {
+    return OrvikFlashFirmware(0, path.c_str(), nullptr, nullptr);
+  }
+  static Orvik_ERROR_CODE verify(const std::string& path) {
+    return OrvikVerifyFirmware(0, path.c_str(), nullptr, nullptr);
+  }
+  static Bytes read(std::uint32_t address, std::size_t size) {
+    Bytes bytes(size);
+    EXPECT_EQ(
+        OrvikReadFlash(0, address, bytes.data(), static_cast<std::int32_t>(size), nullptr, nullptr),
+        Orvik_OK);
+    return bytes;
+  }
+};
+
+TEST_F(ServiceFirmwareTest, FilesAreToldApartWithoutACamera) {
+  Orvik_FIRMWARE_FILE file{};
+  ASSERT_EQ(OrvikCheckFirmwareFile(fileOf(imageOf(pattern(400), 0x1234)).c_str(), &file), Orvik_OK);
+  EXPECT_EQ(file.format, Orvik_FIRMWARE_SECTIONS);
+  EXPECT_EQ(file.fileBytes, 420);
+  EXPECT_EQ(file.parts, 1);
+  EXPECT_EQ(file.dataBytes, 400);
+  EXPECT_EQ(file.entry, 0x1234U);
+  EXPECT_EQ(file.fitsFlash, Orvik_TRUE);
+  ASSERT_EQ(OrvikCheckFirmwareFile(fileOf(streamOf(pattern(77))).c_str(), &file), Orvik_OK);
+  EXPECT_EQ(file.format, Orvik_FIRMWARE_RECORDS);
+  EXPECT_EQ(file.dataBytes, 77);
+  EXPECT_EQ(file.fitsFlash, Orvik_FALSE);
+
+  const Orvik_FIRMWARE_FILE before = file;
+  EXPECT_EQ(OrvikCheckFirmwareFile(fileOf(pattern(500)).c_str(), &file),
+            Orvik_ERROR_FIRMWARE_IMAGE);
+  EXPECT_EQ(OrvikCheckFirmwareFile(fileOf({}).c_str(), &file), Orvik_ERROR_FILE);
+  EXPECT_EQ(OrvikCheckFirmwareFile(folder_.path().c_str(), &file), Orvik_ERROR_FILE);
+  EXPECT_EQ(OrvikCheckFirmwareFile(nullptr, &file), Orvik_ERROR_ARGUMENT);
+  EXPECT_EQ(OrvikCheckFirmwareFile("x", nullptr), Orvik_ERROR_ARGUMENT);
+  EXPECT_EQ(file.dataBytes, before.dataBytes);
+}
+
+TEST_F(ServiceFirmwareTest, AnUnfitFileIsNotBegun) {
+  open();
+  Bytes cut = imageOf(pattern(4000));
+  cut.resize(3000);
+  const std::string broken = fileOf(cut, "broken");
+  const std::string tooLong = fileOf(imageOf(pattern(ORVIK_FIRMWARE_AREA_BYTES)), "long");
+  const std::string records = fileOf(streamOf(pattern(100)), "records");
+  for (const std::string& path : {broken, tooLong, records}) {
+    EXPECT_EQ(flash(path), Orvik_ERROR_FIRMWARE_IMAGE) << path;
+    EXPECT_EQ(verify(path), Orvik_ERROR_FIRMWARE_IMAGE) << path;
+  }
+  EXPECT_EQ(OrvikLoadFirmware(0, broken.c_str()), Orvik_ERROR_FIRMWARE_IMAGE);
+  EXPECT_THAT(conversation_.take(), IsEmpty());
+  EXPECT_EQ(OrvikLoadFirmware(0, records.c_str()), Orvik_OK);
+}
+
+TEST_F(ServiceFirmwareTest, FirmwareIsWrittenVerifiedAndRead) {
+  open();
+  ASSERT_EQ(OrvikSetID(0, {{'a', 'b'}}), Orvik_OK);
+  const Bytes image = imageOf(pattern(80'000));
+  const std::string path = fileOf(image);
+  EXPECT_EQ(verify(path), Orvik_ERROR_VERIFY) << "an erased flash";
+
+  struct Told {
+    std::set<int> steps;
+    std::int32_t last = 0;
+    bool fell = false;
+  } told;
+  const auto tell = [](void* context, Orvik_STEP step, std::int32_t done, std::int32_t total) {
+    auto& all = *static_cast<Told*>(context);
+    if (!all.steps.insert(step).second && done < all.last) all.fell = true;
+    if (done > total) all.fell = true;
+    all.last = done;
+  };
+  ASSERT_EQ(OrvikFlashFirmware(0, path.c_str(), tell, &told), Orvik_OK);
+  EXPECT_THAT(told.steps,
+              ::testing::ElementsAre(Orvik_STEP_ERASE, Orvik_STEP_WRITE, Orvik_STEP_READ));
+  EXPECT_FALSE(told.fell);
+  EXPECT_EQ(told.last, static_cast<std::int32_t>(image.size()));
+
+  EXPECT_EQ(verify(path), Orvik_OK);
+  EXPECT_EQ(read(0, image.size()), image);
+  EXPECT_EQ(read(0x70000, 4), (Bytes{'I', 'D', 'a', 'b'})) << "the mark is left alone";
+  unsigned char byte = 0;
+  EXPECT_EQ(OrvikReadFlash(0, 0x100000, &byte, 1, nullptr, nullptr), Orvik_ERROR_DRIVER_FAILED)
+      << "this flash ends at 1 MiB";
+}
+
+TEST_F(ServiceFirmwareTest, AWriteThatBreaksOffAnywhereCanBeRepeated) {
+  open();
+  const std::string before = fileOf(imageOf(pattern(70'000)), "before");
+  Bytes other = pattern(70'000);
+  std::ranges::reverse(other);
+  const std::string after = fileOf(imageOf(other), "after");
+  ASSERT_EQ(flash(before), Orvik_OK);
+  const auto requests = static_cast<int>(conversation_.take().size());
+  ASSERT_GT(requests, 80);
+  for (int k = 1; k <= requests; ++k) {
+    trouble_->failingControl = k;
+    const Orvik_ERROR_CODE told = flash(after);
+    trouble_->failingControl = 0;
+    EXPECT_EQ(told == Orvik_OK, verify(after) == Orvik_OK) << "true, and only then, at " << k;
+    // The flash may still be at the erasing that nobody waited for.
+    Orvik_ERROR_CODE again = Orvik_ERROR_DRIVER_FAILED;
+    for (int n = 0; n < 5 && again != Orvik_OK; ++n) again = flash(before);
+    ASSERT_EQ(again, Orvik_OK) << k;
+    ASSERT_EQ(conversation_.take().back(), "BE") << "the pixel stream has its bus again";
+  }
+}
+
+TEST_F(ServiceFirmwareTest, AnExceptionOfTheCallerGoesNoFurther) {
+  open();
+  const auto fail = [](void*, Orvik_STEP, std::int32_t, std::int32_t) {
+    throw std::runtime_error("not the library's");
+  };
+  unsigned char byte = 0;
+  EXPECT_EQ(OrvikReadFlash(0, 0, &byte, 1, fail, nullptr), Orvik_ERROR_DRIVER_FAILED);
+  EXPECT_THAT(conversation_.take(), ::testing::ElementsAre("BE", "BE"));
+}
+
+}  // namespace
+}  // namespace orvik::test

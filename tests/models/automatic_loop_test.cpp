@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+// Automatic exposure, gain and white balance in closed loop with every virtual camera.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "models/automatic_bench.h"
+#include "models/models.h"
+
+namespace orvik::test {
+namespace {
+
+/// Within 15 percent of the goal, with a step for the noise.
+void expectGoalReached(AutomaticBench& bench, double goal) {
+  const double brightness = bench.means().all;
+  EXPECT_GE(brightness, goal * 0.85 - 2);
+  EXPECT_LE(brightness, goal * 1.15 + 2);
+}
+
+void report(const std::string& what, int rounds) {
+  std::printf("[  rounds  ] %s: %d\n", what.c_str(), rounds);
+  EXPECT_GE(rounds, 0) << "no rest";
+  EXPECT_NE(rounds, 0) << "there was something to do";
+}
+
+class AutomaticLoop : public ::testing::TestWithParam<std::string> {
+ protected:
+  /// Where a loop starts, and what it may change.
+  struct Start {
+    const char* name;
+    std::uint64_t exposureUs;
+    int gainPercent;  ///< of the model's highest
+    bool exposureAuto;
+    bool gainAuto;
+  };
+
+  static void runFrom(const Start& start, int goal) {
+    SCOPED_TRACE(start.name);
+    AutomaticBench bench(GetParam());
+    const ControlRange& gain = bench.camera().model().gain;
+    bench.camera().SetAutoPara(gain.max, 30, goal);
+    bench.camera().SetExp(start.exposureUs, start.exposureAuto);
+    bench.camera().SetGain(gain.max * start.gainPercent / 100, start.gainAuto);
+    bench.start();
+    report(GetParam() + " " + start.name, bench.roundsToRest());
+    expectGoalReached(bench, goal);
+  }
+};
+
+TEST_P(AutomaticLoop, ExposureFindsTheGoalFromBlackAndFromWhite) {
+  runFrom({"exposure from black", 100, 33, true, false}, 100);
+  runFrom({"exposure from white", 95'000, 33, true, false}, 100);
+  runFrom({"exposure from black to 160", 100, 33, true, false}, 160);
+  runFrom({"exposure from white to 50", 95'000, 33, true, false}, 50);
+}
+
+TEST_P(AutomaticLoop, ExposureAndGainFindTheGoalTogether) {
+  runFrom({"exposure and gain from black", 100, 0, true, true}, 100);
+  runFrom({"exposure and gain from white", 95'000, 100, true, true}, 100);
+}
+
+TEST_P(AutomaticLoop, WhiteBalanceMakesAGreyScreenGrey) {
+  for (const auto& [name, colour] : {std::pair{"red", sim::LightColour{1, 0.6, 0.6}},
+                                     std::pair{"blue", sim::LightColour{0.6, 0.8, 1}}}) {
+    SCOPED_TRACE(name);
+    sim::CameraOptions options;
+    options.colour = colour;
+    AutomaticBench bench(GetParam(), options);
+    if (!bench.camera().model().colour) GTEST_SKIP() << "a camera without colours";
+    bench.camera().SetExp(8000, false);
+    bench.camera().SetRGBBalance(52, 95, true);
+    bench.setFormat(320, 240, 1, IMAGE_RGB24);
+    bench.start();
+    const ImageMeans before = bench.means();
+    report(GetParam() + " " + name + " light", bench.roundsToRest());
+    const ImageMeans after = bench.means();
+    EXPECT_GT(std::abs(before.red - before.green) + std::abs(before.blue - before.green), 10);
+    EXPECT_NEAR(after.red, after.green, 6);
+    EXPECT_NEAR(after.blue, after.green, 6);
+    EXPECT_TRUE(bench.now().whiteBalanceAuto);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, AutomaticLoop, ::testing::ValuesIn(modelsToRun()),
+                         [](const auto& instance) { return instance.param; });
+
+TEST(AutomaticLoopT15C, GainAloneFindsTheGoal) {
+  for (const int gain : {0, 600}) {
+    AutomaticBench bench("T15C");
+    bench.camera().SetAutoPara(600, 30, 100);
+    bench.camera().SetExp(10000, false);
+    bench.camera().SetGain(gain, true);
+    bench.start();
+    report("T15C gain from " + std::to_string(gain), bench.roundsToRest());
+    expectGoalReached(bench, 100);
+    EXPECT_EQ(bench.now().exposureUs, 10000U);
+    EXPECT_TRUE(bench.now().gainAuto);
+  }
+}
+
+TEST(AutomaticLoopT15C, TheGoalIsTheImagesBrightnessInEveryFormat) {
+  struct Format {
+    const char* name;
+    int bin;
+    bool hardwareBin;
+    IMAGE_TYPE type;
+  };
+  for (const Format& format : {Format{"8 bits, binned by the host", 2, false, IMAGE_8BIT},
+                               Format{"8 bits, binned on the sensor", 2, true, IMAGE_8BIT},
+                               Format{"8 bits, binned in the camera", 3, true, IMAGE_8BIT},
+                               Format{"16 bits", 1, false, IMAGE_RAW16},
+                               Format{"16 bits, binned by the host", 2, false, IMAGE_RAW16}}) {
+    SCOPED_TRACE(format.name);
+    AutomaticBench bench("T15C");
+    ASSERT_TRUE(bench.camera().SetHardwareBin(format.hardwareBin));
+    bench.setFormat(320, 240, format.bin, format.type);
+    bench.camera().SetExp(200, true);
+    bench.start();
+    report(format.name, bench.roundsToRest());
+    expectGoalReached(bench, 100);
+  }
+}
+
+TEST(AutomaticByHand, ABalanceOnTheHostLooksAtTheImage) {
+  AutomaticBench bench("T01C");
+  auto& camera = dynamic_cast<CCameraT01C&>(bench.camera());
+  camera.SetRGBBalance(50, 50, false);
+  std::vector<std::uint8_t> raw(320 * 240, 120);
+  for (int y = 0; y < 240; y += 2) {
+    for (int x = 0; x < 320; x += 2) raw[static_cast<std::size_t>(y * 320 + x + 1)] = 80;  // red
+  }
+  camera.AutoWhiBal(raw.data());
+  EXPECT_EQ(bench.now().whiteBalanceRed, 50) << "not on automatic";
+  camera.SetRGBBalance(50, 50, true);
+  camera.AutoWhiBal(raw.data());
+  EXPECT_NEAR(bench.now().whiteBalanceRed, 75, 2);
+  EXPECT_NEAR(bench.now().whiteBalanceBlue, 50, 1);
+  camera.AutoWhiBal(raw.data());
+  EXPECT_NEAR(bench.now().whiteBalanceRed, 75, 2) << "the image is grey now, the raw frame is not";
+
+  const std::vector<std::uint8_t> image(std::size_t{3} * 320 * 240, 60);
+  std::array<int, 3> deviations = {1, 1, 1};
+  std::array<int, 3> means{};
+  camera.Get_variance_ave(image.data(), 0, 0, 20, 15, 320, 240, &deviations[0], &deviations[1],
+                          &deviations[2], &means[0], &means[1], &means[2]);
+  EXPECT_EQ(means, (std::array<int, 3>{59, 59, 59}));
+}
+
+TEST(AutomaticLoopT15C, TheGoalIsHeldWhenTheLightStays) {
+  AutomaticBench bench("T15C");
+  bench.camera().SetExp(100, true);
+  bench.camera().SetRGBBalance(30, 30, true);
+  bench.start();
+  ASSERT_GE(bench.roundsToRest(), 0);
+  const auto exposure = bench.now().exposureUs.load();
+  const int red = bench.now().whiteBalanceRed;
+  for (int round = 0; round < 100; ++round) ASSERT_TRUE(bench.pass(bench.roundTime()));
+  EXPECT_EQ(bench.now().exposureUs, exposure);
+  EXPECT_EQ(bench.now().whiteBalanceRed, red);
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: MIT
+// When automatic control works, when it does not, and how it gets on with the user.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "models/automatic_bench.h"
+#include "models/models.h"
+
+namespace orvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+sim::CameraOptions dim(double light) {
+  sim::CameraOptions options;
+  options.light = light;
+  return options;
+}
+
+TEST(Automatic, TheFirstRoundComesAfter200MillisecondsAndTheNextAfter100) {
+  AutomaticBench bench("T15C");
+  bench.camera().SetExp(100, true);
+  bench.start();
+  ASSERT_TRUE(bench.pass(199ms));
+  EXPECT_EQ(bench.now().exposureUs, 100U);
+  ASSERT_TRUE(bench.pass(1ms));
+  const auto first = bench.now().exposureUs.load();
+  EXPECT_GT(first, 100U);
+  ASSERT_TRUE(bench.pass(99ms));
+  EXPECT_EQ(bench.now().exposureUs, first);
+  ASSERT_TRUE(bench.pass(1ms));
+  EXPECT_GT(bench.now().exposureUs, first);
+}
+
+TEST(Automatic, WhiteBalanceTakesEveryFourthRound) {
+  AutomaticBench bench("T15C");
+  bench.camera().SetExp(5000, false);
+  bench.camera().SetRGBBalance(20, 20, true);
+  bench.start();
+  ASSERT_TRUE(bench.pass(200ms));
+  ASSERT_TRUE(bench.pass(299ms));
+  EXPECT_EQ(bench.now().whiteBalanceRed, 20);
+  ASSERT_TRUE(bench.pass(1ms));
+  EXPECT_GT(bench.now().whiteBalanceRed, 20);
+}
+
+TEST(Automatic, SixteenBitFramesKeepTheirColours) {
+  AutomaticBench bench("T15C");
+  bench.setFormat(320, 240, 1, IMAGE_RAW16);
+  bench.camera().SetExp(5000, false);
+  bench.camera().SetRGBBalance(20, 20, true);
+  bench.start();
+  EXPECT_EQ(bench.roundsToRest(), 0);
+}
+
+TEST(Automatic, ASnapshotIsTakenAsItWasAskedFor) {
+  sim::CameraOptions options;
+  options.frameFilter = [](auto& frame) {  // none is good: it lasts for some thousand frames
+    frame[0] = 0;
+    return true;
+  };
+  AutomaticBench bench("T15C", options);
+  bench.camera().SetExp(100, true);
+  ASSERT_TRUE(bench.camera().StartCapture(true));
+  ASSERT_TRUE(bench.wakeSensor());
+  EXPECT_TRUE(bench.passIdle(1s)) << "no thread lives by the clock";
+  EXPECT_EQ(bench.now().exposureUs, 100U);
+}
+
+TEST(Automatic, NoThreadOutlivesItsVideo) {
+  AutomaticBench bench("T15C");
+  bench.camera().SetExp(100, true);
+  for (int n = 0; n < 3; ++n) {
+    bench.start();
+    ASSERT_TRUE(bench.pass(300ms));
+    ASSERT_TRUE(bench.camera().StopCapture());
+    EXPECT_TRUE(bench.passIdle(1s));
+  }
+}
+
+TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {
+  AutomaticBench bench("T15C", dim(0.02));
+  bench.camera().SetExp(150'000, true);
+  bench.camera().SetGain(0, false);
+  ASSERT_TRUE(bench.camera().StartCapture(false));
+  ASSERT_TRUE(bench.wakeSensor());
+  // The thread still sleeps: it is the worker that follows its own frames, beyond the second from
+  // which it times them by the clock that stands still here.
+  EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 1'000'000; }));
+}
+
+TEST(Automatic, SoDoShortExposuresOfSlowFrames) {
+  sim::CameraOptions options;
+  options.usb3Port = false;
+  AutomaticBench bench("T15C", options);
+  bench.setFormat(1304, 976, 1, IMAGE_RAW16);
+  bench.camera().SetFPSPerc(40, false);
+  bench.camera().SetExp(1000, true);
+  bench.start();
+  EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 5000; }));
+}
+
+/// A camera whose automatic control takes its time.
+class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
+ public:
+  UnhurriedCamera() : MarkedFrameCamera(row(), CCameraT15C::kFacts) {}
+
+ private:
+  static const ModelRow& row() {
+    static const ModelRow slow = [] {
+      ModelRow copy = CCameraT15C::kRow;
+      copy.slowAutoControl = true;
+      return copy;
+    }();
+    return slow;
+  }
+};
+
+TEST(Automatic, AModelCanTakeItsTime) {
+  AutomaticBench bench("T15C", dim(0.2),
+                       [] { return std::unique_ptr<CCameraBase>(new UnhurriedCamera); });
+  bench.camera().SetExp(200'000, true);
+  bench.camera().SetGain(0, false);
+  bench.camera().SetRGBBalance(20, 20, true);
+  bench.start();
+  EXPECT_EQ(bench.now().exposureUs, 200'000U);
+  ASSERT_TRUE(bench.pass(200ms));
+  const auto first = bench.now().exposureUs.load();
+  EXPECT_GT(first, 200'000U) << "still the thread's";
+  EXPECT_GT(bench.now().whiteBalanceRed, 20) << "every round has its balance";
+  ASSERT_TRUE(bench.pass(199ms));
+  EXPECT_EQ(bench.now().exposureUs, first);
+  ASSERT_TRUE(bench.pass(1ms));
+  EXPECT_GT(bench.now().exposureUs, first);
+}
+
+TEST(Automatic, TheThreadHandsOverToTheWorker) {
+  AutomaticBench bench("T15C", dim(0.05));
+  bench.camera().SetExp(1000, true);
+  bench.camera().SetGain(100, false);
+  bench.start();
+  ASSERT_TRUE(bench.pass(200ms));
+  EXPECT_TRUE(eventually([&] {
+    const bool fast = bench.now().exposureUs < 100'000;
+    return !fast || !bench.pass(100ms);
+  }));
+  EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 300'000; }));
+  EXPECT_TRUE(bench.camera().StopCapture());
+}
+
+TEST(Automatic, ExposureStopsAtItsLimit) {
+  AutomaticBench bench("T15C", dim(0.001));
+  bench.camera().SetAutoPara(100, 0, 100);
+  bench.camera().SetExp(20'000, true);
+  bench.camera().SetGain(0, true);
+  bench.start();
+  EXPECT_GE(bench.roundsToRest(), 0);
+  EXPECT_EQ(bench.now().exposureUs, 32U) << "a limit of 0 seconds is the shortest there is";
+  EXPECT_EQ(bench.now().gain, 100);
+}
+
+/// A frame of one brightness, or of one colour, in the camera's present format.
+std::vector<std::uint8_t> evenFrame(CCameraBase& camera, std::uint8_t value) {
+  return std::vector<std::uint8_t>(camera.state().frameBytes(), value);
+}
+
+TEST(AutomaticDecision, WhatWasChangedSinceTheFrameStays) {
+  AutomaticBench bench("T15C");
+  CCameraBase& camera = bench.camera();
+  const auto black = evenFrame(camera, 0);
+  const auto measureNow = [&] {
+    camera.SetExp(10'000, true);
+    camera.SetGain(200, true);
+    return camera.measure(black, {.brightness = true, .colour = false});
+  };
+  camera.followMeasurement(measureNow());
+  EXPECT_EQ(bench.now().exposureUs, 14'950U);
+  EXPECT_EQ(bench.now().gain, 212);
+
+  FrameMeasurement measured = measureNow();
+  camera.SetExp(10'000, false);
+  camera.SetGain(200, false);
+  camera.followMeasurement(measured);
+  EXPECT_EQ(bench.now().exposureUs, 10'000U) << "automatic was switched off";
+
+  measured = measureNow();
+  camera.SetExp(50'000, true);
+  camera.followMeasurement(measured);
+  EXPECT_EQ(bench.now().exposureUs, 50'000U) << "the frame was taken with another exposure";
+  measured = measureNow();
+  camera.SetGain(20, true);
+  camera.followMeasurement(measured);
+  EXPECT_EQ(bench.now().gain, 20) << "and with another gain";
+}
+
+TEST(AutomaticDecision, AColourMeasuredWithAnotherBalanceIsForgotten) {
+  AutomaticBench bench("T15C");
+  CCameraBase& camera = bench.camera();
+  std::vector<std::uint8_t> redless = evenFrame(camera, 100);
+  for (int y = 0; y < 240; y += 2) {
+    for (int x = 0; x < 320; x += 2) redless[static_cast<std::size_t>(y * 320 + x)] = 49;
+  }
+  const auto measureNow = [&] {
+    camera.SetRGBBalance(40, 95, true);
+    return camera.measure(redless, {.brightness = false, .colour = true});
+  };
+  camera.followMeasurement(measureNow());
+  EXPECT_NEAR(bench.now().whiteBalanceRed, 80, 2);
+  const FrameMeasurement measured = measureNow();
+  camera.SetRGBBalance(40, 95, false);
+  camera.followMeasurement(measured);
+  EXPECT_EQ(bench.now().whiteBalanceRed, 40);
+  camera.SetRGBBalance(41, 95, true);
+  camera.followMeasurement(measured);
+  EXPECT_EQ(bench.now().whiteBalanceRed, 41);
+  camera.AutoWB_RAW(redless.data());
+  EXPECT_NEAR(bench.now().whiteBalanceRed, 82, 2) << "a step by hand";
+}
+
+TEST(AutomaticDecision, AFrameOfAnotherFormatTellsNothing) {
+  AutomaticBench bench("T15C");
+  const auto frame = evenFrame(bench.camera(), 0);
+  bench.setFormat(640, 480, 1, IMAGE_8BIT);
+  const auto measured = bench.camera().measure(frame, {.brightness = true, .colour = true});
+  EXPECT_FALSE(measured.brightness || measured.colour);
+}
+
+TEST(AutomaticDecision, BlockStatisticsComeOutAsTheyAreAskedFor) {
+  AutomaticBench bench("T15C");
+  std::vector<std::uint8_t> frame(64 * 64);
+  for (std::size_t i = 0; i < frame.size(); ++i) frame[i] = i % 8 < 4 ? 40 : 80;
+  int redDeviation = 1;
+  int greenDeviation = 0;
+  int blueDeviation = 1;
+  int red = 0;
+  int green = 0;
+  int blue = 0;
+  bench.camera().Get_variance_ave_RAW(frame.data(), 0, 0, 40, 40, 64, 64, &redDeviation,
+                                      &greenDeviation, &blueDeviation, &red, &green, &blue);
+  EXPECT_NEAR(red, 60, 1);
+  EXPECT_NEAR(green, 60, 1);
+  EXPECT_NEAR(redDeviation, 20, 1);
+  EXPECT_EQ(greenDeviation, 0) << "not asked for";
+  EXPECT_NEAR(blueDeviation, 20, 1);
+}
+
+/// Time that flies, so that rounds come every millisecond.
+class HurriedClock final : public seam::Clock {
+ public:
+  [[nodiscard]] Duration now() const override { return kFactor * steady_.now(); }
+  bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+               Duration limit, const std::function<bool()>& ready) override {
+    return steady_.waitFor(lock, condition, limit / kFactor, ready);
+  }
+  void sleepFor(Duration duration) override { steady_.sleepFor(duration / kFactor); }
+
+ private:
+  static constexpr int kFactor = 100;
+  seam::SteadyClock steady_;
+};
+
+TEST(AutomaticThreads, TheUserHasTheLastWord) {
+  VirtualBench bench(std::make_shared<HurriedClock>());
+  sim::CameraOptions options;
+  options.sceneKind = sim::SceneKind::kGrey;
+  options.pace = sim::Pace::kFree;
+  bench.plug(options);
+  const auto camera = createCamera(identity::PID_T15C);
+  ASSERT_TRUE(camera->OpenCamera(1) && camera->InitCamera());
+  ASSERT_TRUE(camera->SetResolution(160, 120, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera->StartCapture(false));
+
+  int moved = 0;
+  for (int n = 0; n < 60; ++n) {
+    const auto exposureUs = static_cast<std::uint64_t>(100 + n);
+    camera->SetGain(0, n % 2 == 0);
+    camera->SetRGBBalance(10, 10, true);
+    camera->SetExp(exposureUs, true);
+    const bool follows = eventually([&] { return camera->state().exposureUs != exposureUs; }, 2s);
+    moved += follows ? 1 : 0;
+    if (n % 3 == 0) {
+      const int size = n % 2 == 0 ? 80 : 160;
+      ASSERT_TRUE(camera->SetResolution(size, size, 1, n % 4 == 0 ? IMAGE_RAW16 : IMAGE_8BIT));
+    }
+    if (n % 10 == 9) {
+      const auto start = std::chrono::steady_clock::now();
+      ASSERT_TRUE(camera->StopCapture());
+      EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+      ASSERT_TRUE(camera->StartCapture(false));
+    }
+    camera->SetExp(exposureUs, false);
+    camera->SetGain(33, false);
+    camera->SetRGBBalance(11, 12, false);
+    std::this_thread::sleep_for(3ms);  // three rounds
+    ASSERT_EQ(camera->state().exposureUs, exposureUs);
+    ASSERT_EQ(camera->state().gain, 33);
+    ASSERT_EQ(camera->state().whiteBalanceRed, 11);
+    ASSERT_FALSE(camera->state().exposureAuto || camera->state().gainAuto);
+  }
+  EXPECT_GT(moved, 50) << "or nothing was tried out";
+}
+
+TEST(AutomaticThreads, AnUnpluggedCameraEndsThem) {
+  AutomaticBench bench("T15C");
+  bench.camera().SetExp(100, true);
+  bench.start();
+  ASSERT_TRUE(bench.pass(300ms));
+  bench.unplug();
+  EXPECT_TRUE(eventually([&] { return !bench.now().capturing; }));
+  EXPECT_TRUE(bench.passIdle(1s));
+}
+
+}  // namespace
+}  // namespace orvik::test

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+// What the cameras with 16-bit sensor registers receive. The numbers are worked out by hand.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "algorithm/white_balance.h"
+#include "models/models.h"
+#include "seam/identity.h"
+#include "support/scripted_bench.h"
+
+namespace orvik::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+using Lines = std::vector<std::string>;
+
+Lines operator+(Lines left, const Lines& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+/// Registers in one hold.
+Lines held(const Lines& lines) { return Lines{"W3001=0001"} + lines + Lines{"W3001=0000"}; }
+
+template <class Camera>
+struct Bench {
+  explicit Bench(std::uint16_t productId,
+                 std::shared_ptr<seam::Clock> clock = std::make_shared<SteppedClock>())
+      : bench(std::move(clock)), scripted(productId) {
+    bench.plug(scripted);
+  }
+
+  void open() {
+    ASSERT_TRUE(camera.OpenCamera(1));
+    ASSERT_TRUE(camera.InitCamera());
+    scripted.conversation.take();
+  }
+  Lines sent() { return scripted.conversation.take(); }
+
+  ScriptedBench bench;
+  ScriptedCamera scripted;
+  Camera camera;
+};
+
+const Lines kQuestions = {"RB4", "BE", "RC3", "BE", "RAD", "RBC", "RBC", "RBC"};
+
+/// 33000 us at 1374 cycles of 24000 kHz, 57.25 us a line: 576 lines, in a frame of 960 + 18.
+const Lines kExposure33ms = held({"W300A=03D2", "W3012=0240"});
+
+TEST(RegisterConversationTest, T06CInitialisation) {
+  Bench<CCameraT06C> bench(identity::PID_T06C);
+  ASSERT_TRUE(bench.camera.OpenCamera(1));
+  EXPECT_THAT(bench.sent(), IsEmpty());
+  ASSERT_TRUE(bench.camera.InitCamera());
+  const Lines start = {"AF", "W301A=10D8"};
+  // Red 52 and blue 95 of 100 as 8 bits, black level 10, 24 MHz, gain 50.
+  const Lines controls = held({"W302A=0085", "W302C=00F3"}) + held({"W301E=000A"}) + Lines{"A3"} +
+                         held({"W3028=0032"});
+  EXPECT_THAT(bench.sent(), ElementsAreArray(kQuestions + start + controls + kExposure33ms));
+}
+
+TEST(RegisterConversationTest, T06CRegionDepthAndClock) {
+  Bench<CCameraT06C> bench(identity::PID_T06C);
+  bench.open();
+  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_8BIT));
+  // 80 percent of USB 2 carries 28.17 frames a second, 871 cycles a line: the shortest decides.
+  const Lines position = held({"W3002=0000", "W3004=0000"});
+  const Lines area = held({"W3006=03C0", "W3008=0500"});
+  const Lines line = held({"W300C=055E"}) + Lines{"F19=5E", "F20=05"};
+  EXPECT_THAT(bench.sent(), ElementsAreArray(position + Lines{"AB"} + area + Lines{"A3"} + line +
+                                             kExposure33ms + kExposure33ms));
+
+  // Twice the bytes: 1742 cycles a line, 72.58 us; 454 lines of exposure.
+  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_RAW16));
+  const Lines wide = held({"W300C=06CE"}) + Lines{"F19=CE", "F20=06"};
+  const Lines exposure = held({"W300A=03D2", "W3012=01C6"});
+  EXPECT_THAT(bench.sent(), ElementsAreArray(position + Lines{"AC"} + area + Lines{"A3"} + wide +
+                                             exposure + exposure));
+
+  ASSERT_TRUE(bench.camera.SetHighSpeedMode(true));
+  EXPECT_THAT(bench.sent(), Not(Contains("A4"))) << "16 bits are never fast";
+  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_8BIT));
+  // 48 MHz: 1742 cycles at 36.29 us; 909 lines.
+  const Lines fast = held({"W300A=03D2", "W3012=038D"});
+  EXPECT_THAT(bench.sent(),
+              ElementsAreArray(position + Lines{"AB"} + area + Lines{"A4"} + wide + fast + fast));
+}
+
+TEST(RegisterConversationTest, BinningReadsTheWholeAreaInTheMiddle) {
+  Bench<CCameraT08M> bench(identity::PID_T08M);
+  bench.open();
+  ASSERT_TRUE(bench.camera.SetResolution(320, 240, 2, IMAGE_RAW16));
+  const Lines sent = bench.sent();
+  // 640 x 480 of 1280 x 1024
+  for (const char* line : {"W3002=0110", "W3004=0140", "W3006=01E0", "W3008=0280"}) {
+    EXPECT_THAT(sent, Contains(line));
+  }
+  EXPECT_FALSE(bench.camera.SetHardwareBin(true));
+  EXPECT_FALSE(bench.camera.SetBrightness(5)) << "T08M has no black level";
+  EXPECT_FALSE(bench.camera.SetFPSPerc(50, false));
+  EXPECT_FALSE(bench.camera.SetOverCLKPerc(5));
+  bench.camera.SetRGBBalance(60, 40, false);
+  EXPECT_EQ(bench.camera.GetSensorTemp(), 0.0F);
+  EXPECT_THAT(bench.sent(), IsEmpty());
+  EXPECT_EQ(bench.camera.state().whiteBalanceRed, 60);
+}
+
+TEST(RegisterConversationTest, WhoTimesAnExposure) {
+  Bench<CCameraT06C> late(identity::PID_T06C);
+  late.open();
+  // At 57.25 us a line 65535 lines last 3.75 s; beyond, the sensor cannot count.
+  late.camera.SetExp(3'700'000, false);
+  EXPECT_THAT(late.sent(), ElementsAreArray(held({"W300A=FC75", "W3012=FC74"})));
+  EXPECT_FALSE(late.camera.state().longExposure);
+  late.camera.SetExp(3'800'000, false);
+  EXPECT_THAT(late.sent(), ElementsAreArray(held({"W300A=03D2", "W3012=0000"})));
+  EXPECT_TRUE(late.camera.state().longExposure);
+
+  Bench<CCameraT06M> early(identity::PID_T06M);
+  early.open();
+  early.camera.SetExp(999'999, false);
+  EXPECT_FALSE(early.camera.state().longExposure);
+  early.camera.SetExp(1'000'000, false);
+  EXPECT_TRUE(early.camera.state().longExposure);
+  early.camera.SetExp(1, true);
+  EXPECT_EQ(early.camera.state().exposureUs, 64U);
+  EXPECT_EQ(early.camera.state().exposureLines, 1U);
+  EXPECT_FALSE(early.camera.state().longExposure);
+}
+
+TEST(RegisterConversationTest, OverClocking) {
+  Bench<CCameraT06M_S> bench(identity::PID_T06M_SC);
+  bench.open();
+  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_8BIT));
+  bench.sent();
+  ASSERT_TRUE(bench.camera.SetOverCLKPerc(20));
+  const Lines sent = bench.sent();
+  EXPECT_THAT(Lines(sent.begin(), sent.begin() + 2), ElementsAre("A3", "W300E=0078"));
+  EXPECT_EQ(bench.camera.GetCMOSClk(), 28800);
+  // 1374 cycles at 28800 kHz last 47.71 us: 691 lines.
+  EXPECT_THAT(sent, Contains("W3012=02B3"));
+  bench.camera.SetOverCLKPerc(99);
+  EXPECT_EQ(bench.camera.GetOverCLKPerc(), 30);
+}
+
+TEST(RegisterConversationTest, TheOldestModelsBalanceWhiteOnTheHost) {
+  Bench<CCameraT01C> bench(identity::PID_T01C);
+  bench.open();
+  bench.camera.SetRGBBalance(0, 200, true);
+  EXPECT_EQ(whiteBalance().red, 1);
+  EXPECT_EQ(whiteBalance().blue, 99);
+  EXPECT_TRUE(bench.camera.state().whiteBalanceAuto);
+  EXPECT_THAT(bench.sent(), IsEmpty());
+  EXPECT_FALSE(bench.camera.SetResolution(640, 480, 1, IMAGE_RAW16)) << "8 bits only";
+  ASSERT_TRUE(bench.camera.SetResolution(640, 480, 1, IMAGE_RGB24));
+  const Lines sent = bench.sent();
+  for (const char* line : {"A3", "A4", "AB", "AC"}) EXPECT_THAT(sent, Not(Contains(line)));
+  EXPECT_FALSE(bench.camera.SetHighSpeedMode(true));
+  CAlgorithm::RGBYUV_Init();
+}
+
+TEST(RegisterConversationTest, ABalanceOnTheHostIsTheCamerasOwn) {
+  Bench<CCameraT01C> bench(identity::PID_T01C);
+  CCameraT03C other;
+  CCameraT15C balancedInTheCamera;
+  bench.camera.SetRGBBalance(99, 25, false);
+  other.SetRGBBalance(10, 50, false);
+  CCameraT06C madeLater;
+  const std::vector<std::uint8_t> raw(16 * 16, 100);
+  const auto pixelOf = [&](const CCameraBase& camera) {
+    std::vector<std::uint8_t> image(3 * raw.size());
+    camera.Bayer2RGB24(raw.data(), image.data(), 16, 16);
+    return std::vector<int>(image.begin() + 3 * 100, image.begin() + 3 * 101);
+  };
+  EXPECT_THAT(pixelOf(bench.camera), ElementsAre(50, 100, 198));
+  EXPECT_THAT(pixelOf(other), ElementsAre(100, 100, 20));
+  EXPECT_THAT(pixelOf(balancedInTheCamera), ElementsAre(100, 100, 100));
+  CAlgorithm::RGBYUV_Init();
+}
+
+TEST(RegisterConversationTest, AutomaticBandwidthIsForNewerModels) {
+  Bench<CCameraT03M> bench(identity::PID_T03M_B);
+  bench.open();
+  ASSERT_TRUE(bench.camera.SetFPSPerc(60, true));
+  int percent = 0;
+  bool automatic = true;
+  bench.camera.GetFPSPerc(&percent, &automatic);
+  EXPECT_EQ(percent, 60);
+  EXPECT_FALSE(automatic);
+}
+
+TEST(RegisterConversationTest, StreamingStopsAndRunsInTheSensor) {
+  Bench<CCameraT06C> bench(identity::PID_T06C, std::make_shared<seam::SteadyClock>());
+  bench.open();
+  ASSERT_TRUE(bench.camera.SetResolution(640, 240, 1, IMAGE_RAW16));
+  bench.sent();
+  bench.scripted.device->bulk = [](std::uint8_t) {
+    std::vector<std::uint8_t> frame(307200, 0);
+    frame[0] = 0x12;  // high byte first
+    frame[1] = 0x34;
+    std::ranges::copy(std::array<std::uint8_t, 4>{0x11, 0xAA, 0x00, 0xBB}, frame.end() - 4);
+    return testing::Answer{.data = std::move(frame), .delay = std::chrono::milliseconds(10)};
+  };
+  ASSERT_TRUE(bench.camera.StartCapture(true));
+  std::vector<unsigned char> image(307200);
+  ASSERT_TRUE(bench.camera.GetImage(image.data(), 307200, 20000));
+  bench.camera.StopCapture();
+  EXPECT_THAT(bench.sent(),
+              ElementsAre("AA", "W301A=10D8", "A9", "W301A=10DC", "W301A=10D8", "AA"));
+  EXPECT_EQ(image[0], 0x34);
+  EXPECT_EQ(image[1], 0x12);
+}
+
+}  // namespace
+}  // namespace orvik::test

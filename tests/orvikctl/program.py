@@ -1,0 +1,42 @@
+"""Runs orvikctl as a user would. The test's first argument is the program."""
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = os.path.abspath(sys.argv.pop(1))
+LIMIT = 60  # seconds that no run may take
+
+
+def run(*arguments, code=0, sim="T15C"):
+    """Runs the program, checks its exit code, and returns (stdout, stderr)."""
+    command = [PROGRAM, *arguments] + (["--sim", sim] if sim else [])
+    done = subprocess.run(command, capture_output=True, text=True, timeout=LIMIT,
+                          stdin=subprocess.DEVNULL)
+    if done.returncode != code:
+        raise AssertionError(f"{command}: {done.returncode}, not {code}\n{done.stderr}")
+    return done.stdout, done.stderr
+
+
+def result(*arguments, **more):
+    """The JSON that the program writes."""
+    return json.loads(run(*arguments, "--json", **more)[0])
+
+
+def contents(name):
+    with open(name, "rb") as file:
+        return file.read()
+
+
+class InOwnFolder(unittest.TestCase):
+    """Each test has an empty folder to work in, and settings of its own."""
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+        os.chdir(self.folder.name)
+        self.settings = tempfile.TemporaryDirectory()
+        self.addCleanup(self.settings.cleanup)
+        os.environ["XDG_CONFIG_HOME"] = self.settings.name

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+#include <cerrno>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <vector>
+
+#include "orvik/orvik_service.h"
+#include "tools/orvikctl/camera_choice.h"
+#include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/commands/group.h"
+#include "tools/orvikctl/consent.h"
+#include "tools/orvikctl/error_text.h"
+#include "tools/orvikctl/json.h"
+#include "tools/orvikctl/output/atomic_file.h"
+
+namespace orvik::ctl {
+namespace {
+
+struct HotPixelOptions : CommonOptions {
+  std::string dark;
+  std::string list;
+  bool overwrite = false;
+  bool yes = false;
+};
+
+void checkList(const HotPixelOptions& options) {
+  if (options.list.empty()) return;
+  requireFolder(options.list);
+  refuseExisting(options.list, options.overwrite);
+}
+
+/** The dark that is to tell: a file, or else the one in use. */
+void loadDark(const Camera& camera, const HotPixelOptions& options) {
+  if (options.dark.empty()) return;
+  std::string path = options.dark;
+  Orvik_BOOL load = Orvik_TRUE;
+  check(OrvikEnableDarkSubtract(camera.index(), path.data(), &load), "loading " + path);
+}
+
+std::vector<Orvik_PIXEL> listOf(const Camera& camera) {
+  int count = 0;
+  check(OrvikGetHotPixels(camera.index(), nullptr, 0, &count), "listing the hot pixels");
+  std::vector<Orvik_PIXEL> pixels(static_cast<size_t>(count));
+  check(OrvikGetHotPixels(camera.index(), pixels.data(), count, &count), "listing the hot pixels");
+  return pixels;
+}
+
+void writeList(const HotPixelOptions& options, const std::vector<Orvik_PIXEL>& pixels) {
+  AtomicFile file(options.list, options.overwrite);
+  {
+    std::ofstream out(file.temporary());
+    out << "x,y\n";
+    for (const Orvik_PIXEL& pixel : pixels) out << pixel.x << ',' << pixel.y << '\n';
+    out.close();
+    if (!out) failWrite(options.list, errno);
+  }
+  file.commit();
+}
+
+/** @param where they were found */
+void report(const Camera& camera, const HotPixelOptions& options, const char* where) {
+  const std::vector<Orvik_PIXEL> pixels = listOf(camera);
+  if (!options.list.empty()) writeList(options, pixels);
+  if (options.json) {
+    const Json result = {{"hotPixels", pixels.size()},
+                         {"list", options.list.empty() ? Json() : Json(options.list)}};
+    std::cout << result.dump(2) << '\n';
+  } else {
+    std::cout << pixels.size() << " hot pixels " << where << '\n';
+  }
+}
+
+ExitCode detect(const HotPixelOptions& options) {
+  checkList(options);
+  const ConnectedCameras cameras(options.virtualCameras);
+  const Camera camera(cameras.choose(options.camera).index);
+  loadDark(camera, options);
+  check(OrvikDetectHotPixels(camera.index(), nullptr), "looking for hot pixels");
+  report(camera, options, "in the dark");
+  return ExitCode::kOk;
+}
+
+ExitCode save(const HotPixelOptions& options) {
+  checkList(options);
+  const ConnectedCameras cameras(options.virtualCameras);
+  const ConnectedCamera& chosen = cameras.choose(options.camera);
+  const Camera camera(chosen.index);
+  loadDark(camera, options);
+  check(OrvikDetectHotPixels(camera.index(), nullptr), "looking for hot pixels");
+  requireConsent(options.yes,
+                 "The table of hot pixels in the flash of " + chosen.name + " will be replaced.");
+  check(OrvikSaveHotPixels(camera.index()), "writing the table into the flash");
+  check(OrvikLoadHotPixels(camera.index(), nullptr), "reading the table back");
+  report(camera, options, "written into the camera's flash; they are mended from now on");
+  return ExitCode::kOk;
+}
+
+ExitCode show(const HotPixelOptions& options) {
+  checkList(options);
+  const ConnectedCameras cameras(options.virtualCameras);
+  const Camera camera(cameras.choose(options.camera).index);
+  check(OrvikLoadHotPixels(camera.index(), nullptr), "reading the table in the flash");
+  report(camera, options, "in the camera's flash");
+  return ExitCode::kOk;
+}
+
+using Work = ExitCode (*)(const HotPixelOptions&);
+
+CLI::App* addMember(CLI::App& group, const char* name, const char* what, HotPixelOptions& options) {
+  CLI::App* app = group.add_subcommand(name, what);
+  app->add_option("-o,--output", options.list, "Write their coordinates, a line \"x,y\" for each")
+      ->type_name("FILE.csv");
+  app->add_flag("--overwrite", options.overwrite, "Replace the file if it exists");
+  addCommonOptions(*app, options, Scope::kOneCamera);
+  return app;
+}
+
+void addDarkOption(CLI::App& app, HotPixelOptions& options) {
+  app.add_option("--dark", options.dark, "Dark frame to look at, instead of the one in use")
+      ->type_name("FILE.bmp");
+}
+
+}  // namespace
+
+Command addHotPixels(CLI::App& program) {
+  CLI::App* group =
+      addGroup(program, "hotpixels", "Find hot pixels, and have the camera keep them");
+  std::vector<Command> members;
+  const auto add = [&](const char* name, const char* what, Work work) {
+    auto options = std::make_shared<HotPixelOptions>();
+    CLI::App* app = addMember(*group, name, what, *options);
+    members.push_back({app, [options, work] { return work(*options); }});
+    return options;
+  };
+  const auto detectOptions = add("detect", "Look for hot pixels in a dark frame", detect);
+  addDarkOption(*members.back().options, *detectOptions);
+  const auto saveOptions =
+      add("save", "Look for hot pixels and write their table into the camera's flash", save);
+  addDarkOption(*members.back().options, *saveOptions);
+  addConsentOption(*members.back().options, saveOptions->yes);
+  add("show", "Tell which hot pixels the camera's flash holds", show);
+  return groupCommand(group, std::move(members));
+}
+
+}  // namespace orvik::ctl
