@@ -12,7 +12,8 @@ PUBLIC = {"include"}
 MAY_USE = {
     "include": set(),
     "src/seam": set(),
-    "src/usb": {"src/seam"},
+    "src/trace": {"src/seam"},
+    "src/usb": {"src/seam", "src/trace"},
     "src/algorithm": PUBLIC,
     "src/camera": {"src/seam", "src/usb", "src/algorithm"} | PUBLIC,
     "src/cooler": {"src/seam", "src/usb", "src/algorithm", "src/camera"} | PUBLIC,
@@ -21,7 +22,7 @@ MAY_USE = {
                    "src/firmware"} | PUBLIC,
     "src/api": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/cooler",
                 "src/firmware", "src/models"} | PUBLIC,
-    "fuzz": {"src/usb", "src/algorithm", "src/camera", "src/firmware", "src/models"} | PUBLIC,
+    "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/camera", "src/firmware", "src/models"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},

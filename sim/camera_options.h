@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "seam/usb_host.h"
+#include "sim/fault/script.h"
 #include "sim/hardware/flash_file.h"
 #include "sim/sky/scene.h"
 
@@ -61,6 +62,7 @@ struct CameraOptions {
   bool noise = true;                 ///< false: a sensor without noise, dark current and hot pixels
   ControlObserver controlObserver;
   FrameFilter frameFilter;
+  fault::Script faults;  ///< what goes wrong between the camera and the host
 };
 
 }  // namespace orvik::sim

@@ -118,6 +118,19 @@ constexpr std::array kKeys = {
 
 std::string quoted(std::string_view text) { return std::string("'").append(text).append("'"); }
 
+/// @return "" or why not.
+std::string readPair(std::string_view name, std::string_view value, CameraOptions& options) {
+  if (name == "fault") {  // has a language of its own, and reasons of its own to refuse
+    const std::string refusal = fault::parseScript(value, options.faults);
+    return refusal.empty() ? "" : "The option 'fault': " + refusal;
+  }
+  const auto* const key = std::ranges::find(kKeys, name, &Key::name);
+  if (key == kKeys.end()) return "There is no option " + quoted(name) + ".";
+  if (key->read(value, options)) return {};
+  return "The option " + quoted(name) + " takes " + std::string(key->takes) + ", not " +
+         quoted(value) + ".";
+}
+
 }  // namespace
 
 std::string parsePlugOptions(std::string_view text, CameraOptions& options) {
@@ -134,13 +147,9 @@ std::string parsePlugOptions(std::string_view text, CameraOptions& options) {
     }
     const std::string_view name = pair.substr(0, equals);
     const std::string_view value = pair.substr(equals + 1);
-    const auto* const key = std::ranges::find(kKeys, name, &Key::name);
-    if (key == kKeys.end()) return "There is no option " + quoted(name) + ".";
     if (!seen.insert(name).second) return "The option " + quoted(name) + " is given twice.";
-    if (!key->read(value, options)) {
-      return "The option " + quoted(name) + " takes " + std::string(key->takes) + ", not " +
-             quoted(value) + ".";
-    }
+    std::string refusal = readPair(name, value, options);
+    if (!refusal.empty()) return refusal;
   }
   return {};
 }

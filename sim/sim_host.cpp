@@ -43,7 +43,9 @@ int SimHost::plug(const Model& model, const CameraOptions& options) {
   camera.serial = options.serial.value_or(serialOf(camera.id));
 
   auto device = std::make_shared<Device>(model, options, camera.serial, camera.info, clock_);
-  cameras_.emplace(camera.id, Entry{camera, std::move(device)});
+  std::shared_ptr<fault::Faults> faults;
+  if (!options.faults.rules.empty()) faults = std::make_shared<fault::Faults>(options.faults);
+  cameras_.emplace(camera.id, Entry{camera, std::move(device), std::move(faults)});
   return ++lastId_;
 }
 
@@ -92,16 +94,33 @@ std::optional<double> SimHost::sensorCelsius(int id) {
 std::vector<seam::DeviceInfo> SimHost::devices() {
   const std::lock_guard lock(mutex_);
   std::vector<seam::DeviceInfo> list;
-  for (const auto& [id, entry] : cameras_) list.push_back(entry.camera.info);
+  for (auto& [id, entry] : cameras_) {
+    if (present(entry)) list.push_back(entry.camera.info);
+  }
   return list;
 }
 
 std::unique_ptr<seam::Port> SimHost::open(const seam::DeviceInfo& device) {
   const std::lock_guard lock(mutex_);
-  for (const auto& [id, entry] : cameras_) {
-    if (entry.camera.info.location == device.location) return openPort(*entry.device);
+  for (auto& [id, entry] : cameras_) {
+    if (!present(entry) || entry.camera.info.location != device.location) continue;
+    if (!entry.faults) return openPort(*entry.device);
+    return entry.faults->open([&entry = entry] { return openPort(*entry.device); });
   }
   return nullptr;
+}
+
+/// Whether the camera's script leaves it plugged in; each time that it comes back it has another
+/// address.
+bool SimHost::present(Entry& entry) {
+  if (!entry.faults) return true;
+  if (!entry.faults->present()) return false;
+  if (const unsigned replugs = entry.faults->replugs(); replugs != entry.replugs) {
+    entry.replugs = replugs;
+    seam::DeviceLocation& location = entry.camera.info.location;
+    location.address = nextAddress(location.bus);
+  }
+  return true;
 }
 
 std::uint8_t SimHost::freePort(std::uint8_t bus) const {

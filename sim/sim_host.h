@@ -12,6 +12,7 @@
 #include "seam/clock.h"
 #include "seam/usb_host.h"
 #include "sim/camera_options.h"
+#include "sim/fault/faults.h"
 #include "sim/hardware/guide_port.h"
 #include "sim/models.h"
 
@@ -62,7 +63,11 @@ class SimHost final : public seam::Host {
   struct Entry {
     PluggedCamera camera;
     std::shared_ptr<Device> device;
+    std::shared_ptr<fault::Faults> faults;  ///< null for a camera without a script
+    unsigned replugs = 0;
   };
+
+  bool present(Entry& entry);
 
   [[nodiscard]] std::uint8_t freePort(std::uint8_t bus) const;
   std::uint8_t nextAddress(std::uint8_t bus);

@@ -276,9 +276,11 @@ ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
 /**
  * Stops capture and closes a camera. Closing a closed camera does nothing.
  *
- * No other thread may be inside a call on this camera.
+ * No other thread may be inside a call on this camera. A camera that was unplugged is to be closed
+ * as well.
  *
- * @retval Orvik_ERROR_CAMERA_INDEX no such index
+ * @retval Orvik_ERROR_CAMERA_INDEX no such index, since the last enumeration found fewer cameras; a
+ *         camera that was opened under it has been closed all the same
  * @par Thread: controlling thread. Ends within about 10 s even when the device does not answer.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikCloseCamera(int index);
@@ -337,7 +339,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_CONTROL no such control
- * @retval Orvik_ERROR_DRIVER_FAILED the camera did not take the value, or does not have the control
+ * @retval Orvik_ERROR_DRIVER_FAILED the camera did not take the value, does not have the control,
+ *         or is unplugged
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
@@ -355,7 +358,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE ty
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_IMAGE_TYPE `type` is none of ::IMG_TYPE
- * @retval Orvik_ERROR_ROI_SIZE the camera refused; the region stays as it was
+ * @retval Orvik_ERROR_ROI_SIZE the camera refused, and the region stays as it was; or it is
+ *         unplugged
  * @par Thread: any thread, but not while another one sets the format.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetROIFormat(int index, int width, int height, int bin,
@@ -381,7 +385,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetROIFormat(int index, int* width, int* height,
  * @param x, y top left corner of the region, pixels after binning
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_START_POS the camera refused
+ * @retval Orvik_ERROR_START_POS the camera refused, or is unplugged
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetStartPos(int index, int x, int y);
@@ -440,7 +444,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index);
  * Starts video: the camera sends frame after frame. Does nothing while video is running.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
- * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open, or capture could not be started
+ * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open, known to be unplugged, or capture could not be
+ *         started
  * @retval Orvik_ERROR_EXPOSING a snapshot is being exposed
  * @par Thread: any thread, one at a time.
  */

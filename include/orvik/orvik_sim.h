@@ -62,6 +62,9 @@ typedef struct Orvik_SIM_CAMERA {
  *   - `colour=white|red|blue|R:G:B` colour of the light (white); R, G and B, from 0 to 1, are the
  *     shares of it that are left in each colour
  *   - `ambient=C` temperature around the camera, degrees Celsius, -40 to 60 (20)
+ *   - `fault=RULES` what goes wrong between the camera and the host, in the language of
+ *     docs/faults.md; rules are separated by semicolons: "fault=bulk short every 10; any unplug at
+ *     500" (none)
  *   - `flash=FILE` keeps the camera's flash (identity, hot pixels, firmware) in a file of 1 MiB,
  *     which is made where there is none; a name without commas. Without it the flash is erased
  *     each time the camera is plugged.

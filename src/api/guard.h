@@ -31,6 +31,13 @@ Orvik_ERROR_CODE withCamera(int index, Orvik_ERROR_CODE onException, Body body) 
   });
 }
 
+/// What a function that has set something answers: `whenGone` where the camera turned out to be
+/// unplugged, whatever the setter made of the requests that failed.
+inline Orvik_ERROR_CODE unlessGone(const OpenCamera& camera, Orvik_ERROR_CODE result,
+                                   Orvik_ERROR_CODE whenGone) {
+  return result == Orvik_OK && camera.driver->isUnplugged() ? whenGone : result;
+}
+
 /// The code for work that capture forbids, while it runs; else Orvik_OK.
 inline Orvik_ERROR_CODE captureCode(const CameraState& state) {
   if (!state.capturing) return Orvik_OK;

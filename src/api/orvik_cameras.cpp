@@ -7,6 +7,7 @@ using orvik::CCameraCool;
 using orvik::OpenCamera;
 using orvik::Registry;
 using orvik::api::guarded;
+using orvik::api::unlessGone;
 using orvik::api::withCamera;
 
 namespace {
@@ -72,9 +73,10 @@ Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_
                                       Orvik_BOOL isAuto) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     // The cooler's controls are not the common camera's.
-    if (type == Orvik_CTL_TARGET_TEMP || type == Orvik_CTL_COOLER_ON) {
-      return setCooler(camera.driver->cooler(), type, value);
-    }
-    return camera.driver->SetControlValue(type, value, isAuto == Orvik_TRUE);
+    const bool ofCooler = type == Orvik_CTL_TARGET_TEMP || type == Orvik_CTL_COOLER_ON;
+    const Orvik_ERROR_CODE result =
+        ofCooler ? setCooler(camera.driver->cooler(), type, value)
+                 : camera.driver->SetControlValue(type, value, isAuto == Orvik_TRUE);
+    return unlessGone(camera, result, Orvik_ERROR_DRIVER_FAILED);
   });
 }

@@ -8,6 +8,7 @@ using orvik::CCameraBase;
 using orvik::DarkFileResult;
 using orvik::IMAGE_TYPE;
 using orvik::OpenCamera;
+using orvik::api::unlessGone;
 using orvik::api::withCamera;
 
 namespace {
@@ -68,7 +69,7 @@ Orvik_ERROR_CODE OrvikSetROIFormat(int index, int width, int height, int bin, IM
       return Orvik_ERROR_ROI_SIZE;
     }
     camera.imageBytes = width * height * format.bytesPerPixel;
-    return Orvik_OK;
+    return unlessGone(camera, Orvik_OK, Orvik_ERROR_ROI_SIZE);
   });
 }
 
@@ -95,9 +96,9 @@ Orvik_ERROR_CODE OrvikSetStartPos(int index, int x, int y) {
     const std::int64_t sensorX = bin * x;
     const std::int64_t sensorY =
         state.rowMirror ? driver.GetMaxHeight() - (state.height + std::int64_t{y}) * bin : bin * y;
-    return driver.SetStartPos(orvik::saturatedInt(sensorX), orvik::saturatedInt(sensorY))
-               ? Orvik_OK
-               : Orvik_ERROR_START_POS;
+    const bool moved =
+        driver.SetStartPos(orvik::saturatedInt(sensorX), orvik::saturatedInt(sensorY));
+    return unlessGone(camera, moved ? Orvik_OK : Orvik_ERROR_START_POS, Orvik_ERROR_START_POS);
   });
 }
 

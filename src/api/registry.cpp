@@ -109,12 +109,14 @@ Orvik_ERROR_CODE Registry::open(int index) {
 
 Orvik_ERROR_CODE Registry::close(int index) {
   const std::lock_guard controlling(controlling_);
-  if (!isConnected(index)) return Orvik_ERROR_CAMERA_INDEX;
-  if (const auto camera = cameraAt(index)) {
-    put(index, nullptr);
-    camera->driver->CloseCamera();
+  // An index may have gone away under its open camera, which is to be closed all the same.
+  if (index >= 0 && static_cast<std::size_t>(index) < kMaxCameras) {
+    if (const auto camera = cameraAt(index)) {
+      put(index, nullptr);
+      camera->driver->CloseCamera();
+    }
   }
-  return Orvik_OK;
+  return isConnected(index) ? Orvik_OK : Orvik_ERROR_CAMERA_INDEX;
 }
 
 }  // namespace orvik

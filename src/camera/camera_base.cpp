@@ -143,6 +143,10 @@ bool CCameraBase::startCapture(bool snapshot) {
   if (!isOpen()) return false;
   if (state_->capturing) return true;
   if (abandonedWorker_ || !capture_.waitForPrevious() || !hasCapturePlaces()) return false;
+  if (link_->isGone()) {
+    if (snapshot) state_->exposureStatus = Orvik_EXPSTATE_FAILED;
+    return false;
+  }
   state_->exposureStatus = Orvik_EXPSTATE_EXPOSING;
   state_->snapshot = snapshot;
   state_->capturing = true;

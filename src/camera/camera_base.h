@@ -72,6 +72,9 @@ class CCameraBase {
   CCameraBase& operator=(const CCameraBase&) = delete;
   virtual ~CCameraBase();
 
+  /// Whether a request has found the device unplugged since it was opened.
+  [[nodiscard]] bool isUnplugged() const { return link_->isGone(); }
+
   // What every model does in its own way
   /// Opens the n-th device of this model. @param ordinal counted from 1
   virtual bool OpenCamera(int ordinal) = 0;

@@ -8,7 +8,12 @@
 namespace orvik {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::uint32_t kTimeoutMs = 500;
+/// Requests in a row without an answer after which a camera counts as silent.
+constexpr int kSilentAfter = 4;
+constexpr auto kSilencePause = std::chrono::seconds(1);
 constexpr std::uint8_t kRecipientDevice = 0;
 constexpr std::uint8_t kVendorType = 2;
 
@@ -36,6 +41,7 @@ bool VendorLink::transfer(bool read, std::uint8_t code, std::uint16_t value, std
   if (!open_) return false;  // closed while this one waited for its turn
   CCyControlEndPoint* control = device_->controlEndpoint();
   if (control == nullptr) return false;
+  if (unanswered_ >= kSilentAfter && Clock::now() < askAgain_) return false;
   control->target = kRecipientDevice;
   control->requestType = kVendorType;
   control->direction = read ? 1 : 0;
@@ -44,7 +50,24 @@ bool VendorLink::transfer(bool read, std::uint8_t code, std::uint16_t value, std
   control->index = index;
   control->timeoutMs = kTimeoutMs;
   std::size_t length = data.size();
-  return control->transfer(data, length);
+  const bool done = control->transfer(data, length);
+  noteAnswer(done ? seam::TransferStatus::kOk : control->lastStatus());
+  return done;
+}
+
+void VendorLink::noteAnswer(seam::TransferStatus status) {
+  if (status == seam::TransferStatus::kNoDevice) gone_ = true;
+  const bool silent =
+      status == seam::TransferStatus::kTimedOut || status == seam::TransferStatus::kCancelled;
+  unanswered_ = silent ? std::min(unanswered_ + 1, kSilentAfter) : 0;
+  if (silent) askAgain_ = Clock::now() + kSilencePause;
+}
+
+void VendorLink::allowRequests() {
+  const std::lock_guard lock(deviceLock_);
+  unanswered_ = 0;
+  gone_ = false;
+  open_ = true;
 }
 
 bool VendorLink::send(std::uint8_t code, std::uint16_t value, std::uint16_t index,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -47,7 +48,9 @@ enum class VendorRequest : std::uint8_t {
 ///
 /// Every request takes at most 500 ms, 50 ms after a cancellation and the bound of
 /// CCyUSBEndPoint::transfer(); none is repeated. While the device is not open each fails at once
-/// without a transfer. Any thread.
+/// without a transfer. So does each, for a second, after four in a row that found no answer: what
+/// consists of a hundred requests does not wait a hundred times for a camera that has fallen
+/// silent. Any thread.
 class VendorLink {
  public:
   explicit VendorLink(std::unique_ptr<CUsbDevice> device);
@@ -56,11 +59,14 @@ class VendorLink {
   [[nodiscard]] CUsbDevice& device() { return *device_; }
 
   [[nodiscard]] bool isOpen() const { return open_; }
+  /// Whether a request has found the device unplugged since it was opened. It does not come back:
+  /// what is plugged again is another device.
+  [[nodiscard]] bool isGone() const { return gone_; }
   /// Refuses requests, closes the device and lets go of it; `next` takes its place. Not during
   /// capture.
   void replaceDevice(std::unique_ptr<CUsbDevice> next);
   /// Lets requests through, once the device is open and claimed.
-  void allowRequests() { open_ = true; }
+  void allowRequests();
   /// Lets no request through any more, and leaves the device as it is.
   void refuseRequests() { open_ = false; }
   /// Refuses requests and closes the device. Nobody may be reading from the bulk endpoint.
@@ -101,11 +107,16 @@ class VendorLink {
     return static_cast<std::uint8_t>(request);
   }
   bool sendClock(VendorRequest request, bool stopped);
+  /// Learns from how a request ended. Wants the device lock held.
+  void noteAnswer(seam::TransferStatus status);
 
   std::unique_ptr<CUsbDevice> device_;
   std::mutex deviceLock_;  ///< guards the control endpoint from its setup fields to its answer
   std::mutex flashLock_;   ///< taken before deviceLock_
+  int unanswered_ = 0;     ///< requests in a row; under the device lock
+  std::chrono::steady_clock::time_point askAgain_;  ///< when unanswered; under the device lock
   std::atomic<bool> open_{false};
+  std::atomic<bool> gone_{false};
   std::atomic<bool> sensorClockStopped_{false};
 };
 

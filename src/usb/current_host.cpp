@@ -2,7 +2,9 @@
 #include "usb/current_host.h"
 
 #include <mutex>
+#include <utility>
 
+#include "trace/recording_host.h"
 #include "usb/libusb_host.h"
 
 namespace orvik {
@@ -17,11 +19,12 @@ std::shared_ptr<seam::Host> systemHost;
 std::shared_ptr<seam::Host> currentHost() {
   const std::lock_guard lock(mutex);
   if (installedHost) return installedHost;
-  if (!systemHost) systemHost = makeLibusbHost();
+  if (!systemHost) systemHost = trace::recordedOnRequest(makeLibusbHost());
   return systemHost;
 }
 
 void installHost(std::shared_ptr<seam::Host> host) {
+  host = trace::recordedOnRequest(std::move(host));
   {
     const std::lock_guard lock(mutex);
     installedHost.swap(host);

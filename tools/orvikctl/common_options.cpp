@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/common_options.h"
 
+#include <cstdlib>
+
 namespace orvik::ctl {
 
 void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
@@ -18,6 +20,14 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
                    "library does not tell those of real cameras yet); not needed with one camera")
         ->type_name("N|SERIAL");
   }
+  app.add_option_function<std::string>(
+         "--record",
+         [](const std::string& file) {
+           // The library reads it when it first looks for cameras, which is later.
+           setenv("ORVIK_RECORD", file.c_str(), 1);
+         },
+         "Write down all that is said on USB, for a report of a trouble")
+      ->type_name("FILE");
   app.add_flag("--json", options.json, "Write the result as JSON");
 }
 

@@ -28,12 +28,19 @@ struct Options {
   std::uint16_t port = 3240;
   std::string scene;
   std::string seed;
+  std::string faults;
 };
 
 std::string plugDefaults(const Options& options) {
   std::string text;
-  if (!options.scene.empty()) text = "scene=" + options.scene;
-  if (!options.seed.empty()) text += (text.empty() ? "seed=" : ",seed=") + options.seed;
+  const auto add = [&text](const char* key, const std::string& value) {
+    if (value.empty()) return;
+    if (!text.empty()) text.push_back(',');
+    text.append(key).append("=").append(value);
+  };
+  add("scene", options.scene);
+  add("seed", options.seed);
+  add("fault", options.faults);
   return text;
 }
 
@@ -123,6 +130,8 @@ int main(int argc, char** argv) {
     app.add_option("--port", options.port, "TCP port, 0 for any")->capture_default_str();
     app.add_option("--scene", options.scene, "what all cameras see unless told otherwise");
     app.add_option("--seed", options.seed, "seed of all cameras unless told otherwise");
+    app.add_option("--fault", options.faults,
+                   "what goes wrong with all cameras unless told otherwise; docs/faults.md");
     CLI11_PARSE(app, argc, argv);
     if (options.cameras.empty() && !empty) options.cameras.emplace_back("T15C");
     return run(options);

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "seam/usb_host.h"
+#include "sim/fault/faults.h"
+
+namespace orvik::fault {
+
+/// A host whose devices get into trouble. It goes around any other host. Any thread.
+class FaultHost final : public seam::Host {
+ public:
+  /// @param script for each device on its own
+  explicit FaultHost(std::shared_ptr<seam::Host> inner, Script script = {});
+
+  /// Begins a script on each device, those still to come included.
+  void setScript(const Script& script);
+
+  /// How many events a kind of fault has struck so far, over all devices.
+  [[nodiscard]] std::uint64_t struck(Action action) const;
+
+  std::vector<seam::DeviceInfo> devices() override;
+  std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
+
+ private:
+  /// A socket, whatever the address of what sits in it.
+  using Socket = std::pair<std::uint8_t, std::vector<std::uint8_t>>;
+
+  struct Guest {
+    seam::DeviceInfo below;  ///< as the host below has it
+    std::uint8_t address = 0;
+    unsigned replugs = 0;
+    std::shared_ptr<Faults> faults;
+  };
+
+  void update();
+  [[nodiscard]] std::uint8_t freeAddress(std::uint8_t bus) const;
+
+  const std::shared_ptr<seam::Host> inner_;
+  mutable std::mutex mutex_;
+  Script script_;
+  std::map<Socket, Guest> guests_;
+};
+
+}  // namespace orvik::fault

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <span>
+#include <vector>
+
+#include "seam/usb_host.h"
+#include "sim/fault/script.h"
+#include "sim/random.h"
+
+namespace orvik::fault {
+
+class Flight;
+class Opening;
+
+/// What happens to one event.
+struct Strike {
+  Action action = Action::kFail;
+  std::int32_t amount = 0;  ///< chance included
+
+  friend bool operator==(const Strike&, const Strike&) = default;
+};
+
+/// The troubles of one device: its script, what has come of it, and whether the device is there.
+///
+/// Each rule counts the events that it looks at from the moment at which the script was set. Any
+/// thread; calls nobody back while it holds its lock.
+class Faults : public std::enable_shared_from_this<Faults> {
+ public:
+  explicit Faults(Script script = {});
+  ~Faults();
+  Faults(const Faults&) = delete;
+  Faults& operator=(const Faults&) = delete;
+
+  /// Begins a script. What is halted or unplugged stays so.
+  void setScript(Script script);
+
+  /// How many events a kind of fault has struck so far, over all scripts.
+  [[nodiscard]] std::uint64_t struck(Action action) const;
+
+  /// Whether the device is plugged in; ends a replug's absence when its time has come.
+  bool present();
+  /// How often it has come back. Each time wants a new address.
+  unsigned replugs();
+
+  /// Opens the device through `openInner`, whose port is then under the script.
+  /// @return null when the script or `openInner` refuses, or the device is gone.
+  std::unique_ptr<seam::Port> open(const std::function<std::unique_ptr<seam::Port>()>& openInner);
+
+  // For the device's ports and transfers.
+
+  /// Counts an event and tells what happens to it. An unplug has happened when this returns.
+  std::optional<Strike> next(Target target, std::uint8_t request = 0);
+  void add(const std::shared_ptr<Flight>& flight);
+  void halt(std::uint8_t endpoint);
+  void clearHalt(std::uint8_t endpoint);
+  bool isHalted(std::uint8_t endpoint);
+  /// Changes what a read has received as `strike` says, and remembers it for the next one.
+  /// @param data the whole buffer
+  /// @return how much of it counts as received
+  std::size_t edit(const std::optional<Strike>& strike, std::span<std::uint8_t> data,
+                   std::size_t received);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  struct Counted {
+    Rule rule;
+    std::uint64_t events = 0;
+  };
+
+  bool strikes(const Counted& counted);
+  void unplug(std::optional<Clock::time_point> back);
+
+  mutable std::mutex mutex_;
+  std::vector<Counted> rules_;
+  sim::Random random_{1};
+  bool keepsReads_ = false;  ///< a rule wants to know the read before
+  std::vector<std::uint8_t> lastRead_;
+  std::array<std::uint64_t, kActions> struck_{};
+  std::vector<std::weak_ptr<Flight>> flights_;
+  std::vector<std::weak_ptr<Opening>> openings_;
+  std::set<std::uint8_t> halted_;
+  bool gone_ = false;
+  std::optional<Clock::time_point> back_;
+  unsigned replugs_ = 0;
+};
+
+}  // namespace orvik::fault

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "seam/usb_host.h"
+
+namespace orvik::trace {
+
+/// How a transfer went.
+struct Outcome {
+  seam::TransferStatus status = seam::TransferStatus::kOk;
+  bool refused = false;  ///< it could not begin; the status says why
+
+  friend bool operator==(const Outcome&, const Outcome&) = default;
+};
+
+struct ControlEvent {
+  std::size_t line = 0;  ///< of the file
+  seam::SetupPacket setup;
+  std::uint16_t length = 0;
+  Outcome outcome;
+  std::vector<std::uint8_t> data;  ///< answered by the device, or sent to it
+
+  [[nodiscard]] bool isIn() const { return (setup.requestType & 0x80U) != 0; }
+};
+
+struct BulkEvent {
+  std::size_t line = 0;
+  std::uint8_t endpoint = 0;
+  std::size_t length = 0;  ///< asked for
+  Outcome outcome;
+  std::size_t bytes = 0;  ///< received
+  std::uint64_t hash = 0;
+  std::vector<std::uint8_t> head;  ///< the first bytes; all of them in a whole recording
+  std::vector<std::uint8_t> tail;  ///< the last bytes, where `head` has not all
+};
+
+/// What was said while a device was open.
+struct Opening {
+  seam::DeviceLocation location;
+  bool opened = false;
+  seam::Speed speed = seam::Speed::kUnknown;
+  bool claimed = true;
+  std::vector<ControlEvent> controls;
+  std::vector<BulkEvent> bulks;
+};
+
+/// A recorded conversation with USB devices; the format is in docs/recordings.md.
+struct Conversation {
+  std::vector<seam::DeviceInfo> devices;
+  std::vector<Opening> openings;
+};
+
+/// Reads a recording. Any bytes may be given; a recording that was cut off gives what is whole.
+/// @return "" or one sentence that names the line and what is wrong with it.
+std::string readConversation(std::string_view text, Conversation& conversation);
+
+/// FNV-1a, 64 bits: tells data apart, for no more than that.
+constexpr std::uint64_t hashOf(std::span<const std::uint8_t> data) {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const std::uint8_t byte : data) hash = (hash ^ byte) * 0x100000001B3U;
+  return hash;
+}
+
+}  // namespace orvik::trace

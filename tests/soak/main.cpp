@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+// orvik_soak SECONDS [SEED]: random legal and illegal calls from several threads, against virtual
+// cameras with random faults. Each round has a seed of its own, which is printed before it begins:
+// `orvik_soak 1 SEED` plays that round again, with the same calls and faults in each thread; only
+// how the threads meet is the machine's own.
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "soak/round.h"
+#include "support/own_folder.h"
+#include "support/process.h"
+
+namespace orvik::soak {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kRound = 3s;
+/// How long a worker that was left to itself may take to end after the last close.
+constexpr auto kPatience = 30s;
+/// What the allocator and the tables that are made once may hold on to. Sanitizers keep freed
+/// memory back; with them their own leak check stands in.
+constexpr std::size_t kMemorySlack = std::size_t{96} << 20U;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryTells = false;
+#else
+constexpr bool kMemoryTells = true;
+#endif
+
+/// What is left over after a round is not more than before it.
+bool leftNothing(const test::ProcessCounts& before) {
+  const auto end = Clock::now() + kPatience;
+  test::ProcessCounts now = test::processCounts();
+  while ((now.threads > before.threads || now.handles > before.handles) && Clock::now() < end) {
+    std::this_thread::sleep_for(50ms);
+    now = test::processCounts();
+  }
+  std::printf("  %td threads, %td handles, %zu MiB\n", now.threads, now.handles,
+              now.resident >> 20U);
+  return now.threads <= before.threads && now.handles <= before.handles &&
+         (!kMemoryTells || now.resident <= before.resident + kMemorySlack);
+}
+
+int run(double seconds, std::uint64_t seed) {
+  const test::OwnFolder settings;
+  setenv("XDG_CONFIG_HOME", settings.path().c_str(), 1);
+  const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+  test::ProcessCounts before;
+  for (int round = 0; round == 0 || Clock::now() < end; ++round, ++seed) {
+    std::printf("round %d, seed %ju\n", round + 1, std::uintmax_t{seed});
+    std::fflush(stdout);
+    const std::chrono::duration<double> left = end - Clock::now();
+    const auto lasts = std::min<std::chrono::duration<double>>(kRound, left);
+    const Tally tally =
+        playRound(seed, std::chrono::duration_cast<std::chrono::milliseconds>(lasts));
+    std::printf("  %ju calls, %ju images\n", std::uintmax_t{tally.calls},
+                std::uintmax_t{tally.images});
+    // The first round makes what is made once, and is the measure for the others.
+    if (round == 0) before = test::processCounts();
+    if (!leftNothing(before)) {
+      std::fprintf(stderr, "The round of seed %ju has left something behind.\n",
+                   std::uintmax_t{seed});
+      return 1;
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+}  // namespace orvik::soak
+
+int main(int argc, char** argv) {
+  const double seconds = argc > 1 ? std::strtod(argv[1], nullptr) : 0;
+  if (argc > 3 || !(seconds > 0)) {
+    std::fprintf(stderr, "usage: orvik_soak SECONDS [SEED]\n");
+    return 2;
+  }
+  const std::uint64_t seed =
+      argc > 2 ? std::strtoull(argv[2], nullptr, 10) : std::random_device()() % 1'000'000'000;
+  return orvik::soak::run(seconds, seed);
+}
