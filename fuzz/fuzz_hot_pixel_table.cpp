@@ -3,6 +3,7 @@
 // can mend a frame, and comes back the same when it is stored.
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <vector>
 
 #include "algorithm/hot_sites.h"
@@ -19,6 +20,7 @@ class InputFlash final : public orvik::FlashPort {
  public:
   explicit InputFlash(std::span<const std::uint8_t> input) : input_(input) {}
 
+  [[nodiscard]] std::unique_lock<std::mutex> lock() override { return std::unique_lock(mutex_); }
   bool switchBusToStream(bool) override { return true; }
   bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override {
     if (address < kTableAddress) std::abort();
@@ -31,10 +33,11 @@ class InputFlash final : public orvik::FlashPort {
     return true;
   }
   bool write(std::uint32_t, std::span<const std::uint8_t>) override { std::abort(); }
-  bool eraseSector(std::uint16_t) override { std::abort(); }
+  bool eraseSector(std::uint32_t) override { std::abort(); }
 
  private:
   std::span<const std::uint8_t> input_;
+  std::mutex mutex_;
 };
 
 void useTable(const orvik::HotPixelTable& table) {

@@ -24,6 +24,8 @@ MAY_USE = {
     "fuzz": {"src/usb", "src/algorithm", "src/camera", "src/firmware", "src/models"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
+    "tools/simcam": {"src/seam", "sim"},
+    "vm": PUBLIC,
     "examples": PUBLIC,
 }
 # Headers of another library that stay inside one room.

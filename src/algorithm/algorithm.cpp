@@ -107,19 +107,4 @@ void CAlgorithm::AddTimeMark(uint8_t* image, int width, int height, int type) no
   drawTimeMark(image, width, height, type == 1 ? 3 : 1, mark);
 }
 
-DemosaicRoutine demosaicRoutine(int pattern, bool flipHorizontal, bool flipVertical) noexcept {
-  if (pattern < BAYER_RG || pattern > BAYER_GB) return nullptr;
-  switch (flippedPattern(static_cast<BayerPattern>(pattern), flipHorizontal, flipVertical)) {
-    case BAYER_RG:
-      return CAlgorithm::Bayer2RGB24_RG;
-    case BAYER_BG:
-      return CAlgorithm::Bayer2RGB24_BG;
-    case BAYER_GR:
-      return CAlgorithm::Bayer2RGB24_GR;
-    case BAYER_GB:
-      return CAlgorithm::Bayer2RGB24_GB;
-  }
-  return nullptr;
-}
-
 }  // namespace orvik

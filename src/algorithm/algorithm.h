@@ -68,12 +68,4 @@ class CAlgorithm {
   static void AddTimeMark(uint8_t* image, int width, int height, int type) noexcept;
 };
 
-/// One of the four CAlgorithm::Bayer2RGB24_ methods.
-using DemosaicRoutine = void (*)(const uint8_t* raw, uint8_t* rgb, int width, int height) noexcept;
-
-/// The routine for frames of a sensor with this pattern (see ::BayerPattern) after these flips, or
-/// null if there is no such pattern.
-[[nodiscard]] DemosaicRoutine demosaicRoutine(int pattern, bool flipHorizontal,
-                                              bool flipVertical) noexcept;
-
 }  // namespace orvik

@@ -7,8 +7,10 @@
 #include <span>
 #include <utility>
 
+#include "algorithm/demosaic.h"
 #include "camera/control_table.h"
 #include "camera/current_clock.h"
+#include "camera/host_balance.h"
 #include "seam/identity.h"
 #include "usb/current_host.h"
 
@@ -245,9 +247,8 @@ void CCameraBase::GetMisc(bool* flipHorizontal, bool* flipVertical) const {
 
 void CCameraBase::Bayer2RGB24(const std::uint8_t* raw, std::uint8_t* rgb, int width,
                               int height) const {
-  const DemosaicRoutine routine =
-      demosaicRoutine(model_.bayer, state_->flipHorizontal, state_->flipVertical);
-  if (routine != nullptr) routine(raw, rgb, width, height);
+  demosaic(raw, rgb, flippedPattern(model_.bayer, state_->flipHorizontal, state_->flipVertical),
+           width, height, hostBalance(model_, *state_));
 }
 
 bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {

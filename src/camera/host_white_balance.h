@@ -8,13 +8,13 @@
 
 #include "algorithm/colour_balance.h"
 #include "algorithm/demosaic.h"
-#include "algorithm/white_balance.h"
 #include "camera/camera_base.h"
+#include "camera/host_balance.h"
 
 namespace orvik {
 
 /// A camera that has no gains of its own for red and blue: they are applied while its frames are
-/// demosaiced (CAlgorithm::SetRGBWB()). The raw frame does not change with the balance, so
+/// demosaiced (hostBalance()). The raw frame does not change with the balance, so
 /// automatic white balance looks at the demosaiced image.
 /// @tparam Base the camera's family
 template <class Base>
@@ -64,7 +64,8 @@ class HostWhiteBalance : public Base {
   const std::uint8_t* demosaicked(const std::uint8_t* raw, int columns, int rows) {
     rgb_.resize(std::size_t{3} * static_cast<std::size_t>(columns) *
                 static_cast<std::size_t>(rows));
-    demosaic(raw, rgb_.data(), this->model().bayer, columns, rows, whiteBalance());
+    demosaic(raw, rgb_.data(), this->model().bayer, columns, rows,
+             hostBalance(this->model(), this->state()));
     return rgb_.data();
   }
 

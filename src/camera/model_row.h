@@ -81,6 +81,7 @@ struct ModelRow {
   bool highByteFirst = false;            ///< 16-bit samples come high byte first
   /// Automatic control takes rounds of 200 ms, up to 600 ms exposure.
   bool slowAutoControl = false;
+  bool whiteBalanceOnHost = false;  ///< the sensor has no gains for colours
 
   /// @return the product of this model with that ID, or null.
   [[nodiscard]] constexpr const Product* findProduct(std::uint16_t id) const {

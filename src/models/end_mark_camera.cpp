@@ -48,7 +48,7 @@ bool EndMarkCamera::writeBrightness() {
 void EndMarkCamera::writeWhiteBalance() {
   const int red = state().whiteBalanceRed;
   const int blue = state().whiteBalanceBlue;
-  if (facts_.softwareWhiteBalance) {
+  if (model().whiteBalanceOnHost) {
     CAlgorithm::SetRGBWB(red, blue);
   } else {
     tellSensor(

@@ -13,7 +13,6 @@ namespace orvik {
 struct EndMarkFacts {
   std::size_t transferBytes = std::size_t{1} << 20;  ///< of one read
   std::uint64_t longExposureUs = 1'000'000;          ///< from here on the host times exposures
-  bool softwareWhiteBalance = false;                 ///< the sensor has no gains for colours
 };
 
 /// What can be told to the sensor of an end-mark model: 16 bits each.

@@ -4,9 +4,9 @@
 /// All models: a line each, MODEL(code, family). The line makes the class CCamera<code> and puts it
 /// into the catalogue; the file <code>.cpp, in small letters, holds the model's row and facts.
 #define ORVIK_MODELS(MODEL)                     \
-  MODEL(T01C, RegisterCamera)                   \
+  MODEL(T01C, HostWhiteBalance<RegisterCamera>) \
   MODEL(T02C, CommandCamera)                    \
-  MODEL(T03C, RegisterCamera)                   \
+  MODEL(T03C, HostWhiteBalance<RegisterCamera>) \
   MODEL(T03M, RegisterCamera)                   \
   MODEL(T04C, MarkedFrameCamera<CCameraCool>)   \
   MODEL(T05C, MarkedFrameCamera<CCameraCool>)   \

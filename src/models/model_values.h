@@ -53,6 +53,7 @@ struct ModelFacts {
   bool overClocks = false;
   bool slowAutoControl = false;
   WhiteBalanceDefaults whiteBalance = {};
+  bool whiteBalanceOnHost = false;
 };
 
 constexpr ControlList controlsOf(const ModelFacts& model) {
@@ -115,6 +116,7 @@ constexpr ModelRow modelRow(const ModelFacts& model) {
       .controls = controlsOf(model),
       .highByteFirst = values.highByteFirst,
       .slowAutoControl = model.slowAutoControl,
+      .whiteBalanceOnHost = model.whiteBalanceOnHost,
   };
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "camera/host_white_balance.h"
 #include "cooler/camera_cool.h"
 #include "models/command_camera.h"
 #include "models/marked_frame_camera.h"

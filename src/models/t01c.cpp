@@ -11,8 +11,9 @@ constexpr ModelRow CCameraT01C::kRow = modelRow({
     .sensor = {640, 480, 6.0, BAYER_GR},
     .values = kT01Values,
     .whiteBalance = kNeutralWhiteBalance,
+    .whiteBalanceOnHost = true,
 });
 
-constexpr EndMarkFacts CCameraT01C::kFacts = {.softwareWhiteBalance = true};
+constexpr EndMarkFacts CCameraT01C::kFacts = {};
 
 }  // namespace orvik

@@ -14,8 +14,9 @@ constexpr ModelRow CCameraT03C::kRow = modelRow({
     .values = kT01Values,
     .probed = true,
     .whiteBalance = kNeutralWhiteBalance,
+    .whiteBalanceOnHost = true,
 });
 
-constexpr EndMarkFacts CCameraT03C::kFacts = {.softwareWhiteBalance = true};
+constexpr EndMarkFacts CCameraT03C::kFacts = {};
 
 }  // namespace orvik

@@ -154,8 +154,14 @@ bool CUsbDevice::selectAltSetting(std::uint8_t alt) {
   const auto found = std::ranges::find(interfaces, alt, &descriptors::Interface::alternateSetting);
   if (found == interfaces.end()) return false;
 
-  DescriptorReader reader(port_, kSelectBudget);
-  alternateSetting_ = reader.alternateSetting(found->number).value_or(0);
+  // Where there is only one setting, nobody is asked: at a request to an interface the kernel
+  // claims it for whoever asks, and merely looking at a camera would keep another program from
+  // using it.
+  alternateSetting_ = 0;
+  if (found->alternateSettingCount > 1) {
+    DescriptorReader reader(port_, kSelectBudget);
+    alternateSetting_ = reader.alternateSetting(found->number).value_or(0);
+  }
   currentInterface_ = static_cast<std::size_t>(found - interfaces.begin());
   assignTyped(first.endpoints[*currentInterface_]);
   return true;

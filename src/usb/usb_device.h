@@ -116,7 +116,7 @@ class CUsbDevice {
   [[nodiscard]] const descriptors::Configuration* configuration() const;
   [[nodiscard]] const descriptors::Interface* interface() const;
   /// The alternate setting that the device itself named when one was selected here; 0 if it did
-  /// not.
+  /// not, or has no other.
   [[nodiscard]] std::uint8_t alternateSetting() const { return alternateSetting_; }
 
  private:

@@ -22,7 +22,7 @@ class ServiceBench : public ::testing::Test {
     sim::CameraOptions options;
     options.sceneKind = sim::SceneKind::kDark;
     options.pace = sim::Pace::kFree;
-    options.controlObserver = conversation_.observer();
+    options.controlObserver = observerOf(conversation_);
     id_ = bench_.plug(options);
     installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble_));
     EXPECT_EQ(OrvikGetNumOfConnectedCameras(), 1);

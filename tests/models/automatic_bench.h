@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "models/factory.h"
+#include "models/catalogue.h"
 #include "support/stepped_clock.h"
 #include "support/virtual_bench.h"
 
@@ -66,7 +66,8 @@ class AutomaticBench {
 
   void setFormat(int width, int height, int bin, IMAGE_TYPE type) {
     EXPECT_TRUE(camera_->SetResolution(width, height, bin, type));
-    image_.resize(static_cast<std::size_t>(width * height) * (type == IMAGE_RAW16 ? 2 : 1));
+    const std::size_t bytes = type == IMAGE_RGB24 ? 3 : type == IMAGE_RAW16 ? 2 : 1;
+    image_.resize(static_cast<std::size_t>(width * height) * bytes);
   }
 
   void unplug() { bench_.host().unplug(id_); }
@@ -116,9 +117,14 @@ class AutomaticBench {
     std::array<double, 3> counts{};
     for (int y = height / 5; y < 4 * height / 5; ++y) {
       for (int x = width / 5; x < 4 * width / 5; ++x) {
-        const std::size_t colour = colourAt(x, y);
-        sums.at(colour) += sample(static_cast<std::size_t>(y * width + x));
-        counts.at(colour) += 1;
+        const auto pixel = static_cast<std::size_t>(y * width + x);
+        for (std::size_t n = 0; n < 3; ++n) {
+          const bool isImage = now().imageType == IMAGE_RGB24;
+          if (!isImage && n > 0) break;
+          const std::size_t colour = isImage ? 2 - n : colourAt(x, y);
+          sums.at(colour) += isImage ? image_[3 * pixel + n] : sample(pixel);
+          counts.at(colour) += 1;
+        }
       }
     }
     return {.all = (sums[0] + sums[1] + sums[2]) / (counts[0] + counts[1] + counts[2]),

@@ -2,14 +2,10 @@
 // Automatic exposure, gain and white balance in closed loop with every virtual camera.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 
-#include "algorithm/algorithm.h"
-#include "camera/host_white_balance.h"
 #include "models/automatic_bench.h"
-#include "models/sensor_1304.h"
-#include "models/t15c.h"
+#include "models/models.h"
 
 namespace orvik::test {
 namespace {
@@ -38,9 +34,17 @@ class AutomaticLoop : public ::testing::TestWithParam<std::string> {
     bool gainAuto;
   };
 
+  /// A light in which every model reaches every goal within a tenth of a second. Beyond that frames
+  /// are followed by the capture worker, in no count of rounds.
+  static sim::CameraOptions bright() {
+    sim::CameraOptions options;
+    options.light = 4;
+    return options;
+  }
+
   static void runFrom(const Start& start, int goal) {
     SCOPED_TRACE(start.name);
-    AutomaticBench bench(GetParam());
+    AutomaticBench bench(GetParam(), bright());
     const ControlRange& gain = bench.camera().model().gain;
     bench.camera().SetAutoPara(gain.max, 30, goal);
     bench.camera().SetExp(start.exposureUs, start.exposureAuto);
@@ -67,13 +71,17 @@ TEST_P(AutomaticLoop, WhiteBalanceMakesAGreyScreenGrey) {
   for (const auto& [name, colour] : {std::pair{"red", sim::LightColour{1, 0.6, 0.6}},
                                      std::pair{"blue", sim::LightColour{0.6, 0.8, 1}}}) {
     SCOPED_TRACE(name);
-    sim::CameraOptions options;
+    sim::CameraOptions options = bright();
     options.colour = colour;
     AutomaticBench bench(GetParam(), options);
-    if (!bench.camera().model().colour) return;
-    bench.camera().SetExp(8000, false);
-    bench.camera().SetRGBBalance(52, 95, true);
+    if (!bench.camera().model().colour) GTEST_SKIP() << "a camera without colours";
+    bench.setFormat(320, 240, 1, IMAGE_RGB24);
+    bench.camera().SetRGBBalance(52, 95, false);
+    bench.camera().SetExp(8000, true);
     bench.start();
+    ASSERT_GE(bench.roundsToRest(), 0);
+    bench.camera().SetExp(bench.now().exposureUs, false);
+    bench.camera().SetRGBBalance(52, 95, true);
     const ImageMeans before = bench.means();
     report(GetParam() + " " + name + " light", bench.roundsToRest());
     const ImageMeans after = bench.means();
@@ -124,52 +132,13 @@ TEST(AutomaticLoopT15C, TheGoalIsTheImagesBrightnessInEveryFormat) {
   }
 }
 
-/// A camera with a T15C's sensor that balances its colours on the host.
-class HostBalanced final : public HostWhiteBalance<MarkedFrameCamera<CCameraBase>> {
- public:
-  HostBalanced() : HostWhiteBalance(CCameraT15C::kRow, kMarked1304, shared(), 9) {}
-  void SetRGBBalance(int red, int blue, bool automatic) override {
-    state().whiteBalanceRed = std::clamp(red, 1, 99);
-    state().whiteBalanceBlue = std::clamp(blue, 1, 99);
-    state().whiteBalanceAuto = automatic;
-    CAlgorithm::SetRGBWB(state().whiteBalanceRed, state().whiteBalanceBlue);
-  }
-
- private:
-  static MarkedModelShared& shared() {
-    static MarkedModelShared values;
-    return values;
-  }
-};
-
-TEST(AutomaticLoopHost, WhiteBalanceOnTheHostMakesAGreyScreenGrey) {
-  sim::CameraOptions options;
-  options.colour = {1, 0.6, 0.6};
-  AutomaticBench bench("T15C", options,
-                       [] { return std::unique_ptr<CCameraBase>(new HostBalanced); });
-  bench.camera().SetExp(8000, false);
-  bench.camera().SetRGBBalance(50, 50, true);
-  bench.setFormat(320, 240, 1, IMAGE_RGB24);
-  bench.start();
-  report("white balance on the host", bench.roundsToRest());
-  std::vector<unsigned char> image(std::size_t{3} * 320 * 240);
-  for (int n = 0; n < 6; ++n) {
-    ASSERT_TRUE(bench.camera().GetImage(image.data(), static_cast<int>(image.size()), 20000));
-  }
-  std::array<double, 3> means{};
-  for (std::size_t i = 0; i < image.size(); ++i) means.at(i % 3) += image[i] / (320.0 * 240);
-  EXPECT_NEAR(means[0], means[1], 6);
-  EXPECT_NEAR(means[2], means[1], 6);
-  CAlgorithm::SetRGBWB(50, 50);  // it is the whole process's
-}
-
-TEST(AutomaticLoopHost, StepsByHand) {
-  AutomaticBench bench("T15C", {}, [] { return std::unique_ptr<CCameraBase>(new HostBalanced); });
-  auto& camera = dynamic_cast<HostBalanced&>(bench.camera());
+TEST(AutomaticByHand, ABalanceOnTheHostLooksAtTheImage) {
+  AutomaticBench bench("T01C");
+  auto& camera = dynamic_cast<CCameraT01C&>(bench.camera());
   camera.SetRGBBalance(50, 50, false);
   std::vector<std::uint8_t> raw(320 * 240, 120);
   for (int y = 0; y < 240; y += 2) {
-    for (int x = 0; x < 320; x += 2) raw[static_cast<std::size_t>(y * 320 + x)] = 80;  // red
+    for (int x = 0; x < 320; x += 2) raw[static_cast<std::size_t>(y * 320 + x + 1)] = 80;  // red
   }
   camera.AutoWhiBal(raw.data());
   EXPECT_EQ(bench.now().whiteBalanceRed, 50) << "not on automatic";
@@ -186,7 +155,6 @@ TEST(AutomaticLoopHost, StepsByHand) {
   camera.Get_variance_ave(image.data(), 0, 0, 20, 15, 320, 240, &deviations[0], &deviations[1],
                           &deviations[2], &means[0], &means[1], &means[2]);
   EXPECT_EQ(means, (std::array<int, 3>{59, 59, 59}));
-  CAlgorithm::SetRGBWB(50, 50);
 }
 
 TEST(AutomaticLoopT15C, TheGoalIsHeldWhenTheLightStays) {

@@ -5,8 +5,7 @@
 #include <thread>
 
 #include "models/automatic_bench.h"
-#include "models/sensor_1304.h"
-#include "models/t15c.h"
+#include "models/models.h"
 
 namespace orvik::test {
 namespace {
@@ -84,7 +83,8 @@ TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {
   AutomaticBench bench("T15C", dim(0.02));
   bench.camera().SetExp(150'000, true);
   bench.camera().SetGain(0, false);
-  bench.start();
+  ASSERT_TRUE(bench.camera().StartCapture(false));
+  ASSERT_TRUE(bench.wakeSensor());
   // The thread still sleeps: it is the worker that follows its own frames, beyond the second from
   // which it times them by the clock that stands still here.
   EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 1'000'000; }));
@@ -104,7 +104,7 @@ TEST(Automatic, SoDoShortExposuresOfSlowFrames) {
 /// A camera whose automatic control takes its time.
 class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
  public:
-  UnhurriedCamera() : MarkedFrameCamera(row(), kMarked1304, shared(), 9) {}
+  UnhurriedCamera() : MarkedFrameCamera(row(), CCameraT15C::kFacts) {}
 
  private:
   static const ModelRow& row() {
@@ -114,10 +114,6 @@ class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
       return copy;
     }();
     return slow;
-  }
-  static MarkedModelShared& shared() {
-    static MarkedModelShared values;
-    return values;
   }
 };
 

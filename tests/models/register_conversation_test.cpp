@@ -164,6 +164,25 @@ TEST(RegisterConversationTest, TheOldestModelsBalanceWhiteOnTheHost) {
   CAlgorithm::RGBYUV_Init();
 }
 
+TEST(RegisterConversationTest, ABalanceOnTheHostIsTheCamerasOwn) {
+  Bench<CCameraT01C> bench(identity::PID_T01C);
+  CCameraT03C other;
+  CCameraT15C balancedInTheCamera;
+  bench.camera.SetRGBBalance(99, 25, false);
+  other.SetRGBBalance(10, 50, false);
+  CCameraT06C madeLater;
+  const std::vector<std::uint8_t> raw(16 * 16, 100);
+  const auto pixelOf = [&](const CCameraBase& camera) {
+    std::vector<std::uint8_t> image(3 * raw.size());
+    camera.Bayer2RGB24(raw.data(), image.data(), 16, 16);
+    return std::vector<int>(image.begin() + 3 * 100, image.begin() + 3 * 101);
+  };
+  EXPECT_THAT(pixelOf(bench.camera), ElementsAre(50, 100, 198));
+  EXPECT_THAT(pixelOf(other), ElementsAre(100, 100, 20));
+  EXPECT_THAT(pixelOf(balancedInTheCamera), ElementsAre(100, 100, 100));
+  CAlgorithm::RGBYUV_Init();
+}
+
 TEST(RegisterConversationTest, AutomaticBandwidthIsForNewerModels) {
   Bench<CCameraT03M> bench(identity::PID_T03M_B);
   bench.open();

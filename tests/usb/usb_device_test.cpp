@@ -251,6 +251,14 @@ TEST_F(UsbDevice, GivesUpOnASilentDevice) {
   EXPECT_EQ(camera->requests.size(), 1U) << "a device that does not answer is not asked on";
 }
 
+TEST_F(UsbDevice, LookingAtADeviceClaimsNothing) {
+  ASSERT_TRUE(device.Open(0));
+  for (const FakeRequest& request : camera->requests) {
+    EXPECT_EQ(request.setup.requestType & 0x1FU, 0U)
+        << "the kernel claims an interface for whoever sends it a request";
+  }
+}
+
 TEST_F(UsbDevice, SelectsAlternateSettings) {
   DescriptorTable table = t15cTable();
   table.alternateSetting = 1;

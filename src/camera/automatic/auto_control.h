@@ -11,8 +11,8 @@
 #include "camera/automatic/frame_probe.h"
 #include "camera/camera_state.h"
 #include "camera/capture/camera_gate.h"
-#include "camera/stop_switch.h"
 #include "camera/model_row.h"
+#include "camera/stop_switch.h"
 #include "camera/worker_thread.h"
 
 namespace orvik {

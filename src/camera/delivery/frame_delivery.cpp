@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "algorithm/byte_order.h"
+#include "algorithm/demosaic.h"
 #include "algorithm/grey10.h"
+#include "camera/host_balance.h"
 
 namespace orvik {
 namespace {
@@ -199,9 +201,9 @@ void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
 }
 
 void FrameDelivery::demosaic(const Job& job, std::uint8_t* rgb) {
-  const DemosaicRoutine routine =
-      demosaicRoutine(model_.bayer, job.flipHorizontal, job.flipVertical);
-  if (routine != nullptr) routine(frame_->data(), rgb, job.width, job.height);
+  orvik::demosaic(frame_->data(), rgb,
+                  flippedPattern(model_.bayer, job.flipHorizontal, job.flipVertical), job.width,
+                  job.height, hostBalance(model_, state_));
 }
 
 const std::uint8_t* FrameDelivery::demosaicToBuffer(const Job& job) {

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#include "tools/simcam/server.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "tests/simcam/usbip_client.h"
+#include "tools/simcam/camera_bank.h"
+#include "tools/simcam/console.h"
+
+namespace orvik::simcam {
+namespace {
+
+using testing::Bytes;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using testing::UsbipClient;
+
+constexpr std::uint32_t kSubmitReply = 3;
+constexpr std::uint32_t kUnlinkReply = 4;
+constexpr std::uint32_t kChunk = 65536;
+
+class ServerTest : public ::testing::Test {
+ protected:
+  ServerTest() {
+    std::string error;
+    auto listener = Socket::listenOn("127.0.0.1", 0, error);
+    EXPECT_TRUE(listener) << error;
+    server.emplace(
+        host, std::move(*listener), [this] { return bank.exports(); }, [](const std::string&) {});
+    bank.plug("T15C,pace=free,scene=grey");
+    bank.plug("T15C,port=usb2");
+  }
+
+  /// Sensor and FPGA stream 640 x 480 pixels of 8 bits, as fast as the host asks.
+  static void startStream(UsbipClient& client) {
+    const auto sensor = [&](std::uint16_t address, std::uint16_t value) {
+      EXPECT_EQ(client.command(0xB6, address, value), 0);
+    };
+    const auto fpga = [&](std::uint16_t address, std::uint16_t value) {
+      EXPECT_EQ(client.command(0xBD, address, value), 0);
+    };
+    for (const auto& [address, value] : {std::pair{0x303E, 0x80},
+                                         {0x303F, 2},
+                                         {0x303A, 0xE0},
+                                         {0x303B, 1},
+                                         {0x3009, 0x11},
+                                         {0x3044, 0xE1}}) {
+      sensor(static_cast<std::uint16_t>(address), static_cast<std::uint16_t>(value));
+    }
+    for (const auto& [address, value] : {std::pair{2, 4},
+                                         {6, 9},
+                                         {4, 0x80},
+                                         {5, 2},
+                                         {8, 0xE0},
+                                         {9, 1},
+                                         {10, 1},
+                                         {16, 0xF2},
+                                         {17, 1},
+                                         {19, 0x24},
+                                         {20, 1}}) {
+      fpga(static_cast<std::uint16_t>(address), static_cast<std::uint16_t>(value));
+    }
+    EXPECT_EQ(client.command(0xA9), 0);
+    sensor(0x3000, 0);
+    fpga(0, 0x21);
+  }
+
+  sim::SimHost host;
+  CameraBank bank{host, ""};
+  std::optional<Server> server;
+};
+
+TEST_F(ServerTest, ListsWhatCanBeImported) {
+  UsbipClient client(server->port());
+  client.sendOperation(0x0111, 0x8005);
+  const Bytes head = client.receive(12);
+  ASSERT_EQ(head.size(), 12U);
+  EXPECT_EQ(UsbipClient::number(head, 0), 0x01110005U);
+  ASSERT_EQ(UsbipClient::number(head, 8), 2U);
+  for (const std::uint32_t speed : {5U, 3U}) {
+    const Bytes record = client.receive(316);
+    ASSERT_EQ(record.size(), 316U);
+    EXPECT_EQ(UsbipClient::number(record, 296), speed);
+    EXPECT_EQ(UsbipClient::number(record, 300), 0x4F561500U);
+    EXPECT_EQ(Bytes(record.begin() + 312, record.end()), (Bytes{0xFF, 0, 0, 0})) << "its interface";
+  }
+  EXPECT_TRUE(client.hungUp());
+}
+
+TEST_F(ServerTest, LendsACameraToOneImporterAtATime) {
+  UsbipClient first(server->port());
+  ASSERT_EQ(first.import("1-1"), 0U);
+  EXPECT_STREQ(reinterpret_cast<const char*>(&first.record[256]), "1-1");
+  EXPECT_THAT(server->imported(), ElementsAre("1-1"));
+  EXPECT_EQ(UsbipClient(server->port()).import("1-1"), 2U) << "busy";
+  EXPECT_EQ(UsbipClient(server->port()).import("1-9"), 1U) << "no such camera";
+  first.close();
+  // The server notices the end by itself; that takes it a moment.
+  std::uint32_t again = 2;
+  for (int i = 0; i < 500 && again == 2; ++i) {
+    again = UsbipClient(server->port()).import("1-1");
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(again, 0U);
+}
+
+TEST_F(ServerTest, CarriesControlTransfers) {
+  UsbipClient client(server->port());
+  ASSERT_EQ(client.import("1-1"), 0U);
+  const Bytes descriptor = client.ask({0x80, 6, 0x0100, 0}, 64);
+  ASSERT_EQ(descriptor.size(), 18U);
+  EXPECT_EQ(descriptor[3], 3) << "USB 3";
+  EXPECT_EQ(client.ask({0xC0, 0xAD, 0, 0}, 2), (Bytes{'V', 0x12}));
+  EXPECT_EQ(client.command(0xEE), -EPIPE) << "a request that the camera does not know";
+  EXPECT_EQ(client.command(0xBE, 0), 0);
+  Bytes page(256, 0xA5);
+  client.submit(7, 0, false, 256, {0x40, 0xC2, 0, 5}, page);
+  EXPECT_EQ(client.reply().status, 0);
+  EXPECT_EQ(client.ask({0xC0, 0xC3, 0, 5}, 256), page) << "written data comes back";
+}
+
+TEST_F(ServerTest, StreamsWithManyTransfersOutstanding) {
+  UsbipClient client(server->port());
+  ASSERT_EQ(client.import("1-1"), 0U);
+  startStream(client);
+  constexpr std::uint32_t kFrame = 640 * 480;
+  constexpr std::uint32_t kTransfers = 40;
+  Bytes stream;
+  for (std::uint32_t i = 0; i < kTransfers; ++i) client.submit(i, 1, true, kChunk);
+  for (std::uint32_t i = 0; i < kTransfers; ++i) {
+    const auto answer = client.reply();
+    ASSERT_EQ(answer.command, kSubmitReply);
+    ASSERT_EQ(answer.sequence, i) << "a pipe's transfers end in their order";
+    ASSERT_EQ(answer.status, 0);
+    const Bytes data = client.receive(answer.moved);
+    stream.insert(stream.end(), data.begin(), data.end());
+  }
+  ASSERT_GE(stream.size(), 2 * kFrame);
+  for (std::size_t frame = 0; frame + kFrame <= stream.size(); frame += kFrame) {
+    EXPECT_EQ(stream[frame] | stream[frame + 1] << 8, 0x5A7E);
+    EXPECT_EQ(stream[frame + kFrame - 2] | stream[frame + kFrame - 1] << 8, 0x3CF0);
+  }
+}
+
+TEST_F(ServerTest, TakesTransfersBack) {
+  UsbipClient client(server->port());
+  ASSERT_EQ(client.import("1-1"), 0U);
+  for (std::uint32_t i = 1; i <= 3; ++i) client.submit(i, 1, true, kChunk);
+  client.unlink(11, 3);  // not the oldest
+  client.unlink(12, 1);
+  client.unlink(13, 99);
+  const auto expectUnlinked = [&](std::uint32_t sequence, std::int32_t status) {
+    const auto answer = client.reply();
+    EXPECT_EQ(answer.command, kUnlinkReply);
+    EXPECT_EQ(answer.sequence, sequence);
+    EXPECT_EQ(answer.status, status);
+  };
+  expectUnlinked(11, -ECONNRESET);
+  // The thread that waits for the oldest may be the one that answers for it.
+  auto answer = client.reply();
+  if (answer.command == kSubmitReply) {
+    EXPECT_EQ(answer.status, -ECONNRESET);
+    answer = client.reply();
+    EXPECT_EQ(answer.status, 0);
+  } else {
+    EXPECT_EQ(answer.status, -ECONNRESET);
+  }
+  EXPECT_EQ(answer.sequence, 12U);
+  expectUnlinked(13, 0);
+  EXPECT_EQ(client.ask({0xC0, 0xAD, 0, 0}, 2).size(), 2U) << "the rest goes on";
+}
+
+TEST_F(ServerTest, APulledCameraEndsItsSession) {
+  UsbipClient idle(server->port());
+  UsbipClient waiting(server->port());
+  ASSERT_EQ(idle.import("1-2"), 0U);
+  ASSERT_EQ(waiting.import("1-1"), 0U);
+  waiting.submit(1, 1, true, kChunk);
+  Console console(bank, *server);
+  EXPECT_THAT(console.execute("list").text, HasSubstr("USB 3  imported"));
+  EXPECT_EQ(console.execute("unplug 1-2").text, "1-2 unplugged\n");
+  EXPECT_TRUE(idle.hungUp());
+  EXPECT_EQ(console.execute("unplug 1-1").text, "1-1 unplugged\n");
+  const auto last = waiting.reply();
+  EXPECT_TRUE(last.command == 0 || last.status == -ENODEV);
+  EXPECT_TRUE(waiting.hungUp());
+  EXPECT_THAT(bank.exports(), IsEmpty());
+  EXPECT_EQ(console.execute("plug T15C").text, "1-1 plugged\n") << "the lowest free number";
+}
+
+TEST_F(ServerTest, NonsenseEndsTheConnectionOnly) {
+  const auto hangsUpOn = [&](const Bytes& bytes, const std::string& busId) {
+    UsbipClient client(server->port());
+    if (!busId.empty()) {
+      EXPECT_EQ(client.import(busId), 0U);
+    }
+    client.send(bytes);
+    return client.hungUp();
+  };
+  EXPECT_TRUE(hangsUpOn({0x01, 0x06, 0x80, 0x05, 0, 0, 0, 0}, "")) << "another version";
+  EXPECT_TRUE(hangsUpOn({0x01, 0x11, 0x12, 0x34, 0, 0, 0, 0}, "")) << "no such operation";
+  EXPECT_TRUE(hangsUpOn(Bytes(48, 0xFF), "1-1")) << "no such message";
+  Bytes huge(48);
+  huge[3] = huge[15] = huge[19] = 1;  // bulk, to the host
+  huge[24] = 0x7F;
+  EXPECT_TRUE(hangsUpOn(huge, "1-2")) << "a transfer of 2 GiB";
+  EXPECT_FALSE(bank.exports().empty());
+  UsbipClient client(server->port());
+  client.sendOperation(0x0111, 0x8005);
+  EXPECT_EQ(client.receive(12).size(), 12U);
+}
+
+TEST(Console, SaysWhatItDoesNotUnderstand) {
+  sim::SimHost host;
+  CameraBank bank(host, "scene=moon");
+  EXPECT_THAT(bank.plug("T99").refusal, HasSubstr("There is no model 'T99'"));
+  EXPECT_THAT(bank.plug("T15C,scene=sun").refusal, HasSubstr("scene"));
+  std::string error;
+  Server server(
+      host, std::move(*Socket::listenOn("127.0.0.1", 0, error)), [&] { return bank.exports(); },
+      [](const std::string&) {});
+  Console console(bank, server);
+  EXPECT_THAT(console.execute("frobnicate").text, HasSubstr("'frobnicate' is no command"));
+  EXPECT_THAT(console.execute("unplug 1-7").text, HasSubstr("no camera '1-7'"));
+  EXPECT_EQ(console.execute("   ").text, "");
+  EXPECT_TRUE(console.execute("quit").quit);
+  EXPECT_FALSE(Socket::listenOn("127.0.0.1", server.port(), error));
+  EXPECT_THAT(error, HasSubstr("in use"));
+}
+
+}  // namespace
+}  // namespace orvik::simcam

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "sim/sim_host.h"
+#include "tools/simcam/camera_bank.h"
+#include "tools/simcam/console.h"
+#include "tools/simcam/server.h"
+#include "tools/simcam/socket.h"
+
+namespace orvik::simcam {
+namespace {
+
+struct Options {
+  std::vector<std::string> cameras;
+  std::string listen = "127.0.0.1";
+  std::uint16_t port = 3240;
+  std::string scene;
+  std::string seed;
+};
+
+std::string plugDefaults(const Options& options) {
+  std::string text;
+  if (!options.scene.empty()) text = "scene=" + options.scene;
+  if (!options.seed.empty()) text += (text.empty() ? "seed=" : ",seed=") + options.seed;
+  return text;
+}
+
+/// Signals that end the program, as a descriptor. To be made before any thread, which inherits the
+/// mask.
+int endSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGINT);
+  sigaddset(&set, SIGTERM);
+  sigaddset(&set, SIGHUP);
+  pthread_sigmask(SIG_BLOCK, &set, nullptr);
+  return signalfd(-1, &set, SFD_CLOEXEC);
+}
+
+/// Carries out commands from standard input until one says so or a signal comes. The end of the
+/// input alone does not end the server: it may run without a terminal.
+void converse(Console& console, int signals) {
+  std::string pending;
+  bool inputOpen = true;
+  for (;;) {
+    std::array<pollfd, 2> waits = {
+        {{signals, POLLIN, 0}, {inputOpen ? STDIN_FILENO : -1, POLLIN, 0}}};
+    if (poll(waits.data(), waits.size(), -1) < 0) continue;
+    if (waits[0].revents != 0) return;
+    std::array<char, 4096> chunk{};
+    const ssize_t count = ::read(STDIN_FILENO, chunk.data(), chunk.size());
+    inputOpen = count > 0;
+    if (inputOpen) pending.append(chunk.data(), static_cast<std::size_t>(count));
+    for (std::size_t end = 0; (end = pending.find('\n')) != std::string::npos;) {
+      const Console::Answer answer = console.execute(pending.substr(0, end));
+      pending.erase(0, end + 1);
+      std::fputs(answer.text.c_str(), stdout);
+      std::fflush(stdout);
+      if (answer.quit) return;
+    }
+  }
+}
+
+int run(const Options& options) {
+  const int signals = endSignals();
+  sim::SimHost host;
+  CameraBank bank(host, plugDefaults(options));
+  for (const std::string& camera : options.cameras) {
+    const CameraBank::Plugging done = bank.plug(camera);
+    if (done.busId.empty()) {
+      std::fprintf(stderr, "%s: %s\n", camera.c_str(), done.refusal.c_str());
+      return 2;
+    }
+  }
+  std::string error;
+  auto listener = Socket::listenOn(options.listen, options.port, error);
+  if (!listener) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 1;
+  }
+  const auto log = [](const std::string& line) {
+    std::fprintf(stdout, "%s\n", line.c_str());
+    std::fflush(stdout);
+  };
+  Server server(
+      host, std::move(*listener), [&bank] { return bank.exports(); }, log);
+  Console console(bank, server);
+  std::fputs(console.execute("list").text.c_str(), stdout);
+  std::printf("Listening on %s:%u.\n", options.listen.c_str(), unsigned{server.port()});
+  std::fflush(stdout);
+  converse(console, signals);
+  return 0;
+}
+
+}  // namespace
+}  // namespace orvik::simcam
+
+int main(int argc, char** argv) {
+  using namespace orvik::simcam;
+  try {
+    CLI::App app(
+        "Virtual cameras for this machine's kernel, or another's, by USB/IP.\n"
+        "As root: modprobe vhci-hcd; usbip attach -r localhost -b 1-1\n"
+        "Commands on standard input: list, plug, unplug, quit, help.");
+    Options options;
+    app.add_option("CAMERA", options.cameras,
+                   "cameras to plug in, as MODEL or MODEL,KEY=VALUE,... (one T15C)");
+    bool empty = false;
+    app.add_flag("--empty", empty, "plug none in; the console will");
+    app.add_option("--listen", options.listen, "IPv4 address to listen on")->capture_default_str();
+    app.add_option("--port", options.port, "TCP port, 0 for any")->capture_default_str();
+    app.add_option("--scene", options.scene, "what all cameras see unless told otherwise");
+    app.add_option("--seed", options.seed, "seed of all cameras unless told otherwise");
+    CLI11_PARSE(app, argc, argv);
+    if (options.cameras.empty() && !empty) options.cameras.emplace_back("T15C");
+    return run(options);
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "orvik-simcam: %s\n", failure.what());
+    return 1;
+  }
+}

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: MIT
+#include "tools/simcam/session.h"
+
+#include <algorithm>
+#include <array>
+#include <thread>
+#include <utility>
+
+namespace orvik::simcam {
+namespace {
+
+using namespace std::chrono_literals;
+using seam::TransferStatus;
+
+constexpr auto kControlTimeout = 5000ms;
+constexpr auto kCancelTime = 1000ms;
+/// Longer than a long exposure's slice; only how often a wait looks around.
+constexpr auto kCompletionSlice = 1000ms;
+constexpr std::size_t kMaxControlBytes = 0xFFFF;
+/// What one importer may make this process hold: far above usbfs's own limits.
+constexpr std::size_t kMaxTransferBytes = std::size_t{64} << 20U;
+constexpr std::size_t kMaxBytesInFlight = std::size_t{512} << 20U;
+constexpr std::size_t kMaxTransfers = 4096;
+
+constexpr std::uint8_t kToHostBit = 0x80;
+
+}  // namespace
+
+Session::Session(const Socket& socket, std::unique_ptr<seam::Port> port)
+    : socket_(socket), port_(std::move(port)), controlTransfer_(port_->newControlTransfer()) {}
+
+void Session::run() {
+  std::thread completer([this] { completeInOrder(); });
+  readMessages();
+  cancelAll();
+  completer.join();
+}
+
+void Session::readMessages() {
+  std::array<std::uint8_t, kMessageBytes> bytes{};
+  while (socket_.read(bytes)) {
+    const Message message = parseMessage(bytes);
+    const bool goesOn = message.submit   ? submit(*message.submit)
+                        : message.unlink ? unlink(*message.unlink)
+                                         : false;
+    if (!goesOn) break;
+  }
+}
+
+bool Session::submit(const SubmitMessage& message) {
+  if (message.endpoint == 0) return control(message);
+  return message.toHost ? bulkIn(message) : refuseBulkOut(message);
+}
+
+bool Session::control(const SubmitMessage& message) {
+  if (message.length > kMaxControlBytes) return false;
+  auto memory = std::make_shared<std::vector<std::uint8_t>>(message.length);
+  if (!message.toHost && !socket_.read(*memory)) return false;
+
+  TransferStatus status = controlTransfer_->submit(message.setup, {*memory, memory},
+                                                   std::chrono::milliseconds(kControlTimeout));
+  std::size_t moved = 0;
+  if (status == TransferStatus::kOk) {
+    // The host ends it by its own time-out; the rest is for the way there.
+    if (!controlTransfer_->wait(kControlTimeout + kCancelTime)) return false;
+    status = controlTransfer_->status();
+    moved = std::min(controlTransfer_->actualBytes(), memory->size());
+  }
+  const std::span<const std::uint8_t> data(memory->data(), message.toHost ? moved : 0);
+  return reply(submitReply(message.sequence, status, moved), data) &&
+         status != TransferStatus::kNoDevice;
+}
+
+// The cameras have no endpoint that takes data; what comes for one is read and refused.
+bool Session::refuseBulkOut(const SubmitMessage& message) {
+  if (message.length > kMaxTransferBytes) return false;
+  std::vector<std::uint8_t> data(message.length);
+  return socket_.read(data) && reply(submitReply(message.sequence, TransferStatus::kStalled, 0));
+}
+
+bool Session::bulkIn(const SubmitMessage& message) {
+  if (message.length > kMaxTransferBytes) return false;
+  const BulkPtr bulk = idleTransfer(message.endpoint | kToHostBit);
+  bulk->sequence = message.sequence;
+  bulk->length = message.length;
+  if (bulk->memory->size() < message.length) bulk->memory->resize(message.length);
+  TransferStatus status = TransferStatus::kOk;
+  {
+    // Submitted under the lock: the completing thread must not see it before it is in flight.
+    const std::lock_guard lock(mutex_);
+    if (bytesInFlight_ + bulk->length > kMaxBytesInFlight || inFlight_.size() >= kMaxTransfers) {
+      return false;
+    }
+    status = bulk->transfer->submit({std::span(*bulk->memory).first(bulk->length), bulk->memory});
+    if (status == TransferStatus::kOk) {
+      bytesInFlight_ += bulk->length;
+      inFlight_.push_back(bulk);
+    } else {
+      idle_.push_back(bulk);
+    }
+  }
+  if (status == TransferStatus::kOk) {
+    arrived_.notify_one();
+    return true;
+  }
+  return reply(submitReply(message.sequence, status, 0)) && status != TransferStatus::kNoDevice;
+}
+
+Session::BulkPtr Session::idleTransfer(std::uint8_t endpoint) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found =
+        std::ranges::find(idle_, endpoint, [](const BulkPtr& b) { return b->endpoint; });
+    if (found != idle_.end()) {
+      BulkPtr bulk = std::move(*found);
+      idle_.erase(found);
+      return bulk;
+    }
+  }
+  auto bulk = std::make_shared<Bulk>();
+  bulk->endpoint = endpoint;
+  bulk->transfer = port_->newBulkTransfer(endpoint);
+  bulk->memory = std::make_shared<std::vector<std::uint8_t>>();
+  return bulk;
+}
+
+bool Session::takeOut(const BulkPtr& bulk) {
+  const std::lock_guard lock(mutex_);
+  const auto found = std::ranges::find(inFlight_, bulk);
+  if (found == inFlight_.end()) return false;
+  inFlight_.erase(found);
+  bytesInFlight_ -= bulk->length;
+  return true;
+}
+
+bool Session::answer(const BulkPtr& bulk) {
+  const TransferStatus status = bulk->transfer->status();
+  const std::size_t moved = std::min(bulk->transfer->actualBytes(), bulk->length);
+  const bool sent = reply(submitReply(bulk->sequence, status, moved),
+                          std::span<const std::uint8_t>(*bulk->memory).first(moved));
+  {
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(bulk);
+  }
+  return sent && status != TransferStatus::kNoDevice;
+}
+
+bool Session::unlink(const UnlinkMessage& message) {
+  BulkPtr bulk;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found =
+        std::ranges::find(inFlight_, message.target, [](const BulkPtr& b) { return b->sequence; });
+    if (found != inFlight_.end()) bulk = *found;
+  }
+  if (!bulk) return reply(unlinkReply(message.sequence, false));
+
+  bulk->transfer->cancel();
+  if (!bulk->transfer->wait(kCancelTime)) return false;
+  if (!takeOut(bulk)) return reply(unlinkReply(message.sequence, false));
+  if (bulk->transfer->status() != TransferStatus::kCancelled) {
+    // It ended by itself just before: its data must not be lost.
+    return answer(bulk) && reply(unlinkReply(message.sequence, false));
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(bulk);
+  }
+  return reply(unlinkReply(message.sequence, true));
+}
+
+void Session::completeInOrder() {
+  for (;;) {
+    BulkPtr oldest;
+    {
+      std::unique_lock lock(mutex_);
+      arrived_.wait(lock, [this] { return over_ || !inFlight_.empty(); });
+      if (over_) return;
+      oldest = inFlight_.front();
+    }
+    if (!oldest->transfer->wait(kCompletionSlice) || !takeOut(oldest)) continue;
+    if (!answer(oldest)) socket_.shutdown();  // which ends the reading too
+  }
+}
+
+bool Session::reply(const Reply& head, std::span<const std::uint8_t> data) {
+  const std::lock_guard lock(replyMutex_);
+  return socket_.write(head, data);
+}
+
+void Session::cancelAll() {
+  std::deque<BulkPtr> rest;
+  {
+    const std::lock_guard lock(mutex_);
+    over_ = true;
+    rest = inFlight_;
+  }
+  socket_.shutdown();  // the importer sees the device go, and no reply waits for it any more
+  arrived_.notify_all();
+  for (const BulkPtr& bulk : rest) bulk->transfer->cancel();
+  for (const BulkPtr& bulk : rest) bulk->transfer->wait(kCancelTime);
+}
+
+}  // namespace orvik::simcam

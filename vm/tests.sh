@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# The guest's tests: the driver on libusb, usbfs and the kernel's USB core.
+#
+#   tests.sh TREE BUILD PORT [FILTER]
+set -u
+tree=$1 build=$2 port=$3 filter=${4:-*}
+export ORVIK_CONSOLE=/run/report/console ORVIK_SERVER_LOG=/run/report/server.log
+export ORVIK_ATTACH="$build/vm/orvik_vm_attach 10.0.2.2 $port" ORVIK_TOOL="$build/orvikctl"
+
+# libusb follows the bus through udev's messages.
+mkdir -p /run/udev
+/lib/systemd/systemd-udevd --daemon 2>/dev/null
+udevadm trigger --subsystem-match=usb 2>/dev/null
+udevadm settle
+
+cd /run/tmp
+echo "guest: Linux $(uname -r), usbfs limit $(cat /sys/module/usbcore/parameters/usbfs_memory_mb) MiB"
+"$build/vm/orvik_vm_test" --gtest_filter="$filter"
+status=$?
+dmesg >/run/report/dmesg.log
+exit "$status"
