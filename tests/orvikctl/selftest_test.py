@@ -1,23 +1,41 @@
 #!/usr/bin/env python3
 """Runs `orvikctl selftest` on virtual cameras. Usage: selftest_test.py ORVIKCTL"""
+import concurrent.futures
+import json
 import os
 import unittest
 
-from program import InOwnFolder, result, run
+from program import InOwnFolder, offered_models, result, run
+
+
+def reports_of_pair(models):
+    sims = [part for model in models for part in ("--sim", model)]
+    # The report names what failed; the exit code would only say that something did.
+    text, _ = run("selftest", "--quick", "--json", *sims, sim=None, code=None, limit=250)
+    return json.loads(text)["cameras"]
 
 
 class SelftestTest(InOwnFolder):
     def test_every_model_passes(self):
-        report = result("selftest", "--quick", sim="all", limit=280)
+        models = offered_models()
+        pairs = [models[n:n + 2] for n in range(0, len(models) - 1, 2)] + [models[-2:]]
+        # Cameras are mostly waited for, so that several runs at once take little longer than one.
+        with concurrent.futures.ThreadPoolExecutor(4) as pool:
+            cameras = [camera for pair in pool.map(reports_of_pair, pairs) for camera in pair]
+        self.assertGreaterEqual(len(cameras), len(models))
         failures = [f"{camera['name']}: {check['check']}: {check['detail']}"
-                    for camera in report["cameras"] for check in camera["checks"]
+                    for camera in cameras for check in camera["checks"]
                     if check["verdict"] == "fail"]
         self.assertEqual(failures, [])
-        names = {camera["name"] for camera in report["cameras"]}
-        self.assertEqual(len(names), 37, "each product has a name of its own")
-        for camera in report["cameras"]:
-            self.assertEqual(len(camera["checks"]), len(report["cameras"][0]["checks"]))
-            self.assertLess(camera["summary"]["skipped"], 10, camera["name"])
+        for camera in cameras:
+            self.assertEqual(len(camera["checks"]), len(cameras[0]["checks"]))
+            skipped = [check["check"] for check in camera["checks"] if check["verdict"] == "skip"]
+            self.assertLess(len(skipped), 10, camera["name"])
+            self.assertNotIn("pair.video", skipped)
+
+    def test_goes_through_all_models(self):
+        report = result("selftest", "--only", "arguments.index", "--only", "pair.controls", sim="all")
+        self.assertEqual(report["summary"]["passed"], 2 * len(offered_models()))
 
     def test_tells_in_words(self):
         text, _ = run("selftest", "--only", "video.rate", "--only", "extras")
