@@ -1,9 +1,16 @@
-# Headers, pkg-config files and the CMake package. The libraries install themselves.
+# Headers, udev rules, examples, pkg-config files and the CMake package. The libraries install themselves.
 
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/orvik DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILES_MATCHING PATTERN "*.h")
+
+# Below the prefixes /usr and /usr/local udev finds the rules by itself.
+set(ORVIK_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Where the udev rules are installed")
+install(FILES ${PROJECT_SOURCE_DIR}/udev/70-orvik.rules DESTINATION ${ORVIK_UDEV_RULES_DIR})
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.h" PATTERN "README.md")
 
 # The prefix can be chosen as late as at the installation, so the files are made then.
 foreach(package orvik orvik_sim)

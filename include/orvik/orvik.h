@@ -251,7 +251,8 @@ ORVIK_API int OrvikGetNumOfConnectedCameras(void);
 /**
  * Describes a camera, open or not.
  *
- * `usb3Host` is known only once the camera is open. The camera is left as it was.
+ * `usb3Host`, and of some models which variant `name` tells, are known only once the camera is
+ * open. The camera is left as it was.
  *
  * @param info receives the description. Nothing is written past its last field.
  * @param index camera index. Note the order: here the record comes first.
@@ -327,8 +328,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
 /**
  * Sets a control.
  *
- * A value beyond the control's limits is set to the limit. Setting a read-only control succeeds
- * and changes nothing.
+ * Gain, exposure, white balance and bandwidth are set to their limit by a value beyond it, and
+ * switches count any value above 0 as 1. Keep the others within their limits: a flip beyond them is
+ * ignored, and after a gamma beyond its upper one the next value counts as 100. Setting a read-only
+ * control succeeds and changes nothing.
  *
  * @param value the value, in the unit of ::Orvik_CONTROL_TYPE
  * What is on automatic moves while a video runs: exposure and gain towards the brightness of

@@ -74,6 +74,15 @@ typedef struct Orvik_PIXEL {
   int32_t y;
 } Orvik_PIXEL;
 
+/** A product that the library drives. Filled by OrvikGetProduct(). */
+typedef struct Orvik_PRODUCT {
+  char name[64];             /**< display name, zero-terminated */
+  int32_t vendorId;          /**< USB vendor ID */
+  int32_t productId;         /**< USB product ID */
+  int32_t largestFrameBytes; /**< bytes of the sensor's full size at its widest samples */
+  Orvik_BOOL usb3Camera;     /**< 1 for a model built for USB 3 */
+} Orvik_PRODUCT;
+
 /** What a camera runs. Filled by OrvikGetFirmwareVersion(). */
 typedef struct Orvik_FIRMWARE_VERSION {
   int32_t firmware;  /**< version of the USB bridge's firmware, 0 to 255 */
@@ -116,6 +125,18 @@ typedef enum ORVIK_INT32 {
  * @param done, total bytes of this step
  */
 typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int32_t total);
+
+/* --- Products -------------------------------------------------------------------------------- */
+
+/**
+ * Describes a product that the library drives, connected or not. Calling it with 0, 1, ... until it
+ * fails lists all.
+ *
+ * @param position 0 to the number of products - 1
+ * @retval Orvik_ERROR_ARGUMENT no such position, or `product` is null
+ * @par Thread: any thread. Needs no camera.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product);
 
 /* --- Dark frames ----------------------------------------------------------------------------- */
 

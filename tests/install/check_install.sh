@@ -23,6 +23,10 @@ echo "pkg-config, C99"
   -o "$place/frame" $(pkg-config --cflags --libs orvik_sim orvik)
 "$place/frame"
 
+echo "udev rules and examples"
+test -s "$place/prefix/lib/udev/rules.d/70-orvik.rules"
+find "$place/prefix/share" -name first_frame.c | grep -q .
+
 echo "CMake package"
 mkdir "$place/consumer"
 cat >"$place/consumer/CMakeLists.txt" <<TEXT

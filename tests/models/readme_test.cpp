@@ -69,7 +69,7 @@ TEST(ReadmeTest, ItsTableIsTheCatalogue) {
   ASSERT_NE(begin, std::string::npos);
   ASSERT_LT(begin, end);
   const auto from = begin + std::string(kBegin).size();
-  if (std::getenv("ORVIK_WRITE_README") != nullptr) {
+  if (std::getenv("ORVIK_WRITE_FILES") != nullptr) {
     std::ofstream(ORVIK_README) << readme.substr(0, from) << table() << readme.substr(end);
     return;
   }

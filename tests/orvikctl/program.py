@@ -10,12 +10,12 @@ PROGRAM = os.path.abspath(sys.argv.pop(1))
 LIMIT = 60  # seconds that no run may take
 
 
-def run(*arguments, code=0, sim="T15C"):
-    """Runs the program, checks its exit code, and returns (stdout, stderr)."""
+def run(*arguments, code=0, sim="T15C", limit=LIMIT):
+    """Runs the program, checks its exit code unless it is None, and returns (stdout, stderr)."""
     command = [PROGRAM, *arguments] + (["--sim", sim] if sim else [])
-    done = subprocess.run(command, capture_output=True, text=True, timeout=LIMIT,
+    done = subprocess.run(command, capture_output=True, text=True, timeout=limit,
                           stdin=subprocess.DEVNULL)
-    if done.returncode != code:
+    if code is not None and done.returncode != code:
         raise AssertionError(f"{command}: {done.returncode}, not {code}\n{done.stderr}")
     return done.stdout, done.stderr
 
@@ -23,6 +23,11 @@ def run(*arguments, code=0, sim="T15C"):
 def result(*arguments, **more):
     """The JSON that the program writes."""
     return json.loads(run(*arguments, "--json", **more)[0])
+
+
+def offered_models():
+    """The models that can be plugged; the message about a wrong one names them."""
+    return run("list", sim="none", code=2)[1].split("Models:")[1].split()
 
 
 def contents(name):

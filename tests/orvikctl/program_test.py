@@ -8,14 +8,9 @@ import subprocess
 import time
 import unittest
 
-from program import LIMIT, PROGRAM, InOwnFolder, contents, result, run
+from program import LIMIT, PROGRAM, InOwnFolder, contents, offered_models, result, run
 
 SMALL = ["--roi", "320x240", "--exposure", "2ms"]
-
-
-def offered_models():
-    """The models that can be plugged; the message about a wrong one names them."""
-    return run("list", sim="none", code=2)[1].split("Models:")[1].split()
 
 
 def has(model):

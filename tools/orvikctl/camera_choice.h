@@ -40,7 +40,8 @@ class ConnectedCameras {
 
 /** What to say when there is no camera at all. */
 inline constexpr const char* kNoCameraText =
-    "no camera found. Is it plugged in, and does the udev rule that comes with the library let you "
-    "use it? For a virtual one, add --sim T15C.";
+    "no camera found. Is it plugged in? `orvikctl doctor` looks for what is wrong. For a virtual "
+    "one, "
+    "add --sim T15C.";
 
 }  // namespace orvik::ctl

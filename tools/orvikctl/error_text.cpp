@@ -25,8 +25,8 @@ constexpr std::array kTexts = {
               "Unplug the camera, plug it in again and repeat. If `orvikctl list` calls its model "
               "unknown, this version does not support it."},
     ErrorText{Orvik_ERROR_OPEN_FAILED, ExitCode::kOpenFailed, "the camera could not be opened",
-              "Is it plugged in? Is another program using it? May you use it: without the udev "
-              "rule that comes with the library, USB devices belong to root."},
+              "Is it plugged in? Is another program using it? May you use it? Run `orvikctl "
+              "doctor` to find out."},
     ErrorText{Orvik_ERROR_DARK_FILE_PATH, ExitCode::kFileFailed,
               "the dark frame could not be opened", "Check the path and that you may read it."},
     ErrorText{Orvik_ERROR_DARK_FILE_FORMAT, ExitCode::kFileFailed,

@@ -9,6 +9,7 @@ namespace orvik::ctl {
 /** How the program ends; `--help` lists the same numbers for the people who script it. */
 enum class ExitCode : int {
   kOk = 0,
+  kFindings = 1,       ///< a check found something wrong
   kUsage = 2,          ///< an option or a value was refused; nothing was done
   kNoCamera = 3,       ///< no camera, or none with that index or serial number
   kOpenFailed = 4,     ///< the camera could not be opened

@@ -20,6 +20,7 @@ constexpr const char* kFooter =
     "\n"
     "Exit codes:\n"
     "  0    done\n"
+    "  1    a check found something wrong\n"
     "  2    an option or a value was refused; nothing was done\n"
     "  3    no camera, or none with that index or serial number\n"
     "  4    the camera could not be opened\n"
@@ -57,11 +58,11 @@ int run(int argc, char** argv) {
   });
   program.footer(kFooter);
   using namespace orvik::ctl;
-  const std::array commands = {addList(program),  addInfo(program),      addControls(program),
-                               addGet(program),   addSet(program),       addSnap(program),
-                               addVideo(program), addGuide(program),     addDark(program),
-                               addCool(program),  addHotPixels(program), addId(program),
-                               addFlash(program), addFirmware(program)};
+  const std::array commands = {
+      addList(program),  addInfo(program),     addControls(program),  addGet(program),
+      addSet(program),   addSnap(program),     addVideo(program),     addGuide(program),
+      addDark(program),  addCool(program),     addHotPixels(program), addId(program),
+      addFlash(program), addFirmware(program), addSelftest(program),  addDoctor(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

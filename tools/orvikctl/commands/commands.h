@@ -21,5 +21,7 @@ Command addHotPixels(CLI::App& program);
 Command addId(CLI::App& program);
 Command addFlash(CLI::App& program);
 Command addFirmware(CLI::App& program);
+Command addSelftest(CLI::App& program);
+Command addDoctor(CLI::App& program);
 
 }  // namespace orvik::ctl

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// The list of products, for programs that look at devices by themselves.
+#include <cstdio>
+
+#include "models/catalogue.h"
+#include "orvik/orvik_service.h"
+#include "seam/identity.h"
+
+using orvik::ModelRow;
+using orvik::Product;
+
+namespace {
+
+Orvik_PRODUCT describe(const ModelRow& model, const Product& product) {
+  Orvik_PRODUCT record{};
+  std::snprintf(record.name, sizeof record.name, "%s",
+                product.name != nullptr ? product.name : model.name);
+  record.vendorId = orvik::identity::kVendorId;
+  record.productId = product.id;
+  record.largestFrameBytes = model.maxWidth * model.maxHeight * (model.imageTypes.raw16 ? 2 : 1);
+  record.usb3Camera = model.usb3 ? Orvik_TRUE : Orvik_FALSE;
+  return record;
+}
+
+}  // namespace
+
+Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product) {
+  if (position < 0 || product == nullptr) return Orvik_ERROR_ARGUMENT;
+  for (const ModelRow* model : orvik::allModels()) {
+    for (const Product& candidate : model->products) {
+      if (candidate.id == 0) continue;
+      if (position-- > 0) continue;
+      *product = describe(*model, candidate);
+      return Orvik_OK;
+    }
+  }
+  return Orvik_ERROR_ARGUMENT;
+}

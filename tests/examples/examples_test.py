@@ -1,0 +1,87 @@
+#!/usr/bin/env python3
+"""Runs the examples on virtual cameras. Usage: examples_test.py FOLDER"""
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+FOLDER = os.path.abspath(sys.argv.pop(1))
+LIMIT = 120  # seconds that no run may take
+
+
+def run(program, *arguments, good=True):
+    """Runs an example and returns what it wrote to standard output and to standard error."""
+    done = subprocess.run([os.path.join(FOLDER, program), *arguments], capture_output=True,
+                          text=True, timeout=LIMIT, stdin=subprocess.DEVNULL)
+    if (done.returncode == 0) != good:
+        raise AssertionError(f"{program} {arguments}: {done.returncode}\n{done.stderr}")
+    return done.stdout, done.stderr
+
+
+def samples(name, largest):
+    """The pixels of a PGM file, after its header."""
+    with open(name, "rb") as file:
+        data = file.read()
+    header = f"P5\n1304 976\n{largest}\n".encode()
+    if not data.startswith(header):
+        raise AssertionError(f"{name}: {data[:20]}")
+    return data[len(header):]
+
+
+class ExamplesTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        os.chdir(folder.name)
+        os.environ["XDG_CONFIG_HOME"] = folder.name
+
+    def test_first_frame(self):
+        output, _ = run("first_frame", "T15C")
+        self.assertEqual(output, "Vek T15C: 1304 x 976 pixels\n")
+        pixels = samples("first_frame.pgm", 255)
+        self.assertEqual(len(pixels), 1304 * 976)
+        self.assertGreater(len(set(pixels)), 20, "the Moon")
+
+    def test_long_exposure(self):
+        output, _ = run("long_exposure", "1.5", "T15C")
+        self.assertEqual(output, "Vek T15C: 1.5 s\n")
+        data = samples("long_exposure.pgm", 65535)
+        self.assertEqual(len(data), 2 * 1304 * 976)
+        # The converter gives 12 bits, in the upper ones of 16: the low byte ends in zeros.
+        low = sum(byte & 0x0F for byte in data[1::2])
+        self.assertEqual(low, 0)
+        run("long_exposure", "0", "T15C", good=False)
+
+    def test_video(self):
+        output, _ = run("video", "1", "T15C")
+        frames = int(re.match(r"Vek T15C: (\d+) frames, \d+ lost", output).group(1))
+        self.assertGreater(frames, 0)
+        self.assertEqual(os.path.getsize("video.raw"), frames * 320 * 240)
+
+    def test_cooling(self):
+        # Its sensor has the temperature of its surroundings, which are at 20: it is there at once.
+        output, _ = run("cooling", "20", "T13C_C")
+        last = re.findall(r"([-\d.]+) degC", output)[-1]
+        self.assertLessEqual(abs(float(last) - 20), 0.5)
+        _, message = run("cooling", "0", "T15C", good=False)
+        self.assertIn("no cooler", message)
+
+    def test_guiding(self):
+        output, _ = run("guiding", "50", "T15C")
+        moves = re.findall(r"line (\d): the star moved by ([-+.\d]+), ([-+.\d]+) pixels", output)
+        self.assertEqual([line for line, _, _ in moves], ["0", "1", "2", "3"])
+        for _, x, y in moves:
+            self.assertLess(max(abs(float(x)), abs(float(y))), 1, "stars of a virtual sky stand")
+        run("guiding", "60001", "T15C", good=False)
+
+    def test_tell_what_is_wrong(self):
+        for program in ("first_frame", "long_exposure", "video", "cooling", "guiding"):
+            arguments = [] if program == "first_frame" else ["1"]
+            _, message = run(program, *arguments, "T99X", good=False)
+            self.assertIn("T99X", message)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=1)

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/scratch_folder.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+#include "tools/orvikctl/output/atomic_file.h"
+
+namespace orvik::ctl {
+
+ScratchFolder::ScratchFolder() {
+  std::string name = (std::filesystem::temp_directory_path() / "orvikctl-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) failWrite(name, errno);
+  path_ = name;
+}
+
+ScratchFolder::~ScratchFolder() {
+  // What cannot be removed here, the system clears away with its other temporary files.
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+}  // namespace orvik::ctl
