@@ -249,6 +249,17 @@ TEST(Guest, AnotherProgramCannotTakeOrDisturbAnOpenCamera) {
   EXPECT_EQ(camera.dropped(), 0);
 }
 
+TEST(Guest, EachFamilyPassesTheSelftest) {
+  std::istringstream families(environment("ORVIK_FAMILIES"));
+  for (std::string model; families >> model;) {
+    SCOPED_TRACE(model);
+    const PluggedCamera plugged(model + ",pace=free");
+    std::printf("selftest of %s\n", model.c_str());
+    std::fflush(stdout);
+    EXPECT_EQ(run({environment("ORVIK_TOOL"), "selftest", "--quick"}), 0);
+  }
+}
+
 TEST(Guest, FourCamerasCaptureAtOnce) {
   const std::string models = environment("ORVIK_FOUR");
   std::vector<std::unique_ptr<PluggedCamera>> plugged;

@@ -7,6 +7,8 @@ set -u
 tree=$1 build=$2 port=$3 filter=${4:-*}
 export ORVIK_CONSOLE=/run/report/console ORVIK_SERVER_LOG=/run/report/server.log
 export ORVIK_ATTACH="$build/vm/orvik_vm_attach 10.0.2.2 $port" ORVIK_TOOL="$build/orvikctl"
+# One model of each family: plain, cooled, with registers of 16 bits, with commands, monochrome.
+export ORVIK_FAMILIES="T15C T13C_C T06C T02C T10M" ORVIK_FOUR="T15C T06M T02C T13C_C"
 
 # libusb follows the bus through udev's messages.
 mkdir -p /run/udev
@@ -14,7 +16,7 @@ mkdir -p /run/udev
 udevadm trigger --subsystem-match=usb 2>/dev/null
 udevadm settle
 
-cd /run/tmp
+cd /run/tmp || exit 1
 echo "guest: Linux $(uname -r), usbfs limit $(cat /sys/module/usbcore/parameters/usbfs_memory_mb) MiB"
 "$build/vm/orvik_vm_test" --gtest_filter="$filter"
 status=$?
