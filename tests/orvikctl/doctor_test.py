@@ -32,14 +32,14 @@ class Machine:
         os.makedirs(os.path.dirname(self.path(name)), exist_ok=True)
         os.symlink(target, self.path(name))
 
-    def plug(self, port, product, speed="5000", vendor=0x4F56, control="on", **more):
+    def plug(self, port, number, speed="5000", vendor=0x4F56, control="on", **more):
         device = f"sys/bus/usb/devices/{port}/"
-        number = len(os.listdir(self.path("sys/bus/usb/devices"))) + 1
-        files = {"idVendor": f"{vendor:04x}", "idProduct": f"{product:04x}", "speed": speed,
-                 "busnum": "2", "devnum": str(number), "power/control": control, **more}
+        address = len(os.listdir(self.path("sys/bus/usb/devices"))) + 1
+        files = {"idVendor": f"{vendor:04x}", "idProduct": f"{number:04x}", "speed": speed,
+                 "busnum": "2", "devnum": str(address), "power/control": control, **more}
         for name, text in files.items():
             self.write(device + name, text)
-        node = f"dev/bus/usb/002/{number:03d}"
+        node = f"dev/bus/usb/002/{address:03d}"
         self.write(node, "")
         return "/" + node
 

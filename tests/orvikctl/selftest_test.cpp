@@ -35,7 +35,11 @@ std::vector<Check> named(const std::string& name) {
 
 class SelftestBench {
  public:
-  SelftestBench() { conditions_.scratch = scratch_.path(); }
+  SelftestBench() {
+    conditions_.quick = true;
+    conditions_.patienceMs = 3000;
+    conditions_.scratch = scratch_.path();
+  }
   ~SelftestBench() {
     libraryFault = LibraryFault::kNone;
     host_->unplugAll();
@@ -45,7 +49,9 @@ class SelftestBench {
   SelftestBench& operator=(const SelftestBench&) = delete;
 
   int plug(const sim::CameraOptions& options = {}) {
-    orvik_private_install_host(trouble_ ? std::make_shared<TroubledHost>(host_, trouble_) : host_);
+    std::shared_ptr<seam::Host> bus = host_;
+    if (trouble_) bus = std::make_shared<TroubledHost>(host_, trouble_);
+    orvik_private_install_host(bus);
     const int id = host_->plug(*sim::findModel("T15C"), options);
     count_ = OrvikGetNumOfConnectedCameras();
     return id;
@@ -65,7 +71,7 @@ class SelftestBench {
   std::shared_ptr<sim::SimHost> host_ = std::make_shared<sim::SimHost>();
   std::shared_ptr<Trouble> trouble_;
   ctl::ScratchFolder scratch_;
-  Conditions conditions_{.quick = true, .patienceMs = 3000};
+  Conditions conditions_;
   int count_ = 0;
 };
 
