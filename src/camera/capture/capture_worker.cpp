@@ -178,9 +178,10 @@ CaptureWorker::Next CaptureWorker::endSnapshot(Orvik_EXPOSURE_STATUS status) {
 
 void CaptureWorker::finish() {
   // Whoever waits for a frame learns at once that none will come, however slowly the camera stops.
+  // And whoever learns it may start anew at once.
+  state_.capturing = false;
   if (!snapshot_) parts_.queue->clear();
   parts_.queue->close();
-  state_.capturing = false;
   state_.droppedFrames = 0;
   automatic_.end();
   protocol_.finish(link_, longExposure_);
