@@ -159,7 +159,11 @@ void CaptureWorker::lowerBandwidth() {
 CaptureWorker::Next CaptureWorker::onGoodFrame() {
   emptyReads_ = 0;
   protocol_.clearMarks(currentFrame());
-  if (!snapshot_) automatic_.look(currentFrame());
+  if (snapshot_) {
+    state_.capturing = false;  // who has the image may start anew at once
+  } else {
+    automatic_.look(currentFrame());
+  }
   const bool queued = parts_.queue->push(stream_.frame());
   if (snapshot_) return endSnapshot(Orvik_EXPSTATE_READY);
   if (!queued) ++state_.droppedFrames;
