@@ -282,7 +282,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index, since the last enumeration found fewer cameras; a
  *         camera that was opened under it has been closed all the same
- * @par Thread: controlling thread. Ends within about 10 s even when the device does not answer.
+ * @par Thread: controlling thread. Ends within 12 s even when the device does not answer.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikCloseCamera(int index);
 
