@@ -116,13 +116,12 @@ TEST(Guest, AnUnplugIsSeenInEveryPhase) {
          };
        }},
       {"setting regions",
-       [](OpenCamera& camera) {
-         return [&camera] {
-           for (const auto end = Clock::now() + 2s; Clock::now() < end;) {
-             OrvikSetROIFormat(0, 640, 480, 1, Orvik_IMG_RAW8);
-             camera.set(Orvik_CTL_GAIN, 100);
+       [](OpenCamera&) {
+         return [] {
+           Orvik_ERROR_CODE code = Orvik_OK;
+           while ((code = OrvikSetROIFormat(0, 640, 480, 1, Orvik_IMG_RAW8)) == Orvik_OK) {
            }
-           return Orvik_ERROR_NO_FRAME;
+           return code;
          };
        }},
   };
@@ -253,7 +252,7 @@ TEST(Guest, EachFamilyPassesTheSelftest) {
   std::istringstream families(environment("ORVIK_FAMILIES"));
   for (std::string model; families >> model;) {
     SCOPED_TRACE(model);
-    const PluggedCamera plugged(model + ",pace=free");
+    const PluggedCamera plugged(model);
     std::printf("selftest of %s\n", model.c_str());
     std::fflush(stdout);
     EXPECT_EQ(run({environment("ORVIK_TOOL"), "selftest", "--quick"}), 0);
@@ -287,6 +286,7 @@ TEST(Guest, FourCamerasCaptureAtOnce) {
   for (std::thread& reader : readers) reader.join();
   std::printf("four cameras: %d frames in 20 s\n", frames.load());
   cameras.clear();
+  while (!plugged.empty()) plugged.pop_back();  // each waits for the number that it found
 }
 
 TEST(Guest, TheLargestFrameFitsUnderTheUsualLimit) {
