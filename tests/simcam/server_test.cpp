@@ -178,6 +178,28 @@ TEST_F(ServerTest, TakesTransfersBack) {
   EXPECT_EQ(client.ask({0xC0, 0xAD, 0, 0}, 2).size(), 2U) << "the rest goes on";
 }
 
+TEST_F(ServerTest, NoAnswerComesAfterATransferWasTakenBack) {
+  UsbipClient client(server->port());
+  ASSERT_EQ(client.import("1-1"), 0U);
+  startStream(client);
+  // The camera fills transfers as fast as they come, so that both ends race.
+  for (std::uint32_t i = 1; i <= 500; ++i) {
+    client.submit(i, 1, true, kChunk);
+    client.unlink(10000 + i, i);
+    auto answer = client.reply();
+    bool filled = false;
+    if (answer.command == kSubmitReply) {
+      ASSERT_EQ(answer.sequence, i);
+      ASSERT_EQ(client.receive(answer.moved).size(), answer.moved);
+      filled = true;
+      answer = client.reply();
+    }
+    ASSERT_EQ(answer.command, kUnlinkReply);
+    ASSERT_EQ(answer.sequence, 10000 + i);
+    ASSERT_EQ(answer.status, filled ? 0 : -ECONNRESET);
+  }
+}
+
 TEST_F(ServerTest, APulledCameraEndsItsSession) {
   UsbipClient idle(server->port());
   UsbipClient waiting(server->port());

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using seam::TransferStatus;
 
 constexpr auto kControlTimeout = 5000ms;
-constexpr auto kCancelTime = 1000ms;
+constexpr auto kCancelTime = 5000ms;
 /// Longer than a long exposure's slice; only how often a wait looks around.
 constexpr auto kCompletionSlice = 1000ms;
 constexpr std::size_t kMaxControlBytes = 0xFFFF;
@@ -133,16 +133,23 @@ bool Session::takeOut(const BulkPtr& bulk) {
   return true;
 }
 
+bool Session::finish(const BulkPtr& bulk) {
+  const std::lock_guard order(replyMutex_);
+  return !takeOut(bulk) || answer(bulk);
+}
+
 bool Session::answer(const BulkPtr& bulk) {
   const TransferStatus status = bulk->transfer->status();
   const std::size_t moved = std::min(bulk->transfer->actualBytes(), bulk->length);
-  const bool sent = reply(submitReply(bulk->sequence, status, moved),
-                          std::span<const std::uint8_t>(*bulk->memory).first(moved));
-  {
-    const std::lock_guard lock(mutex_);
-    idle_.push_back(bulk);
-  }
+  const bool sent = socket_.write(submitReply(bulk->sequence, status, moved),
+                                  std::span<const std::uint8_t>(*bulk->memory).first(moved));
+  makeIdle(bulk);
   return sent && status != TransferStatus::kNoDevice;
+}
+
+void Session::makeIdle(const BulkPtr& bulk) {
+  const std::lock_guard lock(mutex_);
+  idle_.push_back(bulk);
 }
 
 bool Session::unlink(const UnlinkMessage& message) {
@@ -153,20 +160,21 @@ bool Session::unlink(const UnlinkMessage& message) {
         std::ranges::find(inFlight_, message.target, [](const BulkPtr& b) { return b->sequence; });
     if (found != inFlight_.end()) bulk = *found;
   }
-  if (!bulk) return reply(unlinkReply(message.sequence, false));
-
-  bulk->transfer->cancel();
-  if (!bulk->transfer->wait(kCancelTime)) return false;
-  if (!takeOut(bulk)) return reply(unlinkReply(message.sequence, false));
-  if (bulk->transfer->status() != TransferStatus::kCancelled) {
-    // It ended by itself just before: its data must not be lost.
-    return answer(bulk) && reply(unlinkReply(message.sequence, false));
+  if (bulk) {
+    bulk->transfer->cancel();
+    if (!bulk->transfer->wait(kCancelTime)) return false;
   }
-  {
-    const std::lock_guard lock(mutex_);
-    idle_.push_back(bulk);
+  const std::lock_guard order(replyMutex_);
+  bool cancelled = false;
+  if (bulk && takeOut(bulk)) {
+    cancelled = bulk->transfer->status() == TransferStatus::kCancelled;
+    if (cancelled) {
+      makeIdle(bulk);
+    } else if (!answer(bulk)) {  // it ended by itself just before: its data must not be lost
+      return false;
+    }
   }
-  return reply(unlinkReply(message.sequence, true));
+  return socket_.write(unlinkReply(message.sequence, cancelled));
 }
 
 void Session::completeInOrder() {
@@ -178,8 +186,8 @@ void Session::completeInOrder() {
       if (over_) return;
       oldest = inFlight_.front();
     }
-    if (!oldest->transfer->wait(kCompletionSlice) || !takeOut(oldest)) continue;
-    if (!answer(oldest)) socket_.shutdown();  // which ends the reading too
+    if (!oldest->transfer->wait(kCompletionSlice)) continue;
+    if (!finish(oldest)) socket_.shutdown();  // which ends the reading too
   }
 }
 

@@ -49,9 +49,13 @@ class Session {
   bool unlink(const UnlinkMessage& message);
 
   void completeInOrder();
-  /// Takes a transfer that has ended out of flight. @return false when another thread has.
+  /// Takes a transfer that has ended out of flight and answers it, unless another thread has.
+  bool finish(const BulkPtr& bulk);
+  /// Takes a transfer out of flight. @return false when another thread has.
   bool takeOut(const BulkPtr& bulk);
+  /// With the right to reply, which is held since the transfer was taken out.
   bool answer(const BulkPtr& bulk);
+  void makeIdle(const BulkPtr& bulk);
   bool reply(const Reply& head, std::span<const std::uint8_t> data = {});
   BulkPtr idleTransfer(std::uint8_t endpoint);
   void cancelAll();
@@ -60,8 +64,11 @@ class Session {
   const std::unique_ptr<seam::Port> port_;
   const std::unique_ptr<seam::ControlTransfer> controlTransfer_;
 
-  std::mutex replyMutex_;  ///< keeps a reply and its data together
-  std::mutex mutex_;       ///< guards all below
+  /// The right to reply; taken before mutex_. It keeps a reply and its data together, and a
+  /// transfer and its answer: to the importer a transfer that was taken back is over, and an answer
+  /// that came later would be one to a transfer it does not know, at which it hangs up.
+  std::mutex replyMutex_;
+  std::mutex mutex_;  ///< guards all below
   std::condition_variable arrived_;
   std::deque<BulkPtr> inFlight_;  ///< oldest first
   std::vector<BulkPtr> idle_;
