@@ -69,7 +69,6 @@ start_server() {
   : >"$work/report/console"
   tail -n +1 -f "$work/report/console" |
     "$build/orvik-simcam" --port 0 --empty >"$work/report/server.log" 2>&1 &
-  server=$!
   for _ in $(seq 50); do
     port=$(sed -n 's/^Listening on .*:\([0-9]*\)\.$/\1/p' "$work/report/server.log")
     [ -z "$port" ] || return 0

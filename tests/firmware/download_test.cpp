@@ -15,8 +15,6 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
-using Lines = std::vector<std::string>;
-
 constexpr std::uint8_t kRam = 0xA0;
 constexpr std::uint8_t kEeprom = 0xBA;
 constexpr std::uint8_t kFlash = 0xC4;

@@ -15,14 +15,6 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-using Lines = std::vector<std::string>;
-
-/// Joins parts of a conversation.
-Lines operator+(Lines left, const Lines& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
 /// The line length of the full sensor at 100 percent of USB 3: the link carries
 /// 190906 * 100 * 10 bytes a second, that is 150 frames, so the sensor's minimum of 292 decides.
 const Lines kLineLength292 = {"F1=01", "F19=24", "F20=01", "F1=00"};

@@ -17,13 +17,6 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-using Lines = std::vector<std::string>;
-
-Lines operator+(Lines left, const Lines& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
 /// Registers in one hold.
 Lines held(const Lines& lines) { return Lines{"W3001=0001"} + lines + Lines{"W3001=0000"}; }
 

@@ -10,6 +10,15 @@
 
 namespace orvik::test {
 
+/// A part of a conversation.
+using Lines = std::vector<std::string>;
+
+/// Joins parts of a conversation.
+inline Lines operator+(Lines left, const Lines& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
 /// The vendor requests that a camera received, one line each: "S3009=11" a sensor register of
 /// 8 bits, "W3012=0240" one of 16 bits, "F13=80" an FPGA register, "B2=FF" the cooler's drive, "AA"
 /// another command, "R.." anything read.
