@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -25,6 +28,15 @@ bool installed = false;
 const std::shared_ptr<SimHost>& host() {
   static const auto& theHost = *new std::shared_ptr<SimHost>(std::make_shared<SimHost>());
   return theHost;
+}
+
+/// Pulls all cameras out when the program ends or the library is unloaded, so that none of their
+/// threads runs on in what is not there any more. A process that was forked off has no such thread.
+void unplugAtExit() {
+  static const pid_t owner = getpid();
+  [[maybe_unused]] static const int registered = std::atexit([] {
+    if (getpid() == owner) OrvikSimUnplugAll();
+  });
 }
 
 std::string& lastError() {
@@ -58,6 +70,7 @@ int plug(const char* code, const char* text) {
   if (id == 0) return fail("The virtual bus has no free port.");
   if (!installed) orvik_private_install_host(host());
   installed = true;
+  unplugAtExit();
   lastError().clear();
   return id;
 }

@@ -23,7 +23,8 @@ std::vector<std::int16_t> makeTable() {
 }  // namespace
 
 std::span<const std::int16_t> NoiseTable::run(std::uint64_t place, std::size_t count) {
-  static const std::vector<std::int16_t> table = makeTable();
+  // Never destroyed: a camera may still be at a picture when the program ends.
+  static const auto& table = *new std::vector<std::int16_t>(makeTable());
   return std::span(table).subspan(place % kPlaces, count);
 }
 

@@ -60,8 +60,8 @@ enum HPCStatus : std::int32_t {
 /// vendor link, the frame queue, capture and delivery.
 ///
 /// Order of life: construct, OpenCamera(), InitCamera(), setters and StartCapture() / GetImage() /
-/// StopCapture() as often as wanted, CloseCamera(), destroy. Every derived class ends capture in
-/// its own destructor (endCapture()), while its virtual operations still exist.
+/// StopCapture() as often as wanted, CloseCamera(), destroy. A class of which objects are made ends
+/// capture in its own destructor (endCapture()): the worker calls virtual operations until then.
 ///
 /// Threads: OpenCamera(), InitCamera(), CloseCamera(), StartCapture() and StopCapture() for one
 /// thread at a time; GetImage() for one thread at a time, which may be another; everything else for

@@ -12,7 +12,8 @@ std::shared_ptr<seam::Clock> installedClock;
 }  // namespace
 
 std::shared_ptr<seam::Clock> currentClock() {
-  static const auto steady = std::make_shared<seam::SteadyClock>();
+  // Never destroyed: threads may still ask for it when the program ends.
+  static const auto& steady = *new auto(std::make_shared<seam::SteadyClock>());
   const std::lock_guard lock(mutex);
   if (installedClock) return installedClock;
   return steady;

@@ -16,8 +16,6 @@ EndMarkCamera::EndMarkCamera(const ModelRow& row, const EndMarkFacts& facts,
   LoadSetting(row.settingsKey);
 }
 
-EndMarkCamera::~EndMarkCamera() { endCapture(); }
-
 void EndMarkCamera::Cam_SetResolution() {
   tellSensor({{SensorValue::kRows, state().rowsDelivered()},
               {SensorValue::kColumns, state().columnsDelivered()}});

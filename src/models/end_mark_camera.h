@@ -36,8 +36,6 @@ class EndMarkCamera : public ModelCamera<CCameraBase> {
  public:
   using Facts = EndMarkFacts;
 
-  ~EndMarkCamera() override;
-
   void Cam_SetResolution() override;
   void SetCMOSClk() override;
   bool SetCMOSClk(int khz) override;

@@ -50,11 +50,6 @@ MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& row, const MarkedFact
 }
 
 template <class Base>
-MarkedFrameCamera<Base>::~MarkedFrameCamera() {
-  this->endCapture();
-}
-
-template <class Base>
 LineLimits MarkedFrameCamera<Base>::lineLimits() const {
   return {.bytesPerPercent = shared_.bytesPerPercent, .minLineLength = shared_.minLineLength};
 }

@@ -33,8 +33,6 @@ class MarkedFrameCamera : public ModelCamera<Base> {
   using Base::model;
   using Base::state;
 
-  ~MarkedFrameCamera() override;
-
   void Cam_SetResolution() override;
   void SetCMOSClk() override;
   /// An unknown clock is taken at its word.

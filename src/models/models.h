@@ -9,14 +9,16 @@
 #include "models/register_camera.h"
 
 /// The driver classes CCameraT01C to CCameraT15C: each its family with the model's row and facts.
+/// Their destructors end capture before any part of the object goes.
 namespace orvik {
 
-#define ORVIK_DECLARE_MODEL(code, Family)     \
-  class CCamera##code final : public Family { \
-   public:                                    \
-    CCamera##code() : Family(kRow, kFacts) {} \
-    static const ModelRow kRow;               \
-    static const Family::Facts kFacts;        \
+#define ORVIK_DECLARE_MODEL(code, Family)       \
+  class CCamera##code final : public Family {   \
+   public:                                      \
+    CCamera##code() : Family(kRow, kFacts) {}   \
+    ~CCamera##code() override { endCapture(); } \
+    static const ModelRow kRow;                 \
+    static const Family::Facts kFacts;          \
   };
 
 ORVIK_MODELS(ORVIK_DECLARE_MODEL)

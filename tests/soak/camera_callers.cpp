@@ -43,10 +43,12 @@ CameraCallers::CameraCallers(int index, std::uint64_t seed)
       conductor_([this, seed] { conduct(sim::Random(2 * seed)); }),
       fetcher_([this, seed] { fetch(sim::Random(2 * seed + 1)); }) {}
 
-CameraCallers::~CameraCallers() {
+CameraCallers::~CameraCallers() { end(); }
+
+void CameraCallers::end() {
   over_ = true;
-  conductor_.join();
-  fetcher_.join();
+  if (conductor_.joinable()) conductor_.join();
+  if (fetcher_.joinable()) fetcher_.join();
 }
 
 /// Calls on a camera that is not open are worth a try now and then, but no hurry.

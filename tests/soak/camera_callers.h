@@ -23,6 +23,9 @@ class CameraCallers {
   CameraCallers(const CameraCallers&) = delete;
   CameraCallers& operator=(const CameraCallers&) = delete;
 
+  /// Makes no further calls. For the controlling thread.
+  void end();
+
   [[nodiscard]] const Calls& conducting() const { return conducting_; }
   [[nodiscard]] const Calls& fetching() const { return fetching_; }
   /// Images that have been delivered.

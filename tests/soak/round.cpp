@@ -74,11 +74,12 @@ class Round {
       faults_->setScript({});
       for (int index = 0; index < kIndices; ++index) close(index);
       for (const auto& each : callers_) {
+        each->end();
         tally.calls += each->conducting().made() + each->fetching().made();
         tally.images += each->images();
       }
-      callers_.clear();
     }
+    callers_.clear();
     // Nobody opens a camera but this thread; but what went away under an index may have come back.
     for (int index = 0; index < kIndices; ++index) OrvikCloseCamera(index);
     cameras_->unplugAll();
