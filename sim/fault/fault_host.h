@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,7 @@ class FaultHost final : public seam::Host {
 
   std::vector<seam::DeviceInfo> devices() override;
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
+  [[nodiscard]] std::string settingsFolder() const override { return inner_->settingsFolder(); }
 
  private:
   /// A socket, whatever the address of what sits in it.

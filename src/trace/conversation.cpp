@@ -88,7 +88,7 @@ class Reader {
     if (kind == "bulk") return takeBulk(words, opening);
     if (kind == "claim" && words.size() == 4) {
       opening.claimed = words[3] == "ok";
-      return opening.claimed || words[3] == "refused";
+      return *opening.claimed || words[3] == "refused";
     }
     return kind == "clear" || kind == "reset" || kind == "close";
   }

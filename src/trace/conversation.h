@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,6 +21,11 @@ struct Outcome {
 
   friend bool operator==(const Outcome&, const Outcome&) = default;
 };
+
+/// Whether a request is one of those that all USB devices have.
+constexpr bool isStandard(const seam::SetupPacket& setup) {
+  return (setup.requestType & 0x60U) == 0;
+}
 
 struct ControlEvent {
   std::size_t line = 0;  ///< of the file
@@ -46,9 +53,15 @@ struct Opening {
   seam::DeviceLocation location;
   bool opened = false;
   seam::Speed speed = seam::Speed::kUnknown;
-  bool claimed = true;
+  std::optional<bool> claimed;  ///< none when it was not tried
   std::vector<ControlEvent> controls;
   std::vector<BulkEvent> bulks;
+
+  /// Whether only descriptors were read.
+  [[nodiscard]] bool isLook() const {
+    return opened && !claimed && bulks.empty() &&
+           std::ranges::all_of(controls, [](const auto& event) { return isStandard(event.setup); });
+  }
 };
 
 /// A recorded conversation with USB devices; the format is in docs/recordings.md.

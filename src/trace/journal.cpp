@@ -73,8 +73,13 @@ std::string Journal::now() const {
 }
 
 void Journal::device(const seam::DeviceInfo& device) {
-  write(lineOf(
-      {"device", textOf(device.location), hex(device.vendorId, 4), hex(device.productId, 4)}));
+  const std::string line = lineOf(
+      {"device", textOf(device.location), hex(device.vendorId, 4), hex(device.productId, 4)});
+  {
+    const std::lock_guard lock(mutex_);
+    if (!listed_.insert(line).second) return;
+  }
+  write(line);
 }
 
 void Journal::open(std::uint32_t id, const seam::DeviceLocation& location, const seam::Port* port) {

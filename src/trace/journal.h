@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,6 +27,7 @@ class Journal {
   /// A number for an opening of a device.
   std::uint32_t newId() { return ++lastId_; }
 
+  /// Each device once, however often it is listed.
   void device(const seam::DeviceInfo& device);
   void open(std::uint32_t id, const seam::DeviceLocation& location, const seam::Port* port);
   void claim(std::uint32_t id, std::uint8_t interface, bool ok);
@@ -44,6 +46,7 @@ class Journal {
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::atomic<std::uint32_t> lastId_{0};
   std::mutex mutex_;
+  std::set<std::string> listed_;  ///< lines of the devices
   std::FILE* const file_;
 };
 

@@ -179,6 +179,7 @@ class RecordingHost final : public seam::Host {
     if (!port) return nullptr;
     return std::make_unique<RecordedPort>(std::move(entry), std::move(port));
   }
+  [[nodiscard]] std::string settingsFolder() const override { return inner_->settingsFolder(); }
 
  private:
   const std::shared_ptr<seam::Host> inner_;

@@ -5,7 +5,9 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdio>
-#include <map>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -15,80 +17,9 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-/// How far ahead a request is looked for that another thread of the driver may have overtaken.
-constexpr std::size_t kLookAhead = 64;
+/// Departures that are told on the standard error stream: one brings others with it.
+constexpr int kTold = 20;
 constexpr milliseconds kEver = std::chrono::hours(24 * 365);
-
-std::string nameOf(const seam::SetupPacket& setup) {
-  char text[64];
-  std::snprintf(text, sizeof text, "request %02X %02X, value %04X, index %04X",
-                unsigned{setup.requestType}, unsigned{setup.request}, unsigned{setup.value},
-                unsigned{setup.index});
-  return text;
-}
-
-bool isSame(const seam::SetupPacket& a, const seam::SetupPacket& b) {
-  return a.requestType == b.requestType && a.request == b.request && a.value == b.value &&
-         a.index == b.index;
-}
-
-/// An opening while it is played.
-class Play {
- public:
-  Play(Opening opening, std::shared_ptr<Departures> departures)
-      : opening_(std::move(opening)),
-        played_(opening_.controls.size(), false),
-        departures_(std::move(departures)) {}
-  ~Play() {
-    for (std::size_t n = 0; n < played_.size(); ++n) {
-      if (!played_[n]) tell(opening_.controls[n].line, "left out", opening_.controls[n].setup);
-    }
-  }
-  Play(const Play&) = delete;
-  Play& operator=(const Play&) = delete;
-
-  [[nodiscard]] const Opening& opening() const { return opening_; }
-
-  /// @return null when the recording has no such request here.
-  const ControlEvent* next(const seam::SetupPacket& setup, std::span<const std::uint8_t> data) {
-    const std::lock_guard lock(mutex_);
-    while (first_ < played_.size() && played_[first_]) ++first_;
-    const std::size_t end = std::min(played_.size(), first_ + kLookAhead);
-    for (std::size_t n = first_; n < end; ++n) {
-      const ControlEvent& event = opening_.controls[n];
-      if (played_[n] || !isSame(event.setup, setup) || event.length != data.size()) continue;
-      if (!event.isIn() && !std::ranges::equal(event.data, data)) continue;
-      played_[n] = true;
-      return &event;
-    }
-    tell(first_ < played_.size() ? opening_.controls[first_].line : 0, "not recorded", setup);
-    return nullptr;
-  }
-
-  /// @return null when the recording has no further read of this endpoint.
-  const BulkEvent* nextRead(std::uint8_t endpoint) {
-    const std::lock_guard lock(mutex_);
-    std::size_t& place = reads_[endpoint];
-    while (place < opening_.bulks.size()) {
-      const BulkEvent& event = opening_.bulks[place++];
-      if (event.endpoint == endpoint) return &event;
-    }
-    return nullptr;
-  }
-
- private:
-  void tell(std::size_t line, const char* what, const seam::SetupPacket& setup) {
-    const std::string where = line == 0 ? "After the end" : "Line " + std::to_string(line);
-    departures_->add(where + ": " + what + ": " + nameOf(setup) + ".");
-  }
-
-  const Opening opening_;
-  std::mutex mutex_;
-  std::size_t first_ = 0;  ///< request that may not have been played yet
-  std::vector<bool> played_;
-  std::map<std::uint8_t, std::size_t> reads_;
-  const std::shared_ptr<Departures> departures_;
-};
 
 /// A transfer that has ended when it begins, or waits for its cancellation.
 template <class Kind>
@@ -172,8 +103,8 @@ class ReplayedPort final : public seam::Port {
  public:
   explicit ReplayedPort(std::shared_ptr<Play> play) : play_(std::move(play)) {}
 
-  [[nodiscard]] seam::Speed speed() const override { return play_->opening().speed; }
-  bool claimInterface(std::uint8_t) override { return play_->opening().claimed; }
+  [[nodiscard]] seam::Speed speed() const override { return play_->speed(); }
+  bool claimInterface(std::uint8_t) override { return play_->claim(); }
   std::unique_ptr<seam::ControlTransfer> newControlTransfer() override {
     return std::make_unique<ReplayedControl>(play_);
   }
@@ -190,24 +121,51 @@ class ReplayedPort final : public seam::Port {
 
 }  // namespace
 
-ReplayHost::ReplayHost(Conversation conversation)
-    : devices_(std::move(conversation.devices)), ahead_(std::move(conversation.openings)) {}
+ReplayHost::ReplayHost(Conversation conversation, std::function<void(const std::string&)> listener)
+    : devices_(std::move(conversation.devices)),
+      departures_(std::make_shared<Departures>(std::move(listener))) {
+  std::map<seam::DeviceLocation, std::vector<Opening>> openings;
+  for (Opening& opening : conversation.openings) {
+    openings[opening.location].push_back(std::move(opening));
+  }
+  for (auto& [location, ofDevice] : openings) {
+    plays_.emplace(location, std::make_shared<DevicePlay>(std::move(ofDevice), departures_));
+  }
+}
 
 ReplayHost::~ReplayHost() = default;
 
 std::vector<seam::DeviceInfo> ReplayHost::devices() { return devices_; }
 
 std::unique_ptr<seam::Port> ReplayHost::open(const seam::DeviceInfo& device) {
-  const std::lock_guard lock(mutex_);
-  const auto found = std::ranges::find(ahead_, device.location, &Opening::location);
-  if (found == ahead_.end()) {
-    departures_->add("After the end: a device is opened once more.");
+  const auto found = plays_.find(device.location);
+  if (found == plays_.end()) {
+    departures_->add("A device is opened that was not.");
     return nullptr;
   }
-  Opening opening = std::move(*found);
-  ahead_.erase(found);
-  if (!opening.opened) return nullptr;
-  return std::make_unique<ReplayedPort>(std::make_shared<Play>(std::move(opening), departures_));
+  if (!found->second->open()) return nullptr;
+  return std::make_unique<ReplayedPort>(std::make_shared<Play>(found->second));
+}
+
+std::shared_ptr<seam::Host> replayOnRequest() {
+  const char* const name = std::getenv("ORVIK_REPLAY");
+  if (name == nullptr) return nullptr;
+  Conversation conversation;
+  std::string trouble = "it cannot be read.";
+  if (std::ifstream file(name, std::ios::binary); file) {
+    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    if (!file.bad()) trouble = readConversation(text, conversation);
+  }
+  if (!trouble.empty()) {
+    std::fprintf(stderr, "orvik: %s: %s\n", name, trouble.c_str());
+    conversation = {};
+  }
+  return std::make_shared<ReplayHost>(
+      std::move(conversation), [told = 0](const std::string& departure) mutable {
+        if (told == kTold) return;
+        std::fprintf(stderr, "orvik: replay: %s\n", departure.c_str());
+        if (++told == kTold) std::fputs("orvik: replay: further departures are not told\n", stderr);
+      });
 }
 
 }  // namespace orvik::trace

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "trace/recording_host.h"
+#include "trace/replay_host.h"
 #include "usb/libusb_host.h"
 
 namespace orvik {
@@ -19,6 +20,7 @@ std::shared_ptr<seam::Host> systemHost;
 std::shared_ptr<seam::Host> currentHost() {
   const std::lock_guard lock(mutex);
   if (installedHost) return installedHost;
+  if (!systemHost) systemHost = trace::replayOnRequest();
   if (!systemHost) systemHost = trace::recordedOnRequest(makeLibusbHost());
   return systemHost;
 }

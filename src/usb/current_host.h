@@ -7,7 +7,8 @@
 
 namespace orvik {
 
-/// The USB host of this process: the one installed, else libusb's (made at the first call).
+/// The USB host of this process: the one installed, else the replay that the environment asks for,
+/// else libusb's (made at the first call).
 /// Never null: where libusb cannot initialise there is a host without devices. Any thread.
 std::shared_ptr<seam::Host> currentHost();
 

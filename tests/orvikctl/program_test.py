@@ -69,6 +69,32 @@ class ProgramTest(InOwnFolder):
             self.assertEqual(output, "", "nothing is set when one of the values is wrong")
             self.assertTrue(message.startswith("orvikctl: "), message)
 
+    def test_replays_a_recording(self):
+        os.environ["ORVIK_RECORD_WHOLE"] = "1"
+        self.addCleanup(os.environ.pop, "ORVIK_RECORD_WHOLE")
+        snap = ["snap", *SMALL, "--type", "raw8"]
+        run("set", "gain=77")
+        settings = os.path.join(self.settings.name, "orvik", "virtual", "settings.toml")
+        begun_with = contents(settings)
+        run(*snap, "--record", "night.txt", "-o", "seen.fits")
+        changed = contents(settings)
+        with open("settings.toml", "wb") as file:
+            file.write(begun_with)
+
+        replay = ["--replay", "night.txt", "--replay-settings", "settings.toml"]
+        for image in ("first.fits", "second.fits"):
+            _, told = run(*snap, *replay, "-o", image, sim=None)
+            self.assertNotIn("replay", told)
+            self.assertEqual(contents(image)[-77760:], contents("seen.fits")[-77760:], "pixels")
+        self.assertEqual(contents(settings), changed, "a replay keeps no settings")
+
+        _, told = run(*snap, "--gain", "300", *replay, "-o", "other.png", sim=None, code=None)
+        self.assertIn("not recorded: request", told)
+        _, told = run(*snap, "--replay", "nothing.txt", "-o", "none.png", sim=None, code=3)
+        self.assertIn("nothing.txt: it cannot be read.", told)
+        run(*snap, *replay, "-o", "both.png", code=2)
+        run(*snap, *replay[:2], "--replay-settings", "no.toml", "-o", "no.png", sim=None, code=6)
+
     def test_takes_snapshots(self):
         report = result("snap", *SMALL, "--gain", "50", "-o", "a.fits")
         self.assertEqual((report["frames"], report["type"]), (1, "raw16"))

@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 
+#include "tools/orvikctl/replay.h"
+
 namespace orvik::ctl {
 
 void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
@@ -28,6 +30,19 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
          },
          "Write down all that is said on USB, for a report of a trouble")
       ->type_name("FILE");
+  app.add_option_function<std::string>(
+         "--replay", [](const std::string& file) { replayRecording(file); },
+         "Use the cameras of a recording instead of the USB bus; tells where the library says "
+         "other "
+         "things to them")
+      ->type_name("FILE")
+      ->excludes("--sim");
+  app.add_option_function<std::string>(
+         "--replay-settings", [](const std::string& file) { startReplayWith(file); },
+         "The settings.toml that the recorded cameras began with; without it they begin with the "
+         "defaults")
+      ->type_name("FILE")
+      ->needs("--replay");
   app.add_flag("--json", options.json, "Write the result as JSON");
 }
 
