@@ -121,7 +121,7 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
   Orvik_ERROR_CODE takeVideoFrame() {
     EXPECT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
     const auto result =
-        OrvikGetVideoData(0, image_.data(), static_cast<std::int32_t>(image_.size()), 20'000);
+        OrvikGetVideoData(0, image_.data(), static_cast<std::int32_t>(image_.size()), 60'000);
     EXPECT_EQ(OrvikStopVideoCapture(0), Orvik_OK);
     return result;
   }

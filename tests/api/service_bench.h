@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "orvik/orvik_service.h"
-#include "support/host_decorator.h"
+#include "support/fault_script.h"
 #include "support/scratch_folder.h"
 #include "support/virtual_bench.h"
 
@@ -24,15 +24,18 @@ class ServiceBench : public ::testing::Test {
     options.pace = sim::Pace::kFree;
     options.controlObserver = observerOf(conversation_);
     id_ = bench_.plug(options);
-    installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble_));
+    installHost(faults_);
     EXPECT_EQ(OrvikGetNumOfConnectedCameras(), 1);
   }
   ~ServiceBench() override {
-    trouble_->failingControl = 0;
+    failRequest(0);
     OrvikCloseCamera(0);
     bench_.host().unplugAll();
     OrvikGetNumOfConnectedCameras();
   }
+
+  /// Lets the k-th request from now on fail; 0 for none.
+  void failRequest(int k) { failControl(*faults_, k); }
 
   void open() {
     ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
@@ -45,8 +48,9 @@ class ServiceBench : public ::testing::Test {
 
   ScratchFolder folder_;
   Conversation conversation_;
-  std::shared_ptr<Trouble> trouble_ = std::make_shared<Trouble>();
   VirtualBench bench_;
+  std::shared_ptr<fault::FaultHost> faults_ =
+      std::make_shared<fault::FaultHost>(bench_.sharedHost());
   int id_ = 0;
 };
 

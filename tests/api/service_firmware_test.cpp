@@ -117,9 +117,9 @@ TEST_F(ServiceFirmwareTest, AWriteThatBreaksOffAnywhereCanBeRepeated) {
   const auto requests = static_cast<int>(conversation_.take().size());
   ASSERT_GT(requests, 80);
   for (int k = 1; k <= requests; ++k) {
-    trouble_->failingControl = k;
+    failRequest(k);
     const Orvik_ERROR_CODE told = flash(after);
-    trouble_->failingControl = 0;
+    failRequest(0);
     EXPECT_EQ(told == Orvik_OK, verify(after) == Orvik_OK) << "true, and only then, at " << k;
     // The flash may still be at the erasing that nobody waited for.
     Orvik_ERROR_CODE again = Orvik_ERROR_DRIVER_FAILED;

@@ -217,11 +217,11 @@ TEST_F(ServiceTest, APulseIsAsLongAsToldAndTellsOfALine) {
   ASSERT_EQ(log.size(), 2U);
   EXPECT_GE(log[1].at - log[0].at, std::chrono::milliseconds(30));
 
-  trouble_->failingControl = 1;
+  failRequest(1);
   EXPECT_EQ(OrvikPulseGuide(0, Orvik_GUIDE_DIR_0, 60000), Orvik_ERROR_DRIVER_FAILED);
   EXPECT_THAT(conversation_.take(), ::testing::ElementsAre("B0", "B1", "B1"))
       << "a line that may be on goes off, without a pulse";
-  trouble_->failingControl = 2;
+  failRequest(2);
   EXPECT_EQ(OrvikPulseGuide(0, Orvik_GUIDE_DIR_0, 1), Orvik_ERROR_DRIVER_FAILED);
 }
 

@@ -205,10 +205,10 @@ TEST_F(DownloadTest, AnInterruptedFlashImageCanBeWrittenAgainFromAnyPoint) {
   ASSERT_EQ(toFlash(image), FWDWNLOAD_SUCCESS);
   const auto requests = static_cast<int>(bench_.take().size());
   for (int k = 2; k < requests; ++k) {  // the first and the last switch the bus
-    bench_.trouble().failingControl = k;
+    bench_.failRequest(k);
     const auto result = toFlash(image);
     ASSERT_THAT(result, ::testing::AnyOf(FWDWNLOAD_FAILED, FWDWNLOAD_ERASE_FAILED)) << k;
-    bench_.trouble().failingControl = 0;
+    bench_.failRequest(0);
     // The flash may still be at the erasing that nobody waited for.
     ASSERT_TRUE(withPatience([&] { return toFlash(image) == FWDWNLOAD_SUCCESS; })) << k;
     if (k % 8 != 0) continue;
@@ -249,9 +249,9 @@ TEST_F(DownloadTest, AnInterruptedBootImageCanBeWrittenAgainFromAnyPoint) {
   ASSERT_TRUE(updateBoot(stream));
   const auto requests = static_cast<int>(bench_.take().size());
   for (int k = 1; k <= requests; ++k) {
-    bench_.trouble().failingControl = k;
+    bench_.failRequest(k);
     const bool told = updateBoot(stream);
-    bench_.trouble().failingControl = 0;
+    bench_.failRequest(0);
     EXPECT_EQ(told, k > 4) << "without the helper nothing is written; a lost block is written "
                               "again, at "
                            << k;

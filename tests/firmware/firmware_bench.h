@@ -10,7 +10,7 @@
 #include "firmware/images.h"
 #include "models/models.h"
 #include "sim/manual_clock.h"
-#include "support/host_decorator.h"
+#include "support/fault_script.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -26,14 +26,15 @@ class FirmwareBench {
       if (afterRequest) afterRequest(record);
     };
     bench_.plug(options);
-    installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble_));
+    installHost(faults_);
     camera_ = std::make_unique<CCameraT15C>();
     camera_->OpenCamera(1);
     take();
   }
 
   CCameraT15C& camera() { return *camera_; }
-  Trouble& trouble() { return *trouble_; }
+  /// Lets the k-th request from now on fail; 0 for none.
+  void failRequest(int k) { failControl(*faults_, k); }
   ManualClock& clock() { return *clock_; }
   std::vector<std::string> take() { return std::exchange(log_, {}); }
 
@@ -51,9 +52,10 @@ class FirmwareBench {
   }
 
   std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
-  std::shared_ptr<Trouble> trouble_ = std::make_shared<Trouble>();
   std::vector<std::string> log_;
   VirtualBench bench_{clock_};
+  std::shared_ptr<fault::FaultHost> faults_ =
+      std::make_shared<fault::FaultHost>(bench_.sharedHost());
   std::unique_ptr<CCameraT15C> camera_;
 };
 

@@ -46,9 +46,9 @@ TEST(Identity, CanBeWrittenAgainWhicheverRequestFailed) {
   Orvik_ID other = kId;
   for (int k = 1; k <= requests; ++k) {
     other.id[0] = static_cast<std::uint8_t>(100 + k);
-    bench.trouble().failingControl = k;
+    bench.failRequest(k);
     const bool told = bench.camera().WriteIDToSPI(other);
-    bench.trouble().failingControl = 0;
+    bench.failRequest(0);
     Orvik_ID id = {};
     const bool found = bench.camera().ReadIDFromSPI(&id);
     EXPECT_EQ(told, found && id.id[0] == other.id[0]) << "true, and only then, at " << k;

@@ -9,7 +9,8 @@
 #include <ostream>
 
 #include "models/models.h"
-#include "support/host_decorator.h"
+#include "support/fault_script.h"
+#include "support/limited_host.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -264,34 +265,33 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
 }
 
 TEST_F(CaptureTest, OneReadAtATimeIsEnough) {
-  const auto trouble = std::make_shared<Trouble>();
-  installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble));
+  const auto system = std::make_shared<BulkLimit>();
+  installHost(std::make_shared<LimitedHost>(bench_.sharedHost(), system));
   open();
   setRegion(1304, 976, IMAGE_RAW16);  // three reads a frame
   camera_->SetExp(kPatientExposureUs, false);
   for (const int limit : {1, 2, 3}) {
-    trouble->mostInFlight = limit;
-    trouble->refusals = 0;
-    trouble->highestInFlight = 0;
+    system->most = limit;
+    system->refusals = 0;
+    system->highest = 0;
     ASSERT_TRUE(camera_->StartCapture(false));
     for (int n = 0; n < 5; ++n) ASSERT_TRUE(getImage());
     EXPECT_EQ(dropped(), 0);
     ASSERT_TRUE(camera_->StopCapture());
-    EXPECT_EQ(trouble->highestInFlight, limit);
-    EXPECT_EQ(trouble->refusals > 0, limit < 3);
+    EXPECT_EQ(system->highest, limit);
+    EXPECT_EQ(system->refusals > 0, limit < 3);
   }
 }
 
 TEST_F(CaptureTest, AStalledPipeIsClearedAndUsedAgain) {
-  const auto trouble = std::make_shared<Trouble>();
-  installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble));
+  const auto faults = std::make_shared<fault::FaultHost>(bench_.sharedHost());
+  installHost(faults);
   open();
   ASSERT_TRUE(camera_->StartCapture(false));
   ASSERT_TRUE(getImage());
-  const int before = trouble->haltsCleared;
-  trouble->bulkStalls = true;
-  ASSERT_TRUE(eventually([&] { return trouble->haltsCleared > before + 3; }));
-  trouble->bulkStalls = false;
+  faults->setScript(scriptOf("bulk stall"));
+  ASSERT_TRUE(eventually([&] { return faults->struck(fault::Action::kStall) > 3; }));
+  faults->setScript({});
   while (getImage(0)) {
   }
   EXPECT_TRUE(getImage());
@@ -348,14 +348,14 @@ TEST_F(CaptureTest, WithoutARegionTheWholeSensorIsRead) {
 }
 
 TEST_F(CaptureTest, ADeviceThatIsHeldElsewhereDoesNotOpen) {
-  const auto trouble = std::make_shared<Trouble>();
-  trouble->heldByOther = true;
-  installHost(std::make_shared<TroubledHost>(bench_.sharedHost(), trouble));
+  const auto faults =
+      std::make_shared<fault::FaultHost>(bench_.sharedHost(), scriptOf("claim refuse"));
+  installHost(faults);
   bench_.plug();
   CCameraT15C camera;
   EXPECT_FALSE(camera.OpenCamera(1));
   EXPECT_FALSE(camera.InitCamera());
-  trouble->heldByOther = false;
+  faults->setScript({});
   EXPECT_TRUE(camera.OpenCamera(1));
 }
 

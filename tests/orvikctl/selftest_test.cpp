@@ -11,7 +11,7 @@
 #include "faulty_library.h"
 #include "seam/install.h"
 #include "sim/sim_host.h"
-#include "support/host_decorator.h"
+#include "support/fault_script.h"
 #include "tools/orvikctl/scratch_folder.h"
 #include "tools/orvikctl/selftest/report.h"
 #include "tools/orvikctl/selftest/runner.h"
@@ -49,14 +49,12 @@ class SelftestBench {
   SelftestBench& operator=(const SelftestBench&) = delete;
 
   int plug(const sim::CameraOptions& options = {}) {
-    std::shared_ptr<seam::Host> bus = host_;
-    if (trouble_) bus = std::make_shared<TroubledHost>(host_, trouble_);
-    orvik_private_install_host(bus);
+    orvik_private_install_host(faults_);
     const int id = host_->plug(*sim::findModel("T15C"), options);
     count_ = OrvikGetNumOfConnectedCameras();
     return id;
   }
-  std::shared_ptr<Trouble> makeTrouble() { return trouble_ = std::make_shared<Trouble>(); }
+  fault::FaultHost& faults() { return *faults_; }
   sim::SimHost& host() { return *host_; }
   void setPatience(int milliseconds) { conditions_.patienceMs = milliseconds; }
 
@@ -69,7 +67,7 @@ class SelftestBench {
 
  private:
   std::shared_ptr<sim::SimHost> host_ = std::make_shared<sim::SimHost>();
-  std::shared_ptr<Trouble> trouble_;
+  std::shared_ptr<fault::FaultHost> faults_ = std::make_shared<fault::FaultHost>(host_);
   ctl::ScratchFolder scratch_;
   Conditions conditions_;
   int count_ = 0;
@@ -158,9 +156,8 @@ TEST(SelftestCameraTest, ThatDoesNotKeepTime) {
 
 TEST(SelftestCameraTest, ThatRefusesRequests) {
   SelftestBench bench;
-  const auto trouble = bench.makeTrouble();
   bench.plug();
-  trouble->controlFails = true;
+  bench.faults().setScript(scriptOf("control fail"));
   EXPECT_EQ(bench.tryOne("controls.limits").verdict, Verdict::kFail);
 }
 

@@ -9,18 +9,12 @@
 #include <vector>
 
 #include "orvik/orvik.h"
-#include "sim/fault/fault_host.h"
 #include "sim/sim_host.h"
+#include "support/fault_script.h"
 #include "support/virtual_bench.h"
 #include "usb/current_host.h"
 
 namespace orvik::test {
-
-inline fault::Script scriptOf(std::string_view text) {
-  fault::Script script;
-  EXPECT_EQ(fault::parseScript(text, script), "") << text;
-  return script;
-}
 
 /// Virtual cameras in the place of the USB bus, with a script of faults between them and the
 /// driver. Everything is done through the flat interface.

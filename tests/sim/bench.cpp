@@ -140,7 +140,7 @@ Fetch Bench::newFetch(std::size_t bytes) {
 
 Bytes Bench::fetchFrame(std::size_t bytes) {
   Fetch fetch = newFetch(bytes);
-  if (fetch.submit() != TransferStatus::kOk || !fetch.transfer->wait(5s) ||
+  if (fetch.submit() != TransferStatus::kOk || !fetch.transfer->wait(60s) ||
       fetch.transfer->status() != TransferStatus::kOk) {
     return {};
   }

@@ -47,7 +47,7 @@ inline sim::ControlObserver observerOf(Conversation& conversation) {
 
 /// Waits until `condition` holds. @return false after `limit`.
 inline bool eventually(const std::function<bool()>& condition,
-                       std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+                       std::chrono::milliseconds limit = std::chrono::seconds(60)) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
