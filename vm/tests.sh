@@ -11,7 +11,8 @@ export ORVIK_ATTACH="$build/vm/orvik_vm_attach 10.0.2.2 $port" ORVIK_TOOL="$buil
 export ORVIK_FAMILIES="T15C T13C_C T06C T02C T10M" ORVIK_FOUR="T15C T06M T02C T13C_C"
 
 # libusb follows the bus through udev's messages.
-mkdir -p /run/udev
+mkdir -p /run/udev/rules.d
+cp "$tree"/udev/*.rules /run/udev/rules.d/
 /lib/systemd/systemd-udevd --daemon 2>/dev/null
 udevadm trigger --subsystem-match=usb 2>/dev/null
 udevadm settle

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// The udev rule, read by the real udev of the guest.
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include "vm/guest_bench.h"
+
+namespace orvik::vm {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string firstLine(const fs::path& file) {
+  std::string line;
+  std::getline(std::ifstream(file) >> std::ws, line);
+  return line;
+}
+
+/// The device node of the only camera on the bus; "" when there is none.
+std::string nodeOfTheCamera() {
+  for (const auto& device : fs::directory_iterator("/sys/bus/usb/devices")) {
+    if (firstLine(device.path() / "idVendor") != "4f56") continue;
+    char node[64];
+    std::snprintf(node, sizeof node, "/dev/bus/usb/%03d/%03d",
+                  std::stoi(firstLine(device.path() / "busnum")),
+                  std::stoi(firstLine(device.path() / "devnum")));
+    return node;
+  }
+  return {};
+}
+
+/// Whether a user without rights of his own can open a file to read and write.
+/// @param group the one that he is a member of
+bool mayOpen(const std::string& file, std::optional<gid_t> group) {
+  constexpr uid_t kNobody = 65534;
+  const pid_t child = fork();
+  if (child == 0) {
+    const gid_t member = group.value_or(kNobody);
+    if (setgroups(1, &member) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) _exit(2);
+    _exit(open(file.c_str(), O_RDWR | O_CLOEXEC) >= 0 ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2);
+  return status == 0;
+}
+
+TEST(Permissions, TheRuleGivesTheCameraToPlugdevAndToTheSeat) {
+  const PluggedCamera plugged("T15C");
+  const group* const plugdev = getgrnam("plugdev");
+  ASSERT_NE(plugdev, nullptr);
+  const std::string node = nodeOfTheCamera();
+  ASSERT_NE(node, "");
+  struct stat owner {};
+  EXPECT_TRUE(waitFor([&] {
+    return stat(node.c_str(), &owner) == 0 && owner.st_gid == plugdev->gr_gid;
+  })) << "udev did not follow the rule";
+  EXPECT_EQ(owner.st_mode & 0777U, 0660U);
+  EXPECT_TRUE(mayOpen(node, plugdev->gr_gid));
+  EXPECT_FALSE(mayOpen(node, std::nullopt)) << "others stay out";
+  const std::string tag = "/run/udev/tags/uaccess/c" + std::to_string(major(owner.st_rdev)) + ":" +
+                          std::to_string(minor(owner.st_rdev));
+  EXPECT_TRUE(waitFor([&] { return fs::exists(tag); })) << "who sits at the machine gets no access";
+}
+
+}  // namespace
+}  // namespace orvik::vm
