@@ -24,17 +24,19 @@ std::string firstLine(const fs::path& file) {
   return line;
 }
 
-/// The device node of the only camera on the bus; "" when there is none.
-std::string nodeOfTheCamera() {
+/// The only camera on the bus, in sysfs; "" when there is none.
+fs::path camera() {
   for (const auto& device : fs::directory_iterator("/sys/bus/usb/devices")) {
-    if (firstLine(device.path() / "idVendor") != "4f56") continue;
-    char node[64];
-    std::snprintf(node, sizeof node, "/dev/bus/usb/%03d/%03d",
-                  std::stoi(firstLine(device.path() / "busnum")),
-                  std::stoi(firstLine(device.path() / "devnum")));
-    return node;
+    if (firstLine(device.path() / "idVendor") == "4f56") return device.path();
   }
   return {};
+}
+
+std::string nodeOf(const fs::path& device) {
+  char node[64];
+  std::snprintf(node, sizeof node, "/dev/bus/usb/%03d/%03d",
+                std::stoi(firstLine(device / "busnum")), std::stoi(firstLine(device / "devnum")));
+  return node;
 }
 
 /// Whether a user without rights of his own can open a file to read and write.
@@ -57,8 +59,9 @@ TEST(Permissions, TheRuleGivesTheCameraToPlugdevAndToTheSeat) {
   const PluggedCamera plugged("T15C");
   const group* const plugdev = getgrnam("plugdev");
   ASSERT_NE(plugdev, nullptr);
-  const std::string node = nodeOfTheCamera();
-  ASSERT_NE(node, "");
+  const fs::path device = camera();
+  ASSERT_NE(device, "");
+  const std::string node = nodeOf(device);
   struct stat owner {};
   EXPECT_TRUE(waitFor([&] {
     return stat(node.c_str(), &owner) == 0 && owner.st_gid == plugdev->gr_gid;
@@ -69,6 +72,8 @@ TEST(Permissions, TheRuleGivesTheCameraToPlugdevAndToTheSeat) {
   const std::string tag = "/run/udev/tags/uaccess/c" + std::to_string(major(owner.st_rdev)) + ":" +
                           std::to_string(minor(owner.st_rdev));
   EXPECT_TRUE(waitFor([&] { return fs::exists(tag); })) << "who sits at the machine gets no access";
+  EXPECT_TRUE(waitFor([&] { return firstLine(device / "power/control") == "on"; }))
+      << "the system may suspend it";
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ udevadm trigger --subsystem-match=usb 2>/dev/null
 udevadm settle
 
 cd /run/tmp || exit 1
+touch /run/report/begun
 echo "guest: Linux $(uname -r), usbfs limit $(cat /sys/module/usbcore/parameters/usbfs_memory_mb) MiB"
 "$build/vm/orvik_vm_test" --gtest_filter="$filter"
 status=$?

@@ -8,6 +8,12 @@ import unittest
 from program import InOwnFolder, offered_models, result, run
 
 
+# Under the thread sanitizer virtual cameras do not make large pictures, or many at once, in the time
+# that the library gives them: one small model of each family, one after the other.
+SLOW = "ORVIK_SLOW" in os.environ
+FAMILIES = ["T01C", "T02C", "T06C", "T10M", "T11C_C", "T15C"]
+
+
 def reports_of_pair(models):
     sims = [part for model in models for part in ("--sim", model)]
     # The report names what failed; the exit code would only say that something did.
@@ -17,10 +23,10 @@ def reports_of_pair(models):
 
 class SelftestTest(InOwnFolder):
     def test_every_model_passes(self):
-        models = offered_models()
+        models = FAMILIES if SLOW else offered_models()
         pairs = [models[n:n + 2] for n in range(0, len(models) - 1, 2)] + [models[-2:]]
         # Cameras are mostly waited for, so that several runs at once take little longer than one.
-        with concurrent.futures.ThreadPoolExecutor(4) as pool:
+        with concurrent.futures.ThreadPoolExecutor(1 if SLOW else 4) as pool:
             cameras = [camera for pair in pool.map(reports_of_pair, pairs) for camera in pair]
         self.assertGreaterEqual(len(cameras), len(models))
         failures = [f"{camera['name']}: {check['check']}: {check['detail']}"
