@@ -128,7 +128,7 @@ void Streamer::run() {
 void Streamer::waitForWork(Lock& lock) {
   const auto poked = [this] { return poked_; };
   if (state_.mode == RunMode::kFreeRunning && pace_ == Pace::kReal && exposing_) {
-    clock_->waitFor(lock, work_, exposing_->ends - clock_->now(), poked);
+    clock_->waitUntil(lock, work_, exposing_->ends, poked);
   } else {
     work_.wait(lock, poked);
   }

@@ -77,7 +77,7 @@ bool GuideLines::pulse(std::size_t line, seam::Clock& clock, seam::Clock::Durati
   const bool on = switchOn(line);
   if (on && length > seam::Clock::Duration::zero()) {
     std::unique_lock lock(mutex_);
-    clock.waitFor(lock, switchedOff_, length, [&] { return !mayBeOn_.at(line); });
+    clock.waitUntil(lock, switchedOff_, clock.now() + length, [&] { return !mayBeOn_.at(line); });
   }
   const bool off = switchOff(line);  // also where the answer to the first request was lost
   return on && off;

@@ -32,7 +32,7 @@ class StopSwitch {
   /// @return whether the work goes on.
   bool sleepFor(seam::Clock::Duration duration) {
     std::unique_lock lock(mutex_);
-    clock_->waitFor(lock, wake_, duration, [this] { return stopped_.load(); });
+    clock_->waitUntil(lock, wake_, clock_->now() + duration, [this] { return stopped_.load(); });
     return !stopped_;
   }
 

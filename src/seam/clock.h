@@ -24,11 +24,11 @@ class Clock {
   /// Time since some fixed moment; never goes back.
   [[nodiscard]] virtual Duration now() const = 0;
 
-  /// Waits on `condition` until `ready()` holds or `limit` has passed on this clock.
+  /// Waits on `condition` until `ready()` holds or `deadline` has come on this clock.
   /// @param lock held by the caller; `ready` is only called while it is held
   /// @return what `ready()` said last.
-  virtual bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-                       Duration limit, const std::function<bool()>& ready) = 0;
+  virtual bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+                         Duration deadline, const std::function<bool()>& ready) = 0;
 
   /// Sleeps without a way to be woken.
   virtual void sleepFor(Duration duration) = 0;
@@ -40,9 +40,9 @@ class SteadyClock final : public Clock {
   [[nodiscard]] Duration now() const override {
     return std::chrono::steady_clock::now().time_since_epoch();
   }
-  bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-               Duration limit, const std::function<bool()>& ready) override {
-    return condition.wait_for(lock, limit, ready);
+  bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+                 Duration deadline, const std::function<bool()>& ready) override {
+    return condition.wait_until(lock, std::chrono::steady_clock::time_point(deadline), ready);
   }
   void sleepFor(Duration duration) override { std::this_thread::sleep_for(duration); }
 };

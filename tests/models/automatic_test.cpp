@@ -249,9 +249,9 @@ TEST(AutomaticDecision, BlockStatisticsComeOutAsTheyAreAskedFor) {
 class HurriedClock final : public seam::Clock {
  public:
   [[nodiscard]] Duration now() const override { return kFactor * steady_.now(); }
-  bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-               Duration limit, const std::function<bool()>& ready) override {
-    return steady_.waitFor(lock, condition, limit / kFactor, ready);
+  bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+                 Duration deadline, const std::function<bool()>& ready) override {
+    return steady_.waitUntil(lock, condition, deadline / kFactor, ready);
   }
   void sleepFor(Duration duration) override { steady_.sleepFor(duration / kFactor); }
 

@@ -12,10 +12,9 @@ class ManualClock final : public seam::Clock {
  public:
   [[nodiscard]] Duration now() const override { return Duration{nanoseconds_.load()}; }
 
-  bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-               Duration limit, const std::function<bool()>& ready) override {
-    const Duration end = now() + limit;
-    while (!ready() && now() < end) condition.wait_for(lock, std::chrono::milliseconds(1));
+  bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+                 Duration deadline, const std::function<bool()>& ready) override {
+    while (!ready() && now() < deadline) condition.wait_for(lock, std::chrono::milliseconds(1));
     return ready();
   }
   void sleepFor(Duration duration) override { advance(duration); }

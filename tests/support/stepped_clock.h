@@ -21,9 +21,9 @@ class SteppedClock final : public seam::Clock {
     return now_;
   }
 
-  bool waitFor(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
-               Duration limit, const std::function<bool()>& ready) override {
-    const auto place = fallAsleep(limit);
+  bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
+                 Duration deadline, const std::function<bool()>& ready) override {
+    const auto place = fallAsleep(deadline);
     while (!ready() && now() < *place) condition.wait_for(lock, std::chrono::microseconds(50));
     const std::lock_guard guard(mutex_);
     deadlines_.erase(place);
@@ -52,9 +52,9 @@ class SteppedClock final : public seam::Clock {
   }
 
  private:
-  std::multiset<Duration>::iterator fallAsleep(Duration limit) {
+  std::multiset<Duration>::iterator fallAsleep(Duration deadline) {
     const std::lock_guard guard(mutex_);
-    return deadlines_.insert(now_ + limit);
+    return deadlines_.insert(deadline);
   }
 
   bool waitUntilAsleep(std::size_t sleepers) {
