@@ -6,7 +6,7 @@
 #include <cstddef>
 
 #include "algorithm/bayer_cell.h"
-#include "algorithm/demosaic_rows.h"
+#include "algorithm/vectors/demosaic_run.h"
 
 namespace orvik {
 namespace {
@@ -94,13 +94,17 @@ void demosaic(const uint8_t* raw, uint8_t* bgr, BayerPattern pattern, int width,
   // The workers read their cell from the other corner, hence the crossed names.
   switch (pattern) {
     case BAYER_RG:
-      return demosaicFrame<BayerBilinear_BG, BayerCopy_BG>(raw, bgr, width, height, {0, 0}, balance);
+      return demosaicFrame<BayerBilinear_BG, BayerCopy_BG>(raw, bgr, width, height, {0, 0},
+                                                           balance);
     case BAYER_BG:
-      return demosaicFrame<BayerBilinear_RG, BayerCopy_RG>(raw, bgr, width, height, {1, 1}, balance);
+      return demosaicFrame<BayerBilinear_RG, BayerCopy_RG>(raw, bgr, width, height, {1, 1},
+                                                           balance);
     case BAYER_GR:
-      return demosaicFrame<BayerBilinear_GB, BayerCopy_GB>(raw, bgr, width, height, {1, 0}, balance);
+      return demosaicFrame<BayerBilinear_GB, BayerCopy_GB>(raw, bgr, width, height, {1, 0},
+                                                           balance);
     case BAYER_GB:
-      return demosaicFrame<BayerBilinear_GR, BayerCopy_GR>(raw, bgr, width, height, {0, 1}, balance);
+      return demosaicFrame<BayerBilinear_GR, BayerCopy_GR>(raw, bgr, width, height, {0, 1},
+                                                           balance);
   }
 }
 

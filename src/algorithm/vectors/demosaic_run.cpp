@@ -6,12 +6,11 @@
 // A gain is arithmetic here: with M = ceil(gain * 16384 / 50), the upper half of 4 * i * M is
 // floor(i * gain / 50) for all gains from 1 to 99 and all samples i. Means are not shifted first:
 // the upper half of (sum of four & ~3) * M, or of (sum of two & ~1) * 2 * M, is the same.
-#include "algorithm/demosaic_rows.h"
+#include "algorithm/vectors/demosaic_run.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "algorithm/demosaic_rows.cpp"
+#define HWY_TARGET_INCLUDE "algorithm/vectors/demosaic_run.cpp"
 #include <hwy/foreach_target.h>  // must come before highway.h
-
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -54,7 +53,8 @@ struct Colours {
 /// The factor of a gain, and twice it.
 struct Factor {
   explicit HWY_INLINE Factor(uint16_t factor)
-      : once(hn::Set(Words(), factor)), twice(hn::Set(Words(), static_cast<uint16_t>(2 * factor))) {}
+      : once(hn::Set(Words(), factor)),
+        twice(hn::Set(Words(), static_cast<uint16_t>(2 * factor))) {}
   Pairs once, twice;
 };
 
