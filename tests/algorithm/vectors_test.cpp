@@ -20,6 +20,15 @@ constexpr Size kSize{538, 12};  // rows that end within a vector of any width
 using Bytes = std::vector<uint8_t>;
 using Kernel = std::function<Bytes()>;
 
+Bytes bytesOf(const Frame<uint16_t>& image) {
+  Bytes bytes;
+  for (const uint16_t sample : image.pixels()) {
+    bytes.push_back(static_cast<uint8_t>(sample));
+    bytes.push_back(static_cast<uint8_t>(sample >> 8));
+  }
+  return bytes;
+}
+
 std::vector<std::pair<std::string, Kernel>> kernels() {
   std::vector<std::pair<std::string, Kernel>> all;
   for (const auto routine : {CAlgorithm::Bayer2RGB24_RG, CAlgorithm::Bayer2RGB24_BG,
@@ -54,13 +63,22 @@ std::vector<std::pair<std::string, Kernel>> kernels() {
     all.emplace_back("flip 16", [vertical] {
       auto image = Frame<uint16_t>::random(area(kSize), 7);
       CAlgorithm::SoftMisc(image.data(), kSize.width, kSize.height, 1, true, vertical, true);
-      Bytes bytes;
-      for (const uint16_t sample : image.pixels()) {
-        bytes.push_back(static_cast<uint8_t>(sample));
-        bytes.push_back(static_cast<uint8_t>(sample >> 8));
-      }
-      return bytes;
+      return bytesOf(image);
     });
+  }
+  for (const int bin : {2, 3, 4}) {
+    for (const auto routine : {CAlgorithm::MonoBin, CAlgorithm::ColorRAWBin}) {
+      all.emplace_back("bin 8", [=] {
+        auto image = Frame<uint8_t>::random(area(kSize), 8, 100);
+        routine(image.data(), nullptr, kSize.width / bin, kSize.height / bin, bin, false);
+        return image.pixels();
+      });
+      all.emplace_back("bin 16", [=] {
+        auto image = Frame<uint16_t>::random(area(kSize), 9);
+        routine(nullptr, image.data(), kSize.width / bin, kSize.height / bin, bin, true);
+        return bytesOf(image);
+      });
+    }
   }
   return all;
 }
