@@ -48,6 +48,20 @@ std::vector<std::pair<std::string, Kernel>> kernels() {
     CAlgorithm::Gamma(image.data(), table.data(), kSize.width, kSize.height);
     return image.pixels();
   });
+  for (const auto routine : {CAlgorithm::RGB2Y8, CAlgorithm::RGB2R8}) {
+    all.emplace_back("luminance", [routine] {
+      // Every green meets every blue; red makes the sum of weights a multiple of 1000 now and then.
+      Frame<uint8_t> bgr(size_t{3} * 65536);
+      for (size_t i = 0; i < bgr.size() / 3; ++i) {
+        bgr[3 * i] = static_cast<uint8_t>(i * 167 >> 3);
+        bgr[3 * i + 1] = static_cast<uint8_t>(i);
+        bgr[3 * i + 2] = static_cast<uint8_t>(i >> 8);
+      }
+      Frame<uint8_t> out(65536);
+      routine(bgr.data(), out.data(), 256, 256);
+      return out.pixels();
+    });
+  }
   all.emplace_back("dark", [] {
     auto image = Frame<uint8_t>::random(area(kSize), 4);
     const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
