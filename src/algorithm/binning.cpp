@@ -4,45 +4,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <span>
 #include <type_traits>
+
+#include "algorithm/vectors/bin_run.h"
 
 namespace orvik {
 namespace {
-
-// What is done to a sample before, and to the sum after the addition.
-
-struct SaturatingSum {
-  template <typename Bin>
-  static uint32_t term(uint32_t sample, Bin) {
-    return sample;
-  }
-  template <typename Bin>
-  static uint32_t result(uint32_t sum, Bin) {
-    return std::min<uint32_t>(sum, 255);
-  }
-};
-
-struct MeanOfSum {
-  template <typename Bin>
-  static uint32_t term(uint32_t sample, Bin) {
-    return sample;
-  }
-  template <typename Bin>
-  static uint32_t result(uint32_t sum, Bin bin) {
-    return sum / bin / bin;
-  }
-};
-
-struct SumOfQuotients {
-  template <typename Bin>
-  static uint32_t term(uint32_t sample, Bin bin) {
-    return sample / bin / bin;
-  }
-  template <typename Bin>
-  static uint32_t result(uint32_t sum, Bin) {
-    return sum;  // at most bin * bin * (65535 / bin / bin)
-  }
-};
 
 // Where the bin samples of output column or row `at` lie: from first(at) on, kStep apart.
 
@@ -54,6 +22,56 @@ struct EverySample {
 struct SameColour {
   static constexpr size_t kStep = 2;
   static size_t first(size_t at, size_t bin) { return at / 2 * 2 * bin + at % 2; }
+};
+
+// What is done to a sample before, and to the sum after the addition; and the vectors' way.
+
+struct SaturatingSum {
+  using Rows = std::span<const uint8_t* const>;
+  static size_t binRun(EverySample, Rows rows, uint8_t* out, size_t columns) {
+    return binSumRun(rows, out, columns);
+  }
+  static size_t binRun(SameColour, Rows rows, uint8_t* out, size_t columns) {
+    return binMosaicRun(rows, out, columns);
+  }
+  template <typename Bin>
+  static uint32_t term(uint32_t sample, Bin) {
+    return sample;
+  }
+  template <typename Bin>
+  static uint32_t result(uint32_t sum, Bin) {
+    return std::min<uint32_t>(sum, 255);
+  }
+};
+
+struct MeanOfSum {
+  static size_t binRun(EverySample, std::span<const uint16_t* const> rows, uint16_t* out,
+                       size_t columns) {
+    return binMeanRun(rows, out, columns);
+  }
+  template <typename Bin>
+  static uint32_t term(uint32_t sample, Bin) {
+    return sample;
+  }
+  template <typename Bin>
+  static uint32_t result(uint32_t sum, Bin bin) {
+    return sum / bin / bin;
+  }
+};
+
+struct SumOfQuotients {
+  static size_t binRun(SameColour, std::span<const uint16_t* const> rows, uint16_t* out,
+                       size_t columns) {
+    return binMosaicRun(rows, out, columns);
+  }
+  template <typename Bin>
+  static uint32_t term(uint32_t sample, Bin bin) {
+    return sample / bin / bin;
+  }
+  template <typename Bin>
+  static uint32_t result(uint32_t sum, Bin) {
+    return sum;  // at most bin * bin * (65535 / bin / bin)
+  }
 };
 
 /// `at`, or the last coordinate of the same colour where it lies beyond `size`. Only the last even
@@ -74,11 +92,30 @@ class Binner {
 
   void run() {
     for (size_t row = 0; row < height_; ++row) {
-      for (size_t x = 0; x < width_; x += kChunk) binChunk(row, x, std::min(kChunk, width_ - x));
+      for (size_t x = binInVectors(row); x < width_; x += kChunk) {
+        binChunk(row, x, std::min(kChunk, width_ - x));
+      }
     }
   }
 
  private:
+  /// The largest factor that vectors do.
+  static constexpr size_t kMostRows = 4;
+
+  /// @return how many columns of the row are done: an even number in a mosaic.
+  size_t binInVectors(size_t row) {
+    if (bin_ > kMostRows) return 0;
+    std::array<const Sample*, kMostRows> rows;
+    for (size_t j = 0; j < bin_; ++j) rows[j] = image_ + sourceRow(row, j) * rowLength_;
+    const size_t columns = width_ / Layout::kStep * Layout::kStep;
+    return Rule::binRun(Layout(), std::span<const Sample* const>(rows.data(), bin_),
+                        image_ + row * width_, columns);
+  }
+
+  [[nodiscard]] size_t sourceRow(size_t row, size_t j) const {
+    return inside(Layout::first(row, bin_) + Layout::kStep * j, rows_);
+  }
+
   /// Even, so that a chunk of a mosaic begins with a whole pair.
   static constexpr size_t kChunk = 256;
   using Sums = std::array<uint32_t, kChunk>;
@@ -89,8 +126,7 @@ class Binner {
   void binChunk(size_t row, size_t x, size_t count) {
     Sums sums{};
     for (size_t j = 0; j < bin_; ++j) {
-      const size_t source = inside(Layout::first(row, bin_) + Layout::kStep * j, rows_);
-      addRow(image_ + source * rowLength_, x, count, sums);
+      addRow(image_ + sourceRow(row, j) * rowLength_, x, count, sums);
     }
     Sample* const out = image_ + row * width_ + x;
     for (size_t i = 0; i < count; ++i) out[i] = static_cast<Sample>(Rule::result(sums[i], bin32()));

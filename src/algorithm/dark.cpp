@@ -5,28 +5,20 @@
 #include <array>
 #include <cstddef>
 
+#include "algorithm/vectors/dark_run.h"
+
 namespace orvik {
 namespace {
 
 /// The largest offset with which every difference fits in 16 bits with a sign.
 constexpr int kLargestNarrowOffset = 32767 - 255;
 
-/// In 16 bits throughout, so that the compiler keeps eight samples in a register of 128 bits; and
-/// in operations that the oldest x86-64 has: a difference that stops at 0, a minimum with signs.
-void subtractNarrow(uint8_t* image, size_t count, uint16_t offset, const uint16_t* dark) {
-  for (size_t i = 0; i < count; ++i) {
-    const auto lifted = static_cast<uint16_t>(image[i] + offset);
-    const auto difference = static_cast<int16_t>(std::max(lifted, dark[i]) - dark[i]);
-    image[i] = static_cast<uint8_t>(std::min<int16_t>(difference, 255));
-  }
-}
-
 void subtractRun(uint8_t* image, size_t count, int offset, const uint16_t* dark) {
+  size_t i = 0;
   if (offset >= 0 && offset <= kLargestNarrowOffset) {
-    subtractNarrow(image, count, static_cast<uint16_t>(offset), dark);
-    return;
+    i = subtractDarkRun(image, count, static_cast<uint16_t>(offset), dark);
   }
-  for (size_t i = 0; i < count; ++i) {
+  for (; i < count; ++i) {
     const int64_t difference = int64_t{image[i]} + offset - dark[i];
     image[i] = static_cast<uint8_t>(std::clamp<int64_t>(difference, 0, 255));
   }

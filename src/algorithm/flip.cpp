@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "algorithm/vectors/mirror_run.h"
+
 namespace orvik {
 namespace {
 
@@ -12,7 +14,8 @@ namespace {
 /// ranges do not overlap.
 template <typename Sample>
 void swapMirrored(Sample* front, Sample* backEnd, ptrdiff_t count) {
-  for (ptrdiff_t i = 0; i < count; ++i) std::swap(front[i], backEnd[-1 - i]);
+  auto i = static_cast<ptrdiff_t>(swapMirroredRun(front, backEnd, static_cast<size_t>(count)));
+  for (; i < count; ++i) std::swap(front[i], backEnd[-1 - i]);
 }
 
 template <typename Sample>

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <numeric>
 
+#include "algorithm/vectors/table_run.h"
+
 namespace orvik {
 namespace {
 
@@ -31,12 +33,10 @@ void fillPowerTable(std::span<Entry, kEntries> table, float exponent) {
   }
 }
 
+/// Four at a time: no load has to wait for the store just before it, which might have changed the
+/// table for all that the compiler and the processor know.
 template <typename Pixel>
-void applyTableTo(Pixel* image, const Pixel* table, int width, int height) {
-  if (width < 1 || height < 1) return;
-  const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
-  // Four at a time: no load has to wait for the store just before it, which might have changed the
-  // table for all that the compiler and the processor know.
+void applyTableTo(Pixel* image, size_t pixels, const Pixel* table) {
   size_t i = 0;
   for (; i + 4 <= pixels; i += 4) {
     const Pixel a = table[image[i]];
@@ -49,6 +49,11 @@ void applyTableTo(Pixel* image, const Pixel* table, int width, int height) {
     image[i + 3] = d;
   }
   for (; i < pixels; ++i) image[i] = table[image[i]];
+}
+
+size_t pixelCount(int width, int height) {
+  if (width < 1 || height < 1) return 0;
+  return static_cast<size_t>(width) * static_cast<size_t>(height);
 }
 
 }  // namespace
@@ -67,11 +72,13 @@ void buildGammaTables(int value, GammaTable8 table8, GammaTable16 table16) noexc
 }
 
 void applyTable(uint8_t* image, const uint8_t* table, int width, int height) noexcept {
-  applyTableTo(image, table, width, height);
+  const size_t pixels = pixelCount(width, height);
+  const size_t done = applyTableRun(image, pixels, table);
+  applyTableTo(image + done, pixels - done, table);
 }
 
 void applyTable(uint16_t* image, const uint16_t* table, int width, int height) noexcept {
-  applyTableTo(image, table, width, height);
+  applyTableTo(image, pixelCount(width, height), table);
 }
 
 }  // namespace orvik

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <functional>
 
+#include "algorithm/vectors/luminance_run.h"
+
 namespace orvik {
 namespace {
 
@@ -46,11 +48,12 @@ size_t pixelCount(int width, int height) {
 }
 
 /// Stores `reduce(pixel)` for every pixel, in the order that never overwrites a pixel before it has
-/// been read.
-template <typename Reduce>
-void reducePixels(const uint8_t* bgr, uint8_t* out, size_t pixels, Reduce reduce) {
-  if (std::less_equal<const uint8_t*>{}(out, bgr)) {
-    for (size_t i = 0; i < pixels; ++i) out[i] = reduce(bgr + 3 * i);
+/// been read. `run` does the same for as many pixels as it can, forwards.
+template <typename Run, typename Reduce>
+void reducePixels(const uint8_t* bgr, uint8_t* out, size_t pixels, Run run, Reduce reduce) {
+  const std::less_equal<const uint8_t*> notAfter;
+  if (notAfter(out, bgr) || notAfter(bgr + 3 * pixels, out)) {
+    for (size_t i = run(bgr, out, pixels); i < pixels; ++i) out[i] = reduce(bgr + 3 * i);
   } else {
     for (size_t i = pixels; i-- > 0;) out[i] = reduce(bgr + 3 * i);
   }
@@ -76,12 +79,13 @@ void yuv422Row(const uint8_t* bgr, uint8_t* out, int width) {
 }  // namespace
 
 void luminance(const uint8_t* bgr, uint8_t* out, int width, int height) noexcept {
-  reducePixels(bgr, out, pixelCount(width, height),
+  reducePixels(bgr, out, pixelCount(width, height), luminanceRun,
                [](const uint8_t* pixel) { return static_cast<uint8_t>(luma(pixel)); });
 }
 
 void firstChannel(const uint8_t* bgr, uint8_t* out, int width, int height) noexcept {
-  reducePixels(bgr, out, pixelCount(width, height), [](const uint8_t* pixel) { return pixel[0]; });
+  reducePixels(bgr, out, pixelCount(width, height), firstChannelRun,
+               [](const uint8_t* pixel) { return pixel[0]; });
 }
 
 void yuv422(const uint8_t* bgr, uint8_t* out, int width, int height, bool bottomUp) noexcept {

@@ -123,6 +123,24 @@ TEST_F(Demosaic, SumsOfBrightSamplesDoNotWrap) {
   }
 }
 
+TEST_F(Demosaic, EveryGainOfEverySampleIsExact) {
+  constexpr Size kSize{134, 6};
+  Frame<uint8_t> bgr(3 * area(kSize));
+  for (int gain = 0; gain <= 101; ++gain) {
+    CAlgorithm::SetRGBWB(gain, 100 - std::min(gain, 100));
+    for (int sample = 0; sample < 256; ++sample) {
+      const Frame<uint8_t> raw(area(kSize), static_cast<uint8_t>(sample));
+      CAlgorithm::Bayer2RGB24_GB(raw.data(), bgr.data(), kSize.width, kSize.height);
+      const uint8_t red = gained(sample, gain);
+      const uint8_t blue = gained(sample, 100 - std::min(gain, 100));
+      for (size_t i = 0; i < bgr.size(); i += 3) {
+        ASSERT_TRUE(bgr[i] == blue && bgr[i + 1] == sample && bgr[i + 2] == red)
+            << "gain " << gain << " of " << sample;
+      }
+    }
+  }
+}
+
 TEST_F(Demosaic, DoesNothingWithoutPixels) {
   const Frame<uint8_t> raw(16, 9);
   for (const Size size : {Size{4, 0}, Size{0, 4}, Size{-2, 4}, Size{4, -2}, Size{-2, -2}}) {

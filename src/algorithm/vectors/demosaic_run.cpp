@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+// Each lane of 16 bits holds a pair of pixels: the low byte an even column, the high byte the odd
+// one beside it. Two loads of a row, one pixel to the left and one to the right, bring a pair with
+// both its neighbours.
+//
+// A gain is arithmetic here: with M = ceil(gain * 16384 / 50), the upper half of 4 * i * M is
+// floor(i * gain / 50) for all gains from 1 to 99 and all samples i. Means are not shifted first:
+// the upper half of (sum of four & ~3) * M, or of (sum of two & ~1) * 2 * M, is the same.
+#include "algorithm/vectors/demosaic_run.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "algorithm/vectors/demosaic_run.cpp"
+#include <hwy/foreach_target.h>  // must come before highway.h
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace orvik {
+namespace HWY_NAMESPACE {
+namespace {
+
+#if HWY_TARGET == HWY_SCALAR
+// A processor without vectors: the caller's cells one by one are as good.
+bool Demosaic(const CellRun&, uint16_t, uint16_t) { return false; }
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Words = hn::ScalableTag<uint16_t>;
+using Pairs = hn::Vec<Words>;
+
+/// A row of pairs with their neighbours.
+struct Row {
+  Pairs beforeEven;  ///< the odd column to the left
+  Pairs even;
+  Pairs odd;
+  Pairs afterOdd;  ///< the even column to the right
+};
+
+HWY_INLINE Row load(const uint8_t* pixel) {
+  const Words words;
+  const hn::Repartition<uint8_t, Words> bytes;
+  const auto low = hn::Set(words, 0xFF);
+  const Pairs left = hn::BitCast(words, hn::LoadU(bytes, pixel - 1));
+  const Pairs right = hn::BitCast(words, hn::LoadU(bytes, pixel + 1));
+  return {hn::And(left, low), hn::ShiftRight<8>(left), hn::And(right, low),
+          hn::ShiftRight<8>(right)};
+}
+
+struct Colours {
+  Pairs blue, green, red;
+};
+
+/// The factor of a gain, and twice it.
+struct Factor {
+  explicit HWY_INLINE Factor(uint16_t factor)
+      : once(hn::Set(Words(), factor)),
+        twice(hn::Set(Words(), static_cast<uint16_t>(2 * factor))) {}
+  Pairs once, twice;
+};
+
+HWY_INLINE Pairs own(Pairs sample, const Factor& factor) {
+  return hn::MulHigh(hn::ShiftLeft<2>(sample), factor.once);
+}
+HWY_INLINE Pairs meanOfTwo(Pairs sum, const Factor& factor) {
+  return hn::MulHigh(hn::And(sum, hn::Set(Words(), 0xFFFE)), factor.twice);
+}
+HWY_INLINE Pairs meanOfFour(Pairs sum, const Factor& factor) {
+  return hn::MulHigh(hn::And(sum, hn::Set(Words(), 0xFFFC)), factor.once);
+}
+
+/// The bytes of both columns, with what is above 255 at 255.
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Words>> join(Pairs even, Pairs odd) {
+  const hn::Repartition<uint8_t, Words> bytes;
+  const auto most = hn::Set(Words(), 0xFF);
+  return hn::BitCast(bytes, hn::Or(hn::Min(even, most), hn::ShiftLeft<8>(hn::Min(odd, most))));
+}
+
+HWY_INLINE void store(const Colours& even, const Colours& odd, uint8_t* bgr) {
+  const hn::Repartition<uint8_t, Words> bytes;
+  const auto green = hn::BitCast(bytes, hn::Or(even.green, hn::ShiftLeft<8>(odd.green)));
+  hn::StoreInterleaved3(join(even.blue, odd.blue), green, join(even.red, odd.red), bytes, bgr);
+}
+
+/// One row of the cells. `kColourX` is the column of its coloured site; `kIsRed` tells whether that
+/// is the red one.
+template <int kColourX, bool kIsRed>
+HWY_INLINE void interpolate(const Row& above, const Row& here, const Row& below, const Factor& red,
+                            const Factor& blue, uint8_t* bgr) {
+  const Factor& mine = kIsRed ? red : blue;
+  const Factor& other = kIsRed ? blue : red;
+  Pairs site, beside, upright, diagonal;  // of the coloured site: itself, sums of its neighbours
+  Pairs green, greenBeside, greenUpright;
+  if constexpr (kColourX == 0) {
+    site = here.even;
+    beside = hn::Add(here.beforeEven, here.odd);
+    upright = hn::Add(above.even, below.even);
+    diagonal = hn::Add(hn::Add(above.beforeEven, above.odd), hn::Add(below.beforeEven, below.odd));
+    green = here.odd;
+    greenBeside = hn::Add(here.even, here.afterOdd);
+    greenUpright = hn::Add(above.odd, below.odd);
+  } else {
+    site = here.odd;
+    beside = hn::Add(here.even, here.afterOdd);
+    upright = hn::Add(above.odd, below.odd);
+    diagonal = hn::Add(hn::Add(above.even, above.afterOdd), hn::Add(below.even, below.afterOdd));
+    green = here.even;
+    greenBeside = hn::Add(here.beforeEven, here.odd);
+    greenUpright = hn::Add(above.even, below.even);
+  }
+  const Pairs siteMine = own(site, mine);
+  const Pairs siteOther = meanOfFour(diagonal, other);
+  const Pairs greenMine = meanOfTwo(greenBeside, mine);
+  const Pairs greenOther = meanOfTwo(greenUpright, other);
+  const Pairs siteGreen = hn::ShiftRight<2>(hn::Add(beside, upright));
+  const Colours atSite{kIsRed ? siteOther : siteMine, siteGreen, kIsRed ? siteMine : siteOther};
+  const Colours atGreen{kIsRed ? greenOther : greenMine, green, kIsRed ? greenMine : greenOther};
+  store(kColourX == 0 ? atSite : atGreen, kColourX == 0 ? atGreen : atSite, bgr);
+}
+
+template <int kRedX, int kRedY>
+HWY_INLINE void demosaicCells(const CellRun& run, const Factor& red, const Factor& blue) {
+  const ptrdiff_t width = run.width;
+  const auto step = static_cast<ptrdiff_t>(2 * hn::Lanes(Words()));
+  constexpr int kUpperX = kRedY == 0 ? kRedX : 1 - kRedX;
+  for (ptrdiff_t x = 0;;) {
+    const uint8_t* const pixel = run.raw + x;
+    uint8_t* const bgr = run.bgr + 3 * x;
+    const Row above = load(pixel - width);
+    const Row upper = load(pixel);
+    const Row lower = load(pixel + width);
+    const Row below = load(pixel + 2 * width);
+    interpolate<kUpperX, kRedY == 0>(above, upper, lower, red, blue, bgr);
+    interpolate<1 - kUpperX, kRedY == 1>(upper, lower, below, red, blue, bgr + 3 * width);
+    if (x + step >= run.columns) return;
+    x = std::min(x + step, run.columns - step);  // the last one may do some cells again
+  }
+}
+
+bool Demosaic(const CellRun& run, uint16_t redFactor, uint16_t blueFactor) {
+  if (run.columns < static_cast<int>(2 * hn::Lanes(Words()))) return false;
+  const Factor red(redFactor);
+  const Factor blue(blueFactor);
+  if (run.redY == 0) {
+    run.redX == 0 ? demosaicCells<0, 0>(run, red, blue) : demosaicCells<1, 0>(run, red, blue);
+  } else {
+    run.redX == 0 ? demosaicCells<0, 1>(run, red, blue) : demosaicCells<1, 1>(run, red, blue);
+  }
+  return true;
+}
+#endif
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace orvik
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace orvik {
+
+HWY_EXPORT(Demosaic);
+
+bool demosaicRun(const CellRun& run, WhiteBalance balance) noexcept {
+  const auto factorOf = [](int gain) { return static_cast<uint16_t>((gain * 16384 + 49) / 50); };
+  return HWY_DYNAMIC_DISPATCH(Demosaic)(run, factorOf(balance.red), factorOf(balance.blue));
+}
+
+}  // namespace orvik
+#endif

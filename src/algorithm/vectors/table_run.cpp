@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// A vector looks up 16 bytes at a time, or 128 where the processor permutes bytes across two
+// vectors. With 16: the table is cut into blocks, of which each holds its difference to the block
+// before. An index that has been lowered by 16 for each block is negative from its own block on,
+// and looks up 0 there: the differences up to its block are what is added.
+#include "algorithm/vectors/table_run.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "algorithm/vectors/table_run.cpp"
+#include <hwy/foreach_target.h>  // must come before highway.h
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace orvik {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_SCALAR
+size_t Apply(uint8_t*, size_t, const uint8_t*) { return 0; }
+#elif HWY_TARGET == HWY_AVX3_DL
+size_t Apply(uint8_t* samples, size_t count, const uint8_t* table) {
+  const hn::ScalableTag<uint8_t> bytes;
+  const auto first = hn::LoadU(bytes, table).raw;
+  const auto second = hn::LoadU(bytes, table + 64).raw;
+  const auto third = hn::LoadU(bytes, table + 128).raw;
+  const auto fourth = hn::LoadU(bytes, table + 192).raw;
+  size_t done = 0;
+  for (; done + 64 <= count; done += 64) {
+    const auto index = hn::LoadU(bytes, samples + done).raw;
+    const auto lower = _mm512_permutex2var_epi8(first, index, second);
+    const auto upper = _mm512_permutex2var_epi8(third, index, fourth);
+    _mm512_storeu_si512(samples + done,
+                        _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), lower, upper));
+  }
+  return done;
+}
+#else
+using Bytes = hn::ScalableTag<uint8_t>;
+using Indices = hn::Vec<Bytes>;
+
+/// Half of the table as differences from block to block.
+struct Half {
+  static constexpr size_t kBlocks = 8;
+
+  explicit HWY_INLINE Half(const uint8_t* entries) {
+    for (size_t n = 0; n < kBlocks; ++n) {
+      for (size_t i = 0; i < 16; ++i) {
+        const uint8_t before = n == 0 ? uint8_t{0} : entries[16 * (n - 1) + i];
+        differences[16 * n + i] = static_cast<uint8_t>(entries[16 * n + i] ^ before);
+      }
+    }
+  }
+  alignas(16) uint8_t differences[16 * kBlocks];
+};
+
+/// @param index 0 to 127; others give nonsense
+HWY_INLINE Indices lookUp(const Half& half, Indices index) {
+  const Bytes bytes;
+  const auto block = hn::Set(bytes, 16);
+  Indices found = hn::Zero(bytes);
+  for (size_t n = 0; n < Half::kBlocks; ++n) {
+    const auto differences = hn::LoadDup128(bytes, half.differences + 16 * n);
+    found = hn::Xor(found, hn::TableLookupBytesOr0(differences, index));
+    index = hn::Sub(index, block);
+  }
+  return found;
+}
+
+size_t Apply(uint8_t* samples, size_t count, const uint8_t* table) {
+  const Bytes bytes;
+  const hn::RebindToSigned<Bytes> signs;
+  const Half lower(table);
+  const Half upper(table + 128);
+  const auto middle = hn::Set(bytes, 128);
+  const size_t step = hn::Lanes(bytes);
+  size_t done = 0;
+  for (; done + step <= count; done += step) {
+    const auto index = hn::LoadU(bytes, samples + done);
+    const auto isUpper = hn::RebindMask(bytes, hn::Lt(hn::BitCast(signs, index), hn::Zero(signs)));
+    const auto found =
+        hn::IfThenElse(isUpper, lookUp(upper, hn::Sub(index, middle)), lookUp(lower, index));
+    hn::StoreU(found, bytes, samples + done);
+  }
+  return done;
+}
+#endif
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace orvik
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace orvik {
+
+HWY_EXPORT(Apply);
+
+size_t applyTableRun(uint8_t* samples, size_t count, const uint8_t* table) noexcept {
+  return HWY_DYNAMIC_DISPATCH(Apply)(samples, count, table);
+}
+
+}  // namespace orvik
+#endif

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// Each kind of vector that this processor has gives the same; that of the best one is tested
+// against the definitions by the kernels' own tests.
+#include <gtest/gtest.h>
+#include <hwy/highway.h>
+#include <hwy/targets.h>
+
+#include <functional>
+#include <string>
+
+#include "algorithm/algorithm.h"
+#include "algorithm/dark.h"
+#include "algorithm/frame.h"
+
+namespace orvik::test {
+namespace {
+
+constexpr Size kSize{538, 12};  // rows that end within a vector of any width
+
+using Bytes = std::vector<uint8_t>;
+using Kernel = std::function<Bytes()>;
+
+Bytes bytesOf(const Frame<uint16_t>& image) {
+  Bytes bytes;
+  for (const uint16_t sample : image.pixels()) {
+    bytes.push_back(static_cast<uint8_t>(sample));
+    bytes.push_back(static_cast<uint8_t>(sample >> 8));
+  }
+  return bytes;
+}
+
+std::vector<std::pair<std::string, Kernel>> kernels() {
+  std::vector<std::pair<std::string, Kernel>> all;
+  for (const auto routine : {CAlgorithm::Bayer2RGB24_RG, CAlgorithm::Bayer2RGB24_BG,
+                             CAlgorithm::Bayer2RGB24_GR, CAlgorithm::Bayer2RGB24_GB}) {
+    all.emplace_back("demosaic", [routine] {
+      const auto raw = Frame<uint8_t>::random(area(kSize), 1);
+      Frame<uint8_t> bgr(3 * area(kSize));
+      CAlgorithm::SetRGBWB(52, 95);
+      routine(raw.data(), bgr.data(), kSize.width, kSize.height);
+      CAlgorithm::RGBYUV_Init();
+      return bgr.pixels();
+    });
+  }
+  all.emplace_back("table", [] {
+    auto image = Frame<uint8_t>::random(area(kSize), 2);
+    const auto table = Frame<uint8_t>::random(256, 3);
+    CAlgorithm::Gamma(image.data(), table.data(), kSize.width, kSize.height);
+    return image.pixels();
+  });
+  for (const auto routine : {CAlgorithm::RGB2Y8, CAlgorithm::RGB2R8}) {
+    all.emplace_back("luminance", [routine] {
+      // Every green meets every blue; red makes the sum of weights a multiple of 1000 now and then.
+      Frame<uint8_t> bgr(size_t{3} * 65536);
+      for (size_t i = 0; i < bgr.size() / 3; ++i) {
+        bgr[3 * i] = static_cast<uint8_t>(i * 167 >> 3);
+        bgr[3 * i + 1] = static_cast<uint8_t>(i);
+        bgr[3 * i + 2] = static_cast<uint8_t>(i >> 8);
+      }
+      Frame<uint8_t> out(65536);
+      routine(bgr.data(), out.data(), 256, 256);
+      return out.pixels();
+    });
+  }
+  all.emplace_back("dark", [] {
+    auto image = Frame<uint8_t>::random(area(kSize), 4);
+    const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
+    subtractDark(image.data(), kSize.width, kSize.height, 40, dark.data());
+    return image.pixels();
+  });
+  for (const bool vertical : {false, true}) {
+    all.emplace_back("flip 8", [vertical] {
+      auto image = Frame<uint8_t>::random(area(kSize), 6);
+      CAlgorithm::SoftMisc(image.data(), kSize.width, kSize.height, 1, false, vertical, true);
+      return image.pixels();
+    });
+    all.emplace_back("flip 16", [vertical] {
+      auto image = Frame<uint16_t>::random(area(kSize), 7);
+      CAlgorithm::SoftMisc(image.data(), kSize.width, kSize.height, 1, true, vertical, true);
+      return bytesOf(image);
+    });
+  }
+  for (const int bin : {2, 3, 4}) {
+    for (const auto routine : {CAlgorithm::MonoBin, CAlgorithm::ColorRAWBin}) {
+      all.emplace_back("bin 8", [=] {
+        auto image = Frame<uint8_t>::random(area(kSize), 8, 100);
+        routine(image.data(), nullptr, kSize.width / bin, kSize.height / bin, bin, false);
+        return image.pixels();
+      });
+      all.emplace_back("bin 16", [=] {
+        auto image = Frame<uint16_t>::random(area(kSize), 9);
+        routine(nullptr, image.data(), kSize.width / bin, kSize.height / bin, bin, true);
+        return bytesOf(image);
+      });
+    }
+  }
+  return all;
+}
+
+TEST(Vectors, OfEveryKindGiveTheSame) {
+  for (const auto& [name, kernel] : kernels()) {
+    const Bytes expected = kernel();
+    for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+      hwy::SetSupportedTargetsForTest(target);
+      EXPECT_EQ(kernel(), expected) << name << " with " << hwy::TargetName(target);
+      hwy::SetSupportedTargetsForTest(0);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orvik::test
