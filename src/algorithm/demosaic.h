@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "algorithm/white_balance.h"
@@ -34,5 +35,37 @@ namespace orvik {
 /// @par Thread: any.
 void demosaic(const uint8_t* raw, uint8_t* bgr, BayerPattern pattern, int width, int height,
               WhiteBalance balance) noexcept;
+
+/// The same, one row of cells at a time: a colour image that is only on the way to something else
+/// need not leave the processor's cache. The gains are those at its making.
+class CellRowDemosaic {
+ public:
+  /// @param width, height of the frame, 1 or more
+  CellRowDemosaic(BayerPattern pattern, int width, int height, WhiteBalance balance) noexcept;
+
+  /// Rows of pixels that a row of cells has: 2, but for a last one that is cut off.
+  [[nodiscard]] int rowsAt(int y) const noexcept { return y + 1 < height_ ? 2 : 1; }
+
+  /// @param raw the whole frame
+  /// @param y first row of the cells: even, below the height
+  /// @param bgr receives 3 * width * rowsAt(y) bytes
+  void make(const uint8_t* raw, int y, uint8_t* bgr) const noexcept {
+    make_(*this, raw + ptrdiff_t{y} * width_, y, bgr);
+  }
+
+  struct Making;  ///< the inside of one pattern
+
+ private:
+  friend Making;
+  /// @param row the first pixel of row `y`
+  using Make = void (*)(const CellRowDemosaic& self, const uint8_t* row, int y, uint8_t* bgr);
+
+  Make make_;
+  int width_;
+  int height_;
+  WhiteBalance balance_;
+  bool inVectors_;
+  GainTables gains_;
+};
 
 }  // namespace orvik

@@ -6,14 +6,16 @@ namespace orvik {
 namespace {
 
 /// Like T06, but with nothing to set beside gain, exposure and clock.
-constexpr ModelValues kValues = [] {
-  ModelValues values = kT06Values;
-  values.exposureUs.min = 100;
-  values.brightness.reset();
-  values.hasBandwidth = false;
-  values.hasThermometer = false;
-  return values;
-}();
+constexpr ModelValues kValues = {
+    .maxBin = kT06Values.maxBin,
+    .gain = kT06Values.gain,
+    .exposureUs = {.defaultValue = 33'000, .max = 1'000'000'000, .min = 100},
+    .usb3 = false,
+    .hasThermometer = false,
+    .hasHighSpeedMode = true,
+    .hasBandwidth = false,
+    .highByteFirst = true,
+};
 
 }  // namespace
 

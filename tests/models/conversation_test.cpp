@@ -223,6 +223,45 @@ TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
   EXPECT_TRUE(camera_.WriteSONYREG(0x3014, 1));
 }
 
+TEST_F(ConversationTest, RequestsOfOnesOwn) {
+  open();
+  std::array<std::uint8_t, 2> version{};
+  EXPECT_TRUE(camera_.SendCMD(0xAD, 0, 0, true, version.data(), 2));
+  EXPECT_EQ(version[0], 'V');
+  EXPECT_TRUE(camera_.SendCMD(0xB6, 0x3009, 0x12, false, nullptr, 0));
+  EXPECT_TRUE(camera_.StopUSBStreaming());
+  EXPECT_FALSE(camera_.WriteCameraRegister(0x3012, 0x240)) << "this sensor has 8 bits a register";
+  EXPECT_THAT(conversation_.take(), ElementsAre("RAD", "S3009=12", "AA", "W3012=0240"));
+  EXPECT_TRUE(camera_.ResetEndPoint(0x81));
+  EXPECT_TRUE(camera_.ResetDevice());
+}
+
+TEST_F(ConversationTest, WhatWasSetIsTold) {
+  open();
+  camera_.SetMisc(true, false);
+  camera_.SetRGBBalance(30, 70, true);
+  camera_.SetAutoPara(400, 20, 90);
+  bool horizontal = false;
+  bool vertical = true;
+  camera_.GetMisc(&horizontal, &vertical);
+  EXPECT_TRUE(horizontal && !vertical);
+  int red = 0;
+  int blue = 0;
+  bool automatic = false;
+  camera_.GetRGBBalance(&red, &blue, &automatic);
+  EXPECT_TRUE(red == 30 && blue == 70 && automatic);
+  int maxGain = 0;
+  int maxExposure = 0;
+  int target = 0;
+  camera_.GetAutoPara(&maxGain, &maxExposure, &target);
+  EXPECT_TRUE(maxGain == 400 && maxExposure == 20 && target == 90);
+  float frameRate = 0;
+  float dataRate = 0;
+  camera_.SetFPSPerc(100, false);
+  EXPECT_TRUE(camera_.GetMaxFPS(&frameRate, &dataRate));
+  EXPECT_GT(frameRate, 0);
+}
+
 TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {
   open();
   EXPECT_TRUE(camera_.CloseCamera());

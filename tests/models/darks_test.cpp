@@ -284,6 +284,16 @@ TEST_F(DarksTest, TheTableTravelsWithTheCamera) {
   EXPECT_EQ(inRegion, 1);
 }
 
+TEST_F(DarksTest, ATableIsStoredAndReadBack) {
+  plugEven();
+  HotPixelTable table(hotPixelTableBytes(kSensorWidth, kSensorHeight));
+  for (std::size_t i = 3; i < table.size(); i += 5003) table[i] = 0x24;
+  int length = 0;
+  const Bytes stored = CCameraBase::Compress(table.data(), static_cast<int>(table.size()), &length);
+  ASSERT_LE(static_cast<std::size_t>(length), stored.size());
+  EXPECT_EQ(camera_->Uncompress(stored.data(), length), table);
+}
+
 TEST_F(DarksTest, TheTimeIsInTheImageWhileItIsWanted) {
   plugEven();
   ASSERT_TRUE(camera_->SetResolution(240, 60, 1, IMAGE_8BIT));

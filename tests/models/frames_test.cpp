@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <tuple>
 
+#include "algorithm/grey10.h"
 #include "models/models.h"
 #include "support/virtual_bench.h"
 
@@ -235,6 +237,67 @@ TEST_F(FramesTest, ColoursStayTrueInEveryFlipBinAndRegion) {
       }
     }
   }
+}
+
+TEST_F(FramesTest, EveryTypeShowsTheSameFrame) {
+  plug(std::make_shared<CodedScene>());
+  for (const bool flipped : {false, true}) {
+    constexpr int kWidth = 320;
+    constexpr int kHeight = 98;
+    constexpr std::size_t kPixels = kWidth * kHeight;
+    Request request{kWidth, kHeight, 1, true, IMAGE_RGB24, flipped, flipped, 204, 100};
+    const auto colour = take(request, 3 * kPixels, false);
+
+    request.type = IMAGE_8BIT;
+    std::vector<std::uint8_t> expected(kPixels);
+    CAlgorithm::RGB2Y8(colour.data(), expected.data(), kWidth, kHeight);
+    EXPECT_EQ(take(request, kPixels, false), expected) << "luminance";
+
+    request.type = IMAGE_YUV422;
+    expected.resize(2 * kPixels);
+    CAlgorithm::RGB2YUV2(colour.data(), expected.data(), kWidth, kHeight, true);
+    EXPECT_EQ(take(request, 2 * kPixels, false), expected) << "4:2:2, bottom row first";
+
+    request.type = IMAGE_RAW16;
+    const auto wide = take(request, 2 * kPixels);
+    std::vector<std::uint16_t> samples(kPixels);
+    std::memcpy(samples.data(), wide.data(), wide.size());
+    request.type = IMAGE_GREY30;
+    expected.resize(4 * kPixels);
+    grey10(samples.data(), expected.data(), kPixels);
+    EXPECT_EQ(take(request, 4 * kPixels), expected) << "grey in 10 bits";
+  }
+}
+
+TEST_F(FramesTest, SinglePixelsAreTestedAndMended) {
+  constexpr int kWidth = 96;
+  constexpr int kHeight = 62;
+  plug(std::make_shared<CodedScene>([](int x, int y) { return x == 203 && y == 110 ? 60 : 20; }));
+  const Request narrow{kWidth, kHeight, 1, true, IMAGE_8BIT, false, false, 200, 100};
+  Request wide = narrow;
+  wide.type = IMAGE_RAW16;
+  const auto image = take(narrow, kWidth * kHeight);
+  for (const int unit : {1, 256}) {
+    if (unit != 1) take(wide, 2 * kWidth * kHeight);
+    std::uint32_t mended = 0;
+    EXPECT_NEAR(camera_.PixelNet(3, 10, kWidth, kHeight, 2), 40 * unit, unit / 8);
+    camera_.DeNoise(4, 10, kWidth, kHeight, &mended);
+    EXPECT_EQ(mended, 0U);
+    camera_.DeNoise(3, 10, kWidth, kHeight, &mended);
+    EXPECT_EQ(mended, 1U);
+    EXPECT_EQ(camera_.PixelNet(3, 10, kWidth, kHeight, 2), 0);
+    camera_.DeNoise(3, 10, 100 * kWidth, 100 * kHeight, &mended);
+    EXPECT_EQ(mended, 1U) << "no frame is as large as that";
+  }
+
+  ASSERT_TRUE(camera_.ManualHPC(203, 110, true));
+  camera_.SetHPCStates(true);
+  auto mended = image;
+  camera_.HandleHotPixels(mended.data(), kWidth, kHeight / 2, false);
+  EXPECT_EQ(mended, image) << "it is not the region's size";
+  camera_.HandleHotPixels(mended.data(), kWidth, kHeight, false);
+  EXPECT_EQ(image[10 * kWidth + 3], 60);
+  EXPECT_EQ(mended[10 * kWidth + 3], 20);
 }
 
 TEST_F(FramesTest, GammaLeavesFiftyAloneAndBendsOtherwise) {

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "algorithm/byte_order.h"
-#include "algorithm/demosaic.h"
 #include "algorithm/grey10.h"
+#include "algorithm/rgb_convert.h"
 #include "camera/host_balance.h"
 
 namespace orvik {
@@ -71,8 +71,8 @@ FrameDelivery::FrameDelivery(const ModelRow& model, const FrameProtocol& protoco
       queue_(queue),
       corrections_(corrections),
       frame_(std::make_shared<PageBuffer>(largestFrame(model))),
-      rgb_(std::make_shared<PageBuffer>(
-          model.colour ? largestFrame(model) / 2 * kBytesPerColourPixel : 0)) {}
+      colourRows_(model.colour ? 2 * kBytesPerColourPixel * static_cast<std::size_t>(model.maxWidth)
+                               : 0) {}
 
 void FrameDelivery::setGamma(int value) {
   std::shared_ptr<GammaTables> tables;
@@ -99,9 +99,7 @@ FrameDelivery::Job FrameDelivery::currentJob() const {
   return job;
 }
 
-bool FrameDelivery::isUsable() const {
-  return frame_->size() != 0 && (rgb_->size() != 0 || !model_.colour);
-}
+bool FrameDelivery::isUsable() const { return frame_->size() != 0; }
 
 bool FrameDelivery::fits(const Job& job, std::size_t imageBytes) const {
   switch (job.type) {
@@ -180,15 +178,16 @@ void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
   switch (job.type) {
     case IMAGE_8BIT:
       if (model_.colour && !job.rawOutput) {
-        CAlgorithm::RGB2Y8(demosaicToBuffer(job), image.data(), job.width, job.height);
+        convertToLuminance(job, image.data());
         return;
       }
       break;
     case IMAGE_RGB24:
-      demosaic(job, image.data());
+      demosaic(frame_->data(), image.data(), patternOf(job), job.width, job.height,
+               hostBalance(model_, state_));
       return;
     case IMAGE_YUV422:
-      CAlgorithm::RGB2YUV2(demosaicToBuffer(job), image.data(), job.width, job.height, true);
+      convertToYuv(job, image.data());
       return;
     case IMAGE_GREY30:
       grey10(frame_->words(), image.data(), std::min(image.size() / 4, job.pixels()));
@@ -200,15 +199,32 @@ void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
               std::min(image.size(), job.pixels() * job.bytesPerSample()));
 }
 
-void FrameDelivery::demosaic(const Job& job, std::uint8_t* rgb) {
-  orvik::demosaic(frame_->data(), rgb,
-                  flippedPattern(model_.bayer, job.flipHorizontal, job.flipVertical), job.width,
-                  job.height, hostBalance(model_, state_));
+BayerPattern FrameDelivery::patternOf(const Job& job) const {
+  return flippedPattern(model_.bayer, job.flipHorizontal, job.flipVertical);
 }
 
-const std::uint8_t* FrameDelivery::demosaicToBuffer(const Job& job) {
-  demosaic(job, rgb_->data());
-  return rgb_->data();
+CellRowDemosaic FrameDelivery::demosaicOf(const Job& job) const {
+  return {patternOf(job), job.width, job.height, hostBalance(model_, state_)};
+}
+
+void FrameDelivery::convertToLuminance(const Job& job, std::uint8_t* image) {
+  const CellRowDemosaic cells = demosaicOf(job);
+  for (int y = 0; y < job.height; y += 2) {
+    cells.make(frame_->data(), y, colourRows_.data());
+    luminance(colourRows_.data(), image + std::ptrdiff_t{y} * job.width, job.width,
+              cells.rowsAt(y));
+  }
+}
+
+/// Upside down: the last row of the frame is the first of the image.
+void FrameDelivery::convertToYuv(const Job& job, std::uint8_t* image) {
+  const CellRowDemosaic cells = demosaicOf(job);
+  for (int y = 0; y < job.height; y += 2) {
+    cells.make(frame_->data(), y, colourRows_.data());
+    const int rows = cells.rowsAt(y);
+    yuv422(colourRows_.data(), image + std::ptrdiff_t{2} * (job.height - y - rows) * job.width,
+           job.width, rows, true);
+  }
 }
 
 }  // namespace orvik

@@ -7,8 +7,10 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <vector>
 
 #include "algorithm/algorithm.h"
+#include "algorithm/demosaic.h"
 #include "algorithm/gamma.h"
 #include "camera/camera_state.h"
 #include "camera/capture/frame_protocol.h"
@@ -67,8 +69,10 @@ class FrameDelivery {
   void applyGamma(const Job& job);
   void mendHotPixels(const Job& job);
   void convert(const Job& job, std::span<std::uint8_t> image);
-  void demosaic(const Job& job, std::uint8_t* rgb);
-  const std::uint8_t* demosaicToBuffer(const Job& job);
+  [[nodiscard]] BayerPattern patternOf(const Job& job) const;
+  [[nodiscard]] CellRowDemosaic demosaicOf(const Job& job) const;
+  void convertToLuminance(const Job& job, std::uint8_t* image);
+  void convertToYuv(const Job& job, std::uint8_t* image);
 
   const ModelRow& model_;
   const FrameProtocol& protocol_;
@@ -76,8 +80,8 @@ class FrameDelivery {
   FrameQueue& queue_;
   const Corrections corrections_;
   Turn turn_;
-  FrameBuffer frame_;  ///< the frame in work; exchanged with the queue's
-  FrameBuffer rgb_;    ///< colour image on the way to another type
+  FrameBuffer frame_;                     ///< the frame in work; exchanged with the queue's
+  std::vector<std::uint8_t> colourRows_;  ///< a row of cells on the way to another type
   std::mutex gammaMutex_;
   std::shared_ptr<const GammaTables> gamma_;  ///< null: linear, nothing to do
 };
