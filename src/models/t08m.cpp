@@ -10,6 +10,7 @@ constexpr ModelValues kValues = {
     .maxBin = kT06Values.maxBin,
     .gain = kT06Values.gain,
     .exposureUs = {.defaultValue = 33'000, .max = 1'000'000'000, .min = 100},
+    .brightness = std::nullopt,
     .usb3 = false,
     .hasThermometer = false,
     .hasHighSpeedMode = true,
