@@ -11,8 +11,8 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
   app.add_option("--sim", options.virtualCameras,
                  "Use a virtual camera instead of the USB bus; repeat for several. OPTIONS: "
                  "scene=stars|moon|planet|grey|dark|gradient, port=usb3|usb2, serial=HHHHHHHH, "
-                 "seed=N, pace=real|free, light=F, ambient=DEGC, flash=FILE (keeps the camera's "
-                 "flash)")
+                 "seed=N, pace=real|free, light=F, colour=white|red|blue|R:G:B, ambient=DEGC, "
+                 "fault=RULES (what goes wrong), flash=FILE (keeps the camera's flash)")
       ->type_name("MODEL[,OPTIONS]")
       ->allow_extra_args(false)
       ->take_all();
