@@ -13,6 +13,5 @@ mkdir -p "$report"
 gcovr --root . --filter '(src|sim|tools|include)/' --exclude-throw-branches \
   --exclude-unreachable-branches -j "$(nproc)" --html-details "$report/index.html" \
   --txt "$report/lines.txt" --json "$report/lines.json" "$1"
-sed -n '1,/^---/p;$p' "$report/lines.txt" | head -5
 tail -3 "$report/lines.txt"
 echo "The report is in $report/index.html; lines.txt names the lines that no test reaches."

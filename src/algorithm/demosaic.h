@@ -53,10 +53,8 @@ class CellRowDemosaic {
     make_(*this, raw + ptrdiff_t{y} * width_, y, bgr);
   }
 
-  struct Making;  ///< the inside of one pattern
-
  private:
-  friend Making;
+  struct Making;  ///< how each pattern is made
   /// @param row the first pixel of row `y`
   using Make = void (*)(const CellRowDemosaic& self, const uint8_t* row, int y, uint8_t* bgr);
 
