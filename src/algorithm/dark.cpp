@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 
+#include "algorithm/pixel_count.h"
 #include "algorithm/vectors/dark_run.h"
 
 namespace orvik {
@@ -121,8 +122,7 @@ uint32_t sumOfPixels(const SensorPlane& plane, const FrameRegion& region, int co
 
 void subtractDark(uint8_t* image, int width, int height, int offset,
                   const uint16_t* dark) noexcept {
-  if (width < 1 || height < 1) return;
-  subtractRun(image, static_cast<size_t>(width) * static_cast<size_t>(height), offset, dark);
+  subtractRun(image, pixelCount(width, height), offset, dark);
 }
 
 void subtractBinnedDark(uint8_t* image, int width, int height, int offset, const uint16_t* dark,

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <numeric>
 
+#include "algorithm/pixel_count.h"
 #include "algorithm/vectors/table_run.h"
 
 namespace orvik {
@@ -49,11 +50,6 @@ void applyTableTo(Pixel* image, size_t pixels, const Pixel* table) {
     image[i + 3] = d;
   }
   for (; i < pixels; ++i) image[i] = table[image[i]];
-}
-
-size_t pixelCount(int width, int height) {
-  if (width < 1 || height < 1) return 0;
-  return static_cast<size_t>(width) * static_cast<size_t>(height);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 
+#include "algorithm/pixel_count.h"
 #include "algorithm/vectors/luminance_run.h"
 
 namespace orvik {
@@ -40,11 +41,6 @@ int firstChroma(const uint8_t* pixel) {
 
 int secondChroma(const uint8_t* pixel) {
   return (kChromaMain[pixel[2]] - kSecondChroma1[pixel[1]] - kSecondChroma0[pixel[0]]) >> 16;
-}
-
-size_t pixelCount(int width, int height) {
-  if (width < 1 || height < 1) return 0;
-  return static_cast<size_t>(width) * static_cast<size_t>(height);
 }
 
 /// Stores `reduce(pixel)` for every pixel, in the order that never overwrites a pixel before it has

@@ -114,7 +114,9 @@ bool Play::claim() {
 const ControlEvent* Play::next(const seam::SetupPacket& setup, std::span<const std::uint8_t> data) {
   if (isStandard(setup)) {
     const ControlEvent* const event = device_->describe(setup, data.size());
-    if (event == nullptr) tell(0, "not recorded", setup);
+    if (event == nullptr) {
+      device_->departures().add("Not recorded of any opening: " + nameOf(setup) + ".");
+    }
     return event;
   }
   const std::lock_guard lock(mutex_);

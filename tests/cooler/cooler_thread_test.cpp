@@ -2,13 +2,12 @@
 // The thread that keeps the temperature: it ends, whatever the camera does.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <iterator>
-#include <thread>
 
 #include "cooler/cooled_bench.h"
+#include "support/fault_script.h"
+#include "support/process.h"
+#include "support/time_of.h"
 #include "usb/current_host.h"
 
 namespace orvik::test {
@@ -16,32 +15,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-std::chrono::steady_clock::duration timeOf(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::steady_clock::now() - start;
-}
-
-/// Of this process. A sanitizer starts a thread of its own with the first other one, and keeps it.
-std::ptrdiff_t threadCount() {
-  static const bool sanitizerIsUp = [] {
-    std::thread([] {}).join();
-    return true;
-  }();
-  EXPECT_TRUE(sanitizerIsUp);
-  const std::filesystem::directory_iterator tasks("/proc/self/task");
-  return std::distance(begin(tasks), end(tasks));
-}
-
 /// Whether there are soon as many threads again as there were.
 bool noThreadLeft(std::ptrdiff_t before) {
-  return eventually([&] { return threadCount() == before; });
+  return eventually([&] { return processCounts().threads == before; });
 }
 
 TEST(CoolerThread, EndsWithTheCameraObject) {
   CooledBench bench;
   bench.plug();
-  const std::ptrdiff_t threads = threadCount();
+  const std::ptrdiff_t threads = processCounts().threads;
   {
     CCameraT13C_C camera;
     ASSERT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
@@ -60,7 +42,7 @@ TEST(CoolerThread, EndsWithTheCameraObject) {
 TEST(CoolerThread, SurvivesAnUnplugAndEndsAfterIt) {
   CooledBench bench;
   const int id = bench.plug();
-  const std::ptrdiff_t threads = threadCount();
+  const std::ptrdiff_t threads = processCounts().threads;
   {
     CCameraT13C_C camera;
     ASSERT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
@@ -76,81 +58,10 @@ TEST(CoolerThread, SurvivesAnUnplugAndEndsAfterIt) {
 }
 
 /// A camera that stops answering: its control transfers do not even end when cancelled.
-struct Silence {
-  std::atomic<bool> on{false};
-  std::atomic<int> waiting{0};
-};
-
-class SilentTransfer final : public seam::ControlTransfer {
- public:
-  explicit SilentTransfer(std::shared_ptr<Silence> silence) : silence_(std::move(silence)) {}
-  seam::TransferStatus submit(const seam::SetupPacket&, seam::TransferBuffer,
-                              std::chrono::milliseconds) override {
-    return seam::TransferStatus::kOk;
-  }
-  void cancel() override {}
-  bool wait(std::chrono::milliseconds limit) override {
-    ++silence_->waiting;
-    std::this_thread::sleep_for(limit);
-    --silence_->waiting;
-    return false;
-  }
-  [[nodiscard]] seam::TransferStatus status() const override {
-    return seam::TransferStatus::kTimedOut;
-  }
-  [[nodiscard]] std::size_t actualBytes() const override { return 0; }
-
- private:
-  std::shared_ptr<Silence> silence_;
-};
-
-class SilentPort final : public seam::Port {
- public:
-  SilentPort(std::unique_ptr<seam::Port> inner, std::shared_ptr<Silence> silence)
-      : inner_(std::move(inner)), silence_(std::move(silence)) {}
-
-  [[nodiscard]] seam::Speed speed() const override { return inner_->speed(); }
-  bool claimInterface(std::uint8_t number) override { return inner_->claimInterface(number); }
-  std::unique_ptr<seam::ControlTransfer> newControlTransfer() override {
-    if (silence_->on) return std::make_unique<SilentTransfer>(silence_);
-    return inner_->newControlTransfer();
-  }
-  std::unique_ptr<seam::BulkTransfer> newBulkTransfer(std::uint8_t endpoint) override {
-    return inner_->newBulkTransfer(endpoint);
-  }
-  std::shared_ptr<std::uint8_t[]> allocateDeviceMemory(std::size_t bytes) override {
-    return inner_->allocateDeviceMemory(bytes);
-  }
-  seam::TransferStatus clearHalt(std::uint8_t endpoint) override {
-    return inner_->clearHalt(endpoint);
-  }
-  seam::TransferStatus reset() override { return inner_->reset(); }
-
- private:
-  std::unique_ptr<seam::Port> inner_;
-  std::shared_ptr<Silence> silence_;
-};
-
-class SilentHost final : public seam::Host {
- public:
-  SilentHost(std::shared_ptr<seam::Host> inner, std::shared_ptr<Silence> silence)
-      : inner_(std::move(inner)), silence_(std::move(silence)) {}
-  std::vector<seam::DeviceInfo> devices() override { return inner_->devices(); }
-  std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override {
-    auto port = inner_->open(device);
-    if (!port) return nullptr;
-    return std::make_unique<SilentPort>(std::move(port), silence_);
-  }
-
- private:
-  std::shared_ptr<seam::Host> inner_;
-  std::shared_ptr<Silence> silence_;
-};
-
 class SilentCameraTest : public ::testing::Test {
  protected:
   SilentCameraTest() {
-    installHost(std::make_shared<SilentHost>(bench_.bench.sharedHost(), silence_));
+    installHost(faults_);
     bench_.plug();
     camera_ = std::make_unique<CCameraT13C_C>();
     EXPECT_TRUE(camera_->OpenCamera(1) && camera_->InitCamera());
@@ -160,16 +71,18 @@ class SilentCameraTest : public ::testing::Test {
 
   /// The camera falls silent, and the thread waits for its answer.
   void fallSilent() {
-    silence_->on = true;
+    faults_->setScript(scriptOf("control deaf 60000"));
     ASSERT_TRUE(eventually([&] {
-      if (silence_->waiting == 0) bench_.clock->sleepFor(100ms);
-      return silence_->waiting > 0;
+      const bool waits = faults_->struck(fault::Action::kDeaf) > 0;
+      if (!waits) bench_.clock->sleepFor(100ms);
+      return waits;
     }));
   }
 
-  std::shared_ptr<Silence> silence_ = std::make_shared<Silence>();
   CooledBench bench_;
-  const std::ptrdiff_t threads_ = threadCount();
+  std::shared_ptr<fault::FaultHost> faults_ =
+      std::make_shared<fault::FaultHost>(bench_.bench.sharedHost());
+  const std::ptrdiff_t threads_ = processCounts().threads;
   std::unique_ptr<CCameraT13C_C> camera_;
 };
 
@@ -182,7 +95,7 @@ TEST_F(SilentCameraTest, ClosingEndsByItsDeadline) {
   EXPECT_LT(timeOf([&] { camera_->CloseCamera(); }), 2 * kOneRequest + 1000ms);
   EXPECT_FALSE(camera_->IsAutoTempWorking());
 
-  silence_->on = false;
+  faults_->setScript({});
   ASSERT_TRUE(camera_->OpenCamera(1) && camera_->InitCamera()) << "and it can be opened again";
   ASSERT_TRUE(bench_.clock->run(20s)) << "one thread, not two";
   camera_.reset();

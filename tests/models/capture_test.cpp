@@ -11,27 +11,19 @@
 #include "models/models.h"
 #include "support/fault_script.h"
 #include "support/limited_host.h"
+#include "support/time_of.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
 namespace {
 
 using namespace std::chrono_literals;
-using Steady = std::chrono::steady_clock;
 
 constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
 
 /// An exposure above the frame time of the whole sensor: reads then have a second to come, which a
 /// busy machine may need for a full picture.
 constexpr std::uint64_t kPatientExposureUs = 20'000;
-
-/// How long `action` took.
-template <class Action>
-Steady::duration timeOf(Action action) {
-  const auto start = Steady::now();
-  action();
-  return Steady::now() - start;
-}
 
 class CaptureTest : public ::testing::Test {
  protected:

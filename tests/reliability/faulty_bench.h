@@ -11,6 +11,7 @@
 #include "orvik/orvik.h"
 #include "sim/sim_host.h"
 #include "support/fault_script.h"
+#include "support/time_of.h"
 #include "support/virtual_bench.h"
 #include "usb/current_host.h"
 
@@ -81,13 +82,5 @@ class FaultyBench : public ::testing::Test {
   const std::shared_ptr<fault::FaultHost> faults_ = std::make_shared<fault::FaultHost>(host_);
   std::vector<unsigned char> image_;
 };
-
-/// How long `action` took.
-template <class Action>
-std::chrono::steady_clock::duration timeOf(Action action) {
-  const auto start = std::chrono::steady_clock::now();
-  action();
-  return std::chrono::steady_clock::now() - start;
-}
 
 }  // namespace orvik::test
