@@ -47,7 +47,7 @@ int secondChroma(const uint8_t* pixel) {
 /// been read. `run` does the same for as many pixels as it can, forwards.
 template <typename Run, typename Reduce>
 void reducePixels(const uint8_t* bgr, uint8_t* out, size_t pixels, Run run, Reduce reduce) {
-  const std::less_equal<const uint8_t*> notAfter;
+  const std::less_equal<> notAfter{};
   if (notAfter(out, bgr) || notAfter(bgr + 3 * pixels, out)) {
     for (size_t i = run(bgr, out, pixels); i < pixels; ++i) out[i] = reduce(bgr + 3 * i);
   } else {

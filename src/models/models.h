@@ -12,6 +12,7 @@
 /// Their destructors end capture before any part of the object goes.
 namespace orvik {
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a base class has none
 #define ORVIK_DECLARE_MODEL(code, Family)       \
   class CCamera##code final : public Family {   \
    public:                                      \
@@ -20,6 +21,8 @@ namespace orvik {
     static const ModelRow kRow;                 \
     static const Family::Facts kFacts;          \
   };
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 ORVIK_MODELS(ORVIK_DECLARE_MODEL)
 

@@ -122,7 +122,7 @@ class Reader {
   }
 
   // control ID MICROSECONDS TYPE REQUEST VALUE INDEX LENGTH OUTCOME DATA
-  bool takeControl(const Words& words, Opening& opening) {
+  bool takeControl(const Words& words, Opening& opening) const {
     ControlEvent event;
     event.line = line_;
     if (words.size() != 10 || !readNumber(words[3], event.setup.requestType, 16) ||
@@ -138,7 +138,7 @@ class Reader {
   }
 
   // bulk ID MICROSECONDS ENDPOINT LENGTH OUTCOME BYTES HASH DATA
-  bool takeBulk(const Words& words, Opening& opening) {
+  bool takeBulk(const Words& words, Opening& opening) const {
     BulkEvent event;
     event.line = line_;
     if (words.size() != 9 || !readNumber(words[3], event.endpoint, 16) ||

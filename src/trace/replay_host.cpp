@@ -124,12 +124,16 @@ class ReplayedPort final : public seam::Port {
 ReplayHost::ReplayHost(Conversation conversation, std::function<void(const std::string&)> listener)
     : devices_(std::move(conversation.devices)),
       departures_(std::make_shared<Departures>(std::move(listener))) {
-  std::map<seam::DeviceLocation, std::vector<Opening>> openings;
-  for (Opening& opening : conversation.openings) {
-    openings[opening.location].push_back(std::move(opening));
-  }
-  for (auto& [location, ofDevice] : openings) {
-    plays_.emplace(location, std::make_shared<DevicePlay>(std::move(ofDevice), departures_));
+  auto& openings = conversation.openings;
+  while (!openings.empty()) {
+    const seam::DeviceLocation location = openings.front().location;
+    const auto others =
+        std::stable_partition(openings.begin(), openings.end(),
+                              [&](const Opening& opening) { return opening.location == location; });
+    std::vector<Opening> here(std::make_move_iterator(openings.begin()),
+                              std::make_move_iterator(others));
+    openings.erase(openings.begin(), others);
+    places_.push_back({location, std::make_shared<DevicePlay>(std::move(here), departures_)});
   }
 }
 
@@ -138,17 +142,17 @@ ReplayHost::~ReplayHost() = default;
 std::vector<seam::DeviceInfo> ReplayHost::devices() { return devices_; }
 
 std::unique_ptr<seam::Port> ReplayHost::open(const seam::DeviceInfo& device) {
-  const auto found = plays_.find(device.location);
-  if (found == plays_.end()) {
+  const auto found = std::ranges::find(places_, device.location, &Place::location);
+  if (found == places_.end()) {
     departures_->add("A device is opened that was not.");
     return nullptr;
   }
-  if (!found->second->open()) return nullptr;
-  return std::make_unique<ReplayedPort>(std::make_shared<Play>(found->second));
+  if (!found->play->open()) return nullptr;
+  return std::make_unique<ReplayedPort>(std::make_shared<Play>(found->play));
 }
 
 std::shared_ptr<seam::Host> replayOnRequest() {
-  const char* const name = std::getenv("ORVIK_REPLAY");
+  const char* const name = std::getenv("ORVIK_REPLAY");  // NOLINT(concurrency-mt-unsafe)
   if (name == nullptr) return nullptr;
   Conversation conversation;
   std::string trouble = "it cannot be read.";

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,9 +35,14 @@ class ReplayHost final : public seam::Host {
   [[nodiscard]] std::string settingsFolder() const override { return "replay"; }
 
  private:
+  struct Place {
+    seam::DeviceLocation location;
+    std::shared_ptr<DevicePlay> play;
+  };
+
   const std::vector<seam::DeviceInfo> devices_;
   const std::shared_ptr<Departures> departures_;
-  std::map<seam::DeviceLocation, std::shared_ptr<DevicePlay>> plays_;
+  std::vector<Place> places_;
 };
 
 /// The replay that the environment asks for: ORVIK_REPLAY names a recording. The first departures

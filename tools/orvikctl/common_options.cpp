@@ -26,7 +26,7 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
          "--record",
          [](const std::string& file) {
            // The library reads it when it first looks for cameras, which is later.
-           setenv("ORVIK_RECORD", file.c_str(), 1);
+           setenv("ORVIK_RECORD", file.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
          },
          "Write down all that is said on USB, for a report of a trouble")
       ->type_name("FILE");

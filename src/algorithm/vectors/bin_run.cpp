@@ -11,8 +11,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace orvik {
-namespace HWY_NAMESPACE {
+namespace orvik::HWY_NAMESPACE {
 namespace {
 
 using Rows8 = std::span<const uint8_t* const>;
@@ -191,8 +190,7 @@ size_t SumQuotients(Rows16 rows, uint16_t* out, size_t columns) {
 #endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace orvik
+}  // namespace orvik::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -7,8 +7,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace orvik {
-namespace HWY_NAMESPACE {
+namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
@@ -32,8 +31,7 @@ size_t Subtract(uint8_t* samples, size_t count, uint16_t offset, const uint16_t*
 #endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace orvik
+}  // namespace orvik::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -14,8 +14,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace orvik {
-namespace HWY_NAMESPACE {
+namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
@@ -150,8 +149,7 @@ bool Demosaic(const CellRun& run, uint16_t redFactor, uint16_t blueFactor) {
 #endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace orvik
+}  // namespace orvik::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -12,8 +12,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace orvik {
-namespace HWY_NAMESPACE {
+namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
@@ -95,8 +94,7 @@ size_t FirstChannel(const uint8_t* bgr, uint8_t* out, size_t pixels) {
 #endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace orvik
+}  // namespace orvik::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -7,8 +7,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace orvik {
-namespace HWY_NAMESPACE {
+namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
@@ -55,8 +54,7 @@ size_t Swap16(uint16_t* front, uint16_t* backEnd, size_t count) {
 #endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace orvik
+}  // namespace orvik::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
