@@ -101,6 +101,7 @@ class AutomaticBench {
     int lastChange = 0;
     Settings rest = settings();
     for (int round = 1; round <= most; ++round) {
+      if (now().whiteBalanceAuto) takeFrames();
       if (!pass(round == 1 ? std::chrono::milliseconds(200) : roundTime())) return -1;
       if (!isRest(rest, settings())) {
         rest = settings();
@@ -111,11 +112,17 @@ class AutomaticBench {
     return -1;
   }
 
-  /// Of an image taken with the settings as they are.
-  ImageMeans means() {
-    for (int n = 0; n < 6; ++n) {  // those on the way were taken before
+  /// Takes the frames that are on the way, which were exposed before the last change, and one that
+  /// was not. On a slow machine that is more than simulated time has room for.
+  void takeFrames() {
+    for (int n = 0; n < 6; ++n) {
       EXPECT_TRUE(camera_->GetImage(image_.data(), static_cast<int>(image_.size()), 20000));
     }
+  }
+
+  /// Of an image taken with the settings as they are.
+  ImageMeans means() {
+    takeFrames();
     const int width = now().width;
     const int height = now().height;
     std::array<double, 3> sums{};

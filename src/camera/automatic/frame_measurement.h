@@ -9,8 +9,9 @@
 
 namespace orvik {
 
-/// What automatic control wants to know of a frame.
-struct Wanted {
+/// What automatic control wants to know of a frame. Aligned as one word, so that every compiler
+/// loads and stores it as one.
+struct alignas(2) Wanted {
   bool brightness = false;
   bool colour = false;
 
