@@ -6,7 +6,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -94,19 +93,15 @@ class AutomaticBench {
     return clock_->run(duration, camera_->model().cooled ? 1 : 0);
   }
 
-  /// After start(): lets rounds pass until nothing has changed for ten of them. The white balance
-  /// follows the noise of each frame by a step or two; that is rest.
+  /// After start(): lets rounds pass until nothing has changed for ten of them.
   /// @return how many it took, 0 when nothing changed, or -1 when the changes did not end.
   int roundsToRest(int most = 400) {
     int lastChange = 0;
-    Settings rest = settings();
     for (int round = 1; round <= most; ++round) {
       if (now().whiteBalanceAuto) takeFrames();
+      const auto before = settings();
       if (!pass(round == 1 ? std::chrono::milliseconds(200) : roundTime())) return -1;
-      if (!isRest(rest, settings())) {
-        rest = settings();
-        lastChange = round;
-      }
+      if (settings() != before) lastChange = round;
       if (round - lastChange >= 10) return lastChange;
     }
     return -1;
@@ -148,10 +143,6 @@ class AutomaticBench {
  private:
   using Settings = std::array<std::int64_t, 4>;
 
-  static bool isRest(const Settings& before, const Settings& after) {
-    return before[0] == after[0] && before[1] == after[1] && std::abs(before[2] - after[2]) <= 2 &&
-           std::abs(before[3] - after[3]) <= 2;
-  }
   [[nodiscard]] Settings settings() {
     return {static_cast<std::int64_t>(now().exposureUs), now().gain, now().whiteBalanceRed,
             now().whiteBalanceBlue};
