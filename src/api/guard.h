@@ -39,9 +39,10 @@ inline Orvik_ERROR_CODE unlessGone(const OpenCamera& camera, Orvik_ERROR_CODE re
 }
 
 /// The code for work that capture forbids, while it runs; else Orvik_OK.
-inline Orvik_ERROR_CODE captureCode(const CameraState& state) {
-  if (!state.capturing) return Orvik_OK;
-  return state.snapshot ? Orvik_ERROR_EXPOSING : Orvik_ERROR_VIDEO_RUNNING;
+inline Orvik_ERROR_CODE captureCode(const CaptureSession& session) {
+  const auto capture = session.current();
+  if (!capture || !capture->isRunning()) return Orvik_OK;
+  return capture->isSnapshot() ? Orvik_ERROR_EXPOSING : Orvik_ERROR_VIDEO_RUNNING;
 }
 
 }  // namespace orvik::api

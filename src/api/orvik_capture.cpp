@@ -1,57 +1,54 @@
 // SPDX-License-Identifier: MIT
 // The flat functions that set the image format and take images.
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+
 #include "api/guard.h"
+#include "api/image_type.h"
 #include "camera/saturated.h"
 
 using orvik::CameraState;
 using orvik::CCameraBase;
 using orvik::DarkFileResult;
+using orvik::FrameFormat;
+using orvik::FrameQueue;
 using orvik::IMAGE_TYPE;
+using orvik::NoFrame;
 using orvik::OpenCamera;
+using orvik::api::captureCode;
+using orvik::api::publicImageType;
 using orvik::api::unlessGone;
 using orvik::api::withCamera;
 
 namespace {
 
-constexpr int kNoLimit = -1;
-
 /// A public image type as the drivers know it.
 struct Format {
   bool rawOutput;
   IMAGE_TYPE internalType;
-  int bytesPerPixel;
 };
 
 Format formatOf(IMG_TYPE type) {
   switch (type) {
     case Orvik_IMG_RAW8:
-      return {true, orvik::IMAGE_8BIT, 1};
+      return {true, orvik::IMAGE_8BIT};
     case Orvik_IMG_RGB24:
-      return {false, orvik::IMAGE_RGB24, 3};
+      return {false, orvik::IMAGE_RGB24};
     case Orvik_IMG_RAW16:
-      return {true, orvik::IMAGE_RAW16, 2};
+      return {true, orvik::IMAGE_RAW16};
     default:
-      return {false, orvik::IMAGE_8BIT, 1};
+      return {false, orvik::IMAGE_8BIT};
   }
 }
 
-IMG_TYPE publicType(const CameraState& state) {
-  switch (state.imageType.load()) {
-    case orvik::IMAGE_8BIT:
-      return state.rawOutput ? Orvik_IMG_RAW8 : Orvik_IMG_Y8;
-    case orvik::IMAGE_RGB24:
-      return Orvik_IMG_RGB24;
-    case orvik::IMAGE_RAW16:
-      return Orvik_IMG_RAW16;
-    default:
-      return Orvik_IMG_Y8;
-  }
-}
-
-/// Delivers an image of the size that the format set; `bufferSize` has been checked against it.
-bool deliver(OpenCamera& camera, unsigned char* buffer, int waitMs) {
-  const int wait = waitMs < 0 ? kNoLimit : waitMs;
-  return camera.driver->GetImage(buffer, camera.imageBytes, static_cast<std::uint32_t>(wait));
+/// Delivers an image into a buffer that has room for the format that was set; its own can differ.
+std::optional<NoFrame> deliver(OpenCamera& camera, unsigned char* buffer, int32_t bufferSize,
+                               FrameQueue::Wait wait) {
+  const auto size = static_cast<std::size_t>(std::max(bufferSize, 0));
+  if (camera.driver->isUnplugged()) wait = std::chrono::milliseconds(0);  // what is there already
+  return camera.driver->takeImage({buffer, size}, wait);
 }
 
 bool isTooSmall(const OpenCamera& camera, const unsigned char* buffer, int32_t bufferSize) {
@@ -64,11 +61,13 @@ Orvik_ERROR_CODE OrvikSetROIFormat(int index, int width, int height, int bin, IM
   return withCamera(index, Orvik_ERROR_ROI_SIZE, [&](OpenCamera& camera) {
     if (type < Orvik_IMG_RAW8 || type > Orvik_IMG_Y8) return Orvik_ERROR_IMAGE_TYPE;
     const Format format = formatOf(type);
-    camera.driver->state().rawOutput = format.rawOutput;
-    if (!camera.driver->SetResolution(width, height, bin, format.internalType)) {
+    const auto remember = [&camera](const FrameFormat& set) {
+      camera.imageBytes = static_cast<int>(set.imageBytes());
+    };
+    if (!camera.driver->setFormat(width, height, bin, format.internalType, format.rawOutput,
+                                  remember)) {
       return Orvik_ERROR_ROI_SIZE;
     }
-    camera.imageBytes = width * height * format.bytesPerPixel;
     return unlessGone(camera, Orvik_OK, Orvik_ERROR_ROI_SIZE);
   });
 }
@@ -78,11 +77,11 @@ Orvik_ERROR_CODE OrvikGetROIFormat(int index, int* width, int* height, int* bin,
     if (width == nullptr || height == nullptr || bin == nullptr || type == nullptr) {
       return Orvik_ERROR_ROI_SIZE;
     }
-    const CameraState& state = camera.driver->state();
-    *width = state.width;
-    *height = state.height;
-    *bin = state.bin;
-    *type = publicType(state);
+    const FrameFormat format = camera.driver->format();
+    *width = format.width;
+    *height = format.height;
+    *bin = format.bin;
+    *type = publicImageType(format);
     return Orvik_OK;
   });
 }
@@ -117,7 +116,8 @@ Orvik_ERROR_CODE OrvikGetStartPos(int index, int* x, int* y) {
 Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (dropped == nullptr) return Orvik_ERROR_DRIVER_FAILED;
-    *dropped = camera.driver->state().droppedFrames;
+    const auto capture = camera.driver->capture().current();
+    *dropped = capture ? capture->lostFrames() : 0;
     return Orvik_OK;
   });
 }
@@ -151,10 +151,7 @@ Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index) {
 
 Orvik_ERROR_CODE OrvikStartVideoCapture(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
-    const CameraState& state = camera.driver->state();
-    if (state.snapshot && state.exposureStatus == Orvik_EXPSTATE_EXPOSING) {
-      return Orvik_ERROR_EXPOSING;
-    }
+    if (captureCode(camera.driver->capture()) == Orvik_ERROR_EXPOSING) return Orvik_ERROR_EXPOSING;
     return camera.driver->StartCapture(false) ? Orvik_OK : Orvik_ERROR_NO_CAMERA_OBJECT;
   });
 }
@@ -169,13 +166,15 @@ Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t buf
                                    int waitMs) {
   return withCamera(index, Orvik_ERROR_NO_FRAME, [&](OpenCamera& camera) {
     if (isTooSmall(camera, buffer, bufferSize)) return Orvik_ERROR_BUFFER_SMALL;
-    return deliver(camera, buffer, waitMs) ? Orvik_OK : Orvik_ERROR_NO_FRAME;
+    FrameQueue::Wait wait;
+    if (waitMs >= 0) wait = std::chrono::milliseconds(waitMs);
+    return deliver(camera, buffer, bufferSize, wait) ? Orvik_ERROR_NO_FRAME : Orvik_OK;
   });
 }
 
 Orvik_ERROR_CODE OrvikStartExposure(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
-    if (camera.driver->state().capturing) return Orvik_ERROR_VIDEO_RUNNING;
+    if (camera.driver->capture().isRunning()) return Orvik_ERROR_VIDEO_RUNNING;
     camera.driver->StartCapture(true);  // the status tells how it went
     return Orvik_OK;
   });
@@ -184,7 +183,7 @@ Orvik_ERROR_CODE OrvikStartExposure(int index) {
 Orvik_ERROR_CODE OrvikStopExposure(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
     camera.driver->StopCapture();
-    camera.driver->state().exposureStatus = Orvik_EXPSTATE_NONE;
+    camera.driver->forgetCapture();
     return Orvik_OK;
   });
 }
@@ -192,7 +191,7 @@ Orvik_ERROR_CODE OrvikStopExposure(int index) {
 Orvik_ERROR_CODE OrvikGetExpStatus(int index, Orvik_EXPOSURE_STATUS* status) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (status == nullptr) return Orvik_ERROR_DRIVER_FAILED;
-    *status = camera.driver->state().exposureStatus;
+    *status = camera.driver->capture().status();
     return Orvik_OK;
   });
 }
@@ -200,7 +199,8 @@ Orvik_ERROR_CODE OrvikGetExpStatus(int index, Orvik_EXPOSURE_STATUS* status) {
 Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer, int32_t bufferSize) {
   return withCamera(index, Orvik_ERROR_BUFFER_SMALL, [&](OpenCamera& camera) {
     if (isTooSmall(camera, buffer, bufferSize)) return Orvik_ERROR_BUFFER_SMALL;
-    deliver(camera, buffer, kNoLimit);
-    return Orvik_OK;
+    // That there is no image is told by the status, but an image that stays behind is not silent.
+    const auto missing = deliver(camera, buffer, bufferSize, std::nullopt);
+    return missing == NoFrame::kDoesNotFit ? Orvik_ERROR_NO_FRAME : Orvik_OK;
   });
 }

@@ -9,9 +9,9 @@
 #include "camera/saturated.h"
 #include "orvik/orvik_service.h"
 
-using orvik::CameraState;
 using orvik::CCameraBase;
 using orvik::DarkFrame;
+using orvik::FrameFormat;
 using orvik::HotPixelTable;
 using orvik::OpenCamera;
 using orvik::saturatedInt;
@@ -24,9 +24,9 @@ Orvik_BOOL publicBool(bool value) { return value ? Orvik_TRUE : Orvik_FALSE; }
 
 /// Whether frames of the present format can be averaged into a dark.
 bool showsWholeSensor(const CCameraBase& driver) {
-  const CameraState& state = driver.state();
-  return !state.output16Bits && state.columnsDelivered() == driver.GetMaxWidth() &&
-         state.rowsDelivered() == driver.GetMaxHeight();
+  const FrameFormat format = driver.format();
+  return !format.is16Bits && format.columns() == driver.GetMaxWidth() &&
+         format.rows() == driver.GetMaxHeight();
 }
 
 void measureDark(const DarkFrame& dark, Orvik_DARK_INFO& info) {
@@ -124,7 +124,7 @@ Orvik_ERROR_CODE OrvikMarkHotPixel(int index, Orvik_PIXEL pixel, Orvik_BOOL isHo
 Orvik_ERROR_CODE OrvikSaveHotPixels(int index) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
     CCameraBase& driver = *camera.driver;
-    const Orvik_ERROR_CODE busy = captureCode(driver.state());
+    const Orvik_ERROR_CODE busy = captureCode(driver.capture());
     if (busy != Orvik_OK) return busy;
     if (!driver.dark().isLoaded() && !driver.hotPixels().hasTable()) return Orvik_ERROR_NO_TABLE;
     return driver.SaveHPCTable() ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
@@ -133,7 +133,7 @@ Orvik_ERROR_CODE OrvikSaveHotPixels(int index) {
 
 Orvik_ERROR_CODE OrvikLoadHotPixels(int index, int* count) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     if (!camera.driver->LoadHPCTable()) return Orvik_ERROR_NO_TABLE;
     if (count != nullptr) *count = hotPixelCount(*camera.driver);

@@ -112,7 +112,7 @@ template <class Work>
 Orvik_ERROR_CODE withFlashImage(int index, const char* path, Work work) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (path == nullptr) return Orvik_ERROR_ARGUMENT;
-    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     Bytes image;
     const Orvik_ERROR_CODE code = readImageForFlash(path, image);
@@ -153,7 +153,7 @@ Orvik_ERROR_CODE OrvikCheckFirmwareFile(const char* path, Orvik_FIRMWARE_FILE* f
 Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (path == nullptr) return Orvik_ERROR_ARGUMENT;
-    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     Bytes bytes;
     Orvik_FIRMWARE_FILE file{};
@@ -193,7 +193,7 @@ Orvik_ERROR_CODE OrvikReadFlash(int index, uint32_t address, unsigned char* buff
         static_cast<std::uint32_t>(size) > FlashPort::kMaxBytes - address) {
       return Orvik_ERROR_ARGUMENT;
     }
-    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     orvik::SpiFlash flash = camera.driver->flash();
     const orvik::FlashSession session(flash);

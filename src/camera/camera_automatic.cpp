@@ -45,17 +45,18 @@ void CCameraBase::GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightn
   *targetBrightness = state_->autoMaxBrightness;
 }
 
-RawFrame CCameraBase::rawFrame(const std::uint8_t* frame) const {
+RawFrame CCameraBase::rawFrame(const std::uint8_t* frame, const FrameFormat& format) const {
   return {.samples = frame,
-          .columns = state_->columnsDelivered(),
-          .rows = state_->rowsDelivered(),
-          .is16Bits = state_->output16Bits,
+          .columns = format.columns(),
+          .rows = format.rows(),
+          .is16Bits = format.is16Bits,
           .highByteFirst = model_.highByteFirst};
 }
 
 void CCameraBase::AutoExpGain(const std::uint8_t* frame) {
   const auto lock = lockSettings();
-  const auto brightness = measureBrightness(rawFrame(frame), state_->softwareBin());
+  const FrameFormat format = state_->frameFormat();
+  const auto brightness = measureBrightness(rawFrame(frame, format), format.hostBin());
   if (brightness) followBrightness(*brightness);
 }
 
@@ -70,13 +71,14 @@ void CCameraBase::followBrightness(int brightness) {
   regulateExposure(brightness, goal, dials);
 }
 
-std::optional<ColourValues> CCameraBase::measureColour(const RawFrame& frame) {
-  return mosaicColour(frame, model_.bayer, state_->softwareBin());
+std::optional<ColourValues> CCameraBase::measureColour(const RawFrame& frame, int hostBin) {
+  return mosaicColour(frame, model_.bayer, hostBin);
 }
 
 void CCameraBase::AutoWB_RAW(const std::uint8_t* frame) {
   const auto lock = lockSettings();
-  const auto colour = mosaicColour(rawFrame(frame), model_.bayer, state_->softwareBin());
+  const FrameFormat format = state_->frameFormat();
+  const auto colour = mosaicColour(rawFrame(frame, format), model_.bayer, format.hostBin());
   if (colour) followColour(*colour);
 }
 
@@ -98,16 +100,19 @@ void CCameraBase::Get_variance_ave_RAW(const std::uint8_t* frame, int blockColum
              {redDeviation, greenDeviation, blueDeviation}, {redMean, greenMean, blueMean});
 }
 
-FrameMeasurement CCameraBase::measure(std::span<const std::uint8_t> frame, Wanted wanted) {
+FrameMeasurement CCameraBase::measure(std::span<const std::uint8_t> frame,
+                                      const FrameFormat& format, const FrameSettings& settings,
+                                      Wanted wanted) {
   FrameMeasurement measured{.brightness = std::nullopt,
                             .colour = std::nullopt,
-                            .exposureUs = state_->exposureUs,
-                            .gain = state_->gain,
-                            .balance = balanceOf(*state_)};
-  if (frame.size() != state_->frameBytes()) return measured;
-  const RawFrame raw = rawFrame(frame.data());
-  if (wanted.brightness) measured.brightness = measureBrightness(raw, state_->softwareBin());
-  if (wanted.colour && model_.colour && !raw.is16Bits) measured.colour = measureColour(raw);
+                            .exposureUs = settings.exposureUs,
+                            .gain = settings.gain,
+                            .balance = settings.balance};
+  const RawFrame raw = rawFrame(frame.data(), format);
+  if (wanted.brightness) measured.brightness = measureBrightness(raw, format.hostBin());
+  if (wanted.colour && model_.colour && !raw.is16Bits) {
+    measured.colour = measureColour(raw, format.hostBin());
+  }
   return measured;
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <exception>
 #include <span>
 #include <utility>
 
@@ -61,13 +62,13 @@ CCameraBase::CCameraBase(const ModelRow& model, std::shared_ptr<const FrameProto
       guideLines_(*link_),
       gate_(std::make_shared<CameraGate>(*this)),
       protocol_(std::move(protocol)),
-      queue_(std::make_shared<FrameQueue>(largestFrame(model))),
-      arrivalFrames_(std::make_shared<FramePair>(
-          FramePair{std::make_shared<PageBuffer>(largestFrame(model)),
-                    std::make_shared<PageBuffer>(largestFrame(model))})),
+      framePool_(std::make_shared<FramePool>(largestFrame(model))),
+      queue_(std::make_shared<FrameQueue>(framePool_->take(), framePool_->take())),
       dark_(model.maxWidth, model.maxHeight),
       hotPixels_(model.maxWidth, model.maxHeight),
-      delivery_(model_, *protocol_, *state_, *queue_, {.dark = dark_, .hotPixels = hotPixels_}) {
+      delivery_(model_, *protocol_, *state_, {.queue = *queue_, .memory = framePool_->take()},
+                {.dark = dark_, .hotPixels = hotPixels_}),
+      capture_(queue_, framePool_) {
   CAlgorithm::RGBYUV_Init();
   AdjustDarkBuff();
   AdjustHPCTable();
@@ -77,7 +78,7 @@ CCameraBase::~CCameraBase() { endCapture(); }
 
 bool CCameraBase::openDevice(int ordinal) {
   if (isOpen()) return true;
-  if (abandonedWorker_) return false;
+  if (capture_.isLingering()) return false;
   ordinal_ = ordinal;
   CUsbDevice& device = link().device();
   const int count = device.deviceCount();
@@ -92,6 +93,7 @@ bool CCameraBase::openDevice(int ordinal) {
     if (product->name != nullptr) name_ = product->name;
     link().allowRequests();
     guideLines_.allow();
+    tellFormat();
     return true;
   }
   device.Close();
@@ -100,7 +102,8 @@ bool CCameraBase::openDevice(int ordinal) {
 
 bool CCameraBase::ReConnectCamera() {
   const auto lock = lockSettings();
-  if (ordinal_ == 0 || state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) {
+  if (ordinal_ == 0 || capture_.isRunning() || capture_.isLingering() ||
+      !capture_.waitForPrevious()) {
     return false;
   }
   guideLines_.letGo();
@@ -115,7 +118,7 @@ bool CCameraBase::closeDevice() {
   const auto lock = lockSettings();
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
   // After a video, stopping it has kept them already.
-  if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
+  if (isOpen() && capture_.lastWasSnapshot()) SaveSetting(model_.settingsKey);
   stopCapture();
   endLink();
   return true;
@@ -123,17 +126,11 @@ bool CCameraBase::closeDevice() {
 
 void CCameraBase::endLink() {
   onClosing();
-  if (abandonedWorker_) {
+  if (capture_.isLingering()) {
     link().refuseRequests();  // the device closes when the worker lets go of it
   } else {
     link().close();
   }
-}
-
-bool CCameraBase::hasCapturePlaces() const {
-  return queue_->isUsable() && std::ranges::all_of(*arrivalFrames_, [](const FrameBuffer& frame) {
-           return frame->size() != 0;
-         });
 }
 
 // Starting and stopping hold the settings lock, so that they are safe beside a setter that restarts
@@ -141,54 +138,84 @@ bool CCameraBase::hasCapturePlaces() const {
 bool CCameraBase::startCapture(bool snapshot) {
   const auto lock = lockSettings();
   if (!isOpen()) return false;
-  if (state_->capturing) return true;
-  if (abandonedWorker_ || !capture_.waitForPrevious() || !hasCapturePlaces()) return false;
-  if (link_->isGone()) {
-    if (snapshot) state_->exposureStatus = Orvik_EXPSTATE_FAILED;
+  if (capture_.isRunning()) return true;
+  return beginCapture(snapshot);
+}
+
+bool CCameraBase::beginCapture(bool snapshot) {
+  const FrameFormat format = state_->frameFormat();
+  const bool possible = !capture_.isLingering() && capture_.waitForPrevious() &&
+                        !link_->isGone() && queue_->isUsable() && delivery_.isUsable();
+  if (!possible) {
+    capture_.startFailed(snapshot, format);
     return false;
   }
-  state_->exposureStatus = Orvik_EXPSTATE_EXPOSING;
-  state_->snapshot = snapshot;
-  state_->capturing = true;
-  queue_->open();
-  const bool started = capture_.start({.link = link_,
-                                       .state = state_,
-                                       .queue = queue_,
-                                       .gate = gate_,
-                                       .protocol = protocol_,
-                                       .control = nullptr,
-                                       .frames = arrivalFrames_,
-                                       .autoPace = autoPaceOf(model_)},
-                                      clock_);
-  if (!started) {  // the caller learns of it from the flag and the status
-    queue_->close();
-    state_->capturing = false;
-    state_->exposureStatus = Orvik_EXPSTATE_FAILED;
-  }
+  // Where there is no thread to be had, the caller learns of it from the status.
+  capture_.start(snapshot, format,
+                 {.link = link_,
+                  .state = state_,
+                  .gate = gate_,
+                  .protocol = protocol_,
+                  .clock = clock_,
+                  .autoPace = autoPaceOf(model_),
+                  .capture = nullptr,
+                  .queue = nullptr,
+                  .control = nullptr,
+                  .frames = nullptr});
   return true;
 }
 
+CCameraBase::CapturePause::CapturePause(CCameraBase& camera)
+    : camera_(camera),
+      paused_(camera.capture_.isRunning()),
+      snapshot_(camera.capture_.lastWasSnapshot()) {
+  if (paused_) camera_.capture_.suspend();
+}
+
+CCameraBase::CapturePause::~CapturePause() {
+  if (!paused_) return;
+  try {
+    if (camera_.beginCapture(snapshot_)) return;
+  } catch (const std::exception&) {  // out of memory
+  }
+  camera_.capture_.cannotResume();
+}
+
 void CCameraBase::saveAfterVideo() {
-  if (state_->capturing && isOpen() && !state_->snapshot) SaveSetting(model_.settingsKey);
+  if (capture_.isRunning() && isOpen() && !capture_.lastWasSnapshot()) {
+    SaveSetting(model_.settingsKey);
+  }
 }
 
 bool CCameraBase::stopCapture() {
   const auto lock = lockSettings();
-  const bool wasCapturing = state_->capturing;
-  if (wasCapturing && !isOpen()) return false;
+  if (capture_.isRunning() && !isOpen()) return false;
   saveAfterVideo();
-  if (!capture_.stop()) abandonedWorker_ = true;
-  if (wasCapturing) state_->exposureStatus = Orvik_EXPSTATE_NONE;
-  state_->capturing = false;
+  capture_.stop();
   return true;
+}
+
+void CCameraBase::forgetCapture() {
+  const auto lock = lockSettings();
+  if (!capture_.isRunning()) capture_.forget();
 }
 
 void CCameraBase::endCapture() {
   guideLines_.letGo();
   saveAfterVideo();
-  if (!capture_.stop()) abandonedWorker_ = true;
+  capture_.stop();
   gate_->close();
   endLink();
+}
+
+bool CCameraBase::setFormat(int width, int height, int bin, IMAGE_TYPE type, bool rawOutput,
+                            const std::function<void(const FrameFormat&)>& changed) {
+  const auto lock = lockSettings();
+  state_->rawOutput = rawOutput;
+  const bool done = SetResolution(width, height, bin, type);
+  tellFormat();  // a refused format leaves the flag behind
+  if (done) changed(format());
+  return done;
 }
 
 bool CCameraBase::deliverImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs) {
@@ -196,7 +223,7 @@ bool CCameraBase::deliverImage(unsigned char* buffer, int bufferSize, std::uint3
   FrameQueue::Wait wait;
   if (waitMs != kNoLimit) wait = std::chrono::milliseconds(waitMs);
   const std::size_t size = bufferSize > 0 ? static_cast<std::size_t>(bufferSize) : 0;
-  return delivery_.deliver({buffer, size}, wait);
+  return !delivery_.deliver({buffer, size}, wait);
 }
 
 void CCameraBase::readVersions() {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -18,6 +19,7 @@
 #include "camera/capture/capture_session.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
+#include "camera/frame_pool.h"
 #include "camera/dark_frame.h"
 #include "camera/delivery/frame_delivery.h"
 #include "camera/firmware_types.h"
@@ -121,6 +123,27 @@ class CCameraBase {
   /// Fills all but the camera's index.
   void GetCameraProperty(Orvik_CAMERA_INFO* info) const;
 
+  // Format and images, as the flat interface reaches them
+  /// Sets the raw-output flag and calls SetResolution(), as one change for whoever reads the format.
+  /// @param changed told the new format on success, before another thread can change it again
+  bool setFormat(int width, int height, int bin, IMAGE_TYPE type, bool rawOutput,
+                 const std::function<void(const FrameFormat&)>& changed);
+  /// The format that was set last.
+  [[nodiscard]] FrameFormat format() const {
+    const std::lock_guard lock(formatLock_);
+    return toldFormat_;
+  }
+  /// Delivers one image, with a limit in time or without. @return why there is none.
+  std::optional<NoFrame> takeImage(std::span<std::uint8_t> image, FrameQueue::Wait wait) {
+    return delivery_.deliver(image, wait);
+  }
+  /// What is known of the image that was delivered last; none before the first.
+  [[nodiscard]] std::optional<DeliveredImage> lastImage() const { return delivery_.lastImage(); }
+  /// How the present capture stands.
+  [[nodiscard]] const CaptureSession& capture() const { return capture_; }
+  /// Forgets a snapshot that has ended, and its image.
+  void forgetCapture();
+
   // Single values
   [[nodiscard]] int GetMaxWidth() const { return model_.maxWidth; }
   [[nodiscard]] int GetMaxHeight() const { return model_.maxHeight; }
@@ -166,7 +189,8 @@ class CCameraBase {
                             int* redMean, int* greenMean, int* blueMean) const;
   /// For AutoControl, with the settings held: what a good frame shows, as far as it is wanted.
   /// Empty where the frame has another size than the present format's.
-  FrameMeasurement measure(std::span<const std::uint8_t> frame, Wanted wanted);
+  FrameMeasurement measure(std::span<const std::uint8_t> frame, const FrameFormat& format,
+                           const FrameSettings& settings, Wanted wanted);
   /// For AutoControl, with the settings held: takes the steps that are still on automatic, unless
   /// what was measured has been changed since.
   void followMeasurement(const FrameMeasurement& measured);
@@ -346,9 +370,33 @@ class CCameraBase {
   /// Ends capture and bars the worker from this object. Keeps the settings when that ends a video.
   void endCapture();
   bool deliverImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs);
-  /// Forgets frames that wait in a format that is no longer wanted.
-  void forgetFrames() { queue_->clear(); }
   void readVersions();
+  /// Lets readers of the format see the present one. Called at the end of a change, with the
+  /// settings locked.
+  void tellFormat() {
+    const FrameFormat present = state_->frameFormat();
+    const std::lock_guard lock(formatLock_);
+    toldFormat_ = present;
+  }
+  /// Notes that the sensor has been told its present settings. Called by setters, with the settings
+  /// locked.
+  void noteSettings() { state_->settingsHistory.note(state_->frameSettings(), clock_->now()); }
+
+  /// While it lives, the camera does not capture: a capture that was running has ended, and another
+  /// of its kind begins at the end. Held by setters that change what the stream looks like, with
+  /// the settings locked. Who waits for a frame goes on waiting.
+  class CapturePause {
+   public:
+    explicit CapturePause(CCameraBase& camera);
+    ~CapturePause();
+    CapturePause(const CapturePause&) = delete;
+    CapturePause& operator=(const CapturePause&) = delete;
+
+   private:
+    CCameraBase& camera_;
+    const bool paused_;
+    const bool snapshot_;
+  };
 
   [[nodiscard]] VendorLink& link() const { return *link_; }
   [[nodiscard]] bool isOpen() const { return link_->isOpen(); }
@@ -363,7 +411,7 @@ class CCameraBase {
   // What a kind of camera does besides
   /// The colour of an 8-bit frame as an image of it will show it. Only a camera that balances its
   /// colours on the host has to look beyond the raw frame.
-  virtual std::optional<ColourValues> measureColour(const RawFrame& frame);
+  virtual std::optional<ColourValues> measureColour(const RawFrame& frame, int hostBin);
   /// Takes a step of white balance, from a colour that was measured with the present one.
   void followColour(const ColourValues& colour);
   /// At the end of InitCamera().
@@ -373,9 +421,10 @@ class CCameraBase {
 
  private:
   Orvik_ERROR_CODE setFlip(std::int32_t value);
-  [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame) const;
+  [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame,
+                                 const FrameFormat& format) const;
   void followBrightness(int brightness);
-  [[nodiscard]] bool hasCapturePlaces() const;
+  bool beginCapture(bool snapshot);
   void endLink();
   [[nodiscard]] FrameRegion currentRegion() const;
   [[nodiscard]] int colourStep() const { return model_.colour ? 2 : 1; }
@@ -392,13 +441,14 @@ class CCameraBase {
   GuideLines guideLines_;
   const std::shared_ptr<CameraGate> gate_;
   const std::shared_ptr<const FrameProtocol> protocol_;
+  mutable std::mutex formatLock_;
+  FrameFormat toldFormat_;  ///< guarded by formatLock_: never half of a change
+  const std::shared_ptr<FramePool> framePool_;
   const std::shared_ptr<FrameQueue> queue_;
-  const std::shared_ptr<FramePair> arrivalFrames_;
   DarkFrame dark_;
   HotPixels hotPixels_;
   FrameDelivery delivery_;
   CaptureSession capture_;
-  bool abandonedWorker_ = false;  ///< one did not stop in time and still uses the device
   std::atomic<std::uint8_t> firmwareVersion_{0};
   std::atomic<std::uint8_t> fpgaMajor_{0};
   std::array<std::atomic<std::uint8_t>, 4> fpgaDigits_{};

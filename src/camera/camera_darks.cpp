@@ -31,15 +31,8 @@ void useSamples(const PageBuffer& buffer, int width, int height, int step, bool 
 
 }  // namespace
 
-/// What the camera bins, frames show binned; what the host bins comes later.
 FrameRegion CCameraBase::currentRegion() const {
-  const CameraState& now = *state_;
-  return {.x = now.startX,
-          .y = now.startY,
-          .columns = now.columnsDelivered(),
-          .rows = now.rowsDelivered(),
-          .bin = now.hardwareBin ? now.bin.load() : 1,
-          .colourStep = colourStep()};
+  return state_->frameFormat().regionAt(state_->startX, state_->startY, model_.colour);
 }
 
 int CCameraBase::LoadBMPFromFile(const char* path) { return static_cast<int>(dark_.load(path)); }
@@ -67,14 +60,14 @@ int CCameraBase::GettingDark(bool start, std::uint64_t) {
 }
 
 bool CCameraBase::SaveHPCTable() {
-  if (state_->capturing) return false;
+  if (capture_.isRunning()) return false;
   AutoGetHPC();
   SpiFlash port = flash();
   return hotPixels_.save(port);
 }
 
 bool CCameraBase::LoadHPCTable() {
-  if (state_->capturing) return false;
+  if (capture_.isRunning()) return false;
   SpiFlash port = flash();
   return hotPixels_.load(port);
 }
@@ -119,11 +112,12 @@ void CCameraBase::GetHPSum(int* onSensor, int* inRegion) const {
 }
 
 void CCameraBase::HandleHotPixels(void* frame, int width, int height, bool is16Bits) const {
-  const std::size_t samples = areaOf(width, height);
+  const FrameRegion region = currentRegion();
+  if (region.columns != width || region.rows != height) return;
   if (is16Bits) {
-    hotPixels_.correct(std::span(static_cast<std::uint16_t*>(frame), samples), width, height);
+    hotPixels_.correct(std::span(static_cast<std::uint16_t*>(frame), region.samples()), region);
   } else {
-    hotPixels_.correct(std::span(static_cast<std::uint8_t*>(frame), samples), width, height);
+    hotPixels_.correct(std::span(static_cast<std::uint8_t*>(frame), region.samples()), region);
   }
 }
 

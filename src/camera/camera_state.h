@@ -3,22 +3,14 @@
 
 #include <array>
 #include <atomic>
-#include <cstddef>
+#include <chrono>
 #include <cstdint>
 
+#include "camera/capture/frame_format.h"
+#include "camera/capture/settings_history.h"
 #include "orvik/orvik.h"
 
 namespace orvik {
-
-/// Pixel layout that a model driver delivers; the public image type is made of it and of the
-/// raw-output flag.
-enum IMAGE_TYPE : std::int32_t {
-  IMAGE_8BIT = 0,    ///< mosaic (raw output) or luminance, 1 byte a pixel
-  IMAGE_RGB24 = 1,   ///< blue, green, red
-  IMAGE_YUV422 = 2,  ///< packed 4:2:2, bottom row first
-  IMAGE_GREY30 = 3,  ///< a 10-bit value three times in 32 bits
-  IMAGE_RAW16 = 4,   ///< mosaic, 2 bytes a pixel
-};
 
 /// The values of a camera that more than one thread sees: one side writes, the other polls. The
 /// capture worker holds them by shared ownership, so that it can outlive the camera object.
@@ -48,6 +40,7 @@ struct CameraState {
   std::atomic<bool> whiteBalanceAuto{false};
   std::atomic<int> bandwidth{0};  ///< percent
   std::atomic<bool> bandwidthAuto{false};
+  std::atomic<std::chrono::nanoseconds> bandwidthAutoSince{};  ///< when it was switched on
   std::atomic<int> overClock{0};  ///< percent
   std::atomic<bool> flipHorizontal{false};
   std::atomic<bool> flipVertical{false};
@@ -64,6 +57,9 @@ struct CameraState {
   std::atomic<bool> usingDark{false};
   std::array<char, 256> darkPath{};  ///< zero-terminated; guarded by the lock for settings
 
+  /// Which settings the sensor had when.
+  SettingsHistory settingsHistory;
+
   // Timing
   std::atomic<int> clockKhz{0};
   std::atomic<int> lineLength{0};  ///< clock cycles
@@ -72,15 +68,10 @@ struct CameraState {
   std::atomic<float> maxFrameRate{0};     ///< frames a second
   std::atomic<float> dataRate{0};         ///< megapixels a second
 
-  // Capture
-  std::atomic<bool> capturing{false};
-  std::atomic<bool> snapshot{false};
-  std::atomic<Orvik_EXPOSURE_STATUS> exposureStatus{Orvik_EXPSTATE_NONE};
-  std::atomic<int> droppedFrames{0};
-
   // What the camera reported
   std::atomic<bool> usb3Host{false};
   std::atomic<float> temperature{0};  ///< degrees Celsius, last reading
+  std::atomic<bool> temperatureRead{false};  ///< there has been one
 
   // Cooler
   std::atomic<bool> coolerOn{false};         ///< the temperature is regulated
@@ -95,11 +86,24 @@ struct CameraState {
   /// Columns of a frame on the wire.
   [[nodiscard]] int columnsDelivered() const { return width * softwareBin(); }
   [[nodiscard]] int bytesPerSample() const { return output16Bits ? 2 : 1; }
-  /// Bytes of a frame on the wire.
-  [[nodiscard]] std::size_t frameBytes() const {
-    return static_cast<std::size_t>(rowsDelivered()) *
-           static_cast<std::size_t>(columnsDelivered()) *
-           static_cast<std::size_t>(bytesPerSample());
+  /// The size and layout that these values make. Consistent for who holds the lock for settings.
+  [[nodiscard]] FrameFormat frameFormat() const {
+    return {.width = width,
+            .height = height,
+            .bin = bin,
+            .hardwareBin = hardwareBin,
+            .is16Bits = output16Bits,
+            .rawOutput = rawOutput,
+            .type = imageType};
+  }
+  /// What a frame that is exposed with these values is exposed with.
+  [[nodiscard]] FrameSettings frameSettings() const {
+    return {.exposureUs = exposureUs,
+            .gain = gain,
+            .brightness = brightness,
+            .balance = {.red = whiteBalanceRed, .blue = whiteBalanceBlue},
+            .startX = startX,
+            .startY = startY};
   }
 };
 

@@ -72,15 +72,16 @@ void DarkFrame::adopt(Plane plane) {
 
 void DarkFrame::cut() {
   const Plane dark = plane();
-  cut_.set(on_ && dark ? makeCut(*dark) : nullptr);
+  cut_.set(on_ && dark ? makeCut(*dark, region_) : nullptr);
 }
 
-std::shared_ptr<const DarkFrame::Cut> DarkFrame::makeCut(const PageBuffer& plane) const {
+std::shared_ptr<const DarkFrame::Cut> DarkFrame::makeCut(const PageBuffer& plane,
+                                                         const FrameRegion& region) const {
   auto cut = std::make_shared<Cut>();
-  cut->region = region_;
+  cut->region = region;
   // What the sensor combines by colour has weights of its own: there its single pixels are needed.
-  FrameRegion source = region_;
-  if (isBinnedByColour(region_)) {
+  FrameRegion source = region;
+  if (isBinnedByColour(region)) {
     source.columns *= 2;
     source.rows *= 2;
     source.bin = 1;
@@ -91,8 +92,8 @@ std::shared_ptr<const DarkFrame::Cut> DarkFrame::makeCut(const PageBuffer& plane
   const std::span<const std::uint16_t> all(samples->words(), source.samples());
   cut->mean = darkMean(all);
   cut->hot = hotSamples(all, cut->mean);
-  if (isBinnedByColour(region_)) {
-    auto binned = std::make_unique<PageBuffer>(2 * region_.samples());
+  if (isBinnedByColour(region)) {
+    auto binned = std::make_unique<PageBuffer>(2 * region.samples());
     if (binned->size() == 0) return nullptr;
     binDark(all.data(), source.columns, source.rows, static_cast<int>(cut->mean), binned->words());
     samples = std::move(binned);
@@ -143,12 +144,16 @@ bool DarkFrame::isCurrent(const std::shared_ptr<DarkRecording>& recording) const
   return recording_ == recording;
 }
 
-void DarkFrame::subtract(std::span<std::uint8_t> frame, int columns, int rows) const {
-  if (!isInUse()) return;
-  const auto cut = cut_.get();
-  if (!cut || cut->region.columns != columns || cut->region.rows != rows) return;
-  if (frame.size() < cut->region.samples()) return;
-  CAlgorithm::SubtractDark(frame.data(), columns, rows, static_cast<int>(cut->mean),
+void DarkFrame::subtract(std::span<std::uint8_t> frame, const FrameRegion& region) const {
+  if (!isInUse() || frame.size() < region.samples()) return;
+  auto cut = cut_.get();
+  if (!cut) return;
+  if (cut->region != region) {
+    const Plane dark = plane();
+    cut = dark ? makeCut(*dark, region) : nullptr;
+    if (!cut) return;
+  }
+  CAlgorithm::SubtractDark(frame.data(), region.columns, region.rows, static_cast<int>(cut->mean),
                            cut->samples->words(), false, 0);
 }
 

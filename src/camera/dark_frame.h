@@ -24,7 +24,8 @@ namespace orvik {
 /// Loaded from a file or taken from frames; then used while it is switched on. Memory of the
 /// sensor's size is had only then. Threads: addFrame() and subtract() for the thread that delivers,
 /// everything else for any thread. The delivering thread never waits for a cut to be made, except
-/// for the one of a dark that it has just completed itself.
+/// for the one of a dark that it has just completed itself, and for those of frames that show
+/// another region than the present one.
 class DarkFrame {
  public:
   /// @param width, height of the sensor, pixels
@@ -62,9 +63,11 @@ class DarkFrame {
   /// Adds a frame to a recording that is going on. Frames that do not show every sensor pixel are
   /// passed over.
   void addFrame(std::span<const std::uint8_t> frame, int columns, int rows);
-  /// Subtracts the cut from a frame, if it is in use and the frame is of the cut's size. The dark's
-  /// mean stays, so that noise around black is not cut off.
-  void subtract(std::span<std::uint8_t> frame, int columns, int rows) const;
+  /// Subtracts the dark from a frame, if it is in use. The dark's mean stays, so that noise around
+  /// black is not cut off.
+  /// @param region that the frame shows; for another one than the present a cut is made for this
+  ///        frame alone
+  void subtract(std::span<std::uint8_t> frame, const FrameRegion& region) const;
 
   /// The picture of the whole sensor; null without one.
   using Plane = std::shared_ptr<const PageBuffer>;
@@ -85,7 +88,8 @@ class DarkFrame {
   void adopt(Plane plane);
   [[nodiscard]] bool isCurrent(const std::shared_ptr<DarkRecording>& recording) const;
   void cut();
-  [[nodiscard]] std::shared_ptr<const Cut> makeCut(const PageBuffer& plane) const;
+  [[nodiscard]] std::shared_ptr<const Cut> makeCut(const PageBuffer& plane,
+                                                   const FrameRegion& region) const;
 
   const int width_;
   const int height_;

@@ -54,9 +54,9 @@ class HostWhiteBalance : public Base {
   }
 
  protected:
-  std::optional<ColourValues> measureColour(const RawFrame& frame) override {
+  std::optional<ColourValues> measureColour(const RawFrame& frame, int hostBin) override {
     return imageColour(demosaicked(frame.samples, frame.columns, frame.rows), frame.columns,
-                       frame.rows, this->state().softwareBin());
+                       frame.rows, hostBin);
   }
 
  private:

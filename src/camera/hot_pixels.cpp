@@ -79,19 +79,22 @@ void HotPixels::cut() {
 }
 
 template <typename Sample>
-void HotPixels::correctSamples(std::span<Sample> frame, int columns, int rows) const {
+void HotPixels::correctSamples(std::span<Sample> frame, const FrameRegion& region) const {
   const auto cut = cut_.get();
-  if (!cut || cut->region.columns != columns || cut->region.rows != rows) return;
-  if (frame.size() < cut->region.samples()) return;
-  correctHotPixels(frame.data(), *cut);
+  if (!cut || frame.size() < region.samples()) return;
+  if (cut->region == region) {
+    correctHotPixels(frame.data(), *cut);
+  } else if (const auto table = table_.get()) {
+    correctHotPixels(frame.data(), cutHotPixels(*table, width_, region));
+  }
 }
 
-void HotPixels::correct(std::span<std::uint8_t> frame, int columns, int rows) const {
-  correctSamples(frame, columns, rows);
+void HotPixels::correct(std::span<std::uint8_t> frame, const FrameRegion& region) const {
+  correctSamples(frame, region);
 }
 
-void HotPixels::correct(std::span<std::uint16_t> frame, int columns, int rows) const {
-  correctSamples(frame, columns, rows);
+void HotPixels::correct(std::span<std::uint16_t> frame, const FrameRegion& region) const {
+  correctSamples(frame, region);
 }
 
 std::size_t HotPixels::count() const {

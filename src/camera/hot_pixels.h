@@ -51,9 +51,11 @@ class HotPixels {
   /// it is switched on.
   void follow(const FrameRegion& region);
 
-  /// Mends the frame's hot samples, if the correction is on and the frame is of the cut's size.
-  void correct(std::span<std::uint8_t> frame, int columns, int rows) const;
-  void correct(std::span<std::uint16_t> frame, int columns, int rows) const;
+  /// Mends the frame's hot samples, if the correction is on.
+  /// @param region that the frame shows; for another one than the present a cut is made for this
+  ///        frame alone
+  void correct(std::span<std::uint8_t> frame, const FrameRegion& region) const;
+  void correct(std::span<std::uint16_t> frame, const FrameRegion& region) const;
 
   /// Hot pixels of the whole sensor, and hot samples of the cut.
   [[nodiscard]] std::size_t count() const;
@@ -63,7 +65,7 @@ class HotPixels {
   void adopt(HotPixelTable table);
   void cut();
   template <typename Sample>
-  void correctSamples(std::span<Sample> frame, int columns, int rows) const;
+  void correctSamples(std::span<Sample> frame, const FrameRegion& region) const;
 
   const int width_;
   const int height_;

@@ -12,6 +12,7 @@ WorkerThread::~WorkerThread() {
 
 bool WorkerThread::start(std::function<void()> work) {
   auto completion = std::make_shared<Completion>();
+  if (thread_.joinable()) thread_.detach();
   try {
     thread_ = std::thread([work = std::move(work), completion]() mutable {
       work();
@@ -33,11 +34,7 @@ bool WorkerThread::join(std::chrono::milliseconds limit) {
   const bool ended =
       completion_->changed.wait_for(lock, limit, [this] { return completion_->ended; });
   lock.unlock();
-  if (ended) {
-    thread_.join();
-  } else {
-    thread_.detach();
-  }
+  if (ended) thread_.join();
   return ended;
 }
 

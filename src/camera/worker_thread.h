@@ -19,13 +19,13 @@ class WorkerThread {
   WorkerThread(const WorkerThread&) = delete;
   WorkerThread& operator=(const WorkerThread&) = delete;
 
-  /// Starts `work` on a new thread; the one before must have been joined.
+  /// Starts `work` on a new thread. One that has not ended yet is left to itself.
   /// `work` owns, by shared ownership, all that it touches.
   /// @return false when the system has no thread to give.
   bool start(std::function<void()> work);
 
   /// Waits until the thread has ended, at most `limit`.
-  /// @return true when it has, or never started; false when it was given up: it goes on alone.
+  /// @return true when it has, or never started; false when it goes on, and can be waited for again.
   bool join(std::chrono::milliseconds limit);
 
  private:

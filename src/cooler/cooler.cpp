@@ -137,6 +137,7 @@ float Cooler::readTemperature() const {
 float Cooler::measure() {
   const float celsius = readTemperature();
   state_->temperature = celsius;
+  state_->temperatureRead = true;
   return celsius;
 }
 

@@ -84,12 +84,8 @@ template <class Base>
 bool ModelCamera<Base>::SetResolution(int width, int height, int bin, IMAGE_TYPE type) {
   if (!canDeliver(model(), width, height, bin, type)) return false;
   const auto lock = lockSettings();
+  const typename Base::CapturePause pause(*this);
   CameraState& now = state();
-  const bool wasCapturing = now.capturing;
-  const bool snapshot = now.snapshot;
-  if (wasCapturing) StopCapture();
-  this->forgetFrames();
-
   now.bin = bin;
   now.height = height;
   now.width = width;
@@ -101,7 +97,7 @@ bool ModelCamera<Base>::SetResolution(int width, int height, int bin, IMAGE_TYPE
   regionTold_ = true;
   SetCMOSClk();
   followClock();
-  if (wasCapturing) StartCapture(snapshot);
+  this->tellFormat();
   return true;
 }
 
@@ -114,15 +110,11 @@ bool ModelCamera<Base>::SetHardwareBin(bool on) {
     now.hardwareBin = on;
     return true;
   }
-  // The worker measures frames by the flag, so it has to end before the flag changes.
-  const bool wasCapturing = now.capturing;
-  const bool snapshot = now.snapshot;
-  StopCapture();
+  const typename Base::CapturePause pause(*this);
   now.hardwareBin = on;
   const SensorPosition held{now.startX, now.startY};
   SetResolution(now.width, now.height, now.bin, now.imageType);
   SetStartPos(held.x, held.y);
-  if (wasCapturing) StartCapture(snapshot);
   return true;
 }
 
@@ -136,6 +128,7 @@ bool ModelCamera<Base>::SetStartPos(int x, int y) {
   this->AdjustDarkBuff();
   this->AdjustHPCTable();
   writeStartPosition();
+  this->noteSettings();
   return true;
 }
 
@@ -144,8 +137,13 @@ bool ModelCamera<Base>::SetHighSpeedMode(bool on) {
   if (!offers(Orvik_CTL_HIGH_SPEED_MODE)) return false;
   const auto lock = lockSettings();
   CameraState& now = state();
+  if (binsOnSensor()) {  // which has a pace of its own
+    now.highSpeedMode = on;
+    return true;
+  }
+  // Depth and clock change one after the other, and no frame should be exposed between them.
+  const typename Base::CapturePause pause(*this);
   now.highSpeedMode = on;
-  if (binsOnSensor()) return true;  // which has a pace of its own
   SetOutput16Bits(now.output16Bits);
   SetCMOSClk();
   followClock();
@@ -175,6 +173,7 @@ bool ModelCamera<Base>::applyBandwidth(int percent, bool automatic) {
   now.bandwidth = switchedOn ? automaticBandwidth(now.usb3Host)
                              : std::clamp(percent, kMinBandwidth, kMaxBandwidth);
   now.bandwidthAuto = automatic;
+  if (switchedOn) now.bandwidthAutoSince = this->clock().now();
   now.lineLength = lineLengthFor(now.bandwidth, lineLimits(),
                                  {.rows = now.rowsDelivered(),
                                   .columns = now.columnsDelivered(),
@@ -211,7 +210,9 @@ bool ModelCamera<Base>::SetExp(std::uint64_t exposureUs, bool automatic) {
   now.exposureAuto = automatic;
   now.exposureUs = std::clamp(exposureUs, static_cast<std::uint64_t>(model().exposureUs.min),
                               static_cast<std::uint64_t>(model().exposureUs.max));
-  return writeExposure();
+  const bool told = writeExposure();
+  this->noteSettings();
+  return told;
 }
 
 template <class Base>
@@ -221,6 +222,7 @@ bool ModelCamera<Base>::SetGain(int gain, bool automatic) {
   now.gain = std::clamp(gain, model().gain.min, model().gain.max);
   now.gainAuto = automatic;
   writeGain();
+  this->noteSettings();
   return true;
 }
 
@@ -229,7 +231,9 @@ bool ModelCamera<Base>::SetBrightness(int value) {
   if (!offers(Orvik_CTL_BRIGHTNESS)) return false;
   const auto lock = lockSettings();
   state().brightness = std::clamp(value, model().brightness.min, model().brightness.max);
-  return writeBrightness();
+  const bool told = writeBrightness();
+  this->noteSettings();
+  return told;
 }
 
 template <class Base>
@@ -240,6 +244,7 @@ void ModelCamera<Base>::SetRGBBalance(int red, int blue, bool automatic) {
   now.whiteBalanceBlue = std::clamp(blue, model().whiteBalanceMin, model().whiteBalanceMax);
   now.whiteBalanceAuto = automatic;
   if (model().colour) writeWhiteBalance();
+  this->noteSettings();
 }
 
 // Cooled cameras have a thermistor in the place of the thermometer chip, whose answer is
@@ -254,6 +259,7 @@ float ModelCamera<Base>::GetSensorTemp() {
   const int raw = answer[1] * 16 + (answer[0] >> 4);
   if (raw != 0) {
     state().temperature = static_cast<float>(raw >= 2048 ? raw - 4096 : raw) * 0.0625F;
+    state().temperatureRead = true;
   }
   return state().temperature;
 }

@@ -66,14 +66,17 @@ bool AutoControl::isSlow() const {
                                                 now.clockKhz) >= static_cast<double>(limit);
 }
 
-void AutoControl::look(std::span<const std::uint8_t> frame) {
+void AutoControl::look(std::span<const std::uint8_t> frame, const FrameFormat& format,
+                       const FrameFacts& facts) {
   measured_.reset();
   slow_ = isSlow();
   secondFrame_ = !secondFrame_;
-  if (slow_ && !secondFrame_) return;
+  if ((slow_ && !secondFrame_) || !facts.isSettled) return;
   const Wanted wanted = slow_ ? wantedNow(*parts_.state) : probe_->wanted();
   if (!wanted.any()) return;
-  parts_.gate->tryUse([&](CCameraBase& camera) { measured_ = camera.measure(frame, wanted); });
+  parts_.gate->tryUse([&](CCameraBase& camera) { 
+    measured_ = camera.measure(frame, format, facts.settings, wanted);
+  });
 }
 
 void AutoControl::act() {

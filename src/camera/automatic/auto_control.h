@@ -11,6 +11,8 @@
 #include "camera/automatic/frame_probe.h"
 #include "camera/camera_state.h"
 #include "camera/capture/camera_gate.h"
+#include "camera/capture/frame_facts.h"
+#include "camera/capture/frame_format.h"
 #include "camera/model_row.h"
 #include "camera/stop_switch.h"
 #include "camera/worker_thread.h"
@@ -29,8 +31,9 @@ AutoPace autoPaceOf(const ModelRow& model);
 /// Automatic exposure, gain and white balance during one video.
 ///
 /// Fast frames are judged in rounds, by a thread that asks for the measurement of a fresh frame and
-/// then takes a step; slow ones by the capture worker itself, every second one, so that each is
-/// taken wholly with what the last step set. No frame is judged twice.
+/// then takes a step; slow ones by the capture worker itself, every second one. No frame is judged
+/// twice, and none that was not exposed wholly with the present settings: a frame that was on its
+/// way when they changed says nothing about them.
 ///
 /// Both only try the settings lock (CameraGate). When a setter is at work they leave the step out,
 /// and they take it from the values that stand when they hold the lock: what was switched off or
@@ -57,7 +60,8 @@ class AutoControl {
   void start();
 
   /// Sees a good frame, which is left as it is, and measures it if that is due.
-  void look(std::span<const std::uint8_t> frame);
+  void look(std::span<const std::uint8_t> frame, const FrameFormat& format,
+            const FrameFacts& facts);
   /// Does with the measurement what there is to do. It may take a while: the frame should be on its
   /// way.
   void act();

@@ -16,9 +16,11 @@ constexpr auto kRefusalPause = 10ms;
 
 }  // namespace
 
-BulkStream::BulkStream(CUsbDevice& device, std::shared_ptr<FramePair> frames,
-                       std::size_t frameBytes, std::size_t transferBytes)
+BulkStream::BulkStream(CUsbDevice& device, const seam::Clock& clock,
+                       std::shared_ptr<FramePair> frames, std::size_t frameBytes,
+                       std::size_t transferBytes)
     : endpoint_(device.bulkIn()),
+      clock_(clock),
       frames_(std::move(frames)),
       frameBytes_(frameBytes),
       transferBytes_(transferBytes),
@@ -46,6 +48,7 @@ void BulkStream::restart() {
   std::swap(bufferOf(nextFrame), bufferOf(frameNumber_));
   frameNumber_ = nextFrame;
   nextToRead_ = nextToSubmit_ = frameNumber_ * readsPerFrame_;
+  arrival_.time = clock_.now();
   submitAhead();
 }
 
@@ -96,7 +99,7 @@ BulkStream::Result BulkStream::readFrame(std::chrono::milliseconds wait) {
       std::this_thread::sleep_for(kRefusalPause);
       return untouched ? Result::kEmpty : Result::kIncomplete;
     }
-    if (!endpoint_->waitForTransfer(*inFlight_.front().context, wait)) {
+    if (!waitForOldest(wait)) {
       return untouched ? Result::kEmpty : Result::kIncomplete;
     }
     if (!collect(received)) {
@@ -107,6 +110,33 @@ BulkStream::Result BulkStream::readFrame(std::chrono::milliseconds wait) {
   submitAhead();
   if (received == frameBytes_) return Result::kComplete;
   return received == 0 ? Result::kFailed : Result::kIncomplete;
+}
+
+// A read that has ended before anybody waits for it ended at some moment since the last look.
+bool BulkStream::waitForOldest(std::chrono::milliseconds wait) {
+  TransferContext& oldest = *inFlight_.front().context;
+  const bool isLate = !oldest.inFlight();
+  if (!endpoint_->waitForTransfer(oldest, wait)) return false;
+  const auto now = clock_.now();
+  arrival_ = {.time = now, .uncertainty = isLate ? now - arrival_.time : 0ns};
+  return true;
+}
+
+bool BulkStream::hasArrived() const {
+  return !inFlight_.empty() && !inFlight_.front().context->inFlight();
+}
+
+void BulkStream::drain() {
+  constexpr auto kQuiet = 5ms;
+  if (endpoint_ == nullptr) return;
+  nextToRead_ = nextToSubmit_ = frameNumber_ * readsPerFrame_;
+  std::size_t discarded = 0;
+  while (discarded < frameBytes_) {
+    submitAhead();
+    if (inFlight_.empty() || !endpoint_->waitForTransfer(*inFlight_.front().context, kQuiet)) break;
+    if (!collect(discarded)) break;
+  }
+  stop();
 }
 
 bool BulkStream::collect(std::size_t& received) {

@@ -9,6 +9,7 @@
 
 #include "camera/capture/device_slots.h"
 #include "camera/page_buffer.h"
+#include "seam/clock.h"
 #include "usb/usb_device.h"
 
 namespace orvik {
@@ -31,12 +32,19 @@ class BulkStream {
     kGone,        ///< the device is gone
   };
 
-  /// @param device open, its interface claimed; must outlive the stream
+  /// When the frame was found complete, on the clock of the stream.
+  struct Arrival {
+    std::chrono::nanoseconds time{};
+    /// It may have been complete so much earlier: the thread was busy elsewhere.
+    std::chrono::nanoseconds uncertainty{};
+  };
+
+  /// @param device open, its interface claimed; must outlive the stream, as must `clock`
   /// @param frames memory for the frame that is being filled and for the one that follows
   /// @param frameBytes bytes of one frame, above 0
   /// @param transferBytes bytes of one read, above 0
-  BulkStream(CUsbDevice& device, std::shared_ptr<FramePair> frames, std::size_t frameBytes,
-             std::size_t transferBytes);
+  BulkStream(CUsbDevice& device, const seam::Clock& clock, std::shared_ptr<FramePair> frames,
+             std::size_t frameBytes, std::size_t transferBytes);
   ~BulkStream();
   BulkStream(const BulkStream&) = delete;
   BulkStream& operator=(const BulkStream&) = delete;
@@ -47,6 +55,16 @@ class BulkStream {
   /// Waits for the rest of the frame that is being filled.
   /// @param wait longest time for one read
   Result readFrame(std::chrono::milliseconds wait);
+
+  /// Of the frame that readFrame() completed.
+  [[nodiscard]] Arrival arrival() const { return arrival_; }
+
+  /// Whether a read has ended that readFrame() has not seen yet.
+  [[nodiscard]] bool hasArrived() const;
+
+  /// Reads and discards what a camera that has been halted still sends, until nothing comes any
+  /// more; at most a frame.
+  void drain();
 
   /// Whether the device has gone, without waiting for anything.
   [[nodiscard]] bool isGone() const;
@@ -69,6 +87,7 @@ class BulkStream {
   };
 
   void submitAhead();
+  bool waitForOldest(std::chrono::milliseconds wait);
   bool submit(std::uint64_t number);
   bool collect(std::size_t& received);
   [[nodiscard]] FrameBuffer& bufferOf(std::uint64_t frame) const { return (*frames_)[frame % 2]; }
@@ -76,6 +95,7 @@ class BulkStream {
   [[nodiscard]] std::span<std::uint8_t> placeOf(std::uint64_t number) const;
 
   CCyBulkEndPoint* const endpoint_;
+  const seam::Clock& clock_;
   const std::shared_ptr<FramePair> frames_;  ///< by frame number modulo 2
   const std::size_t frameBytes_;
   const std::size_t transferBytes_;
@@ -88,6 +108,7 @@ class BulkStream {
   std::uint64_t nextToRead_ = 0;
   std::uint64_t nextToSubmit_ = 0;
   bool gone_ = false;
+  Arrival arrival_;
 };
 
 }  // namespace orvik

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "camera/capture/capture_laws.h"
 
+#include <algorithm>
+
 namespace orvik {
 namespace {
 
 using namespace std::chrono_literals;
 
 constexpr std::uint64_t kLongExposureUs = 1'000'000;
-constexpr int kBlankRows = 18;
 constexpr auto kFallbackPeriod = 20s;
 constexpr auto kGroupDistance = 5s;
 constexpr std::uint32_t kGroupSize = 3;
@@ -22,17 +23,22 @@ std::uint64_t transferWaitMs(std::uint64_t exposureUs, double frameTimeUs, ReadP
          static_cast<std::uint64_t>(patience.margin.count());
 }
 
+double lineTimeUs(int lineLength, int clockKhz) {
+  return clockKhz > 0 ? lineLength * 1000.0 / clockKhz : 0;
+}
+
 double frameTimeUs(int rows, int lineLength, int clockKhz) {
-  if (clockKhz <= 0) return 0;
-  return static_cast<double>(rows + kBlankRows) * lineLength * 1000.0 / clockKhz;
+  return static_cast<double>(rows + kBlankRows) * lineTimeUs(lineLength, clockKhz);
 }
 
 bool snapshotHasFailed(std::uint32_t badFrames, std::uint64_t exposureUs) {
   return badFrames * exposureUs > kLongExposureUs;
 }
 
-bool BandwidthFallback::onBadFrame(Time now, bool automatic, std::uint32_t& badFrames) {
-  if (!automatic || now - start_ >= kFallbackPeriod || badFrames < kGroupSize) return false;
+bool BandwidthFallback::onBadFrame(Time now, bool automatic, Time since,
+                                   std::uint32_t& badFrames) {
+  const Time begin = std::max(start_, since);
+  if (!automatic || now - begin >= kFallbackPeriod || badFrames < kGroupSize) return false;
   badFrames = 0;
   const bool closeToLast = lastGroup_ && now - *lastGroup_ < kGroupDistance;
   lastGroup_ = now;

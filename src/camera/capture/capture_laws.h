@@ -16,29 +16,38 @@ namespace orvik {
 /// @param patience of the protocol, for exposures shorter than the frame
 std::uint64_t transferWaitMs(std::uint64_t exposureUs, double frameTimeUs, ReadPatience patience);
 
-/// Time of one frame in microseconds: a frame lasts 18 lines longer than its rows.
-/// @param lineLength clock cycles
+/// A frame lasts so many lines longer than its rows.
+inline constexpr int kBlankRows = 18;
+
+/// Time of one line, microseconds. @param lineLength clock cycles
+double lineTimeUs(int lineLength, int clockKhz);
+
+/// Time of one frame, microseconds. @param lineLength clock cycles
 double frameTimeUs(int rows, int lineLength, int clockKhz);
 
 /// Whether a snapshot has failed for good: its bad frames are worth more than a second of exposure.
+/// While automatic bandwidth looks for a pace that the link can keep, the bad frames that it has
+/// drawn its conclusions from do not count (BandwidthFallback): such a snapshot fails after its
+/// twenty seconds at the earliest.
 bool snapshotHasFailed(std::uint32_t badFrames, std::uint64_t exposureUs);
 
 /// Decides when a link that loses frames should be asked for less.
 ///
-/// Two groups of three bad frames within five seconds, in the first twenty seconds after automatic
-/// bandwidth was switched on, lower the bandwidth by one step.
+/// Two groups of three bad frames within five seconds lower the bandwidth by one step, during the
+/// first twenty seconds of a capture, or after automatic bandwidth was switched on during it: each
+/// capture, and each time that it is switched on, is a new look at the link.
 class BandwidthFallback {
  public:
   using Time = std::chrono::nanoseconds;
 
-  /// @param start when automatic bandwidth was switched on, on any clock
+  /// @param start of the capture, on any clock
   explicit BandwidthFallback(Time start) : start_(start) {}
 
   /// Tells of a bad frame.
-  /// @param automatic whether the bandwidth is on automatic
+  /// @param automatic whether the bandwidth is on automatic, and @param since since when
   /// @param badFrames bad frames so far; set to 0 when they make up a group
   /// @return true when the bandwidth should be lowered now.
-  bool onBadFrame(Time now, bool automatic, std::uint32_t& badFrames);
+  bool onBadFrame(Time now, bool automatic, Time since, std::uint32_t& badFrames);
 
  private:
   Time start_;

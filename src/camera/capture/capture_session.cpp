@@ -15,25 +15,75 @@ void runWorker(const CaptureParts& parts) {
   try {
     CaptureWorker(parts).run();
   } catch (const std::exception&) {  // out of memory: the capture ends, the program does not
-    parts.queue->close();
-    parts.state->capturing = false;
-    parts.state->exposureStatus = Orvik_EXPSTATE_FAILED;
+    parts.capture->end(Orvik_EXPSTATE_FAILED);
+    parts.queue->end(parts.capture->number(), NoFrame::kFailed);
   }
 }
 
 }  // namespace
 
-bool CaptureSession::waitForPrevious() { return thread_.join(kStopLimit); }
-
-bool CaptureSession::start(CaptureParts parts, std::shared_ptr<seam::Clock> clock) {
-  control_ = std::make_shared<StopSwitch>(std::move(clock));
-  link_ = parts.link;
-  parts.control = control_;
-  return thread_.start([parts = std::move(parts)] { runWorker(parts); });
+std::shared_ptr<const Capture> CaptureSession::current() const {
+  const std::lock_guard lock(mutex_);
+  return current_;
 }
 
-bool CaptureSession::stop() {
-  if (!control_) return true;
+bool CaptureSession::isRunning() const {
+  const auto capture = current();
+  return capture && capture->isRunning();
+}
+
+Orvik_EXPOSURE_STATUS CaptureSession::status() const {
+  const auto capture = current();
+  return capture ? capture->status() : Orvik_EXPSTATE_NONE;
+}
+
+bool CaptureSession::lastWasSnapshot() const {
+  const std::lock_guard lock(mutex_);
+  return lastWasSnapshot_;
+}
+
+void CaptureSession::setCurrent(std::shared_ptr<Capture> capture) {
+  const std::lock_guard lock(mutex_);
+  current_ = std::move(capture);
+}
+
+std::shared_ptr<Capture> CaptureSession::newCapture(bool snapshot, const FrameFormat& format) {
+  const std::lock_guard lock(mutex_);
+  lastWasSnapshot_ = snapshot;
+  return std::make_shared<Capture>(++lastNumber_, snapshot, format);
+}
+
+bool CaptureSession::isLingering() { return !control_ && !thread_.join(0ms); }
+
+bool CaptureSession::waitForPrevious() { return thread_.join(kStopLimit); }
+
+bool CaptureSession::start(bool snapshot, const FrameFormat& format, CaptureParts parts) {
+  const auto capture = newCapture(snapshot, format);
+  control_ = std::make_shared<StopSwitch>(parts.clock);
+  link_ = parts.link;
+  parts.capture = capture;
+  parts.control = control_;
+  parts.queue = queue_;
+  parts.frames = std::make_shared<FramePair>(FramePair{pool_->take(), pool_->take()});
+  const bool hasMemory = (*parts.frames)[0] && (*parts.frames)[1];
+  setCurrent(capture);
+  queue_->begin(capture->number());
+  if (hasMemory && thread_.start([parts = std::move(parts)] { runWorker(parts); })) return true;
+  capture->end(Orvik_EXPSTATE_FAILED);
+  queue_->end(capture->number(), NoFrame::kFailed);
+  return false;
+}
+
+void CaptureSession::startFailed(bool snapshot, const FrameFormat& format) {
+  const auto capture = newCapture(snapshot, format);
+  capture->end(Orvik_EXPSTATE_FAILED);
+  setCurrent(capture);
+  queue_->begin(capture->number());
+  queue_->end(capture->number(), NoFrame::kFailed);
+}
+
+bool CaptureSession::stopWorker() {
+  if (!control_) return thread_.join(0ms);
   control_->stop();
   // A worker that waits for data is woken by the end of its reads.
   if (CCyBulkEndPoint* bulkIn = link_->device().bulkIn()) bulkIn->abort();
@@ -41,6 +91,30 @@ bool CaptureSession::stop() {
   control_.reset();
   link_.reset();
   return ended;
+}
+
+bool CaptureSession::stop() {
+  const auto capture = current();
+  const bool hasImage = capture && capture->isSnapshot() && !capture->isRunning();
+  if (capture && !hasImage) {
+    queue_->end(capture->number(), NoFrame::kStopped);
+    queue_->forget();
+  }
+  const bool ended = stopWorker();
+  if (!hasImage) setCurrent(nullptr);
+  return ended;
+}
+
+bool CaptureSession::suspend() {
+  if (const auto capture = current()) queue_->suspend(capture->number());
+  const bool ended = stopWorker();
+  setCurrent(nullptr);
+  return ended;
+}
+
+void CaptureSession::forget() {
+  queue_->forget();
+  setCurrent(nullptr);
 }
 
 }  // namespace orvik

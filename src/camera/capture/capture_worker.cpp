@@ -12,6 +12,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kEmptyReadsBeforeRestart = 4;
+/// After so many bad frames in a row the stream has lost its beat: the reads no longer begin where
+/// the camera's frames do, and only a camera that starts anew brings them together.
+constexpr int kBadFramesBeforeRestart = 4;
 constexpr auto kSensorWakeTime = 20ms;
 constexpr auto kExposureSlice = 200ms;
 constexpr auto kExposureInOneSleep = 1001ms;
@@ -26,9 +29,9 @@ CaptureWorker::CaptureWorker(CaptureParts parts)
       state_(*parts_.state),
       protocol_(*parts_.protocol),
       control_(*parts_.control),
-      snapshot_(state_.snapshot),
-      frameBytes_(state_.frameBytes()),
-      stream_(link_.device(), parts_.frames, frameBytes_, protocol_.transferBytes()),
+      format_(parts_.capture->format()),
+      stream_(link_.device(), *parts_.clock, parts_.frames, format_.frameBytes(),
+              protocol_.transferBytes()),
       fallback_(control_.now()),
       automatic_({.pace = parts_.autoPace,
                   .state = parts_.state,
@@ -46,18 +49,17 @@ void CaptureWorker::start() {
   longExposure_ = state_.longExposure;
   link_.send(code(VendorRequest::kStopStreaming));
   protocol_.halt(link_, longExposure_);
-  parts_.queue->clear();
   link_.send(code(VendorRequest::kStartStreaming));
   protocol_.wake(link_);
   control_.sleepFor(kSensorWakeTime);
   protocol_.run(link_, longExposure_);
   stream_.restart();
-  if (!snapshot_) automatic_.start();
+  if (!isSnapshot()) automatic_.start();
 }
 
 CaptureWorker::Next CaptureWorker::step() {
-  if (snapshot_ && snapshotHasFailed(badFrames_, state_.exposureUs)) {
-    return endSnapshot(Orvik_EXPSTATE_FAILED);
+  if (isSnapshot() && snapshotHasFailed(badFrames_, state_.exposureUs)) {
+    return end(Orvik_EXPSTATE_FAILED, NoFrame::kFailed);
   }
   followExposureMode();
   if (longExposure_) exposeLong();
@@ -66,7 +68,7 @@ CaptureWorker::Next CaptureWorker::step() {
 
   switch (result) {
     case BulkStream::Result::kGone:
-      return snapshot_ ? endSnapshot(Orvik_EXPSTATE_FAILED) : Next::kLeave;
+      return end(Orvik_EXPSTATE_FAILED, NoFrame::kUnplugged);
     case BulkStream::Result::kEmpty:
       return onEmpty(false);
     case BulkStream::Result::kFailed:
@@ -82,43 +84,58 @@ CaptureWorker::Next CaptureWorker::step() {
 }
 
 // The exposure can cross the border to long exposures while capture runs; the camera then has to be
-// told who times its frames.
+// told who times its frames. What it has exposed in the former way and not sent yet must not be
+// taken for a frame of the new way, so the stream starts anew.
 void CaptureWorker::followExposureMode() {
   const bool wanted = state_.longExposure;
   if (wanted == longExposure_) return;
   longExposure_ = wanted;
-  protocol_.run(link_, longExposure_);
+  restartCamera();
+}
+
+// Whatever arrives before the exposure ends belongs to a frame from before: one that came too late
+// to be waited for, for instance. Taken for the frame of this exposure it would leave every later
+// one an exposure late.
+void CaptureWorker::discardStaleData() {
+  if (stream_.hasArrived()) stream_.restart();
 }
 
 void CaptureWorker::exposeLong() {
-  const std::uint64_t exposureUs = state_.exposureUs;
-  const auto exposure = std::chrono::microseconds(exposureUs);
+  discardStaleData();
   protocol_.beginExposure(link_);
-  const auto end = control_.now() + exposure;
-  for (;;) {
-    const auto left = end - control_.now();
-    if (left <= 0ns || state_.exposureUs != exposureUs || stream_.isGone()) break;
-    const bool inOneSleep = exposure < kExposureInOneSleep;
-    if (!control_.sleepFor(inOneSleep ? left
-                                      : std::min<seam::Clock::Duration>(left, kExposureSlice)))
-      break;
-  }
+  exposureBegun_ = control_.now();
+  const bool goesOn = sleepThroughExposure(state_.exposureUs);
+  if (goesOn) discardStaleData();
   protocol_.endExposure(link_);
+  exposureEnded_ = control_.now();
+}
+
+/// @return false when the capture ends.
+bool CaptureWorker::sleepThroughExposure(std::uint64_t exposureUs) {
+  const auto exposure = std::chrono::microseconds(exposureUs);
+  const Time end = exposureBegun_ + exposure;
+  for (;;) {
+    const Time left = end - control_.now();
+    if (left <= 0ns || state_.exposureUs != exposureUs || stream_.isGone()) return true;
+    const bool inOneSleep = exposure < kExposureInOneSleep;
+    if (!control_.sleepFor(inOneSleep ? left : std::min<Time>(left, kExposureSlice))) return false;
+  }
 }
 
 std::chrono::milliseconds CaptureWorker::waitPerRead() const {
-  const double frameTime = frameTimeUs(state_.rowsDelivered(), state_.lineLength, state_.clockKhz);
+  const double frameTime = frameTimeUs(format_.rows(), state_.lineLength, state_.clockKhz);
   const std::size_t transferBytes = protocol_.transferBytes();
-  const std::size_t readsPerFrame = (frameBytes_ + transferBytes - 1) / transferBytes;
+  const std::size_t readsPerFrame = (format_.frameBytes() + transferBytes - 1) / transferBytes;
   return std::chrono::milliseconds(
       transferWaitMs(state_.exposureUs, frameTime, protocol_.patience(readsPerFrame)));
 }
 
 std::span<std::uint8_t> CaptureWorker::currentFrame() const {
-  return stream_.frame()->bytes().first(frameBytes_);
+  return stream_.frame()->bytes().first(format_.frameBytes());
 }
 
 CaptureWorker::Next CaptureWorker::onEmpty(bool pipeFailed) {
+  badFramesInARow_ = 0;
   if (++emptyReads_ >= kEmptyReadsBeforeRestart) {
     restartCamera();
   } else if (pipeFailed) {
@@ -129,12 +146,14 @@ CaptureWorker::Next CaptureWorker::onEmpty(bool pipeFailed) {
 
 void CaptureWorker::restartCamera() {
   emptyReads_ = 0;
+  badFramesInARow_ = 0;
   stream_.stop();
   link_.resetBulkPipe();
   control_.sleepFor(100ms);
   protocol_.halt(link_, longExposure_);
   link_.send(code(VendorRequest::kStopStreaming));
   control_.sleepFor(10ms);
+  stream_.drain();
   link_.send(code(VendorRequest::kStartStreaming));
   protocol_.wake(link_);
   control_.sleepFor(kSensorWakeTime);
@@ -143,11 +162,20 @@ void CaptureWorker::restartCamera() {
 }
 
 void CaptureWorker::onBadFrame() {
-  ++state_.droppedFrames;
+  parts_.capture->countLostFrame();
+  ++lostSincePush_;
+  ++frameNumber_;
   ++badFrames_;
   emptyReads_ = 0;
-  if (fallback_.onBadFrame(control_.now(), state_.bandwidthAuto, badFrames_)) lowerBandwidth();
-  stream_.restart();
+  const bool automatic = state_.bandwidthAuto;
+  if (fallback_.onBadFrame(control_.now(), automatic, state_.bandwidthAutoSince, badFrames_)) {
+    lowerBandwidth();
+  }
+  if (++badFramesInARow_ >= kBadFramesBeforeRestart) {
+    restartCamera();
+  } else {
+    stream_.restart();
+  }
 }
 
 void CaptureWorker::lowerBandwidth() {
@@ -158,35 +186,70 @@ void CaptureWorker::lowerBandwidth() {
 
 CaptureWorker::Next CaptureWorker::onGoodFrame() {
   emptyReads_ = 0;
+  badFramesInARow_ = 0;
   protocol_.clearMarks(currentFrame());
-  if (snapshot_) {
-    state_.capturing = false;  // who has the image may start anew at once
+  const FrameFacts facts = describeFrame();
+  ++frameNumber_;
+  if (!isSnapshot()) automatic_.look(currentFrame(), format_, facts);
+  const bool queued = parts_.queue->push(stream_.frame(), format_, facts);
+  if (isSnapshot()) return end(Orvik_EXPSTATE_READY, NoFrame::kStopped);
+  if (queued) {
+    lostSincePush_ = 0;
   } else {
-    automatic_.look(currentFrame());
+    parts_.capture->countLostFrame();
+    ++lostSincePush_;
   }
-  const bool queued = parts_.queue->push(stream_.frame());
-  if (snapshot_) return endSnapshot(Orvik_EXPSTATE_READY);
-  if (!queued) ++state_.droppedFrames;
   stream_.advance();
   automatic_.act();
   return Next::kGoOn;
 }
 
-// Who sees the new status may start the next capture at once: by then this one is over.
-CaptureWorker::Next CaptureWorker::endSnapshot(Orvik_EXPOSURE_STATUS status) {
-  parts_.queue->close();
-  state_.capturing = false;
-  state_.exposureStatus = status;
+FrameFacts CaptureWorker::describeFrame() const {
+  const BulkStream::Arrival arrival = stream_.arrival();
+  const auto lineTime =
+      Time(static_cast<std::int64_t>(lineTimeUs(state_.lineLength, state_.clockKhz) * 1000));
+  const Time readOut = lineTime * format_.rows();
+  FrameFacts facts;
+  facts.capture = parts_.capture->number();
+  facts.number = frameNumber_;
+  facts.lostBefore = lostSincePush_;
+  facts.snapshot = isSnapshot();
+  facts.lastByte = arrival.time;
+  facts.firstByte = arrival.time - readOut;
+  facts.uncertainty = arrival.uncertainty + lineTime;
+  facts.utcOffset = std::chrono::system_clock::now().time_since_epoch() - parts_.clock->now();
+  SettingsHistory::Exposed exposed;
+  if (longExposure_) {
+    facts.exposureStart = exposureBegun_;
+    facts.exposureEnd = exposureEnded_;
+    facts.firstByte = std::max(facts.firstByte, exposureEnded_);
+    exposed = state_.settingsHistory.exposedFrom(exposureBegun_);
+    const auto exposedFor =
+        std::chrono::duration_cast<std::chrono::microseconds>(exposureEnded_ - exposureBegun_);
+    const auto exposedUs = static_cast<std::uint64_t>(exposedFor.count());
+    exposed.settings.exposureUs = std::min(exposed.settings.exposureUs, exposedUs);
+  } else {
+    const Time frameTime = lineTime * (format_.rows() + kBlankRows);
+    exposed = state_.settingsHistory.exposedUntil(facts.firstByte, frameTime);
+    facts.exposureEnd = facts.firstByte;
+    facts.exposureStart =
+        facts.firstByte - std::chrono::microseconds(exposed.settings.exposureUs);
+  }
+  facts.settings = exposed.settings;
+  facts.isSettled = exposed.isSettled;
+  if (state_.temperatureRead) facts.temperature = state_.temperature;
+  return facts;
+}
+
+CaptureWorker::Next CaptureWorker::end(Orvik_EXPOSURE_STATUS status, NoFrame why) {
+  parts_.capture->end(status);
+  parts_.queue->end(parts_.capture->number(), why);
   return Next::kLeave;
 }
 
 void CaptureWorker::finish() {
   // Whoever waits for a frame learns at once that none will come, however slowly the camera stops.
-  // And whoever learns it may start anew at once.
-  state_.capturing = false;
-  if (!snapshot_) parts_.queue->clear();
-  parts_.queue->close();
-  state_.droppedFrames = 0;
+  if (parts_.capture->isRunning()) end(Orvik_EXPSTATE_NONE, NoFrame::kStopped);
   automatic_.end();
   protocol_.finish(link_, longExposure_);
   link_.send(code(VendorRequest::kStopStreaming));

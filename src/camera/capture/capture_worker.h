@@ -9,6 +9,7 @@
 #include "camera/camera_state.h"
 #include "camera/capture/bulk_stream.h"
 #include "camera/capture/camera_gate.h"
+#include "camera/capture/capture.h"
 #include "camera/capture/capture_laws.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
@@ -22,12 +23,16 @@ namespace orvik {
 struct CaptureParts {
   std::shared_ptr<VendorLink> link;
   std::shared_ptr<CameraState> state;
-  std::shared_ptr<FrameQueue> queue;
   std::shared_ptr<CameraGate> gate;
   std::shared_ptr<const FrameProtocol> protocol;
+  std::shared_ptr<seam::Clock> clock;
+  AutoPace autoPace;
+
+  // Made anew for each capture, by CaptureSession
+  std::shared_ptr<Capture> capture;
+  std::shared_ptr<FrameQueue> queue;
   std::shared_ptr<StopSwitch> control;
   std::shared_ptr<FramePair> frames;
-  AutoPace autoPace;
 };
 
 /// Reads frames from the camera until it is stopped, or in snapshot mode until one frame is good.
@@ -40,6 +45,7 @@ class CaptureWorker {
 
  private:
   enum class Next : std::uint8_t { kGoOn, kLeave };
+  using Time = seam::Clock::Duration;
 
   void start();
   void restartCamera();
@@ -48,12 +54,16 @@ class CaptureWorker {
   Next onEmpty(bool pipeFailed);
   void onBadFrame();
   Next onGoodFrame();
-  Next endSnapshot(Orvik_EXPOSURE_STATUS status);
+  Next end(Orvik_EXPOSURE_STATUS status, NoFrame why);
   void exposeLong();
+  bool sleepThroughExposure(std::uint64_t exposureUs);
+  void discardStaleData();
   void followExposureMode();
   void lowerBandwidth();
+  [[nodiscard]] FrameFacts describeFrame() const;
   [[nodiscard]] std::chrono::milliseconds waitPerRead() const;
   [[nodiscard]] std::span<std::uint8_t> currentFrame() const;
+  [[nodiscard]] bool isSnapshot() const { return parts_.capture->isSnapshot(); }
 
   CaptureParts parts_;
   VendorLink& link_;
@@ -61,14 +71,18 @@ class CaptureWorker {
   const FrameProtocol& protocol_;
   StopSwitch& control_;
 
-  bool snapshot_;
+  const FrameFormat format_;
   bool longExposure_ = false;  ///< the mode that the camera runs in
-  std::size_t frameBytes_;
   BulkStream stream_;
   BandwidthFallback fallback_;
   AutoControl automatic_;  ///< idle in snapshot mode
   std::uint32_t badFrames_ = 0;
+  int badFramesInARow_ = 0;
   int emptyReads_ = 0;
+  std::uint64_t frameNumber_ = 0;   ///< of the frame that is being read; lost ones are counted
+  std::uint32_t lostSincePush_ = 0;  ///< frames lost since the last that was queued
+  Time exposureBegun_{};             ///< of the last exposure that the host timed
+  Time exposureEnded_{};
 };
 
 }  // namespace orvik

@@ -27,79 +27,103 @@ bool waitFor(sem_t& semaphore, const std::optional<timespec>& deadline) {
   }
 }
 
+/// Those who lost the camera, or the capture with it, need not wait for another one.
+bool isFinal(NoFrame why) { return why == NoFrame::kUnplugged || why == NoFrame::kFailed; }
+
 }  // namespace
 
-FrameQueue::FrameQueue(std::size_t frameBytes)
-    : slots_{std::make_shared<PageBuffer>(frameBytes), std::make_shared<PageBuffer>(frameBytes)} {
-  sem_init(&arrivals_, 0, 0);
+FrameQueue::FrameQueue(FrameBuffer first, FrameBuffer second) {
+  slots_[0].memory = std::move(first);
+  slots_[1].memory = std::move(second);
+  sem_init(&events_, 0, 0);
 }
 
-FrameQueue::~FrameQueue() { sem_destroy(&arrivals_); }
+FrameQueue::~FrameQueue() { sem_destroy(&events_); }
 
-bool FrameQueue::push(FrameBuffer& frame) {
+void FrameQueue::clear() { readIndex_ = writeIndex_ = count_ = 0; }
+
+// The semaphore never counts beyond one, so nobody who polls leaves a heap of events behind for the
+// next who waits. All who post hold the mutex.
+void FrameQueue::wake() {
+  int value = 0;
+  sem_getvalue(&events_, &value);
+  if (value <= 0) sem_post(&events_);
+}
+
+void FrameQueue::begin(std::uint64_t capture) {
   const std::lock_guard lock(mutex_);
-  if (count_ == slots_.size()) return false;
-  std::swap(frame, slots_[writeIndex_]);
+  clear();
+  capture_ = capture;
+  ended_.reset();
+}
+
+void FrameQueue::suspend(std::uint64_t capture) {
+  const std::lock_guard lock(mutex_);
+  if (capture != capture_) return;
+  clear();
+  capture_ = 0;
+}
+
+void FrameQueue::end(std::uint64_t capture, NoFrame why) {
+  const std::lock_guard lock(mutex_);
+  if (capture != capture_ || ended_) return;
+  ended_ = why;
+  ++endings_;
+  wake();
+}
+
+void FrameQueue::forget() {
+  const std::lock_guard lock(mutex_);
+  clear();
+}
+
+bool FrameQueue::push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts) {
+  const std::lock_guard lock(mutex_);
+  if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
+  Frame& slot = slots_[writeIndex_];
+  std::swap(memory, slot.memory);
+  slot.format = format;
+  slot.facts = facts;
   writeIndex_ ^= 1U;
-  if (++count_ == 1) sem_post(&arrivals_);
+  if (++count_ == 1) wake();
   return true;
 }
 
-bool FrameQueue::take(FrameBuffer& frame) {
-  const std::lock_guard lock(mutex_);
-  if (count_ == 0) return false;
-  std::swap(frame, slots_[readIndex_]);
+std::optional<NoFrame> FrameQueue::take(Frame& frame, std::size_t room) {
+  if (count_ == 0) return ended_.value_or(NoFrame::kTimeout);
+  Frame& slot = slots_[readIndex_];
+  if (slot.format.imageBytes() > room) return NoFrame::kDoesNotFit;
+  std::swap(frame.memory, slot.memory);
+  frame.format = slot.format;
+  frame.facts = slot.facts;
   readIndex_ ^= 1U;
   --count_;
-  return true;
+  return std::nullopt;
 }
 
-bool FrameQueue::pop(FrameBuffer& frame, Wait wait) {
-  const unsigned closingsBefore = closings();
-  if (take(frame)) return true;
-  if (wait ? wait->count() <= 0 : !isOpen()) return false;
+std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Wait wait) {
+  std::unique_lock lock(mutex_);
+  std::optional<NoFrame> missing = take(frame, room);
+  if (!missing || missing == NoFrame::kDoesNotFit) return missing;
+  if (wait ? isFinal(*missing) || wait->count() <= 0 : ended_.has_value()) return missing;
 
   std::optional<timespec> deadline;
   if (wait) deadline = toTimespec(std::chrono::steady_clock::now() + *wait);
-  // A post can be older than this wait: its frame was taken without waiting, or cleared.
-  while (waitFor(arrivals_, deadline)) {
-    if (take(frame)) return true;
-    if (closings() != closingsBefore) return false;
+  const unsigned endingsBefore = endings_;
+  for (;;) {
+    lock.unlock();
+    const bool inTime = waitFor(events_, deadline);
+    lock.lock();
+    // An event can be older than this wait: then nothing is there yet.
+    missing = take(frame, room);
+    if (!missing || missing == NoFrame::kDoesNotFit || !inTime) return missing;
+    if (endings_ != endingsBefore) return ended_.value_or(NoFrame::kStopped);
   }
-  return false;
-}
-
-void FrameQueue::clear() {
-  const std::lock_guard lock(mutex_);
-  readIndex_ = writeIndex_ = count_ = 0;
-}
-
-void FrameQueue::open() {
-  const std::lock_guard lock(mutex_);
-  open_ = true;
-}
-
-void FrameQueue::close() {
-  const std::lock_guard lock(mutex_);
-  if (!open_) return;
-  open_ = false;
-  ++closings_;
-  sem_post(&arrivals_);
-}
-
-bool FrameQueue::isOpen() const {
-  const std::lock_guard lock(mutex_);
-  return open_;
-}
-
-unsigned FrameQueue::closings() const {
-  const std::lock_guard lock(mutex_);
-  return closings_;
 }
 
 bool FrameQueue::isUsable() const {
   const std::lock_guard lock(mutex_);
-  return slots_[0]->size() != 0 && slots_[1]->size() != 0;
+  return slots_[0].memory && slots_[1].memory;
 }
 
 }  // namespace orvik

@@ -5,64 +5,91 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 
+#include "camera/capture/frame_facts.h"
+#include "camera/capture/frame_format.h"
 #include "camera/page_buffer.h"
 
 namespace orvik {
 
+/// A frame on its way from the capture worker to the caller: its memory, and what it is.
+struct Frame {
+  FrameBuffer memory;
+  FrameFormat format;
+  FrameFacts facts;
+};
+
+/// Why somebody who wanted a frame has none.
+enum class NoFrame : std::uint8_t {
+  kTimeout,     ///< none came in time
+  kStopped,     ///< no capture is running, or it was stopped
+  kUnplugged,   ///< the camera is gone
+  kFailed,      ///< the capture ended without one
+  kDoesNotFit,  ///< one is there, but its image is larger than the buffer
+};
+
 /// Hands frames from the capture worker to the thread that delivers them: two slots, oldest first.
 ///
 /// A push never waits: when both slots are taken the frame is dropped. Frames change hands by
-/// exchanging buffers; nothing is copied. One thread pushes, one pops; clear, open and close may be
-/// called from either.
+/// exchanging buffers; nothing is copied. Captures follow one another here, each with its number: a
+/// frame of any other capture than the present one is refused, and the frames of one never reach
+/// the next. One thread pushes, one pops; everything else may be called from any thread.
 class FrameQueue {
  public:
-  /// How long a pop may wait; none waits as long as frames can come.
+  /// How long a pop may wait; none waits as long as a capture runs.
   using Wait = std::optional<std::chrono::milliseconds>;
 
-  /// @param frameBytes capacity of each slot
-  explicit FrameQueue(std::size_t frameBytes);
+  /// @param first, second memory for one frame each
+  FrameQueue(FrameBuffer first, FrameBuffer second);
   ~FrameQueue();
   FrameQueue(const FrameQueue&) = delete;
   FrameQueue& operator=(const FrameQueue&) = delete;
 
-  /// Exchanges `frame` for the buffer of a free slot.
-  /// @return false when there was none; `frame` is then as it was.
-  bool push(FrameBuffer& frame);
-
-  /// Exchanges `frame` for the oldest waiting frame, waiting for one if need be.
-  ///
-  /// A closed queue gives what it still holds. Once it is empty a wait on it ends early when it is
-  /// closed meanwhile, and without a limit at once.
-  /// @return false when no frame came.
-  bool pop(FrameBuffer& frame, Wait wait);
-
+  /// A capture begins: the frames of the one before are forgotten.
+  void begin(std::uint64_t capture);
+  /// The capture gives way to another one, which follows at once: its frames are forgotten, and
+  /// those who wait go on waiting.
+  void suspend(std::uint64_t capture);
+  /// No frame of this capture will follow: wakes whoever waits.
+  /// @param why what those are told who find no frame
+  void end(std::uint64_t capture, NoFrame why);
   /// Forgets the frames that wait.
-  void clear();
+  void forget();
 
-  /// Frames will come: waiting makes sense.
-  void open();
-  /// No more frames will come: wakes whoever waits.
-  void close();
+  /// Exchanges `memory` for the buffer of a free slot.
+  /// @return false when there was none, or the frame is not of the present capture; `memory` is
+  ///         then as it was.
+  bool push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts);
+
+  /// Exchanges `frame` for the oldest waiting one, waiting for one if need be.
+  ///
+  /// A wait with a limit also waits for a capture to begin. A capture that ends wakes it, and so
+  /// does one that has ended because the camera failed or is gone; without a limit there is no
+  /// waiting while no capture runs.
+  /// @param room bytes that the image may have; a larger one stays where it is
+  /// @return why there is no frame; none when there is.
+  std::optional<NoFrame> pop(Frame& frame, std::size_t room, Wait wait);
 
   /// Whether the slots have their memory.
   [[nodiscard]] bool isUsable() const;
 
  private:
-  bool take(FrameBuffer& frame);
-  [[nodiscard]] bool isOpen() const;
-  [[nodiscard]] unsigned closings() const;
+  void clear();
+  void wake();
+  std::optional<NoFrame> take(Frame& frame, std::size_t room);
 
   mutable std::mutex mutex_;
-  std::array<FrameBuffer, 2> slots_;
+  std::array<Frame, 2> slots_;
   unsigned readIndex_ = 0;
   unsigned writeIndex_ = 0;
   unsigned count_ = 0;
-  bool open_ = false;
-  unsigned closings_ = 0;
-  sem_t arrivals_;  ///< posted when the queue stops being empty, and when it is closed
+  std::uint64_t capture_ = 0;
+  std::optional<NoFrame> ended_ = NoFrame::kStopped;  ///< none while a capture runs
+  unsigned endings_ = 0;
+  sem_t events_;  ///< 1 when something has happened since the last wait, else 0
 };
 
 }  // namespace orvik

@@ -20,57 +20,28 @@ constexpr std::size_t kBytesPerColourPixel = 3;
 /// frames as they are; there is no dark worth subtracting.
 constexpr std::uint64_t kShortestDarkWithAutoExposureUs = 500'000;
 
-std::size_t largestFrame(const ModelRow& model) {
-  return std::size_t{2} * static_cast<std::size_t>(model.maxWidth) *
-         static_cast<std::size_t>(model.maxHeight);
-}
-
 }  // namespace
 
-/// The settings that one image is made with, read once: they may change meanwhile.
-struct FrameDelivery::Job {
-  int width = 0;    ///< of the image
-  int height = 0;   ///< of the image
-  int hostBin = 1;  ///< bin factor that is left to the host
-  bool is16Bits = false;
+/// What one image is made of and how: its frame's own format, and the settings of the moment, read
+/// once.
+struct FrameDelivery::Job : FrameFormat {
+  explicit Job(const FrameFormat& format) : FrameFormat(format) {}
+
+  FrameRegion region;
   bool flipHorizontal = false;
   bool flipVertical = false;
-  bool rawOutput = false;
   bool subtractsDark = false;
   bool timeMark = false;
-  IMAGE_TYPE type = IMAGE_8BIT;
-
-  [[nodiscard]] std::size_t pixels() const {
-    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  }
-  [[nodiscard]] int columns() const { return width * hostBin; }
-  [[nodiscard]] int rows() const { return height * hostBin; }
-  [[nodiscard]] std::size_t bytesPerSample() const { return is16Bits ? 2 : 1; }
-  [[nodiscard]] std::size_t samples() const {
-    return static_cast<std::size_t>(columns()) * static_cast<std::size_t>(rows());
-  }
-  [[nodiscard]] std::size_t rowBytes() const {
-    return static_cast<std::size_t>(columns()) * bytesPerSample();
-  }
-  /// Rows of the image that lie whole in a buffer of so many bytes.
-  [[nodiscard]] int rowsWithin(std::size_t bytes) const {
-    const std::size_t row =
-        static_cast<std::size_t>(width) * (type == IMAGE_RGB24 ? kBytesPerColourPixel : 1);
-    return static_cast<int>(std::min(bytes / row, static_cast<std::size_t>(height)));
-  }
-  [[nodiscard]] std::size_t frameBytes() const {
-    return rowBytes() * static_cast<std::size_t>(rows());
-  }
 };
 
 FrameDelivery::FrameDelivery(const ModelRow& model, const FrameProtocol& protocol,
-                             const CameraState& state, FrameQueue& queue, Corrections corrections)
+                             const CameraState& state, Source source, Corrections corrections)
     : model_(model),
       protocol_(protocol),
       state_(state),
-      queue_(queue),
+      queue_(source.queue),
       corrections_(corrections),
-      frame_(std::make_shared<PageBuffer>(largestFrame(model))),
+      frame_{.memory = std::move(source.memory), .format = {}, .facts = {}},
       colourRows_(model.colour ? 2 * kBytesPerColourPixel * static_cast<std::size_t>(model.maxWidth)
                                : 0) {}
 
@@ -84,79 +55,72 @@ void FrameDelivery::setGamma(int value) {
   gamma_ = std::move(tables);
 }
 
-FrameDelivery::Job FrameDelivery::currentJob() const {
-  Job job;
-  job.width = state_.width;
-  job.height = state_.height;
-  job.hostBin = state_.softwareBin();
-  job.is16Bits = state_.output16Bits;
+FrameDelivery::Job FrameDelivery::jobOf(const Frame& frame) const {
+  const FrameSettings& settings = frame.facts.settings;
+  Job job(frame.format);
+  job.region = frame.format.regionAt(settings.startX, settings.startY, model_.colour);
   job.flipHorizontal = state_.flipHorizontal;
   job.flipVertical = state_.flipVertical;
-  job.rawOutput = state_.rawOutput;
-  job.subtractsDark = !state_.exposureAuto || state_.exposureUs >= kShortestDarkWithAutoExposureUs;
+  job.subtractsDark =
+      !state_.exposureAuto || settings.exposureUs >= kShortestDarkWithAutoExposureUs;
   job.timeMark = state_.timeMark;
-  job.type = state_.imageType;
   return job;
 }
 
-bool FrameDelivery::isUsable() const { return frame_->size() != 0; }
-
-bool FrameDelivery::fits(const Job& job, std::size_t imageBytes) const {
-  switch (job.type) {
-    case IMAGE_RGB24:
-      return imageBytes >= job.pixels() * kBytesPerColourPixel;
-    case IMAGE_YUV422:
-      return imageBytes >= job.pixels() * 2;
-    case IMAGE_8BIT:
-      return job.rawOutput || !model_.colour || imageBytes >= job.pixels();
-    default:
-      return true;  // copied as far as there is room
-  }
-}
-
-bool FrameDelivery::deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait) {
+std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
+                                              FrameQueue::Wait wait) {
   const auto start = std::chrono::steady_clock::now();
   const Turn::Holder turn(turn_, wait);
-  if (!turn) return false;
+  if (!turn) return NoFrame::kTimeout;
+  if (!isUsable()) return NoFrame::kFailed;
   if (wait) {  // what the turn has cost is not waited for again
     const auto waited = std::chrono::steady_clock::now() - start;
     *wait -= std::min(*wait, std::chrono::duration_cast<std::chrono::milliseconds>(waited));
   }
-  if (!isUsable() || !fits(currentJob(), image.size())) return false;
-  if (!queue_.pop(frame_, wait)) return false;
-  const Job job = currentJob();
-  if (!fits(job, image.size())) return false;  // the format was changed during the wait
+  if (const auto missing = queue_.pop(frame_, image.size(), wait)) return missing;
 
-  protocol_.mendMarks(frame_->bytes().first(job.frameBytes()), job.rowBytes());
-  if (job.is16Bits && model_.highByteFirst) {
-    swapBytes(std::span(frame_->words(), job.samples()));
-  }
+  const Job job = jobOf(frame_);
+  correct(job);
+  convert(job, image.first(job.imageBytes()));
+  if (job.timeMark) CAlgorithm::AddTimeMark(image.data(), job.width, job.height, job.type);
+  const std::lock_guard lock(lastMutex_);
+  last_ = {.format = frame_.format,
+           .facts = frame_.facts,
+           .flipHorizontal = job.flipHorizontal,
+           .flipVertical = job.flipVertical};
+  return std::nullopt;
+}
+
+std::optional<DeliveredImage> FrameDelivery::lastImage() const {
+  const std::lock_guard lock(lastMutex_);
+  return last_;
+}
+
+void FrameDelivery::correct(const Job& job) {
+  PageBuffer& memory = *frame_.memory;
+  protocol_.mendMarks(memory.bytes().first(job.frameBytes()), job.rowBytes());
+  if (job.is16Bits && model_.highByteFirst) swapBytes(std::span(memory.words(), job.samples()));
   if (!job.is16Bits) applyDark(job);
   applyGamma(job);
   mendHotPixels(job);
-  CAlgorithm::SoftMisc(frame_->data(), job.width, job.height, job.hostBin, job.is16Bits,
+  CAlgorithm::SoftMisc(memory.data(), job.width, job.height, job.hostBin(), job.is16Bits,
                        job.flipVertical, job.flipHorizontal);
   const auto bin = model_.colour ? CAlgorithm::ColorRAWBin : CAlgorithm::MonoBin;
-  bin(frame_->data(), frame_->words(), job.width, job.height, job.hostBin, job.is16Bits);
-  convert(job, image);
-  if (job.timeMark)
-    CAlgorithm::AddTimeMark(image.data(), job.width, job.rowsWithin(image.size()), job.type);
-  return true;
+  bin(memory.data(), memory.words(), job.width, job.height, job.hostBin(), job.is16Bits);
 }
 
 void FrameDelivery::applyDark(const Job& job) {
-  const std::span frame = frame_->bytes().first(job.samples());
+  const std::span frame = frame_.memory->bytes().first(job.samples());
   corrections_.dark.addFrame(frame, job.columns(), job.rows());
-  if (job.subtractsDark) corrections_.dark.subtract(frame, job.columns(), job.rows());
+  if (job.subtractsDark) corrections_.dark.subtract(frame, job.region);
 }
 
 void FrameDelivery::mendHotPixels(const Job& job) {
+  const PageBuffer& memory = *frame_.memory;
   if (job.is16Bits) {
-    corrections_.hotPixels.correct(std::span(frame_->words(), job.samples()), job.columns(),
-                                   job.rows());
+    corrections_.hotPixels.correct(std::span(memory.words(), job.samples()), job.region);
   } else {
-    corrections_.hotPixels.correct(std::span(frame_->data(), job.samples()), job.columns(),
-                                   job.rows());
+    corrections_.hotPixels.correct(std::span(memory.data(), job.samples()), job.region);
   }
 }
 
@@ -168,9 +132,9 @@ void FrameDelivery::applyGamma(const Job& job) {
   }
   if (!tables) return;
   if (job.is16Bits) {
-    CAlgorithm::Gamma(frame_->words(), tables->table16.data(), job.columns(), job.rows());
+    CAlgorithm::Gamma(frame_.memory->words(), tables->table16.data(), job.columns(), job.rows());
   } else {
-    CAlgorithm::Gamma(frame_->data(), tables->table8.data(), job.columns(), job.rows());
+    CAlgorithm::Gamma(frame_.memory->data(), tables->table8.data(), job.columns(), job.rows());
   }
 }
 
@@ -183,20 +147,19 @@ void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
       }
       break;
     case IMAGE_RGB24:
-      demosaic(frame_->data(), image.data(), patternOf(job), job.width, job.height,
+      demosaic(frame_.memory->data(), image.data(), patternOf(job), job.width, job.height,
                hostBalance(model_, state_));
       return;
     case IMAGE_YUV422:
       convertToYuv(job, image.data());
       return;
     case IMAGE_GREY30:
-      grey10(frame_->words(), image.data(), std::min(image.size() / 4, job.pixels()));
+      grey10(frame_.memory->words(), image.data(), job.pixels());
       return;
     case IMAGE_RAW16:
       break;
   }
-  std::memcpy(image.data(), frame_->data(),
-              std::min(image.size(), job.pixels() * job.bytesPerSample()));
+  std::memcpy(image.data(), frame_.memory->data(), image.size());
 }
 
 BayerPattern FrameDelivery::patternOf(const Job& job) const {
@@ -210,7 +173,7 @@ CellRowDemosaic FrameDelivery::demosaicOf(const Job& job) const {
 void FrameDelivery::convertToLuminance(const Job& job, std::uint8_t* image) {
   const CellRowDemosaic cells = demosaicOf(job);
   for (int y = 0; y < job.height; y += 2) {
-    cells.make(frame_->data(), y, colourRows_.data());
+    cells.make(frame_.memory->data(), y, colourRows_.data());
     luminance(colourRows_.data(), image + std::ptrdiff_t{y} * job.width, job.width,
               cells.rowsAt(y));
   }
@@ -220,7 +183,7 @@ void FrameDelivery::convertToLuminance(const Job& job, std::uint8_t* image) {
 void FrameDelivery::convertToYuv(const Job& job, std::uint8_t* image) {
   const CellRowDemosaic cells = demosaicOf(job);
   for (int y = 0; y < job.height; y += 2) {
-    cells.make(frame_->data(), y, colourRows_.data());
+    cells.make(frame_.memory->data(), y, colourRows_.data());
     const int rows = cells.rowsAt(y);
     yuv422(colourRows_.data(), image + std::ptrdiff_t{2} * (job.height - y - rows) * job.width,
            job.width, rows, true);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -22,9 +23,18 @@
 
 namespace orvik {
 
+/// What is known of an image that was delivered.
+struct DeliveredImage {
+  FrameFormat format;
+  FrameFacts facts;
+  bool flipHorizontal = false;
+  bool flipVertical = false;
+};
+
 /// Takes frames out of the queue and makes images of them: marks mended, dark subtracted, gamma,
-/// hot pixels mended, flip, binning, conversion and time mark, in that order. One thread at a time;
-/// a second one waits its turn.
+/// hot pixels mended, flip, binning, conversion and time mark, in that order. What an image looks
+/// like follows from the format that its frame carries; flips, gamma and corrections are those of
+/// the moment. One thread at a time; a second one waits its turn.
 class FrameDelivery {
  public:
   /// What the camera puts right in each frame.
@@ -32,17 +42,28 @@ class FrameDelivery {
     DarkFrame& dark;
     const HotPixels& hotPixels;
   };
+  /// Where frames come from.
+  struct Source {
+    FrameQueue& queue;
+    FrameBuffer memory;  ///< for the frame in work; exchanged with the queue's
+  };
 
-  /// @param model, protocol, state, queue, corrections of the camera; must outlive the delivery
+  /// @param model, protocol, state, source, corrections of the camera; must outlive the delivery
   FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
-                FrameQueue& queue, Corrections corrections);
+                Source source, Corrections corrections);
+
+  /// Whether there is memory to work in.
+  [[nodiscard]] bool isUsable() const { return frame_.memory != nullptr; }
 
   /// Delivers the oldest frame as an image.
-  /// @param image receives the image; for raw types and luminance at most as much as fits, a colour
-  ///        image must fit whole
+  /// @param image receives the image, if it fits whole; a frame whose image does not fit stays
+  ///        where it is
   /// @param wait longest wait for a frame
-  /// @return false when no frame came, or a colour image does not fit; `image` is then as it was.
-  bool deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait);
+  /// @return why there is no image, and `image` is as it was; none when there is.
+  std::optional<NoFrame> deliver(std::span<std::uint8_t> image, FrameQueue::Wait wait);
+
+  /// Of the last image; none before the first.
+  [[nodiscard]] std::optional<DeliveredImage> lastImage() const;
 
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
@@ -51,7 +72,7 @@ class FrameDelivery {
   template <class Use>
   void useFrame(Use use) {
     const Turn::Holder turn(turn_, std::chrono::milliseconds(0));
-    if (turn) use(*frame_);
+    if (turn && isUsable()) use(*frame_.memory);
   }
 
  private:
@@ -62,9 +83,8 @@ class FrameDelivery {
     std::array<std::uint16_t, 65536> table16;
   };
 
-  [[nodiscard]] Job currentJob() const;
-  [[nodiscard]] bool isUsable() const;
-  [[nodiscard]] bool fits(const Job& job, std::size_t imageBytes) const;
+  [[nodiscard]] Job jobOf(const Frame& frame) const;
+  void correct(const Job& job);
   void applyDark(const Job& job);
   void applyGamma(const Job& job);
   void mendHotPixels(const Job& job);
@@ -80,10 +100,12 @@ class FrameDelivery {
   FrameQueue& queue_;
   const Corrections corrections_;
   Turn turn_;
-  FrameBuffer frame_;                     ///< the frame in work; exchanged with the queue's
+  Frame frame_;                           ///< the frame in work
   std::vector<std::uint8_t> colourRows_;  ///< a row of cells on the way to another type
   std::mutex gammaMutex_;
   std::shared_ptr<const GammaTables> gamma_;  ///< null: linear, nothing to do
+  mutable std::mutex lastMutex_;
+  std::optional<DeliveredImage> last_;
 };
 
 }  // namespace orvik
