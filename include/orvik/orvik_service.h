@@ -108,6 +108,56 @@ typedef struct Orvik_FIRMWARE_FILE {
   Orvik_BOOL fitsFlash; /**< 1 when OrvikFlashFirmware() takes it */
 } Orvik_FIRMWARE_FILE;
 
+/**
+ * What is known of one image: how it is laid out, when it was exposed, and with which settings.
+ * Filled by OrvikGetFrameInfo().
+ *
+ * Times in nanoseconds are those of CLOCK_MONOTONIC; adding `utcOffset` makes nanoseconds since
+ * 1970-01-01 00:00 UTC of them, by the computer's clock as it was set when the frame came.
+ *
+ * How exact they are: a frame is known to be complete when the thread that reads the camera has
+ * been told so. `lastByte` is that moment, and `uncertainty` by how much the thread may have been
+ * late, as far as it can know, and one line more; what the controller and the scheduler of a busy
+ * computer add, usually well under a millisecond, is not known to it. `firstByte` is computed from
+ * the time that a read-out takes, and the exposure from the settings; only exposures that the
+ * library times itself, from 1 s on (T06C: 4 s), have a start and an end that were measured, each
+ * later than true by the time of one request at most.
+ *
+ * The shutter rolls: start and end are those of the first row, each row below is exposed a line
+ * time later, and the last one ends at `lastByte`.
+ */
+typedef struct Orvik_FRAME_INFO {
+  int64_t capture;       /**< the capture that it comes from, counted from 1 since the opening */
+  int64_t number;        /**< of the frame in its capture, from 0 on; lost frames are counted */
+  int64_t lostBefore;    /**< frames lost between the frame that was kept before and this one */
+  int64_t exposureStart; /**< ns */
+  int64_t exposureEnd;   /**< ns */
+  int64_t firstByte;     /**< ns; start of the read-out */
+  int64_t lastByte;      /**< ns; the frame was complete */
+  int64_t uncertainty;   /**< ns; the four above may be too late by so much */
+  int64_t utcOffset;     /**< ns; to be added for UTC */
+  int64_t exposureUs;    /**< exposure time, microseconds; shorter than was set where the exposure
+                              was changed while it went on */
+  int32_t width;         /**< of the image, pixels after binning */
+  int32_t height;        /**< of the image, pixels after binning */
+  int32_t bin;           /**< bin factor */
+  IMG_TYPE type;         /**< pixel layout */
+  int32_t startX;        /**< left edge of the region, sensor pixels */
+  int32_t startY;        /**< top edge of the region, sensor pixels */
+  int32_t flip;          /**< flips that the image has, as #Orvik_CTL_FLIP counts them */
+  int32_t gain;          /**< as #Orvik_CTL_GAIN counts it */
+  int32_t blackLevel;    /**< as #Orvik_CTL_BRIGHTNESS counts it */
+  int32_t temperature;   /**< sensor's last reading, tenths of a degree Celsius;
+                              #ORVIK_NO_TEMPERATURE where there has been none */
+  Orvik_BOOL snapshot;   /**< 1 for a snapshot, 0 for a frame of a video */
+  Orvik_BOOL settled;    /**< 1 when the settings were in effect for the whole exposure; 0 when one
+                              was changed so shortly before or during it that the image may show
+                              the one before, or both */
+} Orvik_FRAME_INFO;
+
+/** In Orvik_FRAME_INFO: the temperature has never been read since the camera was opened. */
+#define ORVIK_NO_TEMPERATURE INT32_MIN
+
 /** A step of long work. */
 typedef enum ORVIK_INT32 {
   Orvik_STEP_ERASE = 0,
@@ -137,6 +187,20 @@ typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int
  * @par Thread: any thread. Needs no camera.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product);
+
+/* --- Images ---------------------------------------------------------------------------------- */
+
+/**
+ * Tells what is known of the image that OrvikGetVideoData() or OrvikGetDataAfterExp() delivered
+ * last from this camera.
+ *
+ * An image keeps the format and the settings that it was taken with: what is set afterwards, even
+ * before it is fetched, changes neither.
+ *
+ * @retval Orvik_ERROR_NO_FRAME no image has been delivered since the camera was opened
+ * @par Thread: frame thread, so that no other image comes between. Returns at once.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetFrameInfo(int index, Orvik_FRAME_INFO* info);
 
 /* --- Dark frames ----------------------------------------------------------------------------- */
 

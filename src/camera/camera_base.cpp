@@ -144,8 +144,8 @@ bool CCameraBase::startCapture(bool snapshot) {
 
 bool CCameraBase::beginCapture(bool snapshot) {
   const FrameFormat format = state_->frameFormat();
-  const bool possible = !capture_.isLingering() && capture_.waitForPrevious() &&
-                        !link_->isGone() && queue_->isUsable() && delivery_.isUsable();
+  const bool possible = !capture_.isLingering() && capture_.waitForPrevious() && !link_->isGone() &&
+                        queue_->isUsable() && delivery_.isUsable();
   if (!possible) {
     capture_.startFailed(snapshot, format);
     return false;
@@ -214,7 +214,7 @@ bool CCameraBase::setFormat(int width, int height, int bin, IMAGE_TYPE type, boo
   state_->rawOutput = rawOutput;
   const bool done = SetResolution(width, height, bin, type);
   tellFormat();  // a refused format leaves the flag behind
-  if (done) changed(format());
+  if (done && changed) changed(format());
   return done;
 }
 

@@ -19,10 +19,10 @@
 #include "camera/capture/capture_session.h"
 #include "camera/capture/frame_protocol.h"
 #include "camera/capture/frame_queue.h"
-#include "camera/frame_pool.h"
 #include "camera/dark_frame.h"
 #include "camera/delivery/frame_delivery.h"
 #include "camera/firmware_types.h"
+#include "camera/frame_pool.h"
 #include "camera/guide_lines.h"
 #include "camera/hot_pixels.h"
 #include "camera/model_row.h"
@@ -124,7 +124,8 @@ class CCameraBase {
   void GetCameraProperty(Orvik_CAMERA_INFO* info) const;
 
   // Format and images, as the flat interface reaches them
-  /// Sets the raw-output flag and calls SetResolution(), as one change for whoever reads the format.
+  /// Sets the raw-output flag and calls SetResolution(), as one change for whoever reads the
+  /// format.
   /// @param changed told the new format on success, before another thread can change it again
   bool setFormat(int width, int height, int bin, IMAGE_TYPE type, bool rawOutput,
                  const std::function<void(const FrameFormat&)>& changed);
@@ -421,8 +422,7 @@ class CCameraBase {
 
  private:
   Orvik_ERROR_CODE setFlip(std::int32_t value);
-  [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame,
-                                 const FrameFormat& format) const;
+  [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame, const FrameFormat& format) const;
   void followBrightness(int brightness);
   bool beginCapture(bool snapshot);
   void endLink();

@@ -41,7 +41,7 @@ struct CameraState {
   std::atomic<int> bandwidth{0};  ///< percent
   std::atomic<bool> bandwidthAuto{false};
   std::atomic<std::chrono::nanoseconds> bandwidthAutoSince{};  ///< when it was switched on
-  std::atomic<int> overClock{0};  ///< percent
+  std::atomic<int> overClock{0};                               ///< percent
   std::atomic<bool> flipHorizontal{false};
   std::atomic<bool> flipVertical{false};
   std::atomic<int> autoMaxGain{50};
@@ -70,7 +70,7 @@ struct CameraState {
 
   // What the camera reported
   std::atomic<bool> usb3Host{false};
-  std::atomic<float> temperature{0};  ///< degrees Celsius, last reading
+  std::atomic<float> temperature{0};         ///< degrees Celsius, last reading
   std::atomic<bool> temperatureRead{false};  ///< there has been one
 
   // Cooler

@@ -25,7 +25,8 @@ class WorkerThread {
   bool start(std::function<void()> work);
 
   /// Waits until the thread has ended, at most `limit`.
-  /// @return true when it has, or never started; false when it goes on, and can be waited for again.
+  /// @return true when it has, or never started; false when it goes on, and can be waited for
+  /// again.
   bool join(std::chrono::milliseconds limit);
 
  private:

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "camera/capture/capture_laws.h"
+
 /// How fast a camera may send its lines, and what frame rate comes of it. Pure functions, the same
 /// for every sensor.
 namespace orvik {
 
-/// Lines of a frame beyond the rows that it delivers.
-inline constexpr int kBlankRows = 18;
 inline constexpr int kMaxLineLength = 65535;
 
 inline constexpr int kMinBandwidth = 40;

@@ -33,11 +33,11 @@ TEST(CaptureLawsTest, ASnapshotFailsAfterASecondOfBadExposures) {
 
 /// Reports `count` bad frames at one moment. @return whether the last one lowered the bandwidth.
 bool badFrames(BandwidthFallback& fallback, BandwidthFallback::Time now, std::uint32_t& bad,
-               int count, bool automatic = true) {
+               int count, bool automatic = true, BandwidthFallback::Time since = {}) {
   bool lower = false;
   for (int i = 0; i < count; ++i) {
     ++bad;
-    lower = fallback.onBadFrame(now, automatic, bad);
+    lower = fallback.onBadFrame(now, automatic, since, bad);
   }
   return lower;
 }
@@ -65,6 +65,12 @@ TEST(CaptureLawsTest, BandwidthStaysByHandAndAfterTwentySeconds) {
   badFrames(late, 18s, bad, 3);
   EXPECT_FALSE(badFrames(late, 20s, bad, 3));
   EXPECT_EQ(bad, 3U);
+
+  // Switched on during the capture it has twenty seconds from then on.
+  bad = 0;
+  badFrames(late, 110s, bad, 3, true, 100s);
+  EXPECT_TRUE(badFrames(late, 111s, bad, 3, true, 100s));
+  EXPECT_FALSE(badFrames(late, 120s, bad, 30, true, 100s));
 }
 
 }  // namespace

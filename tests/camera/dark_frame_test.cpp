@@ -34,7 +34,7 @@ class DarkFrameTest : public ::testing::Test {
   }
   Bytes subtracted(const FrameRegion& region, std::uint8_t level) {
     Bytes frame(region.samples(), level);
-    dark_.subtract(frame, region.columns, region.rows);
+    dark_.subtract(frame, region);
     return frame;
   }
 
@@ -84,7 +84,8 @@ TEST_F(DarkFrameTest, FollowsTheRegion) {
   const FrameRegion part{4, 2, 8, 4, 1, 2};
   dark_.follow(part);
   EXPECT_EQ(subtracted(part, 200)[8 + 2], 200 - 110 + 13) << "the mean of this region is 13";
-  EXPECT_EQ(subtracted(kWhole, 200), Bytes(kPixels, 200)) << "not the cut's size";
+  EXPECT_EQ(subtracted(kWhole, 200)[3 * kWidth + 6], 200 - 110 + 10)
+      << "a frame from before the region changed has a cut of its own";
 
   // Four samples of one colour; (6, 3) goes into column 2, row 1. Weighed 0.7 and 0.1 they are 80.
   const FrameRegion binned{0, 0, 8, 4, 2, 2};
@@ -165,7 +166,7 @@ TEST_F(DarkFrameTest, SettersAndDeliveryAtTheSameTime) {
     while (!stop) {
       Bytes frame(kPixels, 100);
       dark_.addFrame(frame, kWidth, kHeight);
-      dark_.subtract(frame, kWidth, kHeight);
+      dark_.subtract(frame, kWhole);
       for (const int value : frame) ASSERT_TRUE(value == 100 || value == 50) << value;
     }
   });

@@ -2,126 +2,177 @@
 #include "camera/capture/frame_queue.h"
 
 #include <gtest/gtest.h>
+#include <semaphore.h>
 
 #include <cstring>
 #include <thread>
+
+#include "support/time_of.h"
 
 namespace orvik {
 namespace {
 
 using namespace std::chrono_literals;
+using orvik::test::timeOf;
 
 constexpr std::size_t kBytes = 4096;
+constexpr FrameFormat kFormat = {.width = 64, .height = 64};
+constexpr std::uint64_t kFirst = 1;
 
-FrameBuffer frameWith(std::uint8_t mark) {
-  auto frame = std::make_shared<PageBuffer>(kBytes);
-  frame->data()[0] = mark;
-  return frame;
-}
+FrameBuffer newBuffer() { return std::make_shared<PageBuffer>(kBytes); }
 
-bool push(FrameQueue& queue, std::uint8_t mark) {
-  FrameBuffer frame = frameWith(mark);
-  return queue.push(frame);
-}
+class FrameQueueTest : public ::testing::Test {
+ protected:
+  FrameQueueTest() { queue_.begin(kFirst); }
 
-int pop(FrameQueue& queue, FrameQueue::Wait wait) {
-  FrameBuffer frame = frameWith(0);
-  return queue.pop(frame, wait) ? frame->data()[0] : -1;
-}
+  bool push(std::uint8_t mark, std::uint64_t capture = kFirst,
+            const FrameFormat& format = kFormat) {
+    FrameBuffer memory = newBuffer();
+    memory->data()[0] = mark;
+    return queue_.push(memory, format, {.capture = capture});
+  }
 
-TEST(FrameQueueTest, HoldsTwoFramesOldestFirstAndDropsTheThird) {
-  FrameQueue queue(kBytes);
-  queue.open();
-  EXPECT_TRUE(push(queue, 1));
-  EXPECT_TRUE(push(queue, 2));
-  FrameBuffer third = frameWith(3);
+  /// @return the frame's mark, or the reason for having none as a negative number.
+  int pop(FrameQueue::Wait wait = 0ms, std::size_t room = kBytes) {
+    const auto missing = queue_.pop(frame_, room, wait);
+    return missing ? minus(*missing) : frame_.memory->data()[0];
+  }
+  static int minus(NoFrame reason) { return -1 - static_cast<int>(reason); }
+
+  FrameQueue queue_{newBuffer(), newBuffer()};
+  Frame frame_{.memory = newBuffer(), .format = {}, .facts = {}};
+};
+
+TEST_F(FrameQueueTest, HoldsTwoFramesOldestFirstAndDropsTheThird) {
+  EXPECT_TRUE(push(1));
+  EXPECT_TRUE(push(2));
+  FrameBuffer third = newBuffer();
   const PageBuffer* memory = third.get();
-  EXPECT_FALSE(queue.push(third));
+  EXPECT_FALSE(queue_.push(third, kFormat, {.capture = kFirst}));
   EXPECT_EQ(third.get(), memory) << "a frame that was not taken stays with its owner";
-  EXPECT_EQ(pop(queue, 0ms), 1);
-  EXPECT_TRUE(push(queue, 4));
-  EXPECT_EQ(pop(queue, 0ms), 2);
-  EXPECT_EQ(pop(queue, 0ms), 4);
-  EXPECT_EQ(pop(queue, 0ms), -1);
+  EXPECT_EQ(pop(), 1);
+  EXPECT_TRUE(push(4));
+  EXPECT_EQ(pop(), 2);
+  EXPECT_EQ(pop(), 4);
+  EXPECT_EQ(pop(), minus(NoFrame::kTimeout));
 }
 
-TEST(FrameQueueTest, MovesFramesByExchangingBuffers) {
-  FrameQueue queue(kBytes);
-  FrameBuffer sent = frameWith(1);
+TEST_F(FrameQueueTest, ExchangesBuffersAndHandsOverWhatBelongsToTheFrame) {
+  FrameBuffer sent = newBuffer();
   const PageBuffer* memory = sent.get();
-  ASSERT_TRUE(queue.push(sent));
+  const FrameFormat format{.width = 10, .height = 4, .bin = 2, .type = IMAGE_RAW16};
+  ASSERT_TRUE(queue_.push(sent, format, {.capture = kFirst, .number = 7, .lostBefore = 3}));
   EXPECT_NE(sent.get(), memory);
   ASSERT_NE(sent, nullptr);
-  FrameBuffer received = frameWith(0);
-  ASSERT_TRUE(queue.pop(received, 0ms));
-  EXPECT_EQ(received.get(), memory);
+  ASSERT_FALSE(queue_.pop(frame_, kBytes, 0ms));
+  EXPECT_EQ(frame_.memory.get(), memory);
+  EXPECT_EQ(frame_.format, format);
+  EXPECT_EQ(frame_.facts.number, 7U);
+  EXPECT_EQ(frame_.facts.lostBefore, 3U);
 }
 
-TEST(FrameQueueTest, WaitsForAFrameAndNoLongerThanTold) {
-  FrameQueue queue(kBytes);
-  queue.open();
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(pop(queue, 30ms), -1);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+TEST_F(FrameQueueTest, AnImageThatDoesNotFitStays) {
+  const std::size_t image = kFormat.imageBytes();
+  push(1);
+  EXPECT_EQ(pop(20s, image - 1), minus(NoFrame::kDoesNotFit)) << "and nobody waits for another";
+  EXPECT_EQ(pop(0ms, image), 1);
+}
 
+TEST_F(FrameQueueTest, WaitsForAFrameAndNoLongerThanTold) {
+  EXPECT_GE(timeOf([&] { EXPECT_EQ(pop(30ms), minus(NoFrame::kTimeout)); }), 30ms);
   std::thread late([&] {
     std::this_thread::sleep_for(20ms);
-    push(queue, 7);
+    push(7);
   });
-  EXPECT_EQ(pop(queue, 20s), 7);
+  EXPECT_EQ(pop(20s), 7);
   late.join();
 }
 
-TEST(FrameQueueTest, AFrameThatWasTakenOrForgottenDoesNotEndALaterWait) {
-  FrameQueue queue(kBytes);
-  queue.open();
-  push(queue, 1);
-  EXPECT_EQ(pop(queue, 0ms), 1);
-  push(queue, 2);
-  queue.clear();
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(pop(queue, 30ms), -1);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 30ms);
+TEST_F(FrameQueueTest, PollingLeavesNoEventsBehind) {
+  for (int n = 0; n < 100'000; ++n) {
+    push(1);
+    ASSERT_EQ(pop(), 1);
+  }
+  push(2);
+  queue_.forget();
+  timespec before{};
+  timespec after{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
+  EXPECT_GE(timeOf([&] { EXPECT_EQ(pop(50ms), minus(NoFrame::kTimeout)); }), 50ms);
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
+  const auto busyNs =
+      (after.tv_sec - before.tv_sec) * 1'000'000'000 + after.tv_nsec - before.tv_nsec;
+  EXPECT_LT(busyNs, 10'000'000) << "each event left behind costs a turn of the loop";
 }
 
-TEST(FrameQueueTest, ClosingWakesAWaiterAndKeepsWhatIsThere) {
-  FrameQueue queue(kBytes);
-  queue.open();
-  std::thread closer([&] {
-    std::this_thread::sleep_for(20ms);
-    queue.close();
-  });
-  EXPECT_EQ(pop(queue, std::nullopt), -1);
-  closer.join();
-
-  push(queue, 5);
-  EXPECT_EQ(pop(queue, std::nullopt), 5);
-  EXPECT_EQ(pop(queue, std::nullopt), -1)
-      << "a wait without limit on a closed queue would never end";
-}
-
-TEST(FrameQueueTest, NothingIsLostOrDoubledBetweenTwoThreads) {
-  constexpr int kFrames = 20000;
-  FrameQueue queue(kBytes);
-  queue.open();
-  std::thread producer([&] {
-    FrameBuffer frame = frameWith(0);
-    for (int n = 1; n <= kFrames; ++n) {
-      std::memcpy(frame->data(), &n, sizeof n);
-      while (!queue.push(frame)) std::this_thread::yield();
+TEST_F(FrameQueueTest, AnEndWakesWhoWaitsAndSaysWhy) {
+  std::uint64_t capture = kFirst;
+  for (const NoFrame why : {NoFrame::kStopped, NoFrame::kUnplugged, NoFrame::kFailed}) {
+    for (const FrameQueue::Wait& wait : {FrameQueue::Wait{}, FrameQueue::Wait{20s}}) {
+      queue_.begin(++capture);
+      std::thread ender([&] {
+        std::this_thread::sleep_for(10ms);
+        queue_.end(capture, why);
+      });
+      EXPECT_EQ(pop(wait), minus(why));
+      ender.join();
+      EXPECT_EQ(pop(std::nullopt), minus(why)) << "a wait without limit would never end";
+      const auto taken = timeOf([&] { EXPECT_EQ(pop(30ms), minus(why)); });
+      EXPECT_EQ(taken >= 30ms, why == NoFrame::kStopped) << "another capture may yet begin";
     }
-    queue.close();
+  }
+}
+
+TEST_F(FrameQueueTest, TheImageOfAnEndedSnapshotIsThere) {
+  push(5);
+  queue_.end(kFirst, NoFrame::kStopped);
+  EXPECT_EQ(pop(std::nullopt), 5);
+  EXPECT_EQ(pop(std::nullopt), minus(NoFrame::kStopped));
+}
+
+TEST_F(FrameQueueTest, FramesNeverReachAnotherCapture) {
+  push(1);
+  queue_.begin(2);
+  EXPECT_EQ(pop(), minus(NoFrame::kTimeout));
+  EXPECT_FALSE(push(1)) << "of a worker that was left to itself";
+  queue_.end(kFirst, NoFrame::kFailed);
+  EXPECT_TRUE(push(2, 2)) << "nor does its end end the new one";
+  EXPECT_EQ(pop(), 2);
+}
+
+TEST_F(FrameQueueTest, ACaptureThatGivesWayToAnotherKeepsWaitersWaiting) {
+  push(1);
+  queue_.suspend(kFirst);
+  EXPECT_EQ(pop(), minus(NoFrame::kTimeout)) << "its frames have the former format";
+  std::thread next([&] {
+    std::this_thread::sleep_for(20ms);
+    queue_.end(kFirst, NoFrame::kStopped);
+    queue_.begin(2);
+    push(9, 2);
   });
-  FrameBuffer frame = frameWith(0);
+  EXPECT_EQ(pop(std::nullopt), 9);
+  next.join();
+}
+
+TEST_F(FrameQueueTest, NothingIsLostOrDoubledBetweenTwoThreads) {
+  constexpr int kFrames = 20000;
+  std::thread producer([&] {
+    FrameBuffer memory = newBuffer();
+    for (int n = 1; n <= kFrames; ++n) {
+      std::memcpy(memory->data(), &n, sizeof n);
+      while (!queue_.push(memory, kFormat, {.capture = kFirst})) std::this_thread::yield();
+    }
+    queue_.end(kFirst, NoFrame::kStopped);
+  });
   int last = 0;
-  while (queue.pop(frame, std::nullopt)) {
+  while (!queue_.pop(frame_, kBytes, std::nullopt)) {
     int n = 0;
-    std::memcpy(&n, frame->data(), sizeof n);
+    std::memcpy(&n, frame_.memory->data(), sizeof n);
     ASSERT_EQ(n, last + 1);
     last = n;
   }
   producer.join();
-  while (queue.pop(frame, 0ms)) ++last;
+  while (!queue_.pop(frame_, kBytes, 0ms)) ++last;
   EXPECT_EQ(last, kFrames);
 }
 

@@ -192,16 +192,19 @@ TEST(HotPixelsPart, DerivesMarksAndFollows) {
   const auto original = frame;
   const FrameRegion region{4, 2, 8, 6, 1, 1};
   pixels.follow(region);
-  pixels.correct(frame, 8, 6);
+  pixels.correct(frame, region);
   EXPECT_EQ(frame, original) << "switched off";
   pixels.use(true);
   EXPECT_EQ(pixels.countInRegion(), 1U);
-  pixels.correct(frame, 8, 5);
-  EXPECT_EQ(frame, original) << "not the region's size";
-  pixels.correct(frame, 8, 6);
+  pixels.correct(frame, {4, 2, 8, 9, 1, 1});
+  EXPECT_EQ(frame, original) << "a frame that is too small for its region";
+  pixels.correct(frame, region);
   EXPECT_EQ(frame[3 * 8 + 5], 50);
   pixels.follow({0, 0, 8, 4, 1, 1});
   EXPECT_EQ(pixels.countInRegion(), 0U);
+  frame = original;
+  pixels.correct(frame, region);
+  EXPECT_EQ(frame[3 * 8 + 5], 50) << "a frame from before the region changed";
 }
 
 }  // namespace

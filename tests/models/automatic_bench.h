@@ -88,6 +88,8 @@ class AutomaticBench {
   bool pass(std::chrono::milliseconds duration) {
     return clock_->run(duration, camera_->model().cooled ? 2 : 1);
   }
+  /// Moves time on without waiting for anybody.
+  void tick(std::chrono::milliseconds duration) { clock_->sleepFor(duration); }
   /// Lets time pass while no video runs.
   bool passIdle(std::chrono::milliseconds duration) {
     return clock_->run(duration, camera_->model().cooled ? 1 : 0);

@@ -8,67 +8,15 @@
 #include <future>
 #include <ostream>
 
-#include "models/models.h"
+#include "models/capture_bench.h"
 #include "support/fault_script.h"
 #include "support/limited_host.h"
 #include "support/time_of.h"
-#include "support/virtual_bench.h"
 
 namespace orvik::test {
 namespace {
 
 using namespace std::chrono_literals;
-
-constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
-
-/// An exposure above the frame time of the whole sensor: reads then have a second to come, which a
-/// busy machine may need for a full picture.
-constexpr std::uint64_t kPatientExposureUs = 20'000;
-
-class CaptureTest : public ::testing::Test {
- protected:
-  ~CaptureTest() override {
-    camera_.reset();  // before what its worker and the streaming thread call
-    bench_.host().unplugAll();
-  }
-
-  void open(sim::FrameFilter filter = nullptr, sim::Pace pace = sim::Pace::kReal) {
-    sim::CameraOptions options;
-    options.sceneKind = sim::SceneKind::kGrey;
-    options.controlObserver = observerOf(conversation_);
-    options.frameFilter = std::move(filter);
-    options.pace = pace;
-    id_ = bench_.plug(options);
-    camera_ = std::make_unique<CCameraT15C>();
-    ASSERT_TRUE(camera_->OpenCamera(1));
-    ASSERT_TRUE(camera_->InitCamera());
-    setRegion(320, 240, IMAGE_8BIT);
-    camera_->SetExp(1000, false);
-    conversation_.take();
-  }
-
-  void setRegion(int width, int height, IMAGE_TYPE type) {
-    camera_->state().rawOutput = true;
-    ASSERT_TRUE(camera_->SetResolution(width, height, 1, type));
-    image_.resize(static_cast<std::size_t>(width * height) * (type == IMAGE_RAW16 ? 2 : 1));
-  }
-
-  bool getImage(std::uint32_t waitMs = 5000) {
-    return camera_->GetImage(image_.data(), static_cast<int>(image_.size()), waitMs);
-  }
-
-  int dropped() { return camera_->state().droppedFrames; }
-  Orvik_EXPOSURE_STATUS status() { return camera_->state().exposureStatus; }
-  bool snapshotEnds() {
-    return eventually([&] { return status() != Orvik_EXPSTATE_EXPOSING; });
-  }
-
-  Conversation conversation_;
-  VirtualBench bench_;
-  int id_ = 0;
-  std::unique_ptr<CCameraT15C> camera_;
-  std::vector<unsigned char> image_;
-};
 
 /// A way to damage a frame.
 struct Damage {
@@ -214,7 +162,7 @@ TEST_F(CaptureTest, StopsAtAnyMoment) {
     std::this_thread::sleep_for(std::chrono::microseconds(n * n * 20));
     const auto taken = timeOf([&] { ASSERT_TRUE(camera_->StopCapture()); });
     EXPECT_LT(taken, 2s) << "round " << n;
-    EXPECT_FALSE(camera_->state().capturing);
+    EXPECT_FALSE(camera_->capture().isRunning());
   }
   camera_->SetExp(1000, false);
   ASSERT_TRUE(camera_->StartCapture(false));
@@ -318,7 +266,7 @@ TEST_F(CaptureTest, ChangingTheRegionRestartsCapture) {
   ASSERT_TRUE(camera_->StartCapture(false));
   ASSERT_TRUE(getImage());
   setRegion(640, 480, IMAGE_RAW16);
-  EXPECT_TRUE(camera_->state().capturing);
+  EXPECT_TRUE(camera_->capture().isRunning());
   EXPECT_TRUE(getImage());
   ASSERT_TRUE(camera_->SetResolution(320, 240, 2, IMAGE_8BIT));
   camera_->SetStartPos(100, 50);

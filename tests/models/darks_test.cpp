@@ -224,8 +224,7 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
     // The frame is there already: only what delivery makes of it changes.
     Bytes image(64 * 64);
     EXPECT_TRUE(camera_->StartCapture(true));
-    EXPECT_TRUE(
-        eventually([&] { return camera_->state().exposureStatus == Orvik_EXPSTATE_READY; }));
+    EXPECT_TRUE(eventually([&] { return camera_->capture().status() == Orvik_EXPSTATE_READY; }));
     camera_->state().exposureAuto = automatic;
     camera_->state().exposureUs = exposureUs;
     EXPECT_TRUE(camera_->GetImage(image.data(), 64 * 64, 10000));

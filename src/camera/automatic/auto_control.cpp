@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "camera/automatic/auto_control.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -26,12 +27,12 @@ void runRounds(const AutoControl::Parts& parts, FrameProbe& probe) {
   int untilBalance = parts.pace.roundsPerBalance;
   do {
     Wanted wanted = wantedNow(*parts.state);
-    const bool balances = --untilBalance == 0;
-    if (balances) untilBalance = parts.pace.roundsPerBalance;
-    wanted.colour = wanted.colour && balances;
+    untilBalance = std::max(untilBalance - 1, 0);
+    wanted.colour = wanted.colour && untilBalance == 0;
     if (!wanted.any()) continue;
     const std::optional<FrameMeasurement> measured = probe.ask(wanted);
     if (!measured) return;
+    if (measured->colour) untilBalance = parts.pace.roundsPerBalance;
     parts.gate->tryUse([&](CCameraBase& camera) { camera.followMeasurement(*measured); });
   } while (parts.control->sleepFor(parts.pace.round));
 }
@@ -71,10 +72,14 @@ void AutoControl::look(std::span<const std::uint8_t> frame, const FrameFormat& f
   measured_.reset();
   slow_ = isSlow();
   secondFrame_ = !secondFrame_;
-  if ((slow_ && !secondFrame_) || !facts.isSettled) return;
+  if (slow_ && !secondFrame_) return;
   const Wanted wanted = slow_ ? wantedNow(*parts_.state) : probe_->wanted();
   if (!wanted.any()) return;
-  parts_.gate->tryUse([&](CCameraBase& camera) { 
+  if (!facts.isSettled) {  // nothing can be said in this round
+    measured_.emplace();
+    return;
+  }
+  parts_.gate->tryUse([&](CCameraBase& camera) {
     measured_ = camera.measure(frame, format, facts.settings, wanted);
   });
 }

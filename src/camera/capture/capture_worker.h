@@ -79,7 +79,7 @@ class CaptureWorker {
   std::uint32_t badFrames_ = 0;
   int badFramesInARow_ = 0;
   int emptyReads_ = 0;
-  std::uint64_t frameNumber_ = 0;   ///< of the frame that is being read; lost ones are counted
+  std::uint64_t frameNumber_ = 0;    ///< of the frame that is being read; lost ones are counted
   std::uint32_t lostSincePush_ = 0;  ///< frames lost since the last that was queued
   Time exposureBegun_{};             ///< of the last exposure that the host timed
   Time exposureEnded_{};

@@ -14,7 +14,7 @@ struct FrameSettings {
   std::uint64_t exposureUs = 0;
   int gain = 0;
   int brightness = 0;  ///< black level, sensor's steps
-  WhiteBalance balance;
+  WhiteBalance balance{};
   int startX = 0;  ///< left edge of the region, sensor pixels
   int startY = 0;  ///< top edge of the region, sensor pixels
 
@@ -39,9 +39,9 @@ struct FrameFacts {
   Time uncertainty{};  ///< all four may be earlier by so much
   Time utcOffset{};    ///< to be added for UTC, counted from 1970
 
-  FrameSettings settings;
+  FrameSettings settings{};
   bool isSettled = false;  ///< the settings were in effect for the whole of the exposure
-  std::optional<float> temperature;  ///< degrees Celsius; none where it has never been read
+  std::optional<float> temperature{};  ///< degrees Celsius; none where it has never been read
 };
 
 }  // namespace orvik

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "models/models.h"
+#include "support/virtual_bench.h"
+
+namespace orvik::test {
+
+constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
+
+/// An exposure above the frame time of the whole sensor: reads then have a second to come, which a
+/// busy machine may need for a full picture.
+constexpr std::uint64_t kPatientExposureUs = 20'000;
+
+/// A virtual T15C that looks at a grey screen, and its driver.
+class CaptureTest : public ::testing::Test {
+ protected:
+  ~CaptureTest() override {
+    camera_.reset();  // before what its worker and the streaming thread call
+    bench_.host().unplugAll();
+  }
+
+  void open(sim::FrameFilter filter = nullptr, sim::Pace pace = sim::Pace::kReal) {
+    sim::CameraOptions options;
+    options.sceneKind = sim::SceneKind::kGrey;
+    options.controlObserver = observerOf(conversation_);
+    options.frameFilter = std::move(filter);
+    options.pace = pace;
+    id_ = bench_.plug(options);
+    camera_ = std::make_unique<CCameraT15C>();
+    ASSERT_TRUE(camera_->OpenCamera(1));
+    ASSERT_TRUE(camera_->InitCamera());
+    setRegion(320, 240, IMAGE_8BIT);
+    camera_->SetExp(1000, false);
+    conversation_.take();
+  }
+
+  void setRegion(int width, int height, IMAGE_TYPE type) {
+    camera_->state().rawOutput = true;
+    ASSERT_TRUE(camera_->SetResolution(width, height, 1, type));
+    image_.resize(static_cast<std::size_t>(width * height) * (type == IMAGE_RAW16 ? 2 : 1));
+  }
+
+  bool getImage(std::uint32_t waitMs = 5000) {
+    return camera_->GetImage(image_.data(), static_cast<int>(image_.size()), waitMs);
+  }
+
+  int dropped() {
+    const auto capture = camera_->capture().current();
+    return capture ? capture->lostFrames() : 0;
+  }
+  Orvik_EXPOSURE_STATUS status() { return camera_->capture().status(); }
+  bool snapshotEnds() {
+    return eventually([&] { return status() != Orvik_EXPSTATE_EXPOSING; });
+  }
+
+  Conversation conversation_;
+  VirtualBench bench_;
+  int id_ = 0;
+  std::unique_ptr<CCameraT15C> camera_;
+  std::vector<unsigned char> image_;
+};
+
+}  // namespace orvik::test
