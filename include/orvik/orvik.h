@@ -87,11 +87,11 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_IMAGE_TYPE = 9,
   /** The camera refused the start position. */
   Orvik_ERROR_START_POS = 10,
-  /** No frame came within the wait time. */
+  /** No frame came within the wait time, or none that fits. */
   Orvik_ERROR_NO_FRAME = 11,
   /** Never returned; the value is kept free. */
   Orvik_ERROR_RESERVED_12 = 12,
-  /** The buffer is smaller than the current frame. */
+  /** The buffer is smaller than an image of the present format. */
   Orvik_ERROR_BUFFER_SMALL = 13,
   /** A snapshot was asked for while video is running. */
   Orvik_ERROR_VIDEO_RUNNING = 14,
@@ -353,7 +353,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE ty
  * Sets the size, bin and type of the delivered image, and centres the region on the sensor.
  *
  * On most models width must be a multiple of 4 and height even, and size times bin must lie within
- * the sensor. Takes effect with the next capture; stop capture first.
+ * the sensor. A capture that is running ends, and another of its kind begins with the new format;
+ * what had been exposed in the former one is lost, except for the image of a snapshot that is
+ * ready, which keeps its format until it is fetched. Who waits in OrvikGetVideoData() goes on
+ * waiting.
  *
  * @param width, height size of the delivered image, pixels after binning
  * @param bin bin factor, one of the camera's `bins`
@@ -361,15 +364,17 @@ ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE ty
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_IMAGE_TYPE `type` is none of ::IMG_TYPE
- * @retval Orvik_ERROR_ROI_SIZE the camera refused, and the region stays as it was; or it is
+ * @retval Orvik_ERROR_ROI_SIZE the camera refused, and the region stays as it was, but of an 8-bit
+ *         format it is remembered whether #Orvik_IMG_RAW8 or another type was asked for; or it is
  *         unplugged
- * @par Thread: any thread, but not while another one sets the format.
+ * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetROIFormat(int index, int width, int height, int bin,
                                              IMG_TYPE type);
 
 /**
- * Reads the size, bin and type of the delivered image.
+ * Reads the size, bin and type of the images of the next capture. Before OrvikSetROIFormat() they
+ * show the whole sensor.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -407,7 +412,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetStartPos(int index, int* x, int* y);
 /**
  * Tells how many frames of the running capture were lost: damaged on the way, or taken too late.
  *
- * The count starts again at 0 when capture ends.
+ * The count starts again at 0 when capture ends, also when a new format begins another.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -466,16 +471,20 @@ ORVIK_API Orvik_ERROR_CODE OrvikStopVideoCapture(int index);
 /**
  * Delivers the oldest frame that waits, or the next to come.
  *
- * Two frames wait at most; a slow reader costs frames, never memory.
+ * Two frames wait at most; a slow reader costs frames, never memory. An image is in the format that
+ * was set when its capture began; OrvikGetFrameInfo() tells which it is, where formats change while
+ * another thread reads.
  *
- * @param buffer receives the image in the format of OrvikSetROIFormat()
+ * @param buffer receives the image
  * @param bufferSize size of `buffer` in bytes, at least that of one image
- * @param waitMs longest wait, milliseconds; 0 does not wait, a negative value has no limit and ends
- *        only with a frame, a stop or an unplug. A good value is twice the exposure + 500 ms.
+ * @param waitMs longest wait, milliseconds; 0 does not wait. A negative value has no limit: such a
+ *        wait ends with a frame, a stop or an unplug, and at once where no capture is running. A
+ *        good value is twice the exposure + 500 ms.
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
- * @retval Orvik_ERROR_NO_FRAME none came in time; the buffer is as it was
+ * @retval Orvik_ERROR_NO_FRAME none came in time, or its image is larger than the buffer, and
+ *         stays; the buffer is as it was. At once where the camera is known to be unplugged.
  * @par Thread: frame thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t bufferSize,
@@ -487,13 +496,20 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, i
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
+ * An image of the snapshot before that nobody has fetched is forgotten. A snapshot fails when it
+ * cannot be started, when the camera is unplugged, and when the frames that came damaged are worth
+ * more than a second of exposure; while automatic bandwidth looks for a pace that the link can
+ * keep, in its first twenty seconds, those that made it lower the bandwidth do not count.
+ *
  * @retval Orvik_ERROR_VIDEO_RUNNING capture is running
- * @par Thread: any thread, one at a time. Returns at once.
+ * @par Thread: any thread, one at a time. Returns at once, except that a former capture may need up
+ *      to 5 s to end.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikStartExposure(int index);
 
 /**
- * Aborts a snapshot and sets its status to #Orvik_EXPSTATE_NONE.
+ * Aborts a snapshot, or forgets the image of one that is ready, and sets its status to
+ * #Orvik_EXPSTATE_NONE.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -515,13 +531,16 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetExpStatus(int index, Orvik_EXPOSURE_STATUS* s
  * Delivers the image of a snapshot whose status is #Orvik_EXPSTATE_READY.
  *
  * Returns #Orvik_OK even when there is no image; then the buffer is as it was. Ask
- * OrvikGetExpStatus() first.
+ * OrvikGetExpStatus() first: where it says #Orvik_EXPSTATE_READY there is one, in the format that
+ * was set when the snapshot was started.
  *
- * @param buffer receives the image in the format of OrvikSetROIFormat()
+ * @param buffer receives the image
  * @param bufferSize size of `buffer` in bytes, at least that of one image
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
+ * @retval Orvik_ERROR_NO_FRAME the image is larger than the buffer although the format that is set
+ *         by now is not; it stays
  * @par Thread: frame thread. While the exposure is still going on, waits for its end.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer,

@@ -86,6 +86,11 @@ TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {
   ASSERT_TRUE(bench.camera().StartCapture(false));
   ASSERT_TRUE(bench.wakeSensor());
   // The thread still sleeps: it is the worker that follows its own frames.
+  bench.tick(300ms);
+  EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 150'000; }));
+  const std::uint64_t first = bench.now().exposureUs;
+  bench.takeFrames();
+  EXPECT_EQ(bench.now().exposureUs, first) << "frames that were on their way say nothing about it";
   EXPECT_TRUE(eventually([&] {
     bench.tick(50ms);
     return bench.now().exposureUs > 1'000'000;

@@ -2,6 +2,8 @@
 // Every call ends by its deadline, whatever the camera and the host controller do.
 #include <gtest/gtest.h>
 
+#include <future>
+
 #include "reliability/faulty_bench.h"
 
 namespace orvik::test {
@@ -60,6 +62,31 @@ TEST_F(Deadline, OfASilentCamera) {
   EXPECT_LT(timeOf([] { OrvikStopVideoCapture(0); }), 8s);
   EXPECT_LT(timeOf([] { OrvikCloseCamera(0); }), 13s);
   EXPECT_LT(timeOf([] { EXPECT_EQ(OrvikOpenCamera(0), Orvik_ERROR_OPEN_FAILED); }), 10s);
+}
+
+TEST_F(Deadline, OfAWaitWhoseWorkerIsLeftToItself) {
+  openCamera();
+  ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
+  ASSERT_EQ(getFrame(), Orvik_OK);
+  setFaults("any deaf 9000");
+  while (getFrame(300) == Orvik_OK) {
+  }
+  auto waiting = std::async(std::launch::async, [&] {
+    EXPECT_EQ(getFrame(-1), Orvik_ERROR_NO_FRAME);
+    return std::chrono::steady_clock::now();
+  });
+  std::this_thread::sleep_for(20ms);
+  const auto stopped = std::chrono::steady_clock::now();
+  EXPECT_LT(timeOf([] { OrvikStopVideoCapture(0); }), 8s);
+  EXPECT_LT(waiting.get() - stopped, 2s) << "it need not wait for the worker";
+
+  // The worker still reads: another beside it would take its frames.
+  EXPECT_LT(timeOf([] { EXPECT_EQ(OrvikStartExposure(0), Orvik_OK); }), 2s);
+  EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);
+  EXPECT_EQ(OrvikStartVideoCapture(0), Orvik_ERROR_NO_CAMERA_OBJECT);
+  setFaults("");
+  ASSERT_TRUE(eventually([] { return OrvikStartVideoCapture(0) == Orvik_OK; }));
+  EXPECT_EQ(getFrame(), Orvik_OK) << "once it has ended, the camera works again";
 }
 
 /// A host controller that does not give requests back: the worst that a close can meet.

@@ -83,6 +83,7 @@ class Unplugged : public FaultyBench {
     EXPECT_EQ(OrvikGetID(0, &mark), Orvik_ERROR_DRIVER_FAILED);
     EXPECT_EQ(OrvikSetID(0, mark), Orvik_ERROR_DRIVER_FAILED);
     EXPECT_EQ(getFrame(-1), Orvik_ERROR_NO_FRAME);
+    EXPECT_LT(timeOf([&] { EXPECT_EQ(getFrame(60'000), Orvik_ERROR_NO_FRAME); }), 10s) << "at once";
     EXPECT_EQ(OrvikStartVideoCapture(0), Orvik_ERROR_NO_CAMERA_OBJECT);
     EXPECT_EQ(OrvikStartExposure(0), Orvik_OK) << "its status tells how it went";
     EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);

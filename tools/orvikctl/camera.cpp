@@ -129,6 +129,12 @@ void Camera::stopVideo() {
   videoRuns_ = false;
 }
 
+Orvik_FRAME_INFO Camera::frameInfo() const {
+  Orvik_FRAME_INFO info;
+  check(OrvikGetFrameInfo(index_, &info), "asking what is known of an image");
+  return info;
+}
+
 int Camera::droppedFrames() const {
   int dropped = 0;
   check(OrvikGetDroppedFrames(index_, &dropped), "reading the number of lost frames");

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
 
 namespace orvik::ctl {
 
@@ -65,6 +65,8 @@ class Camera {
   void stopVideo();
   /** Waits for the next frame of the video; false if none came in `waitMs`. */
   bool readFrame(std::span<uint8_t> buffer, int waitMs);
+  /** What is known of the image that was read or fetched last. */
+  [[nodiscard]] Orvik_FRAME_INFO frameInfo() const;
   /** Frames that the running video has lost. */
   [[nodiscard]] int droppedFrames() const;
 

@@ -11,14 +11,14 @@
 #include <span>
 #include <vector>
 
+#include "orvik/orvik_service.h"
+
 namespace orvik::ctl {
 
 /** A captured frame on its way to the disk. */
 struct PooledFrame {
   std::span<uint8_t> pixels;
-  std::chrono::system_clock::time_point arrival;
-  std::chrono::microseconds exposure{0};
-  int gain = 0;
+  Orvik_FRAME_INFO info{};
 };
 
 /**

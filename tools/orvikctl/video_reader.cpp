@@ -22,10 +22,8 @@ VideoReader::VideoReader(Camera& camera, const ImageFormat& format, const VideoL
     : camera_(camera),
       limits_(limits),
       readOutLimit_(readOutLimit(format)),
-      exposureVaries_(camera.value(Orvik_CTL_EXPOSURE).isAuto ||
-                      camera.value(Orvik_CTL_GAIN).isAuto),
+      exposureVaries_(camera.value(Orvik_CTL_EXPOSURE).isAuto),
       exposure_(exposureOf(camera)),
-      gain_(camera.value(Orvik_CTL_GAIN).value),
       pool_(imageBytes(format.width, format.height, format.type), memoryBytes) {
   camera_.startVideo();
   begun_ = Clock::now();
@@ -61,7 +59,8 @@ void VideoReader::readAll() {
       pool_.giveBack(frame);
       return;
     }
-    stamp(*frame);
+    frame->info = camera_.frameInfo();
+    if (exposureVaries_) exposure_ = exposureOf(camera_);
     pool_.publish(frame);
     lost_.store(camera_.droppedFrames(), std::memory_order_relaxed);
   }
@@ -83,16 +82,6 @@ bool VideoReader::waitForFrame(PooledFrame& frame) {
     if (isEarly) std::this_thread::sleep_for(kSlice / 2);
   }
   return false;
-}
-
-void VideoReader::stamp(PooledFrame& frame) {
-  frame.arrival = std::chrono::system_clock::now();
-  if (exposureVaries_) {
-    exposure_ = exposureOf(camera_);
-    gain_ = camera_.value(Orvik_CTL_GAIN).value;
-  }
-  frame.exposure = exposure_;
-  frame.gain = gain_;
 }
 
 bool VideoReader::wanted() const {

@@ -46,7 +46,6 @@ class VideoReader {
   void run();
   void readAll();
   bool waitForFrame(PooledFrame& frame);
-  void stamp(PooledFrame& frame);
   [[nodiscard]] bool wanted() const;
 
   Camera& camera_;
@@ -54,7 +53,6 @@ class VideoReader {
   std::chrono::milliseconds readOutLimit_;
   bool exposureVaries_;
   std::chrono::microseconds exposure_;
-  int gain_;
   FramePool pool_;
   Clock::time_point begun_;
   std::atomic<bool> stop_ = false;

@@ -42,7 +42,6 @@ class Snapshots {
 
  private:
   bool takeOne() {
-    info_.start = std::chrono::system_clock::now();
     const auto begun = Clock::now();
     camera_.startExposure();
     const auto exposed = begun + info_.exposure;
@@ -57,6 +56,7 @@ class Snapshots {
       std::this_thread::sleep_for(pause(exposed - now));
     }
     camera_.fetchExposure(pixels_);
+    describe(info_, camera_.frameInfo());
     return true;
   }
 

@@ -76,13 +76,11 @@ class Recording {
 
  private:
   void write(const PooledFrame& frame) {
-    // The frame came at the end of its exposure; what read-out adds is not known here.
-    info_.start = frame.arrival - frame.exposure;
-    info_.exposure = frame.exposure;
-    info_.gain = frame.gain;
+    describe(info_, frame.info);
     sink_.write({info_, frame.pixels});
-    if (frames_ == 0) first_ = frame.arrival;
-    last_ = frame.arrival;
+    const std::chrono::nanoseconds complete(frame.info.lastByte);
+    if (frames_ == 0) first_ = complete;
+    last_ = complete;
     ++frames_;
   }
 
@@ -123,8 +121,8 @@ class Recording {
   Progress progress_;
   int64_t frames_ = 0;
   SystemClock::time_point begun_;
-  SystemClock::time_point first_;
-  SystemClock::time_point last_;
+  std::chrono::nanoseconds first_{};  ///< when the first frame was complete
+  std::chrono::nanoseconds last_{};
 };
 
 void record(Camera& camera, const VideoOptions& options, const VideoLimits& limits,
@@ -167,7 +165,7 @@ Command addVideo(CLI::App& program) {
       "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n"
       "  orvikctl video --sim T15C,scene=planet --count 100 -o planet.ser\n"
       "  orvikctl video --type raw16 --count 50 -o frame-%04d.fits\n\n"
-      "The time of a frame is that of its arrival less the exposure.");
+      "The time of a frame is the start of its exposure.");
   return {app, [options] { return video(*options); }};
 }
 

@@ -5,6 +5,14 @@
 
 namespace orvik::ctl {
 
+void describe(ImageInfo& image, const Orvik_FRAME_INFO& info) {
+  image.start = exposureStart(info);
+  image.exposure = std::chrono::microseconds(info.exposureUs);
+  image.gain = info.gain;
+  if (image.offset) image.offset = info.blackLevel;
+  if (info.temperature != ORVIK_NO_TEMPERATURE) image.sensorTemperature = info.temperature / 10.0;
+}
+
 void requireWhole(const Image& image) {
   const ImageInfo& info = image.info;
   if (info.width < 1 || info.height < 1 ||

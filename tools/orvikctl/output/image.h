@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-#include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
 
 namespace orvik::ctl {
 
@@ -58,6 +58,16 @@ constexpr size_t imageBytes(int width, int height, IMG_TYPE type) {
   return static_cast<size_t>(width) * static_cast<size_t>(height) *
          static_cast<size_t>(bytesPerPixel(type));
 }
+
+/** When the exposure of an image began. */
+inline std::chrono::system_clock::time_point exposureStart(const Orvik_FRAME_INFO& info) {
+  const std::chrono::nanoseconds sinceEpoch(info.exposureStart + info.utcOffset);
+  return std::chrono::system_clock::time_point(
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
+}
+
+/** Takes over what is known of an image. */
+void describe(ImageInfo& image, const Orvik_FRAME_INFO& info);
 
 /** Throws std::invalid_argument unless the image's pixels are as many as its size says. */
 void requireWhole(const Image& image);
