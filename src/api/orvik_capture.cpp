@@ -2,6 +2,7 @@
 // The flat functions that set the image format and take images.
 #include "api/guard.h"
 #include "camera/saturated.h"
+#include "orvik/orvik_service.h"
 
 using orvik::CameraState;
 using orvik::CCameraBase;
@@ -48,10 +49,23 @@ IMG_TYPE publicType(const CameraState& state) {
   }
 }
 
+/// Why a delivery that has just ended brought no frame, as far as the camera's state tells.
+Orvik_NO_FRAME_REASON whyNoFrame(const CCameraBase& driver) {
+  const CameraState& state = driver.state();
+  if (driver.isUnplugged()) return Orvik_NO_FRAME_UNPLUGGED;
+  if (state.capturing) return Orvik_NO_FRAME_TIMEOUT;
+  return state.exposureStatus == Orvik_EXPSTATE_FAILED ? Orvik_NO_FRAME_FAILED
+                                                       : Orvik_NO_FRAME_STOPPED;
+}
+
 /// Delivers an image of the size that the format set; `bufferSize` has been checked against it.
 bool deliver(OpenCamera& camera, unsigned char* buffer, int waitMs) {
+  CCameraBase& driver = *camera.driver;
   const int wait = waitMs < 0 ? kNoLimit : waitMs;
-  return camera.driver->GetImage(buffer, camera.imageBytes, static_cast<std::uint32_t>(wait));
+  const bool delivered =
+      driver.GetImage(buffer, camera.imageBytes, static_cast<std::uint32_t>(wait));
+  driver.state().noFrameReason = delivered ? Orvik_NO_FRAME_NONE : whyNoFrame(driver);
+  return delivered;
 }
 
 bool isTooSmall(const OpenCamera& camera, const unsigned char* buffer, int32_t bufferSize) {
@@ -201,6 +215,24 @@ Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer, int32_t 
   return withCamera(index, Orvik_ERROR_BUFFER_SMALL, [&](OpenCamera& camera) {
     if (isTooSmall(camera, buffer, bufferSize)) return Orvik_ERROR_BUFFER_SMALL;
     deliver(camera, buffer, kNoLimit);
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetNoFrameReason(int index, Orvik_NO_FRAME_REASON* reason) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](const OpenCamera& camera) {
+    if (reason == nullptr) return Orvik_ERROR_ARGUMENT;
+    *reason = camera.driver->state().noFrameReason;
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetReadoutInfo(int index, Orvik_READOUT_INFO* info) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](const OpenCamera& camera) {
+    if (info == nullptr) return Orvik_ERROR_ARGUMENT;
+    info->converterBits = camera.driver->converterBits();
+    info->frameBytes = camera.imageBytes;
+    info->frameRate = camera.driver->expectedFrameRate();
     return Orvik_OK;
   });
 }

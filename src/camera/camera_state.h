@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
 
 namespace orvik {
 
@@ -77,6 +77,8 @@ struct CameraState {
   std::atomic<bool> snapshot{false};
   std::atomic<Orvik_EXPOSURE_STATUS> exposureStatus{Orvik_EXPSTATE_NONE};
   std::atomic<int> droppedFrames{0};
+  /// Of the last delivery; set by the frame thread at its end.
+  std::atomic<Orvik_NO_FRAME_REASON> noFrameReason{Orvik_NO_FRAME_NONE};
 
   // What the camera reported
   std::atomic<bool> usb3Host{false};

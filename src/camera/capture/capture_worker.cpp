@@ -66,6 +66,7 @@ CaptureWorker::Next CaptureWorker::step() {
 
   switch (result) {
     case BulkStream::Result::kGone:
+      link_.noteGone();  // before anybody who waits for a frame is woken
       return snapshot_ ? endSnapshot(Orvik_EXPSTATE_FAILED) : Next::kLeave;
     case BulkStream::Result::kEmpty:
       return onEmpty(false);
