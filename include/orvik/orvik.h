@@ -9,8 +9,8 @@
  *
  * A camera is addressed by a small index, 0-based, into the list that
  * OrvikGetNumOfConnectedCameras() builds. Indices are stable while nothing is plugged or unplugged;
- * enumerate before opening. Programs that tell cameras apart, or that run while cameras come and go,
- * open them by serial number or port and use handles (orvik_devices.h): every function takes a
+ * enumerate before opening. Programs that tell cameras apart, or that run while cameras come and
+ * go, open them by serial number or port and use handles (orvik_devices.h): every function takes a
  * handle in the place of an index.
  *
  * ## Results

@@ -9,12 +9,12 @@
  *
  * - A camera's *identity* is its serial number, or the port that it is plugged into. It is a text,
  *   and the same in every program and after every restart.
- * - Its *index* is its position in the list that OrvikGetNumOfConnectedCameras() built last. An open
- *   camera keeps the index with which it was opened for as long as enumeration finds so many
+ * - Its *index* is its position in the list that OrvikGetNumOfConnectedCameras() built last. An
+ * open camera keeps the index with which it was opened for as long as enumeration finds so many
  *   cameras; when devices come or go, other devices get other indices.
  * - Its *handle* is a number that it gets when it is opened, from #ORVIK_FIRST_HANDLE upwards. It
- *   means this camera until it is closed, whatever is plugged, unplugged or enumerated, and is never
- *   given again in the life of the process.
+ *   means this camera until it is closed, whatever is plugged, unplugged or enumerated, and is
+ * never given again in the life of the process.
  *
  * Every function that takes an index takes a handle in its place. With the handle of a camera that
  * has been closed it answers as with the index of a camera that is not open; with a number that was
@@ -44,25 +44,26 @@ extern "C" {
 
 /** A camera that is plugged in. Filled by OrvikListDevices(). All texts are zero-terminated. */
 typedef struct Orvik_DEVICE {
-  char name[64];      /**< display name of the product; "" for one that the library does not drive */
-  char serial[64];    /**< serial number; "" where the camera has none, or it cannot be read */
-  char port[40];      /**< port that it is plugged into: bus and ports from the root hub downwards,
-                           as "2-1.4" */
-  char identity[64];  /**< what OrvikOpenDevice() takes and configurations should keep: the serial
-                           number if no other camera that is plugged in has the same, else the port */
-  int32_t vendorId;   /**< USB vendor ID */
-  int32_t productId;  /**< USB product ID */
-  Orvik_BOOL isOpen;  /**< 1 when it is open in this process */
-  int32_t handle;     /**< its handle then, else 0 */
+  char name[64];   /**< display name of the product; "" for one that the library does not drive */
+  char serial[64]; /**< serial number; "" where the camera has none, or it cannot be read */
+  char port[40];   /**< port that it is plugged into: bus and ports from the root hub downwards,
+                        as "2-1.4" */
+  char
+      identity[64];  /**< what OrvikOpenDevice() takes and configurations should keep: the serial
+                          number if no other camera that is plugged in has the same, else the port */
+  int32_t vendorId;  /**< USB vendor ID */
+  int32_t productId; /**< USB product ID */
+  Orvik_BOOL isOpen; /**< 1 when it is open in this process */
+  int32_t handle;    /**< its handle then, else 0 */
 } Orvik_DEVICE;
 
 /**
- * Lists the cameras that are plugged in, in the order in which OrvikGetNumOfConnectedCameras() would
- * number them. Changes no index.
+ * Lists the cameras that are plugged in, in the order in which OrvikGetNumOfConnectedCameras()
+ * would number them. Changes no index.
  *
- * Cameras are not disturbed: names come from the product IDs, and serial numbers from the system, or
- * from the camera's opening in this process. Only where neither knows it is a camera opened to read
- * its serial number, once each time that it is plugged in; it is not claimed.
+ * Cameras are not disturbed: names come from the product IDs, and serial numbers from the system,
+ * or from the camera's opening in this process. Only where neither knows it is a camera opened to
+ * read its serial number, once each time that it is plugged in; it is not claimed.
  *
  * @param devices receives up to `capacity` records; may be null when `capacity` is 0
  * @param capacity 0 or more
@@ -115,14 +116,14 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHandle(int index, int* handle);
  *     }
  *
  * The count can also rise without a visible change, for instance when a camera was unplugged and
- * plugged in again. That virtual cameras take the place of the USB bus, or give it back, is a change
- * as well.
+ * plugged in again. That virtual cameras take the place of the USB bus, or give it back, is a
+ * change as well.
  *
  * @param changes in: the count from the last call, or 0; out: the present count, above 0
  * @param timeoutMs longest wait, milliseconds, 0 or more
  * @retval Orvik_ERROR_TIMEOUT nothing has changed
- * @retval Orvik_ERROR_NOT_SUPPORTED the system does not tell of changes: call OrvikListDevices() now
- *         and then. Returned at once.
+ * @retval Orvik_ERROR_NOT_SUPPORTED the system does not tell of changes: call OrvikListDevices()
+ * now and then. Returned at once.
  * @retval Orvik_ERROR_ARGUMENT `changes` is null, or `timeoutMs` is negative
  * @retval Orvik_ERROR_DRIVER_FAILED the system has no memory
  * @par Thread: any thread, several at a time. No thread of the library calls into the program.

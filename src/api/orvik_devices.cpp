@@ -51,9 +51,8 @@ Orvik_ERROR_CODE OrvikListDevices(Orvik_DEVICE* devices, int capacity, int* coun
   return guarded(Orvik_ERROR_DRIVER_FAILED, [&] {
     const std::vector<ConnectedDevice> all = Registry::instance().connected();
     const std::size_t shown = std::min(all.size(), static_cast<std::size_t>(capacity));
-    std::ranges::transform(std::span(all).first(shown), devices, [&](const ConnectedDevice& each) {
-      return describe(each, all);
-    });
+    std::ranges::transform(std::span(all).first(shown), devices,
+                           [&](const ConnectedDevice& each) { return describe(each, all); });
     *count = static_cast<int>(all.size());
     return Orvik_OK;
   });

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The flat functions about the library itself: its version, and what its codes mean.
-#include "orvik/orvik_service.h"
-
 #include <string_view>
+
+#include "orvik/orvik_service.h"
 
 #define ORVIK_TEXT_OF(number) #number
 #define ORVIK_VERSION_TEXT(major, minor, patch) \

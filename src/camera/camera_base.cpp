@@ -112,7 +112,8 @@ std::string CCameraBase::serialNumber() const { return printable(link().device()
 
 bool CCameraBase::ReConnectCamera() {
   const auto lock = lockSettings();
-  if (connected_.vendorId == 0 || state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) {
+  if (connected_.vendorId == 0 || state_->capturing || abandonedWorker_ ||
+      !capture_.waitForPrevious()) {
     return false;
   }
   guideLines_.letGo();

@@ -36,8 +36,8 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
   /// Counts what comes and goes while events are handled; null where libusb is not told.
   [[nodiscard]] const std::shared_ptr<seam::ChangeCount>& changes() const { return changes_; }
 
-  /// Has events handled from now on, on behalf of a handle that is open or of somebody who waits for
-  /// a change. Each success wants its leave() or close().
+  /// Has events handled from now on, on behalf of a handle that is open or of somebody who waits
+  /// for a change. Each success wants its leave() or close().
   /// @return false when the system gives no thread.
   bool enter();
   void leave();

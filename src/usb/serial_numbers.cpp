@@ -43,9 +43,8 @@ std::string printable(const std::string& text) { return printableOf(text); }
 std::string SerialNumbers::of(seam::Host& host, const seam::DeviceInfo& device) {
   if (const auto known = host.serialNumber(device)) return printable(*known);
   const std::lock_guard lock(mutex_);
-  const auto found = std::ranges::find_if(read_, [&](const Read& each) {
-    return each.host == &host && each.device == device;
-  });
+  const auto found = std::ranges::find_if(
+      read_, [&](const Read& each) { return each.host == &host && each.device == device; });
   if (found != read_.end()) return found->serialNumber;
   auto text = readFrom(host, device);
   if (!text) return "";

@@ -18,8 +18,8 @@ std::string printable(const std::string& text);
 /// The serial numbers of devices that are plugged in but not open here.
 ///
 /// The system is asked first. Where it does not tell, the device is opened for a moment, once for
-/// each time that it is plugged in; a device that could not be read is tried again at the next call.
-/// Any thread.
+/// each time that it is plugged in; a device that could not be read is tried again at the next
+/// call. Any thread.
 class SerialNumbers {
  public:
   /// @return "" for a device that has none, or does not tell it within a second.

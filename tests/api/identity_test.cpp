@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Cameras by their identity: what is plugged in, handles that do not shift, plugging and unplugging.
+// Cameras by their identity: what is plugged in, handles that do not shift, plugging and
+// unplugging.
+#include "seam/identity.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,7 +13,6 @@
 #include <vector>
 
 #include "orvik/orvik_service.h"
-#include "seam/identity.h"
 #include "sim/fault/fault_host.h"
 #include "support/fault_script.h"
 #include "support/scripted_bench.h"
