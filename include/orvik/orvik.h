@@ -89,7 +89,7 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_IMAGE_TYPE = 9,
   /** The camera refused the start position. */
   Orvik_ERROR_START_POS = 10,
-  /** No frame came within the wait time. */
+  /** No frame came: not within the wait time, or capture has ended, or the camera is gone. */
   Orvik_ERROR_NO_FRAME = 11,
   /** Never returned; the value is kept free. */
   Orvik_ERROR_RESERVED_12 = 12,
@@ -486,7 +486,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikStopVideoCapture(int index);
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
- * @retval Orvik_ERROR_NO_FRAME none came in time; the buffer is as it was
+ * @retval Orvik_ERROR_NO_FRAME none came; the buffer is as it was. OrvikGetNoFrameReason()
+ *         (orvik_service.h) tells why.
  * @par Thread: frame thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t bufferSize,

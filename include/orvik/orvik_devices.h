@@ -17,8 +17,9 @@
  * never given again in the life of the process.
  *
  * Every function that takes an index takes a handle in its place. With the handle of a camera that
- * has been closed it answers as with the index of a camera that is not open; with a number that was
- * never given as a handle, as with an index that does not exist.
+ * has been closed it answers as with the index of a camera that is not open, and OrvikOpenCamera()
+ * and OrvikGetCameraProperty() answer #Orvik_ERROR_NO_CAMERA_OBJECT; with a number that was never
+ * given as a handle, as with an index that does not exist.
  *
  * Every open camera has a handle: OrvikOpenDevice() gives it, and OrvikGetHandle() tells that of a
  * camera that was opened by its index. A camera that was opened by its identity has no index; one
@@ -71,7 +72,7 @@ typedef struct Orvik_DEVICE {
  * @retval Orvik_ERROR_ARGUMENT `count` is null, or `devices` while `capacity` is above 0
  * @retval Orvik_ERROR_DRIVER_FAILED the system has no memory
  * @par Thread: any thread. Returns at once; where a camera has to be opened for its serial number
- *      and does not answer, within 2.6 s for each.
+ *      and does not answer, within 2.1 s for each.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikListDevices(Orvik_DEVICE* devices, int capacity, int* count);
 

@@ -105,8 +105,9 @@ typedef struct Orvik_READOUT_INFO {
                               not known. As many of the upper bits of a 16-bit sample are picture,
                               unless pixels were added up on the host. */
   int32_t frameBytes;    /**< bytes of one delivered image; 0 until OrvikSetROIFormat() */
-  double frameRate;      /**< expected frames a second of a video with the present settings, above
-                              0; what the host and its USB bus achieve can be less */
+  double frameRate;      /**< expected frames a second of a video with the present settings; 0 while
+                              they are not known, before OrvikSetROIFormat(). What the host and its
+                              USB bus achieve can be less. */
 } Orvik_READOUT_INFO;
 
 /** What a camera runs. Filled by OrvikGetFirmwareVersion(). */

@@ -22,7 +22,8 @@ std::string printable(const std::string& text);
 /// call. Any thread.
 class SerialNumbers {
  public:
-  /// @return "" for a device that has none, or does not tell it within a second.
+  /// @return "" for a device that has none, or does not tell it. At once, or within 2.1 s where a
+  /// device has to be opened and does not answer.
   std::string of(seam::Host& host, const seam::DeviceInfo& device);
 
   /// Forgets devices of `host` that are not among `present`.
