@@ -2,17 +2,17 @@
 // What the examples in C++ have in common: a camera that closes itself, and errors as exceptions.
 #pragma once
 
-#include <orvik/orvik.h>
+#include <orvik/orvik_service.h>
 #include <orvik/orvik_sim.h>
 
 #include <cstdint>
 #include <stdexcept>
 #include <string>
 
-/// Throws unless a call succeeded. The codes are explained in orvik.h.
+/// Throws unless a call succeeded.
 inline void check(Orvik_ERROR_CODE code, const std::string& doing) {
   if (code != Orvik_OK) {
-    throw std::runtime_error(doing + ": error " + std::to_string(static_cast<int>(code)));
+    throw std::runtime_error(doing + ": " + OrvikErrorText(code));
   }
 }
 

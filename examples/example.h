@@ -2,13 +2,13 @@
 /* What the examples in C have in common: a camera to work with, and words for what goes wrong. */
 #pragma once
 
-#include <orvik/orvik.h>
+#include <orvik/orvik_service.h>
 #include <orvik/orvik_sim.h>
 #include <stdio.h>
 
-/* Whether a call succeeded; tells what went wrong if not. The codes are explained in orvik.h. */
+/* Whether a call succeeded; tells what went wrong if not. */
 static inline int succeeded(Orvik_ERROR_CODE code, const char* doing) {
-  if (code != Orvik_OK) fprintf(stderr, "%s: error %d\n", doing, (int)code);
+  if (code != Orvik_OK) fprintf(stderr, "%s: %s\n", doing, OrvikErrorText(code));
   return code == Orvik_OK;
 }
 

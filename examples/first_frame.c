@@ -6,14 +6,14 @@
  *
  * Everything stands in this one file; the other examples share example.h and camera.h for what is
  * the same in all of them. */
-#include <orvik/orvik.h>
+#include <orvik/orvik_service.h>
 #include <orvik/orvik_sim.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Tells what went wrong. The codes are explained in orvik.h. */
+/* Tells what went wrong. */
 static int failed(const char* doing, Orvik_ERROR_CODE code) {
-  fprintf(stderr, "%s: error %d\n", doing, (int)code);
+  fprintf(stderr, "%s: %s\n", doing, OrvikErrorText(code));
   return EXIT_FAILURE;
 }
 

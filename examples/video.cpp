@@ -23,6 +23,13 @@ struct Count {
   int lost = 0;
 };
 
+/// Whether the frame that did not come is only late: capture goes on, and the camera is there.
+bool isLate() {
+  Orvik_NO_FRAME_REASON reason = Orvik_NO_FRAME_NONE;
+  check(OrvikGetNoFrameReason(0, &reason), "asking for the reason");
+  return reason == Orvik_NO_FRAME_TIMEOUT;
+}
+
 Count record(std::chrono::duration<double> length, std::ostream& file) {
   std::vector<unsigned char> frame(std::size_t{kWidth} * kHeight);
   // Twice the exposure and some time for the read-out; a frame that has not come by then will not.
@@ -33,7 +40,7 @@ Count record(std::chrono::duration<double> length, std::ostream& file) {
   while (std::chrono::steady_clock::now() < end) {
     const auto code =
         OrvikGetVideoData(0, frame.data(), static_cast<std::int32_t>(frame.size()), kWaitMs);
-    if (code == Orvik_ERROR_NO_FRAME) continue;  // one may get lost; the camera goes on
+    if (code == Orvik_ERROR_NO_FRAME && isLate()) continue;  // one got lost; the camera goes on
     check(code, "taking a frame");
     file.write(reinterpret_cast<const char*>(frame.data()), std::streamsize{kWidth} * kHeight);
     ++count.frames;

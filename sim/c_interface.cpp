@@ -17,6 +17,7 @@
 #include "sim/models.h"
 #include "sim/plug_options.h"
 #include "sim/sim_host.h"
+#include "sim/wire/descriptors.h"
 
 namespace orvik::sim {
 namespace {
@@ -79,7 +80,7 @@ Orvik_SIM_CAMERA recordOf(const PluggedCamera& camera) {
   Orvik_SIM_CAMERA record{};
   record.id = camera.id;
   std::snprintf(record.model, sizeof record.model, "%s", camera.model->code);
-  std::snprintf(record.serial, sizeof record.serial, "%08X", camera.serial);
+  std::snprintf(record.serial, sizeof record.serial, "%s", serialText(camera.serial).c_str());
   record.bus = camera.info.location.bus;
   record.port = camera.info.location.ports.front();
   record.address = camera.info.location.address;

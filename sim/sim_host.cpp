@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "seam/identity.h"
+#include "sim/wire/descriptors.h"
 #include "sim/wire/device.h"
 #include "sim/wire/port.h"
 
@@ -44,8 +45,11 @@ int SimHost::plug(const Model& model, const CameraOptions& options) {
 
   auto device = std::make_shared<Device>(model, options, camera.serial, camera.info, clock_);
   std::shared_ptr<fault::Faults> faults;
-  if (!options.faults.rules.empty()) faults = std::make_shared<fault::Faults>(options.faults);
+  if (!options.faults.rules.empty()) {
+    faults = std::make_shared<fault::Faults>(options.faults, changes_);
+  }
   cameras_.emplace(camera.id, Entry{camera, std::move(device), std::move(faults)});
+  changes_->add();
   return ++lastId_;
 }
 
@@ -58,6 +62,7 @@ bool SimHost::unplug(int id) {
     device = std::move(found->second.device);
     cameras_.erase(found);
   }
+  changes_->add();
   device->unplug();
   return true;
 }
@@ -68,6 +73,7 @@ void SimHost::unplugAll() {
     const std::lock_guard lock(mutex_);
     unplugged.swap(cameras_);
   }
+  if (!unplugged.empty()) changes_->add();
   for (const auto& [id, entry] : unplugged) entry.device->unplug();
 }
 
@@ -108,6 +114,14 @@ std::unique_ptr<seam::Port> SimHost::open(const seam::DeviceInfo& device) {
     return entry.faults->open([&entry = entry] { return openPort(*entry.device); });
   }
   return nullptr;
+}
+
+std::optional<std::string> SimHost::serialNumber(const seam::DeviceInfo& device) {
+  const std::lock_guard lock(mutex_);
+  for (auto& [id, entry] : cameras_) {
+    if (entry.camera.info == device) return serialText(entry.camera.serial);
+  }
+  return std::nullopt;
 }
 
 /// Whether the camera's script leaves it plugged in; each time that it comes back it has another

@@ -57,6 +57,9 @@ class SimHost final : public seam::Host {
 
   std::vector<seam::DeviceInfo> devices() override;
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
+  /// As the camera's descriptors have it.
+  std::optional<std::string> serialNumber(const seam::DeviceInfo& device) override;
+  std::shared_ptr<seam::ChangeCount> changes() override { return changes_; }
   [[nodiscard]] std::string settingsFolder() const override { return "virtual"; }
 
  private:
@@ -74,6 +77,7 @@ class SimHost final : public seam::Host {
   [[nodiscard]] bool addressTaken(std::uint8_t bus, std::uint8_t address) const;
 
   const std::shared_ptr<seam::Clock> clock_;
+  const std::shared_ptr<seam::ChangeCount> changes_ = std::make_shared<seam::ChangeCount>();
   std::mutex mutex_;
   std::map<int, Entry> cameras_;
   int lastId_ = 0;

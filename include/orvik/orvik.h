@@ -9,7 +9,9 @@
  *
  * A camera is addressed by a small index, 0-based, into the list that
  * OrvikGetNumOfConnectedCameras() builds. Indices are stable while nothing is plugged or unplugged;
- * enumerate before opening.
+ * enumerate before opening. Programs that tell cameras apart, or that run while cameras come and
+ * go, open them by serial number or port and use handles (orvik_devices.h): every function takes a
+ * handle in the place of an index.
  *
  * ## Results
  *
@@ -87,7 +89,7 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_IMAGE_TYPE = 9,
   /** The camera refused the start position. */
   Orvik_ERROR_START_POS = 10,
-  /** No frame came within the wait time, or none that fits. */
+  /** No frame came: not in time, or capture has ended, or the camera is gone, or it does not fit. */
   Orvik_ERROR_NO_FRAME = 11,
   /** Never returned; the value is kept free. */
   Orvik_ERROR_RESERVED_12 = 12,
@@ -115,6 +117,14 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_FLASH_ERASE = 37,
   /** What was read back from the camera is something else than what should be there. */
   Orvik_ERROR_VERIFY = 38,
+  /** No camera that is plugged in has this serial number or port. */
+  Orvik_ERROR_NO_DEVICE = 39,
+  /** Several cameras that are plugged in have this serial number. */
+  Orvik_ERROR_SEVERAL_DEVICES = 40,
+  /** What was waited for did not happen in time. */
+  Orvik_ERROR_TIMEOUT = 41,
+  /** The system cannot do this. */
+  Orvik_ERROR_NOT_SUPPORTED = 42,
 } Orvik_ERROR_CODE;
 
 /** A control of a camera. Which ones a camera offers: OrvikGetControlCaps(). */
@@ -269,7 +279,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetCameraProperty(Orvik_CAMERA_INFO* info, int i
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT the device is of an unknown model
- * @retval Orvik_ERROR_OPEN_FAILED the device is gone, not permitted, or held by another program
+ * @retval Orvik_ERROR_OPEN_FAILED the device is gone, not permitted, held by another program, or
+ *         open in this process under a handle or another index
  * @par Thread: controlling thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
@@ -485,6 +496,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikStopVideoCapture(int index);
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
  * @retval Orvik_ERROR_NO_FRAME none came in time, or its image is larger than the buffer, and
  *         stays; the buffer is as it was. At once where the camera is known to be unplugged.
+ *         OrvikGetNoFrameReason() (orvik_service.h) tells why.
  * @par Thread: frame thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t bufferSize,

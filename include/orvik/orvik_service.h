@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file orvik_service.h
- * Service work on cameras: recording darks, hot pixels, timed guide pulses, settings, firmware and
- * flash. A companion of orvik.h; programs that only capture do not need it.
+ * What goes beyond capturing: cameras by their identity (orvik_devices.h, which this header
+ * includes), texts for errors, details of capture, recording darks, hot pixels, timed guide pulses,
+ * settings, firmware and flash. A companion of orvik.h.
  *
  * Valid C99 and C++. The functions are in liborvik.so and follow the rules of orvik.h: the order of
  * checks (index, open camera, arguments), no exceptions, no output, nothing written through
@@ -29,6 +30,7 @@
 #include <stdint.h>
 
 #include "orvik/orvik.h"
+#include "orvik/orvik_devices.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -82,6 +84,33 @@ typedef struct Orvik_PRODUCT {
   int32_t largestFrameBytes; /**< bytes of the sensor's full size at its widest samples */
   Orvik_BOOL usb3Camera;     /**< 1 for a model built for USB 3 */
 } Orvik_PRODUCT;
+
+/** Why OrvikGetVideoData() or OrvikGetDataAfterExp() delivered no frame. */
+typedef enum ORVIK_INT32 {
+  /** The last call delivered a frame; or there was no call yet. */
+  Orvik_NO_FRAME_NONE = 0,
+  /** Capture is running, and no frame came within the wait time. */
+  Orvik_NO_FRAME_TIMEOUT = 1,
+  /** Capture was not running, or was stopped during the wait. */
+  Orvik_NO_FRAME_STOPPED = 2,
+  /** The camera was unplugged. Close it. */
+  Orvik_NO_FRAME_UNPLUGGED = 3,
+  /** The capture failed: the snapshot ended without an image, or could not be started. */
+  Orvik_NO_FRAME_FAILED = 4,
+  /** An image is there and stays, because it is larger than the buffer. */
+  Orvik_NO_FRAME_TOO_LARGE = 5,
+} Orvik_NO_FRAME_REASON;
+
+/** How a camera reads out at present. Filled by OrvikGetReadoutInfo(). */
+typedef struct Orvik_READOUT_INFO {
+  int32_t converterBits; /**< bits of the converter in the present mode, 10 or 12; 0 where they are
+                              not known. As many of the upper bits of a 16-bit sample are picture,
+                              unless pixels were added up on the host. */
+  int32_t frameBytes;    /**< bytes of one image in the format that is set */
+  double frameRate;      /**< expected frames a second of a video with the present settings; 0 while
+                              they are not known, before OrvikSetROIFormat(). What the host and its
+                              USB bus achieve can be less. */
+} Orvik_READOUT_INFO;
 
 /** What a camera runs. Filled by OrvikGetFirmwareVersion(). */
 typedef struct Orvik_FIRMWARE_VERSION {
@@ -176,6 +205,26 @@ typedef enum ORVIK_INT32 {
  */
 typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int32_t total);
 
+/* --- The library ------------------------------------------------------------------------------ */
+
+/**
+ * Tells the version of the library that is loaded, as "1.2.3"; #ORVIK_VERSION_MAJOR and its
+ * companions tell that of the header.
+ *
+ * @return never null. The text lives as long as the library is loaded.
+ * @par Thread: any thread. Needs no camera.
+ */
+ORVIK_API const char* OrvikGetVersion(void);
+
+/**
+ * Explains an error code in English: what happened, and what to do about it.
+ *
+ * @param code any number; one that the library does not know has a text of its own
+ * @return one or more sentences, never null. The text lives as long as the library is loaded.
+ * @par Thread: any thread. Needs no camera.
+ */
+ORVIK_API const char* OrvikErrorText(Orvik_ERROR_CODE code);
+
 /* --- Products -------------------------------------------------------------------------------- */
 
 /**
@@ -188,7 +237,7 @@ typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product);
 
-/* --- Images ---------------------------------------------------------------------------------- */
+/* --- Capture --------------------------------------------------------------------------------- */
 
 /**
  * Tells what is known of the image that OrvikGetVideoData() or OrvikGetDataAfterExp() delivered
@@ -201,6 +250,24 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product)
  * @par Thread: frame thread, so that no other image comes between. Returns at once.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetFrameInfo(int index, Orvik_FRAME_INFO* info);
+
+/**
+ * Tells why the last OrvikGetVideoData() or OrvikGetDataAfterExp() on this camera delivered no
+ * frame. A call that was refused for its arguments does not count.
+ *
+ * @param reason receives the reason; #Orvik_NO_FRAME_NONE when a frame was delivered
+ * @retval Orvik_ERROR_ARGUMENT `reason` is null
+ * @par Thread: the frame thread, after its call. Returns at once.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetNoFrameReason(int index, Orvik_NO_FRAME_REASON* reason);
+
+/**
+ * Tells how the camera reads out with its present format, exposure, bandwidth and modes.
+ *
+ * @retval Orvik_ERROR_ARGUMENT `info` is null
+ * @par Thread: any thread. Returns at once.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetReadoutInfo(int index, Orvik_READOUT_INFO* info);
 
 /* --- Dark frames ----------------------------------------------------------------------------- */
 

@@ -31,7 +31,7 @@ void FaultHost::update() {
   for (const seam::DeviceInfo& below : inner_->devices()) {
     Guest& guest = guests_[{below.location.bus, below.location.ports}];
     if (!guest.faults || guest.below.location != below.location) {
-      guest = {below, below.location.address, 0, std::make_shared<Faults>(script_)};
+      guest = {below, below.location.address, 0, std::make_shared<Faults>(script_, changes())};
     }
     if (!guest.faults->present()) continue;
     if (const unsigned replugs = guest.faults->replugs(); replugs != guest.replugs) {
@@ -53,6 +53,11 @@ std::uint8_t FaultHost::freeAddress(std::uint8_t bus) const {
   return kLastAddress;
 }
 
+std::optional<std::string> FaultHost::serialNumber(const seam::DeviceInfo& device) {
+  const auto guest = guestAt(device);
+  return guest ? inner_->serialNumber(guest->below) : std::nullopt;
+}
+
 std::vector<seam::DeviceInfo> FaultHost::devices() {
   const std::lock_guard lock(mutex_);
   update();
@@ -66,18 +71,21 @@ std::vector<seam::DeviceInfo> FaultHost::devices() {
   return list;
 }
 
-std::unique_ptr<seam::Port> FaultHost::open(const seam::DeviceInfo& device) {
-  std::shared_ptr<Faults> faults;
-  seam::DeviceInfo below;
-  {
-    const std::lock_guard lock(mutex_);
-    update();
-    const auto found = guests_.find({device.location.bus, device.location.ports});
-    if (found == guests_.end() || found->second.address != device.location.address) return nullptr;
-    faults = found->second.faults;
-    below = found->second.below;
+/// The guest that `device` is here, if its address is still the one that it was listed with.
+std::optional<FaultHost::Guest> FaultHost::guestAt(const seam::DeviceInfo& device) {
+  const std::lock_guard lock(mutex_);
+  update();
+  const auto found = guests_.find({device.location.bus, device.location.ports});
+  if (found == guests_.end() || found->second.address != device.location.address) {
+    return std::nullopt;
   }
-  return faults->open([&] { return inner_->open(below); });
+  return found->second;
+}
+
+std::unique_ptr<seam::Port> FaultHost::open(const seam::DeviceInfo& device) {
+  const auto guest = guestAt(device);
+  if (!guest) return nullptr;
+  return guest->faults->open([&] { return inner_->open(guest->below); });
 }
 
 }  // namespace orvik::fault

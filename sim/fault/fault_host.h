@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +29,11 @@ class FaultHost final : public seam::Host {
 
   std::vector<seam::DeviceInfo> devices() override;
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
+  std::optional<std::string> serialNumber(const seam::DeviceInfo& device) override;
+  std::shared_ptr<seam::ChangeCount> changes() override { return inner_->changes(); }
+  bool waitForChange(std::uint64_t seen, std::chrono::milliseconds limit) override {
+    return inner_->waitForChange(seen, limit);
+  }
   [[nodiscard]] std::string settingsFolder() const override { return inner_->settingsFolder(); }
 
  private:
@@ -41,6 +48,7 @@ class FaultHost final : public seam::Host {
   };
 
   void update();
+  std::optional<Guest> guestAt(const seam::DeviceInfo& device);
   [[nodiscard]] std::uint8_t freeAddress(std::uint8_t bus) const;
 
   const std::shared_ptr<seam::Host> inner_;

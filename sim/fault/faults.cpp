@@ -40,7 +40,10 @@ void addTo(std::vector<std::weak_ptr<T>>& all, const std::shared_ptr<T>& one) {
 
 }  // namespace
 
-Faults::Faults(Script script) { setScript(std::move(script)); }
+Faults::Faults(Script script, std::shared_ptr<seam::ChangeCount> changes)
+    : changes_(std::move(changes)) {
+  setScript(std::move(script));
+}
 
 Faults::~Faults() = default;
 
@@ -128,6 +131,10 @@ void Faults::unplug(std::optional<Clock::time_point> back) {
     flights = livingOf(flights_);
     openings = livingOf(openings_);
     openings_.clear();
+  }
+  if (changes_) {
+    changes_->add();
+    if (back) changes_->addAt(*back);
   }
   for (const auto& opening : openings) opening->markGone();
   for (const auto& flight : flights) flight->end(TransferStatus::kNoDevice);

@@ -35,7 +35,8 @@ struct Strike {
 /// thread; calls nobody back while it holds its lock.
 class Faults : public std::enable_shared_from_this<Faults> {
  public:
-  explicit Faults(Script script = {});
+  /// @param changes told when the device goes and when it comes back; may be null
+  explicit Faults(Script script = {}, std::shared_ptr<seam::ChangeCount> changes = nullptr);
   ~Faults();
   Faults(const Faults&) = delete;
   Faults& operator=(const Faults&) = delete;
@@ -80,6 +81,7 @@ class Faults : public std::enable_shared_from_this<Faults> {
   bool strikes(const Counted& counted);
   void unplug(std::optional<Clock::time_point> back);
 
+  const std::shared_ptr<seam::ChangeCount> changes_;
   mutable std::mutex mutex_;
   std::vector<Counted> rules_;
   sim::Random random_{1};

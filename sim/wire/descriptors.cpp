@@ -88,13 +88,13 @@ Bytes stringDescriptor(std::string_view text) {
   return bytes;
 }
 
+}  // namespace
+
 std::string serialText(std::uint32_t serial) {
   char text[9];
   std::snprintf(text, sizeof text, "%08X", serial);
   return text;
 }
-
-}  // namespace
 
 Descriptors::Descriptors(const Model& model, bool superSpeed, std::uint32_t serial)
     : device_(deviceDescriptor(model, superSpeed)),

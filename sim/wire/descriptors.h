@@ -2,11 +2,15 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "sim/models.h"
 
 namespace orvik::sim {
+
+/// A serial number as cameras tell it: eight hexadecimal digits.
+std::string serialText(std::uint32_t serial);
 
 /// The descriptors that a camera answers GET_DESCRIPTOR with, as the bytes on the wire. A camera of
 /// USB 2 is the same on any port.

@@ -8,6 +8,7 @@
 #include "api/guard.h"
 #include "api/image_type.h"
 #include "camera/saturated.h"
+#include "orvik/orvik_service.h"
 
 using orvik::CameraState;
 using orvik::CCameraBase;
@@ -43,12 +44,34 @@ Format formatOf(IMG_TYPE type) {
   }
 }
 
+Orvik_NO_FRAME_REASON publicReason(NoFrame why) {
+  switch (why) {
+    case NoFrame::kTimeout:
+      return Orvik_NO_FRAME_TIMEOUT;
+    case NoFrame::kStopped:
+      return Orvik_NO_FRAME_STOPPED;
+    case NoFrame::kUnplugged:
+      return Orvik_NO_FRAME_UNPLUGGED;
+    case NoFrame::kFailed:
+      return Orvik_NO_FRAME_FAILED;
+    case NoFrame::kDoesNotFit:
+      return Orvik_NO_FRAME_TOO_LARGE;
+  }
+  return Orvik_NO_FRAME_FAILED;
+}
+
 /// Delivers an image into a buffer that has room for the format that was set; its own can differ.
 std::optional<NoFrame> deliver(OpenCamera& camera, unsigned char* buffer, int32_t bufferSize,
                                FrameQueue::Wait wait) {
+  CCameraBase& driver = *camera.driver;
   const auto size = static_cast<std::size_t>(std::max(bufferSize, 0));
-  if (camera.driver->isUnplugged()) wait = std::chrono::milliseconds(0);  // what is there already
-  return camera.driver->takeImage({buffer, size}, wait);
+  if (driver.isUnplugged()) wait = std::chrono::milliseconds(0);  // what is there already
+  auto missing = driver.takeImage({buffer, size}, wait);
+  if (missing && missing != NoFrame::kDoesNotFit && driver.isUnplugged()) {
+    missing = NoFrame::kUnplugged;
+  }
+  camera.noFrameReason = missing ? publicReason(*missing) : Orvik_NO_FRAME_NONE;
+  return missing;
 }
 
 bool isTooSmall(const OpenCamera& camera, const unsigned char* buffer, int32_t bufferSize) {
@@ -202,5 +225,23 @@ Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer, int32_t 
     // That there is no image is told by the status, but an image that stays behind is not silent.
     const auto missing = deliver(camera, buffer, bufferSize, std::nullopt);
     return missing == NoFrame::kDoesNotFit ? Orvik_ERROR_NO_FRAME : Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetNoFrameReason(int index, Orvik_NO_FRAME_REASON* reason) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](const OpenCamera& camera) {
+    if (reason == nullptr) return Orvik_ERROR_ARGUMENT;
+    *reason = camera.noFrameReason;
+    return Orvik_OK;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetReadoutInfo(int index, Orvik_READOUT_INFO* info) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](const OpenCamera& camera) {
+    if (info == nullptr) return Orvik_ERROR_ARGUMENT;
+    info->converterBits = camera.driver->converterBits();
+    info->frameBytes = static_cast<std::int32_t>(camera.driver->format().imageBytes());
+    info->frameRate = camera.driver->expectedFrameRate();
+    return Orvik_OK;
   });
 }

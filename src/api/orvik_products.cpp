@@ -13,8 +13,7 @@ namespace {
 
 Orvik_PRODUCT describe(const ModelRow& model, const Product& product) {
   Orvik_PRODUCT record{};
-  std::snprintf(record.name, sizeof record.name, "%s",
-                product.name != nullptr ? product.name : model.name);
+  std::snprintf(record.name, sizeof record.name, "%s", orvik::productName(product.id));
   record.vendorId = orvik::identity::kVendorId;
   record.productId = product.id;
   record.largestFrameBytes = model.maxWidth * model.maxHeight * (model.imageTypes.raw16 ? 2 : 1);

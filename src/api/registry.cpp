@@ -1,14 +1,42 @@
 // SPDX-License-Identifier: MIT
 #include "api/registry.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <utility>
 
+#include "camera/model_devices.h"
 #include "models/catalogue.h"
 #include "seam/identity.h"
+#include "seam/location_text.h"
+#include "usb/current_host.h"
+#include "usb/device_list.h"
 #include "usb/usb_device.h"
 
 namespace orvik {
+namespace {
+
+bool isHandle(int number) { return number >= Registry::kFirstHandle; }
+
+bool sameSerial(const std::string& one, const std::string& other) {
+  return strcasecmp(one.c_str(), other.c_str()) == 0;
+}
+
+/// The devices that an identity means: the one at that port, else those with that serial number.
+std::vector<ConnectedDevice> meantBy(const std::string& identity,
+                                     std::vector<ConnectedDevice> devices) {
+  const auto isAtPort = [&](const ConnectedDevice& each) {
+    return seam::portText(each.device.location) == identity;
+  };
+  const bool isPort = std::ranges::any_of(devices, isAtPort);
+  std::erase_if(devices, [&](const ConnectedDevice& each) {
+    return isPort ? !isAtPort(each) : !sameSerial(each.serialNumber, identity);
+  });
+  return devices;
+}
+
+}  // namespace
 
 Registry& Registry::instance() {
   // Never destroyed: a thread of the program may still be inside a call when the program ends.
@@ -42,42 +70,9 @@ std::uint16_t Registry::productAt(int index) const {
   return productIds_[static_cast<std::size_t>(index)];
 }
 
-std::shared_ptr<OpenCamera> Registry::cameraAt(int index) const {
+Registry::Camera Registry::cameraAt(int index) const {
   const std::lock_guard lock(tables_);
   return cameras_[static_cast<std::size_t>(index)];
-}
-
-void Registry::put(int index, std::shared_ptr<OpenCamera> camera) {
-  const std::lock_guard lock(tables_);
-  cameras_[static_cast<std::size_t>(index)] = std::move(camera);
-}
-
-std::shared_ptr<OpenCamera> Registry::find(int index, Orvik_ERROR_CODE& error) const {
-  if (!isConnected(index)) {
-    error = Orvik_ERROR_CAMERA_INDEX;
-    return nullptr;
-  }
-  auto camera = cameraAt(index);
-  error = camera ? Orvik_OK : Orvik_ERROR_NO_CAMERA_OBJECT;
-  return camera;
-}
-
-Orvik_ERROR_CODE Registry::property(Orvik_CAMERA_INFO& info, int index) {
-  const std::lock_guard controlling(controlling_);
-  if (!isConnected(index)) return Orvik_ERROR_INFO_INDEX;
-  info.cameraIndex = index;
-  if (const auto camera = cameraAt(index)) {
-    camera->driver->GetCameraProperty(&info);
-    return Orvik_OK;
-  }
-  const auto unopened = createCamera(productAt(index));
-  if (!unopened) return Orvik_ERROR_NO_CAMERA_OBJECT;
-  // Some models learn which of their variants they are from the device. One that cannot be opened
-  // at present is described as the model.
-  const bool opened = unopened->model().probed && unopened->OpenCamera(sameModelOrdinal(index));
-  unopened->GetCameraProperty(&info);
-  if (opened) unopened->CloseCamera();
-  return Orvik_OK;
 }
 
 /// Which camera of its model this one is, counted from 1. All products of a model count, because
@@ -91,32 +86,173 @@ int Registry::sameModelOrdinal(int index) const {
          }));
 }
 
-Orvik_ERROR_CODE Registry::open(int index) {
-  if (!isConnected(0)) enumerate();
-  const std::lock_guard controlling(controlling_);
-  if (!isConnected(index)) return Orvik_ERROR_CAMERA_INDEX;
-  if (cameraAt(index)) return Orvik_OK;
+Registry::Camera Registry::cameraWith(const seam::Host& host,
+                                      const seam::DeviceInfo& device) const {
+  const std::lock_guard lock(tables_);
+  for (const auto& [handle, camera] : open_) {
+    if (camera->host == &host && camera->device == device && !camera->driver->isUnplugged()) {
+      return camera;
+    }
+  }
+  return nullptr;
+}
 
-  auto camera = std::make_shared<OpenCamera>();
-  camera->driver = createCamera(productAt(index));
-  if (!camera->driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
-  if (!camera->driver->OpenCamera(sameModelOrdinal(index))) return Orvik_ERROR_OPEN_FAILED;
-  camera->driver->SetTimeMark(false);
-  camera->driver->InitCamera();
-  put(index, std::move(camera));
+void Registry::add(const Camera& camera) {
+  const std::lock_guard lock(tables_);
+  camera->handle = nextHandle_++;
+  open_.emplace(camera->handle, camera);
+}
+
+Registry::Camera Registry::take(int number) {
+  const std::lock_guard lock(tables_);
+  Camera camera;
+  if (isHandle(number)) {
+    const auto found = open_.find(number);
+    if (found != open_.end()) camera = found->second;
+  } else if (number >= 0 && static_cast<std::size_t>(number) < kMaxCameras) {
+    camera = cameras_[static_cast<std::size_t>(number)];
+  }
+  if (!camera) return nullptr;
+  open_.erase(camera->handle);
+  std::ranges::replace(cameras_, camera, nullptr);
+  return camera;
+}
+
+std::shared_ptr<OpenCamera> Registry::find(int number, Orvik_ERROR_CODE& error) const {
+  const std::lock_guard lock(tables_);
+  Camera camera;
+  error = Orvik_ERROR_NO_CAMERA_OBJECT;
+  if (isHandle(number)) {
+    const auto found = open_.find(number);
+    if (found != open_.end()) camera = found->second;
+    if (number >= nextHandle_) error = Orvik_ERROR_CAMERA_INDEX;
+  } else if (number >= 0 && static_cast<std::size_t>(number) < productIds_.size()) {
+    camera = cameras_[static_cast<std::size_t>(number)];
+  } else {
+    error = Orvik_ERROR_CAMERA_INDEX;
+  }
+  if (camera) error = Orvik_OK;
+  return camera;
+}
+
+/// The camera that has the device at `index` open, under a handle or under another index.
+Registry::Camera Registry::cameraOfDeviceAt(int index) const {
+  const ModelRow* model = modelOfProduct(productAt(index));
+  if (model == nullptr) return nullptr;
+  const auto host = currentHost();
+  const auto device = deviceOfModel(*model, host->devices(), sameModelOrdinal(index));
+  return device ? cameraWith(*host, *device) : nullptr;
+}
+
+Orvik_ERROR_CODE Registry::property(Orvik_CAMERA_INFO& info, int number) {
+  const std::lock_guard controlling(controlling_);
+  Orvik_ERROR_CODE error = Orvik_OK;
+  auto camera = find(number, error);
+  if (error == Orvik_ERROR_CAMERA_INDEX) return Orvik_ERROR_INFO_INDEX;
+  info.cameraIndex = number;
+  if (!camera && isHandle(number)) return error;
+  if (!camera) camera = cameraOfDeviceAt(number);
+  if (camera) {
+    camera->driver->GetCameraProperty(&info);
+    return Orvik_OK;
+  }
+  const auto unopened = createCamera(productAt(number));
+  if (!unopened) return Orvik_ERROR_NO_CAMERA_OBJECT;
+  // Some models learn which of their variants they are from the device. One that cannot be opened
+  // at present is described as the model.
+  const bool opened = unopened->model().probed && unopened->OpenCamera(sameModelOrdinal(number));
+  unopened->GetCameraProperty(&info);
+  if (opened) unopened->CloseCamera();
   return Orvik_OK;
 }
 
-Orvik_ERROR_CODE Registry::close(int index) {
+/// What comes after the device has been opened, whichever way.
+void Registry::prepare(OpenCamera& camera, const seam::Host& host) {
+  camera.host = &host;
+  camera.device = camera.driver->connectedDevice();
+  camera.serialNumber = camera.driver->serialNumber();
+  camera.driver->SetTimeMark(false);
+  camera.driver->InitCamera();
+}
+
+Orvik_ERROR_CODE Registry::open(int number) {
+  if (!isHandle(number) && !isConnected(0)) enumerate();
   const std::lock_guard controlling(controlling_);
-  // An index may have gone away under its open camera, which is to be closed all the same.
-  if (index >= 0 && static_cast<std::size_t>(index) < kMaxCameras) {
-    if (const auto camera = cameraAt(index)) {
-      put(index, nullptr);
-      camera->driver->CloseCamera();
+  Orvik_ERROR_CODE error = Orvik_OK;
+  if (find(number, error) || error == Orvik_ERROR_CAMERA_INDEX || isHandle(number)) return error;
+
+  auto camera = std::make_shared<OpenCamera>();
+  camera->driver = createCamera(productAt(number));
+  if (!camera->driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
+  const auto host = currentHost();
+  if (cameraOfDeviceAt(number) || !camera->driver->OpenCamera(sameModelOrdinal(number))) {
+    return Orvik_ERROR_OPEN_FAILED;
+  }
+  prepare(*camera, *host);
+  add(camera);
+  const std::lock_guard lock(tables_);
+  cameras_[static_cast<std::size_t>(number)] = std::move(camera);
+  return Orvik_OK;
+}
+
+std::vector<ConnectedDevice> Registry::connected() {
+  const auto host = currentHost();
+  const auto present = inOrderOfEnumeration(host->devices());
+  serialNumbers_.keepOnly(*host, present);
+  std::vector<ConnectedDevice> devices;
+  for (const seam::DeviceInfo& device : present) {
+    const Camera camera = cameraWith(*host, device);
+    if (camera) {
+      devices.push_back({device, camera->serialNumber, camera->handle});
+    } else {
+      devices.push_back({device, serialNumbers_.of(*host, device), 0});
     }
   }
-  return isConnected(index) ? Orvik_OK : Orvik_ERROR_CAMERA_INDEX;
+  return devices;
+}
+
+/// @param camera receives the driver, open, when the code is Orvik_OK
+Orvik_ERROR_CODE Registry::openByIdentity(const ConnectedDevice& device, OpenCamera& camera) {
+  camera.driver = createCamera(device.device.productId);
+  if (!camera.driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
+  if (!camera.driver->OpenDevice(device.device)) return Orvik_ERROR_OPEN_FAILED;
+  // The device has been asked itself now. One that does not tell was found by its place.
+  const std::string serialNumber = camera.driver->serialNumber();
+  if (!serialNumber.empty() && !device.serialNumber.empty() &&
+      !sameSerial(serialNumber, device.serialNumber)) {
+    camera.driver->CloseCamera();
+    return Orvik_ERROR_OPEN_FAILED;
+  }
+  return Orvik_OK;
+}
+
+Orvik_ERROR_CODE Registry::openDevice(const std::string& identity, int& handle) {
+  const std::lock_guard controlling(controlling_);
+  const auto host = currentHost();
+  const auto meant = meantBy(identity, connected());
+  if (meant.empty()) return Orvik_ERROR_NO_DEVICE;
+  if (meant.size() > 1) return Orvik_ERROR_SEVERAL_DEVICES;
+  if (meant.front().handle != 0) {
+    handle = meant.front().handle;
+    return Orvik_OK;
+  }
+  auto camera = std::make_shared<OpenCamera>();
+  const Orvik_ERROR_CODE error = openByIdentity(meant.front(), *camera);
+  if (error != Orvik_OK) return error;
+  prepare(*camera, *host);
+  if (camera->serialNumber.empty()) camera->serialNumber = meant.front().serialNumber;
+  add(camera);
+  handle = camera->handle;
+  return Orvik_OK;
+}
+
+Orvik_ERROR_CODE Registry::close(int number) {
+  const std::lock_guard controlling(controlling_);
+  Orvik_ERROR_CODE error = Orvik_OK;
+  find(number, error);
+  // An index may have gone away under its open camera, which is to be closed all the same.
+  if (const Camera camera = take(number)) camera->driver->CloseCamera();
+  return error == Orvik_ERROR_NO_CAMERA_OBJECT ? Orvik_OK : error;
 }
 
 }  // namespace orvik

@@ -4,12 +4,15 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "camera/camera_base.h"
-#include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
+#include "usb/serial_numbers.h"
 
 namespace orvik {
 
@@ -18,43 +21,84 @@ namespace orvik {
 struct OpenCamera {
   std::unique_ptr<CCameraBase> driver;
   std::atomic<int> imageBytes{0};  ///< of one delivered image; 0 until a format has been set
+  /// Of the last delivery; set by the frame thread at its end.
+  std::atomic<Orvik_NO_FRAME_REASON> noFrameReason{Orvik_NO_FRAME_NONE};
+
+  // Set before anybody else sees the camera, and constant from then on.
+  int handle = 0;
+  const seam::Host* host = nullptr;  ///< kept alive by the driver's device
+  seam::DeviceInfo device;
+  std::string serialNumber;  ///< "" for none
 };
 
-/// The process's cameras by index: what is connected, and what is open.
+/// A device of the maker that is plugged in.
+struct ConnectedDevice {
+  seam::DeviceInfo device;
+  std::string serialNumber;  ///< "" for none
+  int handle = 0;            ///< of the camera that has it open; 0 for none
+};
+
+/// The process's cameras: by index, what is connected and what is open under it; by handle, all
+/// that are open.
 ///
-/// Looking up is for any thread; enumeration, opening, closing and property queries are for one
-/// thread at a time, and a lock makes sure of it.
+/// Looking up and listing are for any thread; enumeration, opening, closing and property queries
+/// are for one thread at a time, and a lock makes sure of it.
 class Registry {
  public:
   static constexpr std::size_t kMaxCameras = 128;
+  static constexpr int kFirstHandle = ORVIK_FIRST_HANDLE;
 
   static Registry& instance();
 
   /// Walks the device-interface classes in their order and remembers the maker's devices.
   /// @return how many there are, at most kMaxCameras.
   int enumerate();
-  Orvik_ERROR_CODE property(Orvik_CAMERA_INFO& info, int index);
-  Orvik_ERROR_CODE open(int index);
-  Orvik_ERROR_CODE close(int index);
+  /// @param number index or handle
+  Orvik_ERROR_CODE property(Orvik_CAMERA_INFO& info, int number);
+  Orvik_ERROR_CODE open(int number);
+  Orvik_ERROR_CODE close(int number);
+
+  /// The devices that are plugged in, in the order of enumeration, whatever was enumerated.
+  std::vector<ConnectedDevice> connected();
+  /// Opens a device by serial number or port.
+  /// @param handle changed on success only
+  Orvik_ERROR_CODE openDevice(const std::string& identity, int& handle);
 
   /// Finds an open camera.
-  /// @param error receives the code for a bad index or a camera that is not open
+  /// @param number index or handle
+  /// @param error receives the code for a bad number or a camera that is not open
   /// @return null in that case.
-  std::shared_ptr<OpenCamera> find(int index, Orvik_ERROR_CODE& error) const;
+  std::shared_ptr<OpenCamera> find(int number, Orvik_ERROR_CODE& error) const;
 
  private:
+  using Camera = std::shared_ptr<OpenCamera>;
+
   Registry() = default;
 
+  // Each of these takes the lock for the tables.
   [[nodiscard]] bool isConnected(int index) const;
   [[nodiscard]] std::uint16_t productAt(int index) const;
-  [[nodiscard]] std::shared_ptr<OpenCamera> cameraAt(int index) const;
-  void put(int index, std::shared_ptr<OpenCamera> camera);
+  [[nodiscard]] Camera cameraAt(int index) const;
   [[nodiscard]] int sameModelOrdinal(int index) const;
+  /// The camera that has a device open at present. @return null when none has.
+  [[nodiscard]] Camera cameraWith(const seam::Host& host, const seam::DeviceInfo& device) const;
+  /// Makes an opened camera known under a new handle.
+  void add(const Camera& camera);
+  /// Forgets the camera with this number. @return the camera, or null.
+  Camera take(int number);
+
+  // For the controlling thread.
+  [[nodiscard]] Camera cameraOfDeviceAt(int index) const;
+  static Orvik_ERROR_CODE openByIdentity(const ConnectedDevice& device, OpenCamera& camera);
+  static void prepare(OpenCamera& camera, const seam::Host& host);
 
   std::mutex controlling_;     ///< held for a whole enumeration, query, open or close
   mutable std::mutex tables_;  ///< held for a look at the tables
   std::vector<std::uint16_t> productIds_;
-  std::array<std::shared_ptr<OpenCamera>, kMaxCameras> cameras_;
+  std::array<Camera, kMaxCameras> cameras_;  ///< by index, those that were opened by it
+  std::map<int, Camera> open_;               ///< by handle, all
+  int nextHandle_ = kFirstHandle;
+  SerialNumbers serialNumbers_;
 };
 
 }  // namespace orvik

@@ -9,11 +9,14 @@
 #include <utility>
 
 #include "algorithm/demosaic.h"
+#include "camera/capture/capture_laws.h"
 #include "camera/control_table.h"
 #include "camera/current_clock.h"
 #include "camera/host_balance.h"
+#include "camera/model_devices.h"
 #include "seam/identity.h"
 #include "usb/current_host.h"
+#include "usb/serial_numbers.h"
 
 namespace orvik {
 namespace {
@@ -78,40 +81,56 @@ CCameraBase::~CCameraBase() { endCapture(); }
 
 bool CCameraBase::openDevice(int ordinal) {
   if (isOpen()) return true;
-  if (capture_.isLingering()) return false;
   ordinal_ = ordinal;
-  CUsbDevice& device = link().device();
-  const int count = device.deviceCount();
-  int found = 0;
-  for (int n = 0; n < count; ++n) {
-    device.Open(static_cast<std::uint8_t>(n));
-    if (device.vendorId() != identity::kVendorId) continue;
-    const Product* product = model_.findProduct(device.productId());
-    if (product == nullptr || ++found != ordinal) continue;
-    // A device that another program holds stays with it.
-    if (!device.claim()) break;
-    if (product->name != nullptr) name_ = product->name;
-    link().allowRequests();
-    guideLines_.allow();
-    tellFormat();
-    return true;
-  }
-  device.Close();
-  return false;
+  const auto device = deviceOfModel(model_, link().device().presentDevices(), ordinal);
+  return device && connect(*device);
 }
+
+bool CCameraBase::OpenDevice(const seam::DeviceInfo& device) {
+  if (isOpen()) return connected_ == device;
+  ordinal_ = 0;
+  return connect(device);
+}
+
+bool CCameraBase::connect(const seam::DeviceInfo& wanted) {
+  if (capture_.isLingering()) return false;
+  connected_ = wanted;
+  CUsbDevice& device = link().device();
+  device.Open(wanted);
+  const Product* product = model_.findProduct(device.productId());
+  // A device that another program holds stays with it.
+  if (device.vendorId() != identity::kVendorId || product == nullptr || !device.claim()) {
+    device.Close();
+    return false;
+  }
+  if (product->name != nullptr) name_ = product->name;
+  link().allowRequests();
+  guideLines_.allow();
+  tellFormat();
+  return true;
+}
+
+std::string CCameraBase::serialNumber() const { return printable(link().device().serialNumber()); }
 
 bool CCameraBase::ReConnectCamera() {
   const auto lock = lockSettings();
-  if (ordinal_ == 0 || capture_.isRunning() || capture_.isLingering() ||
+  if (connected_.vendorId == 0 || capture_.isRunning() || capture_.isLingering() ||
       !capture_.waitForPrevious()) {
     return false;
   }
   guideLines_.letGo();
   link().replaceDevice(newDevice(model_));
   clock_->sleepFor(kReconnectPause);
-  if (openDevice(ordinal_)) return true;
+  if (connectAgain()) return true;
   clock_->sleepFor(kSecondTryPause);
-  return openDevice(ordinal_);
+  return connectAgain();
+}
+
+/// A camera that was opened by its ordinal is found by it; another one by the port that it was at.
+bool CCameraBase::connectAgain() {
+  if (ordinal_ != 0) return openDevice(ordinal_);
+  const auto device = deviceAtPortOf(connected_, model_, link().device().presentDevices());
+  return device && connect(*device);
 }
 
 bool CCameraBase::closeDevice() {
@@ -286,6 +305,18 @@ bool CCameraBase::GetMaxFPS(float* frameRate, float* dataRate) const {
   *frameRate = state_->maxFrameRate;
   *dataRate = state_->dataRate;
   return true;
+}
+
+double CCameraBase::expectedFrameRate() const {
+  constexpr double kSecondUs = 1e6;
+  const int lineLength = state_->lineLength;
+  const int clockKhz = state_->clockKhz;
+  if (lineLength == 0 || clockKhz == 0) return 0;
+  const auto exposure = static_cast<double>(state_->exposureUs);
+  const double readOut = frameTimeUs(state_->rowsDelivered(), lineLength, clockKhz);
+  // A sensor that times itself exposes one frame while it reads another one out. One that the host
+  // times does one after the other.
+  return kSecondUs / (state_->longExposure ? exposure + readOut : std::max(exposure, readOut));
 }
 
 void CCameraBase::GetCameraProperty(Orvik_CAMERA_INFO* info) const {

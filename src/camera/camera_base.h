@@ -77,6 +77,13 @@ class CCameraBase {
   /// Whether a request has found the device unplugged since it was opened.
   [[nodiscard]] bool isUnplugged() const { return link_->isGone(); }
 
+  /// Opens one device of this model; as OpenCamera(), which finds it by its ordinal.
+  /// @return false also when it is not as `device` says any more
+  bool OpenDevice(const seam::DeviceInfo& device);
+  /// The device that was opened last, as the host listed it, and its serial number, "" for none.
+  [[nodiscard]] const seam::DeviceInfo& connectedDevice() const { return connected_; }
+  [[nodiscard]] std::string serialNumber() const;
+
   // What every model does in its own way
   /// Opens the n-th device of this model. @param ordinal counted from 1
   virtual bool OpenCamera(int ordinal) = 0;
@@ -167,6 +174,10 @@ class CCameraBase {
   void GetMisc(bool* flipHorizontal, bool* flipVertical) const;
   /// Frames a second, and megapixels a second.
   bool GetMaxFPS(float* frameRate, float* dataRate) const;
+  /// Frames a second that the present timing and exposure give; 0 before the timing is known.
+  [[nodiscard]] double expectedFrameRate() const;
+  /// Bits of the converter in the present mode; 0 where they are not known.
+  [[nodiscard]] virtual int converterBits() const { return 0; }
   /// Degrees Celsius: what a thread has measured lately, where there is one, else GetSensorTemp().
   float GetTemp();
 
@@ -426,6 +437,8 @@ class CCameraBase {
   void followBrightness(int brightness);
   bool beginCapture(bool snapshot);
   void endLink();
+  bool connect(const seam::DeviceInfo& device);
+  bool connectAgain();
   [[nodiscard]] FrameRegion currentRegion() const;
   [[nodiscard]] int colourStep() const { return model_.colour ? 2 : 1; }
   void saveAfterVideo();
@@ -433,7 +446,8 @@ class CCameraBase {
 
   const ModelRow& model_;
   std::atomic<const char*> name_;  ///< the opened product's, before that the model's
-  int ordinal_ = 0;                ///< of the last opening
+  int ordinal_ = 0;                ///< of the last opening; 0 when it was by the device itself
+  seam::DeviceInfo connected_;     ///< of the last opening
   const std::shared_ptr<seam::Clock> clock_;
   const std::string settingsFolder_;  ///< of the host that the camera came from
   const std::shared_ptr<CameraState> state_;

@@ -62,6 +62,8 @@ class VendorLink {
   /// Whether a request has found the device unplugged since it was opened. It does not come back:
   /// what is plugged again is another device.
   [[nodiscard]] bool isGone() const { return gone_; }
+  /// A transfer on another endpoint has found it unplugged.
+  void noteGone() { gone_ = true; }
   /// Refuses requests, closes the device and lets go of it; `next` takes its place. Not during
   /// capture.
   void replaceDevice(std::unique_ptr<CUsbDevice> next);

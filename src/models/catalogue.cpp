@@ -36,6 +36,13 @@ const ModelRow* modelOfProduct(std::uint16_t productId) {
   return model == kRows.end() ? nullptr : *model;
 }
 
+const char* productName(std::uint16_t productId) {
+  const ModelRow* const model = modelOfProduct(productId);
+  if (model == nullptr) return "";
+  const char* const ownName = model->findProduct(productId)->name;
+  return ownName != nullptr ? ownName : model->name;
+}
+
 std::unique_ptr<CCameraBase> createCamera(std::uint16_t productId) {
   const auto* model = findModel(productId);
   if (model == kRows.end()) return nullptr;

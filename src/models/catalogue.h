@@ -15,6 +15,9 @@ std::span<const ModelRow* const> allModels();
 /// The row of the model that a product belongs to. @return null when there is none.
 const ModelRow* modelOfProduct(std::uint16_t productId);
 
+/// The display name of a product: its own, or its model's. @return "" for an unknown product.
+const char* productName(std::uint16_t productId);
+
 /// Makes the driver of the model that a product belongs to. @return null when there is none.
 std::unique_ptr<CCameraBase> createCamera(std::uint16_t productId);
 

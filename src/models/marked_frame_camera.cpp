@@ -143,6 +143,13 @@ void MarkedFrameCamera<Base>::SetOutput16Bits(bool on) {
 }
 
 template <class Base>
+int MarkedFrameCamera<Base>::converterBits() const {
+  const CameraState& now = state();
+  const bool fast = now.highSpeedMode && !now.output16Bits;
+  return fast || this->binsOnSensor() ? 10 : 12;
+}
+
+template <class Base>
 void MarkedFrameCamera<Base>::followHostPort() {
   shared_.bytesPerPercent = state().usb3Host ? kBytesPerPercentUsb3 : kBytesPerPercentUsb2;
 }

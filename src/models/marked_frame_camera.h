@@ -38,6 +38,7 @@ class MarkedFrameCamera : public ModelCamera<Base> {
   /// An unknown clock is taken at its word.
   bool SetCMOSClk(int khz) override;
   void SetOutput16Bits(bool on) override;
+  [[nodiscard]] int converterBits() const override;
 
  protected:
   MarkedFrameCamera(const ModelRow& row, const MarkedFacts& facts);

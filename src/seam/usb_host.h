@@ -6,9 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "seam/change_count.h"
 
 /// The seam at the wire: all that the library asks of a USB host, and all that a virtual camera has
 /// to give. Implementations: libusb (src/usb), the virtual cameras (sim), and decorators around
@@ -44,6 +47,8 @@ struct DeviceInfo {
   DeviceLocation location;
   std::uint16_t vendorId = 0;
   std::uint16_t productId = 0;
+
+  friend bool operator==(const DeviceInfo&, const DeviceInfo&) = default;
 };
 
 /// The eight bytes that open a control transfer, length apart: that is the data's.
@@ -143,6 +148,23 @@ class Host {
 
   /// @return null when the device is gone, or may not be opened.
   virtual std::unique_ptr<Port> open(const DeviceInfo& device) = 0;
+
+  /// The serial number of a present device as the system remembers it from the moment of plugging,
+  /// without a word to the device.
+  /// @return "" for a device that has none; nothing where the system does not tell.
+  virtual std::optional<std::string> serialNumber(const DeviceInfo&) { return std::nullopt; }
+
+  /// How often devices have come or gone. Up to date at the time of the call, and during
+  /// waitForChange().
+  /// @return null for a host that is not told.
+  virtual std::shared_ptr<ChangeCount> changes() { return nullptr; }
+
+  /// Waits at most `limit` until the count of changes is no longer `seen`.
+  /// @return whether it is another one now; false at once for a host that is not told.
+  virtual bool waitForChange(std::uint64_t seen, std::chrono::milliseconds limit) {
+    const auto count = changes();
+    return count && count->waitForOther(seen, limit);
+  }
 
   /// The folder, below that of the user's settings, for settings of this host's cameras: a virtual
   /// camera must not change how a real one of its model comes up. "" for the machine's own bus.

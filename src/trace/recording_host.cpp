@@ -179,6 +179,13 @@ class RecordingHost final : public seam::Host {
     if (!port) return nullptr;
     return std::make_unique<RecordedPort>(std::move(entry), std::move(port));
   }
+  std::optional<std::string> serialNumber(const seam::DeviceInfo& device) override {
+    return inner_->serialNumber(device);
+  }
+  std::shared_ptr<seam::ChangeCount> changes() override { return inner_->changes(); }
+  bool waitForChange(std::uint64_t seen, milliseconds limit) override {
+    return inner_->waitForChange(seen, limit);
+  }
   [[nodiscard]] std::string settingsFolder() const override { return inner_->settingsFolder(); }
 
  private:

@@ -27,10 +27,14 @@ std::shared_ptr<seam::Host> currentHost() {
 
 void installHost(std::shared_ptr<seam::Host> host) {
   host = trace::recordedOnRequest(std::move(host));
+  std::shared_ptr<seam::Host> former;
   {
     const std::lock_guard lock(mutex);
+    former = installedHost ? installedHost : systemHost;
     installedHost.swap(host);
   }
+  // Whoever waits for a change on the former host is to look at its successor.
+  if (const auto changes = former ? former->changes() : nullptr) changes->add();
   // The former host ends here, outside the lock: its end may take a moment.
 }
 

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <system_error>
 
+#include "usb/libusb_changes.h"
+
 namespace orvik {
 namespace {
 
@@ -42,6 +44,8 @@ std::shared_ptr<LibusbContext> LibusbContext::create() {
   if (libusb_init(&raw) != LIBUSB_SUCCESS) return nullptr;
   return std::make_shared<LibusbContext>(raw);
 }
+
+LibusbContext::LibusbContext(libusb_context* raw) : raw_(raw), changes_(countChanges(raw)) {}
 
 LibusbContext::~LibusbContext() {
   // The thread shares in the ownership, so it may be the last to let go, and cannot join itself.

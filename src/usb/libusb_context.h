@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "seam/change_count.h"
+
 struct libusb_context;
 struct libusb_device_handle;
 
@@ -24,16 +26,21 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
   /// @return null where libusb cannot initialise.
   static std::shared_ptr<LibusbContext> create();
 
-  explicit LibusbContext(libusb_context* raw) : raw_(raw) {}
+  explicit LibusbContext(libusb_context* raw);
   LibusbContext(const LibusbContext&) = delete;
   LibusbContext& operator=(const LibusbContext&) = delete;
   ~LibusbContext();
 
   [[nodiscard]] libusb_context* raw() const { return raw_; }
 
-  /// Has events handled from now on, on behalf of a handle that is open.
-  /// @return false when the system gives no thread; the handle is then not counted.
+  /// Counts what comes and goes while events are handled; null where libusb is not told.
+  [[nodiscard]] const std::shared_ptr<seam::ChangeCount>& changes() const { return changes_; }
+
+  /// Has events handled from now on, on behalf of a handle that is open or of somebody who waits
+  /// for a change. Each success wants its leave() or close().
+  /// @return false when the system gives no thread.
   bool enter();
+  void leave();
 
   /// Closes a handle for which enter() succeeded. Any thread, also inside a completion.
   void close(libusb_device_handle* handle);
@@ -48,10 +55,10 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
   bool startThread();
   void run();
   void closeWaitingHandles();
-  void leave();
   void join();
 
   libusb_context* const raw_;
+  const std::shared_ptr<seam::ChangeCount> changes_;  // used by libusb until the context ends
   std::atomic<bool> stop_{false};
   std::vector<libusb_device_handle*> closing_;  // the event thread's own
 

@@ -9,6 +9,7 @@
 
 #include "usb/libusb_context.h"
 #include "usb/libusb_port.h"
+#include "usb/system_attributes.h"
 
 namespace orvik {
 namespace {
@@ -94,6 +95,23 @@ class LibusbHost final : public seam::Host {
       return handle ? std::make_unique<LibusbPort>(std::move(handle)) : nullptr;
     }
     return nullptr;
+  }
+
+  std::optional<std::string> serialNumber(const seam::DeviceInfo& device) override {
+    return rememberedSerialNumber(device.location);
+  }
+
+  std::shared_ptr<seam::ChangeCount> changes() override {
+    context_->dropStaleEvents();
+    return context_->changes();
+  }
+
+  bool waitForChange(std::uint64_t seen, std::chrono::milliseconds limit) override {
+    const auto& count = context_->changes();
+    if (!count || !context_->enter()) return false;
+    const bool changed = count->waitForOther(seen, limit);
+    context_->leave();
+    return changed;
   }
 
  private:

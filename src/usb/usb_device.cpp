@@ -50,8 +50,18 @@ std::uint8_t CUsbDevice::deviceCount() {
 bool CUsbDevice::Open(std::uint8_t n) {
   Close();
   const auto devices = countDevices();
-  if (n >= deviceCount_) return false;
+  return n < deviceCount_ && openAt(devices, n);
+}
 
+bool CUsbDevice::Open(const seam::DeviceInfo& device) {
+  Close();
+  const auto devices = countDevices();
+  const auto found = std::ranges::find(devices, device);
+  return found != devices.end() &&
+         openAt(devices, static_cast<std::size_t>(found - devices.begin()));
+}
+
+bool CUsbDevice::openAt(const std::vector<seam::DeviceInfo>& devices, std::size_t n) {
   forgetDevice();
   // Known without a word from the device: so a camera that cannot be opened is still counted, and
   // the cameras after it keep their index.
@@ -59,7 +69,7 @@ bool CUsbDevice::Open(std::uint8_t n) {
   device_.vendorId = devices[n].vendorId;
   device_.productId = devices[n].productId;
   port_ = host_->open(devices[n]);
-  deviceNumber_ = port_ ? n : 0;
+  deviceNumber_ = port_ ? static_cast<std::uint8_t>(n) : 0;
   if (!port_) return false;
   speed_ = port_->speed();
 

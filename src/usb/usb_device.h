@@ -38,6 +38,9 @@ class CUsbDevice {
   /// Counts the present devices of the class anew; modulo 256.
   std::uint8_t deviceCount();
 
+  /// All devices that the host lists, of any class and maker.
+  [[nodiscard]] std::vector<seam::DeviceInfo> presentDevices() const { return host_->devices(); }
+
   /// Opens the n-th device of the class, having closed the one that was open, and reads its
   /// descriptors. Takes 3.1 s at most (4.7 s where the device falls silent only after that).
   ///
@@ -47,6 +50,9 @@ class CUsbDevice {
   /// - its descriptors are malformed: closed, those two as read, a line on standard error;
   /// - it answers not enough: open, with a control endpoint, and those two as far as known.
   bool Open(std::uint8_t n);
+  /// Opens one device, whatever its position in the class. Otherwise as the other one.
+  /// @param device as the host lists it; one that has been plugged anew since is another one
+  bool Open(const seam::DeviceInfo& device);
   [[nodiscard]] bool isOpen() const { return port_ != nullptr; }
 
   /// Makes the endpoints of the interface with this alternate setting current. Nothing is changed
@@ -107,7 +113,7 @@ class CUsbDevice {
   [[nodiscard]] std::uint8_t usbAddress() const { return location_.address; }
   /// Where the device that was opened last is plugged, for messages.
   [[nodiscard]] const seam::DeviceLocation& location() const { return location_; }
-  /// The index with which the open device was opened.
+  /// The position in the class at which the open device was found.
   [[nodiscard]] std::uint8_t deviceNumber() const { return deviceNumber_; }
 
   /// USB 3 devices only.
@@ -137,6 +143,7 @@ class CUsbDevice {
   };
 
   std::vector<seam::DeviceInfo> countDevices();
+  bool openAt(const std::vector<seam::DeviceInfo>& devices, std::size_t n);
   void forgetDevice();
   void readDevice(DescriptorReader& reader);
   void readStrings(DescriptorReader& reader);

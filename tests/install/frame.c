@@ -34,6 +34,17 @@ static int askVersion(void) {
          expect(version.firmware > 0, "firmware");
 }
 
+/* What programs that tell cameras apart do. */
+static int useIdentity(void) {
+  Orvik_DEVICE device;
+  int count = 0, handle = 0;
+  return expect(OrvikListDevices(&device, 1, &count) == Orvik_OK && count == 1, "list") +
+         expect(device.isOpen == Orvik_TRUE, "open here") +
+         expect(OrvikOpenDevice(device.identity, &handle) == Orvik_OK, "open again") +
+         expect(handle == device.handle && handle >= ORVIK_FIRST_HANDLE, "the same handle") +
+         expect(strlen(OrvikErrorText(Orvik_ERROR_NO_FRAME)) > 0, "text");
+}
+
 int main(void) {
   Orvik_CAMERA_INFO info;
   unsigned char* frame = malloc(kLargest);
@@ -50,6 +61,7 @@ int main(void) {
   failures += takeFrame(Orvik_IMG_RAW16, 2, frame);
   failures += takeFrame(Orvik_IMG_Y8, 1, frame);
   failures += askVersion();
+  failures += useIdentity();
   failures += expect(OrvikCloseCamera(0) == Orvik_OK, "close");
   OrvikSimUnplugAll();
   free(frame);

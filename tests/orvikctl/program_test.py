@@ -31,12 +31,34 @@ class ProgramTest(InOwnFolder):
         names = {camera["serial"].upper(): camera["name"] for camera in cameras}
         self.assertEqual(names, {serial: f"Vek {model}" for serial, model in plugged.items()})
         index = [camera["serial"].upper() for camera in cameras].index("BBBB0002")
-        for key in ("bbbb0002", str(index)):
+        for key in ("bbbb0002", str(index), cameras[index]["port"]):
             chosen = json.loads(run("info", "--json", "--camera", key, *sims, sim=None)[0])
             self.assertEqual(chosen["serial"].upper(), "BBBB0002")
         _, message = run("info", *sims, sim=None, code=3)
         self.assertIn("CCCC0003", message.upper())
         run("info", "--camera", "7", *sims, sim=None, code=3)
+
+    def test_keeps_the_order_of_virtual_cameras_within_a_class(self):
+        given = ["T15C,serial=CCCC0003", "T13C,serial=AAAA0001", "T15C,serial=BBBB0002"]
+        sims = [part for camera in given for part in ("--sim", camera)]
+        cameras = json.loads(run("list", "--json", *sims, sim=None)[0])
+        self.assertEqual([camera["serial"] for camera in cameras],
+                         ["CCCC0003", "AAAA0001", "BBBB0002"])
+        self.assertEqual([camera["port"] for camera in cameras], ["2-1", "2-2", "2-3"])
+
+    def test_names_the_camera_that_is_meant(self):
+        twins = ["--sim", "T15C,serial=AAAA0001", "--sim", "T14C,serial=AAAA0001"]
+        _, message = run("info", "--camera", "aaaa0001", *twins, sim=None, code=3)
+        self.assertIn("by its port", message)
+        self.assertIn("2-2", message)
+        self.assertEqual(json.loads(run("info", "--json", "--camera", "2-2", *twins,
+                                        sim=None)[0])["name"], "Vek T14C")
+        busy = "T15C,serial=BBBB0002,fault=open refuse from 2"
+        self.assertIn("opening Vek T15C BBBB0002", run("info", sim=busy, code=4)[1])
+        gone = "T15C,serial=BBBB0002,fault=bulk unplug at 3"
+        self.assertIn("Vek T15C BBBB0002 was unplugged",
+                      run("video", *SMALL, "--duration", "60s", "-o", "a.ser", sim=gone,
+                          code=5)[1])
 
     def test_knows_a_monochrome_camera(self):
         if not has("T10M"):

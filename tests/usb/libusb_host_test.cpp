@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include "mock_usbfs.h"
@@ -73,6 +74,36 @@ TEST_F(LibusbHost, ListsDevices) {
   const auto& found = devices[0].productId == identity::PID_T15C ? devices[0] : devices[1];
   EXPECT_EQ(found.location, camera().location);
   EXPECT_EQ(found.vendorId, identity::kVendorId);
+}
+
+TEST_F(LibusbHost, KnowsASerialNumberWithoutOpeningTheDevice) {
+  EXPECT_EQ(host->serialNumber(camera()), "0012ABCD");
+  EXPECT_EQ(usbfs->count(USBDEVFS_GET_CAPABILITIES), 0);
+  auto replaced = camera();
+  replaced.location.address += 1;
+  EXPECT_EQ(host->serialNumber(replaced), std::nullopt) << "that one is not there any more";
+  replaced = camera();
+  replaced.location.ports = {1, 3};
+  EXPECT_EQ(host->serialNumber(replaced), std::nullopt);
+}
+
+TEST_F(LibusbHost, TellsOfAnUnplug) {
+  const auto changes = host->changes();
+  ASSERT_NE(changes, nullptr);
+  const auto before = changes->now();
+  EXPECT_FALSE(host->waitForChange(before, milliseconds(1)));
+  EXPECT_TRUE(eventually([] { return eventThreads() == 0; })) << "runs only while somebody waits";
+  auto waiting = std::async(std::launch::async, [&] { return host->waitForChange(before, kLong); });
+  usbfs->unplug();
+  EXPECT_TRUE(waiting.get());
+  EXPECT_EQ(host->devices().size(), 1U);
+  EXPECT_NE(host->changes()->now(), before);
+}
+
+TEST_F(LibusbHost, AnUnplugThatNobodyWaitedForIsCounted) {
+  const auto before = host->changes()->now();
+  usbfs->unplug();
+  EXPECT_TRUE(eventually([&] { return host->changes()->now() != before; }));
 }
 
 TEST_F(LibusbHost, OpensOnlyWhatIsMeant) {

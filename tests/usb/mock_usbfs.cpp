@@ -53,6 +53,7 @@ std::string sysfsText() {
          "\n"
          "E: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\nE: DEVNAME=/dev/bus/usb/002/005\n"
          "A: busnum=2\\n\nA: devnum=5\\n\nA: speed=5000\\n\nA: bConfigurationValue=1\\n\n"
+         "A: serial=0012ABCD\\n\n"
          "H: descriptors=" +
          hex(camera) + "\n\n";
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "orvik/orvik_service.h"
 #include "tools/orvikctl/error_text.h"
 
 namespace orvik::ctl {
@@ -12,48 +13,52 @@ namespace {
 /** Closes a camera again that turned out unusable while it was being opened. */
 class CloseUnlessKept {
  public:
-  explicit CloseUnlessKept(int index) : index_(index) {}
+  explicit CloseUnlessKept(int handle) : handle_(handle) {}
   ~CloseUnlessKept() {
-    if (!kept_) OrvikCloseCamera(index_);
+    if (!kept_) OrvikCloseCamera(handle_);
   }
   CloseUnlessKept(const CloseUnlessKept&) = delete;
   CloseUnlessKept& operator=(const CloseUnlessKept&) = delete;
   void keep() { kept_ = true; }
 
  private:
-  int index_;
+  int handle_;
   bool kept_ = false;
 };
 
 }  // namespace
 
-Camera::Camera(int index) : index_(index) {
-  check(OrvikOpenCamera(index_), "opening camera " + std::to_string(index_));
-  CloseUnlessKept opened(index_);
+Camera::Camera(const ConnectedCamera& connected) : label_(connected.label()) {
+  check(OrvikOpenDevice(connected.port.c_str(), &handle_), "opening " + label_);
+  CloseUnlessKept opened(handle_);
   readControls();
   opened.keep();
 }
 
 Camera::~Camera() {
   // Nothing more can be done about a failure here; the library closes the device in any case.
-  if (videoRuns_) OrvikStopVideoCapture(index_);
-  if (exposing_) OrvikStopExposure(index_);
-  OrvikCloseCamera(index_);
+  if (videoRuns_) OrvikStopVideoCapture(handle_);
+  if (exposing_) OrvikStopExposure(handle_);
+  OrvikCloseCamera(handle_);
+}
+
+void Camera::expect(Orvik_ERROR_CODE code, const std::string& doing) const {
+  if (code != Orvik_OK) check(code, label_ + ": " + doing);
 }
 
 void Camera::readControls() {
   int count = 0;
-  check(OrvikGetNumOfControls(index_, &count), "reading the list of controls");
+  expect(OrvikGetNumOfControls(handle_, &count), "reading the list of controls");
   for (int position = 0; position < count; ++position) {
     Orvik_CONTROL_CAPS caps{};
-    check(OrvikGetControlCaps(index_, position, &caps), "reading the list of controls");
+    expect(OrvikGetControlCaps(handle_, position, &caps), "reading the list of controls");
     controls_.push_back(caps);
   }
 }
 
 Orvik_CAMERA_INFO Camera::info() const {
   Orvik_CAMERA_INFO info{};
-  check(OrvikGetCameraProperty(&info, index_), "asking camera " + std::to_string(index_));
+  expect(OrvikGetCameraProperty(&info, handle_), "asking for its properties");
   return info;
 }
 
@@ -67,8 +72,8 @@ ControlValue Camera::value(Orvik_CONTROL_TYPE type) const {
   int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   const auto* caps = control(type);
-  check(OrvikGetControlValue(index_, type, &value, &isAuto),
-        std::string("reading ") + (caps != nullptr ? caps->name : "a control"));
+  expect(OrvikGetControlValue(handle_, type, &value, &isAuto),
+         std::string("reading ") + (caps != nullptr ? caps->name : "a control"));
   return {value, isAuto == Orvik_TRUE};
 }
 
@@ -76,15 +81,16 @@ std::optional<ControlValue> Camera::valueIfAny(Orvik_CONTROL_TYPE type) const {
   int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   if (control(type) == nullptr) return std::nullopt;
-  if (OrvikGetControlValue(index_, type, &value, &isAuto) != Orvik_OK) return std::nullopt;
+  if (OrvikGetControlValue(handle_, type, &value, &isAuto) != Orvik_OK) return std::nullopt;
   return ControlValue{value, isAuto == Orvik_TRUE};
 }
 
 ImageFormat Camera::format() const {
   ImageFormat format;
-  check(OrvikGetROIFormat(index_, &format.width, &format.height, &format.bin, &format.type),
-        "reading the image format");
-  check(OrvikGetStartPos(index_, &format.startX, &format.startY), "reading the region's position");
+  expect(OrvikGetROIFormat(handle_, &format.width, &format.height, &format.bin, &format.type),
+         "reading the image format");
+  expect(OrvikGetStartPos(handle_, &format.startX, &format.startY),
+         "reading the region's position");
   return format;
 }
 
@@ -93,39 +99,46 @@ ImageFormat Camera::format() const {
 
 void Camera::setValue(Orvik_CONTROL_TYPE type, ControlValue value) {
   const auto* caps = control(type);
-  check(OrvikSetControlValue(index_, type, value.value, value.isAuto ? Orvik_TRUE : Orvik_FALSE),
-        std::string("setting ") + (caps != nullptr ? caps->name : "a control"));
+  expect(OrvikSetControlValue(handle_, type, value.value, value.isAuto ? Orvik_TRUE : Orvik_FALSE),
+         std::string("setting ") + (caps != nullptr ? caps->name : "a control"));
 }
 
 void Camera::setFormat(const ImageFormat& format) {
-  check(OrvikSetROIFormat(index_, format.width, format.height, format.bin, format.type),
-        "setting " + std::to_string(format.width) + "x" + std::to_string(format.height) + " bin " +
-            std::to_string(format.bin));
+  expect(OrvikSetROIFormat(handle_, format.width, format.height, format.bin, format.type),
+         "setting " + std::to_string(format.width) + "x" + std::to_string(format.height) + " bin " +
+             std::to_string(format.bin));
 }
 
 void Camera::setStart(int x, int y) {
-  check(OrvikSetStartPos(index_, x, y),
-        "moving the region to +" + std::to_string(x) + "+" + std::to_string(y));
+  expect(OrvikSetStartPos(handle_, x, y),
+         "moving the region to +" + std::to_string(x) + "+" + std::to_string(y));
 }
 
 bool Camera::readFrame(std::span<uint8_t> buffer, int waitMs) {
   const Orvik_ERROR_CODE code =
-      OrvikGetVideoData(index_, buffer.data(), static_cast<int32_t>(buffer.size()), waitMs);
-  if (code == Orvik_ERROR_NO_FRAME) return false;
-  check(code, "reading a frame");
+      OrvikGetVideoData(handle_, buffer.data(), static_cast<int32_t>(buffer.size()), waitMs);
+  if (code == Orvik_ERROR_NO_FRAME) {
+    Orvik_NO_FRAME_REASON reason = Orvik_NO_FRAME_NONE;
+    expect(OrvikGetNoFrameReason(handle_, &reason), "asking why no frame came");
+    if (reason == Orvik_NO_FRAME_UNPLUGGED) {
+      throw Failure(ExitCode::kCameraFailed, label_ + " was unplugged.");
+    }
+    if (reason == Orvik_NO_FRAME_TIMEOUT) return false;
+  }
+  expect(code, "reading a frame");
   return true;
 }
 
 // NOLINTEND(readability-make-member-function-const)
 
 void Camera::startVideo() {
-  check(OrvikStartVideoCapture(index_), "starting video");
+  expect(OrvikStartVideoCapture(handle_), "starting video");
   videoRuns_ = true;
 }
 
 void Camera::stopVideo() {
   if (!videoRuns_) return;
-  check(OrvikStopVideoCapture(index_), "stopping video");
+  expect(OrvikStopVideoCapture(handle_), "stopping video");
   videoRuns_ = false;
 }
 
@@ -137,24 +150,24 @@ Orvik_FRAME_INFO Camera::frameInfo() const {
 
 int Camera::droppedFrames() const {
   int dropped = 0;
-  check(OrvikGetDroppedFrames(index_, &dropped), "reading the number of lost frames");
+  expect(OrvikGetDroppedFrames(handle_, &dropped), "reading the number of lost frames");
   return dropped;
 }
 
 void Camera::startExposure() {
-  check(OrvikStartExposure(index_), "starting the exposure");
+  expect(OrvikStartExposure(handle_), "starting the exposure");
   exposing_ = true;
 }
 
 Orvik_EXPOSURE_STATUS Camera::exposureStatus() const {
   Orvik_EXPOSURE_STATUS status = Orvik_EXPSTATE_NONE;
-  check(OrvikGetExpStatus(index_, &status), "asking how the exposure stands");
+  expect(OrvikGetExpStatus(handle_, &status), "asking how the exposure stands");
   return status;
 }
 
 void Camera::fetchExposure(std::span<uint8_t> buffer) {
-  check(OrvikGetDataAfterExp(index_, buffer.data(), static_cast<int32_t>(buffer.size())),
-        "fetching the image");
+  expect(OrvikGetDataAfterExp(handle_, buffer.data(), static_cast<int32_t>(buffer.size())),
+         "fetching the image");
   exposing_ = false;
 }
 

@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "orvik/orvik_service.h"
+#include "tools/orvikctl/camera_choice.h"
 
 namespace orvik::ctl {
 
@@ -34,14 +36,14 @@ struct ImageFormat {
  */
 class Camera {
  public:
-  /** Opens camera `index` of the library's list. */
-  explicit Camera(int index);
+  /** Opens a camera at its port, so that it is the one that was listed. */
+  explicit Camera(const ConnectedCamera& connected);
   ~Camera();
   Camera(const Camera&) = delete;
   Camera& operator=(const Camera&) = delete;
 
   /** For the library's functions that this class has no method for. */
-  [[nodiscard]] int index() const { return index_; }
+  [[nodiscard]] int handle() const { return handle_; }
 
   [[nodiscard]] Orvik_CAMERA_INFO info() const;
 
@@ -63,7 +65,12 @@ class Camera {
   void startVideo();
   /** Ends video; does nothing while there is none. */
   void stopVideo();
-  /** Waits for the next frame of the video; false if none came in `waitMs`. */
+  /**
+   * Waits for the next frame of the video.
+   *
+   * @return false if none came in `waitMs`
+   * @throws Failure if none will come: the camera was unplugged, or video has ended
+   */
   bool readFrame(std::span<uint8_t> buffer, int waitMs);
   /** What is known of the image that was read or fetched last. */
   [[nodiscard]] Orvik_FRAME_INFO frameInfo() const;
@@ -77,8 +84,11 @@ class Camera {
 
  private:
   void readControls();
+  /** Throws a Failure that names the camera, unless `code` is #Orvik_OK. */
+  void expect(Orvik_ERROR_CODE code, const std::string& doing) const;
 
-  int index_;
+  const std::string label_;
+  int handle_ = 0;
   bool videoRuns_ = false;
   bool exposing_ = false;
   std::vector<Orvik_CONTROL_CAPS> controls_;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/camera_choice.h"
 
-#include <algorithm>
-
+#include "orvik/orvik_service.h"
+#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/units.h"
 
@@ -12,46 +12,77 @@ namespace {
 // An index has up to three digits, a serial number eight.
 constexpr size_t kMostIndexDigits = 3;
 
-ConnectedCamera describe(int index, const VirtualCameras& virtualCameras) {
-  ConnectedCamera camera{index, cameraName(index), virtualCameras.serialAt(index), std::nullopt};
+std::vector<Orvik_DEVICE> listDevices() {
+  int count = 0;
+  check(OrvikListDevices(nullptr, 0, &count), "listing the cameras");
+  std::vector<Orvik_DEVICE> devices(static_cast<size_t>(count));
+  check(OrvikListDevices(devices.data(), count, &count), "listing the cameras");
+  if (static_cast<size_t>(count) < devices.size()) devices.resize(static_cast<size_t>(count));
+  return devices;
+}
+
+/** The list and the indices are in one order, unless something is plugged in between the two. */
+std::vector<Orvik_DEVICE> enumerate() {
+  constexpr int kTries = 3;
+  std::vector<Orvik_DEVICE> devices;
+  for (int n = 0; n < kTries; ++n) {
+    const int count = OrvikGetNumOfConnectedCameras();
+    devices = listDevices();
+    if (devices.size() == static_cast<size_t>(count)) break;
+  }
+  return devices;
+}
+
+ConnectedCamera describe(int index, const Orvik_DEVICE& device) {
+  ConnectedCamera camera{index, device.name, device.serial, device.port, std::nullopt};
+  if (camera.name.empty()) camera.name = "unknown model";
   Orvik_CAMERA_INFO info{};
   if (OrvikGetCameraProperty(&info, index) == Orvik_OK) camera.info = info;
   return camera;
 }
 
-std::string listed(const std::vector<ConnectedCamera>& cameras) {
+std::string listed(const std::vector<const ConnectedCamera*>& cameras) {
   std::string text;
-  for (const ConnectedCamera& camera : cameras) {
-    text += "\n  " + std::to_string(camera.index) + "  " + camera.name;
-    if (!camera.serial.empty()) text += "  " + camera.serial;
+  for (const ConnectedCamera* camera : cameras) {
+    text += "\n  " + std::to_string(camera->index) + "  " + camera->name;
+    if (!camera->serial.empty()) text += "  " + camera->serial;
+    text += "  " + camera->port;
   }
   return text;
 }
 
 }  // namespace
 
+std::string ConnectedCamera::label() const {
+  return name + (serial.empty() ? " at port " + port : " " + serial);
+}
+
 ConnectedCameras::ConnectedCameras(const std::vector<std::string>& virtualCameras) {
   for (const std::string& description : virtualCameras) virtual_.plug(description);
-  const int count = OrvikGetNumOfConnectedCameras();
-  for (int index = 0; index < count; ++index) cameras_.push_back(describe(index, virtual_));
+  int index = 0;
+  for (const Orvik_DEVICE& device : enumerate()) cameras_.push_back(describe(index++, device));
 }
 
 const ConnectedCamera& ConnectedCameras::choose(const std::string& text) const {
   if (cameras_.empty()) throw Failure(ExitCode::kNoCamera, kNoCameraText);
-  if (text.empty()) {
-    if (cameras_.size() == 1) return cameras_.front();
-    throw Failure(ExitCode::kNoCamera,
-                  "several cameras are connected; name one with --camera:" + listed(cameras_));
-  }
   const int index = text.size() <= kMostIndexDigits ? parseInteger(text).value_or(-1) : -1;
-  const auto named = [&](const ConnectedCamera& camera) {
-    return camera.index == index ||
-           (!camera.serial.empty() && foldName(camera.serial) == foldName(text));
-  };
-  const auto found = std::find_if(cameras_.begin(), cameras_.end(), named);
-  if (found != cameras_.end()) return *found;
+  std::vector<const ConnectedCamera*> all;
+  std::vector<const ConnectedCamera*> meant;
+  for (const ConnectedCamera& camera : cameras_) {
+    all.push_back(&camera);
+    if (camera.index == index || camera.port == text) return camera;
+    const bool hasSerial = !camera.serial.empty() && foldName(camera.serial) == foldName(text);
+    if (text.empty() || hasSerial) meant.push_back(&camera);
+  }
+  if (meant.size() == 1) return *meant.front();
+  if (meant.empty()) {
+    throw Failure(ExitCode::kNoCamera, "there is no camera " + text + ". There are:" + listed(all));
+  }
   throw Failure(ExitCode::kNoCamera,
-                "there is no camera " + text + ". There are:" + listed(cameras_));
+                text.empty()
+                    ? "several cameras are connected; name one with --camera:" + listed(all)
+                    : "several cameras have the serial number " + text +
+                          "; name one by its port:" + listed(meant));
 }
 
 }  // namespace orvik::ctl

@@ -14,8 +14,12 @@ namespace orvik::ctl {
 struct ConnectedCamera {
   int index = 0;
   std::string name;                       ///< display name, or "unknown model"
-  std::string serial;                     ///< eight hexadecimal digits; "" where it is not known
+  std::string serial;                     ///< "" where it is not known
+  std::string port;                       ///< as "2-1.4"
   std::optional<Orvik_CAMERA_INFO> info;  ///< nothing for an unknown model
+
+  /** How messages name it: "Vek T15C 0012ABCD", or "Vek T15C at port 2-1". */
+  [[nodiscard]] std::string label() const;
 };
 
 /** The connected cameras: those on the USB bus or, if any are asked for, virtual ones instead. */
@@ -27,9 +31,9 @@ class ConnectedCameras {
   [[nodiscard]] const std::vector<ConnectedCamera>& all() const { return cameras_; }
 
   /**
-   * Chooses by index or serial number; "" chooses the only camera.
+   * Chooses by index, port or serial number; "" chooses the only camera.
    *
-   * @throws Failure (kNoCamera) if there is no such camera, or several and none was named
+   * @throws Failure (kNoCamera) if there is no such camera, or several
    */
   [[nodiscard]] const ConnectedCamera& choose(const std::string& text) const;
 

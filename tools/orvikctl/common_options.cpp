@@ -17,10 +17,11 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
       ->allow_extra_args(false)
       ->take_all();
   if (scope == Scope::kOneCamera) {
-    app.add_option("--camera", options.camera,
-                   "Index from `orvikctl list`, or the serial number of a virtual camera (the "
-                   "library does not tell those of real cameras yet); not needed with one camera")
-        ->type_name("N|SERIAL");
+    app.add_option(
+           "--camera", options.camera,
+           "Serial number, port or index from `orvikctl list`; an index shifts when cameras "
+           "are plugged or unplugged. Not needed with one camera")
+        ->type_name("SERIAL|PORT|N");
   }
   app.add_option_function<std::string>(
          "--record",

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "orvik/orvik.h"
@@ -8,21 +9,16 @@
 
 namespace orvik::ctl {
 
-/** What a library error means to the person at the keyboard. */
-struct ErrorText {
-  Orvik_ERROR_CODE code;
-  ExitCode exitCode;
-  const char* what;  ///< what happened, a clause without a full stop
-  const char* next;  ///< what to do about it, whole sentences
-};
+/** How the program ends because of a library error. */
+ExitCode exitCodeOf(Orvik_ERROR_CODE code);
 
-/** The text of any code; numbers that the library does not know get a text of their own. */
-const ErrorText& explain(Orvik_ERROR_CODE code);
+/** What a library error means to the person at the keyboard, with its number. */
+std::string errorText(Orvik_ERROR_CODE code);
 
 /**
  * Throws a Failure unless `code` is #Orvik_OK.
  *
- * @param doing what the program was about, as in "opening camera 0"
+ * @param doing what the program was about, as in "opening Vek T15C 0012ABCD"
  */
 void check(Orvik_ERROR_CODE code, std::string_view doing);
 

@@ -11,7 +11,7 @@ enum class ExitCode : int {
   kOk = 0,
   kFindings = 1,       ///< a check found something wrong
   kUsage = 2,          ///< an option or a value was refused; nothing was done
-  kNoCamera = 3,       ///< no camera, or none with that index or serial number
+  kNoCamera = 3,       ///< no camera, or not the one that was named
   kOpenFailed = 4,     ///< the camera could not be opened
   kCameraFailed = 5,   ///< the camera failed, or sent no image in time
   kFileFailed = 6,     ///< a file could not be read or written

@@ -22,7 +22,7 @@ constexpr const char* kFooter =
     "  0    done\n"
     "  1    a check found something wrong\n"
     "  2    an option or a value was refused; nothing was done\n"
-    "  3    no camera, or none with that index or serial number\n"
+    "  3    no camera, or not the one that was named\n"
     "  4    the camera could not be opened\n"
     "  5    the camera failed, or sent no image in time\n"
     "  6    a file could not be read or written\n"

@@ -68,6 +68,7 @@ CaptureWorker::Next CaptureWorker::step() {
 
   switch (result) {
     case BulkStream::Result::kGone:
+      link_.noteGone();  // before anybody who waits for a frame is woken
       return end(Orvik_EXPSTATE_FAILED, NoFrame::kUnplugged);
     case BulkStream::Result::kEmpty:
       return onEmpty(false);

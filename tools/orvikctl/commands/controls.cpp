@@ -28,7 +28,7 @@ void printTable(const Camera& camera) {
 
 ExitCode controls(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   if (!options.json) {
     printTable(camera);
     return ExitCode::kOk;

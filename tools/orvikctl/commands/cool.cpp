@@ -144,7 +144,7 @@ ExitCode cool(const CoolOptions& options) {
   if (!options.duration.empty()) duration = secondsOf(options.duration, "--duration");
   CoolingDisplay display(options.json, secondsOf(options.every, "--every"));
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera).index);
+  Camera camera(cameras.choose(options.camera));
   checkTarget(camera, options.target);
 
   Cooling cooling(camera, display);

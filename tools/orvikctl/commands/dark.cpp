@@ -47,7 +47,7 @@ std::string keptPath(const std::string& file) {
 
 Orvik_DARK_INFO darkInfo(const Camera& camera) {
   Orvik_DARK_INFO info{};
-  check(OrvikGetDarkInfo(camera.index(), &info), "asking about the dark");
+  check(OrvikGetDarkInfo(camera.handle(), &info), "asking about the dark");
   return info;
 }
 
@@ -105,7 +105,7 @@ bool takeFrame(Camera& camera, std::vector<uint8_t>& frame, Clock::duration limi
 
 bool takeDark(Camera& camera, const ImageFormat& format) {
   int wanted = 0;
-  check(OrvikStartDarkRecording(camera.index(), &wanted), "recording the dark");
+  check(OrvikStartDarkRecording(camera.handle(), &wanted), "recording the dark");
   const std::chrono::microseconds exposure(camera.value(Orvik_CTL_EXPOSURE).value);
   std::vector<uint8_t> frame(static_cast<size_t>(format.width) *
                              static_cast<size_t>(format.height));
@@ -119,7 +119,7 @@ bool takeDark(Camera& camera, const ImageFormat& format) {
                    .lost = std::nullopt,
                    .secondsLeft = std::nullopt});
     if (!takeFrame(camera, frame, exposure + readOutLimit(format))) return false;
-    check(OrvikGetDarkRecording(camera.index(), &recording), "recording the dark");
+    check(OrvikGetDarkRecording(camera.handle(), &recording), "recording the dark");
   }
   camera.stopVideo();
   return true;
@@ -130,13 +130,13 @@ ExitCode record(const RecordOptions& options) {
   requireFolder(path);
   refuseExisting(path, options.overwrite);
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera).index);
+  Camera camera(cameras.choose(options.camera));
   const ImageFormat format = prepare(camera, options);
   std::cerr << "note: the telescope has to be covered.\n";
   if (!takeDark(camera, format)) return ExitCode::kInterrupted;
-  check(OrvikSaveDark(camera.index(), path.c_str()), "writing " + path);
-  if (options.use) check(OrvikUseDark(camera.index(), Orvik_TRUE), "using the dark");
-  check(OrvikSaveSettings(camera.index()), "keeping the settings");
+  check(OrvikSaveDark(camera.handle(), path.c_str()), "writing " + path);
+  if (options.use) check(OrvikUseDark(camera.handle(), Orvik_TRUE), "using the dark");
+  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
   print(darkInfo(camera), options.json);
   return ExitCode::kOk;
 }
@@ -144,26 +144,26 @@ ExitCode record(const RecordOptions& options) {
 ExitCode use(const UseOptions& options) {
   std::string path = keptPath(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   Orvik_BOOL load = Orvik_TRUE;
-  check(OrvikEnableDarkSubtract(camera.index(), path.data(), &load), "loading " + path);
-  check(OrvikSaveSettings(camera.index()), "keeping the settings");
+  check(OrvikEnableDarkSubtract(camera.handle(), path.data(), &load), "loading " + path);
+  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
   print(darkInfo(camera), options.json);
   return ExitCode::kOk;
 }
 
 ExitCode off(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
-  check(OrvikDisableDarkSubtract(camera.index()), "ending dark subtraction");
-  check(OrvikSaveSettings(camera.index()), "keeping the settings");
+  const Camera camera(cameras.choose(options.camera));
+  check(OrvikDisableDarkSubtract(camera.handle()), "ending dark subtraction");
+  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
   print(darkInfo(camera), options.json);
   return ExitCode::kOk;
 }
 
 ExitCode info(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   print(darkInfo(camera), options.json);
   return ExitCode::kOk;
 }

@@ -30,7 +30,7 @@ std::string hexText(unsigned value, int digits) {
 
 Json versionsOf(const Camera& camera) {
   Orvik_FIRMWARE_VERSION version{};
-  check(OrvikGetFirmwareVersion(camera.index(), &version), "asking for the camera's versions");
+  check(OrvikGetFirmwareVersion(camera.handle(), &version), "asking for the camera's versions");
   return {{"firmware", version.firmware},
           {"fpga", std::to_string(version.fpgaMajor) + "." +
                        hexText(static_cast<unsigned>(version.fpgaMinor), 4)}};
@@ -69,7 +69,7 @@ ExitCode info(const FirmwareOptions& options) {
     return ExitCode::kOk;
   }
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   const Json versions = versionsOf(camera);
   if (options.json) {
     std::cout << versions.dump(2) << '\n';
@@ -93,11 +93,11 @@ ExitCode load(const FirmwareOptions& options) {
   checkFile(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen.index);
-  requireConsent(options.yes, options.file + " will be loaded into " + chosen.name +
+  const Camera camera(chosen);
+  requireConsent(options.yes, options.file + " will be loaded into " + chosen.label() +
                                   " and started. It runs until the camera loses power; firmware "
                                   "for another model can make it silent until then.");
-  check(OrvikLoadFirmware(camera.index(), options.file.c_str()), "loading " + options.file);
+  check(OrvikLoadFirmware(camera.handle(), options.file.c_str()), "loading " + options.file);
   report(options, "loaded and started");
   std::cerr << "note: the camera may come back with another index; see `orvikctl list`.\n";
   return ExitCode::kOk;
@@ -105,10 +105,9 @@ ExitCode load(const FirmwareOptions& options) {
 
 /** Says what a broken write means, besides what the library says. */
 [[noreturn]] void failFlash(Orvik_ERROR_CODE code, const FirmwareOptions& options) {
-  const ErrorText& text = explain(code);
-  throw Failure(text.exitCode,
-                "writing " + options.file + ": " + text.what +
-                    ".\nThe camera's flash does not hold the firmware as a whole. The camera still "
+  throw Failure(exitCodeOf(code),
+                "writing " + options.file + ": " + errorText(code) +
+                    "\nThe camera's flash does not hold the firmware as a whole. The camera still "
                     "runs what it had started with: leave it plugged in and repeat this command. "
                     "If it goes on failing, write the firmware that it had before.");
 }
@@ -124,14 +123,14 @@ ExitCode flash(const FirmwareOptions& options) {
   }
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen.index);
+  const Camera camera(chosen);
   requireConsent(options.yes,
-                 "The firmware in the flash of " + chosen.name + " will be replaced by " +
+                 "The firmware in the flash of " + chosen.label() + " will be replaced by " +
                      options.file +
                      ". Firmware for another model, or a loss of power meanwhile, can leave a "
                      "camera that does not start. Keep a copy with `orvikctl flash dump`.");
   FlashProgress progress;
-  const Orvik_ERROR_CODE code = OrvikFlashFirmware(camera.index(), options.file.c_str(),
+  const Orvik_ERROR_CODE code = OrvikFlashFirmware(camera.handle(), options.file.c_str(),
                                                    FlashProgress::callback(), progress.context());
   if (code != Orvik_OK) failFlash(code, options);
   report(options, "written and verified");
@@ -142,9 +141,9 @@ ExitCode flash(const FirmwareOptions& options) {
 ExitCode verify(const FirmwareOptions& options) {
   checkFile(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   FlashProgress progress;
-  check(OrvikVerifyFirmware(camera.index(), options.file.c_str(), FlashProgress::callback(),
+  check(OrvikVerifyFirmware(camera.handle(), options.file.c_str(), FlashProgress::callback(),
                             progress.context()),
         "comparing the flash with " + options.file);
   report(options, "the flash holds this firmware");

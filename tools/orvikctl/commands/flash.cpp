@@ -42,11 +42,11 @@ ExitCode dump(const DumpOptions& options) {
   requireFolder(options.output);
   refuseExisting(options.output, options.overwrite);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   std::vector<unsigned char> bytes(static_cast<size_t>(options.size));
   {
     FlashProgress progress;
-    check(OrvikReadFlash(camera.index(), options.address, bytes.data(), options.size,
+    check(OrvikReadFlash(camera.handle(), options.address, bytes.data(), options.size,
                          FlashProgress::callback(), progress.context()),
           "reading the flash");
   }

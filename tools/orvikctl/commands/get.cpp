@@ -15,7 +15,7 @@ struct GetOptions : CommonOptions {
 
 ExitCode get(const GetOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   std::vector<const Orvik_CONTROL_CAPS*> wanted;
   for (const std::string& name : options.names) wanted.push_back(&findControl(camera, name));
   Json list = Json::array();

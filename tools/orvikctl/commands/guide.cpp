@@ -39,10 +39,10 @@ int pulseLength(const std::string& text) {
 bool pulse(const Camera& camera, int line, int milliseconds) {
   const auto direction = static_cast<GuideD>(line);
   auto pulsing =
-      std::async(std::launch::async, OrvikPulseGuide, camera.index(), direction, milliseconds);
+      std::async(std::launch::async, OrvikPulseGuide, camera.handle(), direction, milliseconds);
   // A mount that runs the wrong way is to stop at once, not at the end of a long pulse.
   while (pulsing.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
-    if (interrupted()) OrvikPulseGuideOff(camera.index(), direction);
+    if (interrupted()) OrvikPulseGuideOff(camera.handle(), direction);
   }
   check(pulsing.get(), "guiding");
   return !interrupted();
@@ -51,7 +51,7 @@ bool pulse(const Camera& camera, int line, int milliseconds) {
 ExitCode guide(const GuideOptions& options) {
   const int milliseconds = pulseLength(options.length);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   const bool complete = pulse(camera, options.line, milliseconds);
   if (options.json) {
     const Json result = {

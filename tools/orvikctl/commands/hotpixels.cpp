@@ -35,14 +35,14 @@ void loadDark(const Camera& camera, const HotPixelOptions& options) {
   if (options.dark.empty()) return;
   std::string path = options.dark;
   Orvik_BOOL load = Orvik_TRUE;
-  check(OrvikEnableDarkSubtract(camera.index(), path.data(), &load), "loading " + path);
+  check(OrvikEnableDarkSubtract(camera.handle(), path.data(), &load), "loading " + path);
 }
 
 std::vector<Orvik_PIXEL> listOf(const Camera& camera) {
   int count = 0;
-  check(OrvikGetHotPixels(camera.index(), nullptr, 0, &count), "listing the hot pixels");
+  check(OrvikGetHotPixels(camera.handle(), nullptr, 0, &count), "listing the hot pixels");
   std::vector<Orvik_PIXEL> pixels(static_cast<size_t>(count));
-  check(OrvikGetHotPixels(camera.index(), pixels.data(), count, &count), "listing the hot pixels");
+  check(OrvikGetHotPixels(camera.handle(), pixels.data(), count, &count), "listing the hot pixels");
   return pixels;
 }
 
@@ -74,9 +74,9 @@ void report(const Camera& camera, const HotPixelOptions& options, const char* wh
 ExitCode detect(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   loadDark(camera, options);
-  check(OrvikDetectHotPixels(camera.index(), nullptr), "looking for hot pixels");
+  check(OrvikDetectHotPixels(camera.handle(), nullptr), "looking for hot pixels");
   report(camera, options, "in the dark");
   return ExitCode::kOk;
 }
@@ -85,13 +85,13 @@ ExitCode save(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen.index);
+  const Camera camera(chosen);
   loadDark(camera, options);
-  check(OrvikDetectHotPixels(camera.index(), nullptr), "looking for hot pixels");
-  requireConsent(options.yes,
-                 "The table of hot pixels in the flash of " + chosen.name + " will be replaced.");
-  check(OrvikSaveHotPixels(camera.index()), "writing the table into the flash");
-  check(OrvikLoadHotPixels(camera.index(), nullptr), "reading the table back");
+  check(OrvikDetectHotPixels(camera.handle(), nullptr), "looking for hot pixels");
+  requireConsent(options.yes, "The table of hot pixels in the flash of " + chosen.label() +
+                                  " will be replaced.");
+  check(OrvikSaveHotPixels(camera.handle()), "writing the table into the flash");
+  check(OrvikLoadHotPixels(camera.handle(), nullptr), "reading the table back");
   report(camera, options, "written into the camera's flash; they are mended from now on");
   return ExitCode::kOk;
 }
@@ -99,8 +99,8 @@ ExitCode save(const HotPixelOptions& options) {
 ExitCode show(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
-  check(OrvikLoadHotPixels(camera.index(), nullptr), "reading the table in the flash");
+  const Camera camera(cameras.choose(options.camera));
+  check(OrvikLoadHotPixels(camera.handle(), nullptr), "reading the table in the flash");
   report(camera, options, "in the camera's flash");
   return ExitCode::kOk;
 }

@@ -90,9 +90,9 @@ Orvik_ID parseText(const std::string& text) {
 
 ExitCode get(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera).index);
+  const Camera camera(cameras.choose(options.camera));
   Orvik_ID id{};
-  if (OrvikGetID(camera.index(), &id) != Orvik_OK) {
+  if (OrvikGetID(camera.handle(), &id) != Orvik_OK) {
     throw Failure(ExitCode::kCameraFailed,
                   "the camera has no mark, or it cannot be read. Give it one with `orvikctl id "
                   "set`.");
@@ -105,11 +105,11 @@ ExitCode set(const SetOptions& options) {
   const Orvik_ID id = options.isHex ? parseHex(options.text) : parseText(options.text);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen.index);
-  requireConsent(options.yes, "The mark in the flash of " + chosen.name + " will be replaced.");
-  check(OrvikSetID(camera.index(), id), "writing the mark");
+  const Camera camera(chosen);
+  requireConsent(options.yes, "The mark in the flash of " + chosen.label() + " will be replaced.");
+  check(OrvikSetID(camera.handle(), id), "writing the mark");
   Orvik_ID stored{};
-  check(OrvikGetID(camera.index(), &stored), "reading the mark back");
+  check(OrvikGetID(camera.handle(), &stored), "reading the mark back");
   print(stored, options.json);
   return ExitCode::kOk;
 }

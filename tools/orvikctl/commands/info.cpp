@@ -16,9 +16,10 @@ Json describe(const ConnectedCamera& chosen, const Orvik_CAMERA_INFO& info) {
   for (const IMG_TYPE type : imageTypesOf(info)) types.push_back(imageTypeName(type));
   const bool colour = info.colour == Orvik_TRUE;
   return {
-      {"index", info.cameraIndex},
+      {"index", chosen.index},
       {"name", info.name},
       {"serial", chosen.serial.empty() ? Json() : Json(chosen.serial)},
+      {"port", chosen.port},
       {"width", info.maxWidth},
       {"height", info.maxHeight},
       {"colour", colour},
@@ -52,6 +53,7 @@ void printText(const Json& info) {
   line("name", info["name"].get<std::string>());
   line("index", info["index"].dump());
   if (info["serial"].is_string()) line("serial", info["serial"].get<std::string>());
+  line("port", info["port"].get<std::string>());
   line("sensor", info["width"].dump() + "x" + info["height"].dump() + " pixels of " +
                      info["pixelSizeUm"].dump() + " um, " +
                      (info["colour"].get<bool>() ? "colour " + info["bayer"].get<std::string>()
@@ -68,7 +70,7 @@ void printText(const Json& info) {
 ExitCode info(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen.index);  // The generation of the port shows once the camera is open.
+  const Camera camera(chosen);  // The generation of the port shows once the camera is open.
   const Json description = describe(chosen, camera.info());
   if (options.json) {
     std::cout << description.dump(2) << '\n';

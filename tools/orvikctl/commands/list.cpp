@@ -24,10 +24,10 @@ std::string micrometres(double value) {
 }
 
 void printTable(const std::vector<ConnectedCamera>& cameras) {
-  Table table({"INDEX", "NAME", "SERIAL", "SIZE", "SENSOR", "PIXEL", "BINS"});
+  Table table({"INDEX", "NAME", "SERIAL", "PORT", "SIZE", "SENSOR", "PIXEL", "BINS"});
   for (const ConnectedCamera& camera : cameras) {
     std::vector<std::string> row = {std::to_string(camera.index), camera.name,
-                                    camera.serial.empty() ? "-" : camera.serial};
+                                    camera.serial.empty() ? "-" : camera.serial, camera.port};
     if (camera.info) {
       const Orvik_CAMERA_INFO& info = *camera.info;
       row.push_back(std::to_string(info.maxWidth) + "x" + std::to_string(info.maxHeight));
@@ -45,6 +45,7 @@ void printJson(const std::vector<ConnectedCamera>& cameras) {
   for (const ConnectedCamera& camera : cameras) {
     Json entry = {{"index", camera.index}, {"name", camera.name}};
     entry["serial"] = camera.serial.empty() ? Json() : Json(camera.serial);
+    entry["port"] = camera.port;
     if (camera.info) {
       entry["width"] = camera.info->maxWidth;
       entry["height"] = camera.info->maxHeight;

@@ -36,7 +36,7 @@ Assignment parseAssignment(const Camera& camera, const std::string& text) {
 
 ExitCode set(const SetOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera).index);
+  Camera camera(cameras.choose(options.camera));
   // All are understood before the first is set: a mistake changes nothing.
   std::vector<Assignment> assignments;
   for (const std::string& text : options.assignments) {
@@ -52,7 +52,7 @@ ExitCode set(const SetOptions& options) {
       std::cout << caps->name << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
     }
   }
-  check(OrvikSaveSettings(camera.index()), "keeping the settings");
+  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
   if (options.json) std::cout << list.dump(2) << '\n';
   return ExitCode::kOk;
 }

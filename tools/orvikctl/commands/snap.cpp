@@ -95,7 +95,7 @@ class Snapshots {
 ExitCode snap(const CaptureOptions& options) {
   const int64_t count = options.count.value_or(1);
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera).index);
+  Camera camera(cameras.choose(options.camera));
   applyOptions(camera, options, Preference::kDepth);
   const auto sink = makeSink(options.output, count, options.overwrite);
 

@@ -139,7 +139,7 @@ void record(Camera& camera, const VideoOptions& options, const VideoLimits& limi
 ExitCode video(const VideoOptions& options) {
   const VideoLimits limits = limitsOf(options);
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera).index);
+  Camera camera(cameras.choose(options.camera));
   const ImageFormat format = applyOptions(camera, options, Preference::kSpeed);
   const auto sink = makeSink(options.output, limits.frames, options.overwrite);
   record(camera, options, limits, format, *sink);

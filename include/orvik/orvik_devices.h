@@ -1,0 +1,139 @@
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file orvik_devices.h
+ * Cameras by what they are, instead of by their position in a list: what is plugged in, opening by
+ * serial number or port, handles, plugging and unplugging. Part of orvik_service.h, which includes
+ * it and whose rules apply.
+ *
+ * ## Identity, index and handle
+ *
+ * - A camera's *identity* is its serial number, or the port that it is plugged into. It is a text,
+ *   and the same in every program and after every restart.
+ * - Its *index* is its position in the list that OrvikGetNumOfConnectedCameras() built last. An
+ * open camera keeps the index with which it was opened for as long as enumeration finds so many
+ *   cameras; when devices come or go, other devices get other indices.
+ * - Its *handle* is a number that it gets when it is opened, from #ORVIK_FIRST_HANDLE upwards. It
+ *   means this camera until it is closed, whatever is plugged, unplugged or enumerated, and is
+ * never given again in the life of the process.
+ *
+ * Every function that takes an index takes a handle in its place. With the handle of a camera that
+ * has been closed it answers as with the index of a camera that is not open, and OrvikOpenCamera()
+ * and OrvikGetCameraProperty() answer #Orvik_ERROR_NO_CAMERA_OBJECT; with a number that was never
+ * given as a handle, as with an index that does not exist.
+ *
+ * Every open camera has a handle: OrvikOpenDevice() gives it, and OrvikGetHandle() tells that of a
+ * camera that was opened by its index. A camera that was opened by its identity has no index; one
+ * with both can be used and closed by either, and closing it ends both.
+ *
+ * A camera is opened once in a process. OrvikOpenDevice() for one that is open, by whichever way,
+ * gives its handle. OrvikOpenCamera() for one that is open under a handle or under another index
+ * answers #Orvik_ERROR_OPEN_FAILED.
+ */
+#ifndef ORVIK_ORVIK_DEVICES_H
+#define ORVIK_ORVIK_DEVICES_H
+
+#include <stdint.h>
+
+#include "orvik/orvik.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** The smallest handle; every index is below it. */
+#define ORVIK_FIRST_HANDLE 0x10000
+
+/** A camera that is plugged in. Filled by OrvikListDevices(). All texts are zero-terminated. */
+typedef struct Orvik_DEVICE {
+  char name[64];   /**< display name of the product; "" for one that the library does not drive */
+  char serial[64]; /**< serial number; "" where the camera has none, or it cannot be read */
+  char port[40];   /**< port that it is plugged into: bus and ports from the root hub downwards,
+                        as "2-1.4" */
+  char
+      identity[64];  /**< what OrvikOpenDevice() takes and configurations should keep: the serial
+                          number if no other camera that is plugged in has the same, else the port */
+  int32_t vendorId;  /**< USB vendor ID */
+  int32_t productId; /**< USB product ID */
+  Orvik_BOOL isOpen; /**< 1 when it is open in this process */
+  int32_t handle;    /**< its handle then, else 0 */
+} Orvik_DEVICE;
+
+/**
+ * Lists the cameras that are plugged in, in the order in which OrvikGetNumOfConnectedCameras()
+ * would number them. Changes no index.
+ *
+ * Cameras are not disturbed: names come from the product IDs, and serial numbers from the system,
+ * or from the camera's opening in this process. Only where neither knows it is a camera opened to
+ * read its serial number, once each time that it is plugged in; it is not claimed.
+ *
+ * @param devices receives up to `capacity` records; may be null when `capacity` is 0
+ * @param capacity 0 or more
+ * @param count receives the number of cameras, which can be above `capacity`
+ * @retval Orvik_ERROR_ARGUMENT `count` is null, or `devices` while `capacity` is above 0
+ * @retval Orvik_ERROR_DRIVER_FAILED the system has no memory
+ * @par Thread: any thread. Returns at once; where a camera has to be opened for its serial number
+ *      and does not answer, within 2.1 s for each.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikListDevices(Orvik_DEVICE* devices, int capacity, int* count);
+
+/**
+ * Opens a camera by its identity and prepares its sensor, as OrvikOpenCamera() does. A camera that
+ * is open in this process stays as it is, and its handle is given.
+ *
+ * What is opened is the device that was found, not one that took its place meanwhile: that would
+ * fail. Closing the handle with OrvikCloseCamera() closes the camera for everybody who has it.
+ *
+ * @param identity serial number (capital and small letters are the same) or port, as
+ *        ::Orvik_DEVICE tells them. A text with the form of a port that is in use is the port.
+ * @param handle receives the handle, #ORVIK_FIRST_HANDLE or above
+ * @retval Orvik_ERROR_ARGUMENT a pointer is null, or `identity` is empty
+ * @retval Orvik_ERROR_NO_DEVICE no camera that is plugged in has this serial number or port
+ * @retval Orvik_ERROR_SEVERAL_DEVICES several have this serial number; open it by its port
+ * @retval Orvik_ERROR_NO_CAMERA_OBJECT the device is of an unknown model
+ * @retval Orvik_ERROR_OPEN_FAILED the device is gone, not permitted, or held by another program
+ * @par Thread: controlling thread. Takes as long as OrvikOpenCamera().
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikOpenDevice(const char* identity, int* handle);
+
+/**
+ * Tells the handle of an open camera.
+ *
+ * @param index index or handle of an open camera
+ * @param handle receives the handle
+ * @retval Orvik_ERROR_ARGUMENT `handle` is null
+ * @par Thread: any thread. Returns at once.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetHandle(int index, int* handle);
+
+/**
+ * Waits until a camera is plugged in or unplugged. Then call OrvikListDevices().
+ *
+ * The library counts the changes, so that none is missed between two calls. The first call, with 0,
+ * returns at once with the present count; list the cameras after it:
+ *
+ *     int32_t changes = 0;
+ *     while (running) {
+ *       if (OrvikWaitForDeviceChange(&changes, 1000) == Orvik_OK) updateList();
+ *     }
+ *
+ * The count can also rise without a visible change, for instance when a camera was unplugged and
+ * plugged in again. That virtual cameras take the place of the USB bus, or give it back, is a
+ * change as well.
+ *
+ * @param changes in: the count from the last call, or 0; out: the present count, above 0
+ * @param timeoutMs longest wait, milliseconds, 0 or more
+ * @retval Orvik_ERROR_TIMEOUT nothing has changed
+ * @retval Orvik_ERROR_NOT_SUPPORTED the system does not tell of changes: call OrvikListDevices()
+ * now and then. Returned at once.
+ * @retval Orvik_ERROR_ARGUMENT `changes` is null, or `timeoutMs` is negative
+ * @retval Orvik_ERROR_DRIVER_FAILED the system has no memory
+ * @par Thread: any thread, several at a time. No thread of the library calls into the program.
+ *      Every call must have returned before the library is unloaded.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikWaitForDeviceChange(int32_t* changes, int timeoutMs);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ORVIK_ORVIK_DEVICES_H */
