@@ -93,9 +93,9 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_RESERVED_12 = 12,
   /** The buffer is smaller than the current frame. */
   Orvik_ERROR_BUFFER_SMALL = 13,
-  /** A snapshot was asked for while video is running. */
+  /** A snapshot, or work that capture forbids, was asked for while video is running. */
   Orvik_ERROR_VIDEO_RUNNING = 14,
-  /** Video was asked for while a snapshot is being exposed. */
+  /** Video, or work that capture forbids, was asked for while a snapshot is being exposed. */
   Orvik_ERROR_EXPOSING = 15,
   /** The camera did not do what was asked. */
   Orvik_ERROR_DRIVER_FAILED = 16,
@@ -109,12 +109,14 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_NO_TABLE = 34,
   /** The file cannot be read or written. */
   Orvik_ERROR_FILE = 35,
-  /** The file is no firmware, is damaged, or does not fit. */
+  /** The file is no firmware, is damaged, does not fit, or is for another kind of USB bridge. */
   Orvik_ERROR_FIRMWARE_IMAGE = 36,
   /** A sector of the flash could not be erased. */
   Orvik_ERROR_FLASH_ERASE = 37,
   /** What was read back from the camera is something else than what should be there. */
   Orvik_ERROR_VERIFY = 38,
+  /** More hot pixels are marked than the camera's flash has room for. */
+  Orvik_ERROR_TABLE_TOO_LARGE = 39,
 } Orvik_ERROR_CODE;
 
 /** A control of a camera. Which ones a camera offers: OrvikGetControlCaps(). */

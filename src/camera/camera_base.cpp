@@ -92,6 +92,7 @@ bool CCameraBase::openDevice(int ordinal) {
     if (product->name != nullptr) name_ = product->name;
     link().allowRequests();
     guideLines_.allow();
+    memoryWork_.open();
     return true;
   }
   device.Close();
@@ -100,7 +101,8 @@ bool CCameraBase::openDevice(int ordinal) {
 
 bool CCameraBase::ReConnectCamera() {
   const auto lock = lockSettings();
-  if (ordinal_ == 0 || state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) {
+  if (ordinal_ == 0 || state_->capturing || memoryWork_.isGoingOn() || abandonedWorker_ ||
+      !capture_.waitForPrevious()) {
     return false;
   }
   guideLines_.letGo();
@@ -112,8 +114,9 @@ bool CCameraBase::ReConnectCamera() {
 }
 
 bool CCameraBase::closeDevice() {
-  const auto lock = lockSettings();
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
+  memoryWork_.close();  // before the lock, for which work that begins waits
+  const auto lock = lockSettings();
   // After a video, stopping it has kept them already.
   if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
   stopCapture();
@@ -143,7 +146,7 @@ bool CCameraBase::startCapture(bool snapshot) {
   if (!isOpen()) return false;
   if (state_->capturing) return true;
   if (abandonedWorker_ || !capture_.waitForPrevious() || !hasCapturePlaces()) return false;
-  if (link_->isGone()) {
+  if (link_->isGone() || memoryWork_.isGoingOn()) {
     if (snapshot) state_->exposureStatus = Orvik_EXPSTATE_FAILED;
     return false;
   }
@@ -166,6 +169,14 @@ bool CCameraBase::startCapture(bool snapshot) {
     state_->exposureStatus = Orvik_EXPSTATE_FAILED;
   }
   return true;
+}
+
+// Under the settings lock, as starting and stopping are: a video that a setter stops and starts
+// anew is one video.
+MemoryWork::Permit CCameraBase::beginMemoryWork() {
+  const auto lock = lockSettings();
+  if (state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) return {};
+  return memoryWork_.begin();
 }
 
 void CCameraBase::saveAfterVideo() {

@@ -66,15 +66,19 @@ int CCameraBase::GettingDark(bool start, std::uint64_t) {
   return frames;
 }
 
-bool CCameraBase::SaveHPCTable() {
-  if (state_->capturing) return false;
+HotPixelSaving CCameraBase::saveHotPixelTable() {
+  const auto permit = beginMemoryWork();
+  if (!permit) return HotPixelSaving::kFailed;
   AutoGetHPC();
   SpiFlash port = flash();
   return hotPixels_.save(port);
 }
 
+bool CCameraBase::SaveHPCTable() { return saveHotPixelTable() == HotPixelSaving::kDone; }
+
 bool CCameraBase::LoadHPCTable() {
-  if (state_->capturing) return false;
+  const auto permit = beginMemoryWork();
+  if (!permit) return false;
   SpiFlash port = flash();
   return hotPixels_.load(port);
 }
