@@ -171,8 +171,8 @@ bool CCameraBase::startCapture(bool snapshot) {
   return true;
 }
 
-// Under the settings lock, as starting and stopping are: a video that a setter stops and starts
-// anew is one video.
+// Under the settings lock, so that no permit is given while a setter has stopped a video only to
+// start it again.
 MemoryWork::Permit CCameraBase::beginMemoryWork() {
   const auto lock = lockSettings();
   if (state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) return {};

@@ -56,7 +56,7 @@ HotPixelSaving saveHotPixels(FlashPort& port, std::span<const std::uint8_t> tabl
   const auto writePiece = [&](std::size_t at) {
     return writeVerified(port, at, all.subspan(at, std::min(kPieceBytes, all.size() - at)));
   };
-  // The piece with the header comes last: half a table is none.
+  // The header is written last, so that a reader does not take an incomplete table for one.
   for (std::size_t at = kPieceBytes; at < all.size(); at += kPieceBytes) {
     if (!writePiece(at)) return HotPixelSaving::kFailed;
   }

@@ -7,15 +7,14 @@
 
 namespace orvik {
 
-/// Who is at work on a camera's memories: its flash, its boot memory, the RAM of its bridge. Half
-/// of what is written there is worth nothing; so capture does not start meanwhile, and closing
-/// waits for the end. Any thread.
+/// Counts the threads that work on a camera's memories: its flash, its boot memory, the RAM of its
+/// bridge. An interrupted write can leave the camera unusable, so capture is refused while any of
+/// them holds a permit, and closing waits until none does. Any thread.
 ///
-/// Several threads may have permits at a time; the flash's lock puts those in order that use the
-/// flash.
+/// Several threads may hold permits at a time; those that use the flash take its lock in turn.
 class MemoryWork {
  public:
-  /// Permission to work, for the life of this object; none where it is empty.
+  /// Permission to work, held for the life of this object. An empty one is a refusal.
   class Permit {
    public:
     Permit() = default;
@@ -47,14 +46,14 @@ class MemoryWork {
     return permits_ > 0;
   }
 
-  /// Lets no more work begin, and waits for the end of what has begun: as long as that takes at
-  /// most, which every kind of it says.
+  /// Refuses further permits and waits for the end of those that are held. Ends by the deadline of
+  /// the operations that hold them.
   void close() {
     std::unique_lock lock(mutex_);
     closing_ = true;
     ended_.wait(lock, [this] { return permits_ == 0; });
   }
-  /// Lets work begin again, once the camera is open.
+  /// Allows permits again, when the camera has been opened.
   void open() {
     const std::lock_guard lock(mutex_);
     closing_ = false;

@@ -44,9 +44,9 @@ bool holdProcessor(VendorLink& link, bool hold);
 /// over: programs expect that of the operation that does so.
 void runRecords(VendorLink& link, const std::vector<Record>& records);
 
-/// Loads a record stream with the processor held, reads each part back, each up to three times, and
-/// starts it. Where a part fails the processor stays held, so that nothing half written runs; where
-/// it could not be held, nothing is written, and what ran before goes on.
+/// Loads a record stream with the processor held and starts it. Each part is written and read back
+/// up to three times. Where a part fails, the processor stays held, so that no incomplete program
+/// runs. Where the processor could not be held, nothing is written and the program before goes on.
 /// @return as startImage()
 FX3_FWDWNLOAD_ERROR_CODE startRecords(VendorLink& link, seam::Clock& clock,
                                       const std::vector<Record>& records);

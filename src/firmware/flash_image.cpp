@@ -30,7 +30,7 @@ bool untilDone(Request request) {
   return false;
 }
 
-/// What of an image is written last.
+/// The part with the signature, which is written last.
 Bytes beginningOf(Bytes image) { return image.first(std::min(kPieceBytes, image.size())); }
 
 bool eraseFor(FlashPort& port, Bytes image, const FlashProgress& progress) {
@@ -58,7 +58,9 @@ bool writeAllButBeginning(FlashPort& port, Bytes image, const FlashProgress& pro
 }
 
 bool writeBeginning(FlashPort& port, Bytes image, const FlashProgress& progress) {
-  if (!writePiece(port, 0, beginningOf(image))) return false;
+  const Bytes beginning = beginningOf(image);
+  tell(progress, FlashStep::kWrite, image.size() - beginning.size(), image.size());
+  if (!writePiece(port, 0, beginning)) return false;
   tell(progress, FlashStep::kWrite, image.size(), image.size());
   return true;
 }

@@ -66,13 +66,17 @@ constexpr std::array kTexts = {
     ErrorText{Orvik_ERROR_FILE, ExitCode::kFileFailed, "the file cannot be read or written",
               "Check the path, that you may use it, and the room on the disk."},
     ErrorText{Orvik_ERROR_FIRMWARE_IMAGE, ExitCode::kUsage,
-              "the file is no firmware, is damaged, or does not fit",
+              "the file is no firmware, is damaged, does not fit, or is for another kind of bridge",
               "Fetch it again from where it came; `orvikctl firmware info` tells what a file is."},
     ErrorText{Orvik_ERROR_FLASH_ERASE, ExitCode::kCameraFailed,
               "the camera's flash could not be erased", "Repeat the command."},
     ErrorText{Orvik_ERROR_VERIFY, ExitCode::kCameraFailed,
               "what was read back from the camera is something else",
               "If it was just written, repeat the command."},
+    ErrorText{Orvik_ERROR_TABLE_TOO_LARGE, ExitCode::kUsage,
+              "more hot pixels are marked than the camera's flash has room for",
+              "The table in the flash is as it was. Was the dark taken with the telescope covered? "
+              "A shorter exposure, or a cooler sensor, shows fewer."},
 };
 
 constexpr ErrorText kUnknown = {Orvik_ERROR_RESERVED_12, ExitCode::kCameraFailed,
