@@ -95,9 +95,9 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_RESERVED_12 = 12,
   /** The buffer is smaller than an image of the present format. */
   Orvik_ERROR_BUFFER_SMALL = 13,
-  /** A snapshot was asked for while video is running. */
+  /** A snapshot, or work that capture forbids, was asked for while video is running. */
   Orvik_ERROR_VIDEO_RUNNING = 14,
-  /** Video was asked for while a snapshot is being exposed. */
+  /** Video, or work that capture forbids, was asked for while a snapshot is being exposed. */
   Orvik_ERROR_EXPOSING = 15,
   /** The camera did not do what was asked. */
   Orvik_ERROR_DRIVER_FAILED = 16,
@@ -111,20 +111,22 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_NO_TABLE = 34,
   /** The file cannot be read or written. */
   Orvik_ERROR_FILE = 35,
-  /** The file is no firmware, is damaged, or does not fit. */
+  /** The file is no firmware, is damaged, does not fit, or is for another kind of USB bridge. */
   Orvik_ERROR_FIRMWARE_IMAGE = 36,
   /** A sector of the flash could not be erased. */
   Orvik_ERROR_FLASH_ERASE = 37,
   /** What was read back from the camera is something else than what should be there. */
   Orvik_ERROR_VERIFY = 38,
+  /** More hot pixels are marked than the camera's flash has room for. */
+  Orvik_ERROR_TABLE_TOO_LARGE = 39,
   /** No camera that is plugged in has this serial number or port. */
-  Orvik_ERROR_NO_DEVICE = 39,
+  Orvik_ERROR_NO_DEVICE = 40,
   /** Several cameras that are plugged in have this serial number. */
-  Orvik_ERROR_SEVERAL_DEVICES = 40,
+  Orvik_ERROR_SEVERAL_DEVICES = 41,
   /** What was waited for did not happen in time. */
-  Orvik_ERROR_TIMEOUT = 41,
+  Orvik_ERROR_TIMEOUT = 42,
   /** The system cannot do this. */
-  Orvik_ERROR_NOT_SUPPORTED = 42,
+  Orvik_ERROR_NOT_SUPPORTED = 43,
 } Orvik_ERROR_CODE;
 
 /** A control of a camera. Which ones a camera offers: OrvikGetControlCaps(). */
@@ -288,12 +290,16 @@ ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
 /**
  * Stops capture and closes a camera. Closing a closed camera does nothing.
  *
- * No other thread may be inside a call on this camera. A camera that was unplugged is to be closed
- * as well.
+ * No other thread may be inside a call on this camera, with one exception: where a thread is at
+ * work on the camera's flash or firmware (OrvikSetID(), OrvikFlashFirmware() and the like), closing
+ * waits for its end, because an
+ * interrupted write could leave the camera unusable. A camera that was unplugged is to be closed as
+ * well.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index, since the last enumeration found fewer cameras; a
  *         camera that was opened under it has been closed all the same
- * @par Thread: controlling thread. Ends within 12 s even when the device does not answer.
+ * @par Thread: controlling thread. Ends within 12 s even when the device does not answer; after the
+ *      end of such work, by that function's own deadline, where there is any.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikCloseCamera(int index);
 
@@ -464,7 +470,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index);
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open, known to be unplugged, or capture could not be
- *         started
+ *         started, as while another thread is at work on the camera's flash or firmware
  * @retval Orvik_ERROR_EXPOSING a snapshot is being exposed
  * @par Thread: any thread, one at a time.
  */
@@ -504,7 +510,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, i
 
 /**
  * Starts a snapshot: one exposure. Poll OrvikGetExpStatus(), then fetch the image with
- * OrvikGetDataAfterExp().
+ * OrvikGetDataAfterExp(). One that could not be started, as while another thread is at work on the
+ * camera's flash or firmware, has the status #Orvik_EXPSTATE_FAILED at once.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -584,21 +591,29 @@ ORVIK_API Orvik_ERROR_CODE OrvikPulseGuideOff(int index, GuideD direction);
  * @param id receives the 32 bytes
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_DRIVER_FAILED there is none, it cannot be read, or `id` is null
- * @par Thread: any thread, not during capture.
+ * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running, whose stream has the
+ *         flash's bus
+ * @retval Orvik_ERROR_DRIVER_FAILED there is none, it cannot be read, the camera is being closed,
+ * or `id` is null
+ * @par Thread: any thread. Capture does not start meanwhile.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id);
 
 /**
  * Writes the user's mark into the camera's flash and verifies it.
  *
- * Takes about a second, and a minute at most when the flash does not answer as it should.
+ * Takes about a second, and a minute at most when the flash does not answer as it should. Nothing
+ * is erased before the camera has acknowledged that the flash has its bus; after a failure later
+ * than that the camera may have no mark.
  *
  * @param id the 32 bytes, any values
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_DRIVER_FAILED the mark could not be written or verified
- * @par Thread: any thread, not during capture.
+ * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running, whose stream has the
+ *         flash's bus
+ * @retval Orvik_ERROR_DRIVER_FAILED the mark could not be written or verified, or the camera is
+ *         being closed
+ * @par Thread: any thread. Capture does not start meanwhile.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id);
 

@@ -16,13 +16,18 @@
  * ## Threads
  *
  * "Any thread", "controlling thread" and "frame thread" mean what they mean in orvik.h. "Service
- * thread": any thread, one at a time per camera, and none that starts capture meanwhile.
+ * thread": any thread, one at a time per camera. Capture that is asked for meanwhile does not
+ * start, and OrvikCloseCamera() from another thread waits for the end.
  *
  * ## Flash
  *
  * A camera's flash holds its firmware from address 0, the table of hot pixels from 0x40000, and the
- * user's mark at 0x70000. It is erased in sectors of 64 KiB. Whatever breaks off a write, doing it
- * again from its start mends it.
+ * user's mark at 0x70000. It is erased in sectors of 64 KiB. Nothing is erased before the camera
+ * has acknowledged that the flash has the bus, which it shares with the images. A request that
+ * fails is tried up to three times. The beginning of firmware and table, by which they are
+ * recognised, is erased first and written last: a write that was interrupted leaves none in the
+ * flash, and doing it again from its start mends it. All functions that use the flash answer
+ * #Orvik_ERROR_DRIVER_FAILED while the camera is being closed.
  */
 #ifndef ORVIK_ORVIK_SERVICE_H
 #define ORVIK_ORVIK_SERVICE_H
@@ -354,10 +359,15 @@ ORVIK_API Orvik_ERROR_CODE OrvikMarkHotPixel(int index, Orvik_PIXEL pixel, Orvik
  * Saves the table of hot pixels in the camera's flash and verifies it. Where there is a dark, the
  * table is made from it first.
  *
+ * A saved table reads back as it was. Of scattered hot pixels there is room for nearly one in
+ * sixteen of the sensor's, or 80000, whichever is less; for more where some are neighbours in a
+ * row.
+ *
  * @retval Orvik_ERROR_NO_TABLE there is neither a table nor a dark
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
- * @retval Orvik_ERROR_DRIVER_FAILED more hot pixels than the flash has room for, and the flash is
- *         as it was; or it could not be written or verified
+ * @retval Orvik_ERROR_TABLE_TOO_LARGE more hot pixels than the flash has room for; the table in it
+ *         is as it was
+ * @retval Orvik_ERROR_DRIVER_FAILED it could not be written or verified
  * @par Thread: service thread. Takes seconds; ends at the first request that fails three times, or
  *      30 s after the erasing of a sector began.
  */
@@ -453,13 +463,18 @@ ORVIK_API Orvik_ERROR_CODE OrvikCheckFirmwareFile(const char* path, Orvik_FIRMWA
 /**
  * Loads firmware into the bridge's memory and starts it. It runs until the camera loses power.
  *
- * The file is checked before anything is sent. The camera may leave the bus as the firmware starts:
- * close it, wait a few seconds, and enumerate again.
+ * The file is checked before anything is sent, and read back from the bridge before it starts. The
+ * camera may leave the bus as the firmware starts: close it, wait a few seconds, and enumerate
+ * again.
  *
- * @retval Orvik_ERROR_FILE, Orvik_ERROR_FIRMWARE_IMAGE as OrvikCheckFirmwareFile()
+ * @retval Orvik_ERROR_FILE as OrvikCheckFirmwareFile()
+ * @retval Orvik_ERROR_FIRMWARE_IMAGE the same, or it is of the other format than the model's
+ * bridge: #Orvik_FIRMWARE_SECTIONS for models that are built for USB 3, #Orvik_FIRMWARE_RECORDS for
+ *         the others
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
- * @retval Orvik_ERROR_DRIVER_FAILED a part could not be written, or read back differently; power
- *         the camera off and on
+ * @retval Orvik_ERROR_DRIVER_FAILED a part could not be written, or read back differently, and
+ *         nothing was started; or the bridge did not acknowledge the start. Power the camera off
+ * and on.
  * @par Thread: service thread. Six requests per 2 KiB; ends at the first part that fails.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path);
@@ -473,11 +488,12 @@ ORVIK_API Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path);
  * @param progress may be null; @param context is handed to it
  * @retval Orvik_ERROR_FILE as OrvikCheckFirmwareFile()
  * @retval Orvik_ERROR_FIRMWARE_IMAGE the same, or it is no such firmware, or longer than
- *         #ORVIK_FIRMWARE_AREA_BYTES
+ *         #ORVIK_FIRMWARE_AREA_BYTES, or the model is not built for USB 3, and starts from
+ * elsewhere
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
  * @retval Orvik_ERROR_FLASH_ERASE a sector could not be erased
  * @retval Orvik_ERROR_VERIFY all was written, and something else is read back
- * @retval Orvik_ERROR_DRIVER_FAILED a request failed
+ * @retval Orvik_ERROR_DRIVER_FAILED a request failed three times
  * @par Thread: service thread. Seconds; ends at the first request that fails for good, and at the
  *      latest 30 s after the erasing of each sector began.
  */

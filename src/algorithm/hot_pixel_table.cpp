@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <utility>
 
 #include "algorithm/dark.h"
 
@@ -22,6 +23,46 @@ constexpr uint8_t exchangedHalves(size_t place) {
 size_t headerLength(std::span<const uint8_t> table) {
   const auto marked = table.size() - static_cast<size_t>(std::ranges::count(table, uint8_t{0}));
   return std::min(table.size(), 2 * table.size() / kBlockBytes + 2 * marked + 6);
+}
+
+void writeHeader(std::span<uint8_t> stored, size_t length) {
+  std::ranges::copy(kMagic, stored.begin());
+  for (size_t i = 0; i < 4; ++i) {
+    stored[kMagic.size() + i] = static_cast<uint8_t>(length >> 8 * (3 - i));
+  }
+}
+
+/// Calls `put(code, value)` for the pairs that byte `i` of a table gives: two at most.
+template <class Put>
+void putPairs(std::span<const uint8_t> table, size_t i, Put put) {
+  if (table[i] != 0) put(exchangedHalves(i % kBlockBytes), table[i]);
+  if (i % kBlockBytes == kBlockBytes - 1 && i != table.size() - 1) put(0, 0);
+}
+
+/// Whether a reader gets the table back. What follows the stored form in a flash is not known: half
+/// a pair at its end would be completed by chance.
+bool readsBack(std::span<const uint8_t> stored, std::span<const uint8_t> table) {
+  if (storedHotPixelLength(stored) != stored.size() || stored.size() % 2 != 0) return false;
+  const auto back = uncompressHotPixels(stored, table.size());
+  return back && std::ranges::equal(*back, table);
+}
+
+/// All pairs of a table. Without the block marks at the end, which say nothing, where the whole
+/// would be longer than the table.
+std::vector<uint8_t> storeAllPairs(std::span<const uint8_t> table) {
+  std::vector<uint8_t> stored(kHeaderBytes);
+  for (size_t i = 0; i < table.size(); ++i) {
+    putPairs(table, i, [&](uint8_t code, uint8_t value) {
+      stored.push_back(code);
+      stored.push_back(value);
+    });
+  }
+  const size_t room = std::max(table.size(), kHeaderBytes);
+  while (stored.size() > room && stored.back() == 0) {  // a mark: a site's value is not 0
+    stored.resize(stored.size() - 2);
+  }
+  writeHeader(stored, stored.size());
+  return stored;
 }
 
 }  // namespace
@@ -58,11 +99,7 @@ StoredHotPixels compressHotPixels(std::span<const uint8_t> table) {
   if (n < kHeaderBytes) return stored;
   stored.bytes.resize(n);
   stored.length = headerLength(table);
-  std::ranges::copy(kMagic, stored.bytes.begin());
-  for (size_t i = 0; i < 4; ++i) {
-    stored.bytes[4 + i] = static_cast<uint8_t>(stored.length >> 8 * (3 - i));
-  }
-
+  writeHeader(stored.bytes, stored.length);
   size_t at = kHeaderBytes;
   const auto put = [&](uint8_t code, uint8_t value) {
     stored.bytes[at] = code;
@@ -70,11 +107,17 @@ StoredHotPixels compressHotPixels(std::span<const uint8_t> table) {
     at += 2;
   };
   // One step writes two pairs at most, and room is kept for both.
-  for (size_t i = 0; i < n && at + 4 < n; ++i) {
-    if (table[i] != 0) put(exchangedHalves(i % kBlockBytes), table[i]);
-    if (i % kBlockBytes == kBlockBytes - 1 && i != n - 1) put(0, 0);
-  }
+  for (size_t i = 0; i < n && at + 4 < n; ++i) putPairs(table, i, put);
   return stored;
+}
+
+std::optional<std::vector<uint8_t>> storableHotPixels(std::span<const uint8_t> table) {
+  StoredHotPixels usual = compressHotPixels(table);
+  usual.bytes.resize(usual.length);
+  if (readsBack(usual.bytes, table)) return std::move(usual.bytes);
+  std::vector<uint8_t> all = storeAllPairs(table);
+  if (all.size() > table.size()) return std::nullopt;
+  return all;
 }
 
 std::optional<HotPixelTable> uncompressHotPixels(std::span<const uint8_t> stored,

@@ -41,9 +41,16 @@ struct StoredHotPixels {
 /// Writes the stored form, which is never longer than the table: one that does not compress is cut
 /// short. Tables of less than 8 bytes have none.
 ///
-/// For tables of whole blocks the length is that of all pairs. Otherwise it can be short by one
-/// pair, which may cost the marks in the last byte that has any; cameras in use count it so.
+/// For tables of whole blocks the length is that of all pairs. Otherwise it is short by one byte or
+/// by one pair, which may cost the marks in the last byte that has any; cameras in use count it so.
+/// What is to be saved comes from storableHotPixels().
 [[nodiscard]] StoredHotPixels compressHotPixels(std::span<const uint8_t> table);
+
+/// The stored form from which every reader gets the table back: that of compressHotPixels() where
+/// it is one, else all pairs with their true length.
+/// @return header and pairs, never more bytes than the table has; nothing when the table marks too
+///         many pixels for that, which are in about half of its bytes.
+[[nodiscard]] std::optional<std::vector<uint8_t>> storableHotPixels(std::span<const uint8_t> table);
 
 /// Reads the pairs of a stored table; the header is skipped, not looked at.
 /// @param stored header and pairs, from any source

@@ -127,7 +127,15 @@ Orvik_ERROR_CODE OrvikSaveHotPixels(int index) {
     const Orvik_ERROR_CODE busy = captureCode(driver.capture());
     if (busy != Orvik_OK) return busy;
     if (!driver.dark().isLoaded() && !driver.hotPixels().hasTable()) return Orvik_ERROR_NO_TABLE;
-    return driver.SaveHPCTable() ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+    switch (driver.saveHotPixelTable()) {
+      case orvik::HotPixelSaving::kDone:
+        return Orvik_OK;
+      case orvik::HotPixelSaving::kNoRoom:
+        return Orvik_ERROR_TABLE_TOO_LARGE;
+      case orvik::HotPixelSaving::kFailed:
+        break;
+    }
+    return Orvik_ERROR_DRIVER_FAILED;
   });
 }
 

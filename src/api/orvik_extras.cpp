@@ -6,6 +6,7 @@
 #include "orvik/orvik_service.h"
 
 using orvik::OpenCamera;
+using orvik::api::captureCode;
 using orvik::api::withCamera;
 
 Orvik_ERROR_CODE OrvikPulseGuideOn(int index, GuideD direction) {
@@ -38,12 +39,17 @@ Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds) 
 
 Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    if (id == nullptr) return Orvik_ERROR_DRIVER_FAILED;
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    if (busy != Orvik_OK) return busy;
     return camera.driver->ReadIDFromSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
   });
 }
 
 Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    if (busy != Orvik_OK) return busy;
     return camera.driver->WriteIDToSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
   });
 }

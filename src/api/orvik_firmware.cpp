@@ -93,11 +93,16 @@ Orvik_ERROR_CODE readFile(const char* path, Bytes& bytes, Orvik_FIRMWARE_FILE& f
   return Orvik_OK;
 }
 
-Orvik_ERROR_CODE readImageForFlash(const char* path, Bytes& image) {
-  Orvik_FIRMWARE_FILE file{};
-  const Orvik_ERROR_CODE code = readFile(path, image, file);
+/// Reads a file with firmware for the camera's bridge. @param[out] bytes changed on success only
+Orvik_ERROR_CODE readFileFor(const CCameraBase& driver, const char* path, Bytes& bytes,
+                             Orvik_FIRMWARE_FILE& file) {
+  Bytes read;
+  const Orvik_ERROR_CODE code = readFile(path, read, file);
   if (code != Orvik_OK) return code;
-  return file.fitsFlash == Orvik_TRUE ? Orvik_OK : Orvik_ERROR_FIRMWARE_IMAGE;
+  const auto wanted = driver.model().usb3 ? Orvik_FIRMWARE_SECTIONS : Orvik_FIRMWARE_RECORDS;
+  if (file.format != wanted) return Orvik_ERROR_FIRMWARE_IMAGE;
+  bytes = std::move(read);
+  return Orvik_OK;
 }
 
 Orvik_ERROR_CODE verify(FlashPort& flash, const Bytes& image,
@@ -107,7 +112,17 @@ Orvik_ERROR_CODE verify(FlashPort& flash, const Bytes& image,
   return same ? Orvik_OK : Orvik_ERROR_VERIFY;
 }
 
-/// Calls `work(flash, image)` with the flash's bus taken and the firmware of a file.
+/// Calls `work(flash)` with the flash's bus taken, and capture and closing kept off.
+template <class Work>
+Orvik_ERROR_CODE withFlash(CCameraBase& driver, Work work) {
+  const auto permit = driver.beginMemoryWork();
+  if (!permit) return Orvik_ERROR_DRIVER_FAILED;
+  orvik::SpiFlash flash = driver.flash();
+  const orvik::FlashSession session(flash);
+  return session.hasBus() ? work(flash) : Orvik_ERROR_DRIVER_FAILED;
+}
+
+/// The same for `work(flash, image)`, with the firmware of a file.
 template <class Work>
 Orvik_ERROR_CODE withFlashImage(int index, const char* path, Work work) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
@@ -115,11 +130,11 @@ Orvik_ERROR_CODE withFlashImage(int index, const char* path, Work work) {
     const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     Bytes image;
-    const Orvik_ERROR_CODE code = readImageForFlash(path, image);
+    Orvik_FIRMWARE_FILE file{};
+    const Orvik_ERROR_CODE code = readFileFor(*camera.driver, path, image, file);
     if (code != Orvik_OK) return code;
-    orvik::SpiFlash flash = camera.driver->flash();
-    const orvik::FlashSession session(flash);
-    return work(flash, image);
+    if (file.fitsFlash != Orvik_TRUE) return Orvik_ERROR_FIRMWARE_IMAGE;
+    return withFlash(*camera.driver, [&](FlashPort& flash) { return work(flash, image); });
   });
 }
 
@@ -157,24 +172,19 @@ Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path) {
     if (busy != Orvik_OK) return busy;
     Bytes bytes;
     Orvik_FIRMWARE_FILE file{};
-    const Orvik_ERROR_CODE code = readFile(path, bytes, file);
-    if (code != Orvik_OK) return code;
-    if (file.format == Orvik_FIRMWARE_RECORDS) {
-      return camera.driver->UpdateFW2RAM(bytes.data(), file.fileBytes) ? Orvik_OK
-                                                                       : Orvik_ERROR_DRIVER_FAILED;
-    }
-    constexpr auto kRequest = static_cast<std::uint8_t>(orvik::VendorRequest::kBridgeMemory);
-    return codeOf(camera.driver->DownloadFwToRam(
-        bytes.data(), static_cast<std::uint32_t>(bytes.size()), kRequest));
+    const Orvik_ERROR_CODE code = readFileFor(*camera.driver, path, bytes, file);
+    return code == Orvik_OK ? codeOf(camera.driver->loadFirmware(bytes)) : code;
   });
 }
 
 Orvik_ERROR_CODE OrvikFlashFirmware(int index, const char* path, Orvik_PROGRESS progress,
                                     void* context) {
   return withFlashImage(index, path, [&](FlashPort& flash, const Bytes& image) {
-    const firmware::FlashProgress tell = teller(progress, context);
-    const Orvik_ERROR_CODE written = codeOf(firmware::writeFlashImage(flash, image, tell));
-    return written == Orvik_OK ? verify(flash, image, tell) : written;
+    bool same = false;
+    const Orvik_ERROR_CODE written =
+        codeOf(firmware::writeVerifiedFlashImage(flash, image, same, teller(progress, context)));
+    if (written != Orvik_OK) return written;
+    return same ? Orvik_OK : Orvik_ERROR_VERIFY;
   });
 }
 
@@ -195,11 +205,11 @@ Orvik_ERROR_CODE OrvikReadFlash(int index, uint32_t address, unsigned char* buff
     }
     const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
-    orvik::SpiFlash flash = camera.driver->flash();
-    const orvik::FlashSession session(flash);
-    const std::span<std::uint8_t> bytes(buffer, static_cast<std::size_t>(size));
-    return firmware::readFlash(flash, address, bytes, teller(progress, context))
-               ? Orvik_OK
-               : Orvik_ERROR_DRIVER_FAILED;
+    return withFlash(*camera.driver, [&](FlashPort& flash) {
+      const std::span<std::uint8_t> bytes(buffer, static_cast<std::size_t>(size));
+      return firmware::readFlash(flash, address, bytes, teller(progress, context))
+                 ? Orvik_OK
+                 : Orvik_ERROR_DRIVER_FAILED;
+    });
   });
 }

@@ -47,7 +47,7 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
       return "The camera refused the position of the region, or is unplugged. Region and position "
              "together must lie within the sensor.";
     case Orvik_ERROR_NO_FRAME:
-      return "No image came in time. Is the camera still plugged in, and is capture running? If "
+      return "No image came in time, or none that fits into the buffer. Is the camera still plugged in, and is capture running? If "
              "so, try a lower bandwidth, another cable or another port.";
     case Orvik_ERROR_RESERVED_12:
       break;
@@ -72,13 +72,17 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
       return "The file cannot be read or written. Check its path, that you may use it, and the "
              "room on the disk.";
     case Orvik_ERROR_FIRMWARE_IMAGE:
-      return "The file is no firmware, is damaged, or does not fit. Fetch it again from where it "
-             "came.";
+      return "The file is no firmware, is damaged, does not fit, or is for another kind of USB "
+             "bridge. Fetch it again from where it came.";
     case Orvik_ERROR_FLASH_ERASE:
       return "A sector of the camera's flash could not be erased. Repeat what was begun.";
     case Orvik_ERROR_VERIFY:
       return "What was read back from the camera is something else. If it was just written, write "
              "it again.";
+    case Orvik_ERROR_TABLE_TOO_LARGE:
+      return "More hot pixels are marked than the camera's flash has room for; its table is as it "
+             "was. Was the dark taken with the telescope covered? A shorter exposure, or a cooler "
+             "sensor, shows fewer.";
     case Orvik_ERROR_NO_DEVICE:
       return "No camera that is plugged in has this serial number or port. List the cameras to see "
              "those that are there.";

@@ -106,6 +106,7 @@ bool CCameraBase::connect(const seam::DeviceInfo& wanted) {
   if (product->name != nullptr) name_ = product->name;
   link().allowRequests();
   guideLines_.allow();
+  memoryWork_.open();
   tellFormat();
   return true;
 }
@@ -114,7 +115,8 @@ std::string CCameraBase::serialNumber() const { return printable(link().device()
 
 bool CCameraBase::ReConnectCamera() {
   const auto lock = lockSettings();
-  if (connected_.vendorId == 0 || capture_.isRunning() || capture_.isLingering() ||
+  if (connected_.vendorId == 0 || capture_.isRunning() || memoryWork_.isGoingOn() ||
+      capture_.isLingering() ||
       !capture_.waitForPrevious()) {
     return false;
   }
@@ -134,8 +136,9 @@ bool CCameraBase::connectAgain() {
 }
 
 bool CCameraBase::closeDevice() {
-  const auto lock = lockSettings();
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
+  memoryWork_.close();  // before the lock, for which work that begins waits
+  const auto lock = lockSettings();
   // After a video, stopping it has kept them already.
   if (isOpen() && capture_.lastWasSnapshot()) SaveSetting(model_.settingsKey);
   stopCapture();
@@ -164,7 +167,7 @@ bool CCameraBase::startCapture(bool snapshot) {
 bool CCameraBase::beginCapture(bool snapshot) {
   const FrameFormat format = state_->frameFormat();
   const bool possible = !capture_.isLingering() && capture_.waitForPrevious() && !link_->isGone() &&
-                        queue_->isUsable() && delivery_.isUsable();
+                        !memoryWork_.isGoingOn() && queue_->isUsable() && delivery_.isUsable();
   if (!possible) {
     capture_.startFailed(snapshot, format);
     return false;
@@ -198,6 +201,14 @@ CCameraBase::CapturePause::~CapturePause() {
   } catch (const std::exception&) {  // out of memory
   }
   camera_.capture_.cannotResume();
+}
+
+// Under the settings lock, so that no permit is given while a setter has stopped a video only to
+// start it again.
+MemoryWork::Permit CCameraBase::beginMemoryWork() {
+  const auto lock = lockSettings();
+  if (capture_.isRunning() || capture_.isLingering() || !capture_.waitForPrevious()) return {};
+  return memoryWork_.begin();
 }
 
 void CCameraBase::saveAfterVideo() {

@@ -25,6 +25,7 @@
 #include "camera/frame_pool.h"
 #include "camera/guide_lines.h"
 #include "camera/hot_pixels.h"
+#include "camera/memory_work.h"
 #include "camera/model_row.h"
 #include "camera/spi_flash.h"
 #include "camera/vendor_link.h"
@@ -232,6 +233,8 @@ class CCameraBase {
   // Hot pixels; see HotPixels and compressHotPixels()
   /// Makes the table from the dark, if there is one, and saves it in the camera. Not during
   /// capture.
+  HotPixelSaving saveHotPixelTable();
+  /// The same. @return whether it was saved.
   bool SaveHPCTable();
   /// Reads the table from the camera. Not during capture.
   bool LoadHPCTable();
@@ -306,9 +309,11 @@ class CCameraBase {
   /// @param ms milliseconds
   bool pulseGuide(GuideD direction, int ms);
 
-  // Firmware, flash and identity, defined in the room for firmware. Not during capture. An image is
-  // read to its end before any of it is sent. A closed camera fails at once. Requests are those of
-  // the operation's memory; each takes its own time, and other threads' may come between.
+  // Firmware, flash and identity, defined in the room for firmware. An image is read to its end
+  // before any of it is sent. A closed camera fails at once. Requests are those of the operation's
+  // memory; each takes its own time, and other threads' may come between. Operations of several
+  // requests fail during capture, which does not start meanwhile (see beginMemoryWork()); single
+  // requests are for the caller to keep apart.
   bool IsBootLoaderRunning();
   bool DownloadBufferToDevice(std::uint32_t address, std::uint16_t length,
                               const std::uint8_t* buffer, std::uint8_t request);
@@ -325,8 +330,9 @@ class CCameraBase {
                         std::uint8_t request);
   /// @param bytes of one frame, which is counted in transfers of 48 KiB
   bool SetTransferCount(std::int32_t bytes);
-  /// Puts an image file, of 16 MiB at most, into one of the camera's memories. Takes the flash's
-  /// bus and gives it back where that is the flash.
+  /// Puts an image file, of 16 MiB at most, into one of the camera's memories. Where that is the
+  /// flash, takes its bus and gives it back, and answers FWDWNLOAD_NO_FILE for more than 256 KiB:
+  /// what lies behind is not the firmware's.
   FX3_FWDWNLOAD_ERROR_CODE DownloadFw(const char* path, FX3_FWDWNLOAD_MEDIA_TYPE media);
   FX3_FWDWNLOAD_ERROR_CODE DownloadFwToRam(const std::uint8_t* start, std::uint32_t size,
                                            std::uint8_t request);
@@ -341,11 +347,22 @@ class CCameraBase {
   /// Writes a record stream, at most 64 KiB, into the USB 2 bridge's boot memory, and starts it.
   /// @return whether it was verified in the first or the second of three rounds.
   bool UpdateFW(const std::uint8_t* start, std::int32_t size);
+  /// Loads a firmware file of the format of the model's bridge, verifies and starts it.
+  /// @return FWDWNLOAD_SUCCESS only when the program has been started, or has taken the camera off
+  ///         the bus. After a failure a USB 2 bridge may be held.
+  FX3_FWDWNLOAD_ERROR_CODE loadFirmware(std::span<const std::uint8_t> file);
   /// Leaves the USB 2 bridge without a program to boot from. As UpdateFW() otherwise.
   bool EraseFlash();
   /// @param id changed on success only
   bool ReadIDFromSPI(Orvik_ID* id);
   bool WriteIDToSPI(Orvik_ID id);
+
+  /// Permission to work on the camera's flash, boot memory or bridge RAM: while it lives capture
+  /// does not start, and CloseCamera() waits. For threads that hold neither another permit nor the
+  /// flash. Waits for a setter that is at work, and up to five seconds for a snapshot that is being
+  /// put to rest.
+  /// @return an empty one while capture runs or the camera is being closed.
+  [[nodiscard]] MemoryWork::Permit beginMemoryWork();
 
   // The user's settings, one group for each model
   /// Reads the model's settings into the state, each brought within the model's limits. What is
@@ -454,6 +471,7 @@ class CCameraBase {
   const std::shared_ptr<VendorLink> link_;
   GuideLines guideLines_;
   const std::shared_ptr<CameraGate> gate_;
+  MemoryWork memoryWork_;
   const std::shared_ptr<const FrameProtocol> protocol_;
   mutable std::mutex formatLock_;
   FrameFormat toldFormat_;  ///< guarded by formatLock_: never half of a change

@@ -59,15 +59,19 @@ int CCameraBase::GettingDark(bool start, std::uint64_t) {
   return frames;
 }
 
-bool CCameraBase::SaveHPCTable() {
-  if (capture_.isRunning()) return false;
+HotPixelSaving CCameraBase::saveHotPixelTable() {
+  const auto permit = beginMemoryWork();
+  if (!permit) return HotPixelSaving::kFailed;
   AutoGetHPC();
   SpiFlash port = flash();
   return hotPixels_.save(port);
 }
 
+bool CCameraBase::SaveHPCTable() { return saveHotPixelTable() == HotPixelSaving::kDone; }
+
 bool CCameraBase::LoadHPCTable() {
-  if (capture_.isRunning()) return false;
+  const auto permit = beginMemoryWork();
+  if (!permit) return false;
   SpiFlash port = flash();
   return hotPixels_.load(port);
 }

@@ -11,7 +11,7 @@ constexpr std::uint32_t kStart = 0x40000;
 constexpr std::size_t kRoom = 0x30000;
 constexpr std::uint32_t kFirstSector = kStart / FlashPort::kSectorBytes;
 constexpr std::size_t kPieceBytes = FlashPort::kPieceBytes;
-constexpr int kAttempts = 3;
+constexpr int kAttempts = FlashPort::kAttempts;
 
 std::uint32_t addressOf(std::size_t offset) { return kStart + static_cast<std::uint32_t>(offset); }
 
@@ -47,24 +47,26 @@ constexpr std::size_t wholePages(std::size_t bytes) {
 
 }  // namespace
 
-bool saveHotPixels(FlashPort& port, std::span<const std::uint8_t> table) {
+HotPixelSaving saveHotPixels(FlashPort& port, std::span<const std::uint8_t> table) {
+  const auto stored = storableHotPixels(table);
+  if (!stored || stored->size() > kRoom) return HotPixelSaving::kNoRoom;
   const FlashSession session(port);
-  const StoredHotPixels stored = compressHotPixels(table);
-  if (stored.length == 0 || stored.length > kRoom) return false;
-  if (!eraseSectors(port, stored.length)) return false;
-  const std::span all = std::span(stored.bytes).first(stored.length);
-  for (std::size_t at = 0; at < all.size(); at += kPieceBytes) {
-    if (!writeVerified(port, at, all.subspan(at, std::min(kPieceBytes, all.size() - at)))) {
-      return false;
-    }
+  if (!session.hasBus() || !eraseSectors(port, stored->size())) return HotPixelSaving::kFailed;
+  const std::span all(*stored);
+  const auto writePiece = [&](std::size_t at) {
+    return writeVerified(port, at, all.subspan(at, std::min(kPieceBytes, all.size() - at)));
+  };
+  // The header is written last, so that a reader does not take an incomplete table for one.
+  for (std::size_t at = kPieceBytes; at < all.size(); at += kPieceBytes) {
+    if (!writePiece(at)) return HotPixelSaving::kFailed;
   }
-  return true;
+  return writePiece(0) ? HotPixelSaving::kDone : HotPixelSaving::kFailed;
 }
 
 LoadedHotPixels loadHotPixels(FlashPort& port, std::size_t tableBytes) {
   const FlashSession session(port);
   std::vector<std::uint8_t> stored(kPieceBytes);
-  if (!port.read(kStart, stored)) return {};
+  if (!session.hasBus() || !readPiece(port, 0, stored)) return {};
   const auto length = storedHotPixelLength(stored);
   if (!length || *length > tableBytes || *length > kRoom) return {};
 

@@ -2,6 +2,7 @@
 /// The table of hot pixels in the camera's flash: it travels with the sensor that it describes.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 
@@ -10,14 +11,20 @@
 
 namespace orvik {
 
-/// Compresses the table, erases the sectors that it needs, writes and verifies it.
+/// How saving a table ended.
+enum class HotPixelSaving : std::uint8_t {
+  kDone,    ///< all of it was written and read back the same, and the table comes back from that
+  kNoRoom,  ///< no stored form has room for its pixels; the flash is as it was
+  kFailed,  ///< a request failed, or something else was read back
+};
+
+/// Brings the table into its stored form, erases the sectors that this needs, writes and verifies
+/// it.
 ///
-/// The bus is with the pixel stream again in the end, whatever happens. A table that does not fit
-/// and an erasure that fails leave the flash as it was before that step; a save that breaks off can
-/// be repeated.
-/// @return whether all of it was written and read back the same.
+/// Nothing is erased before the bus is the flash's. The bus is with the pixel stream again in the
+/// end, whatever happens. A save that breaks off later leaves no table, and can be repeated.
 /// @par Thread: any, one at a time, not during capture. Takes seconds.
-bool saveHotPixels(FlashPort& port, std::span<const std::uint8_t> table);
+HotPixelSaving saveHotPixels(FlashPort& port, std::span<const std::uint8_t> table);
 
 /// What could be read of a stored table.
 struct LoadedHotPixels {

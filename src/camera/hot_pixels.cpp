@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "algorithm/dark.h"
-#include "camera/hot_pixel_storage.h"
 
 namespace orvik {
 namespace {
@@ -41,9 +40,9 @@ bool HotPixels::mark(int x, int y, bool hot) {
   return true;
 }
 
-bool HotPixels::save(FlashPort& port) {
+HotPixelSaving HotPixels::save(FlashPort& port) const {
   const auto table = table_.get();
-  return table && saveHotPixels(port, *table);
+  return table ? saveHotPixels(port, *table) : HotPixelSaving::kFailed;
 }
 
 bool HotPixels::load(FlashPort& port) {

@@ -12,6 +12,7 @@
 #include "algorithm/hot_pixel_table.h"
 #include "algorithm/hot_sites.h"
 #include "camera/flash_port.h"
+#include "camera/hot_pixel_storage.h"
 #include "camera/published.h"
 
 namespace orvik {
@@ -37,8 +38,8 @@ class HotPixels {
   [[nodiscard]] std::shared_ptr<const HotPixelTable> table() const { return table_.get(); }
   [[nodiscard]] bool hasTable() const { return table() != nullptr; }
 
-  /// Saves the table in the flash; see saveHotPixels(). @return false without a table, too.
-  bool save(FlashPort& port);
+  /// Saves the table in the flash; see saveHotPixels(). Without a table it fails.
+  HotPixelSaving save(FlashPort& port) const;
   /// Takes over the table stored in the flash; see loadHotPixels(). What could be read of one that
   /// is damaged is used all the same.
   /// @return whether it was read whole.

@@ -21,9 +21,18 @@ constexpr std::uint16_t pageOf(std::uint32_t address) {
 
 }  // namespace
 
-bool SpiFlash::switchBusToStream(bool toStream) {
-  return link_.send(static_cast<std::uint8_t>(VendorRequest::kSwitchBus), toStream ? 1 : 0);
+bool SpiFlash::switchBus(bool toStream) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    if (link_.send(static_cast<std::uint8_t>(VendorRequest::kSwitchBus), toStream ? 1 : 0)) {
+      return true;
+    }
+  }
+  return false;
 }
+
+bool SpiFlash::takeBus() { return switchBus(false); }
+
+void SpiFlash::giveBusBack() { switchBus(true); }
 
 bool SpiFlash::read(std::uint32_t address, std::span<std::uint8_t> bytes) {
   return bytes.size() <= kMaxTransferBytes &&
@@ -39,17 +48,31 @@ bool SpiFlash::write(std::uint32_t address, std::span<const std::uint8_t> bytes)
 
 bool SpiFlash::eraseSector(std::uint32_t sector) {
   constexpr std::uint16_t kErase = 1;
-  constexpr std::uint16_t kAskStatus = 0;
   const auto index = static_cast<std::uint16_t>(sector);
-  if (index != sector || !link_.send(requests_.sector, kErase, index)) return false;
+  if (index != sector) return false;
   const auto end = clock_.now() + kEraseLimit;
-  while (true) {
+  for (int attempt = 1; !link_.send(requests_.sector, kErase, index); ++attempt) {
+    if (attempt >= requests_.eraseAttempts) return false;
+    // Where only the answer was lost, the flash is erasing and would refuse the next command.
+    if (!waitUntilErased(index, end)) return false;
+  }
+  return waitUntilErased(index, end);
+}
+
+bool SpiFlash::waitUntilErased(std::uint16_t sector, seam::Clock::Duration end) {
+  constexpr std::uint16_t kAskStatus = 0;
+  for (int failures = 0; failures < requests_.eraseAttempts;) {
     std::array<std::uint8_t, 1> status{1};
-    if (!link_.receive(requests_.sector, kAskStatus, index, status)) return false;
-    if (status[0] == 0) return true;
+    if (link_.receive(requests_.sector, kAskStatus, sector, status)) {
+      if (status[0] == 0) return true;
+      failures = 0;
+    } else {
+      ++failures;
+    }
     if (clock_.now() >= end) return false;
     clock_.sleepFor(kPollInterval);
   }
+  return false;
 }
 
 }  // namespace orvik

@@ -12,10 +12,14 @@ struct FlashRequests {
   std::uint8_t read = static_cast<std::uint8_t>(VendorRequest::kReadFlash);
   std::uint8_t write = static_cast<std::uint8_t>(VendorRequest::kWriteFlash);
   std::uint8_t sector = static_cast<std::uint8_t>(VendorRequest::kFlashSector);  ///< erase and poll
+  /// Tries of the erase command, and of a poll, before erasing has failed.
+  int eraseAttempts = FlashPort::kAttempts;
 };
 
 /// The flash of a camera, through vendor requests: the only way to it. Reading and writing take one
-/// request each, erasing ends within 30 s whatever the flash says. A closed camera fails at once.
+/// request each. Taking and giving back the bus, the erase command and each poll of its status are
+/// tried up to three times. Erasing ends within 30 s whatever the flash says. A closed camera fails
+/// at once.
 class SpiFlash final : public FlashPort {
  public:
   /// @param link, clock must outlive the port
@@ -23,12 +27,16 @@ class SpiFlash final : public FlashPort {
       : link_(link), clock_(clock), requests_(requests) {}
 
   [[nodiscard]] std::unique_lock<std::mutex> lock() override { return link_.lockFlash(); }
-  bool switchBusToStream(bool toStream) override;
+  bool takeBus() override;
+  void giveBusBack() override;
   bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override;
   bool write(std::uint32_t address, std::span<const std::uint8_t> bytes) override;
   bool eraseSector(std::uint32_t sector) override;
 
  private:
+  bool switchBus(bool toStream);
+  bool waitUntilErased(std::uint16_t sector, seam::Clock::Duration end);
+
   VendorLink& link_;
   seam::Clock& clock_;
   FlashRequests requests_;

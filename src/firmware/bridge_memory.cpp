@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 
 namespace orvik::firmware {
 namespace {
@@ -11,9 +12,20 @@ constexpr std::uint8_t kBridgeMemory = static_cast<std::uint8_t>(VendorRequest::
 constexpr std::uint16_t kProcessorControl = 0xE600;
 constexpr std::size_t kMaxTransferBytes = 0xFFFF;
 constexpr int kAttempts = 3;
+/// A device that leaves the bus is reported as gone some time after its last answer.
+constexpr auto kLeaveTime = std::chrono::milliseconds(100);
 
 std::uint16_t lowHalf(std::uint32_t address) { return static_cast<std::uint16_t>(address); }
 std::uint16_t highHalf(std::uint32_t address) { return static_cast<std::uint16_t>(address >> 16U); }
+
+/// @return whether one of three attempts succeeded.
+template <class Attempt>
+bool untilDone(Attempt attempt) {
+  for (int n = 0; n < kAttempts; ++n) {
+    if (attempt()) return true;
+  }
+  return false;
+}
 
 bool writeAndReadBack(VendorLink& link, std::uint32_t address, std::span<const std::uint8_t> data,
                       std::uint8_t request) {
@@ -31,6 +43,28 @@ bool loadChunk(VendorLink& link, std::uint32_t address, std::span<const std::uin
     good = writeAndReadBack(link, address, data, request);
   }
   return good;
+}
+
+bool loadRecord(VendorLink& link, const Record& record) {
+  for (std::size_t at = 0; at < record.data.size(); at += kChunkBytes) {
+    const auto part = record.data.subspan(at, std::min(kChunkBytes, record.data.size() - at));
+    const auto address = static_cast<std::uint16_t>(record.address + at);
+    if (!untilDone([&] { return writeAndReadBack(link, address, part, kBridgeMemory); })) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// @param start sends the request that starts a program; true when the bridge acknowledged it
+template <class Start>
+FX3_FWDWNLOAD_ERROR_CODE startProgram(const VendorLink& link, seam::Clock& clock, Start start) {
+  const bool started = untilDone([&] {
+    if (start() || link.isGone()) return true;
+    clock.sleepFor(kLeaveTime);
+    return link.isGone();
+  });
+  return started ? FWDWNLOAD_SUCCESS : FWDWNLOAD_FAILED;
 }
 
 }  // namespace
@@ -64,9 +98,17 @@ FX3_FWDWNLOAD_ERROR_CODE loadImage(VendorLink& link, const Image& image, std::ui
       }
     }
   }
-  // The bridge leaves the bus as it starts the program, and may not answer any more.
-  writeMemory(link, image.entry, {}, request);
   return FWDWNLOAD_SUCCESS;
+}
+
+bool jumpTo(VendorLink& link, std::uint32_t entry, std::uint8_t request) {
+  return writeMemory(link, entry, {}, request);
+}
+
+FX3_FWDWNLOAD_ERROR_CODE startImage(VendorLink& link, seam::Clock& clock, const Image& image) {
+  const FX3_FWDWNLOAD_ERROR_CODE loaded = loadImage(link, image, kBridgeMemory);
+  if (loaded != FWDWNLOAD_SUCCESS) return loaded;
+  return startProgram(link, clock, [&] { return jumpTo(link, image.entry, kBridgeMemory); });
 }
 
 bool holdProcessor(VendorLink& link, bool hold) {
@@ -80,6 +122,18 @@ void runRecords(VendorLink& link, const std::vector<Record>& records) {
     writeMemory(link, record.address, record.data, kBridgeMemory);
   }
   holdProcessor(link, false);
+}
+
+FX3_FWDWNLOAD_ERROR_CODE startRecords(VendorLink& link, seam::Clock& clock,
+                                      const std::vector<Record>& records) {
+  if (!untilDone([&] { return holdProcessor(link, true); })) {
+    holdProcessor(link, false);  // where only the answers were lost
+    return FWDWNLOAD_FAILED;
+  }
+  for (const Record& record : records) {
+    if (!loadRecord(link, record)) return FWDWNLOAD_FAILED;
+  }
+  return startProgram(link, clock, [&] { return holdProcessor(link, false); });
 }
 
 }  // namespace orvik::firmware

@@ -55,7 +55,8 @@ bool CCameraBase::SetProgramEntry(std::uint8_t request, std::uint32_t address) {
 
 FX3_FWDWNLOAD_ERROR_CODE CCameraBase::EraseSectorOfSPIFlash(std::uint32_t sector,
                                                             std::uint8_t request) {
-  return flash({.sector = request}).eraseSector(sector) ? FWDWNLOAD_SUCCESS : FWDWNLOAD_FAILED;
+  SpiFlash port = flash({.sector = request, .eraseAttempts = 1});
+  return port.eraseSector(sector) ? FWDWNLOAD_SUCCESS : FWDWNLOAD_FAILED;
 }
 
 bool CCameraBase::WriteToSPIFlash(const std::uint8_t* buffer, std::uint32_t length,
@@ -96,9 +97,12 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadFw(const char* path,
     case FWDWNLOAD_I2CE2PROM:
       return DownloadBuftoI2CE2PROM(file->data(), size, code(VendorRequest::kI2cMemory));
     case FWDWNLOAD_SPIFLASH: {
+      if (file->size() > firmware::kFirmwareAreaBytes) return FWDWNLOAD_NO_FILE;
+      const auto permit = beginMemoryWork();
+      if (!permit) return FWDWNLOAD_FAILED;
       SpiFlash port = flash();
       const FlashSession session(port);
-      return DownloadBuftoSPIFLASH(file->data(), size, code(VendorRequest::kFlashSector));
+      return session.hasBus() ? firmware::writeFlashImage(port, *file) : FWDWNLOAD_FAILED;
     }
   }
   return FWDWNLOAD_UNKNOWN_MEDIA;
@@ -111,12 +115,19 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadFwToRam(const std::uint8_t* start,
   if (!isOpen()) return FWDWNLOAD_FAILED;
   firmware::Image parsed;
   const FX3_FWDWNLOAD_ERROR_CODE checked = firmware::parseImage(memory(start, size), parsed);
-  return checked == FWDWNLOAD_SUCCESS ? firmware::loadImage(link(), parsed, request) : checked;
+  if (checked != FWDWNLOAD_SUCCESS) return checked;
+  const auto permit = beginMemoryWork();
+  if (!permit) return FWDWNLOAD_FAILED;
+  const FX3_FWDWNLOAD_ERROR_CODE loaded = firmware::loadImage(link(), parsed, request);
+  if (loaded == FWDWNLOAD_SUCCESS) firmware::jumpTo(link(), parsed.entry, request);
+  return loaded;
 }
 
 FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadBuftoI2CE2PROM(const std::uint8_t* start,
                                                              std::uint32_t size,
                                                              std::uint8_t request) {
+  const auto permit = beginMemoryWork();
+  if (!permit) return FWDWNLOAD_FAILED;
   return firmware::writeI2cImage(link(), memory(start, size), request);
 }
 
@@ -125,6 +136,8 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadBuftoSPIFLASH(const std::uint8_t* 
                                                             std::uint8_t request) {
   if (start == nullptr) return FWDWNLOAD_NO_FILE;
   if (!isOpen()) return FWDWNLOAD_FAILED;
+  const auto permit = beginMemoryWork();
+  if (!permit) return FWDWNLOAD_FAILED;
   SpiFlash port = flash({.sector = request});
   return firmware::writeFlashImage(port, memory(start, size));
 }
@@ -132,7 +145,8 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadBuftoSPIFLASH(const std::uint8_t* 
 bool CCameraBase::UpdateFW2RAM(const std::uint8_t* start, std::int32_t size) {
   if (!isOpen()) return false;
   const auto records = firmware::parseRecords(image(start, size));
-  if (!records) return false;
+  const auto permit = beginMemoryWork();
+  if (!records || !permit) return false;
   firmware::runRecords(link(), *records);
   return true;
 }
@@ -141,23 +155,42 @@ bool CCameraBase::UpdateFW(const std::uint8_t* start, std::int32_t size) {
   const Bytes bytes = image(start, size);
   if (!isOpen() || bytes.size() > firmware::kMaxEepromBytes) return false;
   const auto records = firmware::parseRecords(bytes);
-  if (!records) return false;
+  const auto permit = beginMemoryWork();
+  if (!records || !permit) return false;
   const bool written = firmware::writeThroughHelper(link(), bytes);
   // Also after a failure: the camera is of use until it loses power, and can be written again.
   firmware::runRecords(link(), *records);
   return written;
 }
 
-bool CCameraBase::EraseFlash() { return isOpen() && firmware::eraseThroughHelper(link()); }
+bool CCameraBase::EraseFlash() {
+  const auto permit = beginMemoryWork();
+  return permit && isOpen() && firmware::eraseThroughHelper(link());
+}
+
+FX3_FWDWNLOAD_ERROR_CODE CCameraBase::loadFirmware(std::span<const std::uint8_t> file) {
+  const auto permit = beginMemoryWork();
+  if (!permit || !isOpen()) return FWDWNLOAD_FAILED;
+  const auto lock = link().lockFlash();  // a program that starts would break off work on the flash
+  if (model_.usb3) {
+    firmware::Image program;
+    const FX3_FWDWNLOAD_ERROR_CODE checked = firmware::parseImage(file, program);
+    return checked == FWDWNLOAD_SUCCESS ? firmware::startImage(link(), clock(), program) : checked;
+  }
+  const auto records = firmware::parseRecords(file);
+  return records ? firmware::startRecords(link(), clock(), *records) : FWDWNLOAD_NO_SIGNATURE;
+}
 
 bool CCameraBase::ReadIDFromSPI(Orvik_ID* id) {
+  const auto permit = beginMemoryWork();
   SpiFlash port = flash();
-  return id != nullptr && firmware::readId(port, *id);
+  return permit && id != nullptr && firmware::readId(port, *id);
 }
 
 bool CCameraBase::WriteIDToSPI(Orvik_ID id) {
+  const auto permit = beginMemoryWork();
   SpiFlash port = flash();
-  return firmware::writeId(port, id);
+  return permit && firmware::writeId(port, id);
 }
 
 }  // namespace orvik

@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::uint32_t kSector = 7;
 constexpr std::uint32_t kAddress = kSector * FlashPort::kSectorBytes;
-constexpr int kAttempts = 3;
 
 constexpr std::array<std::uint8_t, 2> kMarker = {'I', 'D'};
 constexpr std::size_t kRecordBytes = kMarker.size() + sizeof(Orvik_ID::id);
@@ -27,7 +26,7 @@ bool readPage(FlashPort& port, Page& page) {
 bool readId(FlashPort& port, Orvik_ID& id) {
   const FlashSession session(port);
   Page page;
-  if (!readPage(port, page)) return false;
+  if (!session.hasBus() || !readPage(port, page)) return false;
   if (!std::equal(kMarker.begin(), kMarker.end(), page.begin())) return false;
   std::copy_n(page.begin() + kMarker.size(), std::size(id.id), std::begin(id.id));
   return true;
@@ -38,8 +37,8 @@ bool writeId(FlashPort& port, const Orvik_ID& id) {
   std::copy(std::begin(id.id), std::end(id.id), std::ranges::copy(kMarker, page.begin()).out);
 
   const FlashSession session(port);
-  if (!port.eraseSector(kSector)) return false;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+  if (!session.hasBus() || !port.eraseSector(kSector)) return false;
+  for (int attempt = 0; attempt < FlashPort::kAttempts; ++attempt) {
     Page back;
     const bool written = port.write(kAddress, page);
     const bool read = readPage(port, back);

@@ -21,12 +21,21 @@ enum class FlashStep : std::uint8_t { kErase, kWrite, kRead };
 /// Called on the working thread with the bytes done so far of those of the step.
 using FlashProgress = std::function<void(FlashStep step, std::size_t done, std::size_t total)>;
 
-/// Erases the sectors that an image touches and writes it. Interrupted, it can be done again from
+/// Erases the sectors that an image touches and writes it; each request is tried up to three times.
+/// The image's beginning, with the signature that a bridge looks for, is erased first and written
+/// last, so that no bridge starts from an incomplete image. Interrupted, it can be done again from
 /// the start.
 /// @param port must outlive the call; @param progress may be empty
 /// @return FWDWNLOAD_SUCCESS, _FAILED, _ERASE_FAILED, or _NO_FILE when no flash takes so much
 FX3_FWDWNLOAD_ERROR_CODE writeFlashImage(FlashPort& port, std::span<const std::uint8_t> image,
                                          const FlashProgress& progress = {});
+
+/// The same with verification: what follows the beginning is read back and compared before the
+/// beginning is written, and the whole image at the end.
+/// @param[out] same whether it was; changed on success only
+FX3_FWDWNLOAD_ERROR_CODE writeVerifiedFlashImage(FlashPort& port,
+                                                 std::span<const std::uint8_t> image, bool& same,
+                                                 const FlashProgress& progress = {});
 
 /// Reads a stretch of the flash; each request up to three times.
 /// @param address of a page

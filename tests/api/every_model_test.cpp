@@ -5,10 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <ostream>
 #include <vector>
 
-#include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::sim {
@@ -234,6 +235,26 @@ TEST_P(EveryModelTest, EveryTypeAndBinShowsTheScene) {
         if (HasFailure()) return;
       }
     }
+  }
+}
+
+TEST_P(EveryModelTest, KeepsTheHotPixelsInItsCorners) {
+  const int right = info_.maxWidth - 1;
+  const int bottom = info_.maxHeight - 1;
+  const std::vector<std::pair<int, int>> corners = {
+      {0, 0}, {right, 0}, {0, bottom}, {right, bottom}};
+  for (const auto& [x, y] : corners) {
+    ASSERT_EQ(OrvikMarkHotPixel(0, {x, y}, Orvik_TRUE), Orvik_OK);
+  }
+  ASSERT_EQ(OrvikSaveHotPixels(0), Orvik_OK);
+  for (const auto& [x, y] : corners) OrvikMarkHotPixel(0, {x, y}, Orvik_FALSE);
+  ASSERT_EQ(OrvikLoadHotPixels(0, nullptr), Orvik_OK);
+  std::array<Orvik_PIXEL, 5> found{};
+  int count = 0;
+  ASSERT_EQ(OrvikGetHotPixels(0, found.data(), 5, &count), Orvik_OK);
+  ASSERT_EQ(count, 4);
+  for (std::size_t n = 0; n < corners.size(); ++n) {
+    EXPECT_EQ(std::pair(found[n].x, found[n].y), corners[n]);
   }
 }
 

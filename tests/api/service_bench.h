@@ -36,6 +36,8 @@ class ServiceBench : public ::testing::Test {
 
   /// Lets the k-th request from now on fail; 0 for none.
   void failRequest(int k) { failControl(*faults_, k); }
+  /// @param script in the language of docs/faults.md; "" for peace
+  void disturb(std::string_view script) { faults_->setScript(scriptOf(script)); }
 
   void open() {
     ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);

@@ -210,6 +210,22 @@ TEST_F(ServiceTest, HotPixelsAreFoundInTheDarkAndKeptInTheCamera) {
   EXPECT_EQ(count, info.onSensor);
 }
 
+TEST_F(ServiceTest, ATableForWhichThereIsNoRoomIsRefused) {
+  bench_.plug({}, "T01C");
+  ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 2);
+  open();  // the T01C, whose class comes first
+  ASSERT_EQ(OrvikMarkHotPixel(0, {639, 479}, Orvik_TRUE), Orvik_OK);
+  ASSERT_EQ(OrvikSaveHotPixels(0), Orvik_OK);
+  for (int pixel = 0; pixel < 640 * 480 * 5 / 8; pixel += 8) {
+    ASSERT_EQ(OrvikMarkHotPixel(0, {pixel % 640, pixel / 640}, Orvik_TRUE), Orvik_OK);
+  }
+  EXPECT_EQ(OrvikSaveHotPixels(0), Orvik_ERROR_TABLE_TOO_LARGE);
+  EXPECT_GT(hotPixels().size(), 20000U) << "the table at hand stays as it is";
+  int count = 0;
+  EXPECT_EQ(OrvikLoadHotPixels(0, &count), Orvik_OK);
+  EXPECT_EQ(count, 1) << "and so does the one in the flash";
+}
+
 TEST_F(ServiceTest, APulseIsAsLongAsToldAndTellsOfALine) {
   open();
   ASSERT_EQ(OrvikPulseGuide(0, Orvik_GUIDE_DIR_3, 30), Orvik_OK);
@@ -230,7 +246,10 @@ TEST_F(ServiceTest, CaptureForbidsWhatItsStreamWouldSuffer) {
   ASSERT_EQ(OrvikMarkHotPixel(0, {1, 1}, Orvik_TRUE), Orvik_OK);
   const auto calls = [] {
     unsigned char byte = 0;
-    return std::vector{OrvikSaveHotPixels(0),
+    Orvik_ID mark{};
+    return std::vector{OrvikGetID(0, &mark),
+                       OrvikSetID(0, mark),
+                       OrvikSaveHotPixels(0),
                        OrvikLoadHotPixels(0, nullptr),
                        OrvikLoadFirmware(0, "/none"),
                        OrvikFlashFirmware(0, "/none", nullptr, nullptr),

@@ -16,8 +16,8 @@ namespace {
 constexpr std::size_t kFlashBytes = 0x100000;
 constexpr std::uint32_t kStart = 0x40000;
 
-/// A flash chip that behaves: writing clears bits only. `fails` decides, by the number of the
-/// request, which of them are lost.
+/// A flash chip that behaves: writing clears bits only, and wants the bus; erasing does not.
+/// `fails` decides, by the number of the request, which of them are lost.
 class FakeFlash final : public FlashPort {
  public:
   std::vector<std::uint8_t> cells = std::vector<std::uint8_t>(kFlashBytes, 0xFF);
@@ -28,10 +28,13 @@ class FakeFlash final : public FlashPort {
   std::vector<int> erased;
 
   std::unique_lock<std::mutex> lock() override { return std::unique_lock(mutex_); }
-  bool switchBusToStream(bool toStream) override {
+  bool takeBus() override {
     if (next()) return false;
-    busWithStream = toStream;
+    busWithStream = false;
     return true;
+  }
+  void giveBusBack() override {
+    if (!next()) busWithStream = true;
   }
   bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override {
     if (next() || busWithStream) return false;
@@ -45,7 +48,7 @@ class FakeFlash final : public FlashPort {
     return true;
   }
   bool eraseSector(std::uint32_t sector) override {
-    if (next() || busWithStream) return false;
+    if (next()) return false;
     erased.push_back(static_cast<int>(sector));
     std::fill_n(cells.begin() + sector * 0x10000, 0x10000, std::uint8_t{0xFF});
     return true;
@@ -66,6 +69,10 @@ HotPixelTable tableWith(std::size_t bytes, int pairs, std::uint32_t seed = 1) {
   return table;
 }
 
+bool save(FakeFlash& flash, const HotPixelTable& table) {
+  return saveHotPixels(flash, table) == HotPixelSaving::kDone;
+}
+
 constexpr std::size_t kTableBytes = 159232;  // whole blocks
 
 TEST(HotPixelStorage, WhatWasSavedIsLoaded) {
@@ -73,7 +80,7 @@ TEST(HotPixelStorage, WhatWasSavedIsLoaded) {
   for (const int pairs : {0, 300, 2000, 40000}) {
     const HotPixelTable table = tableWith(kTableBytes, pairs);
     flash.erased.clear();
-    ASSERT_TRUE(saveHotPixels(flash, table)) << pairs;
+    ASSERT_TRUE(save(flash, table)) << pairs;
     EXPECT_TRUE(flash.busWithStream);
     const std::size_t length = compressHotPixels(table).length;
     EXPECT_EQ(flash.erased.size(), (length + 0xFFFF) / 0x10000);
@@ -88,15 +95,18 @@ TEST(HotPixelStorage, WhatWasSavedIsLoaded) {
   }
 }
 
-TEST(HotPixelStorage, ATableThatDoesNotFitLeavesTheFlash) {
+TEST(HotPixelStorage, ATableThatDoesNotFitIsRefusedAndTheOneBeforeIsKept) {
+  constexpr std::size_t kSmallTable = 38400;
   FakeFlash flash;
-  EXPECT_FALSE(saveHotPixels(flash, HotPixelTable(0x40000, 1)));
-  EXPECT_TRUE(flash.erased.empty());
-  EXPECT_TRUE(flash.busWithStream);
+  const HotPixelTable before = tableWith(kSmallTable, 10);
+  ASSERT_TRUE(save(flash, before));
   flash.requests = 0;
-  flash.fails = [](int request) { return request == 1; };  // the erasure
-  EXPECT_FALSE(saveHotPixels(flash, tableWith(kTableBytes, 10)));
-  EXPECT_TRUE(std::ranges::all_of(flash.cells, [](int v) { return v == 0xFF; }));
+  EXPECT_EQ(saveHotPixels(flash, HotPixelTable(0x80000, 1)), HotPixelSaving::kNoRoom)
+      << "no form longer than the flash's room, 192 KiB";
+  EXPECT_EQ(saveHotPixels(flash, HotPixelTable(kSmallTable, 0x80)), HotPixelSaving::kNoRoom)
+      << "no form longer than the table";
+  EXPECT_EQ(flash.requests, 0);
+  EXPECT_EQ(loadHotPixels(flash, kSmallTable).table, before);
 }
 
 TEST(HotPixelStorage, APageIsTriedThreeTimes) {
@@ -110,7 +120,7 @@ TEST(HotPixelStorage, APageIsTriedThreeTimes) {
       written[0] = left > 0 ? static_cast<std::uint8_t>(meant | 0x80) : meant;
       --left;
     };
-    EXPECT_EQ(saveHotPixels(flash, tableWith(2048, 5)), spoilt < 3) << spoilt;
+    EXPECT_EQ(save(flash, tableWith(2048, 5)), spoilt < 3) << spoilt;
     EXPECT_TRUE(flash.busWithStream);
   }
 }
@@ -119,18 +129,23 @@ TEST(HotPixelStorage, ASaveThatBreaksOffAnywhereCanBeRepeated) {
   const HotPixelTable before = tableWith(kTableBytes, 3000, 2);
   const HotPixelTable after = tableWith(kTableBytes, 3000, 3);
   FakeFlash counting;
-  ASSERT_TRUE(saveHotPixels(counting, after));
+  ASSERT_TRUE(save(counting, after));
   ASSERT_GT(counting.requests, 8);
   for (int broken = 0; broken < counting.requests; ++broken) {
     FakeFlash flash;
-    ASSERT_TRUE(saveHotPixels(flash, before));
+    ASSERT_TRUE(save(flash, before));
     flash.requests = 0;
     flash.fails = [&](int request) { return request >= broken; };
-    const bool saved = saveHotPixels(flash, after);
+    const bool saved = save(flash, after);
     EXPECT_EQ(saved, broken == counting.requests - 1) << "only giving back the bus was lost";
     flash.fails = [](int) { return false; };
-    loadHotPixels(flash, kTableBytes);  // whatever is there does no harm
-    ASSERT_TRUE(saveHotPixels(flash, after)) << "after a break at request " << broken;
+    const auto found = loadHotPixels(flash, kTableBytes).table;
+    if (broken <= 1) {
+      EXPECT_EQ(found, before) << "nothing is erased without the bus";
+    } else if (found) {
+      EXPECT_EQ(found, after) << "half a table is none, at request " << broken;
+    }
+    ASSERT_TRUE(save(flash, after)) << "after a break at request " << broken;
     ASSERT_EQ(loadHotPixels(flash, kTableBytes).table, after);
     ASSERT_TRUE(flash.busWithStream);
   }
@@ -139,9 +154,9 @@ TEST(HotPixelStorage, ASaveThatBreaksOffAnywhereCanBeRepeated) {
 TEST(HotPixelStorage, LoadsWhatCanBeRead) {
   FakeFlash flash;
   const HotPixelTable table = tableWith(kTableBytes, 6000);
-  ASSERT_TRUE(saveHotPixels(flash, table));
+  ASSERT_TRUE(save(flash, table));
   flash.requests = 0;
-  flash.fails = [](int request) { return request == 3 || request == 4; };
+  flash.fails = [](int request) { return request == 1 || request == 4 || request == 5; };
   EXPECT_TRUE(loadHotPixels(flash, kTableBytes).isComplete) << "the third attempt succeeds";
 
   flash.requests = 0;

@@ -35,6 +35,8 @@ class FirmwareBench {
   CCameraT15C& camera() { return *camera_; }
   /// Lets the k-th request from now on fail; 0 for none.
   void failRequest(int k) { failControl(*faults_, k); }
+  /// @param script in the language of docs/faults.md; "" for peace
+  void disturb(std::string_view script) { faults_->setScript(scriptOf(script)); }
   ManualClock& clock() { return *clock_; }
   std::vector<std::string> take() { return std::exchange(log_, {}); }
 

@@ -100,6 +100,9 @@ class ServiceTest(InOwnFolder):
             code = 6 if bad == "none.img" else 2
             run("firmware", "flash", bad, "--yes", sim=KEPT, code=code)
         self.assertEqual(contents("flash.bin"), before)
+        for command in ("load", "flash"):
+            told = run("firmware", command, "fw.img", "--yes", sim="T06C", code=2)
+            self.assertIn("USB 3 cameras", told.stderr)
 
     def test_guides(self):
         begun = time.monotonic()

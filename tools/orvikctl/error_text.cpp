@@ -24,6 +24,7 @@ ExitCode exitCodeOf(Orvik_ERROR_CODE code) {
     case Orvik_ERROR_ARGUMENT:
     case Orvik_ERROR_NO_DARK:
     case Orvik_ERROR_FIRMWARE_IMAGE:
+    case Orvik_ERROR_TABLE_TOO_LARGE:
       return ExitCode::kUsage;
     case Orvik_ERROR_DARK_FILE_PATH:
     case Orvik_ERROR_DARK_FILE_FORMAT:

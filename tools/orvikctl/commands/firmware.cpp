@@ -44,6 +44,16 @@ Orvik_FIRMWARE_FILE checkFile(const std::string& path) {
 
 bool hasSections(const Orvik_FIRMWARE_FILE& file) { return file.format == Orvik_FIRMWARE_SECTIONS; }
 
+/** Refuses firmware that is made for the other kind of bridge. */
+void requireBridge(const std::string& path, const Orvik_FIRMWARE_FILE& file,
+                   const ConnectedCamera& camera) {
+  if (!camera.info || hasSections(file) == (camera.info->usb3Camera == Orvik_TRUE)) return;
+  throw Failure(ExitCode::kUsage, path + " is made for the bridge of USB " +
+                                      (hasSections(file) ? "3" : "2") + " cameras; " + camera.label() +
+                                      " has the one of USB " + (hasSections(file) ? "2" : "3") +
+                                      " cameras.");
+}
+
 void printFile(const std::string& path, const Orvik_FIRMWARE_FILE& file, bool json) {
   if (json) {
     const Json result = {{"file", path},
@@ -90,9 +100,10 @@ void report(const FirmwareOptions& options, const char* what) {
 }
 
 ExitCode load(const FirmwareOptions& options) {
-  checkFile(options.file);
+  const Orvik_FIRMWARE_FILE file = checkFile(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
+  requireBridge(options.file, file, chosen);
   const Camera camera(chosen);
   requireConsent(options.yes, options.file + " will be loaded into " + chosen.label() +
                                   " and started. It runs until the camera loses power; firmware "
@@ -107,7 +118,7 @@ ExitCode load(const FirmwareOptions& options) {
 [[noreturn]] void failFlash(Orvik_ERROR_CODE code, const FirmwareOptions& options) {
   throw Failure(exitCodeOf(code),
                 "writing " + options.file + ": " + errorText(code) +
-                    "\nThe camera's flash does not hold the firmware as a whole. The camera still "
+                    "\nThe camera's flash may not hold any firmware as a whole. The camera still "
                     "runs what it had started with: leave it plugged in and repeat this command. "
                     "If it goes on failing, write the firmware that it had before.");
 }
@@ -123,6 +134,7 @@ ExitCode flash(const FirmwareOptions& options) {
   }
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
+  requireBridge(options.file, file, chosen);
   const Camera camera(chosen);
   requireConsent(options.yes,
                  "The firmware in the flash of " + chosen.label() + " will be replaced by " +
@@ -139,9 +151,11 @@ ExitCode flash(const FirmwareOptions& options) {
 }
 
 ExitCode verify(const FirmwareOptions& options) {
-  checkFile(options.file);
+  const Orvik_FIRMWARE_FILE file = checkFile(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
+  const ConnectedCamera& chosen = cameras.choose(options.camera);
+  requireBridge(options.file, file, chosen);
+  const Camera camera(chosen);
   FlashProgress progress;
   check(OrvikVerifyFirmware(camera.handle(), options.file.c_str(), FlashProgress::callback(),
                             progress.context()),

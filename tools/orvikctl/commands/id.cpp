@@ -92,11 +92,13 @@ ExitCode get(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
   const Camera camera(cameras.choose(options.camera));
   Orvik_ID id{};
-  if (OrvikGetID(camera.handle(), &id) != Orvik_OK) {
+  const Orvik_ERROR_CODE code = OrvikGetID(camera.handle(), &id);
+  if (code == Orvik_ERROR_DRIVER_FAILED) {
     throw Failure(ExitCode::kCameraFailed,
                   "the camera has no mark, or it cannot be read. Give it one with `orvikctl id "
                   "set`.");
   }
+  check(code, "reading the mark");
   print(id, options.json);
   return ExitCode::kOk;
 }
