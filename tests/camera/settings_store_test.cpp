@@ -78,7 +78,7 @@ class SettingsStoreTest : public ::testing::Test {
  protected:
   OwnFolder own_;
   fs::path folder_ = own_.path() / "config" / "orvik";
-  fs::path file_ = folder_ / "settings.toml";
+  fs::path file_ = folder_ / "settings.json";
   SettingsStore store_{folder_};
 };
 
@@ -90,26 +90,26 @@ TEST_F(SettingsStoreTest, KeepsAndReplacesValues) {
   EXPECT_TRUE(store_.save("T15C", gain(3)));
   EXPECT_EQ(store_.load("T15C"), gain(3));
   EXPECT_EQ(store_.load("T10C"), gain(2));
-  EXPECT_FALSE(fs::exists(folder_ / "settings.toml.new"));
+  EXPECT_FALSE(fs::exists(folder_ / "settings.json.new"));
 }
 
 TEST_F(SettingsStoreTest, ADamagedFileReadsAsNoneAndIsPutAsideByTheNextSave) {
   fs::create_directories(folder_);
   for (const char* number : {"1", "2"}) {
-    const std::string damaged = std::string("[T15C\nGain = ") + number;
+    const std::string damaged = std::string(R"({"T15C": {"Gain": )") + number;
     writeFile(file_, damaged);
     EXPECT_FALSE(store_.load("T15C"));
     EXPECT_EQ(contentsOf(file_), damaged) << "reading changes nothing";
     EXPECT_TRUE(store_.save("T15C", gain(7)));
     EXPECT_EQ(store_.load("T15C"), gain(7));
     EXPECT_EQ(
-        contentsOf(folder_ / (std::string("settings.damaged-").append(number).append(".toml"))),
+        contentsOf(folder_ / (std::string("settings.damaged-").append(number).append(".json"))),
         damaged);
   }
-  writeFile(file_, std::string(std::size_t{2} << 20U, '#'));
+  writeFile(file_, std::string(std::size_t{2} << 20U, ' '));
   EXPECT_FALSE(store_.load("T15C"));
   EXPECT_TRUE(store_.save("T15C", gain(8)));
-  EXPECT_TRUE(fs::exists(folder_ / "settings.damaged-3.toml"));
+  EXPECT_TRUE(fs::exists(folder_ / "settings.damaged-3.json"));
 }
 
 TEST_F(SettingsStoreTest, OddThingsInTheFilesPlaceDoNotHoldItUp) {
@@ -185,7 +185,7 @@ TEST(UserStore, LiesWhereTheUserKeepsConfigurations) {
   setenv("XDG_CONFIG_HOME", "relative", 1);  // not to be taken, says the rule for this variable
   setenv("HOME", own.path().c_str(), 1);
   ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", gain(1)));
-  EXPECT_TRUE(fs::exists(own.path() / ".config" / "orvik" / "settings.toml"));
+  EXPECT_TRUE(fs::exists(own.path() / ".config" / "orvik" / "settings.json"));
   unsetenv("HOME");
   EXPECT_FALSE(SettingsStore::ofUser());
 }

@@ -93,7 +93,7 @@ bool SettingsStore::saveLocked(const std::string& model, std::span<const Value> 
 
 bool SettingsStore::putAside() const {
   for (int n = 1; n <= kMaxDamaged; ++n) {
-    const fs::path aside = folder_ / ("settings.damaged-" + std::to_string(n) + ".toml");
+    const fs::path aside = folder_ / ("settings.damaged-" + std::to_string(n) + ".json");
     if (files_->renameToNew(file(), aside)) return true;
   }
   return false;
@@ -101,7 +101,7 @@ bool SettingsStore::putAside() const {
 
 bool SettingsStore::replace(const std::string& text) const {
   // The lock's holder is the only writer: what a crash left here is its to take.
-  const fs::path fresh = folder_ / "settings.toml.new";
+  const fs::path fresh = folder_ / "settings.json.new";
   {
     const OpenFile out(*files_, files_->openNew(fresh));
     if (!out.isOpen() || !files_->write(out.descriptor(), text) ||

@@ -12,11 +12,11 @@
 
 namespace orvik::settings {
 
-/// A user's settings: the file `settings.toml` in a folder.
+/// A user's settings: the file `settings.json` in a folder.
 ///
 /// A save replaces the file as a whole, so that a reader, a crash or a full disk never meets half
 /// of it; a lock beside it (`settings.lock`) keeps the saves of several programs apart. A file that
-/// is damaged reads as empty; the next save puts it aside as `settings.damaged-<n>.toml`, where its
+/// is damaged reads as empty; the next save puts it aside as `settings.damaged-<n>.json`, where its
 /// owner can mend it. Reading writes nothing.
 ///
 /// Nothing here throws but for want of memory. Any thread, any number of processes.
@@ -41,7 +41,7 @@ class SettingsStore {
   static constexpr std::chrono::milliseconds kLockLimit{1000};
 
  private:
-  [[nodiscard]] std::filesystem::path file() const { return folder_ / "settings.toml"; }
+  [[nodiscard]] std::filesystem::path file() const { return folder_ / "settings.json"; }
   bool saveLocked(const std::string& model, std::span<const Value> values) const;
   bool putAside() const;
   bool replace(const std::string& text) const;
