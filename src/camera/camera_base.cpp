@@ -46,6 +46,7 @@ std::shared_ptr<CameraState> initialState(const ModelRow& model) {
   state->whiteBalanceBlue = model.whiteBalanceBlueDefault;
   state->hardwareBin = model.hardwareBinAtStart;
   state->autoMaxGain = controlRange(model, Orvik_CTL_AUTO_EXP_MAX_GAIN).defaultValue;
+  state->autoMaxExposure = controlRange(model, Orvik_CTL_AUTO_EXP_MAX_EXP).defaultValue;
   return state;
 }
 
@@ -114,9 +115,8 @@ bool CCameraBase::ReConnectCamera() {
 bool CCameraBase::closeDevice() {
   const auto lock = lockSettings();
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
-  // After a video, stopping it has kept them already.
-  if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
   stopCapture();
+  if (isOpen()) saveAtClose();
   endLink();
   return true;
 }
