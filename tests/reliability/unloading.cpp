@@ -64,7 +64,10 @@ int main(int argc, char** argv) {
   {
     const Libraries libraries(argv[1], argv[2]);
     if (!libraries.areLoaded()) return failed(dlerror());
-    if (!openCooledCamera(libraries)) return failed("no camera could be opened");
+    // On a thread that ends: what a thread keeps for itself in a library keeps that loaded.
+    bool opened = false;
+    std::thread([&] { opened = openCooledCamera(libraries); }).join();
+    if (!opened) return failed("no camera could be opened");
   }
   // The cooler's thread measures again meanwhile.
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
