@@ -106,8 +106,7 @@ TEST(SettingValues, ReplaceTheirNamesakesAndLeaveTheRest) {
 
 TEST(SettingValues, WhatWouldCostTheStackIsNoSettingsFile) {
   for (const std::size_t depth : {100U, 300'000U}) {
-    const std::string text =
-        R"({"a": )" + std::string(depth, '[') + std::string(depth, ']') + "}";
+    const std::string text = R"({"a": )" + std::string(depth, '[') + std::string(depth, ']') + "}";
     EXPECT_FALSE(readGroup(text, "T15C"));
     EXPECT_FALSE(withValues(text, "T15C", kGroup));
   }
