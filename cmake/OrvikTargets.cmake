@@ -54,6 +54,8 @@ function(orvik_public_library name map)
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${map})
   target_link_options(${name} PRIVATE -Wl,--version-script=${map})
+  # Threads of an open camera run in the library: dlclose() must not take it from under them.
+  target_link_options(${name} PRIVATE -Wl,-z,nodelete)
   if(NOT ORVIK_SANITIZE)
     target_link_options(${name} PRIVATE -Wl,--no-undefined)
   endif()

@@ -31,7 +31,7 @@ MAY_USE = {
 }
 # Headers of another library that stay inside one room.
 KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "tools", "fitsio": "tools",
-               "toml++": "src/camera", "hwy": "src/algorithm"}
+               "hwy": "src/algorithm"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 

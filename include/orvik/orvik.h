@@ -21,7 +21,14 @@
  * whether the camera is open (#Orvik_ERROR_NO_CAMERA_OBJECT), then the function's own arguments. A
  * call that fails changes nothing and writes nothing through its pointers, unless its own
  * documentation says otherwise. A null pointer is refused with the error named in the function's
- * documentation. No function throws, prints, or ends the process.
+ * documentation. No function throws or ends the process. None prints, with two exceptions: a device
+ * whose descriptors are malformed is named on the standard error stream, and so is what goes wrong
+ * in a replay that the environment asked for (ORVIK_REPLAY).
+ *
+ * ## Unloading
+ *
+ * Once loaded, the library stays: dlclose() leaves it, its threads and the open cameras as they
+ * are. Close the cameras first.
  *
  * ## Threads
  *
@@ -30,6 +37,8 @@
  * - "Any thread": may be called from any thread while the camera stays open, also while another
  *   thread waits in OrvikGetVideoData().
  * - "Frame thread": frame delivery; one thread at a time per camera.
+ *
+ * A thread that is cancelled (pthread_cancel) inside a call ends after the call.
  *
  * Every call ends by a deadline. A request to the camera takes at most 1.6 s (500 ms, 50 ms after
  * a cancellation, and up to 1 s for a controller that does not give the request back), on a healthy
@@ -288,7 +297,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetCameraProperty(Orvik_CAMERA_INFO* info, int i
 ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
 
 /**
- * Stops capture and closes a camera. Closing a closed camera does nothing.
+ * Stops capture, keeps the settings that have changed since they were last kept, and closes a
+ * camera. Closing a closed camera does nothing.
  *
  * No other thread may be inside a call on this camera, with one exception: where a thread is at
  * work on the camera's flash or firmware (OrvikSetID(), OrvikFlashFirmware() and the like), closing
@@ -350,11 +360,11 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
  * ignored, and after a gamma beyond its upper one the next value counts as 100. Setting a read-only
  * control succeeds and changes nothing.
  *
- * @param value the value, in the unit of ::Orvik_CONTROL_TYPE
  * What is on automatic moves while a video runs: exposure and gain towards the brightness of
  * #Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, the white balance, of 8-bit frames only, towards grey. A
  * snapshot is taken with the values as they are.
  *
+ * @param value the value, in the unit of ::Orvik_CONTROL_TYPE
  * @param isAuto exactly #Orvik_TRUE puts the control on automatic, starting from `value`
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -445,7 +455,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped);
  * black level stays, its pattern goes. Images of more than 8 bits a sample stay as they are, and so
  * do those of automatic exposure below half a second.
  *
- * @param bmpPath 8-bit bitmap of the sensor's full size; may be null when only asking
+ * @param bmpPath 8-bit bitmap of the sensor's full size; may be null when only asking. Another run
+ *        finds it again if it is absolute and has at most 255 bytes.
  * @param inUse in: non-zero loads the file, 0 only asks; out, when asked: whether one is in use
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -569,8 +580,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
  * Switches a guide line on. It stays on until switched off; the caller times the pulse.
  *
  * A direction above 3 and a request that fails on the way are ignored. Lines that are on go off
- * when the camera is closed, the program ends, or the library is unloaded; only a program that is
- * killed leaves them on.
+ * when the camera is closed or the program ends; only a program that is killed leaves them on.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open

@@ -81,6 +81,13 @@ typedef struct Orvik_PIXEL {
   int32_t y;
 } Orvik_PIXEL;
 
+/** Where the user's settings are kept. Filled by OrvikGetSettingsPlace(). */
+typedef struct Orvik_SETTINGS_PLACE {
+  char file[4096];  /**< the file, zero-terminated; "" for a user who has no home, and for a path
+                         that does not fit */
+  int32_t obstacle; /**< 0 when settings can be kept, else the system's error number (errno) */
+} Orvik_SETTINGS_PLACE;
+
 /** A product that the library drives. Filled by OrvikGetProduct(). */
 typedef struct Orvik_PRODUCT {
   char name[64];             /**< display name, zero-terminated */
@@ -429,13 +436,24 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds);
 
 /**
- * Keeps the camera's settings now, as the end of a video does: a camera of its model comes up with
- * them. Exposures above 0.1 s come up as 0.1 s. Without a place for them, or when they cannot be
- * written, nothing is kept and nothing is told.
+ * Keeps the camera's settings now, as the end of a video does, and as OrvikCloseCamera() does where
+ * something has changed: a camera of its model comes up with them. Exposures above 0.1 s come up as
+ * 0.1 s, and a dark frame that no file of a path of at most 255 bytes holds does not come up.
  *
+ * @retval Orvik_ERROR_FILE there is no place for them, or they cannot be written; see
+ *         OrvikGetSettingsPlace()
  * @par Thread: any thread. Waits up to a second for another program's saving.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSaveSettings(int index);
+
+/**
+ * Tells where the settings of real cameras are kept, and what would keep this user from writing
+ * them. Writes nothing: a full disk does not show.
+ *
+ * @retval Orvik_ERROR_ARGUMENT `place` is null
+ * @par Thread: any thread. Needs no camera.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place);
 
 /* --- Firmware and flash ---------------------------------------------------------------------- */
 

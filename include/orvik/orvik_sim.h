@@ -8,7 +8,7 @@
  * instead of the USB bus; unplugging the last one with OrvikSimUnplugAll() brings the bus back.
  *
  * The settings of virtual cameras are kept apart from those of real ones, in
- * `orvik/virtual/settings.toml` in the user's folder for configurations.
+ * `orvik/virtual/settings.json` in the user's folder for configurations.
  *
  * Valid C99 and C++. Every function may be called from any thread, also while a camera captures:
  * that is how an unplug in mid-frame is tried out.

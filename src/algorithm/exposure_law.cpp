@@ -77,8 +77,12 @@ class Step {
     return (lines < 3 && error < shareOfGoal(30)) || (lines < 2 && error < shareOfGoal(45));
   }
 
-  [[nodiscard]] int64_t smallGainStep() const { return goal_.gainRange / 100; }
-  [[nodiscard]] int64_t largeGainStep() const { return int64_t{2} * goal_.gainRange / 100; }
+  // One and two percent of the range. Below a hundred steps one percent of them is less than one,
+  // and a gain that steps by 0 would never come down again.
+  [[nodiscard]] int64_t smallGainStep() const { return std::max(goal_.gainRange / 100, 1); }
+  [[nodiscard]] int64_t largeGainStep() const {
+    return std::max<int64_t>(int64_t{2} * goal_.gainRange / 100, 1);
+  }
 
   void turnGain(int64_t by) { dials_.setGain(toInt(dials_.gain() + by)); }
   void lowerGain() {

@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: MIT
 // The flat functions for what a camera has beside its pictures: guide port, identity, settings.
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <string>
 
 #include "api/guard.h"
+#include "camera/settings/settings_store.h"
 #include "orvik/orvik_service.h"
 
 using orvik::OpenCamera;
 using orvik::api::captureCode;
+using orvik::api::guarded;
 using orvik::api::withCamera;
+using orvik::settings::SettingsStore;
 
 Orvik_ERROR_CODE OrvikPulseGuideOn(int index, GuideD direction) {
   return withCamera(index, Orvik_OK, [&](OpenCamera& camera) {
@@ -55,8 +61,19 @@ Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id) {
 }
 
 Orvik_ERROR_CODE OrvikSaveSettings(int index) {
-  return withCamera(index, Orvik_OK, [](OpenCamera& camera) {
-    camera.driver->SaveSetting(camera.driver->model().settingsKey);
+  return withCamera(index, Orvik_ERROR_FILE, [](OpenCamera& camera) {
+    return camera.driver->keepSettings() ? Orvik_OK : Orvik_ERROR_FILE;
+  });
+}
+
+Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place) {
+  if (place == nullptr) return Orvik_ERROR_ARGUMENT;
+  return guarded(Orvik_ERROR_FILE, [&] {
+    const auto store = SettingsStore::ofUser();
+    const std::string file = store ? store->file().string() : "";
+    place->obstacle = store ? store->obstacle() : ENOENT;
+    std::ranges::fill(place->file, '\0');
+    if (file.size() < sizeof place->file) std::ranges::copy(file, place->file);
     return Orvik_OK;
   });
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Automatic exposure, gain and white balance of CCameraBase: measures frames, and takes the steps
 // that follow with the model's own setters.
+#include <algorithm>
+
 #include "algorithm/brightness.h"
 #include "algorithm/colour_balance.h"
 #include "algorithm/exposure_law.h"
@@ -9,7 +11,8 @@
 namespace orvik {
 namespace {
 
-/// A camera's own exposure and gain. Each is set with the automatic flag that it has.
+/// A camera's own exposure and gain. Each is set with the automatic flag that it has. At a limit
+/// the same value is wanted again and again: the camera is told of a change only.
 class CameraDials final : public ExposureDials {
  public:
   explicit CameraDials(CCameraBase& camera) : camera_(camera), state_(camera.state()) {}
@@ -17,9 +20,16 @@ class CameraDials final : public ExposureDials {
   [[nodiscard]] int gain() const override { return state_.gain; }
   [[nodiscard]] std::uint64_t exposureUs() const override { return state_.exposureUs; }
   [[nodiscard]] std::uint32_t exposureLines() const override { return state_.exposureLines; }
-  void setGain(int gain) override { camera_.SetGain(gain, state_.gainAuto); }
+  void setGain(int gain) override {
+    const ControlRange& limits = camera_.model().gain;
+    const int next = std::clamp(gain, limits.min, limits.max);
+    if (next != state_.gain) camera_.SetGain(next, state_.gainAuto);
+  }
   void setExposure(std::uint64_t exposureUs) override {
-    camera_.SetExp(exposureUs, state_.exposureAuto);
+    const ControlRange& limits = camera_.model().exposureUs;
+    const auto next = std::clamp(exposureUs, static_cast<std::uint64_t>(limits.min),
+                                 static_cast<std::uint64_t>(limits.max));
+    if (next != state_.exposureUs) camera_.SetExp(next, state_.exposureAuto);
   }
 
  private:
@@ -85,7 +95,11 @@ void CCameraBase::AutoWB_RAW(const std::uint8_t* frame) {
 void CCameraBase::followColour(const ColourValues& colour) {
   const bool brightnessChanges = state_->exposureAuto || state_->gainAuto;
   const auto next = nextBalance(colour, balanceOf(*state_), brightnessChanges);
-  if (next) SetRGBBalance(next->red, next->blue, state_->whiteBalanceAuto);
+  if (!next) return;
+  const WhiteBalance kept{
+      .red = std::clamp(next->red, model_.whiteBalanceMin, model_.whiteBalanceMax),
+      .blue = std::clamp(next->blue, model_.whiteBalanceMin, model_.whiteBalanceMax)};
+  if (kept != balanceOf(*state_)) SetRGBBalance(kept.red, kept.blue, state_->whiteBalanceAuto);
 }
 
 void CCameraBase::Get_variance_ave_RAW(const std::uint8_t* frame, int blockColumn, int blockRow,

@@ -50,6 +50,7 @@ std::shared_ptr<CameraState> initialState(const ModelRow& model) {
   state->whiteBalanceBlue = model.whiteBalanceBlueDefault;
   state->hardwareBin = model.hardwareBinAtStart;
   state->autoMaxGain = controlRange(model, Orvik_CTL_AUTO_EXP_MAX_GAIN).defaultValue;
+  state->autoMaxExposure = controlRange(model, Orvik_CTL_AUTO_EXP_MAX_EXP).defaultValue;
   return state;
 }
 
@@ -139,9 +140,8 @@ bool CCameraBase::closeDevice() {
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
   memoryWork_.close();  // before the lock, for which work that begins waits
   const auto lock = lockSettings();
-  // After a video, stopping it has kept them already.
-  if (isOpen() && capture_.lastWasSnapshot()) SaveSetting(model_.settingsKey);
   stopCapture();
+  if (isOpen()) saveAtClose();
   endLink();
   return true;
 }

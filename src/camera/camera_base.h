@@ -27,6 +27,7 @@
 #include "camera/hot_pixels.h"
 #include "camera/memory_work.h"
 #include "camera/model_row.h"
+#include "camera/settings/setting_values.h"
 #include "camera/spi_flash.h"
 #include "camera/vendor_link.h"
 #include "orvik/orvik.h"
@@ -366,11 +367,15 @@ class CCameraBase {
 
   // The user's settings, one group for each model
   /// Reads the model's settings into the state, each brought within the model's limits. What is
-  /// missing or damaged leaves its value as it is. A stored exposure above 0.1 s becomes 0.1 s.
+  /// missing or damaged leaves its value as it is. A stored exposure above 0.1 s becomes 0.1 s. A
+  /// dark frame that is switched on is loaded once the camera is open, at the latest by
+  /// InitCamera().
   /// @param key as in the model's row
   void LoadSetting(const wchar_t* key) noexcept;
   /// Keeps the settings, if there is a place for them. Waits up to a second for another program.
   void SaveSetting(const wchar_t* key) noexcept;
+  /// The same under the model's key. @return false when they could not be kept.
+  bool keepSettings() noexcept;
 
   // What the flat interface needs to know
   /// The camera as a cooled one. @return null when it has no cooler.
@@ -426,6 +431,12 @@ class CCameraBase {
     const bool paused_;
     const bool snapshot_;
   };
+  void loadKeptDark();
+  /// What SaveSetting() would keep now.
+  [[nodiscard]] settings::Group presentSettings();
+  /// At the end of InitCamera(): what setting a camera up has changed by itself is no reason to
+  /// save. @param before the settings at its beginning
+  void settleSettings(const settings::Group& before);
 
   [[nodiscard]] VendorLink& link() const { return *link_; }
   [[nodiscard]] bool isOpen() const { return link_->isOpen(); }
@@ -459,6 +470,9 @@ class CCameraBase {
   [[nodiscard]] FrameRegion currentRegion() const;
   [[nodiscard]] int colourStep() const { return model_.colour ? 2 : 1; }
   void saveAfterVideo();
+  /// Keeps the settings after a snapshot, and where they are not those last loaded or saved.
+  void saveAtClose() noexcept;
+  bool saveUnder(const wchar_t* key) noexcept;
   void noteCorrections();
 
   const ModelRow& model_;
@@ -468,6 +482,7 @@ class CCameraBase {
   const std::shared_ptr<seam::Clock> clock_;
   const std::string settingsFolder_;  ///< of the host that the camera came from
   const std::shared_ptr<CameraState> state_;
+  std::optional<settings::Group> kept_;  ///< as last loaded or saved; none before InitCamera()
   const std::shared_ptr<VendorLink> link_;
   GuideLines guideLines_;
   const std::shared_ptr<CameraGate> gate_;

@@ -6,6 +6,7 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "camera/camera_base.h"
 #include "camera/settings/settings_store.h"
@@ -24,7 +25,7 @@ std::string modelNameOf(std::wstring_view key) {
 }  // namespace
 
 // A missing or broken store must not keep a camera from opening or closing, and the destructor
-// saves as well: nothing leaves these two, not even the lack of memory.
+// saves as well: nothing leaves these functions, not even the lack of memory.
 
 void CCameraBase::LoadSetting(const wchar_t* key) noexcept try {
   const auto store = settings::SettingsStore::ofUser(settingsFolder_);
@@ -33,36 +34,65 @@ void CCameraBase::LoadSetting(const wchar_t* key) noexcept try {
   if (group) settings::apply(*group, model_, *state_);
   SetHPCStates(state_->hotPixelCorrection);
   SetBMPPath(state_->darkPath.data());
-  if (!state_->usingDark) return;
-  // A dark frame is as large as the sensor.
-  state_->width = model_.maxWidth;
-  state_->height = model_.maxHeight;
-  state_->bin = 1;
-  UsingDark(true);
-  LoadBMPFromFile(state_->darkPath.data());
+  if (state_->usingDark) {
+    // A dark frame is as large as the sensor.
+    state_->width = model_.maxWidth;
+    state_->height = model_.maxHeight;
+    state_->bin = 1;
+    UsingDark(true);
+    if (isOpen()) LoadBMPFromFile(state_->darkPath.data());
+  }
+  if (kept_) kept_ = presentSettings();
 } catch (const std::exception&) {
 }
 
-/// Brings what is kept of dark frame and hot pixels up to date. A path that is too long is not
-/// kept.
-void CCameraBase::noteCorrections() {
-  state_->hotPixelCorrection = IsHPCEnable();
-  state_->usingDark = IsUsingDark();
+/// Loads the dark that the settings have switched on. A camera that is only asked what it is never
+/// needs that file, which is as large as the sensor.
+void CCameraBase::loadKeptDark() {
   const std::string path = GetBMPPath();
-  state_->darkPath.fill('\0');
-  if (path.size() < state_->darkPath.size()) std::ranges::copy(path, state_->darkPath.begin());
+  if (IsUsingDark() && !dark_.isLoaded() && !path.empty()) LoadBMPFromFile(path.c_str());
 }
 
-void CCameraBase::SaveSetting(const wchar_t* key) noexcept try {
+/// Brings what is kept of dark frame and hot pixels up to date. A dark that no file holds, or whose
+/// path is too long to be kept, will not be there next time: nor is its being switched on kept.
+void CCameraBase::noteCorrections() {
+  state_->hotPixelCorrection = IsHPCEnable();
+  const std::string path = GetBMPPath();
+  const bool fits = path.size() < state_->darkPath.size();
+  state_->darkPath.fill('\0');
+  if (fits) std::ranges::copy(path, state_->darkPath.begin());
+  state_->usingDark = IsUsingDark() && fits && !path.empty();
+}
+
+settings::Group CCameraBase::presentSettings() {
+  const auto lock = lockSettings();
+  noteCorrections();
+  return settings::groupOf(*state_);
+}
+
+void CCameraBase::settleSettings(const settings::Group& before) {
+  if (!kept_ || *kept_ == before) kept_ = presentSettings();
+}
+
+void CCameraBase::SaveSetting(const wchar_t* key) noexcept { saveUnder(key); }
+
+bool CCameraBase::keepSettings() noexcept { return saveUnder(model_.settingsKey); }
+
+bool CCameraBase::saveUnder(const wchar_t* key) noexcept try {
   const auto store = settings::SettingsStore::ofUser(settingsFolder_);
-  if (!store) return;
-  settings::Group group;
-  {
-    const auto lock = lockSettings();
-    noteCorrections();
-    group = settings::groupOf(*state_);
-  }
-  store->save(modelNameOf(key), group);
+  if (!store) return false;
+  auto group = presentSettings();
+  if (!store->save(modelNameOf(key), group)) return false;
+  const auto lock = lockSettings();
+  kept_ = std::move(group);
+  return true;
+} catch (const std::exception&) {
+  return false;
+}
+
+void CCameraBase::saveAtClose() noexcept try {
+  // A camera that was not set up has nothing of its own to keep.
+  if (capture_.lastWasSnapshot() || (kept_ && *kept_ != presentSettings())) keepSettings();
 } catch (const std::exception&) {
 }
 

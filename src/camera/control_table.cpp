@@ -92,7 +92,7 @@ ControlRange controlRange(const ModelRow& model, Orvik_CONTROL_TYPE type) {
     case Orvik_CTL_AUTO_EXP_MAX_GAIN:
       return {(model.gain.max + model.gain.min) / 2, model.gain.max, model.gain.min};
     case Orvik_CTL_AUTO_EXP_MAX_EXP:
-      return {30, autoExposureLimit(model), 1};
+      return {std::min(30, autoExposureLimit(model)), autoExposureLimit(model), 1};
     case Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS:
       return {100, 160, 50};
     case Orvik_CTL_COOL_POWER_PERC:

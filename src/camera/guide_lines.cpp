@@ -21,9 +21,8 @@ AllPorts& allPorts() {
   return *all;
 }
 
-/// Lets go of every line when the program ends or the library is unloaded; both run handlers of
-/// this kind while threads, cameras and the USB host still live. A process that was forked off does
-/// not own the cameras and leaves them alone.
+/// Lets go of every line when the program ends, while threads, cameras and the USB host still live.
+/// A process that was forked off does not own the cameras and leaves them alone.
 void letGoAtExit() {
   static const pid_t owner = getpid();
   [[maybe_unused]] static const int registered = std::atexit([] {

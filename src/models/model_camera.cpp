@@ -57,6 +57,8 @@ template <class Base>
 bool ModelCamera<Base>::InitCamera() {
   if (!isOpen()) return false;
   const auto lock = lockSettings();
+  const auto settings = this->presentSettings();
+  this->loadKeptDark();
   state().usb3Host = this->IsUSB3Host();
   if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
   this->SetHPCStates(this->LoadHPCTable());
@@ -65,6 +67,7 @@ bool ModelCamera<Base>::InitCamera() {
   startSensor();
   reapplyControls();
   this->onInitialised();
+  this->settleSettings(settings);
   return true;
 }
 

@@ -8,8 +8,8 @@
 namespace orvik {
 
 /// The USB host of this process: the one installed, else the replay that the environment asks for,
-/// else libusb's (made at the first call).
-/// Never null: where libusb cannot initialise there is a host without devices. Any thread.
+/// else libusb's. Never null: while libusb cannot initialise, which each call tries anew, there is
+/// a host without devices. Any thread.
 std::shared_ptr<seam::Host> currentHost();
 
 /// Puts another host in libusb's place, or gives libusb its place back (null). Devices that are

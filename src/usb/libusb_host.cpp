@@ -20,13 +20,6 @@ constexpr std::chrono::milliseconds kDrainLimit{200};
 // The deepest chain of hubs that USB allows.
 constexpr std::size_t kMaxPortDepth = 7;
 
-/// A bus with nothing on it.
-class EmptyHost final : public seam::Host {
- public:
-  std::vector<seam::DeviceInfo> devices() override { return {}; }
-  std::unique_ptr<seam::Port> open(const seam::DeviceInfo&) override { return nullptr; }
-};
-
 /// The devices present at one moment.
 class DeviceList {
  public:
@@ -122,8 +115,7 @@ class LibusbHost final : public seam::Host {
 
 std::shared_ptr<seam::Host> makeLibusbHost() {
   auto context = LibusbContext::create();
-  if (!context) return std::make_shared<EmptyHost>();
-  return std::make_shared<LibusbHost>(std::move(context));
+  return context ? std::make_shared<LibusbHost>(std::move(context)) : nullptr;
 }
 
 }  // namespace orvik

@@ -10,9 +10,9 @@ namespace orvik {
 /// The machine's USB, by libusb. A session of its own; one thread while a device is open.
 ///
 /// Dropping the host waits, for a short while at most, until transfers that were dropped in flight
-/// have ended, so that the library can then be unloaded.
+/// have ended.
 ///
-/// @return never null: where libusb cannot initialise, a host without devices.
+/// @return null where libusb cannot initialise.
 std::shared_ptr<seam::Host> makeLibusbHost();
 
 }  // namespace orvik

@@ -95,6 +95,17 @@ TEST(ExposureLaw, GainAlone) {
   EXPECT_THAT(step(1, goal(kOff, kOn), Settings{10000, 600, 400}), ElementsAre("gain 300"));
 }
 
+TEST(ExposureLaw, AGainOfLessThanAHundredStepsGoesByOne) {
+  ExposureGoal alone = goal(kOff, kOn);
+  ExposureGoal both = goal(kOn, kOn);
+  alone.gainRange = both.gainRange = 99;
+  const Settings settings{10000, 600, 50};
+  EXPECT_THAT(step(116, alone, settings), ElementsAre("gain 49"));
+  EXPECT_THAT(step(84, alone, settings), ElementsAre("gain 51"));
+  EXPECT_THAT(step(120, both, settings), ElementsAre("exposure 9500", "gain 49"));
+  EXPECT_THAT(step(80, both, settings), ElementsAre("gain 51", "exposure 11000", "gain 52"));
+}
+
 TEST(ExposureLaw, ExposureAlone) {
   EXPECT_THAT(step(116, goal(kOn, kOff)), ElementsAre("exposure 9600"));
   EXPECT_THAT(step(255, goal(kOn, kOff)), ElementsAre("exposure 6125"));

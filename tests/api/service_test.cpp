@@ -164,7 +164,7 @@ TEST_F(ServiceTest, ADarkIsRecordedFromFramesOfTheWholeSensor) {
   EXPECT_EQ(recording().isOver, Orvik_FALSE);
   EXPECT_EQ(darkInfo().hasDark, Orvik_TRUE) << "the one from before stays";
 
-  OrvikSaveSettings(0);
+  EXPECT_EQ(OrvikSaveSettings(0), Orvik_OK);
   reopen();
   EXPECT_EQ(darkInfo().inUse, Orvik_TRUE) << "kept with the settings";
   EXPECT_EQ(darkInfo().path, path);

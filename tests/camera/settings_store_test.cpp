@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -78,7 +79,7 @@ class SettingsStoreTest : public ::testing::Test {
  protected:
   OwnFolder own_;
   fs::path folder_ = own_.path() / "config" / "orvik";
-  fs::path file_ = folder_ / "settings.toml";
+  fs::path file_ = folder_ / "settings.json";
   SettingsStore store_{folder_};
 };
 
@@ -90,26 +91,26 @@ TEST_F(SettingsStoreTest, KeepsAndReplacesValues) {
   EXPECT_TRUE(store_.save("T15C", gain(3)));
   EXPECT_EQ(store_.load("T15C"), gain(3));
   EXPECT_EQ(store_.load("T10C"), gain(2));
-  EXPECT_FALSE(fs::exists(folder_ / "settings.toml.new"));
+  EXPECT_FALSE(fs::exists(folder_ / "settings.json.new"));
 }
 
 TEST_F(SettingsStoreTest, ADamagedFileReadsAsNoneAndIsPutAsideByTheNextSave) {
   fs::create_directories(folder_);
   for (const char* number : {"1", "2"}) {
-    const std::string damaged = std::string("[T15C\nGain = ") + number;
+    const std::string damaged = std::string(R"({"T15C": {"Gain": )") + number;
     writeFile(file_, damaged);
     EXPECT_FALSE(store_.load("T15C"));
     EXPECT_EQ(contentsOf(file_), damaged) << "reading changes nothing";
     EXPECT_TRUE(store_.save("T15C", gain(7)));
     EXPECT_EQ(store_.load("T15C"), gain(7));
     EXPECT_EQ(
-        contentsOf(folder_ / (std::string("settings.damaged-").append(number).append(".toml"))),
+        contentsOf(folder_ / (std::string("settings.damaged-").append(number).append(".json"))),
         damaged);
   }
-  writeFile(file_, std::string(std::size_t{2} << 20U, '#'));
+  writeFile(file_, std::string(std::size_t{2} << 20U, ' '));
   EXPECT_FALSE(store_.load("T15C"));
   EXPECT_TRUE(store_.save("T15C", gain(8)));
-  EXPECT_TRUE(fs::exists(folder_ / "settings.damaged-3.toml"));
+  EXPECT_TRUE(fs::exists(folder_ / "settings.damaged-3.json"));
 }
 
 TEST_F(SettingsStoreTest, OddThingsInTheFilesPlaceDoNotHoldItUp) {
@@ -122,6 +123,28 @@ TEST_F(SettingsStoreTest, OddThingsInTheFilesPlaceDoNotHoldItUp) {
   const SettingsStore nowhere(file_ / "below" / "a file");
   EXPECT_FALSE(nowhere.load("T15C"));
   EXPECT_FALSE(nowhere.save("T15C", gain(5)));
+  EXPECT_EQ(nowhere.obstacle(), ENOTDIR);
+  EXPECT_EQ(SettingsStore(own_.path() / "not" / "yet").obstacle(), 0);
+}
+
+TEST_F(SettingsStoreTest, ALinkStaysAndItsTargetIsReplaced) {
+  fs::create_directories(folder_);
+  fs::create_directories(own_.path() / "dotfiles");
+  const fs::path target = own_.path() / "dotfiles" / "cameras.json";
+  fs::create_symlink("../../dotfiles/link.json", file_);
+  fs::create_symlink(target, own_.path() / "dotfiles" / "link.json");
+  EXPECT_TRUE(store_.save("T15C", gain(1))) << "also where it leads to nothing yet";
+  writeFile(target, "damaged");
+  EXPECT_TRUE(store_.save("T15C", gain(2)));
+  EXPECT_EQ(contentsOf(target.parent_path() / "settings.damaged-1.json"), "damaged");
+  EXPECT_TRUE(fs::is_symlink(file_));
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(target)));
+  EXPECT_EQ(store_.load("T15C"), gain(2));
+
+  fs::remove(file_);
+  fs::create_symlink("settings.json", file_);
+  EXPECT_FALSE(store_.save("T15C", gain(3))) << "round and round";
+  EXPECT_EQ(store_.obstacle(), ELOOP);
 }
 
 // Whatever goes wrong, and wherever a process is killed: the file is the old one or the new one.
@@ -185,9 +208,12 @@ TEST(UserStore, LiesWhereTheUserKeepsConfigurations) {
   setenv("XDG_CONFIG_HOME", "relative", 1);  // not to be taken, says the rule for this variable
   setenv("HOME", own.path().c_str(), 1);
   ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", gain(1)));
-  EXPECT_TRUE(fs::exists(own.path() / ".config" / "orvik" / "settings.toml"));
+  EXPECT_TRUE(fs::exists(own.path() / ".config" / "orvik" / "settings.json"));
   unsetenv("HOME");
-  EXPECT_FALSE(SettingsStore::ofUser());
+  const passwd* user = getpwuid(geteuid());
+  if (user == nullptr) GTEST_SKIP() << "nobody has listed the user";
+  EXPECT_EQ(SettingsStore::ofUser().value().file(),
+            fs::path(user->pw_dir) / ".config" / "orvik" / "settings.json");
 }
 
 }  // namespace

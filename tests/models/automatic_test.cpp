@@ -213,6 +213,40 @@ TEST(AutomaticDecision, WhatWasChangedSinceTheFrameStays) {
   EXPECT_EQ(bench.now().gain, 20) << "and with another gain";
 }
 
+TEST(AutomaticDecision, AtALimitNothingIsSent) {
+  Conversation conversation;
+  sim::CameraOptions options;
+  options.controlObserver = observerOf(conversation);
+  AutomaticBench bench("T15C", options);
+  CCameraBase& camera = bench.camera();
+  const auto step = [&](std::uint8_t brightness) {
+    conversation.take();
+    camera.AutoExpGain(evenFrame(camera, brightness).data());
+    return conversation.take().size();
+  };
+  camera.SetAutoPara(300, 1, 100);
+  for (const bool exposure : {false, true}) {
+    camera.SetExp(1'000'000, exposure);
+    camera.SetGain(299, true);
+    EXPECT_GT(step(0), 0U);
+    EXPECT_EQ(step(0), 0U) << "as bright as it goes";
+    camera.SetExp(32, exposure);
+    camera.SetGain(exposure ? 2 : 1, true);
+    EXPECT_GT(step(255), 0U);
+    EXPECT_EQ(step(255), 0U) << "as dark as it goes";
+  }
+
+  camera.SetRGBBalance(99, 99, true);
+  std::vector<std::uint8_t> green = evenFrame(camera, 10);
+  for (std::size_t y = 0; y < 240; ++y) {
+    for (std::size_t x = (y + 1) % 2; x < 320; x += 2) green[y * 320 + x] = 200;
+  }
+  conversation.take();
+  camera.AutoWB_RAW(green.data());
+  EXPECT_EQ(conversation.take().size(), 0U) << "there is no more of red and blue";
+  EXPECT_EQ(bench.now().whiteBalanceRed, 99);
+}
+
 TEST(AutomaticDecision, AColourMeasuredWithAnotherBalanceIsForgotten) {
   AutomaticBench bench("T15C");
   CCameraBase& camera = bench.camera();

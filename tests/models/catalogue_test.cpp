@@ -88,6 +88,22 @@ TEST(CatalogueTest, ControlsInTheirOrder) {
   }
 }
 
+TEST(CatalogueTest, ACameraBeginsWithinItsOwnLimits) {
+  for (const ModelRow* model : allModels()) {
+    const auto camera = createCamera(model->products.front().id);
+    Orvik_CONTROL_CAPS caps{};
+    for (int n = 0; camera->GetControlCaps(n, &caps); ++n) {
+      std::int32_t value = 0;
+      Orvik_BOOL automatic = Orvik_FALSE;
+      ASSERT_TRUE(camera->GetControlValue(caps.controlType, &value, &automatic));
+      for (const std::int32_t number : {caps.defaultValue, value}) {
+        EXPECT_GE(number, caps.minValue) << model->name << ", " << caps.name;
+        EXPECT_LE(number, caps.maxValue) << model->name << ", " << caps.name;
+      }
+    }
+  }
+}
+
 TEST(CatalogueTest, TheClassMadeIsTheModels) {
   for (const ModelRow* model : allModels()) {
     const auto camera = createCamera(model->products.front().id);

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "camera/dark_file.h"
 #include "camera/settings/settings_store.h"
 #include "models/models.h"
+#include "support/own_folder.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -218,6 +220,87 @@ TEST_F(SavingTest, CloseDuringVideoSaves) {
   EXPECT_TRUE(hasSaved());
   camera_.reset();
   EXPECT_FALSE(hasSaved());
+}
+
+TEST_F(SavingTest, CloseSavesWhatHasChangedSinceTheLastSave) {
+  camera_->CloseCamera();
+  EXPECT_FALSE(hasSaved()) << "opened and closed, with a region set";
+
+  const auto open = [&] { return camera_->OpenCamera(1) && camera_->InitCamera(); };
+  ASSERT_TRUE(open());
+  camera_->SetGain(123, false);
+  camera_->CloseCamera();
+  EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 123)) << "without a capture";
+
+  ASSERT_TRUE(open());
+  camera_->StartCapture(false);
+  camera_->StopCapture();
+  camera_->SetGain(124, false);
+  camera_->CloseCamera();
+  EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 124)) << "after a video's stop";
+
+  ASSERT_TRUE(open());
+  camera_->SetGain(125, false);
+  camera_->StartCapture(false);
+  bench_.host().unplugAll();
+  ASSERT_TRUE(eventually([&] { return camera_->isUnplugged() && !camera_->capture().isRunning(); }));
+  camera_->CloseCamera();
+  EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 125)) << "after an unplug";
+}
+
+TEST(Saving, WhatACameraSettlesByItselfIsNoChange) {
+  VirtualBench bench;
+  bench.plug({}, "T13C_C");
+  // What setting it up changes: the host's bandwidth, the clock, the cooler's power, hot pixels.
+  const Group before = {dword("CoolPowerPctg", 40), dword("Fclk", 18562), flag("HPC", true),
+                        dword("FPSPercentageUSB3", 70), flag("TimeMark", true)};
+  ASSERT_TRUE(place().save("T13C-C", before));
+  CCameraT13C_C camera;
+  ASSERT_TRUE(camera.OpenCamera(1));
+  camera.SetTimeMark(false);  // as every opening by the flat interface does
+  ASSERT_TRUE(camera.InitCamera());
+  camera.CloseCamera();
+  EXPECT_THAT(place().load("T13C-C").value(), ::testing::UnorderedElementsAreArray(before));
+}
+
+class KeptDark : public ::testing::Test {
+ protected:
+  KeptDark() { bench_.plug(); }
+
+  /// A camera that subtracts the dark of a file.
+  std::unique_ptr<CCameraT15C> cameraWithDark(const std::string& path) {
+    const std::vector<std::uint8_t> pixels(std::size_t{1304} * 976, 7);
+    EXPECT_TRUE(writeDarkFile(path, 1304, 976, pixels));
+    auto camera = std::make_unique<CCameraT15C>();
+    EXPECT_TRUE(camera->OpenCamera(1) && camera->InitCamera());
+    EXPECT_EQ(camera->LoadBMPFromFile(path.c_str()), 1);
+    camera->UsingDark(true);
+    return camera;
+  }
+
+  OwnFolder own_;
+  VirtualBench bench_;
+};
+
+TEST_F(KeptDark, IsReadWhenTheCameraIsSetUp) {
+  cameraWithDark(own_.path() / "dark.bmp")->CloseCamera();
+  CCameraT15C camera;
+  EXPECT_FALSE(camera.dark().isLoaded()) << "a camera that is only asked what it is";
+  camera.SaveSetting(kKey);
+  EXPECT_EQ(*find(stored().value(), "CutDark"), flag("CutDark", true));
+  ASSERT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
+  EXPECT_TRUE(camera.dark().isInUse());
+}
+
+TEST_F(KeptDark, IsNotSwitchedOnWithoutAPath) {
+  std::filesystem::path folder = own_.path();
+  while (folder.native().size() < 256) folder /= std::string(100, 'f');
+  std::filesystem::create_directories(folder);
+  const auto camera = cameraWithDark(folder / "dark.bmp");
+  EXPECT_TRUE(camera->dark().isInUse());
+  camera->SaveSetting(kKey);
+  EXPECT_EQ(*find(stored().value(), "CutDark"), flag("CutDark", false));
+  EXPECT_EQ(*find(stored().value(), "BMPPATH"), text("BMPPATH", "", 256));
 }
 
 TEST_F(SavingTest, DestructionDuringVideoSavesDuringASnapshotNot) {

@@ -97,6 +97,14 @@ class DoctorTest(InOwnFolder):
             self.machine.write("sys/module/usbcore/parameters/usbfs_memory_mb", enough)
             self.assertEqual(self.findings(code=0), [])
 
+    def test_settings(self):
+        self.machine.plug("2-1", T15C)
+        self.machine.write("a-file", "")
+        os.environ["XDG_CONFIG_HOME"] = self.machine.path("a-file/below")
+        self.assertEqual(self.findings(), ["no-settings"])
+        what = self.report["findings"][0]["what"]
+        self.assertIn(self.machine.path("a-file/below/orvik/settings.json (Not a directory)"), what)
+
     def test_access(self):
         node = self.machine.plug("2-1", T15C)
         os.remove(self.machine.path(node[1:]))

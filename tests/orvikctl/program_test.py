@@ -96,14 +96,14 @@ class ProgramTest(InOwnFolder):
         self.addCleanup(os.environ.pop, "ORVIK_RECORD_WHOLE")
         snap = ["snap", *SMALL, "--type", "raw8"]
         run("set", "gain=77")
-        settings = os.path.join(self.settings.name, "orvik", "virtual", "settings.toml")
+        settings = os.path.join(self.settings.name, "orvik", "virtual", "settings.json")
         begun_with = contents(settings)
         run(*snap, "--record", "night.txt", "-o", "seen.fits")
         changed = contents(settings)
-        with open("settings.toml", "wb") as file:
+        with open("settings.json", "wb") as file:
             file.write(begun_with)
 
-        replay = ["--replay", "night.txt", "--replay-settings", "settings.toml"]
+        replay = ["--replay", "night.txt", "--replay-settings", "settings.json"]
         for image in ("first.fits", "second.fits"):
             _, told = run(*snap, *replay, "-o", image, sim=None)
             self.assertNotIn("replay", told)
@@ -115,7 +115,7 @@ class ProgramTest(InOwnFolder):
         _, told = run(*snap, "--replay", "nothing.txt", "-o", "none.png", sim=None, code=3)
         self.assertIn("nothing.txt: it cannot be read.", told)
         run(*snap, *replay, "-o", "both.png", code=2)
-        run(*snap, *replay[:2], "--replay-settings", "no.toml", "-o", "no.png", sim=None, code=6)
+        run(*snap, *replay[:2], "--replay-settings", "no.json", "-o", "no.png", sim=None, code=6)
 
     def test_takes_snapshots(self):
         report = result("snap", *SMALL, "--gain", "50", "-o", "a.fits")

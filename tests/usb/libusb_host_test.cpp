@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "usb/libusb_host.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <libusb-1.0/libusb.h>
 
 #include <chrono>
 #include <filesystem>
@@ -11,7 +13,18 @@
 #include <thread>
 
 #include "mock_usbfs.h"
+#include "usb/current_host.h"
 #include "usb/usb_device.h"
+
+static bool libusbWorks = true;
+
+/// In the place of libusb's own, which it calls.
+extern "C" int libusb_init(libusb_context** context) {
+  if (!libusbWorks) return LIBUSB_ERROR_OTHER;
+  static const auto real =
+      reinterpret_cast<int (*)(libusb_context**)>(dlsym(RTLD_NEXT, "libusb_init"));
+  return real(context);
+}
 
 namespace orvik {
 namespace {
@@ -299,6 +312,15 @@ TEST_F(LibusbHost, CarriesAWholeDevice) {
   std::size_t length = 0;
   EXPECT_TRUE(device.bulkIn()->finishTransfer(std::move(context), length));
   EXPECT_EQ(length, 4096U);
+}
+
+// The last one: the host that it makes stays, and would see the mocked kernels of other tests.
+TEST_F(LibusbHost, IsTriedAgainAfterAFailure) {
+  libusbWorks = false;
+  EXPECT_TRUE(currentHost()->devices().empty());
+  libusbWorks = true;
+  EXPECT_EQ(currentHost()->devices().size(), 2U);
+  EXPECT_EQ(currentHost(), currentHost()) << "one for all";
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
       ->excludes("--sim");
   app.add_option_function<std::string>(
          "--replay-settings", [](const std::string& file) { startReplayWith(file); },
-         "The settings.toml that the recorded cameras began with; without it they begin with the "
+         "The settings.json that the recorded cameras began with; without it they begin with the "
          "defaults")
       ->type_name("FILE")
       ->needs("--replay");

@@ -30,7 +30,7 @@ void startReplayWith(const std::string& settings) {
   const fs::path folder = configurations() / "orvik" / "replay";
   std::error_code error;
   fs::create_directories(folder, error);
-  if (!error) fs::copy_file(settings, folder / "settings.toml", error);
+  if (!error) fs::copy_file(settings, folder / "settings.json", error);
   if (error) throw Failure(ExitCode::kFileFailed, settings + ": " + error.message() + ".");
 }
 

@@ -16,7 +16,7 @@ void replayRecording(const std::string& recording);
 /**
  * Gives the recorded cameras the settings that they had. After replayRecording().
  *
- * @param settings a settings.toml
+ * @param settings a settings.json
  * @throws Failure (kFileFailed) when it cannot be read
  */
 void startReplayWith(const std::string& settings);

@@ -127,9 +127,9 @@ void applyExposure(const Group& group, const ModelRow& model, CameraState& state
 void applyDarkPath(const Group& group, CameraState& state) {
   const Value* value = find(group, kDarkPath);
   if (value == nullptr || value->bytes.size() > state.darkPath.size()) return;
+  if (std::ranges::find(value->bytes, std::uint8_t{0}) == value->bytes.end()) return;  // cut off
   std::ranges::transform(value->bytes, state.darkPath.begin(),
                          [](std::uint8_t byte) { return static_cast<char>(byte); });
-  state.darkPath.back() = '\0';
 }
 
 }  // namespace

@@ -14,6 +14,12 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr mode_t kFileMode = 0644;
+constexpr int kMaxLinks = 40;  ///< in a row, as the kernel has it
+
+/// Whether this user may use a file so. @return an errno, or 0
+int accessError(const fs::path& file, int mode) {
+  return ::faccessat(AT_FDCWD, file.c_str(), mode, AT_EACCESS) == 0 ? 0 : errno;
+}
 
 /// Closes a descriptor at the end of a scope.
 class Closer {
@@ -57,6 +63,30 @@ FileSystem::Read FileSystem::read(const fs::path& file, std::size_t limit, std::
   if (done > size) return Read::kFailed;
   text.resize(done);
   return Read::kDone;
+}
+
+fs::path FileSystem::behindLinks(const fs::path& file) {
+  fs::path place = file;
+  std::error_code error;
+  for (int n = 0; n < kMaxLinks; ++n) {
+    const fs::path target = fs::read_symlink(place, error);
+    if (error) break;  // no link
+    place = place.parent_path() / target;
+  }
+  return place;
+}
+
+int FileSystem::obstacleTo(const fs::path& file) {
+  const fs::path place = behindLinks(file);
+  const int unreadable = accessError(place, R_OK);
+  if (unreadable != 0 && unreadable != ENOENT) return unreadable;
+  fs::path folder = place.parent_path();
+  while (folder.has_relative_path() && accessError(folder, F_OK) == ENOENT) {
+    folder = folder.parent_path();
+  }
+  std::error_code error;
+  if (!fs::is_directory(folder, error)) return error ? error.value() : ENOTDIR;
+  return accessError(folder, W_OK | X_OK);
 }
 
 bool FileSystem::makeFolder(const fs::path& folder) {

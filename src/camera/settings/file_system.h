@@ -30,6 +30,14 @@ class FileSystem {
   /// Reads a whole file of at most `limit` bytes.
   virtual Read read(const std::filesystem::path& file, std::size_t limit, std::string& text);
 
+  /// What a file's name leads to, through symbolic links; the name itself where it is none. It need
+  /// not exist.
+  virtual std::filesystem::path behindLinks(const std::filesystem::path& file);
+
+  /// What keeps this user from reading a file and putting a new one in its place, as far as it
+  /// shows without writing. The folders above it may be missing. @return an errno, or 0
+  virtual int obstacleTo(const std::filesystem::path& file);
+
   /// Makes a folder and those above it, for the user alone. @return whether it is there.
   virtual bool makeFolder(const std::filesystem::path& folder);
 

@@ -3,53 +3,34 @@
 
 #include <algorithm>
 #include <limits>
-#include <sstream>
+#include <nlohmann/json.hpp>
 #include <utility>
-
-#include "camera/settings/toml_guard.h"
-
-namespace {
-
-/// The parser was about to go on from something that it takes for impossible.
-struct ParserAtALoss {};
-
-[[noreturn]] void giveUpParsing() { throw ParserAtALoss(); }
-
-}  // namespace
-
-// The parser is compiled into this file alone. Some malformed files break its assumptions ("[" and
-// a zero byte): they are checked in every build, and end the parsing as any other error does.
-#undef NDEBUG
-#define TOML_ASSERT(assumption)         \
-  do {                                  \
-    if (!(assumption)) giveUpParsing(); \
-  } while (false)
-#define TOML_HEADER_ONLY 1
-#define TOML_EXCEPTIONS 1
-#include <toml++/toml.h>
 
 namespace orvik::settings {
 namespace {
 
-constexpr std::string_view kHeading =
-    "# Settings of Orvik cameras, one table for each model. A camera comes up with them.\n"
-    "# Written when a capture ends. Values may be edited while no camera is open;\n"
-    "# remarks of one's own are not kept.\n";
+using Json = nlohmann::json;
+using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kNumberBytes = 4;  ///< the most that a number has
 constexpr std::size_t kDwordBytes = 4;
 
-using Bytes = std::vector<std::uint8_t>;
+/// The library reads any depth, but writes by recursion, which costs the stack. A settings file has
+/// three levels.
+constexpr int kMaxDepth = 20;
 
-std::optional<toml::table> parse(std::string_view text) {
-  if (!isSafeToParse(text)) return std::nullopt;
-  try {
-    return toml::parse(text);
-  } catch (const toml::parse_error&) {
-    return std::nullopt;
-  } catch (const ParserAtALoss&) {
-    return std::nullopt;
-  }
+std::optional<Json> parse(std::string_view text) {
+  if (text.empty()) return Json::object();
+  bool tooDeep = false;
+  const auto watch = [&tooDeep](int depth, Json::parse_event_t, const Json&) {
+    tooDeep = tooDeep || depth > kMaxDepth;
+    return true;
+  };
+  constexpr bool kThrow = false;
+  constexpr bool kIgnoreRemarks = true;
+  auto file = Json::parse(text, watch, kThrow, kIgnoreRemarks);
+  if (tooDeep || !file.is_object()) return std::nullopt;
+  return file;
 }
 
 std::optional<Bytes> bytesOfNumber(std::int64_t number, std::size_t count) {
@@ -84,114 +65,84 @@ std::optional<Bytes> bytesOfText(const std::string& text, std::optional<std::siz
   return bytes;
 }
 
-std::optional<Bytes> bytesOfList(const toml::array& list, std::optional<std::size_t> count) {
+/// An integer that 64 bits hold with their sign.
+std::optional<std::int64_t> integerIn(const Json& node) {
+  if (!node.is_number_integer()) return std::nullopt;
+  constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+  if (node.is_number_unsigned() && std::cmp_greater(node.get<std::uint64_t>(), kMax)) {
+    return std::nullopt;
+  }
+  return node.get<std::int64_t>();
+}
+
+std::optional<Bytes> bytesOfList(const Json& list, std::optional<std::size_t> count) {
   if (list.size() > kMaxBytes || count.value_or(list.size()) != list.size()) return std::nullopt;
   Bytes bytes;
   bytes.reserve(list.size());
-  for (const toml::node& element : list) {
-    const auto number = element.value_exact<std::int64_t>();
+  for (const Json& element : list) {
+    const auto number = integerIn(element);
     if (!number || *number < 0 || *number > 0xFF) return std::nullopt;
     bytes.push_back(static_cast<std::uint8_t>(*number));
   }
   return bytes;
 }
 
-std::optional<Type> typeOf(const toml::table& entry) {
-  const auto name = entry["type"].value_exact<std::string_view>();
-  if (name == "dword") return Type::kDword;
-  if (name == "binary") return Type::kBinary;
+std::optional<Type> typeOf(const Json& entry) {
+  const auto type = entry.find("type");
+  if (type == entry.end()) return std::nullopt;
+  if (*type == "dword") return Type::kDword;
+  if (*type == "binary") return Type::kBinary;
   return std::nullopt;
 }
 
-std::optional<Value> readValue(std::string_view name, const toml::node& node) {
-  const toml::table* entry = node.as_table();
-  if (entry == nullptr) return std::nullopt;
-  const auto type = typeOf(*entry);
-  if (!type) return std::nullopt;
+std::optional<Bytes> bytesOf(const Json& value, Type type, std::optional<std::size_t> count) {
+  const std::size_t usual = type == Type::kDword ? kDwordBytes : 1;
+  if (value.is_boolean()) return bytesOfNumber(value.get<bool>() ? 1 : 0, count.value_or(usual));
+  if (value.is_string()) return bytesOfText(value.get_ref<const std::string&>(), count);
+  if (value.is_array()) return bytesOfList(value, count);
+  const auto number = integerIn(value);
+  return number ? bytesOfNumber(*number, count.value_or(usual)) : std::nullopt;
+}
+
+std::optional<Value> readValue(const std::string& name, const Json& entry) {
+  if (!entry.is_object()) return std::nullopt;
+  const auto type = typeOf(entry);
+  const auto value = entry.find("value");
+  if (!type || value == entry.end()) return std::nullopt;
 
   std::optional<std::size_t> count;
-  if (const toml::node* bytes = entry->get("bytes")) {
-    const auto number = bytes->value_exact<std::int64_t>();
+  if (const auto bytes = entry.find("bytes"); bytes != entry.end()) {
+    const auto number = integerIn(*bytes);
     if (!number || *number < 0 || std::cmp_greater(*number, kMaxBytes)) return std::nullopt;
     count = static_cast<std::size_t>(*number);
   }
-
-  std::optional<Bytes> bytes;
-  const auto value = (*entry)["value"];
-  if (const auto number = value.value_exact<std::int64_t>()) {
-    bytes = bytesOfNumber(*number, count.value_or(*type == Type::kDword ? kDwordBytes : 1));
-  } else if (const auto flag = value.value_exact<bool>()) {
-    bytes = bytesOfNumber(*flag ? 1 : 0, count.value_or(*type == Type::kDword ? kDwordBytes : 1));
-  } else if (const auto text = value.value_exact<std::string>()) {
-    bytes = bytesOfText(*text, count);
-  } else if (const toml::array* list = value.as_array()) {
-    bytes = bytesOfList(*list, count);
-  }
+  auto bytes = bytesOf(*value, *type, count);
   if (!bytes) return std::nullopt;
-  return Value{std::string(name), *type, std::move(*bytes)};
+  return Value{name, *type, std::move(*bytes)};
 }
 
-// The library's own way of writing a whole table computes the width of what it writes, which fails
-// for numbers without a width (NaN, 0.001). So the file is written here, one value a line; single
-// values the library writes.
-
-void writeKey(std::ostream& out, std::string_view key) {
-  const auto isBare = [](char letter) {
-    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-           (letter >= '0' && letter <= '9') || letter == '_' || letter == '-';
-  };
-  if (!key.empty() && std::ranges::all_of(key, isBare)) {
-    out << key;
-  } else {
-    const toml::value<std::string> quoted{std::string(key)};
-    out << toml::toml_formatter(quoted, toml::format_flags::none);
+/// An object with a member a line, each written by `write`.
+template <class Write>
+std::string objectText(const Json& object, const char* indent, Write write) {
+  std::string text = "{";
+  const char* before = "\n";
+  for (const auto& [key, value] : object.items()) {
+    text.append(before).append(indent).append("  ").append(Json(key).dump()).append(": ");
+    text += write(value);
+    before = ",\n";
   }
+  return text.append("\n").append(indent).append("}");
 }
 
-void writeNode(std::ostream& out, const toml::node& node) {
-  const char* between = " ";
-  if (const toml::table* table = node.as_table()) {
-    out << '{';
-    for (const auto& [key, value] : *table) {
-      out << std::exchange(between, ", ");
-      writeKey(out, key.str());
-      out << " = ";
-      writeNode(out, value);
-    }
-    out << " }";
-  } else if (const toml::array* array = node.as_array()) {
-    out << '[';
-    for (const toml::node& element : *array) {
-      out << std::exchange(between, ", ");
-      writeNode(out, element);
-    }
-    out << " ]";
-  } else {
-    out << toml::toml_formatter(node);
-  }
-}
-
-void writeLine(std::ostream& out, std::string_view key, const toml::node& value) {
-  writeKey(out, key);
-  out << " = ";
-  writeNode(out, value);
-  out << '\n';
-}
-
-std::string textOf(const toml::table& file) {
-  std::ostringstream out;
-  out << kHeading;
-  for (const auto& [key, value] : file) {
-    if (!value.is_table()) writeLine(out, key.str(), value);
-  }
-  for (const auto& [key, value] : file) {
-    if (!value.is_table()) continue;
-    out << "\n[";
-    writeKey(out, key.str());
-    out << "]\n";
-    for (const auto& [name, entry] : *value.as_table()) writeLine(out, name.str(), entry);
-  }
-  return std::move(out).str();
+/// A value a line, which is how a person would write it; the library knows all in one line, or an
+/// element a line.
+std::string textOf(const Json& file) {
+  const auto onALine = [](const Json& value) { return value.dump(); };
+  return objectText(file, "",
+                    [&](const Json& model) {
+                      return model.is_object() ? objectText(model, "  ", onALine) : model.dump();
+                    }) +
+         "\n";
 }
 
 /// The text that the bytes are, with nothing but zeros after it; none for other bytes. A path need
@@ -201,30 +152,27 @@ std::optional<std::string> textIn(std::span<const std::uint8_t> bytes) {
   const auto isZero = [](std::uint8_t byte) { return byte == 0; };
   if (end == bytes.end() || !std::all_of(end, bytes.end(), isZero)) return std::nullopt;
   std::string text(bytes.begin(), end);
-  // Whether it is text decides the parser that is to read it again.
-  const auto read = parse(textOf(toml::table{{"value", text}}));
-  if (!read || (*read)["value"].value_exact<std::string>() != text) return std::nullopt;
+  try {
+    static_cast<void>(Json(text).dump());
+  } catch (const Json::type_error&) {
+    return std::nullopt;
+  }
   return text;
 }
 
-toml::table entryOf(const Value& value) {
-  toml::table entry;
-  entry.insert("type", value.type == Type::kDword ? "dword" : "binary");
+Json entryOf(const Value& value) {
+  Json entry = {{"type", value.type == Type::kDword ? "dword" : "binary"}};
   const std::size_t size = value.bytes.size();
   const std::size_t usual = value.type == Type::kDword ? kDwordBytes : 1;
   if (size >= 1 && size <= kNumberBytes) {
-    if (size != usual) entry.insert("bytes", static_cast<std::int64_t>(size));
-    entry.insert("value", numberOf(value.bytes));
-    return entry;
+    if (size != usual) entry["bytes"] = size;
+    entry["value"] = numberOf(value.bytes);
+  } else if (auto text = textIn(value.bytes)) {
+    entry["bytes"] = size;
+    entry["value"] = std::move(*text);
+  } else {
+    entry["value"] = value.bytes;
   }
-  if (const auto text = textIn(value.bytes)) {
-    entry.insert("bytes", static_cast<std::int64_t>(size));
-    entry.insert("value", *text);
-    return entry;
-  }
-  toml::array list;
-  for (const std::uint8_t byte : value.bytes) list.push_back(std::int64_t{byte});
-  entry.insert("value", std::move(list));
   return entry;
 }
 
@@ -235,31 +183,28 @@ const Value* find(const Group& group, std::string_view name) {
   return found == group.end() ? nullptr : &*found;
 }
 
-std::optional<Group> readGroup(std::string_view text, std::string_view model) {
+std::optional<Group> readGroup(std::string_view text, const std::string& model) {
   const auto file = parse(text);
   if (!file) return std::nullopt;
-  const toml::table* table = (*file)[model].as_table();
-  if (table == nullptr) return std::nullopt;
+  const auto values = file->find(model);
+  if (values == file->end() || !values->is_object()) return std::nullopt;
   Group group;
-  group.reserve(table->size());
-  for (const auto& [name, node] : *table) {
-    if (auto value = readValue(name.str(), node)) group.push_back(std::move(*value));
+  group.reserve(values->size());
+  for (const auto& [name, entry] : values->items()) {
+    if (auto value = readValue(name, entry)) group.push_back(std::move(*value));
   }
   return group;
 }
 
-std::optional<std::string> withValues(std::string_view text, std::string_view model,
+std::optional<std::string> withValues(std::string_view text, const std::string& model,
                                       std::span<const Value> values) {
   auto file = parse(text);
   if (!file) return std::nullopt;
-  // What is no table under a model's name is nothing that could have been written here.
-  if (file->contains(model) && !(*file)[model].is_table()) return std::nullopt;
-  toml::table& table = *file->insert(model, toml::table{}).first->second.as_table();
-  for (const Value& value : values) table.insert_or_assign(value.name, entryOf(value));
-  std::string written = textOf(*file);
-  // A foreign file may hold what cannot be written in this form, such as tables too deep.
-  if (!parse(written)) return std::nullopt;
-  return written;
+  Json& kept = file->emplace(model, Json::object()).first.value();
+  // What is no object under a model's name is nothing that could have been written here.
+  if (!kept.is_object()) return std::nullopt;
+  for (const Value& value : values) kept[value.name] = entryOf(value);
+  return textOf(*file);
 }
 
 }  // namespace orvik::settings

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "camera/settings/settings_store.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
+#include <array>
 #include <cstdlib>
 #include <thread>
 #include <utility>
@@ -48,6 +52,18 @@ std::optional<fs::path> folderFrom(const char* variable) {
   return fs::path(text);
 }
 
+/// The user's home in the system's list of users: services often have no $HOME.
+std::optional<fs::path> listedHome() {
+  std::array<char, 16384> texts{};
+  passwd entry{};
+  passwd* found = nullptr;
+  if (getpwuid_r(geteuid(), &entry, texts.data(), texts.size(), &found) != 0 || found == nullptr ||
+      entry.pw_dir == nullptr || *entry.pw_dir != '/') {
+    return std::nullopt;
+  }
+  return fs::path(entry.pw_dir);
+}
+
 }  // namespace
 
 SettingsStore::SettingsStore(fs::path folder, FileSystem& files)
@@ -57,6 +73,7 @@ std::optional<SettingsStore> SettingsStore::ofUser(const fs::path& folder) {
   std::optional<fs::path> place = folderFrom("XDG_CONFIG_HOME");
   if (!place) {
     place = folderFrom("HOME");
+    if (!place) place = listedHome();
     if (!place) return std::nullopt;
     *place /= ".config";
   }
@@ -73,35 +90,44 @@ std::optional<Group> SettingsStore::load(const std::string& model) const {
 bool SettingsStore::save(const std::string& model, std::span<const Value> values,
                          std::chrono::milliseconds limit) const {
   if (!files_->makeFolder(folder_)) return false;
-  const OpenFile lock(*files_, files_->openLock(folder_ / "settings.lock"));
+  const OpenFile lock(*files_, files_->openLock(lockFile()));
   return lock.isOpen() && lockWithin(*files_, lock.descriptor(), limit) &&
          saveLocked(model, values);
 }
 
+int SettingsStore::obstacle() const {
+  const int toLock = files_->obstacleTo(lockFile());
+  return toLock != 0 ? toLock : files_->obstacleTo(file());
+}
+
 bool SettingsStore::saveLocked(const std::string& model, std::span<const Value> values) const {
+  // A link stays: people keep their configurations elsewhere, and link them.
+  const fs::path target = files_->behindLinks(file());
   std::string old;
-  const FileSystem::Read read = files_->read(file(), kMaxFileBytes, old);
+  const FileSystem::Read read = files_->read(target, kMaxFileBytes, old);
   if (read == FileSystem::Read::kFailed) return false;
   std::optional<std::string> text;
   if (read != FileSystem::Read::kUnfit) text = withValues(old, model, values);
   if (!text) {
-    if (!putAside()) return false;
+    if (!putAside(target)) return false;
     text = withValues({}, model, values);
   }
-  return text && (*text == old || replace(*text));
+  return text && (*text == old || replace(target, *text));
 }
 
-bool SettingsStore::putAside() const {
+bool SettingsStore::putAside(const fs::path& damaged) const {
   for (int n = 1; n <= kMaxDamaged; ++n) {
-    const fs::path aside = folder_ / ("settings.damaged-" + std::to_string(n) + ".toml");
-    if (files_->renameToNew(file(), aside)) return true;
+    const fs::path aside =
+        damaged.parent_path() / ("settings.damaged-" + std::to_string(n) + ".json");
+    if (files_->renameToNew(damaged, aside)) return true;
   }
   return false;
 }
 
-bool SettingsStore::replace(const std::string& text) const {
+bool SettingsStore::replace(const fs::path& old, const std::string& text) const {
   // The lock's holder is the only writer: what a crash left here is its to take.
-  const fs::path fresh = folder_ / "settings.toml.new";
+  fs::path fresh = old;
+  fresh += ".new";
   {
     const OpenFile out(*files_, files_->openNew(fresh));
     if (!out.isOpen() || !files_->write(out.descriptor(), text) ||
@@ -109,8 +135,8 @@ bool SettingsStore::replace(const std::string& text) const {
       return false;
     }
   }
-  if (!files_->rename(fresh, file())) return false;
-  files_->syncFolder(folder_);  // the file is whole either way
+  if (!files_->rename(fresh, old)) return false;
+  files_->syncFolder(old.parent_path());  // the file is whole either way
   return true;
 }
 

@@ -135,6 +135,24 @@ void judgeKernel(const MachineFacts& machine, std::vector<Finding>& findings) {
        "Use Linux 4.6 or newer."});
 }
 
+void judgeSettings(const MachineFacts& machine, std::vector<Finding>& findings) {
+  if (machine.settingsObstacle.empty()) return;
+  if (machine.settingsFile.empty()) {
+    findings.push_back(
+        {"no-settings",
+         "Cameras do not come up as they were left: you have no home folder in which "
+         "their settings could be kept.",
+         "Set HOME or XDG_CONFIG_HOME to a folder of yours."});
+    return;
+  }
+  findings.push_back(
+      {"no-settings",
+       "Cameras do not come up as they were left: their settings cannot be kept in " +
+           machine.settingsFile + " (" + machine.settingsObstacle + ").",
+       "Make that file, its folder and what else is in it yours, or set "
+       "XDG_CONFIG_HOME to a folder of yours."});
+}
+
 bool anyRefused(const MachineFacts& machine) {
   for (const CameraFacts& camera : machine.cameras) {
     if (camera.access == Access::kRefused) return true;
@@ -162,6 +180,7 @@ std::vector<Finding> diagnose(const MachineFacts& machine) {
   }
   judgeMemory(machine, findings);
   judgeKernel(machine, findings);
+  judgeSettings(machine, findings);
   return findings;
 }
 

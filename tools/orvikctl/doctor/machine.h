@@ -45,13 +45,16 @@ struct MachineFacts {
   std::optional<int> usbMemoryMib;  ///< what USB transfers may hold; 0 for any amount
   std::string kernel;               ///< as "6.1.0-18-amd64"; "" if it is not known
   bool hasUdevRules = false;
+  std::string settingsFile;      ///< where settings are kept; "" for a user without a home
+  std::string settingsObstacle;  ///< what keeps them from being written, or ""
 };
 
 /** Every product that the library knows. */
 std::vector<Orvik_PRODUCT> knownProducts();
 
 /**
- * Looks at a machine. Opens no device and changes nothing.
+ * Looks at a machine, and at the place of this user's settings. Opens no device and changes
+ * nothing.
  *
  * @param root where its /sys, /proc, /dev, /etc and /usr stand
  * @param products whose devices are the cameras, and of whose vendor

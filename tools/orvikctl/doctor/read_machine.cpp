@@ -150,6 +150,13 @@ MachineFacts readMachine(const fs::path& root, std::span<const Orvik_PRODUCT> pr
   machine.usbMemoryMib = numberOf(root / "sys/module/usbcore/parameters/usbfs_memory_mb");
   machine.kernel = textOf(root / "proc/sys/kernel/osrelease");
   machine.hasUdevRules = hasUdevRules(root, vendorId);
+  Orvik_SETTINGS_PLACE place{};
+  if (OrvikGetSettingsPlace(&place) == Orvik_OK) {
+    machine.settingsFile = place.file;
+    if (place.obstacle != 0) {
+      machine.settingsObstacle = std::generic_category().message(place.obstacle);
+    }
+  }
   return machine;
 }
 

@@ -1,0 +1,93 @@
+/* SPDX-License-Identifier: MIT */
+/*
+ * Where the fields of the public records lie. Programs are compiled with these numbers: a record
+ * that changes breaks those that were compiled before. Checked while the library is compiled, in C
+ * and in C++.
+ */
+#pragma once
+
+#include <assert.h>
+#include <stddef.h>
+
+#include "orvik/orvik_service.h"
+
+#define RECORD(record, bytes) static_assert(sizeof(record) == (bytes), #record)
+#define FIELD(record, field, place) static_assert(offsetof(record, field) == (place), #field)
+
+RECORD(Orvik_CAMERA_INFO, 216);
+FIELD(Orvik_CAMERA_INFO, name, 0);
+FIELD(Orvik_CAMERA_INFO, cameraIndex, 64);
+FIELD(Orvik_CAMERA_INFO, maxHeight, 68);
+FIELD(Orvik_CAMERA_INFO, maxWidth, 72);
+FIELD(Orvik_CAMERA_INFO, colour, 76);
+FIELD(Orvik_CAMERA_INFO, bayer, 80);
+FIELD(Orvik_CAMERA_INFO, bins, 84);
+FIELD(Orvik_CAMERA_INFO, imageTypes, 148);
+FIELD(Orvik_CAMERA_INFO, pixelSizeUm, 184);
+FIELD(Orvik_CAMERA_INFO, hasShutter, 192);
+FIELD(Orvik_CAMERA_INFO, hasST4, 196);
+FIELD(Orvik_CAMERA_INFO, hasCooler, 200);
+FIELD(Orvik_CAMERA_INFO, usb3Host, 204);
+FIELD(Orvik_CAMERA_INFO, usb3Camera, 208);
+
+RECORD(Orvik_CONTROL_CAPS, 216);
+FIELD(Orvik_CONTROL_CAPS, name, 0);
+FIELD(Orvik_CONTROL_CAPS, description, 64);
+FIELD(Orvik_CONTROL_CAPS, maxValue, 192);
+FIELD(Orvik_CONTROL_CAPS, minValue, 196);
+FIELD(Orvik_CONTROL_CAPS, defaultValue, 200);
+FIELD(Orvik_CONTROL_CAPS, autoSupported, 204);
+FIELD(Orvik_CONTROL_CAPS, writable, 208);
+FIELD(Orvik_CONTROL_CAPS, controlType, 212);
+
+RECORD(Orvik_ID, 32);
+FIELD(Orvik_ID, id, 0);
+
+RECORD(Orvik_DARK_INFO, 272);
+FIELD(Orvik_DARK_INFO, hasDark, 0);
+FIELD(Orvik_DARK_INFO, inUse, 4);
+FIELD(Orvik_DARK_INFO, mean, 8);
+FIELD(Orvik_DARK_INFO, hotPixels, 12);
+FIELD(Orvik_DARK_INFO, path, 16);
+
+RECORD(Orvik_DARK_RECORDING, 12);
+FIELD(Orvik_DARK_RECORDING, framesTaken, 0);
+FIELD(Orvik_DARK_RECORDING, framesWanted, 4);
+FIELD(Orvik_DARK_RECORDING, isOver, 8);
+
+RECORD(Orvik_HOT_PIXEL_INFO, 16);
+FIELD(Orvik_HOT_PIXEL_INFO, hasTable, 0);
+FIELD(Orvik_HOT_PIXEL_INFO, isOn, 4);
+FIELD(Orvik_HOT_PIXEL_INFO, onSensor, 8);
+FIELD(Orvik_HOT_PIXEL_INFO, inRegion, 12);
+
+RECORD(Orvik_PIXEL, 8);
+FIELD(Orvik_PIXEL, x, 0);
+FIELD(Orvik_PIXEL, y, 4);
+
+RECORD(Orvik_SETTINGS_PLACE, 4100);
+FIELD(Orvik_SETTINGS_PLACE, file, 0);
+FIELD(Orvik_SETTINGS_PLACE, obstacle, 4096);
+
+RECORD(Orvik_PRODUCT, 80);
+FIELD(Orvik_PRODUCT, name, 0);
+FIELD(Orvik_PRODUCT, vendorId, 64);
+FIELD(Orvik_PRODUCT, productId, 68);
+FIELD(Orvik_PRODUCT, largestFrameBytes, 72);
+FIELD(Orvik_PRODUCT, usb3Camera, 76);
+
+RECORD(Orvik_FIRMWARE_VERSION, 12);
+FIELD(Orvik_FIRMWARE_VERSION, firmware, 0);
+FIELD(Orvik_FIRMWARE_VERSION, fpgaMajor, 4);
+FIELD(Orvik_FIRMWARE_VERSION, fpgaMinor, 8);
+
+RECORD(Orvik_FIRMWARE_FILE, 24);
+FIELD(Orvik_FIRMWARE_FILE, format, 0);
+FIELD(Orvik_FIRMWARE_FILE, fileBytes, 4);
+FIELD(Orvik_FIRMWARE_FILE, parts, 8);
+FIELD(Orvik_FIRMWARE_FILE, dataBytes, 12);
+FIELD(Orvik_FIRMWARE_FILE, entry, 16);
+FIELD(Orvik_FIRMWARE_FILE, fitsFlash, 20);
+
+#undef RECORD
+#undef FIELD
