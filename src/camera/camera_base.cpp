@@ -91,7 +91,6 @@ bool CCameraBase::openDevice(int ordinal) {
     if (!device.claim()) break;
     if (product->name != nullptr) name_ = product->name;
     link().allowRequests();
-    guideLines_.allow();
     return true;
   }
   device.Close();
@@ -103,6 +102,7 @@ bool CCameraBase::ReConnectCamera() {
   if (ordinal_ == 0 || state_->capturing || abandonedWorker_ || !capture_.waitForPrevious()) {
     return false;
   }
+  link().beginClosing();
   guideLines_.letGo();
   link().replaceDevice(newDevice(model_));
   clock_->sleepFor(kReconnectPause);
@@ -113,6 +113,7 @@ bool CCameraBase::ReConnectCamera() {
 
 bool CCameraBase::closeDevice() {
   const auto lock = lockSettings();
+  link().beginClosing();
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
   // After a video, stopping it has kept them already.
   if (isOpen() && state_->snapshot) SaveSetting(model_.settingsKey);
@@ -123,6 +124,7 @@ bool CCameraBase::closeDevice() {
 
 void CCameraBase::endLink() {
   onClosing();
+  link().settle();
   if (abandonedWorker_) {
     link().refuseRequests();  // the device closes when the worker lets go of it
   } else {
@@ -184,6 +186,7 @@ bool CCameraBase::stopCapture() {
 }
 
 void CCameraBase::endCapture() {
+  link().beginClosing();
   guideLines_.letGo();
   saveAfterVideo();
   if (!capture_.stop()) abandonedWorker_ = true;

@@ -22,7 +22,8 @@ constexpr std::uint16_t pageOf(std::uint32_t address) {
 }  // namespace
 
 bool SpiFlash::switchBusToStream(bool toStream) {
-  return link_.send(static_cast<std::uint8_t>(VendorRequest::kSwitchBus), toStream ? 1 : 0);
+  return toStream ? link_.sendSafe(SafeRequest::kBusToStream)
+                  : link_.send(codeOf(VendorRequest::kSwitchBus), 0);
 }
 
 bool SpiFlash::read(std::uint32_t address, std::span<std::uint8_t> bytes) {

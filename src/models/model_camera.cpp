@@ -57,6 +57,7 @@ template <class Base>
 bool ModelCamera<Base>::InitCamera() {
   if (!isOpen()) return false;
   const auto lock = lockSettings();
+  link().makeSafe(model().cooled);  // a program that crashed may have left it in any state
   state().usb3Host = this->IsUSB3Host();
   if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
   this->SetHPCStates(this->LoadHPCTable());

@@ -189,7 +189,7 @@ void CaptureWorker::finish() {
   state_.droppedFrames = 0;
   automatic_.end();
   protocol_.finish(link_, longExposure_);
-  link_.send(code(VendorRequest::kStopStreaming));
+  link_.sendSafe(SafeRequest::kStopStreaming);
   stream_.stop();
   link_.resetBulkPipe();
 }
