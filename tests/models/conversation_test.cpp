@@ -195,6 +195,26 @@ TEST_F(ConversationTest, BandwidthIsLimitedAndStartsAnewOnAutomatic) {
   EXPECT_EQ(percent, 60) << "already on automatic: the value counts";
 }
 
+TEST_F(ConversationTest, CamerasOfOneModelHaveLineLengthsOfTheirOwn) {
+  open();
+  sim::CameraOptions onUsb2;
+  onUsb2.usb3Port = false;
+  bench_.plug(onUsb2);
+  const auto fastest = [](CCameraT15C& camera) {
+    float frames = 0;
+    float data = 0;
+    camera.SetFPSPerc(100, false);
+    camera.GetMaxFPS(&frames, &data);
+    return frames;
+  };
+  camera_.SetResolution(320, 240, 1, IMAGE_8BIT);
+  const float alone = fastest(camera_);
+  CCameraT15C other;  // on USB 2 it comes first in its class
+  ASSERT_TRUE(other.OpenCamera(1) && other.InitCamera());
+  ASSERT_TRUE(other.SetResolution(640, 480, 2, IMAGE_RAW16)) << "with the shortest of lines";
+  EXPECT_EQ(fastest(camera_), alone);
+}
+
 TEST_F(ConversationTest, StartAndStop) {
   open();
   camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
