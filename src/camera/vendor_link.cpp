@@ -44,9 +44,9 @@ void VendorLink::replaceDevice(std::unique_ptr<CUsbDevice> next) {
 
 bool VendorLink::transfer(bool read, std::uint8_t code, std::uint16_t value, std::uint16_t index,
                           std::span<std::uint8_t> data) {
-  if (!open_) return false;
+  if (!open_ || leaving_) return false;
   const std::lock_guard lock(deviceLock_);
-  if (!open_) return false;  // closed while this one waited for its turn
+  if (!open_ || leaving_) return false;  // since this one began to wait for its turn
   const bool plain = !read && index == 0 && data.empty();
   const auto settled = plain ? SafeRequests::settledBy(code, value) : std::nullopt;
   const auto endangered = plain ? SafeRequests::endangeredBy(code, value) : std::nullopt;
@@ -166,6 +166,7 @@ void VendorLink::settle() {
 
 void VendorLink::settleBy(Clock::time_point deadline) {
   closing_ = true;
+  leaving_ = true;
   const std::unique_lock lock(deviceLock_, deadline);
   if (!lock.owns_lock() || !open_ || gone_) return;
   safe_.demandAllOwed();

@@ -129,6 +129,7 @@ class VendorLink {
 
   std::atomic<bool> open_{false};
   std::atomic<bool> closing_{false};
+  std::atomic<bool> leaving_{false};  ///< the program ends: only safe requests are sent
   std::atomic<bool> gone_{false};
   std::atomic<bool> sensorClockStopped_{false};
   const ExitGuard exitGuard_{*this};  ///< last: it uses all of the above
