@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "orvik/orvik.h"
+#include "orvik/orvik_service.h"
 
 namespace orvik::ctl {
 
@@ -54,6 +55,9 @@ class Camera {
   /** The value of an offered control; nothing if it is not offered or cannot be read. */
   [[nodiscard]] std::optional<ControlValue> valueIfAny(Orvik_CONTROL_TYPE type) const;
   void setValue(Orvik_CONTROL_TYPE type, ControlValue value);
+
+  /** How the cooler of a camera with one stands. */
+  [[nodiscard]] Orvik_COOLER_STATUS coolerStatus() const;
 
   [[nodiscard]] ImageFormat format() const;
   /** Sets size, bin and type. The region is centred; the format's start is not used. */
