@@ -43,6 +43,15 @@
  * Every call ends by a deadline. A request to the camera takes at most 1.6 s (500 ms, 50 ms after
  * a cancellation, and up to 1 s for a controller that does not give the request back), on a healthy
  * bus well under a millisecond. Stopping waits at most 5 s for the capture worker.
+ *
+ * ## What must not go on
+ *
+ * A guide line that is on, a cooler with power, and a stream go on by themselves until the camera
+ * is told otherwise. The requests that end them are repeated when they are lost, for up to 2.6 s,
+ * and remembered until the camera has acknowledged them: they are sent again after the next request
+ * that gets through, and when the camera is closed, the program ends, or the library is unloaded. A
+ * program that is killed cannot send them; OrvikOpenCamera() does, to whatever camera it opens. The
+ * end of a program takes up to 5 s longer where a camera does not answer.
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H
@@ -98,7 +107,8 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_IMAGE_TYPE = 9,
   /** The camera refused the start position. */
   Orvik_ERROR_START_POS = 10,
-  /** No frame came: not in time, or capture has ended, or the camera is gone, or it does not fit. */
+  /** No frame came: not in time, or capture has ended, or the camera is gone, or it does not fit.
+   */
   Orvik_ERROR_NO_FRAME = 11,
   /** Never returned; the value is kept free. */
   Orvik_ERROR_RESERVED_12 = 12,
@@ -156,7 +166,8 @@ typedef enum ORVIK_INT32 {
   Orvik_CTL_BANDWIDTH = 6,
   /** Over-clocking, percent above the normal clock. */
   Orvik_CTL_OVERCLK = 7,
-  /** Sensor temperature in tenths of a degree Celsius; read only. */
+  /** Sensor temperature in tenths of a degree Celsius; read only. It cannot be read when the camera
+      has not told a valid one for 30 s. */
   Orvik_CTL_TEMPERATURE = 8,
   /** 0 none, 1 horizontal, 2 vertical, 3 both. */
   Orvik_CTL_FLIP = 9,
@@ -170,11 +181,13 @@ typedef enum ORVIK_INT32 {
   Orvik_CTL_HARDWARE_BIN = 13,
   /** 1 reads 8-bit frames out faster with fewer bits in the converter. */
   Orvik_CTL_HIGH_SPEED_MODE = 14,
-  /** Cooler power, percent; read only. */
+  /** Cooler power that the camera acknowledged last, percent; read only. */
   Orvik_CTL_COOL_POWER_PERC = 15,
-  /** Temperature that the cooler holds, degrees Celsius. */
+  /** Temperature that the cooler holds, degrees Celsius. Below -19 it holds -19, the coldest that
+     it can measure reliably. */
   Orvik_CTL_TARGET_TEMP = 16,
-  /** 1 regulates the temperature, 0 switches the cooler off. */
+  /** 1 regulates the temperature, 0 switches the cooler off. Without a valid temperature for 30 s
+      regulation takes the power away until there is one; see OrvikGetCoolerStatus(). */
   Orvik_CTL_COOLER_ON = 17,
 } Orvik_CONTROL_TYPE;
 
@@ -284,7 +297,8 @@ ORVIK_API int OrvikGetNumOfConnectedCameras(void);
 ORVIK_API Orvik_ERROR_CODE OrvikGetCameraProperty(Orvik_CAMERA_INFO* info, int index);
 
 /**
- * Opens a camera and prepares its sensor. Opening an open camera does nothing.
+ * Opens a camera and prepares its sensor: guide lines, cooler and stream are off, whatever it was
+ * doing. Opening an open camera does nothing.
  *
  * Enumerates first if that has not been done.
  *
@@ -355,10 +369,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
 /**
  * Sets a control.
  *
- * Gain, exposure, white balance and bandwidth are set to their limit by a value beyond it, and
- * switches count any value above 0 as 1. Keep the others within their limits: a flip beyond them is
- * ignored, and after a gamma beyond its upper one the next value counts as 100. Setting a read-only
- * control succeeds and changes nothing.
+ * A value beyond the limits that OrvikGetControlCaps() tells sets the control to the nearest limit;
+ * what was set can be read back. Two values have no nearest one: a negative exposure counts as too
+ * long, and a flip that does not exist is ignored. Setting a read-only control succeeds and changes
+ * nothing.
  *
  * What is on automatic moves while a video runs: exposure and gain towards the brightness of
  * #Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, the white balance, of 8-bit frames only, towards grey. A
@@ -370,7 +384,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_CONTROL no such control
  * @retval Orvik_ERROR_DRIVER_FAILED the camera did not take the value, does not have the control,
- *         or is unplugged
+ *         or is unplugged. A cooler that is to be off is off with the next request that gets
+ * through.
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
@@ -580,7 +595,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
  * Switches a guide line on. It stays on until switched off; the caller times the pulse.
  *
  * A direction above 3 and a request that fails on the way are ignored. Lines that are on go off
- * when the camera is closed or the program ends; only a program that is killed leaves them on.
+ * when the camera is closed or the program ends; those that a killed program has left on, when the
+ * camera is opened again.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -589,7 +605,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuideOn(int index, GuideD direction);
 
 /**
- * Switches a guide line off. Otherwise as OrvikPulseGuideOn().
+ * Switches a guide line off. A request that is lost is repeated, and remembered until the camera
+ * has acknowledged it. Otherwise as OrvikPulseGuideOn().
  *
  * @par Thread: any thread.
  */

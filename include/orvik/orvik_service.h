@@ -124,6 +124,29 @@ typedef struct Orvik_READOUT_INFO {
                               USB bus achieve can be less. */
 } Orvik_READOUT_INFO;
 
+/** Why a cooler has no power though it is to hold a temperature. */
+typedef enum ORVIK_INT32 {
+  Orvik_COOLER_NO_FAULT = 0,
+  /** The thermistor has not answered for 30 s. */
+  Orvik_COOLER_NO_READING = 1,
+  /** For 30 s it has shown nothing from -20 to 113 degrees Celsius: it is broken, or the sensor is
+      colder. */
+  Orvik_COOLER_OUT_OF_RANGE = 2,
+} Orvik_COOLER_FAULT;
+
+/** How a cooler stands. Filled by OrvikGetCoolerStatus(). */
+typedef struct Orvik_COOLER_STATUS {
+  Orvik_BOOL isRegulating; /**< 1 while the cooler is to hold a temperature */
+  int32_t aim;             /**< which one, degrees Celsius: #Orvik_CTL_TARGET_TEMP, but never below
+                                -19, the coldest that the thermistor can tell from colder ones */
+  int32_t power;           /**< power that the camera acknowledged last, percent, 0 to 100 */
+  int32_t temperature;     /**< last valid reading, tenths of a degree Celsius */
+  Orvik_BOOL isValid;      /**< 1 when the thermistor gave a valid reading when asked last */
+  int32_t secondsSinceReading; /**< age of the last valid reading; -1 when there was none yet */
+  Orvik_COOLER_FAULT fault;    /**< other than 0: regulation has taken the power away, and goes on
+                                    with the next valid reading */
+} Orvik_COOLER_STATUS;
+
 /** What a camera runs. Filled by OrvikGetFirmwareVersion(). */
 typedef struct Orvik_FIRMWARE_VERSION {
   int32_t firmware;  /**< version of the USB bridge's firmware, 0 to 255 */
@@ -188,15 +211,15 @@ typedef struct Orvik_FRAME_INFO {
   int32_t flip;          /**< flips that the image has, as #Orvik_CTL_FLIP counts them */
   int32_t gain;          /**< as #Orvik_CTL_GAIN counts it */
   int32_t blackLevel;    /**< as #Orvik_CTL_BRIGHTNESS counts it */
-  int32_t temperature;   /**< sensor's last reading, tenths of a degree Celsius;
-                              #ORVIK_NO_TEMPERATURE where there has been none */
+  int32_t temperature;   /**< of the sensor, as it was read last, tenths of a degree Celsius;
+                              #ORVIK_NO_TEMPERATURE where that is more than 30 s ago */
   Orvik_BOOL snapshot;   /**< 1 for a snapshot, 0 for a frame of a video */
   Orvik_BOOL settled;    /**< 1 when the settings were in effect for the whole exposure; 0 when one
                               was changed so shortly before or during it that the image may show
                               the one before, or both */
 } Orvik_FRAME_INFO;
 
-/** In Orvik_FRAME_INFO: the temperature has never been read since the camera was opened. */
+/** In Orvik_FRAME_INFO: the temperature is not known. */
 #define ORVIK_NO_TEMPERATURE INT32_MIN
 
 /** A step of long work. */
@@ -430,7 +453,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int
  * @param direction 0 to 3
  * @param milliseconds 0 to #ORVIK_MAX_PULSE_MS
  * @retval Orvik_ERROR_DRIVER_FAILED the camera did not take a request. If the line may still be on,
- *         closing the camera switches it off.
+ *         the next request that gets through switches it off, and so does closing the camera.
  * @par Thread: any thread. Takes as long as the pulse and two requests.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds);
@@ -454,6 +477,17 @@ ORVIK_API Orvik_ERROR_CODE OrvikSaveSettings(int index);
  * @par Thread: any thread. Needs no camera.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place);
+
+/* --- Cooler ---------------------------------------------------------------------------------- */
+
+/**
+ * Tells how the cooler of a camera stands. The temperature is measured about every 1.8 s.
+ *
+ * @param status receives the record
+ * @retval Orvik_ERROR_DRIVER_FAILED the camera has no cooler
+ * @par Thread: any thread, also during capture. Returns at once.
+ */
+ORVIK_API Orvik_ERROR_CODE OrvikGetCoolerStatus(int index, Orvik_COOLER_STATUS* status);
 
 /* --- Firmware and flash ---------------------------------------------------------------------- */
 

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The flat functions that find, describe, open and close cameras and reach their controls.
+#include <algorithm>
+
 #include "api/guard.h"
+#include "camera/control_table.h"
 #include "cooler/camera_cool.h"
 
+using orvik::CCameraBase;
 using orvik::CCameraCool;
 using orvik::OpenCamera;
 using orvik::Registry;
@@ -12,15 +16,24 @@ using orvik::api::withCamera;
 
 namespace {
 
+/// What a control is set to when `value` is asked for: the nearest value that it can have. A
+/// negative exposure counts as too long; a flip that does not exist is left to the camera, which
+/// ignores it.
+int32_t withinLimits(const CCameraBase& camera, Orvik_CONTROL_TYPE type, int32_t value) {
+  if (!camera.model().controls.has(type) || type == Orvik_CTL_FLIP) return value;
+  const orvik::ControlRange range = orvik::controlRange(camera.model(), type);
+  if (type == Orvik_CTL_EXPOSURE && value < 0) return range.max;
+  return std::clamp(value, range.min, range.max);
+}
+
 /// @param cooler null for a camera without cooler
 /// @param type Orvik_CTL_TARGET_TEMP or Orvik_CTL_COOLER_ON
 Orvik_ERROR_CODE setCooler(CCameraCool* cooler, Orvik_CONTROL_TYPE type, int32_t value) {
   if (cooler == nullptr) return Orvik_ERROR_DRIVER_FAILED;
-  if (type == Orvik_CTL_TARGET_TEMP) {
-    cooler->SetTargetTemp(value);
-  } else {
-    cooler->SwitchCooler(value >= 1);
+  if (type == Orvik_CTL_COOLER_ON) {
+    return cooler->SwitchCooler(value >= 1) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
   }
+  cooler->SetTargetTemp(value);
   return Orvik_OK;
 }
 
@@ -72,6 +85,7 @@ Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE type, int32_
 Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
                                       Orvik_BOOL isAuto) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
+    value = withinLimits(*camera.driver, type, value);
     // The cooler's controls are not the common camera's.
     const bool ofCooler = type == Orvik_CTL_TARGET_TEMP || type == Orvik_CTL_COOLER_ON;
     const Orvik_ERROR_CODE result =

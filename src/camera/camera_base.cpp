@@ -106,7 +106,6 @@ bool CCameraBase::connect(const seam::DeviceInfo& wanted) {
   }
   if (product->name != nullptr) name_ = product->name;
   link().allowRequests();
-  guideLines_.allow();
   memoryWork_.open();
   tellFormat();
   return true;
@@ -117,10 +116,10 @@ std::string CCameraBase::serialNumber() const { return printable(link().device()
 bool CCameraBase::ReConnectCamera() {
   const auto lock = lockSettings();
   if (connected_.vendorId == 0 || capture_.isRunning() || memoryWork_.isGoingOn() ||
-      capture_.isLingering() ||
-      !capture_.waitForPrevious()) {
+      capture_.isLingering() || !capture_.waitForPrevious()) {
     return false;
   }
+  link().beginClosing();
   guideLines_.letGo();
   link().replaceDevice(newDevice(model_));
   clock_->sleepFor(kReconnectPause);
@@ -140,6 +139,8 @@ bool CCameraBase::closeDevice() {
   guideLines_.letGo();  // first: the telescope moves while anything else takes its time
   memoryWork_.close();  // before the lock, for which work that begins waits
   const auto lock = lockSettings();
+  link().beginClosing();
+  guideLines_.letGo();  // none goes on again from here
   stopCapture();
   if (isOpen()) saveAtClose();
   endLink();
@@ -148,6 +149,7 @@ bool CCameraBase::closeDevice() {
 
 void CCameraBase::endLink() {
   onClosing();
+  link().settle();
   if (capture_.isLingering()) {
     link().refuseRequests();  // the device closes when the worker lets go of it
   } else {
@@ -231,6 +233,7 @@ void CCameraBase::forgetCapture() {
 }
 
 void CCameraBase::endCapture() {
+  link().beginClosing();
   guideLines_.letGo();
   saveAfterVideo();
   capture_.stop();

@@ -131,6 +131,10 @@ bool CCameraBase::GetControlValue(int type, std::int32_t* value, Orvik_BOOL* aut
       break;
     case Orvik_CTL_TEMPERATURE:
       result = static_cast<std::int32_t>(GetTemp() * 10.0);
+      // A sensor that cannot be asked has no temperature; a model without a thermometer tells 0.
+      if (model_.controls.has(Orvik_CTL_TEMPERATURE) && !now.temperatureIsRecent(clock_->now())) {
+        return false;
+      }
       break;
     case Orvik_CTL_FLIP:
       result = (now.flipHorizontal ? 1 : 0) + (now.flipVertical ? 2 : 0);

@@ -5,12 +5,6 @@
 #include "camera/camera_base.h"
 
 namespace orvik {
-namespace {
-
-std::uint8_t code(VendorRequest request) { return static_cast<std::uint8_t>(request); }
-
-}  // namespace
-
 bool CCameraBase::SendCMD(std::uint8_t command) { return link().send(command); }
 
 bool CCameraBase::SendCMD(std::uint8_t command, std::uint16_t value, std::uint16_t index, bool read,
@@ -54,12 +48,12 @@ bool CCameraBase::ReadFPGAREG(std::uint16_t address, std::uint8_t* value) {
 }
 
 bool CCameraBase::EnableGPIF32DQ(bool enable) {
-  return link().send(code(VendorRequest::kSwitchBus), enable ? 1 : 0);
+  return link().send(codeOf(VendorRequest::kSwitchBus), enable ? 1 : 0);
 }
 
-bool CCameraBase::StartUSBStreaming() { return SendCMD(code(VendorRequest::kStartStreaming)); }
+bool CCameraBase::StartUSBStreaming() { return SendCMD(codeOf(VendorRequest::kStartStreaming)); }
 
-bool CCameraBase::StopUSBStreaming() { return SendCMD(code(VendorRequest::kStopStreaming)); }
+bool CCameraBase::StopUSBStreaming() { return SendCMD(codeOf(VendorRequest::kStopStreaming)); }
 
 bool CCameraBase::StartSensorCLK() { return link().startSensorClock(); }
 
@@ -67,7 +61,7 @@ bool CCameraBase::StopSensorCLK() { return link().stopSensorClock(); }
 
 bool CCameraBase::GetFirmwareVer(std::uint8_t* version) {
   std::array<std::uint8_t, 2> answer{};
-  const bool ok = link().receive(code(VendorRequest::kFirmwareVersion), 0, 0, answer);
+  const bool ok = link().receive(codeOf(VendorRequest::kFirmwareVersion), 0, 0, answer);
   *version = answer[0] == 'V' ? answer[1] : 1;
   return ok;
 }
@@ -95,7 +89,7 @@ void CCameraBase::GetFPGAVerVal(std::uint8_t* major, std::uint8_t* digits) const
 
 bool CCameraBase::IsUSB3Host() {
   std::array<std::uint8_t, 1> answer{};
-  return link().receive(code(VendorRequest::kHostPort), 0, 0, answer) && answer[0] == 1;
+  return link().receive(codeOf(VendorRequest::kHostPort), 0, 0, answer) && answer[0] == 1;
 }
 
 bool CCameraBase::ResetEndPoint(std::uint8_t) { return link().resetBulkPipe(); }

@@ -9,12 +9,26 @@
 #include "camera/capture/frame_format.h"
 #include "camera/capture/settings_history.h"
 #include "orvik/orvik.h"
+#include "seam/clock.h"
 
 namespace orvik {
+
+/// Why a cooler gets no power though its temperature is regulated.
+enum class CoolerFault : std::uint8_t {
+  kNone,
+  kNoReading,   ///< the thermistor has not been read for kReadingLifetime
+  kOutOfRange,  ///< for as long it has shown what no thermistor within its range shows
+};
+
+/// How long a temperature counts as that of the sensor. The longest time, too, for which a cooler
+/// is left its power without one: at full current a sensor cools by less than twenty degrees in it.
+inline constexpr auto kReadingLifetime = std::chrono::seconds(30);
 
 /// The values of a camera that more than one thread sees: one side writes, the other polls. The
 /// capture worker holds them by shared ownership, so that it can outlive the camera object.
 struct CameraState {
+  static constexpr seam::Clock::Duration kNever = seam::Clock::Duration::min();
+
   // Image geometry
   std::atomic<int> width{0};   ///< pixels after binning
   std::atomic<int> height{0};  ///< pixels after binning
@@ -70,14 +84,30 @@ struct CameraState {
 
   // What the camera reported
   std::atomic<bool> usb3Host{false};
-  std::atomic<float> temperature{0};         ///< degrees Celsius, last reading
-  std::atomic<bool> temperatureRead{false};  ///< there has been one
+  std::atomic<float> temperature{0};  ///< degrees Celsius, last valid reading
+  /// Whether the thermometer gave a valid reading when it was asked last.
+  std::atomic<bool> temperatureValid{false};
+  /// When it did so last, on the camera's clock; kNever before the first since the camera was
+  /// opened.
+  std::atomic<seam::Clock::Duration> temperatureAt{kNever};
 
   // Cooler
-  std::atomic<bool> coolerOn{false};         ///< the temperature is regulated
-  std::atomic<int> targetTemperature{0};     ///< degrees Celsius
-  std::atomic<float> coolerPower{0};         ///< percent, as last set
+  std::atomic<bool> coolerOn{false};      ///< the temperature is regulated
+  std::atomic<int> targetTemperature{0};  ///< degrees Celsius
+  std::atomic<float> coolerPower{0};      ///< percent, as last acknowledged by the camera
+  std::atomic<CoolerFault> coolerFault{CoolerFault::kNone};
   std::atomic<bool> temperatureKept{false};  ///< a thread keeps `temperature` up to date
+
+  void noteTemperature(float celsius, seam::Clock::Duration now) {
+    temperature = celsius;
+    temperatureAt = now;
+    temperatureValid = true;
+  }
+  /// Whether `temperature` is that of the sensor.
+  [[nodiscard]] bool temperatureIsRecent(seam::Clock::Duration now) const {
+    const seam::Clock::Duration readAt = temperatureAt;
+    return readAt != kNever && now - readAt <= kReadingLifetime;
+  }
 
   /// The bin factor that is left to the host.
   [[nodiscard]] int softwareBin() const { return hardwareBin ? 1 : bin.load(); }

@@ -12,19 +12,14 @@
 namespace orvik {
 
 /// The four lines of a camera's guide port. A line that is on moves the telescope until it is
-/// switched off; so none outlives its camera: closing the camera lets go of all of them, and so
-/// does the end of the program or the unloading of the library, as long as the program ends by
-/// itself. Any thread.
+/// switched off; so a request to switch one off is a safe request, which the link remembers until
+/// the camera has taken it. Any thread.
 class GuideLines {
  public:
   static constexpr std::size_t kCount = 4;
 
-  explicit GuideLines(VendorLink& link);
-  ~GuideLines();
-  GuideLines(const GuideLines&) = delete;
-  GuideLines& operator=(const GuideLines&) = delete;
+  explicit GuideLines(VendorLink& link) : link_(link) {}
 
-  /// A line that may be on after a request that failed is remembered.
   /// @return whether the camera took the request; false for a line that does not exist.
   bool switchOn(std::size_t line);
   bool switchOff(std::size_t line);
@@ -35,19 +30,17 @@ class GuideLines {
   /// @return whether the camera took both requests.
   bool pulse(std::size_t line, seam::Clock& clock, seam::Clock::Duration length);
 
-  /// Switches off whatever may be on; nothing can be switched on before allow(). Takes at most one
-  /// request for each such line.
+  /// Switches off whatever may be on and ends all pulses. To be called after
+  /// VendorLink::beginClosing(), so that no line goes on again.
   void letGo();
-  void allow();
 
  private:
-  bool send(VendorRequest request, std::size_t line);
+  void endPulse(std::size_t line);
 
   VendorLink& link_;
-  std::mutex mutex_;  ///< held over a request, so that none overtakes letGo()
-  std::condition_variable switchedOff_;
-  std::array<bool, kCount> mayBeOn_{};
-  bool allowed_ = false;
+  std::mutex mutex_;
+  std::condition_variable ended_;
+  std::array<bool, kCount> pulsing_{};  ///< a pulse that nobody has ended yet
 };
 
 }  // namespace orvik

@@ -21,18 +21,16 @@ constexpr std::uint16_t pageOf(std::uint32_t address) {
 
 }  // namespace
 
-bool SpiFlash::switchBus(bool toStream) {
+}
+
+bool SpiFlash::takeBus() {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    if (link_.send(static_cast<std::uint8_t>(VendorRequest::kSwitchBus), toStream ? 1 : 0)) {
-      return true;
-    }
+    if (link_.send(codeOf(VendorRequest::kSwitchBus), 0)) return true;
   }
   return false;
 }
 
-bool SpiFlash::takeBus() { return switchBus(false); }
-
-void SpiFlash::giveBusBack() { switchBus(true); }
+void SpiFlash::giveBusBack() { link_.sendSafe(SafeRequest::kBusToStream); }
 
 bool SpiFlash::read(std::uint32_t address, std::span<std::uint8_t> bytes) {
   return bytes.size() <= kMaxTransferBytes &&

@@ -34,7 +34,6 @@ class SpiFlash final : public FlashPort {
   bool eraseSector(std::uint32_t sector) override;
 
  private:
-  bool switchBus(bool toStream);
   bool waitUntilErased(std::uint16_t sector, seam::Clock::Duration end);
 
   VendorLink& link_;

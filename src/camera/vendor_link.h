@@ -8,49 +8,24 @@
 #include <mutex>
 #include <span>
 
+#include "camera/exit_guard.h"
+#include "camera/safe_requests.h"
+#include "camera/vendor_request.h"
 #include "usb/usb_device.h"
 
 namespace orvik {
 
-/// The vendor requests that cameras know.
-enum class VendorRequest : std::uint8_t {
-  kBridgeMemory = 0xA0,
-  kSensorClock24MHz = 0xA3,
-  kSensorClock48MHz = 0xA4,
-  kWriteSensorWord = 0xA6,
-  kReadSensorWord = 0xA7,
-  kStartStreaming = 0xA9,
-  kStopStreaming = 0xAA,
-  kOutput8Bits = 0xAB,
-  kOutput16Bits = 0xAC,
-  kFirmwareVersion = 0xAD,
-  kStopSensorClock = 0xAE,
-  kStartSensorClock = 0xAF,
-  kGuideOn = 0xB0,
-  kGuideOff = 0xB1,
-  kCoolerDrive = 0xB2,
-  kTemperature = 0xB3,
-  kHostPort = 0xB4,
-  kTransferCount = 0xB5,
-  kWriteSensorByte = 0xB6,
-  kReadSensorByte = 0xB7,
-  kI2cMemory = 0xBA,
-  kReadFpga = 0xBC,
-  kWriteFpga = 0xBD,
-  kSwitchBus = 0xBE,
-  kWriteFlash = 0xC2,
-  kReadFlash = 0xC3,
-  kFlashSector = 0xC4,
-  kThermistor = 0xC7,
-};
-
 /// The way to one camera's registers: vendor requests on the control endpoint, one at a time.
 ///
 /// Every request takes at most 500 ms, 50 ms after a cancellation and the bound of
-/// CCyUSBEndPoint::transfer(); none is repeated. While the device is not open each fails at once
-/// without a transfer. So does each, for a second, after four in a row that found no answer: what
-/// consists of a hundred requests does not wait a hundred times for a camera that has fallen
-/// silent. Any thread.
+/// CCyUSBEndPoint::transfer(); none is repeated, but for those that leave the camera safe. While
+/// the device is not open each fails at once without a transfer. So does each, for a second, after
+/// four in a row that found no answer: what consists of a hundred requests does not wait a hundred
+/// times for a camera that has fallen silent.
+///
+/// The safe requests (SafeRequest) are never held back by that pause, and are remembered until the
+/// camera has acknowledged them. One that was lost is sent again after the next request that gets
+/// through, whoever sends it; while that fails too, once a second. Any thread.
 class VendorLink {
  public:
   explicit VendorLink(std::unique_ptr<CUsbDevice> device);
@@ -81,6 +56,29 @@ class VendorLink {
   bool receive(std::uint8_t code, std::uint16_t value, std::uint16_t index,
                std::span<std::uint8_t> data);
 
+  /// Sends a safe request until it is acknowledged: up to three times, the last of which begins
+  /// within a second of the first; once while the camera is being closed. 2.6 s at most.
+  /// @return whether the camera acknowledged it. If not, it stays due.
+  bool sendSafe(SafeRequest request);
+  /// Whether the camera has acknowledged a safe request, and was sent nothing to the contrary
+  /// since.
+  [[nodiscard]] bool isSettled(SafeRequest request);
+
+  /// Sends every safe request to a camera of which nothing is known: a program that crashed may
+  /// have left it in any state. Breaks off at the fourth that finds no answer; what is left stays
+  /// due.
+  void makeSafe(bool hasCooler);
+  /// From now on, until allowRequests(), the camera is sent nothing that would have to be undone:
+  /// no guide line goes on, no power reaches the cooler, no stream starts, the flash does not get
+  /// the bus.
+  void beginClosing();
+  /// Sends every safe request that the camera is owed, after beginClosing(). Each is tried at least
+  /// once since then; none begins later than 2 s after it otherwise.
+  void settle();
+  /// beginClosing() and settle() for a program that ends while other threads may be inside a
+  /// request: what cannot be sent in time is left.
+  void settleBy(std::chrono::steady_clock::time_point deadline);
+
   // Sensor registers: refused without a request while the sensor's clock is stopped, because its
   // serial interface does not answer without it.
   bool writeSensorWord(std::uint16_t address, std::uint16_t value);
@@ -103,23 +101,40 @@ class VendorLink {
   bool resetBulkPipe();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   bool transfer(bool read, std::uint8_t code, std::uint16_t value, std::uint16_t index,
                 std::span<std::uint8_t> data);
-  static constexpr std::uint8_t code(VendorRequest request) {
-    return static_cast<std::uint8_t>(request);
-  }
   bool sendClock(VendorRequest request, bool stopped);
-  /// Learns from how a request ended. Wants the device lock held.
+
+  // With the device lock held
+  /// One transfer, without any rule.
+  bool exchange(bool read, std::uint8_t code, std::uint16_t value, std::uint16_t index,
+                std::span<std::uint8_t> data);
+  bool trySafe(SafeRequest request);
+  /// Sends again what is due, now that the camera answers, up to the first that fails.
+  void repeatDue();
+  [[nodiscard]] bool isSilent() const;
+  /// Learns from how a request ended.
   void noteAnswer(seam::TransferStatus status);
 
   std::unique_ptr<CUsbDevice> device_;
-  std::mutex deviceLock_;  ///< guards the control endpoint from its setup fields to its answer
-  std::mutex flashLock_;   ///< taken before deviceLock_
-  int unanswered_ = 0;     ///< requests in a row; under the device lock
-  std::chrono::steady_clock::time_point askAgain_;  ///< when unanswered; under the device lock
+  std::timed_mutex deviceLock_;  ///< guards the control endpoint from its setup to its answer
+  std::mutex flashLock_;         ///< taken before deviceLock_
+  // Under the device lock
+  int unanswered_ = 0;          ///< requests in a row
+  Clock::time_point askAgain_;  ///< when unanswered
+  SafeRequests safe_;
+  SafeRequest repeatFrom_ = SafeRequest::kGuideOff0;
+  Clock::time_point repeatAgain_;  ///< when a repetition has failed
+  Clock::time_point closeBy_;      ///< the last moment to repeat a safe request at
+
   std::atomic<bool> open_{false};
+  std::atomic<bool> closing_{false};
+  std::atomic<bool> leaving_{false};  ///< the program ends: only safe requests are sent
   std::atomic<bool> gone_{false};
   std::atomic<bool> sensorClockStopped_{false};
+  const ExitGuard exitGuard_{*this};  ///< last: it uses all of the above
 };
 
 /// While it lives, sensor registers take values without using them; at its end they take effect

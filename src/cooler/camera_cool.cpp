@@ -34,7 +34,7 @@ void CCameraCool::SetAutoTemp(bool on, float target) { cooler_->setRegulation(on
 
 void CCameraCool::SetTargetTemp(int target) { cooler_->setTarget(target); }
 
-void CCameraCool::SwitchCooler(bool on) { cooler_->setOn(on); }
+bool CCameraCool::SwitchCooler(bool on) { return cooler_->setOn(on); }
 
 void CCameraCool::GetAutoTemp(bool* on, float* target) const {
   *on = state().coolerOn;
@@ -65,20 +65,24 @@ void CCameraCool::StopAutoTempThr() {
 float CCameraCool::GetADTemp() { return cooler_->readTemperature(); }
 
 float CCameraCool::CalculTempuature(unsigned char ad, int refKOhm) {
-  return cooler::believedCelsius(ad, refKOhm);
+  return cooler_->believedCelsius(ad, refKOhm);
 }
 
 float CCameraCool::GetSensorTemp() { return cooler_->measure(); }
 
 void CCameraCool::onInitialised() {
+  cooler_->begin();
   StartAutoTempThr();
   SetPowerPerc(0);
   SetAutoTemp(false, static_cast<float>(state().targetTemperature));
 }
 
 void CCameraCool::onClosing() {
-  StopAutoTempThr();
-  if (isOpen()) cooler_->switchOff();
+  if (autoTempWorking_) {
+    StopAutoTempThr();
+  } else if (isOpen()) {
+    SetPowerPerc(0);
+  }
 }
 
 }  // namespace orvik

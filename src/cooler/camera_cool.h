@@ -26,8 +26,8 @@ class CCameraCool : public CCameraBase {
 
   CCameraCool* cooler() override { return this; }
 
-  /// Sends a value to the cooler's drive, unless it was the last one that any camera of this
-  /// process was sent. @param da 255 (off) down to 47 (full current)
+  /// Sends a value to the cooler's drive, unless it was the last one that the camera acknowledged.
+  /// @param da 255 (off) down to 47 (full current)
   void SetDA(int da);
   /// @param current amperes @return drive value, 47 to 255
   static int CalculDA(float current);
@@ -36,6 +36,7 @@ class CCameraCool : public CCameraBase {
 
   /// @param perc percent of the largest current, limited to 0 to 100
   void SetPowerPerc(float perc);
+  /// The power that the camera acknowledged last.
   [[nodiscard]] int GetPowerPerc() const;
 
   /// Starts the temperature controller anew, with other gains.
@@ -46,7 +47,9 @@ class CCameraCool : public CCameraBase {
   /// Changes the target and leaves regulation on or off. @param target degrees Celsius
   void SetTargetTemp(int target);
   /// Switches regulation on, or off and the power with it; the target stays.
-  void SwitchCooler(bool on);
+  /// @return false when the camera did not acknowledge that there is to be no power. It is told
+  ///         again by the next request that gets through.
+  bool SwitchCooler(bool on);
   /// @param target receives degrees Celsius
   void GetAutoTemp(bool* on, float* target) const;
   /// One step of the controller. @param temperature of the sensor, degrees Celsius
@@ -61,12 +64,12 @@ class CCameraCool : public CCameraBase {
   /// within 500 ms, because its request hangs, is left to itself: it has nothing more to say.
   void StopAutoTempThr();
 
-  /// Degrees Celsius from the thermistor; when the camera does not answer, or nonsense, the last
-  /// ones that any camera of this process read.
+  /// Degrees Celsius from the thermistor; this camera's last valid reading when it does not answer,
+  /// or with nonsense.
   float GetADTemp();
   /// @param ad converter's value; @param refKOhm kilohms of the thermistor's divider
-  /// @return degrees Celsius; outside the thermistor's range the last ones that GetADTemp() read.
-  static float CalculTempuature(unsigned char ad, int refKOhm);
+  /// @return degrees Celsius; outside the thermistor's range this camera's last valid reading.
+  float CalculTempuature(unsigned char ad, int refKOhm);
   /// Like GetADTemp(), and remembers the result.
   float GetSensorTemp() override;
 

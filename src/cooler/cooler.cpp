@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -20,11 +19,6 @@ constexpr int kReferenceKiloOhms = 10;
 constexpr PidController::Gains kRegulationGains = {
     .proportional = 0.2F, .integral = 0, .differential = 0.6F};
 
-// Shared by all cameras of the process on purpose: a value that one was sent is not sent again to
-// another, and one whose thermistor does not answer shows what was last read.
-std::atomic<int> lastDriveSent{0};
-std::atomic<float> lastCelsius{0};
-
 int wholeDegrees(float celsius) {
   if (std::isnan(celsius)) return 0;
   using Limits = std::numeric_limits<int>;
@@ -39,16 +33,21 @@ std::uint32_t milliseconds(seam::Clock::Duration time) {
 
 }  // namespace
 
-float believedCelsius(std::uint8_t value, int referenceKiloOhms) {
-  const auto celsius = thermistorCelsius(value, referenceKiloOhms);
-  if (celsius) lastCelsius = *celsius;
-  return celsius.value_or(lastCelsius);
-}
-
 Cooler::Cooler(std::shared_ptr<CameraState> state, std::shared_ptr<VendorLink> link,
                std::shared_ptr<seam::Clock> clock)
     : state_(std::move(state)), link_(std::move(link)), clock_(std::move(clock)) {
   controller_.reset(kRegulationGains);
+}
+
+void Cooler::begin() {
+  const Lock lock(mutex_);
+  requested_.reset();
+  acknowledged_.reset();
+  reading_ = {};
+  readableAt_ = clock_->now();
+  state_->temperatureAt = CameraState::kNever;
+  state_->temperatureValid = false;
+  state_->coolerFault = CoolerFault::kNone;
 }
 
 void Cooler::setDrive(int drive) {
@@ -56,9 +55,9 @@ void Cooler::setDrive(int drive) {
   requestDrive(drive);
 }
 
-void Cooler::setPower(float percent) {
+bool Cooler::setPower(float percent) {
   const Lock lock(mutex_);
-  requestPower(percent);
+  return requestPower(percent);
 }
 
 void Cooler::resetController(const PidController::Gains& gains) {
@@ -76,10 +75,10 @@ void Cooler::setTarget(int celsius) {
   changeRegulation(state_->coolerOn, celsius);
 }
 
-void Cooler::setOn(bool on) {
+bool Cooler::setOn(bool on) {
   const Lock lock(mutex_);
   changeRegulation(on, state_->targetTemperature);
-  if (!on) requestPower(0);
+  return on || requestPower(0);
 }
 
 void Cooler::changeRegulation(bool on, int target) {
@@ -95,57 +94,98 @@ void Cooler::regulate(float celsius) {
 
 void Cooler::regulate(const StopSwitch& work) {
   const Lock lock(mutex_);
-  if (work.running()) step(state_->temperature);
+  if (!work.running() || state_->coolerFault != CoolerFault::kNone) return;
+  followLink();
+  if (reading_.kind == Reading::Kind::kCelsius) step(reading_.celsius);
+  if (reading_.kind == Reading::Kind::kTooCold) step(kLowestCelsius);
 }
 
 void Cooler::step(float celsius) {
   if (!filter_.accept(celsius, milliseconds(clock_->now())) || !state_->coolerOn) return;
-  const float error = static_cast<float>(state_->targetTemperature) - celsius;
+  const float error = static_cast<float>(aimOf(state_->targetTemperature)) - celsius;
   const float output = controller_.step(error);
   movePower(state_->coolerPower, output, error, [this](float percent) {
-    const auto before = drive_;
-    requestPower(percent);
-    return drive_ != before;
+    const auto before = requested_;
+    return !requestPower(percent) || requested_ != before;
   });
 }
 
-void Cooler::requestPower(float percent) {
+bool Cooler::requestPower(float percent) {
   const float usable = usablePercent(percent);
-  requestDrive(driveForCurrent(currentForPercent(usable)));
+  if (!requestDrive(driveForCurrent(currentForPercent(usable)))) return false;
   state_->coolerPower = usable;
+  return true;
 }
 
-void Cooler::requestDrive(int drive) {
-  if (lastDriveSent.exchange(drive) == drive) return;
-  sendDrive(drive);
+bool Cooler::requestDrive(int drive) {
+  requested_ = drive;
+  if (acknowledged_ == drive) return true;
+  acknowledged_.reset();  // a request without an answer may have arrived or not
+  const bool done = drive == kDriveOff ? link_->sendSafe(SafeRequest::kCoolerOff)
+                                       : link_->send(codeOf(VendorRequest::kCoolerDrive),
+                                                     static_cast<std::uint16_t>(drive));
+  if (done) acknowledged_ = drive;
+  return done;
 }
 
-void Cooler::sendDrive(int drive) {
-  drive_ = drive;
-  link_->send(static_cast<std::uint8_t>(VendorRequest::kCoolerDrive),
-              static_cast<std::uint16_t>(drive));
+/// A lost request for no power may have arrived since: the link repeats it.
+void Cooler::followLink() {
+  if (acknowledged_ || requested_ != kDriveOff || !link_->isSettled(SafeRequest::kCoolerOff))
+    return;
+  acknowledged_ = kDriveOff;
+  state_->coolerPower = 0;
 }
 
-float Cooler::readTemperature() const {
+Cooler::Reading Cooler::read() {
+  using enum Reading::Kind;
   std::array<std::uint8_t, 2> answer{};
-  if (!link_->receive(static_cast<std::uint8_t>(VendorRequest::kThermistor), 0, 0, answer)) {
-    answer = {};  // 0 is no temperature
+  if (!link_->receive(codeOf(VendorRequest::kThermistor), 0, 0, answer)) return {};
+  const std::uint8_t value = converterValue(answer[0], answer[1]);
+  if (const auto celsius = thermistorCelsius(value, kReferenceKiloOhms)) {
+    lastCelsius_ = *celsius;
+    return {.kind = kCelsius, .celsius = *celsius};
   }
-  return believedCelsius(converterValue(answer[0], answer[1]), kReferenceKiloOhms);
+  return {.kind = isColderThanRange(value, kReferenceKiloOhms) ? kTooCold : kNonsense};
+}
+
+float Cooler::believedCelsius(std::uint8_t value, int referenceKiloOhms) {
+  const auto celsius = thermistorCelsius(value, referenceKiloOhms);
+  if (celsius) lastCelsius_ = *celsius;
+  return celsius.value_or(lastCelsius_);
+}
+
+float Cooler::readTemperature() {
+  const Reading reading = read();
+  return reading.kind == Reading::Kind::kCelsius ? reading.celsius : lastCelsius_.load();
 }
 
 float Cooler::measure() {
-  const float celsius = readTemperature();
-  state_->temperature = celsius;
-  state_->temperatureRead = true;
-  return celsius;
+  const Reading reading = read();
+  const Lock lock(mutex_);
+  note(reading);
+  followLink();
+  watchReadings();
+  return state_->temperature;
 }
 
-void Cooler::switchOff() {
-  const Lock lock(mutex_);
-  requestPower(0);
-  // Another camera's value may have stood in for this one's, but a cooler must not be left running.
-  if (drive_ && drive_ != kDriveOff) sendDrive(kDriveOff);
+void Cooler::note(const Reading& reading) {
+  reading_ = reading;
+  if (reading.kind != Reading::Kind::kCelsius) {
+    state_->temperatureValid = false;
+    return;
+  }
+  readableAt_ = clock_->now();
+  state_->noteTemperature(reading.celsius, readableAt_);
+  if (state_->coolerFault.exchange(CoolerFault::kNone) != CoolerFault::kNone) {
+    controller_.reset(kRegulationGains);
+  }
+}
+
+void Cooler::watchReadings() {
+  if (clock_->now() - readableAt_ <= kReadingLifetime) return;
+  const bool answers = reading_.kind != Reading::Kind::kNoAnswer;
+  state_->coolerFault = answers ? CoolerFault::kOutOfRange : CoolerFault::kNoReading;
+  if (state_->coolerOn) requestPower(0);
 }
 
 }  // namespace orvik::cooler

@@ -41,13 +41,21 @@ constexpr auto kPoints = [] {
   return points;
 }();
 
+double kiloOhmsOf(std::uint8_t value, int referenceKiloOhms) {
+  return static_cast<double>(value * referenceKiloOhms) / (256 - value);
+}
+
 }  // namespace
 
 std::optional<float> thermistorCelsius(std::uint8_t value, int referenceKiloOhms) {
-  const double kiloOhms = static_cast<double>(value * referenceKiloOhms) / (256 - value);
+  const double kiloOhms = kiloOhmsOf(value, referenceKiloOhms);
   const auto celsius = interpolate(kPoints, &Point::kiloOhms, &Point::celsius, kiloOhms);
   if (!celsius || *celsius < kLowestCelsius || *celsius > kHighestCelsius) return std::nullopt;
   return static_cast<float>(*celsius);
+}
+
+bool isColderThanRange(std::uint8_t value, int referenceKiloOhms) {
+  return kiloOhmsOf(value, referenceKiloOhms) > kKiloOhms.front();
 }
 
 std::span<const double> thermistorKiloOhms() { return kKiloOhms; }

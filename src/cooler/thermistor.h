@@ -23,6 +23,10 @@ constexpr std::uint8_t converterValue(std::uint8_t byte0, std::uint8_t byte1) {
 /// @return degrees Celsius, or none outside the thermistor's range.
 std::optional<float> thermistorCelsius(std::uint8_t value, int referenceKiloOhms);
 
+/// Whether a value that stands for no temperature lies beyond the cold end of the range. Beyond the
+/// warm end lies a thermistor that does not answer as well, so nothing follows from that.
+bool isColderThanRange(std::uint8_t value, int referenceKiloOhms);
+
 /// Kilohms at each whole degree from kLowestCelsius to kHighestCelsius.
 std::span<const double> thermistorKiloOhms();
 

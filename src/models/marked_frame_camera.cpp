@@ -2,9 +2,7 @@
 #include "models/marked_frame_camera.h"
 
 #include <chrono>
-#include <map>
 #include <memory>
-#include <mutex>
 
 #include "cooler/camera_cool.h"
 #include "models/marked_frame_protocol.h"
@@ -32,18 +30,9 @@ int scaledToWidth(int lineLength, const ModelRow& model) {
 }  // namespace
 
 template <class Base>
-typename MarkedFrameCamera<Base>::Shared& MarkedFrameCamera<Base>::sharedBy(const ModelRow& row) {
-  static auto* const models = new std::map<const ModelRow*, Shared>;  // outlives every camera
-  static auto* const mutex = new std::mutex;
-  const std::lock_guard lock(*mutex);
-  return (*models)[&row];
-}
-
-template <class Base>
 MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& row, const MarkedFacts& facts)
     : ModelCamera<Base>(row, std::make_shared<MarkedFrameProtocol>(facts.keepsSensorAwake)),
-      facts_(facts),
-      shared_(sharedBy(row)) {
+      facts_(facts) {
   state().clockKhz = kClockAtStartKhz;
   state().lineLength = scaledToWidth(kLineLengthAtStart, row);
   this->LoadSetting(row.settingsKey);
@@ -51,7 +40,7 @@ MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& row, const MarkedFact
 
 template <class Base>
 LineLimits MarkedFrameCamera<Base>::lineLimits() const {
-  return {.bytesPerPercent = shared_.bytesPerPercent, .minLineLength = shared_.minLineLength};
+  return {.bytesPerPercent = bytesPerPercent_, .minLineLength = minLineLength_};
 }
 
 template <class Base>
@@ -110,7 +99,7 @@ template <class Base>
 void MarkedFrameCamera<Base>::useClock(const marked::SensorClock& clock) {
   link().writeSensorByte(sensor::kClock, clock.registerValue);
   state().clockKhz = clock.khz;
-  shared_.minLineLength = scaledToWidth(clock.minLineLength, model());
+  minLineLength_ = scaledToWidth(clock.minLineLength, model());
 }
 
 template <class Base>
@@ -151,7 +140,7 @@ int MarkedFrameCamera<Base>::converterBits() const {
 
 template <class Base>
 void MarkedFrameCamera<Base>::followHostPort() {
-  shared_.bytesPerPercent = state().usb3Host ? kBytesPerPercentUsb3 : kBytesPerPercentUsb2;
+  bytesPerPercent_ = state().usb3Host ? kBytesPerPercentUsb3 : kBytesPerPercentUsb2;
 }
 
 template <class Base>

@@ -53,17 +53,10 @@ class MarkedFrameCamera : public ModelCamera<Base> {
   [[nodiscard]] LineLimits lineLimits() const override;
 
  private:
-  /// Values that all cameras of one model share: the last one to set them wins.
-  struct Shared {
-    std::atomic<int> minLineLength{0};    ///< clock cycles
-    std::atomic<int> bytesPerPercent{0};  ///< what the port carries
-  };
-
   using Base::isOpen;
   using Base::link;
   using ModelCamera<Base>::binsOnSensor;
 
-  static Shared& sharedBy(const ModelRow& row);
   void playInitTable();
   void followHostPort();
   void useClock(const marked::SensorClock& clock);
@@ -72,7 +65,8 @@ class MarkedFrameCamera : public ModelCamera<Base> {
   void writeSensorPair(std::uint16_t address, int value);
 
   const MarkedFacts& facts_;
-  Shared& shared_;
+  std::atomic<int> minLineLength_{0};    ///< clock cycles, of the present clock
+  std::atomic<int> bytesPerPercent_{0};  ///< what the port carries
 };
 
 }  // namespace orvik

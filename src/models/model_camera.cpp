@@ -59,6 +59,7 @@ bool ModelCamera<Base>::InitCamera() {
   const auto lock = lockSettings();
   const auto settings = this->presentSettings();
   this->loadKeptDark();
+  link().makeSafe(model().cooled);  // a program that crashed may have left it in any state
   state().usb3Host = this->IsUSB3Host();
   if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
   this->SetHPCStates(this->LoadHPCTable());
@@ -256,15 +257,15 @@ template <class Base>
 float ModelCamera<Base>::GetSensorTemp() {
   if (model().cooled || !offers(Orvik_CTL_TEMPERATURE)) return Base::GetSensorTemp();
   std::array<std::uint8_t, 2> answer{};
-  if (!link().receive(static_cast<std::uint8_t>(VendorRequest::kTemperature), 0, 0, answer)) {
-    return state().temperature;
+  CameraState& now = state();
+  if (!link().receive(codeOf(VendorRequest::kTemperature), 0, 0, answer)) {
+    now.temperatureValid = false;
+    return now.temperature;
   }
   const int raw = answer[1] * 16 + (answer[0] >> 4);
-  if (raw != 0) {
-    state().temperature = static_cast<float>(raw >= 2048 ? raw - 4096 : raw) * 0.0625F;
-    state().temperatureRead = true;
-  }
-  return state().temperature;
+  const float celsius = static_cast<float>(raw >= 2048 ? raw - 4096 : raw) * 0.0625F;
+  now.noteTemperature(raw == 0 ? now.temperature.load() : celsius, this->clock().now());
+  return now.temperature;
 }
 
 template class ModelCamera<CCameraBase>;

@@ -9,13 +9,8 @@
 
 namespace orvik::test {
 
-/// Forgets what other tests of the process sent to coolers: the next value is sent, whatever it is.
-inline void forgetLastDrive() { CCameraT13C_C().SetDA(0); }
-
 /// Virtual cooled cameras that live on simulated time.
 struct CooledBench {
-  CooledBench() { forgetLastDrive(); }
-
   int plug(sim::CameraOptions options = {}) { return bench.plug(options, "T13C_C"); }
 
   std::shared_ptr<SteppedClock> clock = std::make_shared<SteppedClock>();

@@ -4,11 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <thread>
 
 #include "models/models.h"
 #include "orvik/orvik.h"
+#include "support/fault_script.h"
 #include "support/stepped_clock.h"
+#include "support/time_of.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -100,30 +103,59 @@ TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
 }
 
 // The camera object is left as it is when the process ends, as one held by the flat interface is.
-TEST(GuidingAtTheEnd, LinesGoOffWhenTheProgramEnds) {
-  const auto program = [](bool forks) {
-    static auto* const bench = new VirtualBench;
-    sim::CameraOptions options;
-    options.controlObserver = [](const sim::ControlRecord& record) {
-      if (record.setup.request == 0xB1) {
-        static_cast<void>(!write(STDERR_FILENO, "let go\n", 7));
-      }
+enum class Leaving { kInPeace, kAfterAFork, kWhileRequestsHang };
+
+[[noreturn]] void leaveACamera(Leaving how) {
+  static auto* const bench = new VirtualBench;
+  sim::CameraOptions options;
+  options.controlObserver = [](const sim::ControlRecord& record) {
+    const seam::SetupPacket& setup = record.setup;
+    const auto say = [](const char* text) {
+      static_cast<void>(!write(STDERR_FILENO, text, strlen(text)));
     };
-    bench->plug(options);
-    static auto* const camera = new CCameraT15C;
-    camera->OpenCamera(1);
-    camera->pulseGuideOn(Orvik_GUIDE_DIR_2);
-    const pid_t child = forks ? fork() : 0;
-    if (child != 0) {
-      waitpid(child, nullptr, 0);
-      _exit(0);
-    }
-    std::exit(0);  // NOLINT(concurrency-mt-unsafe)
+    if (setup.request == 0xB1 && setup.value == 2) say("line ");
+    if (setup.request == 0xB2 && setup.value == 255) say("cooler ");
+    if (setup.request == 0xAA) say("stream ");
+    if (setup.request == 0xBE && setup.value == 1) say("bus ");
   };
+  bench->plug(options, "T13C_C");
+  static auto* const faults =
+      new std::shared_ptr<fault::FaultHost>(new fault::FaultHost(bench->sharedHost()));
+  installHost(*faults);
+  static auto* const camera = new CCameraT13C_C;
+  camera->OpenCamera(1);
+  camera->pulseGuideOn(Orvik_GUIDE_DIR_2);
+  camera->SetPowerPerc(50);
+  camera->StartUSBStreaming();
+  camera->EnableGPIF32DQ(false);
+  const pid_t child = how == Leaving::kAfterAFork ? fork() : 0;
+  if (child != 0) {
+    waitpid(child, nullptr, 0);
+    _exit(0);
+  }
+  if (how == Leaving::kWhileRequestsHang) {
+    (*faults)->setScript(scriptOf("control deaf 60000"));
+    for (int n = 0; n < 3; ++n) {
+      std::thread([] {
+        for (;;) camera->WriteFPGAREG(13, 128);
+      }).detach();
+    }
+    eventually([] { return (*faults)->struck(fault::Action::kDeaf) > 0; });
+  }
+  std::exit(0);  // NOLINT(concurrency-mt-unsafe)
+}
+
+TEST(LeavingAtTheEnd, ACameraIsSafeWhenTheProgramEnds) {
   ::testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_EXIT(program(false), ::testing::ExitedWithCode(0), "^let go\n$");
-  EXPECT_EXIT(program(true), ::testing::ExitedWithCode(0), "^$")
+  EXPECT_EXIT(leaveACamera(Leaving::kInPeace), ::testing::ExitedWithCode(0),
+              "^line cooler stream bus $");
+  EXPECT_EXIT(leaveACamera(Leaving::kAfterAFork), ::testing::ExitedWithCode(0), "^$")
       << "a forked process owns no camera";
+  EXPECT_LT(timeOf([] {
+              EXPECT_EXIT(leaveACamera(Leaving::kWhileRequestsHang), ::testing::ExitedWithCode(0),
+                          "");
+            }),
+            15s);
 }
 
 }  // namespace

@@ -85,6 +85,12 @@ std::optional<ControlValue> Camera::valueIfAny(Orvik_CONTROL_TYPE type) const {
   return ControlValue{value, isAuto == Orvik_TRUE};
 }
 
+Orvik_COOLER_STATUS Camera::coolerStatus() const {
+  Orvik_COOLER_STATUS status;
+  check(OrvikGetCoolerStatus(index_, &status), "asking how the cooler stands");
+  return status;
+}
+
 ImageFormat Camera::format() const {
   ImageFormat format;
   expect(OrvikGetROIFormat(handle_, &format.width, &format.height, &format.bin, &format.type),

@@ -57,6 +57,9 @@ class Camera {
   [[nodiscard]] std::optional<ControlValue> valueIfAny(Orvik_CONTROL_TYPE type) const;
   void setValue(Orvik_CONTROL_TYPE type, ControlValue value);
 
+  /** How the cooler of a camera with one stands. */
+  [[nodiscard]] Orvik_COOLER_STATUS coolerStatus() const;
+
   [[nodiscard]] ImageFormat format() const;
   /** Sets size, bin and type. The region is centred; the format's start is not used. */
   void setFormat(const ImageFormat& format);

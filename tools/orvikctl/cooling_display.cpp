@@ -34,12 +34,25 @@ Range rangeOf(std::span<const CoolingSample> samples) {
 
 }  // namespace
 
+std::string faultText(Orvik_COOLER_FAULT fault) {
+  switch (fault) {
+    case Orvik_COOLER_NO_READING:
+      return "the thermistor does not answer";
+    case Orvik_COOLER_OUT_OF_RANGE:
+      return "the thermistor shows no temperature from -20 to 113 degC";
+    case Orvik_COOLER_NO_FAULT:
+      break;
+  }
+  return "";
+}
+
 std::string coolingText(const CoolingSample& sample) {
   const auto seconds = static_cast<long>(sample.seconds);
   std::array<char, 96> text{};
   std::snprintf(text.data(), text.size(), "%ld:%02ld  %.1f degC  target %d degC  power %d %%",
                 seconds / 60, seconds % 60, sample.temperature, sample.target, sample.power);
-  return text.data();
+  if (sample.fault == Orvik_COOLER_NO_FAULT) return text.data();
+  return std::string(text.data()) + "  power taken away: " + faultText(sample.fault);
 }
 
 std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, int columns,

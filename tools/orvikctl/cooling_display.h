@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "orvik/orvik_service.h"
+
 namespace orvik::ctl {
 
 /** How cooling stands at a moment. */
@@ -13,9 +15,14 @@ struct CoolingSample {
   double temperature = 0;  ///< of the sensor, degrees Celsius
   int target = 0;          ///< where the ramp is, degrees Celsius
   int power = 0;           ///< percent
+  Orvik_COOLER_FAULT fault =
+      Orvik_COOLER_NO_FAULT;  ///< if any, `temperature` is the last valid one
 };
 
-/** "0:42  12.3 degC  target 11 degC  power 38 %" */
+/** What a fault means, for people. */
+std::string faultText(Orvik_COOLER_FAULT fault);
+
+/** "0:42  12.3 degC  target 11 degC  power 38 %", and a fault if there is one. */
 std::string coolingText(const CoolingSample& sample);
 
 /**

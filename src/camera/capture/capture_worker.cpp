@@ -233,12 +233,11 @@ FrameFacts CaptureWorker::describeFrame() const {
     const Time frameTime = lineTime * (format_.rows() + kBlankRows);
     exposed = state_.settingsHistory.exposedUntil(facts.firstByte, frameTime);
     facts.exposureEnd = facts.firstByte;
-    facts.exposureStart =
-        facts.firstByte - std::chrono::microseconds(exposed.settings.exposureUs);
+    facts.exposureStart = facts.firstByte - std::chrono::microseconds(exposed.settings.exposureUs);
   }
   facts.settings = exposed.settings;
   facts.isSettled = exposed.isSettled;
-  if (state_.temperatureRead) facts.temperature = state_.temperature;
+  if (state_.temperatureIsRecent(parts_.clock->now())) facts.temperature = state_.temperature;
   return facts;
 }
 
@@ -253,7 +252,7 @@ void CaptureWorker::finish() {
   if (parts_.capture->isRunning()) end(Orvik_EXPSTATE_NONE, NoFrame::kStopped);
   automatic_.end();
   protocol_.finish(link_, longExposure_);
-  link_.send(code(VendorRequest::kStopStreaming));
+  link_.sendSafe(SafeRequest::kStopStreaming);
   stream_.stop();
   link_.resetBulkPipe();
 }

@@ -41,7 +41,7 @@ struct FrameFacts {
 
   FrameSettings settings{};
   bool isSettled = false;  ///< the settings were in effect for the whole of the exposure
-  std::optional<float> temperature{};  ///< degrees Celsius; none where it has never been read
+  std::optional<float> temperature{};  ///< degrees Celsius; none where it is not known
 };
 
 }  // namespace orvik

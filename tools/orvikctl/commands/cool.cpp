@@ -63,7 +63,7 @@ class Cooling {
    * @return false when the user interrupted
    */
   bool lead(double to, double degreesPerMinute, std::optional<double> seconds) {
-    const CoolingRamp ramp(temperature(), to, degreesPerMinute);
+    const CoolingRamp ramp(lastTemperature(), to, degreesPerMinute);
     const auto begun = Clock::now();
     for (;;) {
       const double gone = std::chrono::duration<double>(Clock::now() - begun).count();
@@ -75,7 +75,7 @@ class Cooling {
 
   /** Leads back to the temperature before cooling. False when the user interrupted. */
   bool warmUp(double degreesPerMinute) {
-    const CoolingRamp ramp(temperature(), startedAt_, degreesPerMinute);
+    const CoolingRamp ramp(lastTemperature(), startedAt_, degreesPerMinute);
     return lead(startedAt_, degreesPerMinute, ramp.duration());
   }
 
@@ -86,6 +86,8 @@ class Cooling {
   [[nodiscard]] double temperature() const {
     return camera_.value(Orvik_CTL_TEMPERATURE).value / 10.0;
   }
+  /** Warming up begins at the last temperature that could be read. */
+  [[nodiscard]] double lastTemperature() const { return camera_.coolerStatus().temperature / 10.0; }
 
   void follow(int target) {
     if (!target_ || *target_ != target) {
@@ -93,11 +95,24 @@ class Cooling {
       if (!target_) camera_.setValue(Orvik_CTL_COOLER_ON, {1, false});
       target_ = target;
     }
+    const Orvik_COOLER_STATUS status = camera_.coolerStatus();
+    tellFault(status.fault);
     last_ = {.seconds = std::chrono::duration<double>(Clock::now() - begun_).count(),
-             .temperature = temperature(),
+             .temperature = status.temperature / 10.0,
              .target = target,
-             .power = camera_.value(Orvik_CTL_COOL_POWER_PERC).value};
+             .power = status.power,
+             .fault = status.fault};
     display_.show(last_);
+  }
+
+  /** Once when it comes, and once when it goes. */
+  void tellFault(Orvik_COOLER_FAULT fault) const {
+    if (fault == last_.fault) return;
+    if (fault == Orvik_COOLER_NO_FAULT) {
+      std::cerr << "the temperature can be read again: cooling goes on\n";
+    } else {
+      std::cerr << "no cooling: " << faultText(fault) << "; the power has been taken away\n";
+    }
   }
 
   /** Until the next reading is due, or for `most` seconds. False when the user interrupted. */
@@ -134,7 +149,9 @@ Json resultOf(const Cooling& cooling, int target, const CoolingSample& coldest) 
           {"target", target},
           {"temperature", coldest.temperature},
           {"power", coldest.power},
-          {"reached", std::abs(coldest.temperature - target) <= kNear},
+          {"reached", coldest.fault == Orvik_COOLER_NO_FAULT &&
+                          std::abs(coldest.temperature - target) <= kNear},
+          {"fault", faultText(coldest.fault)},
           {"end", cooling.last().temperature},
           {"seconds", std::round(cooling.last().seconds)}};
 }

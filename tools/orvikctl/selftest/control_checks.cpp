@@ -61,19 +61,7 @@ void holdPresentTemperature(const Subject& subject) {
 
 /** Whether a value beyond its limits is set to the limit. */
 bool keepsToLimits(const Orvik_CONTROL_CAPS& caps) {
-  switch (caps.controlType) {
-    case Orvik_CTL_GAIN:
-    case Orvik_CTL_EXPOSURE:
-    case Orvik_CTL_WB_R:
-    case Orvik_CTL_WB_B:
-    case Orvik_CTL_BANDWIDTH:
-    case Orvik_CTL_HARDWARE_BIN:
-    case Orvik_CTL_HIGH_SPEED_MODE:
-    case Orvik_CTL_COOLER_ON:
-      return true;
-    default:
-      return false;
-  }
+  return caps.controlType != Orvik_CTL_FLIP;  // of which there is no nearest one
 }
 
 std::string limits(Subject& subject) {
@@ -103,8 +91,6 @@ std::string beyondLimits(Subject& subject) {
       OrvikSetControlValue(subject.index(), caps.controlType, value, Orvik_FALSE);
       static_cast<void>(subject.takeFrame());
     }
-    // After a gamma above its limit the next value counts as the limit, whatever it is.
-    subject.set(caps.controlType, caps.minValue);
     setAndExpect(subject, caps, caps.maxValue, caps.maxValue);
     ++tried;
   }
