@@ -13,12 +13,14 @@
 #include "sim/fault/script.h"
 #include "sim/hardware/flash_file.h"
 #include "sim/sky/scene.h"
+#include "sim/wire/link_options.h"
 
 namespace orvik::sim {
 
 enum class Pace : std::uint8_t {
-  kReal,  ///< frames in the time that the registers ask for
-  kFree,  ///< a frame whenever the host waits for data; a few pictures are made and repeated
+  kReal,  ///< frames in the time that the registers ask for, at the rate of the link
+  kFree,  ///< a frame whenever the host waits for data; a few pictures are made and repeated, and
+          ///< nothing takes time on the link
 };
 
 /// One control transfer, as it went over the wire.
@@ -54,6 +56,8 @@ struct CameraOptions {
   SceneKind sceneKind = SceneKind::kStars;
   std::shared_ptr<const Scene> scene;  ///< takes the place of `sceneKind` when given
   Pace pace = Pace::kReal;
+  LinkOptions link;
+  Temperament temperament;
   double light = 1;                  ///< factor on the scene's brightness
   LightColour colour;                ///< of the light
   double ambient = 20;               ///< degrees Celsius

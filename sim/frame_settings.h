@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +19,15 @@ enum class Marks : std::uint8_t {
 };
 
 constexpr std::size_t bytesOf(Marks marks) { return marks == Marks::kFourWords ? 8 : 4; }
+
+/// What is wrong with the picture of a sensor whose analogue parts are not trimmed.
+struct Flaws {
+  bool reference = false;  ///< all samples lie far too high
+  bool columns = false;    ///< each column has an offset of its own
+  bool converter = false;  ///< only a part of the converter's range is used
+
+  friend bool operator==(const Flaws&, const Flaws&) = default;
+};
 
 /// All that decides what a frame looks like and how long it takes, as decoded from a camera's
 /// registers at the moment the frame begins.
@@ -37,13 +47,19 @@ struct FrameSettings {
   /// Of the four samples of a mosaic cell, row by row, in 1/128.
   std::array<std::uint8_t, 4> cellGains = {128, 128, 128, 128};
 
+  int lines = 1;  ///< of a frame; its rows are the last of them
   seam::Clock::Duration frameTime{};
   seam::Clock::Duration exposure{};
   double celsius = 20;  ///< of the sensor
+  Flaws flaws;
 
   [[nodiscard]] std::size_t bytes() const {
     return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
            (wideOutput ? 2U : 1U);
+  }
+
+  [[nodiscard]] seam::Clock::Duration lineTime() const {
+    return std::max(frameTime / lines, seam::Clock::Duration{1});
   }
 
   friend bool operator==(const FrameSettings&, const FrameSettings&) = default;
@@ -58,7 +74,8 @@ enum class RunMode : std::uint8_t {
 /// What a camera is doing at present.
 struct CaptureState {
   RunMode mode = RunMode::kStopped;
-  bool shutterOpen = false;  ///< meaningful in triggered mode
+  bool bridgeStreams = false;  ///< the bridge passes on what comes from the board
+  bool shutterOpen = false;    ///< meaningful in triggered mode
   /// None while the registers contradict each other, so that no frame can come about.
   std::optional<FrameSettings> settings;
 };

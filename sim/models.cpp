@@ -29,11 +29,13 @@ constexpr PixelPhysics pixelOf(double fullWell, double readNoise, double darkCur
 }
 
 constexpr BoardFeatures kBinningAndFast = {.averages2x2 = true, .fastConversion = true};
+constexpr BoardFeatures kBinningFastAndTrimmed = {
+    .averages2x2 = true, .fastConversion = true, .manyTrims = true};
 constexpr BoardFeatures kBinningOnly = {.averages2x2 = true};
 constexpr BoardFeatures kFastOnly = {.fastConversion = true};
 
 // The cameras with an FPGA that marks each frame.
-constexpr SensorSheet k1304x976 = {BoardKind::kMarkedFrames, kBinningAndFast, 1304, 976,
+constexpr SensorSheet k1304x976 = {BoardKind::kMarkedFrames, kBinningFastAndTrimmed, 1304, 976,
                                    pixelOf(14700, 2.2, 0.1)};
 constexpr SensorSheet k1944x1224 = {BoardKind::kMarkedFrames, kBinningAndFast, 1944, 1224,
                                     pixelOf(14700, 2.0, 0.1)};

@@ -20,6 +20,18 @@ struct Word {
 
 constexpr std::array kPorts = {Word<bool>{"usb3", true}, Word<bool>{"usb2", false}};
 constexpr std::array kPaces = {Word<Pace>{"real", Pace::kReal}, Word<Pace>{"free", Pace::kFree}};
+constexpr std::array kLatches = {
+    Word<Temperament::Latch>{"frame", Temperament::Latch::kFrame},
+    Word<Temperament::Latch>{"immediate", Temperament::Latch::kImmediate},
+};
+constexpr std::array kModeChanges = {
+    Word<Temperament::ModeChange>{"finish", Temperament::ModeChange::kFinish},
+    Word<Temperament::ModeChange>{"cut", Temperament::ModeChange::kCut},
+};
+constexpr std::array kClearHalts = {
+    Word<Temperament::ClearHalt>{"discard", Temperament::ClearHalt::kDiscard},
+    Word<Temperament::ClearHalt>{"keep", Temperament::ClearHalt::kKeep},
+};
 // Within what a camera's white balance reaches.
 constexpr std::array kColours = {
     Word<LightColour>{"white", {1, 1, 1}},
@@ -88,6 +100,26 @@ bool readColour(std::string_view text, LightColour& colour) {
          readReal(text.substr(second + 1), 0, 1, colour.blue);
 }
 
+/// A word, or a rate in MB/s.
+bool readLink(std::string_view text, LinkOptions& link) {
+  if (text == "bus" || text == "unlimited") {
+    link.rate = text == "bus" ? LinkOptions::Rate::kOfBus : LinkOptions::Rate::kUnlimited;
+    return true;
+  }
+  double megabytes = 0;
+  if (!readReal(text, 1, 1000, megabytes)) return false;
+  link.rate = LinkOptions::Rate::kOfCable;
+  link.bytesPerSecond = megabytes * 1e6;
+  return true;
+}
+
+bool readLatency(std::string_view text, LinkOptions& link) {
+  const auto microseconds = number<std::uint32_t>(text);
+  if (!microseconds || *microseconds > 50'000) return false;
+  link.latency = std::chrono::microseconds(*microseconds);
+  return true;
+}
+
 /// What an option takes, for the message that refuses anything else.
 struct Key {
   std::string_view name;
@@ -106,6 +138,22 @@ constexpr std::array kKeys = {
         [](std::string_view v, CameraOptions& o) { return readWord(v, kScenes, o.sceneKind); }},
     Key{"pace", "real or free",
         [](std::string_view v, CameraOptions& o) { return readWord(v, kPaces, o.pace); }},
+    Key{"link", "bus, unlimited, or a number from 1 to 1000",
+        [](std::string_view v, CameraOptions& o) { return readLink(v, o.link); }},
+    Key{"latency", "a whole number from 0 to 50000",
+        [](std::string_view v, CameraOptions& o) { return readLatency(v, o.link); }},
+    Key{"latch", "frame or immediate",
+        [](std::string_view v, CameraOptions& o) {
+          return readWord(v, kLatches, o.temperament.latch);
+        }},
+    Key{"mode-change", "finish or cut",
+        [](std::string_view v, CameraOptions& o) {
+          return readWord(v, kModeChanges, o.temperament.modeChange);
+        }},
+    Key{"clear-halt", "discard or keep",
+        [](std::string_view v, CameraOptions& o) {
+          return readWord(v, kClearHalts, o.temperament.clearHalt);
+        }},
     Key{"flash", "the name of a file",
         [](std::string_view v, CameraOptions& o) { return readPath(v, o.flashPath); }},
     Key{"light", "a number from 0.001 to 1000",

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "seam/identity.h"
+#include "sim/wire/bus.h"
 #include "sim/wire/descriptors.h"
 #include "sim/wire/device.h"
 #include "sim/wire/port.h"
@@ -23,7 +24,10 @@ constexpr std::uint32_t serialOf(int id) { return 0x56454B00U + static_cast<std:
 
 }  // namespace
 
-SimHost::SimHost(std::shared_ptr<seam::Clock> clock) : clock_(std::move(clock)) {}
+SimHost::SimHost(std::shared_ptr<seam::Clock> clock)
+    : clock_(std::move(clock)),
+      usb2_(std::make_shared<Bus>(Bus::kUsb2BytesPerSecond)),
+      usb3_(std::make_shared<Bus>(Bus::kUsb3BytesPerSecond)) {}
 
 SimHost::~SimHost() { unplugAll(); }
 
@@ -43,7 +47,8 @@ int SimHost::plug(const Model& model, const CameraOptions& options) {
   camera.model = &model;
   camera.serial = options.serial.value_or(serialOf(camera.id));
 
-  auto device = std::make_shared<Device>(model, options, camera.serial, camera.info, clock_);
+  auto device = std::make_shared<Device>(model, options, camera.serial, camera.info, clock_,
+                                         location.bus == kUsb3Bus ? usb3_ : usb2_);
   std::shared_ptr<fault::Faults> faults;
   if (!options.faults.rules.empty()) {
     faults = std::make_shared<fault::Faults>(options.faults, changes_);
@@ -88,6 +93,18 @@ std::vector<GuideEvent> SimHost::guideLog(int id) {
   const std::lock_guard lock(mutex_);
   const auto found = cameras_.find(id);
   return found == cameras_.end() ? std::vector<GuideEvent>{} : found->second.device->guideLog();
+}
+
+std::vector<StrayRequest> SimHost::strays(int id) {
+  const std::lock_guard lock(mutex_);
+  const auto found = cameras_.find(id);
+  return found == cameras_.end() ? std::vector<StrayRequest>{} : found->second.device->strays();
+}
+
+std::uint64_t SimHost::bytesLostOnLink(int id) {
+  const std::lock_guard lock(mutex_);
+  const auto found = cameras_.find(id);
+  return found == cameras_.end() ? 0 : found->second.device->bytesLostOnLink();
 }
 
 std::optional<double> SimHost::sensorCelsius(int id) {

@@ -14,10 +14,12 @@
 #include "sim/camera_options.h"
 #include "sim/fault/faults.h"
 #include "sim/hardware/guide_port.h"
+#include "sim/hardware/stray_request.h"
 #include "sim/models.h"
 
 namespace orvik::sim {
 
+class Bus;
 class Device;
 
 /// A plugged virtual camera.
@@ -51,6 +53,12 @@ class SimHost final : public seam::Host {
   /// What the guide lines of a camera have done; empty when no camera has this id.
   [[nodiscard]] std::vector<GuideEvent> guideLog(int id);
 
+  /// The vendor requests to a camera that came to nothing; empty when no camera has this id.
+  [[nodiscard]] std::vector<StrayRequest> strays(int id);
+
+  /// Bytes of frames that a camera's link could not carry; 0 when no camera has this id.
+  [[nodiscard]] std::uint64_t bytesLostOnLink(int id);
+
   /// What a thermometer at the camera's sensor shows, degrees Celsius; none when no camera has this
   /// id.
   [[nodiscard]] std::optional<double> sensorCelsius(int id);
@@ -78,6 +86,8 @@ class SimHost final : public seam::Host {
 
   const std::shared_ptr<seam::Clock> clock_;
   const std::shared_ptr<seam::ChangeCount> changes_ = std::make_shared<seam::ChangeCount>();
+  const std::shared_ptr<Bus> usb2_;
+  const std::shared_ptr<Bus> usb3_;
   std::mutex mutex_;
   std::map<int, Entry> cameras_;
   int lastId_ = 0;

@@ -31,6 +31,10 @@ class RunningCamera {
     port_ = host_.open(host_.devices().front());
     port_->claimInterface(0);
     control_ = port_->newControlTransfer();
+    out(0xAF, 0, 0);
+    constexpr int kSensor[][2] = {{0x305C, 0x20}, {0x305D, 0}, {0x305E, 0x20}, {0x305F, 0},
+                                  {0x3002, 1},    {0x3049, 0}, {0x3007, 0x40}};
+    for (const auto& [address, value] : kSensor) out(0xB6, address, value);
     sensorWord(0x303E, kColumns);
     sensorWord(0x303A, kRows);
     constexpr int kFpga[][2] = {{2, 4},

@@ -57,7 +57,18 @@ typedef struct Orvik_SIM_CAMERA {
  *     the same pictures
  *   - `scene=stars|moon|planet|grey|dark|gradient` what the telescope looks at (stars)
  *   - `pace=real|free` frames in the time that the camera's registers ask for, or as fast as the
- *     host asks (real). A free-running camera repeats a few pictures made beforehand.
+ *     host asks (real). At free pace a free-running camera repeats a few pictures made beforehand,
+ *     and nothing takes time on the link.
+ *   - `link=bus|unlimited|N` what the camera's link carries (bus): the rate of the bus, 40 MB/s of
+ *     USB 2 and 400 MB/s of USB 3, which all cameras on it share; anything; or N MB/s at most, 1
+ *     to 1000. A camera that sends more than its link carries loses a part of its frames.
+ *   - `latency=N` how long a control request takes, microseconds, 0 to 50000 (110)
+ *   - `latch=frame|immediate` when a register takes effect in a video: with the next frame, or with
+ *     the next row (frame)
+ *   - `mode-change=finish|cut` what becomes of the frame that is read out when exposures change
+ *     from the sensor's own timing to the host's or back: it comes whole, or not at all (finish)
+ *   - `clear-halt=discard|keep` whether clearing the bulk pipe throws away what waits in the camera,
+ *     and the rest of the frame (discard)
  *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
  *   - `colour=white|red|blue|R:G:B` colour of the light (white); R, G and B, from 0 to 1, are the
  *     shares of it that are left in each colour

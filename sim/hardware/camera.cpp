@@ -13,6 +13,7 @@ namespace orvik::sim {
 namespace {
 
 constexpr std::uint8_t kFirmware = 0x12;
+constexpr std::size_t kMostStrays = 1000;  // later ones go unnoted
 
 bool isIn(const seam::SetupPacket& setup) { return (setup.requestType & 0x80U) != 0; }
 
@@ -40,8 +41,14 @@ std::optional<std::size_t> Camera::request(const seam::SetupPacket& setup,
   } else if (data.empty() ? command(setup) : take(setup, data)) {
     moved = data.size();
   }
+  noteStray(setup, !moved);
   thermometer_.setWorking(runMode() != RunMode::kStopped, clock_->now());
   return moved;
+}
+
+void Camera::noteStray(const seam::SetupPacket& setup, bool refused) {
+  const bool stray = refused || !board_->holds(setup.request, setup.value);
+  if (stray && strays_.size() < kMostStrays) strays_.push_back({setup, refused});
 }
 
 std::optional<std::size_t> Camera::requestOfCore(const seam::SetupPacket& setup,
@@ -76,7 +83,7 @@ bool Camera::unheard(std::uint8_t request) const {
     case kReadSensor:
     case kWriteSensorWord:
     case kReadSensorWord:
-      return !sensorClockRuns_;
+      return sensorClock_ == SensorClock::kStopped;
     default:
       return false;
   }
@@ -90,7 +97,8 @@ bool Camera::command(const seam::SetupPacket& setup) {
       return true;
     case kStartSensorClock:
     case kStopSensorClock:
-      sensorClockRuns_ = setup.request == kStartSensorClock;
+      sensorClock_ =
+          setup.request == kStartSensorClock ? SensorClock::kRuns : SensorClock::kStopped;
       return true;
     case kGuideOn:
     case kGuideOff:
@@ -154,7 +162,8 @@ void Camera::busReset() {
 }
 
 RunMode Camera::runMode() const {
-  return streaming_ && sensorClockRuns_ ? board_->runMode() : RunMode::kStopped;
+  const bool flows = streaming_ && wideBusOn_ && sensorClock_ == SensorClock::kRuns;
+  return flows ? board_->runMode() : RunMode::kStopped;
 }
 
 double Camera::sensorCelsius() const {
@@ -164,6 +173,7 @@ double Camera::sensorCelsius() const {
 CaptureState Camera::captureState() const {
   CaptureState state;
   state.mode = runMode();
+  state.bridgeStreams = streaming_;
   state.shutterOpen = board_->shutterOpen();
   if (state.mode == RunMode::kStopped) return state;
   state.settings = board_->frameSettings();

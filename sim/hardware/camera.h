@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "seam/clock.h"
 #include "seam/usb_host.h"
@@ -16,6 +17,7 @@
 #include "sim/hardware/guide_port.h"
 #include "sim/hardware/sensor_board.h"
 #include "sim/hardware/spi_flash.h"
+#include "sim/hardware/stray_request.h"
 #include "sim/hardware/thermometer.h"
 #include "sim/models.h"
 
@@ -38,15 +40,21 @@ class Camera {
   [[nodiscard]] CaptureState captureState() const;
   [[nodiscard]] double sensorCelsius() const;
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
+  /// The vendor requests that the camera has refused, and those to registers that it has not.
+  [[nodiscard]] const std::vector<StrayRequest>& strays() const { return strays_; }
 
  private:
-  /// Whether a request is for the sensor while that is without its clock: it does not acknowledge
-  /// its address then.
+  /// The sensor takes no picture before its clock has been started. Its registers can be written at
+  /// that time, but not after the clock has been stopped: it does not acknowledge its address then.
+  enum class SensorClock : std::uint8_t { kNotStarted, kRuns, kStopped };
+
+  /// Whether a request is for the sensor while that does not acknowledge its address.
   [[nodiscard]] bool unheard(std::uint8_t request) const;
   /// Requests that carry data to the bridge. @return false when it refuses.
   bool take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
   bool command(const seam::SetupPacket& setup);
   std::optional<std::size_t> answer(const seam::SetupPacket& setup, std::span<std::uint8_t> data);
+  void noteStray(const seam::SetupPacket& setup, bool refused);
   std::optional<std::size_t> readFlash(const seam::SetupPacket& setup,
                                        std::span<std::uint8_t> data) const;
   bool writeFlash(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
@@ -60,13 +68,14 @@ class Camera {
   std::shared_ptr<seam::Clock> clock_;
   BridgeCore core_;
   bool streaming_ = false;
-  bool sensorClockRuns_ = true;
+  SensorClock sensorClock_ = SensorClock::kNotStarted;
   bool wideBusOn_ = true;  ///< the bridge's 32-bit bus, which shares its pins with the flash
   std::unique_ptr<SensorBoard> board_;
   SpiFlash flash_;
   GuidePort guidePort_;
   Thermometer thermometer_;
   std::optional<Cooler> cooler_;  ///< takes the thermometer's place
+  std::vector<StrayRequest> strays_;
 };
 
 }  // namespace orvik::sim

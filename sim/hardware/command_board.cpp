@@ -31,15 +31,26 @@ std::optional<std::size_t> CommandBoard::answer(std::uint8_t request, std::uint1
   }
 }
 
+bool CommandBoard::holds(std::uint8_t request, std::uint16_t address) const {
+  switch (request) {
+    case kWriteSensor:
+    case kReadSensor:
+      return CommandSensor::has(address);
+    case kWriteFpga:
+    case kReadFpga:
+      return ShutterLogic::has(address);
+    default:
+      return true;
+  }
+}
+
 RunMode CommandBoard::runMode() const {
   if (!sensor_.running()) return RunMode::kStopped;
   return sensor_.state(kKilohertz).exposureLines == 0 ? RunMode::kTriggered : RunMode::kFreeRunning;
 }
 
 std::optional<FrameSettings> CommandBoard::frameSettings() const {
-  const SelfTimed sensor = sensor_.state(kKilohertz);
-  if (!logic_.gathers(sensor.lineCycles)) return std::nullopt;
-  return decodeSelfTimed(sensor, format_);
+  return decodeSelfTimed(sensor_.state(kKilohertz), format_);
 }
 
 }  // namespace orvik::sim

@@ -81,6 +81,10 @@ CommandSensor::CommandSensor(const Model& model) {
   variables_.hold(true);
 }
 
+bool CommandSensor::has(std::uint16_t address) {
+  return address >= kCommand && address <= kValueLow;
+}
+
 void CommandSensor::write(std::uint16_t address, std::uint8_t value) {
   switch (address) {
     case kCommand:

@@ -40,6 +40,8 @@ class CommandSensor {
  public:
   explicit CommandSensor(const Model& model);
 
+  /// Whether a register stands at this address.
+  [[nodiscard]] static bool has(std::uint16_t address);
   /// Any address is acknowledged; the ones that hold no register are ignored and read as 0.
   void write(std::uint16_t address, std::uint8_t value);
   /// Reading command or state lets the processor get on with its work.

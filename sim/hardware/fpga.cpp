@@ -26,14 +26,30 @@ constexpr std::uint8_t kUnityGain = 128;
 }  // namespace
 
 Fpga::Fpga() {
-  for (std::size_t n = 0; n < 4; ++n) registers_.writeThrough(kRedGain + n, kUnityGain);
   for (std::size_t n = 0; n < kVersionBytes.size(); ++n) {
     registers_.writeThrough(kVersion + n, kVersionBytes.at(n));
   }
 }
 
+bool Fpga::has(std::uint16_t number) {
+  switch (number) {
+    case kRun:
+    case kHold:
+    case kInputMode:
+    case kInputPhase:
+    case kDepth:
+    case kShutter:
+      return true;
+    default:
+      return (number >= kColumns && number < kColumns + 2) ||
+             (number >= kRows && number < kRows + 2) ||
+             (number >= kRedGain && number < kLineCycles + 2) ||
+             (number >= kVersion && number < kVersion + kVersionBytes.size());
+  }
+}
+
 void Fpga::write(std::uint16_t number, std::uint8_t value) {
-  if (number > 255) return;
+  if (!has(number)) return;
   if (number >= kVersion && number < kVersion + kVersionBytes.size()) return;
   switch (number) {
     case kHold:
@@ -50,7 +66,7 @@ void Fpga::write(std::uint16_t number, std::uint8_t value) {
 }
 
 std::uint8_t Fpga::read(std::uint16_t number) const {
-  return number > 255 ? std::uint8_t{0} : registers_.written(number);
+  return has(number) ? registers_.written(number) : std::uint8_t{0};
 }
 
 RunMode Fpga::runMode() const {

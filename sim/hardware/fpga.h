@@ -25,13 +25,16 @@ namespace orvik::sim {
 /// | 19, 20 | line length in clock cycles |
 /// | 29 to 31 | version, read only |
 ///
-/// The gains do nothing behind a mono sensor. Columns, rows and lengths are 0 after power-up: no
-/// frame comes before they are written.
+/// The gains do nothing behind a mono sensor. After power-up all but the version is 0: no frame
+/// comes before columns, rows and lengths are written, and one of a colour sensor is black before
+/// the gains are.
 class Fpga {
  public:
   Fpga();
 
-  /// Numbers above 255 hold no register: they are ignored and read as 0.
+  /// Whether there is a register of this number.
+  [[nodiscard]] static bool has(std::uint16_t number);
+  /// Numbers that have no register are ignored and read as 0.
   void write(std::uint16_t number, std::uint8_t value);
   [[nodiscard]] std::uint8_t read(std::uint16_t number) const;
 
@@ -50,7 +53,7 @@ class Fpga {
   [[nodiscard]] int lineCycles() const;
 
  private:
-  RegisterFile<256> registers_;
+  RegisterFile<32> registers_;
 };
 
 }  // namespace orvik::sim

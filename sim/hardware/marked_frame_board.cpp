@@ -32,6 +32,19 @@ std::optional<std::size_t> MarkedFrameBoard::answer(std::uint8_t request, std::u
   }
 }
 
+bool MarkedFrameBoard::holds(std::uint8_t request, std::uint16_t address) const {
+  switch (request) {
+    case kWriteSensor:
+    case kReadSensor:
+      return sensor_.has(address);
+    case kWriteFpga:
+    case kReadFpga:
+      return Fpga::has(address);
+    default:
+      return true;
+  }
+}
+
 RunMode MarkedFrameBoard::runMode() const {
   return sensor_.standby() ? RunMode::kStopped : fpga_.runMode();
 }

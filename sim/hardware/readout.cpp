@@ -45,6 +45,7 @@ std::array<std::uint8_t, 4> gainsOfCell(const Fpga& fpga, const SensorFormat& fo
 
 std::optional<FrameSettings> decodeReadout(const Sensor& sensor, const Fpga& fpga,
                                            const SensorFormat& format) {
+  if (!sensor.followsFpga()) return std::nullopt;
   FrameSettings settings;
   settings.area = sensor.readoutArea();
   if (!format.holds(settings.area)) return std::nullopt;
@@ -64,6 +65,7 @@ std::optional<FrameSettings> decodeReadout(const Sensor& sensor, const Fpga& fpg
   settings.linkBits = fpga.linkBits();
   settings.wideOutput = fpga.wideOutput();
   settings.cellGains = gainsOfCell(fpga, format);
+  settings.flaws = sensor.flaws();
   if (settings.bytes() < bytesOf(settings.marks)) return std::nullopt;
 
   const int kilohertz = sensor.clockKilohertz();
@@ -71,8 +73,11 @@ std::optional<FrameSettings> decodeReadout(const Sensor& sensor, const Fpga& fpg
       fpga.frameLines() <= settings.rows) {
     return std::nullopt;
   }
+  settings.lines = fpga.frameLines();
   settings.frameTime = lineTimes(fpga.frameLines(), fpga.lineCycles(), kilohertz);
-  const int exposed = std::max(fpga.frameLines() - sensor.shutterLine() - 1, 0);
+  // Lines count from 0. The shutter opens as line `shutterLine` ends, and closes as the last ends.
+  const int lastLine = fpga.frameLines() - 1;
+  const int exposed = std::max(lastLine - sensor.shutterLine(), 0);
   settings.exposure = lineTimes(exposed, fpga.lineCycles(), kilohertz);
   return settings;
 }

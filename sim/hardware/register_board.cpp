@@ -58,6 +58,19 @@ std::optional<std::size_t> RegisterBoard::answer(std::uint8_t request, std::uint
   }
 }
 
+bool RegisterBoard::holds(std::uint8_t request, std::uint16_t address) const {
+  switch (request) {
+    case kWriteSensorWord:
+    case kReadSensorWord:
+      return sensor_.has(address);
+    case kWriteFpga:
+    case kReadFpga:
+      return ShutterLogic::has(address);
+    default:
+      return true;
+  }
+}
+
 SelfTimed RegisterBoard::sensorState() const {
   return sensor_.state(fastClock_ ? kFastKilohertz : kSlowKilohertz);
 }

@@ -20,6 +20,7 @@ class RegisterBoard final : public SensorBoard {
   bool command(std::uint8_t request, std::uint16_t value, std::uint16_t index) override;
   std::optional<std::size_t> answer(std::uint8_t request, std::uint16_t value,
                                     std::span<std::uint8_t> room) override;
+  [[nodiscard]] bool holds(std::uint8_t request, std::uint16_t address) const override;
   [[nodiscard]] RunMode runMode() const override;
   [[nodiscard]] bool shutterOpen() const override { return logic_.shutterOpen(); }
   [[nodiscard]] std::optional<FrameSettings> frameSettings() const override;

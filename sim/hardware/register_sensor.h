@@ -28,6 +28,8 @@ class RegisterSensor {
  public:
   explicit RegisterSensor(const Model& model);
 
+  /// Whether a register stands at this address.
+  [[nodiscard]] bool has(std::uint16_t address) const;
   /// Any address is acknowledged; the ones that hold no register are ignored and read as 0.
   void write(std::uint16_t address, std::uint16_t value);
   [[nodiscard]] std::uint16_t read(std::uint16_t address) const;
@@ -40,7 +42,6 @@ class RegisterSensor {
   static constexpr std::uint16_t kFirst = 0x3000;
   static constexpr std::uint16_t kCount = 0x30;
 
-  [[nodiscard]] bool has(std::uint16_t address) const;
   [[nodiscard]] int value(std::uint16_t address) const;
   [[nodiscard]] int clockPercent() const;
 

@@ -45,6 +45,7 @@ std::optional<FrameSettings> decodeSelfTimed(const SelfTimed& sensor, const Sens
   if (settings.bytes() < bytesOf(settings.marks)) return std::nullopt;
 
   const int exposed = std::min(sensor.exposureLines, sensor.frameLines - 1);
+  settings.lines = sensor.frameLines;
   settings.frameTime = lineTimes(sensor.frameLines, sensor.lineCycles, sensor.kilohertz);
   settings.exposure = lineTimes(exposed, sensor.lineCycles, sensor.kilohertz);
   return settings;

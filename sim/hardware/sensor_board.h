@@ -31,6 +31,10 @@ class SensorBoard {
   virtual std::optional<std::size_t> answer(std::uint8_t request, std::uint16_t value,
                                             std::span<std::uint8_t> room) = 0;
 
+  /// Whether there is a register behind this request to read or write one; true for a request that
+  /// has nothing to do with registers.
+  [[nodiscard]] virtual bool holds(std::uint8_t request, std::uint16_t address) const = 0;
+
   /// What the board does while the bridge passes on its frames.
   [[nodiscard]] virtual RunMode runMode() const = 0;
   [[nodiscard]] virtual bool shutterOpen() const = 0;

@@ -10,6 +10,11 @@ constexpr std::uint16_t kLineHigh = 20;
 
 }  // namespace
 
+bool ShutterLogic::has(std::uint16_t number) {
+  return number == kShutter || number == kLineLow || number == kLineHigh ||
+         (number >= 29 && number <= 31);
+}
+
 void ShutterLogic::write(std::uint16_t number, std::uint8_t value) {
   switch (number) {
     case kShutter:

@@ -4,11 +4,19 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
+
+#include "sim/random.h"
 
 namespace orvik::sim {
 namespace {
 
 constexpr float kTop = 4095;
+// What an untrimmed sensor does; in steps but for the last.
+constexpr float kReferenceOffset = 700;
+constexpr std::uint64_t kColumnOffsets = 500;
+constexpr double kConverterShare = 0.25;
+
 constexpr float kLargestDeviation = 32767.0F / Signal::kDeviationUnits;
 
 /// The constants of one exposure.
@@ -27,8 +35,10 @@ struct Conversion {
         darkFactor(std::exp2((settings.celsius - 20) / 6)),
         fullWell(static_cast<float>(condition.pixel.fullWell)),
         stepsPerElectron(
-            static_cast<float>(4095 / condition.pixel.fullScale * settings.amplification)),
-        blackLevel(static_cast<float>(settings.blackLevel)),
+            static_cast<float>(4095 / condition.pixel.fullScale * settings.amplification *
+                               (settings.flaws.converter ? kConverterShare : 1))),
+        blackLevel(static_cast<float>(settings.blackLevel) +
+                   (settings.flaws.reference ? kReferenceOffset : 0)),
         readVariance(static_cast<float>(condition.pixel.readNoise * condition.pixel.readNoise)),
         ideal(condition.ideal) {
     darkCurrent = ideal ? 0 : static_cast<float>(condition.pixel.darkCurrent * darkFactor);
@@ -80,6 +90,14 @@ void convertPixels(std::span<const float> electrons, const Conversion& c, Row& p
     const float photonVariance = electrons[x] < c.fullWell ? kept : 0.0F;
     pixels.steps[x] = c.blackLevel + kept * c.stepsPerElectron;
     pixels.variance[x] = (c.readVariance + photonVariance) * squared;
+  }
+}
+
+/// The offsets of column amplifiers that nobody has trimmed belong to the columns of the sensor.
+void addColumnOffsets(const Area& area, Row& pixels) {
+  for (std::size_t x = 0; x < pixels.steps.size(); ++x) {
+    const std::uint64_t column = static_cast<std::uint64_t>(area.x) + x;
+    pixels.steps[x] += static_cast<float>(scramble(column) % kColumnOffsets);
   }
 }
 
@@ -140,6 +158,7 @@ void computeSignal(const FrameSettings& settings, const SensorCondition& conditi
                     electrons);
       addHotPixels(condition, conversion, settings.area, row, electrons);
       convertPixels(electrons, conversion, pixels);
+      if (settings.flaws.columns) addColumnOffsets(settings.area, pixels);
       if (settings.bin > 1) addRow(pixels, settings.bin, mosaic, sums);
     }
     storeRow(settings.bin > 1 ? sums : pixels, settings.bin, conversion.ideal,

@@ -1,44 +1,73 @@
 // SPDX-License-Identifier: MIT
 #include "sim/stream/streamer.h"
 
+#include <algorithm>
+#include <chrono>
 #include <new>
 #include <system_error>
 #include <utility>
 
-#include "sim/picture/marks.h"
-
 namespace orvik::sim {
 namespace {
 
+using Duration = seam::Clock::Duration;
+
 /// How many frames a machine too slow for the camera may lag behind before it loses some.
 constexpr int kMostFramesBehind = 8;
+
+/// Rows that come off the board are put into the FIFO in parts of about this size: small beside
+/// the FIFO, so that filling and emptying it overlap as they do in the hardware.
+constexpr std::size_t kRowsBytes = LinkFifo::kBytes / 16;
+
+/// The thread looks at what has arrived after so many bytes, give or take half of it.
+constexpr int kPortion = 256 << 10;
+
+/// When a free-running frame's first row begins to come off the board.
+Duration readoutOf(const FrameSettings& settings, Duration frameEnds) {
+  return frameEnds - settings.lineTime() * settings.rows;
+}
+
+/// Whether two settings differ in what registers say.
+bool differ(const FrameSettings& one, FrameSettings other) {
+  other.celsius = one.celsius;
+  return one != other;
+}
 
 }  // namespace
 
 Streamer::Streamer(std::mutex& mutex, const Camera& camera, BulkPipe& pipe,
                    std::shared_ptr<seam::Clock> clock, const CameraOptions& options,
-                   PictureMaker maker)
+                   CameraLink link, PictureMaker maker)
     : mutex_(mutex),
       camera_(camera),
       pipe_(pipe),
       clock_(std::move(clock)),
       pace_(options.pace),
-      filter_(options.frameFilter),
-      maker_(std::move(maker)) {}
+      temperament_(options.temperament),
+      link_(std::move(link)),
+      pictures_(options, std::move(maker)),
+      jitter_(options.seed) {}
+
+void Streamer::advance() {
+  if (timed() && wanted()) readRows(clock_->now());
+}
 
 void Streamer::update() {
-  const RunMode before = state_.mode;
-  state_ = camera_.captureState();
-  if (state_.mode != before) {
-    // A sensor that changes from one way of exposing to another finishes the frame that it sends.
-    const bool finishes = state_.mode != RunMode::kStopped && outgoing_ && outgoing_->onItsWay;
-    if (!finishes) flush();
-    exposing_.reset();
-    shutterOpened_.reset();
-    exposed_.reset();
+  const CaptureState before = std::exchange(state_, camera_.captureState());
+  if (before.bridgeStreams && !state_.bridgeStreams) {
+    dropFrames();
+    discard();
+  } else if (state_.mode != before.mode) {
+    const bool finishes = state_.mode != RunMode::kStopped &&
+                          temperament_.modeChange == Temperament::ModeChange::kFinish;
+    dropExposures();
+    if (!finishes) reading_.reset();
   }
+  if (state_.mode == RunMode::kStopped) link_.rest();
+  const Duration now = clock_->now();
+  followSettings(now);
   followShutter();
-  beginExposure();
+  beginExposure(now);
   startThread();
   wake();
 }
@@ -48,22 +77,51 @@ void Streamer::wake() {
   work_.notify_one();
 }
 
-void Streamer::flush() {
-  ++epoch_;
-  outgoing_.reset();
+void Streamer::pipeCleared() {
+  if (temperament_.clearHalt == Temperament::ClearHalt::kDiscard) discard();
+}
+
+/// What is being exposed or read out comes to nothing; what has been read out stays.
+void Streamer::dropFrames() {
+  reading_.reset();
+  dropExposures();
+}
+
+void Streamer::dropExposures() {
+  ++changes_;
+  exposing_.reset();
+  exposed_.reset();
+  shutterOpened_.reset();
+}
+
+/// Throws away what waits for the host, and what is still to come of the frame.
+void Streamer::discard() {
+  ++changes_;
+  ++discards_;
+  outbox_.clear();
+  link_.clear();
+  pipe_.beginPacket();
+  if (reading_) reading_->lost = true;
 }
 
 void Streamer::setHostPresent(bool present) {
   hostPresent_ = present;
-  if (!present) exposing_.reset();
-  beginExposure();
+  if (!present) {
+    ++changes_;
+    exposing_.reset();
+    reading_.reset();
+    link_.rest();
+  }
+  beginExposure(clock_->now());
   startThread();
   wake();
 }
 
 void Streamer::stop() {
   stopped_ = true;
-  flush();
+  dropFrames();
+  discard();
+  link_.rest();
   wake();
 }
 
@@ -88,24 +146,55 @@ void Streamer::startThread() {
   }
 }
 
-void Streamer::beginExposure() {
-  const bool timed = state_.mode == RunMode::kFreeRunning && pace_ == Pace::kReal;
-  if (!wanted() || !timed || exposing_ || !state_.settings) return;
-  exposing_ = Exposure{*state_.settings, clock_->now() + state_.settings->frameTime};
+void Streamer::beginExposure(Duration now) {
+  if (!wanted() || !timed() || state_.mode != RunMode::kFreeRunning || !state_.settings ||
+      exposing_ || reading_) {
+    return;
+  }
+  exposing_ = Exposure{*state_.settings, now, now + state_.settings->frameTime};
+  link_.use(*state_.settings);
 }
 
 void Streamer::followShutter() {
   if (state_.mode != RunMode::kTriggered) return;
+  const Duration now = clock_->now();
   if (state_.shutterOpen && !shutterOpened_) {
-    shutterOpened_ = clock_->now();
-    if (state_.settings) exposing_ = Exposure{*state_.settings, {}};
+    shutterOpened_ = now;
+    if (state_.settings) exposing_ = Exposure{*state_.settings, now, now};
   } else if (!state_.shutterOpen && shutterOpened_) {
     if (exposing_) {
-      exposed_ = exposing_->settings;
-      exposed_->exposure = clock_->now() - *shutterOpened_;
+      exposed_ = Exposure{exposing_->settings, exposing_->begins, now};
+      exposed_->settings.exposure = now - exposing_->begins;
     }
     shutterOpened_.reset();
     exposing_.reset();
+  }
+}
+
+/// Has registers take effect in the midst of a frame, on cameras that work so.
+void Streamer::followSettings(Duration now) {
+  if (temperament_.latch != Temperament::Latch::kImmediate || !timed() ||
+      state_.mode != RunMode::kFreeRunning) {
+    return;
+  }
+  if (!state_.settings) {
+    dropFrames();
+    return;
+  }
+  const FrameSettings& settings = *state_.settings;
+  if (exposing_ && differ(exposing_->settings, settings)) {
+    exposing_->settings = settings;
+    exposing_->ends =
+        std::max(exposing_->begins + settings.frameTime, now + settings.lineTime() * settings.rows);
+    link_.use(settings);
+  }
+  if (reading_ && differ(reading_->settings, settings)) {
+    ++changes_;
+    reading_->settings = settings;
+    reading_->rows.change(settings, now);
+    reading_->picture.reset();
+    link_.use(settings);
+    if (reading_->rows.done()) endReadout();
   }
 }
 
@@ -127,110 +216,184 @@ void Streamer::run() {
 
 void Streamer::waitForWork(Lock& lock) {
   const auto poked = [this] { return poked_; };
-  if (state_.mode == RunMode::kFreeRunning && pace_ == Pace::kReal && exposing_) {
-    clock_->waitUntil(lock, work_, exposing_->ends, poked);
+  portion_ = static_cast<std::size_t>(kPortion / 2 + jitter_.below(kPortion));
+  if (pipe_.ready()) portion_ = std::min(portion_, pipe_.room());
+  if (const auto next = nextEvent()) {
+    clock_->waitUntil(lock, work_, *next, poked);
   } else {
     work_.wait(lock, poked);
   }
 }
 
+/// When something is due at the latest, if nobody asks for anything before.
+std::optional<Duration> Streamer::nextEvent() const {
+  if (!timed()) return std::nullopt;
+  std::optional<Duration> next;
+  const auto consider = [&next](Duration at) { next = next ? std::min(*next, at) : at; };
+  if (exposing_ && state_.mode == RunMode::kFreeRunning) {
+    consider(readoutOf(exposing_->settings, exposing_->ends));
+  }
+  if (reading_) {
+    const RowClock& rows = reading_->rows;
+    const auto portion = static_cast<int>(portion_ / rows.rowBytes());
+    consider(reading_->lost ? rows.end() : std::min(rows.end(), rows.endOf(rows.row() + portion)));
+  }
+  if (link_.waiting() > 0) {
+    const double seconds = static_cast<double>(std::min(link_.waiting(), portion_)) / link_.rate();
+    consider(clock_->now() +
+             std::chrono::ceil<std::chrono::microseconds>(std::chrono::duration<double>(seconds)));
+  }
+  return next;
+}
+
+/// Does one thing that is due, if there is one.
+/// @return whether there was.
 bool Streamer::step(Lock& lock) {
-  if (outgoing_ && pipe_.ready()) {
-    send(lock);
-    return true;
-  }
-  if (state_.mode == RunMode::kTriggered) return developTriggered(lock);
-  return pace_ == Pace::kReal ? exposeOnTime(lock) : exposeOnDemand(lock);
-}
-
-void Streamer::send(Lock& lock) {
-  outgoing_->onItsWay = true;
-  const std::uint64_t epoch = epoch_;
-  const std::size_t sent = pipe_.send(lock, outgoing_->bytes, outgoing_->sent);
-  if (epoch != epoch_) return;
-  outgoing_->sent = sent;
-  if (sent == outgoing_->bytes.size()) outgoing_.reset();
-}
-
-bool Streamer::exposeOnTime(Lock& lock) {
+  if (!timed()) return send(lock) || developAtOnce(lock);
   const Duration now = clock_->now();
-  if (!exposing_ || now < exposing_->ends) return false;
+  if (readRows(now)) return true;
+  link_.drain(boardTime(now));
+  if (send(lock)) return true;
+  return reading_ ? makePicture(lock) : beginReadout(now);
+}
 
-  const Exposure finished = *exposing_;
-  const std::uint64_t number = nextFrame_++;
-  state_ = camera_.captureState();
-  if (state_.settings) {
-    const Duration frameTime = state_.settings->frameTime;
-    exposing_ = Exposure{*state_.settings, finished.ends + frameTime};
-    const auto behind = (now - exposing_->ends) / frameTime;
-    if (behind > kMostFramesBehind) {
-      nextFrame_ += static_cast<std::uint64_t>(behind);
-      exposing_->ends += behind * frameTime;
-    }
+/// Up to when it is known what the board has sent; earlier than now when the thread is late.
+Duration Streamer::boardTime(Duration now) const {
+  if (reading_ && !reading_->lost && !reading_->picture) {
+    return std::min(now, reading_->rows.endOf(reading_->rows.row() - 1));
+  }
+  if (exposing_ && state_.mode == RunMode::kFreeRunning) {
+    return std::min(now, readoutOf(exposing_->settings, exposing_->ends));
+  }
+  return exposed_ ? std::min(now, exposed_->ends) : now;
+}
+
+bool Streamer::send(Lock& lock) {
+  if (!pipe_.ready() || outbox_.empty()) return false;
+  const std::size_t arrived = this->arrived();
+  const std::size_t whole = outbox_.wholeRun();
+  const std::size_t most = whole > 0 && arrived >= whole ? whole : pipe_.wholePackets(arrived);
+  if (most == 0) return false;
+  const Outbox::Piece piece = outbox_.next(most);
+  const std::uint64_t discards = discards_;
+  const std::size_t sent = pipe_.send(lock, piece.bytes, piece.endsRun);
+  if (discards == discards_) {
+    outbox_.remove(sent);
   } else {
-    exposing_.reset();
+    pipe_.beginPacket();
   }
-  if (!outgoing_) make(lock, finished.settings, number);
   return true;
 }
 
-bool Streamer::exposeOnDemand(Lock& lock) {
-  if (outgoing_ || !pipe_.ready()) return false;
-  state_ = camera_.captureState();
-  if (!state_.settings) return false;
-  make(lock, *state_.settings, nextFrame_++);
-  return true;
+/// Whether a whole frame waits for a host that does not ask for it.
+bool Streamer::hostIsLate() const {
+  const std::size_t whole = outbox_.wholeRun();
+  return whole > 0 && arrived() >= whole && !pipe_.ready();
 }
 
-bool Streamer::developTriggered(Lock& lock) {
-  if (!exposed_) return false;
-  const FrameSettings settings = *std::exchange(exposed_, std::nullopt);
+std::size_t Streamer::arrived() const {
+  return outbox_.bytes() - std::min(outbox_.bytes(), link_.waiting());
+}
+
+/// Free pace: a frame is complete as soon as it is wanted.
+bool Streamer::developAtOnce(Lock& lock) {
+  std::optional<FrameSettings> settings;
+  bool lost = false;
+  if (state_.mode == RunMode::kTriggered) {
+    if (!exposed_) return false;
+    settings = std::exchange(exposed_, std::nullopt)->settings;
+    lost = !outbox_.empty();
+  } else {
+    if (!outbox_.empty() || !pipe_.ready()) return false;
+    state_ = camera_.captureState();
+    settings = state_.settings;
+    if (!settings) return false;
+  }
   const std::uint64_t number = nextFrame_++;
-  if (!outgoing_) make(lock, settings, number);
+  if (lost) return true;
+  const bool repeated = state_.mode == RunMode::kFreeRunning;
+  const std::uint64_t changes = changes_;
+  lock.unlock();
+  std::shared_ptr<const Picture> picture = pictures_.make(*settings, number, repeated);
+  lock.lock();
+  if (picture && changes == changes_) {
+    outbox_.add(picture, 0, picture->size());
+    outbox_.endRun();
+  }
   return true;
 }
 
-// By value: the registers may be written while the picture is made without the lock.
-void Streamer::make(Lock& lock, const FrameSettings settings, std::uint64_t number) {
-  const bool repeated = pace_ == Pace::kFree && state_.mode == RunMode::kFreeRunning;
-  const std::uint64_t epoch = epoch_;
+bool Streamer::beginReadout(Duration now) {
+  std::optional<Exposure>& exposure = state_.mode == RunMode::kTriggered ? exposed_ : exposing_;
+  if (!exposure) return false;
+  const FrameSettings& settings = exposure->settings;
+  const Duration begins =
+      state_.mode == RunMode::kTriggered ? exposure->ends : readoutOf(settings, exposure->ends);
+  if (now < begins) return false;
+  link_.use(settings);
+  reading_ = Readout{.settings = settings,
+                     .number = nextFrame_++,
+                     .rows = RowClock(settings, begins),
+                     .picture = nullptr,
+                     .lost = hostIsLate()};
+  exposure.reset();
+  return true;
+}
+
+bool Streamer::makePicture(Lock& lock) {
+  if (reading_->lost || reading_->picture) return false;
+  // By value: the registers may be written while the picture is made without the lock.
+  const FrameSettings settings = reading_->settings;
+  const std::uint64_t number = reading_->number;
+  const std::uint64_t changes = changes_;
   lock.unlock();
-  std::span<std::uint8_t> frame =
-      repeated ? pictureFromRing(settings, number) : freshPicture(settings, number);
-  stampMarks(settings.marks, frame, static_cast<std::uint16_t>(number));
-  bool goesOut = true;
-  if (filter_) {
-    // A picture of the ring must survive what the filter does.
-    if (repeated) frameMemory_.assign(frame.begin(), frame.end());
-    goesOut = filter_(frameMemory_);
-    frame = frameMemory_;
-  }
+  std::shared_ptr<const Picture> picture = pictures_.make(settings, number, false);
   lock.lock();
-  if (goesOut && !frame.empty() && epoch == epoch_) outgoing_ = Outgoing{.bytes = frame};
+  if (changes != changes_) return true;
+  reading_->lost = picture == nullptr;
+  reading_->picture = std::move(picture);
+  return true;
 }
 
-std::span<std::uint8_t> Streamer::freshPicture(const FrameSettings& settings,
-                                               std::uint64_t number) {
-  frameMemory_.resize(settings.bytes());
-  maker_.make(settings, number, frameMemory_);
-  return frameMemory_;
+/// Takes off the board what rows have come by `now`. @return whether there were any.
+bool Streamer::readRows(Duration now) {
+  if (!reading_ || (!reading_->lost && !reading_->picture)) return false;
+  RowClock& rows = reading_->rows;
+  const int most = std::max(1, static_cast<int>(kRowsBytes / rows.rowBytes()));
+  const int before = rows.row();
+  for (int due = rows.due(now, most); due > 0; due = rows.due(now, most)) {
+    const auto bytesTo = [&](int row) {
+      return std::min(static_cast<std::size_t>(row) * rows.rowBytes(), reading_->picture->size());
+    };
+    const int first = rows.row();
+    rows.pass(due);
+    if (reading_->lost) continue;
+    const std::size_t begin = bytesTo(first);
+    const std::size_t end = rows.done() ? reading_->picture->size() : bytesTo(rows.row());
+    const std::size_t kept = link_.put(end - begin, rows.endOf(rows.row() - 1));
+    outbox_.add(reading_->picture, begin, begin + kept);
+  }
+  const bool any = rows.row() > before;
+  if (rows.done()) endReadout();
+  return any;
 }
 
-std::span<std::uint8_t> Streamer::pictureFromRing(const FrameSettings& settings,
-                                                  std::uint64_t number) {
-  if (ring_.settings != settings) {
-    ring_.settings = settings;
-    ring_.made = 0;
-    ring_.next = 0;
+/// The last row has come: the frame ends, and in free running the next one begins.
+void Streamer::endReadout() {
+  if (!reading_->lost) outbox_.endRun();
+  const Duration ended = reading_->rows.endOf(reading_->rows.row() - 1);
+  reading_.reset();
+  ++changes_;
+  state_ = camera_.captureState();
+  beginExposure(ended);
+  if (!exposing_ || state_.mode != RunMode::kFreeRunning) return;
+  const Duration frameTime = exposing_->settings.frameTime;
+  const auto behind = (clock_->now() - exposing_->ends) / frameTime;
+  if (behind > kMostFramesBehind) {
+    nextFrame_ += static_cast<std::uint64_t>(behind);
+    exposing_->begins += behind * frameTime;
+    exposing_->ends += behind * frameTime;
   }
-  std::vector<std::uint8_t>& picture = ring_.pictures.at(ring_.next);
-  if (ring_.made == ring_.next) {
-    picture.resize(settings.bytes());
-    maker_.make(settings, number, picture);
-    ++ring_.made;
-  }
-  ring_.next = (ring_.next + 1) % ring_.pictures.size();
-  return picture;
 }
 
 }  // namespace orvik::sim

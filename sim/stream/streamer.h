@@ -1,50 +1,63 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <thread>
-#include <vector>
 
 #include "seam/clock.h"
 #include "sim/camera_options.h"
 #include "sim/frame_settings.h"
 #include "sim/hardware/camera.h"
-#include "sim/picture/picture_maker.h"
+#include "sim/random.h"
+#include "sim/stream/camera_link.h"
+#include "sim/stream/outbox.h"
+#include "sim/stream/picture_source.h"
+#include "sim/stream/row_clock.h"
 #include "sim/wire/bulk_pipe.h"
 
 namespace orvik::sim {
 
-/// Exposes frames as the camera's registers ask for, and sends them. It has a thread while the
-/// camera runs and a host has it open, and none otherwise.
+/// Exposes frames as the camera's registers ask for, reads them out row by row, and sends what the
+/// link carries of them. It has a thread while the camera runs and a host has it open, and none
+/// otherwise.
 ///
-/// The camera has memory for one frame. It stays there until the host has fetched it; a frame that
-/// becomes due meanwhile is lost, and its sequence number with it. The settings of a frame are
-/// those at the beginning of its exposure.
+/// At real pace a frame's rows come off the board in the last lines of the frame, one a line; in a
+/// long exposure, from the shutter's closing on. They go through the FIFO of the link (LinkFifo),
+/// which loses what it has no room for. A host that is late costs nothing of a frame: the camera
+/// keeps what the link has carried. But a frame whose read-out begins while a whole earlier one
+/// still waits for the host is lost, and its sequence number with it.
+///
+/// The settings of a frame are those at the beginning of its exposure, or, as the camera's
+/// temperament has it, those of the moment at each row.
 ///
 /// All functions but join() want the device's lock held.
 class Streamer {
  public:
   Streamer(std::mutex& mutex, const Camera& camera, BulkPipe& pipe,
-           std::shared_ptr<seam::Clock> clock, const CameraOptions& options, PictureMaker maker);
+           std::shared_ptr<seam::Clock> clock, const CameraOptions& options, CameraLink link,
+           PictureMaker maker);
   Streamer(const Streamer&) = delete;
   Streamer& operator=(const Streamer&) = delete;
   ~Streamer() { join(); }
 
+  /// Lets the board come to the present moment, before a request may change it.
+  void advance();
   /// Looks at the camera again, after a request that may have changed it.
   void update();
   /// Looks for work again, after a transfer has been submitted.
   void wake();
-  /// Throws away the frame that is waiting or on its way.
-  void flush();
+  /// The halt of the pipe has been cleared.
+  void pipeCleared();
   /// While no host has the camera open, nothing is exposed.
   void setHostPresent(bool present);
+
+  /// Bytes that the link has not carried.
+  [[nodiscard]] std::uint64_t bytesLost() const { return link_.lost(); }
 
   /// Ends streaming for good; the thread ends soon after.
   void stop();
@@ -55,52 +68,56 @@ class Streamer {
   using Lock = BulkPipe::Lock;
   using Duration = seam::Clock::Duration;
 
+  /// A frame that collects light.
   struct Exposure {
     FrameSettings settings;
-    Duration ends{};  ///< free running: when the frame is complete
+    Duration begins{};
+    Duration ends{};  ///< free running: when its last row has come off
   };
-  struct Outgoing {
-    std::span<const std::uint8_t> bytes;
-    std::size_t sent = 0;
-    bool onItsWay = false;  ///< the host has some of it, or is just getting it
-  };
-  /// Free pace: the pictures that are repeated.
-  struct Ring {
-    std::array<std::vector<std::uint8_t>, 4> pictures;
-    std::size_t made = 0;
-    std::size_t next = 0;
-    std::optional<FrameSettings> settings;
+  /// A frame whose rows come off the board.
+  struct Readout {
+    FrameSettings settings;
+    std::uint64_t number = 0;
+    RowClock rows;
+    std::shared_ptr<const Picture> picture;  ///< null while it is to be made
+    bool lost = false;  ///< its rows take their time, but nothing comes of them
   };
 
   void run();
   void waitForWork(Lock& lock);
+  [[nodiscard]] std::optional<Duration> nextEvent() const;
   [[nodiscard]] bool wanted() const;
+  [[nodiscard]] bool timed() const { return pace_ == Pace::kReal; }
   void startThread();
-  void beginExposure();
+  void beginExposure(Duration now);
   void followShutter();
+  void followSettings(Duration now);
+  void dropFrames();
+  void dropExposures();
+  void discard();
 
-  /// Each does one thing that is due, if there is one, and answers whether there was.
   bool step(Lock& lock);
-  bool exposeOnTime(Lock& lock);
-  bool exposeOnDemand(Lock& lock);
-  bool developTriggered(Lock& lock);
+  bool send(Lock& lock);
+  bool developAtOnce(Lock& lock);
+  bool beginReadout(Duration now);
+  bool makePicture(Lock& lock);
+  bool readRows(Duration now);
+  void endReadout();
 
-  void send(Lock& lock);
-  void make(Lock& lock, FrameSettings settings, std::uint64_t number);
-  std::span<std::uint8_t> pictureFromRing(const FrameSettings& settings, std::uint64_t number);
-  std::span<std::uint8_t> freshPicture(const FrameSettings& settings, std::uint64_t number);
+  [[nodiscard]] Duration boardTime(Duration now) const;
+  [[nodiscard]] bool hostIsLate() const;
+  /// Bytes that have come through the link and wait for the host.
+  [[nodiscard]] std::size_t arrived() const;
 
   std::mutex& mutex_;
   const Camera& camera_;
   BulkPipe& pipe_;
   const std::shared_ptr<seam::Clock> clock_;
   const Pace pace_;
-  const FrameFilter filter_;
-
-  // The thread's own, used outside the lock.
-  PictureMaker maker_;
-  std::vector<std::uint8_t> frameMemory_;
-  Ring ring_;
+  const Temperament temperament_;
+  CameraLink link_;
+  PictureSource pictures_;  ///< the thread's own, used outside the lock
+  Random jitter_;
 
   CaptureState state_;
   bool hostPresent_ = false;
@@ -108,12 +125,15 @@ class Streamer {
   bool threadRuns_ = false;
   bool poked_ = false;
   std::condition_variable work_;
-  std::uint64_t epoch_ = 0;      ///< counts the flushes
+  std::uint64_t changes_ = 0;    ///< counts what makes a picture in the making useless
+  std::uint64_t discards_ = 0;   ///< counts the times that the outbox was emptied
   std::uint64_t nextFrame_ = 0;  ///< number of the next frame exposed; its low 16 bits are sent
-  std::optional<Outgoing> outgoing_;
   std::optional<Exposure> exposing_;
   std::optional<Duration> shutterOpened_;
-  std::optional<FrameSettings> exposed_;  ///< triggered: a frame to be developed
+  std::optional<Exposure> exposed_;  ///< triggered: a frame to be read out
+  std::optional<Readout> reading_;
+  Outbox outbox_;
+  std::size_t portion_ = 0;  ///< bytes after which the thread looks again
   std::thread thread_;
 };
 

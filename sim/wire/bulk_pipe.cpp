@@ -33,6 +33,7 @@ void BulkPipe::cancel(Lock& lock, const Request& request) {
     if (!request->endAs) request->endAs = TransferStatus::kCancelled;
     return;
   }
+  if (found == requests_.begin()) losePacket();
   requests_.erase(found);
   finish(lock, request, TransferStatus::kCancelled);
 }
@@ -67,34 +68,45 @@ void BulkPipe::finish(Lock& lock, const Request& request, TransferStatus status)
   request->done.notify_all();
 }
 
-std::size_t BulkPipe::send(Lock& lock, std::span<const std::uint8_t> frame, std::size_t sent) {
+/// The rest of the present packet goes nowhere.
+void BulkPipe::losePacket() {
+  if (sentOfPacket_ > 0) lostOfPacket_ = packetBytes_ - sentOfPacket_;
+  sentOfPacket_ = 0;
+}
+
+std::size_t BulkPipe::send(Lock& lock, std::span<const std::uint8_t> bytes, bool endsFrame) {
+  if (lostOfPacket_ > 0) {
+    const std::size_t lost = std::min(lostOfPacket_, bytes.size());
+    lostOfPacket_ = endsFrame && lost == bytes.size() ? 0 : lostOfPacket_ - lost;
+    return lost;
+  }
   const Request request = requests_.front();
   const std::size_t room = request->bytes.size() - request->filled;
-  const std::size_t count = std::min({room, frame.size() - sent, kCopyBytes});
+  const std::size_t count = std::min({room, bytes.size(), kCopyBytes});
   request->moving = true;
   lock.unlock();
-  if (count > 0) {
-    std::memcpy(request->bytes.data() + request->filled, frame.data() + sent, count);
-  }
+  std::memcpy(request->bytes.data() + request->filled, bytes.data(), count);
   lock.lock();
   request->moving = false;
   request->filled += count;
-  sent += count;
+  sentOfPacket_ = (sentOfPacket_ + count) % packetBytes_;
 
   const bool full = count == room;
-  const bool insidePacket = sent % packetBytes_ != 0;
-  const bool frameEnds = sent == frame.size();
+  const bool frameEnds = endsFrame && count == bytes.size();
+  const bool shortPacket = frameEnds && sentOfPacket_ != 0;
+  if (frameEnds) sentOfPacket_ = 0;
   TransferStatus status = TransferStatus::kOk;
-  if (full && insidePacket && !frameEnds) {
+  if (full && sentOfPacket_ != 0) {
     status = TransferStatus::kOverflow;
-    sent = std::min(frame.size(), (sent / packetBytes_ + 1) * packetBytes_);
-  } else if (!full && !(frameEnds && insidePacket)) {
-    if (!request->endAs) return sent;
+    losePacket();
+  } else if (!full && !shortPacket) {
+    if (!request->endAs) return count;
     status = *request->endAs;
+    losePacket();
   }
   std::erase(requests_, request);
   finish(lock, request, status);
-  return sent;
+  return count;
 }
 
 }  // namespace orvik::sim

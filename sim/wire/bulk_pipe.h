@@ -57,20 +57,43 @@ class BulkPipe {
   void halt(Lock& lock);
   void clearHalt() { halted_ = false; }
 
-  /// Moves a part of a frame, beginning at byte `sent`, into the first transfer; ready() must hold.
+  /// Room in the first transfer; ready() must hold.
+  [[nodiscard]] std::size_t room() const {
+    return requests_.front()->bytes.size() - requests_.front()->filled;
+  }
+
+  /// Moves data into the first transfer; ready() must hold.
   ///
   /// Data travels in packets, which are full but for a frame's last one if need be. A transfer
   /// completes when it is full or when a packet comes that is not; a frame of whole packets leaves
   /// it open for the next frame. A packet that finds too little room ends the transfer with
   /// kOverflow, and what does not fit of it is lost.
-  /// @param frame must stay as it is until the call returns
-  /// @return how much of the frame has gone.
-  std::size_t send(Lock& lock, std::span<const std::uint8_t> frame, std::size_t sent);
+  /// @param bytes at least one; must stay as they are until the call returns
+  /// @param endsFrame whether the last of `bytes` is the last of a frame
+  /// @return how many of them have gone.
+  std::size_t send(Lock& lock, std::span<const std::uint8_t> bytes, bool endsFrame);
+
+  /// What of `count` bytes to be sent now makes whole packets with what has been sent already.
+  [[nodiscard]] std::size_t wholePackets(std::size_t count) const {
+    const std::size_t place = lostOfPacket_ > 0 ? packetBytes_ - lostOfPacket_ : sentOfPacket_;
+    const std::size_t excess = (place + count) % packetBytes_;
+    return count > excess ? count - excess : 0;
+  }
+
+  /// The next byte sent begins a packet: what came before it has been thrown away.
+  void beginPacket() {
+    sentOfPacket_ = 0;
+    lostOfPacket_ = 0;
+  }
 
  private:
   void finish(Lock& lock, const Request& request, seam::TransferStatus status);
 
+  void losePacket();
+
   std::size_t packetBytes_;
+  std::size_t sentOfPacket_ = 0;
+  std::size_t lostOfPacket_ = 0;  ///< bytes to come that belong to a packet that found no room
   std::deque<Request> requests_;
   bool halted_ = false;
 };

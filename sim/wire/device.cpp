@@ -13,21 +13,30 @@ using Lock = BulkPipe::Lock;
 /// Longer than anyone waits, and short enough to be added to a point in time.
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
+LinkOptions linkOf(const CameraOptions& options) {
+  return options.pace == Pace::kFree ? LinkOptions::ideal() : options.link;
+}
+
 }  // namespace
 
 Connection::~Connection() { device->disconnect(*this); }
 
 Device::Device(const Model& model, const CameraOptions& options, std::uint32_t serial,
-               seam::DeviceInfo info, const std::shared_ptr<seam::Clock>& clock)
+               seam::DeviceInfo info, const std::shared_ptr<seam::Clock>& clock,
+               const std::shared_ptr<Bus>& bus)
     : info_(std::move(info)),
       speed_(model.superSpeed() && options.usb3Port ? seam::Speed::kSuper : seam::Speed::kHigh),
       bulkEndpoint_(model.bulkEndpoint()),
       observer_(options.controlObserver),
+      clock_(clock),
+      latency_(linkOf(options).latency),
       descriptors_(model, speed_ == seam::Speed::kSuper, serial),
       camera_(model, options, clock),
       pipe_(Descriptors::bulkPacketBytes(speed_ == seam::Speed::kSuper)),
-      streamer_(mutex_, camera_, pipe_, clock, options, PictureMaker(model, options, serial)),
-      endpoint0_(descriptors_, bulkEndpoint_, camera_, pipe_, [this] { streamer_.flush(); }) {}
+      streamer_(mutex_, camera_, pipe_, clock, options, CameraLink(bus, linkOf(options)),
+                PictureMaker(model, options, serial)),
+      endpoint0_(descriptors_, bulkEndpoint_, camera_, pipe_, [this] { streamer_.pipeCleared(); }) {
+}
 
 Device::~Device() { unplug(); }
 
@@ -64,9 +73,11 @@ bool Device::claim(const Connection& connection, std::uint8_t interface) {
 
 Device::Result Device::control(const seam::SetupPacket& setup, std::span<std::uint8_t> data) {
   const std::lock_guard order(controlMutex_);
+  if (latency_.count() > 0) clock_->sleepFor(latency_);
   Result result;
   {
     Lock lock(mutex_);
+    streamer_.advance();
     if (gone_) {
       result.status = TransferStatus::kNoDevice;
     } else if (const auto moved = endpoint0_.handle(lock, setup, data)) {
@@ -139,6 +150,16 @@ TransferStatus Device::reset() {
 std::vector<GuideEvent> Device::guideLog() {
   const Lock lock(mutex_);
   return camera_.guidePort().log();
+}
+
+std::vector<StrayRequest> Device::strays() {
+  const Lock lock(mutex_);
+  return camera_.strays();
+}
+
+std::uint64_t Device::bytesLostOnLink() {
+  const Lock lock(mutex_);
+  return streamer_.bytesLost();
 }
 
 double Device::sensorCelsius() {

@@ -16,6 +16,7 @@
 #include "sim/models.h"
 #include "sim/stream/streamer.h"
 #include "sim/wire/bulk_pipe.h"
+#include "sim/wire/bus.h"
 #include "sim/wire/control_endpoint.h"
 #include "sim/wire/descriptors.h"
 
@@ -39,7 +40,8 @@ struct Connection {
 class Device : public std::enable_shared_from_this<Device> {
  public:
   Device(const Model& model, const CameraOptions& options, std::uint32_t serial,
-         seam::DeviceInfo info, const std::shared_ptr<seam::Clock>& clock);
+         seam::DeviceInfo info, const std::shared_ptr<seam::Clock>& clock,
+         const std::shared_ptr<Bus>& bus);
   Device(const Device&) = delete;
   Device& operator=(const Device&) = delete;
   ~Device();
@@ -76,6 +78,8 @@ class Device : public std::enable_shared_from_this<Device> {
   seam::TransferStatus reset();
 
   [[nodiscard]] std::vector<GuideEvent> guideLog();
+  [[nodiscard]] std::vector<StrayRequest> strays();
+  [[nodiscard]] std::uint64_t bytesLostOnLink();
   /// Degrees Celsius.
   [[nodiscard]] double sensorCelsius();
 
@@ -87,6 +91,8 @@ class Device : public std::enable_shared_from_this<Device> {
   const seam::Speed speed_;
   const std::uint8_t bulkEndpoint_;
   const ControlObserver observer_;
+  const std::shared_ptr<seam::Clock> clock_;
+  const std::chrono::microseconds latency_;  ///< of a control transfer
   std::mutex controlMutex_;  ///< endpoint 0 carries one transfer at a time; taken before mutex_
 
   std::mutex mutex_;

@@ -76,7 +76,7 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
     options.scene = std::make_shared<CornerScene>(GetParam());
     options.noise = false;
     options.pace = sim::Pace::kFree;
-    bench_.host().plug(GetParam(), options);
+    id_ = bench_.host().plug(GetParam(), options);
     ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 1);
     ASSERT_EQ(OrvikGetCameraProperty(&info_, 0), Orvik_OK);
     ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
@@ -91,6 +91,10 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
   }
   void TearDown() override {
     OrvikCloseCamera(0);
+    for (const sim::StrayRequest& stray : bench_.host().strays(id_)) {
+      ADD_FAILURE() << "request " << std::hex << int{stray.setup.request} << ", value "
+                    << stray.setup.value << (stray.refused ? ", is refused" : ", has no register");
+    }
     bench_.host().unplugAll();
     OrvikGetNumOfConnectedCameras();
   }
@@ -192,6 +196,7 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
   }
 
   VirtualBench bench_;
+  int id_ = 0;
   Orvik_CAMERA_INFO info_{};
   std::vector<unsigned char> image_;
 };

@@ -39,7 +39,11 @@ Bench::Bench(const sim::CameraOptions& options, std::shared_ptr<seam::Clock> clo
     : clock_(std::move(clock)),
       bulkEndpoint_(sim::findModel(model)->bulkEndpoint()),
       host_(std::make_unique<sim::SimHost>(clock_)) {
-  id_ = host_->plug(*sim::findModel(model), options);
+  sim::CameraOptions onIdealLink = options;
+  if (options.link.rate == sim::LinkOptions::Rate::kOfBus) {
+    onIdealLink.link = sim::LinkOptions::ideal();
+  }
+  id_ = host_->plug(*sim::findModel(model), onIdealLink);
   reopen();
 }
 
@@ -89,8 +93,25 @@ std::optional<Bytes> Bench::in(std::uint8_t request, int value, int index, int l
   return standardIn(0xC0, request, value, index, length);
 }
 
+void Bench::initialise() {
+  constexpr std::pair<int, int> kSensor[] = {
+      {0x300F, 0x00}, {0x3012, 0x2C}, {0x3013, 0x01}, {0x3016, 0x08}, {0x301D, 0xC2},
+      {0x3070, 0x02}, {0x3071, 0x01}, {0x309E, 0x22}, {0x30A5, 0xFB}, {0x30A6, 0x02},
+      {0x30B3, 0xFF}, {0x30B4, 0x01}, {0x30B5, 0x42}, {0x30C2, 0x01}, {0x310F, 0x0F},
+      {0x3110, 0x0E}, {0x3111, 0xE7}, {0x3112, 0x9C}, {0x3113, 0x83}, {0x3114, 0x10},
+      {0x3115, 0x42}, {0x3128, 0x1E}, {0x3144, 0x07}, {0x31ED, 0x38}, {0x320C, 0xCF},
+      {0x324C, 0x40}, {0x324D, 0x03}, {0x3261, 0xE0}, {0x3262, 0x02}, {0x326E, 0x2F},
+      {0x326F, 0x30}, {0x3270, 0x03}, {0x3298, 0x00}, {0x329A, 0x12}, {0x329B, 0xE1},
+      {0x329C, 0x0C}, {0x305C, 0x20}, {0x305D, 0x00}, {0x305E, 0x20}, {0x305F, 0x00},
+      {0x3036, 0x08}, {0x3007, 0x40}, {0x3002, 0x01}, {0x3049, 0x00}};
+  for (const auto& [address, value] : kSensor) sensor(address, value);
+  out(0xAF);
+  for (const int gain : {12, 13, 14, 15}) fpga(gain, 128);
+}
+
 void Bench::program(const Program& p) {
   stop();
+  if (p.initialised) initialise();
   const auto sensorWord = [&](int address, int value) {
     sensor(address, value & 0xFF);
     sensor(address + 1, value >> 8);
@@ -99,6 +120,7 @@ void Bench::program(const Program& p) {
   sensor(0x3006, binning ? 0x22 : 0);
   sensor(0x3009, binning ? 0x10 : 0x11);
   sensor(0x3044, p.fast10Bit ? 0xE0 : 0xE1);
+  sensor(0x3005, p.fast10Bit || binning ? 0 : 1);
   sensorWord(0x3038, p.y);
   sensorWord(0x303A, p.rows);
   sensorWord(0x303C, p.x);

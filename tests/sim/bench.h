@@ -32,11 +32,16 @@ struct Program {
   int shutterLine = 0;
   int lineCycles = 292;  ///< at 18562 kHz
   std::uint8_t run = 0x21;
+  bool initialised = true;  ///< whether what a sensor wants once after power-up has been written
 
   [[nodiscard]] int bin() const { return sensorBin * fpgaBin; }
   [[nodiscard]] std::size_t frameBytes() const;
   [[nodiscard]] double exposureSeconds() const;
   [[nodiscard]] seam::Clock::Duration frameTime() const;
+  /// How long the rows of a frame take to come.
+  [[nodiscard]] seam::Clock::Duration readoutTime() const {
+    return frameTime() / frameLines * (rows / bin());
+  }
 };
 
 /// A transfer with memory of its own.
@@ -73,6 +78,8 @@ class Bench {
   void sensor(int address, int value) { out(0xB6, address, value); }
   void fpga(int number, int value) { out(0xBD, number, value); }
 
+  /// Starts the sensor's clock and writes all that camera and sensor want once after power-up.
+  void initialise();
   /// Writes all registers; the camera is left halted, in standby and not streaming.
   void program(const Program& program);
   void start(const Program& program);

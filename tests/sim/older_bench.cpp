@@ -61,6 +61,10 @@ void OlderBench::set(Setting setting, int value) {
   const Place& place = kPlaces.at(static_cast<std::size_t>(setting));
   if (!takesCommands_) {
     word(place.address, value);
+    if (setting == Setting::kLineCycles) {  // the logic gathers lines of this length
+      fpga(19, value & 0xFF);
+      fpga(20, value >> 8);
+    }
     return;
   }
   writeVariable(place.variable, value);
@@ -68,6 +72,7 @@ void OlderBench::set(Setting setting, int value) {
 }
 
 void OlderBench::program(const OlderProgram& p) {
+  out(0xAF);
   runSensor(false);
   set(Setting::kFirstRow, p.y);
   set(Setting::kFirstColumn, p.x);

@@ -42,6 +42,10 @@ struct OlderProgram {
   [[nodiscard]] seam::Clock::Duration frameTime(int kilohertz = 24000) const {
     return seam::Clock::Duration{std::int64_t{frameLines} * lineCycles * 1000000 / kilohertz};
   }
+  /// How long the rows of a frame take to come.
+  [[nodiscard]] seam::Clock::Duration readoutTime() const {
+    return frameTime() / frameLines * rows;
+  }
 };
 
 /// An older camera on a host, opened, with its interface claimed. One of 16-bit sensor registers,

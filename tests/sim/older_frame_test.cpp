@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <string_view>
 
 #include "sim/older_bench.h"
 #include "sim/position_scene.h"
@@ -204,6 +205,10 @@ TEST(OlderFrame, ContradictoryRegistersSendNothing) {
       bench.set(c.setting, c.right);
       EXPECT_TRUE(hasTrailer(bench.fetchFrame(p.frameBytes()))) << c.name;
     }
+    bench.fpga(20, 0);
+    bench.fpga(19, 0);
+    if (std::string_view(model) == "T02C") continue;  // whose processor sends whole lines
+    EXPECT_TRUE(quiet(bench, p)) << "no line has no length";
     const int line = format.width + 94;
     bench.fpga(19, line & 0xFF);
     EXPECT_TRUE(quiet(bench, p)) << "the logic gathers lines of another length";
@@ -236,6 +241,7 @@ TEST(OlderFrame, LongExposureLastsFromShutterOpenToShutterClosed) {
       bench.advance(std::chrono::seconds(seconds));
       EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "no frame before the shutter closes";
       bench.fpga(0x0B, 0);
+      bench.advance(p.readoutTime());
       ASSERT_TRUE(fetch.transfer->wait(5s));
       ASSERT_TRUE(hasTrailer(fetch.received()));
       EXPECT_NEAR(sampleAt(p, fetch.received(), 20, 10), codeOf(20, 10) / 16.0 * seconds / 60, 1);
@@ -247,21 +253,6 @@ TEST(OlderFrame, LongExposureLastsFromShutterOpenToShutterClosed) {
     bench.advance(p.frameTime());
     EXPECT_TRUE(fetch.transfer->wait(5s));
   }
-}
-
-TEST(OlderFrame, AFrameOnItsWayArrivesWholeWhenTheExposureBecomesLong) {
-  sim::CameraOptions options = idealOptions();
-  options.pace = sim::Pace::kReal;
-  options.sceneKind = sim::SceneKind::kGrey;
-  OlderBench bench("T06M", options);
-  const OlderProgram p;
-  bench.start(p);
-  bench.advance(p.frameTime());
-  ASSERT_EQ(bench.fetchFrame(1024).size(), 1024U);
-  bench.set(Setting::kExposureLines, 0);
-  const Bytes rest = bench.fetchFrame(p.frameBytes() - 1024);
-  EXPECT_TRUE(hasTrailer(rest)) << "or the next frame would begin in the middle";
-  EXPECT_TRUE(quiet(bench, p));
 }
 
 TEST(OlderFrame, NeedsStreamingARunningSensorAndItsClock) {

@@ -17,9 +17,16 @@ TEST(PlugOptions, AllOfThemAreRead) {
   sim::CameraOptions options;
   EXPECT_EQ(sim::parsePlugOptions("port=usb2,serial=00c0FFEE,seed=18446744073709551615,"
                                   "scene=moon,pace=free,light=0.5,colour=1:0.5:0,"
-                                  "ambient=-12.5,flash=/a=b",
+                                  "ambient=-12.5,flash=/a=b,link=12.5,latency=250,"
+                                  "latch=immediate,mode-change=cut,clear-halt=keep",
                                   options),
             "");
+  EXPECT_EQ(options.link.rate, sim::LinkOptions::Rate::kOfCable);
+  EXPECT_EQ(options.link.bytesPerSecond, 12.5e6);
+  EXPECT_EQ(options.link.latency, std::chrono::microseconds(250));
+  EXPECT_EQ(options.temperament.latch, sim::Temperament::Latch::kImmediate);
+  EXPECT_EQ(options.temperament.modeChange, sim::Temperament::ModeChange::kCut);
+  EXPECT_EQ(options.temperament.clearHalt, sim::Temperament::ClearHalt::kKeep);
   EXPECT_FALSE(options.usb3Port);
   EXPECT_EQ(options.serial, 0xC0FFEEU);
   EXPECT_EQ(options.seed, 18446744073709551615U);
@@ -52,6 +59,13 @@ TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
                            "seed=1x",
                            "scene=Stars",
                            "pace=fast",
+                           "link=0",
+                           "link=fast",
+                           "latency=50001",
+                           "latency=-1",
+                           "latch=",
+                           "mode-change=keep",
+                           "clear-halt=cut",
                            "light=0",
                            "light=1001",
                            "light=nan",

@@ -180,6 +180,9 @@ TEST(Stream, LongExposureLastsFromShutterOpenToShutterClosed) {
     bench.advance(exposure);
     EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "no frame before the shutter closes";
     bench.fpga(0x0B, 0);
+    bench.advance(program.readoutTime() - 1us);
+    EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "a row takes a line to come off the sensor";
+    bench.advance(1us);
     const Bytes frame = collect(fetch);
     EXPECT_TRUE(sequenceOf(frame).has_value());
     return wordOf(frame, frame.size() / 4 + 1) / 16;
@@ -192,6 +195,7 @@ TEST(Stream, LongExposureLastsFromShutterOpenToShutterClosed) {
   Fetch fetch = bench.newFetch(program.frameBytes());
   fetch.submit();
   bench.fpga(0x0B, 0);
+  bench.advance(10s);
   EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "a shutter that was not open ends no exposure";
 }
 

@@ -47,7 +47,13 @@ class ServerTest : public ::testing::Test {
     const auto fpga = [&](std::uint16_t address, std::uint16_t value) {
       EXPECT_EQ(client.command(0xBD, address, value), 0);
     };
-    for (const auto& [address, value] : {std::pair{0x303E, 0x80},
+    EXPECT_EQ(client.command(0xAF, 0, 0), 0);
+    for (const auto& [address, value] : {std::pair{0x305C, 0x20},
+                                         {0x305E, 0x20},
+                                         {0x3002, 1},
+                                         {0x3049, 0},
+                                         {0x3007, 0x40},
+                                         {0x303E, 0x80},
                                          {0x303F, 2},
                                          {0x303A, 0xE0},
                                          {0x303B, 1},

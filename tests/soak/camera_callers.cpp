@@ -5,7 +5,9 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
-#include <vector>
+#include <mutex>
+
+#include "soak/guarded_buffer.h"
 
 namespace orvik::soak {
 namespace {
@@ -40,8 +42,9 @@ constexpr std::array kValues = {-1,
 
 CameraCallers::CameraCallers(int index, std::uint64_t seed)
     : index_(index),
-      conductor_([this, seed] { conduct(sim::Random(2 * seed)); }),
-      fetcher_([this, seed] { fetch(sim::Random(2 * seed + 1)); }) {}
+      conductor_([this, seed] { conduct(sim::Random(3 * seed)); }),
+      fetcher_([this, seed] { fetch(sim::Random(3 * seed + 1)); }),
+      tuner_([this, seed] { tune(sim::Random(3 * seed + 2)); }) {}
 
 CameraCallers::~CameraCallers() { end(); }
 
@@ -49,6 +52,7 @@ void CameraCallers::end() {
   over_ = true;
   if (conductor_.joinable()) conductor_.join();
   if (fetcher_.joinable()) fetcher_.join();
+  if (tuner_.joinable()) tuner_.join();
 }
 
 /// Calls on a camera that is not open are worth a try now and then, but no hurry.
@@ -71,7 +75,7 @@ void CameraCallers::conduct(sim::Random random) {
 void CameraCallers::conductOnce(sim::Random& random) {
   switch (random.below(8)) {
     case 0:
-      return setFormat(random);
+      return setFormat(conducting_, random);
     case 1:
     case 2:
       return capture(random);
@@ -82,17 +86,18 @@ void CameraCallers::conductOnce(sim::Random& random) {
   }
 }
 
-void CameraCallers::setFormat(sim::Random& random) {
+void CameraCallers::setFormat(Calls& calls, sim::Random& random) {
   const bool sane = random.below(4) != 0;
   const int width = sane ? 8 * (1 + random.below(60)) : pick(random, kValues);
   const int height = sane ? 2 * (1 + random.below(200)) : pick(random, kValues);
   const int bin = sane ? 1 + random.below(2) : random.below(7) - 1;
   const auto type = static_cast<IMG_TYPE>(random.below(sane ? 4 : 7) - (sane ? 0 : 1));
-  conducting_.make("OrvikSetROIFormat",
-                   [&] { return OrvikSetROIFormat(index_, width, height, bin, type); });
+  const std::lock_guard lock(format_);
+  calls.make("OrvikSetROIFormat",
+             [&] { return OrvikSetROIFormat(index_, width, height, bin, type); });
   const int x = sane ? random.below(400) : pick(random, kValues);
   const int y = sane ? random.below(400) : pick(random, kValues);
-  conducting_.make("OrvikSetStartPos", [&] { return OrvikSetStartPos(index_, x, y); });
+  calls.make("OrvikSetStartPos", [&] { return OrvikSetStartPos(index_, x, y); });
 }
 
 void CameraCallers::capture(sim::Random& random) {
@@ -153,6 +158,7 @@ void CameraCallers::useExtras(sim::Random& random) {
 }
 
 void CameraCallers::fetch(sim::Random random) {
+  GuardedBuffer buffer;
   while (!over_) {
     if (closing_ || !isOpen(fetching_)) std::this_thread::sleep_for(5ms);
     if (closing_) continue;
@@ -163,19 +169,20 @@ void CameraCallers::fetch(sim::Random random) {
     IMG_TYPE type = Orvik_IMG_RAW8;
     fetching_.make("OrvikGetROIFormat",
                    [&] { return OrvikGetROIFormat(index_, &width, &height, &bin, &type); });
-    // Exactly as large as it has to be, or too small: a sanitizer sees a byte too many.
-    std::vector<unsigned char> image(static_cast<std::size_t>(random.below(3)) *
-                                     static_cast<std::size_t>(width) *
-                                     static_cast<std::size_t>(height) * 3 / 2);
-    const auto size = static_cast<std::int32_t>(image.size());
+    // Exactly as large as it has to be, or too small.
+    const std::size_t bytes = static_cast<std::size_t>(random.below(3)) *
+                              static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                              3 / 2;
+    unsigned char* const image = buffer.resize(bytes);
+    const auto size = static_cast<std::int32_t>(bytes);
     Orvik_EXPOSURE_STATUS status = Orvik_EXPSTATE_NONE;
     fetching_.make("OrvikGetExpStatus", [&] { return OrvikGetExpStatus(index_, &status); });
     if (status == Orvik_EXPSTATE_READY) {
       fetching_.make("OrvikGetDataAfterExp",
-                     [&] { return OrvikGetDataAfterExp(index_, image.data(), size); });
+                     [&] { return OrvikGetDataAfterExp(index_, image, size); });
     } else {
       const auto code = fetching_.make("OrvikGetVideoData", [&] {
-        return OrvikGetVideoData(index_, image.data(), size, random.below(60) - 1);
+        return OrvikGetVideoData(index_, image, size, random.below(60) - 1);
       });
       if (code == Orvik_OK) ++images_;
     }
@@ -183,6 +190,42 @@ void CameraCallers::fetch(sim::Random random) {
     fetching_.make("OrvikGetDroppedFrames",
                    [&] { return OrvikGetDroppedFrames(index_, &dropped); });
     if (random.below(8) == 0) std::this_thread::sleep_for(10ms);
+  }
+}
+
+void CameraCallers::tune(sim::Random random) {
+  while (!over_) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5 + random.below(60)));
+    if (closing_ || !isOpen(tuning_)) continue;
+    const std::shared_lock insideACall(inside_);
+    tuneOnce(random);
+  }
+}
+
+void CameraCallers::tuneOnce(sim::Random& random) {
+  const auto set = [&](Orvik_CONTROL_TYPE type, std::int32_t value) {
+    tuning_.make("OrvikSetControlValue", [&] {
+      return OrvikSetControlValue(index_, type, value,
+                                  random.below(8) == 0 ? Orvik_TRUE : Orvik_FALSE);
+    });
+  };
+  switch (random.below(8)) {
+    case 0:
+      return setFormat(tuning_, random);
+    case 1:
+      return set(Orvik_CTL_HARDWARE_BIN, random.below(2));
+    case 2:
+      return set(Orvik_CTL_HIGH_SPEED_MODE, random.below(2));
+    case 3:
+      return set(Orvik_CTL_BANDWIDTH, 40 + random.below(61));
+    case 4:
+      return set(Orvik_CTL_GAIN, random.below(300));
+    case 5:  // into the exposures that the host times, and soon out of them again
+      set(Orvik_CTL_EXPOSURE, 1'000'000 + random.below(200'000));
+      std::this_thread::sleep_for(std::chrono::milliseconds(random.below(30)));
+      [[fallthrough]];
+    default:
+      return set(Orvik_CTL_EXPOSURE, 100 + random.below(20'000));
   }
 }
 

@@ -11,11 +11,13 @@
 
 namespace orvik::soak {
 
-/// Two threads that use one camera index in every way that the interface allows, and in many that
-/// it refuses: one conducts (formats, captures, controls, flash), the other fetches frames.
+/// Three threads that use one camera index in every way that the interface allows, and in many that
+/// it refuses: one conducts (formats, captures, controls, flash), one fetches frames, and one tunes
+/// while they are delivered: it changes all that makes frames another size or another kind.
 ///
 /// The rules that callers have to keep are kept: nobody is inside a call while the camera is
-/// closed, and captures are started and stopped by one thread at a time.
+/// closed, captures are started and stopped by one thread at a time, and the start position is not
+/// set while another thread sets the format.
 class CameraCallers {
  public:
   CameraCallers(int index, std::uint64_t seed);
@@ -28,10 +30,11 @@ class CameraCallers {
 
   [[nodiscard]] const Calls& conducting() const { return conducting_; }
   [[nodiscard]] const Calls& fetching() const { return fetching_; }
+  [[nodiscard]] const Calls& tuning() const { return tuning_; }
   /// Images that have been delivered.
   [[nodiscard]] std::uint64_t images() const { return images_; }
 
-  /// Calls `close` while none of the two is inside a call. For the controlling thread.
+  /// Calls `close` while none of them is inside a call. For the controlling thread.
   template <class Close>
   void whileOutside(Calls& calls, Close close) {
     closing_ = true;
@@ -49,22 +52,27 @@ class CameraCallers {
   bool isOpen(Calls& calls);
   void conduct(sim::Random random);
   void fetch(sim::Random random);
+  void tune(sim::Random random);
+  void tuneOnce(sim::Random& random);
   void conductOnce(sim::Random& random);
   void capture(sim::Random& random);
-  void setFormat(sim::Random& random);
+  void setFormat(Calls& calls, sim::Random& random);
   void useControls(sim::Random& random);
   void useExtras(sim::Random& random);
 
   const int index_;
   Calls conducting_;
   Calls fetching_;
+  Calls tuning_;
   std::atomic<std::uint64_t> images_{0};
   std::atomic<bool> over_{false};
   std::atomic<bool> closing_{false};
   std::shared_mutex inside_;  ///< shared: a call; whole: the close
   std::mutex capture_;        ///< starting and stopping
+  std::mutex format_;         ///< format and start position
   std::thread conductor_;
   std::thread fetcher_;
+  std::thread tuner_;
 };
 
 }  // namespace orvik::soak

@@ -75,7 +75,7 @@ class Round {
       for (int index = 0; index < kIndices; ++index) close(index);
       for (const auto& each : callers_) {
         each->end();
-        tally.calls += each->conducting().made() + each->fetching().made();
+        tally.calls += each->conducting().made() + each->fetching().made() + each->tuning().made();
         tally.images += each->images();
       }
     }
@@ -95,6 +95,7 @@ class Round {
     for (const auto& each : callers_) {
       all.push_back(&each->conducting());
       all.push_back(&each->fetching());
+      all.push_back(&each->tuning());
     }
     return all;
   }
@@ -105,8 +106,21 @@ class Round {
     options.sceneKind = sim::SceneKind::kGrey;
     options.usb3Port = random_.below(4) != 0;
     options.pace = random_.below(3) == 0 ? sim::Pace::kFree : sim::Pace::kReal;
+    options.temperament = randomTemperament();
     const auto which = static_cast<std::size_t>(random_.below(static_cast<int>(models.size())));
     ids_.push_back(cameras_->plug(*models[which], options));
+  }
+
+  sim::Temperament randomTemperament() {
+    using sim::Temperament;
+    return {
+        .latch =
+            random_.below(2) == 0 ? Temperament::Latch::kFrame : Temperament::Latch::kImmediate,
+        .modeChange = random_.below(2) == 0 ? Temperament::ModeChange::kFinish
+                                            : Temperament::ModeChange::kCut,
+        .clearHalt = random_.below(2) == 0 ? Temperament::ClearHalt::kDiscard
+                                           : Temperament::ClearHalt::kKeep,
+    };
   }
 
   void act() {

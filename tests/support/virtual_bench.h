@@ -14,11 +14,13 @@
 
 namespace orvik::test {
 
-/// Virtual cameras in the place of the USB bus, for the life of this object.
+/// Virtual cameras in the place of the USB bus, for the life of this object. On a clock of the
+/// test's own their links take no time: only the test moves it.
 class VirtualBench {
  public:
   explicit VirtualBench(std::shared_ptr<seam::Clock> clock = std::make_shared<seam::SteadyClock>())
-      : host_(std::make_shared<sim::SimHost>(clock)) {
+      : ownClock_(dynamic_cast<seam::SteadyClock*>(clock.get()) == nullptr),
+        host_(std::make_shared<sim::SimHost>(clock)) {
     installHost(host_);
     installClock(clock);
   }
@@ -32,11 +34,13 @@ class VirtualBench {
   sim::SimHost& host() { return *host_; }
   std::shared_ptr<sim::SimHost> sharedHost() { return host_; }
 
-  int plug(const sim::CameraOptions& options = {}, const char* model = "T15C") {
+  int plug(sim::CameraOptions options = {}, const char* model = "T15C") {
+    if (ownClock_) options.link = sim::LinkOptions::ideal();
     return host_->plug(*sim::findModel(model), options);
   }
 
  private:
+  const bool ownClock_;
   std::shared_ptr<sim::SimHost> host_;
 };
 

@@ -12,6 +12,8 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
                  "Use a virtual camera instead of the USB bus; repeat for several. OPTIONS: "
                  "scene=stars|moon|planet|grey|dark|gradient, port=usb3|usb2, serial=HHHHHHHH, "
                  "seed=N, pace=real|free, light=F, colour=white|red|blue|R:G:B, ambient=DEGC, "
+                 "link=bus|unlimited|MB/s, latency=US, latch=frame|immediate, "
+                 "mode-change=finish|cut, clear-halt=discard|keep, "
                  "fault=RULES (what goes wrong), flash=FILE (keeps the camera's flash)")
       ->type_name("MODEL[,OPTIONS]")
       ->allow_extra_args(false)

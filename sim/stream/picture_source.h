@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "sim/camera_options.h"
+#include "sim/frame_settings.h"
+#include "sim/picture/picture_maker.h"
+#include "sim/stream/outbox.h"
+
+namespace orvik::sim {
+
+/// Makes the frames of one camera with their marks, in memory that is used again once nobody holds
+/// a frame any more. One thread at a time.
+class PictureSource {
+ public:
+  PictureSource(const CameraOptions& options, PictureMaker maker)
+      : filter_(options.frameFilter), maker_(std::move(maker)) {}
+
+  /// @param number of the frame; its low 16 bits are its sequence number
+  /// @param repeated whether one of a few pictures made earlier will do
+  /// @return null for a frame that the filter has dropped. Throws std::bad_alloc.
+  std::shared_ptr<const Picture> make(const FrameSettings& settings, std::uint64_t number,
+                                      bool repeated);
+
+ private:
+  /// The pictures that are repeated.
+  struct Ring {
+    std::array<std::shared_ptr<Picture>, 4> pictures;
+    std::size_t made = 0;
+    std::size_t next = 0;
+    std::optional<FrameSettings> settings;
+  };
+
+  std::shared_ptr<Picture> memory();
+  std::shared_ptr<Picture> fromRing(const FrameSettings& settings, std::uint64_t number);
+
+  const FrameFilter filter_;
+  PictureMaker maker_;
+  std::vector<std::shared_ptr<Picture>> memories_;
+  Ring ring_;
+};
+
+}  // namespace orvik::sim
