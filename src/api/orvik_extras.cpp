@@ -46,7 +46,7 @@ Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds) 
 Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (id == nullptr) return Orvik_ERROR_DRIVER_FAILED;
-    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     return camera.driver->ReadIDFromSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
   });
@@ -54,7 +54,7 @@ Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id) {
 
 Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    const Orvik_ERROR_CODE busy = captureCode(camera.driver->state());
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
     return camera.driver->WriteIDToSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
   });

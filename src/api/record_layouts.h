@@ -89,5 +89,53 @@ FIELD(Orvik_FIRMWARE_FILE, dataBytes, 12);
 FIELD(Orvik_FIRMWARE_FILE, entry, 16);
 FIELD(Orvik_FIRMWARE_FILE, fitsFlash, 20);
 
+RECORD(Orvik_READOUT_INFO, 16);
+FIELD(Orvik_READOUT_INFO, converterBits, 0);
+FIELD(Orvik_READOUT_INFO, frameBytes, 4);
+FIELD(Orvik_READOUT_INFO, frameRate, 8);
+
+RECORD(Orvik_COOLER_STATUS, 28);
+FIELD(Orvik_COOLER_STATUS, isRegulating, 0);
+FIELD(Orvik_COOLER_STATUS, aim, 4);
+FIELD(Orvik_COOLER_STATUS, power, 8);
+FIELD(Orvik_COOLER_STATUS, temperature, 12);
+FIELD(Orvik_COOLER_STATUS, isValid, 16);
+FIELD(Orvik_COOLER_STATUS, secondsSinceReading, 20);
+FIELD(Orvik_COOLER_STATUS, fault, 24);
+
+RECORD(Orvik_FRAME_INFO, 128);
+FIELD(Orvik_FRAME_INFO, capture, 0);
+FIELD(Orvik_FRAME_INFO, number, 8);
+FIELD(Orvik_FRAME_INFO, lostBefore, 16);
+FIELD(Orvik_FRAME_INFO, exposureStart, 24);
+FIELD(Orvik_FRAME_INFO, exposureEnd, 32);
+FIELD(Orvik_FRAME_INFO, firstByte, 40);
+FIELD(Orvik_FRAME_INFO, lastByte, 48);
+FIELD(Orvik_FRAME_INFO, uncertainty, 56);
+FIELD(Orvik_FRAME_INFO, utcOffset, 64);
+FIELD(Orvik_FRAME_INFO, exposureUs, 72);
+FIELD(Orvik_FRAME_INFO, width, 80);
+FIELD(Orvik_FRAME_INFO, height, 84);
+FIELD(Orvik_FRAME_INFO, bin, 88);
+FIELD(Orvik_FRAME_INFO, type, 92);
+FIELD(Orvik_FRAME_INFO, startX, 96);
+FIELD(Orvik_FRAME_INFO, startY, 100);
+FIELD(Orvik_FRAME_INFO, flip, 104);
+FIELD(Orvik_FRAME_INFO, gain, 108);
+FIELD(Orvik_FRAME_INFO, blackLevel, 112);
+FIELD(Orvik_FRAME_INFO, temperature, 116);
+FIELD(Orvik_FRAME_INFO, snapshot, 120);
+FIELD(Orvik_FRAME_INFO, settled, 124);
+
+RECORD(Orvik_DEVICE, 248);
+FIELD(Orvik_DEVICE, name, 0);
+FIELD(Orvik_DEVICE, serial, 64);
+FIELD(Orvik_DEVICE, port, 128);
+FIELD(Orvik_DEVICE, identity, 168);
+FIELD(Orvik_DEVICE, vendorId, 232);
+FIELD(Orvik_DEVICE, productId, 236);
+FIELD(Orvik_DEVICE, isOpen, 240);
+FIELD(Orvik_DEVICE, handle, 244);
+
 #undef RECORD
 #undef FIELD

@@ -21,8 +21,6 @@ constexpr std::uint16_t pageOf(std::uint32_t address) {
 
 }  // namespace
 
-}
-
 bool SpiFlash::takeBus() {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     if (link_.send(codeOf(VendorRequest::kSwitchBus), 0)) return true;

@@ -63,7 +63,7 @@ TEST_F(LinkRate, TheFullBandwidthIsMoreThanUsb2CarriesAndItsDefaultIsNot) {
   EXPECT_EQ(lost(camera), 0U);
   camera.driver->SetFPSPerc(100, false);
   EXPECT_TRUE(eventually([&] { return lost(camera) > 0; }));
-  EXPECT_TRUE(eventually([&] { return camera.driver->state().droppedFrames > 0; }));
+  EXPECT_TRUE(eventually([&] { return camera.driver->capture().current()->lostFrames() > 0; }));
   camera.driver->SetFPSPerc(80, false);
   EXPECT_TRUE(takeImages(*camera.driver, 5)) << "what comes through is delivered";
 }

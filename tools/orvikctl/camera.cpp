@@ -87,7 +87,7 @@ std::optional<ControlValue> Camera::valueIfAny(Orvik_CONTROL_TYPE type) const {
 
 Orvik_COOLER_STATUS Camera::coolerStatus() const {
   Orvik_COOLER_STATUS status;
-  check(OrvikGetCoolerStatus(index_, &status), "asking how the cooler stands");
+  check(OrvikGetCoolerStatus(handle_, &status), "asking how the cooler stands");
   return status;
 }
 
@@ -150,7 +150,7 @@ void Camera::stopVideo() {
 
 Orvik_FRAME_INFO Camera::frameInfo() const {
   Orvik_FRAME_INFO info;
-  check(OrvikGetFrameInfo(index_, &info), "asking what is known of an image");
+  check(OrvikGetFrameInfo(handle_, &info), "asking what is known of an image");
   return info;
 }
 
