@@ -45,13 +45,15 @@ extern "C" {
 
 /** A camera that is plugged in. Filled by OrvikListDevices(). All texts are zero-terminated. */
 typedef struct Orvik_DEVICE {
-  char name[64];   /**< display name of the product; "" for one that the library does not drive */
-  char serial[64]; /**< serial number; "" where the camera has none, or it cannot be read */
-  char port[40];   /**< port that it is plugged into: bus and ports from the root hub downwards,
-                        as "2-1.4" */
-  char
-      identity[64];  /**< what OrvikOpenDevice() takes and configurations should keep: the serial
-                          number if no other camera that is plugged in has the same, else the port */
+  /** Display name of the product; "" for one that the library does not drive. */
+  char name[64];
+  /** Serial number; "" where the camera has none, or it cannot be read. */
+  char serial[64];
+  /** Port that it is plugged into: bus and ports from the root hub downwards, as "2-1.4". */
+  char port[40];
+  /** What OrvikOpenDevice() takes and configurations should keep: the serial number if no other
+   * camera that is plugged in has the same, else the port. */
+  char identity[64];
   int32_t vendorId;  /**< USB vendor ID */
   int32_t productId; /**< USB product ID */
   Orvik_BOOL isOpen; /**< 1 when it is open in this process */
