@@ -21,7 +21,8 @@ class InputFlash final : public orvik::FlashPort {
   explicit InputFlash(std::span<const std::uint8_t> input) : input_(input) {}
 
   [[nodiscard]] std::unique_lock<std::mutex> lock() override { return std::unique_lock(mutex_); }
-  bool switchBusToStream(bool) override { return true; }
+  bool takeBus() override { return true; }
+  void giveBusBack() override {}
   bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override {
     if (address < kTableAddress) std::abort();
     std::ranges::fill(bytes, std::uint8_t{0xFF});
@@ -50,12 +51,9 @@ void useTable(const orvik::HotPixelTable& table) {
       if (std::ranges::count(frame, 100) != static_cast<std::ptrdiff_t>(frame.size())) std::abort();
     }
   }
-  const orvik::StoredHotPixels stored = orvik::compressHotPixels(table);
-  if (stored.length + 2 >= table.size()) return;  // may have been cut short
-  if (orvik::uncompressHotPixels(std::span(stored.bytes).first(stored.length), table.size()) !=
-      table) {
-    std::abort();
-  }
+  const auto stored = orvik::storableHotPixels(table);
+  if (!stored) return;  // too many pixels
+  if (orvik::uncompressHotPixels(*stored, table.size()) != table) std::abort();
 }
 
 }  // namespace
