@@ -136,11 +136,12 @@ bool CCameraBase::connectAgain() {
 }
 
 bool CCameraBase::closeDevice() {
-  guideLines_.letGo();  // first: the telescope moves while anything else takes its time
+  // The telescope must not move on while anything else takes its time.
+  if (memoryWork_.isGoingOn()) guideLines_.letGo();
   memoryWork_.close();  // before the lock, for which work that begins waits
-  const auto lock = lockSettings();
   link().beginClosing();
-  guideLines_.letGo();  // none goes on again from here
+  guideLines_.letGo();
+  const auto lock = lockSettings();
   stopCapture();
   if (isOpen()) saveAtClose();
   endLink();

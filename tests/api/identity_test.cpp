@@ -301,7 +301,7 @@ TEST_F(IdentityTest, TellsHowTheCameraReadsOut) {
     EXPECT_EQ(OrvikGetReadoutInfo(camera, &info), Orvik_OK);
     return info;
   };
-  EXPECT_EQ(readout().frameBytes, 0);
+  EXPECT_EQ(readout().frameBytes, 1304 * 976) << "the format that a camera comes up with";
   ASSERT_EQ(OrvikSetROIFormat(camera, 1304, 976, 1, Orvik_IMG_RAW16), Orvik_OK);
   ASSERT_EQ(OrvikSetControlValue(camera, Orvik_CTL_EXPOSURE, 1000, Orvik_FALSE), Orvik_OK);
   EXPECT_EQ(readout().converterBits, 12);

@@ -93,6 +93,7 @@ TEST(CatalogueTest, ACameraBeginsWithinItsOwnLimits) {
     const auto camera = createCamera(model->products.front().id);
     Orvik_CONTROL_CAPS caps{};
     for (int n = 0; camera->GetControlCaps(n, &caps); ++n) {
+      if (caps.controlType == Orvik_CTL_TEMPERATURE) continue;  // nobody has read it yet
       std::int32_t value = 0;
       Orvik_BOOL automatic = Orvik_FALSE;
       ASSERT_TRUE(camera->GetControlValue(caps.controlType, &value, &automatic));

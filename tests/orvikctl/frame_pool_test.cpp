@@ -18,7 +18,7 @@ TEST(FramePool, HandsEveryFrameOverInOrder) {
   std::thread reader([&] {
     for (int i = 0; i < kFrames; ++i) {
       PooledFrame* frame = pool.acquire();
-      frame->gain = i;
+      frame->info.gain = i;
       pool.publish(frame);
     }
     pool.end();
@@ -26,7 +26,7 @@ TEST(FramePool, HandsEveryFrameOverInOrder) {
   PooledFrame* frame = nullptr;
   int expected = 0;
   while (pool.take(frame, kLong) == Taken::kFrame) {
-    EXPECT_EQ(frame->gain, expected++);
+    EXPECT_EQ(frame->info.gain, expected++);
     pool.release(frame);
   }
   reader.join();

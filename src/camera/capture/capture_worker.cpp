@@ -52,8 +52,7 @@ void CaptureWorker::start() {
   link_.send(code(VendorRequest::kStartStreaming));
   protocol_.wake(link_);
   control_.sleepFor(kSensorWakeTime);
-  protocol_.run(link_, longExposure_);
-  stream_.restart();
+  runSensor();
   if (!isSnapshot()) automatic_.start();
 }
 
@@ -145,6 +144,12 @@ CaptureWorker::Next CaptureWorker::onEmpty(bool pipeFailed) {
   return Next::kGoOn;
 }
 
+void CaptureWorker::runSensor() {
+  runningSince_ = control_.now();
+  protocol_.run(link_, longExposure_);
+  stream_.restart();
+}
+
 void CaptureWorker::restartCamera() {
   emptyReads_ = 0;
   badFramesInARow_ = 0;
@@ -158,8 +163,7 @@ void CaptureWorker::restartCamera() {
   link_.send(code(VendorRequest::kStartStreaming));
   protocol_.wake(link_);
   control_.sleepFor(kSensorWakeTime);
-  protocol_.run(link_, longExposure_);
-  stream_.restart();
+  runSensor();
 }
 
 void CaptureWorker::onBadFrame() {
@@ -231,7 +235,7 @@ FrameFacts CaptureWorker::describeFrame() const {
     exposed.settings.exposureUs = std::min(exposed.settings.exposureUs, exposedUs);
   } else {
     const Time frameTime = lineTime * (format_.rows() + kBlankRows);
-    exposed = state_.settingsHistory.exposedUntil(facts.firstByte, frameTime);
+    exposed = state_.settingsHistory.exposedUntil(facts.firstByte, runningSince_, frameTime);
     facts.exposureEnd = facts.firstByte;
     facts.exposureStart = facts.firstByte - std::chrono::microseconds(exposed.settings.exposureUs);
   }

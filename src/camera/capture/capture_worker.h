@@ -48,6 +48,7 @@ class CaptureWorker {
   using Time = seam::Clock::Duration;
 
   void start();
+  void runSensor();
   void restartCamera();
   void finish();
   Next step();
@@ -81,6 +82,7 @@ class CaptureWorker {
   int emptyReads_ = 0;
   std::uint64_t frameNumber_ = 0;    ///< of the frame that is being read; lost ones are counted
   std::uint32_t lostSincePush_ = 0;  ///< frames lost since the last that was queued
+  Time runningSince_{};              ///< since when the sensor runs
   Time exposureBegun_{};             ///< of the last exposure that the host timed
   Time exposureEnded_{};
 };

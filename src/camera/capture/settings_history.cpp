@@ -13,7 +13,8 @@ void SettingsHistory::note(const FrameSettings& settings, Time now) {
 }
 
 template <class Begin>
-SettingsHistory::Exposed SettingsHistory::find(Begin begin, Time settleTime) const {
+SettingsHistory::Exposed SettingsHistory::find(Begin begin, Time settledBefore,
+                                               Time settleTime) const {
   const std::lock_guard lock(mutex_);
   const std::size_t known = std::min(count_, entries_.size());
   Exposed found;
@@ -21,22 +22,23 @@ SettingsHistory::Exposed SettingsHistory::find(Begin begin, Time settleTime) con
     const Entry& entry = entries_[(count_ - back) % entries_.size()];
     const Time start = begin(entry.settings);
     found.settings = entry.settings;
-    found.isSettled = back == 1 && start - entry.since >= settleTime;
+    found.isSettled =
+        back == 1 && (entry.since <= settledBefore || start - entry.since >= settleTime);
     if (start >= entry.since) break;
   }
   return found;
 }
 
-SettingsHistory::Exposed SettingsHistory::exposedUntil(Time end, Time settleTime) const {
-  return find(
-      [end](const FrameSettings& settings) {
-        return end - std::chrono::microseconds(settings.exposureUs);
-      },
-      settleTime);
+SettingsHistory::Exposed SettingsHistory::exposedUntil(Time end, Time earliest,
+                                                       Time settleTime) const {
+  const auto begin = [end, earliest](const FrameSettings& settings) {
+    return std::max(end - std::chrono::microseconds(settings.exposureUs), earliest);
+  };
+  return find(begin, earliest, settleTime);
 }
 
 SettingsHistory::Exposed SettingsHistory::exposedFrom(Time start) const {
-  return find([start](const FrameSettings&) { return start; }, Time::zero());
+  return find([start](const FrameSettings&) { return start; }, start, Time::zero());
 }
 
 }  // namespace orvik

@@ -28,9 +28,11 @@ class SettingsHistory {
   };
   /// The settings of an exposure that ended at `end` and lasted as long as they say: the last ones
   /// that were in effect when it began.
+  /// @param earliest when the sensor was set running: no exposure began before, and settings that
+  ///        it had then are settled
   /// @param settleTime a sensor takes new settings over at the start of a frame; by then an
   ///        exposure with the former ones can have begun
-  [[nodiscard]] Exposed exposedUntil(Time end, Time settleTime) const;
+  [[nodiscard]] Exposed exposedUntil(Time end, Time earliest, Time settleTime) const;
   /// The same for an exposure whose beginning is known.
   [[nodiscard]] Exposed exposedFrom(Time start) const;
 
@@ -41,8 +43,9 @@ class SettingsHistory {
   };
 
   /// @param begin gives the beginning of an exposure with the settings of an entry
+  /// @param settledBefore settings noted by then are settled
   template <class Begin>
-  [[nodiscard]] Exposed find(Begin begin, Time settleTime) const;
+  [[nodiscard]] Exposed find(Begin begin, Time settledBefore, Time settleTime) const;
 
   mutable std::mutex mutex_;
   std::array<Entry, 32> entries_;  ///< the last ones, oldest overwritten
