@@ -67,8 +67,8 @@ typedef struct Orvik_SIM_CAMERA {
  *     the next row (frame)
  *   - `mode-change=finish|cut` what becomes of the frame that is read out when exposures change
  *     from the sensor's own timing to the host's or back: it comes whole, or not at all (finish)
- *   - `clear-halt=discard|keep` whether clearing the bulk pipe throws away what waits in the camera,
- *     and the rest of the frame (discard)
+ *   - `clear-halt=discard|keep` whether clearing the bulk pipe throws away what waits in the
+ * camera, and the rest of the frame (discard)
  *   - `light=F` brightness of the scene, 0.001 to 1000 times the normal one (1)
  *   - `colour=white|red|blue|R:G:B` colour of the light (white); R, G and B, from 0 to 1, are the
  *     shares of it that are left in each colour

@@ -235,8 +235,10 @@ std::optional<Duration> Streamer::nextEvent() const {
   }
   if (reading_) {
     const RowClock& rows = reading_->rows;
-    const auto portion = static_cast<int>(portion_ / rows.rowBytes());
-    consider(reading_->lost ? rows.end() : std::min(rows.end(), rows.endOf(rows.row() + portion)));
+    const std::size_t missing = portion_ - std::min(portion_ - 1, outbox_.bytes());
+    const auto count = static_cast<int>((missing + rows.rowBytes() - 1) / rows.rowBytes());
+    consider(reading_->lost ? rows.end()
+                            : std::min(rows.end(), rows.endOf(rows.row() + count - 1)));
   }
   if (link_.waiting() > 0) {
     const double seconds = static_cast<double>(std::min(link_.waiting(), portion_)) / link_.rate();

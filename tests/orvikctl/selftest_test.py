@@ -14,8 +14,13 @@ SLOW = "ORVIK_SLOW" in os.environ
 FAMILIES = ["T01C", "T02C", "T06C", "T10M", "T13C_C", "T15C"]
 
 
+def plugged(model):
+    """The time that requests take is lived through with one model of each family."""
+    return model if model in FAMILIES else model + ",latency=0"
+
+
 def reports_of_pair(models):
-    sims = [part for model in models for part in ("--sim", model)]
+    sims = [part for model in models for part in ("--sim", plugged(model))]
     # The report names what failed; the exit code would only say that something did.
     text, _ = run("selftest", "--quick", "--json", *sims, sim=None, code=None, limit=250)
     return json.loads(text)["cameras"]
