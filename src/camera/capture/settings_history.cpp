@@ -23,7 +23,7 @@ SettingsHistory::Exposed SettingsHistory::find(Begin begin, Time settledBefore,
     const Time start = begin(entry.settings);
     found.settings = entry.settings;
     found.isSettled =
-        back == 1 && (entry.since <= settledBefore || start - entry.since >= settleTime);
+        back == 1 && (entry.since < settledBefore || start - entry.since >= settleTime);
     if (start >= entry.since) break;
   }
   return found;

@@ -43,7 +43,7 @@ class SettingsHistory {
   };
 
   /// @param begin gives the beginning of an exposure with the settings of an entry
-  /// @param settledBefore settings noted by then are settled
+  /// @param settledBefore settings noted before are settled
   template <class Begin>
   [[nodiscard]] Exposed find(Begin begin, Time settledBefore, Time settleTime) const;
 
