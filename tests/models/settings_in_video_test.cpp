@@ -72,7 +72,7 @@ class Video {
   void setFormat(int width, int height, int bin, IMAGE_TYPE type) {
     EXPECT_TRUE(camera_.SetResolution(width, height, bin, type));
     wide_ = type == IMAGE_RAW16;
-    image_.assign(static_cast<std::size_t>(width * height) * (wide_ ? 2 : 1), 0);
+    image_.resize(static_cast<std::size_t>(width * height) * (wide_ ? 2 : 1));
   }
 
   /// Takes an image within ten seconds.
