@@ -166,25 +166,6 @@ TEST_F(FrameOwnership, ExposuresAcrossOneSecondKeepTheirFrames) {
   }
 }
 
-TEST_F(FrameOwnership, HighSpeedModeInARunningVideo) {
-  open();
-  setRegion(640, 480, IMAGE_8BIT);
-  camera_->SetExp(kPatientExposureUs, false);
-  camera_->SetGain(100, false);
-  ASSERT_TRUE(camera_->StartCapture(false));
-  ASSERT_TRUE(getImage());
-  const double level = mean();
-  for (int n = 0; n < 12; ++n) {
-    const std::uint64_t former = last().facts.capture;
-    ASSERT_TRUE(camera_->SetHighSpeedMode(n % 2 == 0));
-    for (int frame = 0; frame < 3; ++frame) {
-      ASSERT_TRUE(getImage());
-      EXPECT_EQ(last().facts.capture, former + 1);
-      EXPECT_NEAR(mean(), level, 4) << "round " << n << ", frame " << frame;
-    }
-  }
-}
-
 // The buffer of the reader has room for the largest image and not a byte more.
 TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
   open(nullptr, sim::Pace::kFree);
