@@ -47,7 +47,8 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
       return "The camera refused the position of the region, or is unplugged. Region and position "
              "together must lie within the sensor.";
     case Orvik_ERROR_NO_FRAME:
-      return "No image came in time, or none that fits into the buffer. Is the camera still plugged in, and is capture running? If "
+      return "No image came in time, or none that fits into the buffer. Is the camera still "
+             "plugged in, and is capture running? If "
              "so, try a lower bandwidth, another cable or another port.";
     case Orvik_ERROR_RESERVED_12:
       break;

@@ -243,7 +243,8 @@ TEST_F(SavingTest, CloseSavesWhatHasChangedSinceTheLastSave) {
   camera_->SetGain(125, false);
   camera_->StartCapture(false);
   bench_.host().unplugAll();
-  ASSERT_TRUE(eventually([&] { return camera_->isUnplugged() && !camera_->capture().isRunning(); }));
+  ASSERT_TRUE(
+      eventually([&] { return camera_->isUnplugged() && !camera_->capture().isRunning(); }));
   camera_->CloseCamera();
   EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 125)) << "after an unplug";
 }

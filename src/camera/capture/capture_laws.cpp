@@ -35,8 +35,7 @@ bool snapshotHasFailed(std::uint32_t badFrames, std::uint64_t exposureUs) {
   return badFrames * exposureUs > kLongExposureUs;
 }
 
-bool BandwidthFallback::onBadFrame(Time now, bool automatic, Time since,
-                                   std::uint32_t& badFrames) {
+bool BandwidthFallback::onBadFrame(Time now, bool automatic, Time since, std::uint32_t& badFrames) {
   const Time begin = std::max(start_, since);
   if (!automatic || now - begin >= kFallbackPeriod || badFrames < kGroupSize) return false;
   badFrames = 0;

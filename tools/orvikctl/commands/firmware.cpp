@@ -49,9 +49,9 @@ void requireBridge(const std::string& path, const Orvik_FIRMWARE_FILE& file,
                    const ConnectedCamera& camera) {
   if (!camera.info || hasSections(file) == (camera.info->usb3Camera == Orvik_TRUE)) return;
   throw Failure(ExitCode::kUsage, path + " is made for the bridge of USB " +
-                                      (hasSections(file) ? "3" : "2") + " cameras; " + camera.label() +
-                                      " has the one of USB " + (hasSections(file) ? "2" : "3") +
-                                      " cameras.");
+                                      (hasSections(file) ? "3" : "2") + " cameras; " +
+                                      camera.label() + " has the one of USB " +
+                                      (hasSections(file) ? "2" : "3") + " cameras.");
 }
 
 void printFile(const std::string& path, const Orvik_FIRMWARE_FILE& file, bool json) {
