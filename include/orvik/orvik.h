@@ -528,7 +528,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikStopVideoCapture(int index);
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
  * @retval Orvik_ERROR_NO_FRAME none came in time, or its image is larger than the buffer, and
  *         stays; the buffer is as it was. At once where the camera is known to be unplugged.
- *         OrvikGetNoFrameReason() (orvik_service.h) tells why.
+ *         OrvikGetNoFrameReason() (orvik_frames.h) tells why.
  * @par Thread: frame thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t bufferSize,

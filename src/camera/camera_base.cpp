@@ -190,22 +190,6 @@ bool CCameraBase::beginCapture(bool snapshot) {
   return true;
 }
 
-CCameraBase::CapturePause::CapturePause(CCameraBase& camera)
-    : camera_(camera),
-      paused_(camera.capture_.isRunning()),
-      snapshot_(camera.capture_.lastWasSnapshot()) {
-  if (paused_) camera_.capture_.suspend();
-}
-
-CCameraBase::CapturePause::~CapturePause() {
-  if (!paused_) return;
-  try {
-    if (camera_.beginCapture(snapshot_)) return;
-  } catch (const std::exception&) {  // out of memory
-  }
-  camera_.capture_.cannotResume();
-}
-
 // Under the settings lock, so that no permit is given while a setter has stopped a video only to
 // start it again.
 MemoryWork::Permit CCameraBase::beginMemoryWork() {

@@ -416,21 +416,7 @@ class CCameraBase {
   /// locked.
   void noteSettings() { state_->settingsHistory.note(state_->frameSettings(), clock_->now()); }
 
-  /// While it lives, the camera does not capture: a capture that was running has ended, and another
-  /// of its kind begins at the end. Held by setters that change what the stream looks like, with
-  /// the settings locked. Who waits for a frame goes on waiting.
-  class CapturePause {
-   public:
-    explicit CapturePause(CCameraBase& camera);
-    ~CapturePause();
-    CapturePause(const CapturePause&) = delete;
-    CapturePause& operator=(const CapturePause&) = delete;
-
-   private:
-    CCameraBase& camera_;
-    const bool paused_;
-    const bool snapshot_;
-  };
+  class CapturePause;  ///< capture_pause.h
   void loadKeptDark();
   /// What SaveSetting() would keep now.
   [[nodiscard]] settings::Group presentSettings();

@@ -9,9 +9,9 @@ namespace orvik {
 
 /// The vendor requests that reach the flash. Programs of the class interface may name others.
 struct FlashRequests {
-  std::uint8_t read = static_cast<std::uint8_t>(VendorRequest::kReadFlash);
-  std::uint8_t write = static_cast<std::uint8_t>(VendorRequest::kWriteFlash);
-  std::uint8_t sector = static_cast<std::uint8_t>(VendorRequest::kFlashSector);  ///< erase and poll
+  std::uint8_t read = codeOf(VendorRequest::kReadFlash);
+  std::uint8_t write = codeOf(VendorRequest::kWriteFlash);
+  std::uint8_t sector = codeOf(VendorRequest::kFlashSector);  ///< erase and poll
   /// Tries of the erase command, and of a poll, before erasing has failed.
   int eraseAttempts = FlashPort::kAttempts;
 };

@@ -12,7 +12,7 @@
 namespace orvik::firmware {
 namespace {
 
-constexpr std::uint8_t kBridgeMemory = static_cast<std::uint8_t>(VendorRequest::kBridgeMemory);
+constexpr std::uint8_t kBridgeMemory = codeOf(VendorRequest::kBridgeMemory);
 /// What the helper calls a block; the camera's own firmware means something else by this number.
 constexpr std::uint8_t kHelperBlock = 0xA9;
 constexpr std::size_t kBlockBytes = 4096;

@@ -8,7 +8,7 @@
 namespace orvik::firmware {
 namespace {
 
-constexpr std::uint8_t kBridgeMemory = static_cast<std::uint8_t>(VendorRequest::kBridgeMemory);
+constexpr std::uint8_t kBridgeMemory = codeOf(VendorRequest::kBridgeMemory);
 constexpr std::uint16_t kProcessorControl = 0xE600;
 constexpr std::size_t kMaxTransferBytes = 0xFFFF;
 constexpr int kAttempts = 3;

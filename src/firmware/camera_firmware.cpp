@@ -18,8 +18,6 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t code(VendorRequest request) { return static_cast<std::uint8_t>(request); }
-
 /// A caller's memory; none where there is no pointer.
 template <class Byte>
 std::span<Byte> memory(Byte* start, std::size_t size) {
@@ -34,7 +32,7 @@ Bytes image(const std::uint8_t* start, std::int32_t size) {
 
 bool CCameraBase::IsBootLoaderRunning() {
   std::array<std::uint8_t, 1> answer{};
-  return firmware::readMemory(link(), 0, answer, code(VendorRequest::kBridgeMemory));
+  return firmware::readMemory(link(), 0, answer, codeOf(VendorRequest::kBridgeMemory));
 }
 
 bool CCameraBase::DownloadBufferToDevice(std::uint32_t address, std::uint16_t length,
@@ -75,7 +73,7 @@ bool CCameraBase::SetTransferCount(std::int32_t bytes) {
   constexpr std::int64_t kTransferBytes = 49152;
   if (bytes < 0) return false;
   const std::int64_t count = (bytes + kTransferBytes - 1) / kTransferBytes;
-  return link().send(code(VendorRequest::kTransferCount), static_cast<std::uint16_t>(count >> 16),
+  return link().send(codeOf(VendorRequest::kTransferCount), static_cast<std::uint16_t>(count >> 16),
                      static_cast<std::uint16_t>(count));
 }
 
@@ -93,9 +91,9 @@ FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadFw(const char* path,
   const auto size = static_cast<std::uint32_t>(file->size());
   switch (media) {
     case FWDWNLOAD_RAM:
-      return DownloadFwToRam(file->data(), size, code(VendorRequest::kBridgeMemory));
+      return DownloadFwToRam(file->data(), size, codeOf(VendorRequest::kBridgeMemory));
     case FWDWNLOAD_I2CE2PROM:
-      return DownloadBuftoI2CE2PROM(file->data(), size, code(VendorRequest::kI2cMemory));
+      return DownloadBuftoI2CE2PROM(file->data(), size, codeOf(VendorRequest::kI2cMemory));
     case FWDWNLOAD_SPIFLASH: {
       if (file->size() > firmware::kFirmwareAreaBytes) return FWDWNLOAD_NO_FILE;
       const auto permit = beginMemoryWork();

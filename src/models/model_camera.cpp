@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "camera/capture_pause.h"
 #include "cooler/camera_cool.h"
 
 namespace orvik {

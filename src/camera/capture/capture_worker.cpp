@@ -19,8 +19,6 @@ constexpr auto kSensorWakeTime = 20ms;
 constexpr auto kExposureSlice = 200ms;
 constexpr auto kExposureInOneSleep = 1001ms;
 
-std::uint8_t code(VendorRequest request) { return static_cast<std::uint8_t>(request); }
-
 }  // namespace
 
 CaptureWorker::CaptureWorker(CaptureParts parts)
@@ -47,9 +45,9 @@ void CaptureWorker::run() {
 
 void CaptureWorker::start() {
   longExposure_ = state_.longExposure;
-  link_.send(code(VendorRequest::kStopStreaming));
+  link_.send(codeOf(VendorRequest::kStopStreaming));
   protocol_.halt(link_, longExposure_);
-  link_.send(code(VendorRequest::kStartStreaming));
+  link_.send(codeOf(VendorRequest::kStartStreaming));
   protocol_.wake(link_);
   control_.sleepFor(kSensorWakeTime);
   runSensor();
@@ -157,10 +155,10 @@ void CaptureWorker::restartCamera() {
   link_.resetBulkPipe();
   control_.sleepFor(100ms);
   protocol_.halt(link_, longExposure_);
-  link_.send(code(VendorRequest::kStopStreaming));
+  link_.send(codeOf(VendorRequest::kStopStreaming));
   control_.sleepFor(10ms);
   stream_.drain();
-  link_.send(code(VendorRequest::kStartStreaming));
+  link_.send(codeOf(VendorRequest::kStartStreaming));
   protocol_.wake(link_);
   control_.sleepFor(kSensorWakeTime);
   runSensor();
