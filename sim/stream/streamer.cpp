@@ -15,8 +15,8 @@ using Duration = seam::Clock::Duration;
 /// How many frames a machine too slow for the camera may lag behind before it loses some.
 constexpr int kMostFramesBehind = 8;
 
-/// Rows that come off the board are put into the FIFO in parts of about this size: small beside
-/// the FIFO, so that filling and emptying it overlap as they do in the hardware.
+/// Rows go into the FIFO in parts of about this size: small beside it, so that filling and emptying
+/// overlap as they do in the hardware.
 constexpr std::size_t kRowsBytes = LinkFifo::kBytes / 16;
 
 /// The thread looks at what has arrived after so many bytes, give or take half of it.
@@ -216,7 +216,7 @@ void Streamer::run() {
 
 void Streamer::waitForWork(Lock& lock) {
   const auto poked = [this] { return poked_; };
-  portion_ = static_cast<std::size_t>(kPortion / 2 + jitter_.below(kPortion));
+  portion_ = kPortion / 2 + static_cast<std::size_t>(jitter_.below(kPortion));
   if (pipe_.ready()) portion_ = std::min(portion_, pipe_.room());
   if (const auto next = nextEvent()) {
     clock_->waitUntil(lock, work_, *next, poked);
@@ -225,7 +225,7 @@ void Streamer::waitForWork(Lock& lock) {
   }
 }
 
-/// When something is due at the latest, if nobody asks for anything before.
+/// When something is due, if nobody asks for anything before.
 std::optional<Duration> Streamer::nextEvent() const {
   if (!timed()) return std::nullopt;
   std::optional<Duration> next;
@@ -357,7 +357,7 @@ bool Streamer::makePicture(Lock& lock) {
   return true;
 }
 
-/// Takes off the board what rows have come by `now`. @return whether there were any.
+/// Takes the rows that have come by `now` off the board. @return whether there were any.
 bool Streamer::readRows(Duration now) {
   if (!reading_ || (!reading_->lost && !reading_->picture)) return false;
   RowClock& rows = reading_->rows;
@@ -376,7 +376,7 @@ bool Streamer::readRows(Duration now) {
     outbox_.add(reading_->picture, begin, begin + kept);
   }
   const bool any = rows.row() > before;
-  if (rows.done()) endReadout();
+  if (rows.done()) endReadout();  // which ends the life of `rows`
   return any;
 }
 
