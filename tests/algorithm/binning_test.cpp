@@ -97,27 +97,6 @@ TEST(Binning, Mono16IsTheMean) { expectBinned<uint16_t>(false, meanOfSum); }
 TEST(Binning, Mosaic8IsTheSaturatingSum) { expectBinned<uint8_t>(true, saturatingSum); }
 TEST(Binning, Mosaic16SumsQuotients) { expectBinned<uint16_t>(true, sumOfQuotients); }
 
-TEST(Binning, BrightensEightBitsAndAveragesSixteen) {
-  std::vector<uint8_t> image8(4, 100);
-  std::vector<uint16_t> image16(4, 100);
-  CAlgorithm::MonoBin(image8.data(), nullptr, 1, 1, 2, false);
-  CAlgorithm::MonoBin(nullptr, image16.data(), 1, 1, 2, true);
-  EXPECT_EQ(image8[0], 255);
-  EXPECT_EQ(image16[0], 100);
-
-  std::vector<uint16_t> faint(16, 3);
-  CAlgorithm::ColorRAWBin(nullptr, faint.data(), 2, 2, 2, true);
-  EXPECT_EQ(faint[0], 0);
-}
-
-TEST(Binning, MosaicKeepsItsPattern) {
-  // R G / G B with a value for each colour, bin 2: each value comes out four times as bright.
-  std::vector<uint8_t> image{10, 20, 10, 20, 30, 40, 30, 40, 10, 20, 10, 20, 30, 40, 30, 40};
-  CAlgorithm::ColorRAWBin(image.data(), nullptr, 2, 2, 2, false);
-  EXPECT_EQ((std::vector<uint8_t>(image.begin(), image.begin() + 4)),
-            (std::vector<uint8_t>{40, 80, 120, 160}));
-}
-
 TEST(Binning, DoesNothingWithoutBinOrPixels) {
   struct Case {
     Size size;

@@ -107,17 +107,6 @@ TEST(Dark, WeighsTheSamplesOfABinnedPixel) {
   }
 }
 
-TEST(Dark, OneHotSampleOfFourWeighsMore) {
-  // 7 tenths of 100 and a tenth of each 10 are 73; a quarter of each would be 32.5.
-  const std::vector<uint16_t> dark = {10, 0, 10, 0, 0, 0, 0, 0, 100, 0, 10, 0, 0, 0, 0, 0};
-  std::vector<uint8_t> image = {90, 90, 90, 90};
-  CAlgorithm::SubtractDark(image.data(), 4, 4, 10, dark.data(), true, 0);
-  EXPECT_EQ(image[0], 27);
-  image[0] = 90;
-  CAlgorithm::SubtractDark(image.data(), 4, 4, 70, dark.data(), true, 0);
-  EXPECT_EQ(image[0], 128) << "127.5, rounded up";
-}
-
 TEST(Dark, CutsWhatAFrameOfTheRegionShows) {
   constexpr int kWidth = 48;
   constexpr int kHeight = 36;

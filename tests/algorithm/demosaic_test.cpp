@@ -113,16 +113,6 @@ TEST_F(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
   }
 }
 
-TEST_F(Demosaic, SumsOfBrightSamplesDoNotWrap) {
-  constexpr Size kSize{8, 6};
-  const Frame<uint8_t> raw(area(kSize), 255);
-  for (const Routine routine : kRoutines) {
-    Frame<uint8_t> bgr(3 * area(kSize));
-    routine(raw.data(), bgr.data(), kSize.width, kSize.height);
-    EXPECT_EQ(bgr.pixels(), std::vector<uint8_t>(3 * area(kSize), 255));
-  }
-}
-
 TEST_F(Demosaic, EveryGainOfEverySampleIsExact) {
   constexpr Size kSize{134, 6};
   Frame<uint8_t> bgr(3 * area(kSize));

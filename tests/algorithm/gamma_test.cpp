@@ -51,12 +51,6 @@ TEST(Gamma, TablesFollowThePowerCurve) {
   }
 }
 
-TEST(Gamma, FiftyIsTheIdentity) {
-  const Tables tables(50);
-  for (size_t i = 0; i < 256; ++i) ASSERT_EQ(tables.table8[i], i);
-  for (size_t i = 0; i < 65536; ++i) ASSERT_EQ(tables.table16[i], i);
-}
-
 /// Entries so close to a half that they come out one higher or lower when a factor is kept in
 /// double precision, or the product in single.
 TEST(Gamma, RoundsEachFactorToSinglePrecision) {

@@ -55,20 +55,6 @@ TEST(HotPixelTable, MarksEachHotPixelOfADark) {
   EXPECT_EQ(deriveHotPixels(Bytes(15, 0), 0).size(), 1U);
 }
 
-TEST(HotPixelTable, TablesOfWholeBlocksComeBackAsTheyWere) {
-  for (uint32_t seed = 0; seed < 40; ++seed) {
-    for (const size_t blocks : {1U, 2U, 3U, 17U}) {
-      const Bytes table = randomTable(256 * blocks, seed * 0.01, seed);
-      const StoredHotPixels stored = compressHotPixels(table);
-      ASSERT_EQ(stored.bytes.size(), table.size());
-      ASSERT_EQ(storedHotPixelLength(stored.bytes), stored.length);
-      const auto back =
-          uncompressHotPixels(std::span(stored.bytes).first(stored.length), table.size());
-      ASSERT_EQ(back, table) << "seed " << seed << ", " << blocks << " blocks";
-    }
-  }
-}
-
 /// The rule for readers, taken literally: a pair belongs to the table if its first byte does. In
 /// the flash, what follows the stored bytes is erased.
 std::optional<Bytes> readLiterally(Bytes stored, size_t tableBytes) {

@@ -111,16 +111,5 @@ TEST(HotSites, EveryRegionBinAndMosaicAgainstAPlainForm) {
   }
 }
 
-TEST(HotSites, ALoneHotPixelVanishesInItsSurroundings) {
-  const FrameRegion region{0, 0, kSensorWidth, kSensorHeight, 1, 2};
-  Frame<uint16_t> image(region.samples(), 700);
-  const size_t index = 5 * kSensorWidth + 7;
-  image[index] = 65535;
-  image[index + 1] = 3000;  // another colour: neither judge nor judged
-  correctHotPixels(image.data(), cutHotPixels(tableOf({{7, 5}}), kSensorWidth, region));
-  EXPECT_EQ(image[index], 700);
-  EXPECT_EQ(image[index + 1], 3000);
-}
-
 }  // namespace
 }  // namespace orvik::test

@@ -18,23 +18,6 @@ class Balance : public testing::Test {
   void TearDown() override { CAlgorithm::RGBYUV_Init(); }
 };
 
-TEST_F(Balance, GainIsInFiftiethsTruncatesAndSaturates) {
-  const GainTables tables({.red = 52, .blue = 95});
-  EXPECT_EQ(tables.red[24], 24);  // 24.96
-  EXPECT_EQ(tables.red[25], 26);
-  EXPECT_EQ(tables.red[245], 254);  // 254.8
-  EXPECT_EQ(tables.red[246], 255);
-  EXPECT_EQ(tables.blue[10], 19);
-  EXPECT_EQ(tables.blue[134], 254);
-  EXPECT_EQ(tables.blue[135], 255);
-
-  const GainTables doubled({.red = 100, .blue = 1});
-  EXPECT_EQ(doubled.red[127], 254);
-  EXPECT_EQ(doubled.red[128], 255);
-  EXPECT_EQ(doubled.blue[49], 0);
-  EXPECT_EQ(doubled.blue[255], 5);
-}
-
 TEST_F(Balance, GainsFarOutsideStayDefined) {
   const GainTables tables(
       {.red = std::numeric_limits<int32_t>::max(), .blue = std::numeric_limits<int32_t>::min()});

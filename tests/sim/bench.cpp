@@ -143,11 +143,15 @@ void Bench::program(const Program& p) {
   fpga(20, p.lineCycles >> 8);
 }
 
-void Bench::start(const Program& p) {
-  program(p);
+void Bench::run(std::uint8_t mode) {
   out(0xA9);
   sensor(0x3000, 0);
-  fpga(0, p.run);
+  fpga(0, mode);
+}
+
+void Bench::start(const Program& p) {
+  program(p);
+  run(p.run);
 }
 
 void Bench::stop() {
@@ -158,6 +162,11 @@ void Bench::stop() {
 
 Fetch Bench::newFetch(std::size_t bytes) {
   return {port_->newBulkTransfer(bulkEndpoint_), std::make_shared<Bytes>(bytes)};
+}
+
+bool Bench::sends(std::size_t bytes, std::chrono::milliseconds patience) {
+  Fetch fetch = newFetch(bytes);
+  return fetch.submit() == TransferStatus::kOk && fetch.transfer->wait(patience);
 }
 
 Bytes Bench::fetchFrame(std::size_t bytes) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -15,6 +16,9 @@ namespace orvik::test {
 
 using seam::TransferStatus;
 using Bytes = std::vector<std::uint8_t>;
+
+/// Long enough to be sure that nothing comes.
+inline constexpr std::chrono::milliseconds kQuiet{20};
 
 /// What a T15C is programmed to, in the terms of its registers.
 struct Program {
@@ -82,10 +86,14 @@ class Bench {
   void initialise();
   /// Writes all registers; the camera is left halted, in standby and not streaming.
   void program(const Program& program);
+  /// Lets the camera stream, the sensor work and the FPGA take frames.
+  void run(std::uint8_t mode = 0x21);
   void start(const Program& program);
   void stop();
 
   Fetch newFetch(std::size_t bytes);
+  /// Whether this many bytes come in time.
+  bool sends(std::size_t bytes, std::chrono::milliseconds patience = kQuiet);
   /// Fetches one frame as one transfer; empty when none came within five seconds.
   Bytes fetchFrame(std::size_t bytes);
 

@@ -121,21 +121,6 @@ TEST(Fault, ControlTransfersFailByNumberAndByRequest) {
   EXPECT_EQ(bench.in(0xBC, 29).value().size(), 1U);
 }
 
-TEST(Fault, AnUnplugEndsWhatIsInFlightAndEverythingAfterIt) {
-  Bench bench(struckBy("control AD unplug"));
-  Fetch fetch = bench.newFetch(4096);
-  ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
-  auto waiting = std::async(std::launch::async, [&] { return fetch.transfer->wait(60s); });
-  bench.in(0xAD);
-  ASSERT_EQ(waiting.wait_for(10s), std::future_status::ready);
-  EXPECT_TRUE(waiting.get());
-  EXPECT_EQ(fetch.transfer->status(), TransferStatus::kNoDevice);
-  EXPECT_EQ(fetch.submit(), TransferStatus::kNoDevice);
-  EXPECT_EQ(bench.out(0xA9), TransferStatus::kNoDevice);
-  EXPECT_EQ(bench.port().reset(), TransferStatus::kNoDevice);
-  EXPECT_TRUE(bench.host().devices().empty());
-}
-
 /// A device's way out of the bus and back, on the virtual cameras' own host and behind a decorator.
 void expectReplug(seam::Host& host) {
   ASSERT_EQ(host.devices().size(), 1U);

@@ -8,6 +8,7 @@
 namespace orvik::test {
 namespace {
 
+constexpr std::chrono::seconds kSoon{60};
 constexpr int kWidth = 1304;
 constexpr double kElectronsPerStep = 14000.0 / 4095;  // at gain 0
 
@@ -97,9 +98,7 @@ TEST(Frame, FastConversionLosesTheTwoLowestBits) {
   Bench bench = benchFor(p);
   bench.program(p);
   bench.fpga(10, 16);  // two bytes out, 10 bits in
-  bench.out(0xA9);
-  bench.sensor(0x3000, 0);
-  bench.fpga(0, 0x21);
+  bench.run();
   expectFrame(p, bench.fetchFrame(p.frameBytes()),
               [](int sample, int, int) { return sample / 4 * 64; });
 }
@@ -116,7 +115,8 @@ TEST(Frame, ColourGainsMultiplyTheirColourOfTheMosaicAndSaturate) {
   for (const Case& c : {Case{"T15C", {kRed, kGreenBesideRed, kGreenBesideBlue, kBlue}},
                         Case{"T13C", {kGreenBesideRed, kRed, kBlue, kGreenBesideBlue}},
                         Case{"T14C", {kBlue, kGreenBesideBlue, kGreenBesideRed, kRed}},
-                        Case{"T12C", {kGreenBesideBlue, kBlue, kRed, kGreenBesideRed}}}) {
+                        Case{"T12C", {kGreenBesideBlue, kBlue, kRed, kGreenBesideRed}},
+                        Case{"T10M", {128, 128, 128, 128}}}) {
     SCOPED_TRACE(c.model);
     Program p;
     p.wide = true;
@@ -127,9 +127,7 @@ TEST(Frame, ColourGainsMultiplyTheirColourOfTheMosaicAndSaturate) {
     bench.fpga(13, kGreenBesideRed);
     bench.fpga(14, kGreenBesideBlue);
     bench.fpga(15, kBlue);
-    bench.out(0xA9);
-    bench.sensor(0x3000, 0);
-    bench.fpga(0, 0x21);
+    bench.run();
     expectFrame(p, bench.fetchFrame(p.frameBytes()), [&](int sample, int x, int y) {
       return std::min(sample * c.cell[2 * (y % 2) + x % 2] / 128, 4095) * 16;
     });
@@ -144,12 +142,8 @@ TEST(Frame, ContradictoryRegistersSendNothing) {
     EXPECT_FALSE(bench.fetchFrame(p.frameBytes()).empty());
     bench.stop();
     spoil(bench);
-    bench.out(0xA9);
-    bench.sensor(0x3000, 0);
-    bench.fpga(0, 0x21);
-    Fetch fetch = bench.newFetch(p.frameBytes());
-    EXPECT_EQ(fetch.submit(), TransferStatus::kOk);
-    return fetch.transfer->wait(std::chrono::milliseconds(20));
+    bench.run();
+    return bench.sends(p.frameBytes());
   };
   EXPECT_TRUE(sends([](Bench&) {}));
   EXPECT_FALSE(sends([](Bench& b) { b.sensor(0x3006, 0x22); })) << "the FPGA expects no binning";
@@ -161,6 +155,27 @@ TEST(Frame, ContradictoryRegistersSendNothing) {
     b.fpga(16, 48);
     b.fpga(17, 0);
   })) << "no line beyond the rows";
+}
+
+TEST(Frame, SomeSensorsNeitherHurryNorBin) {
+  struct Case {
+    const char* model;
+    bool hurries, bins;
+  };
+  for (const Case& c : {Case{"T15C", true, true}, Case{"T10M", true, false},
+                        Case{"T04C", false, true}, Case{"T09C", true, false}}) {
+    SCOPED_TRACE(c.model);
+    const auto sends = [&](const Program& p) {
+      Bench bench = benchFor(p, c.model);
+      bench.program(p);
+      bench.sensor(0x3009, 0x10);
+      bench.run();
+      return bench.sends(p.frameBytes(),
+                         p.fast10Bit ? (c.hurries ? kSoon : kQuiet) : (c.bins ? kSoon : kQuiet));
+    };
+    EXPECT_EQ(sends({.fast10Bit = true, .lineCycles = 4000}), c.hurries);
+    EXPECT_EQ(sends({.sensorBin = 2, .lineCycles = 4000}), c.bins);
+  }
 }
 
 TEST(Frame, WhatIsHeldTakesEffectTogetherAtTheRelease) {

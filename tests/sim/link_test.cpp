@@ -11,8 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kQuiet = 20ms;
-
 TEST(Bus, GivesEachAnEqualPartAndWhatTheOthersDoNotNeed) {
   sim::Bus bus(40e6);
   const int a = 0;

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <functional>
 #include <string_view>
 
 #include "sim/older_bench.h"
@@ -15,7 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kQuiet = 20ms;
 constexpr const char* kBoards[] = {"T06C_S", "T02C"};  // one of each kind
 
 double electronsPerStep(const char* model) { return sim::findModel(model)->pixel.fullScale / 4095; }
@@ -37,11 +34,7 @@ int sampleAt(const OlderProgram& p, const Bytes& frame, int x, int y) {
   return p.wide ? frame.at(2 * at) * 256 + frame.at(2 * at + 1) : frame.at(at);
 }
 
-bool quiet(OlderBench& bench, const OlderProgram& p) {
-  Fetch fetch = bench.newFetch(p.frameBytes());
-  EXPECT_EQ(fetch.submit(), TransferStatus::kOk);
-  return !fetch.transfer->wait(kQuiet);
-}
+bool quiet(OlderBench& bench, const OlderProgram& p) { return !bench.sends(p.frameBytes()); }
 
 TEST(OlderFrame, EverySampleComesFromItsPlaceOnTheSensor) {
   struct Case {
@@ -221,78 +214,6 @@ TEST(OlderFrame, ContradictoryRegistersSendNothing) {
     overClocked.word(0x300E, percent);
     EXPECT_TRUE(quiet(overClocked, {})) << percent;
   }
-}
-
-TEST(OlderFrame, LongExposureLastsFromShutterOpenToShutterClosed) {
-  for (const char* model : kBoards) {
-    SCOPED_TRACE(model);
-    sim::CameraOptions options = idealOptions();
-    options.pace = sim::Pace::kReal;
-    options.scene = std::make_shared<PositionScene>(electronsPerStep(model) / 60);
-    OlderBench bench(model, options);
-    bench.set(Setting::kGain, 0);
-    const OlderProgram p{.exposureLines = 0};
-    bench.start(p);
-    EXPECT_TRUE(quiet(bench, p));
-    for (const int seconds : {60, 15}) {
-      Fetch fetch = bench.newFetch(p.frameBytes());
-      fetch.submit();
-      bench.fpga(0x0B, 1);
-      bench.advance(std::chrono::seconds(seconds));
-      EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "no frame before the shutter closes";
-      bench.fpga(0x0B, 0);
-      bench.advance(p.readoutTime());
-      ASSERT_TRUE(fetch.transfer->wait(5s));
-      ASSERT_TRUE(hasTrailer(fetch.received()));
-      EXPECT_NEAR(sampleAt(p, fetch.received(), 20, 10), codeOf(20, 10) / 16.0 * seconds / 60, 1);
-    }
-    // An exposure of some lines lets the sensor run by itself again.
-    bench.set(Setting::kExposureLines, 100);
-    Fetch fetch = bench.newFetch(p.frameBytes());
-    fetch.submit();
-    bench.advance(p.frameTime());
-    EXPECT_TRUE(fetch.transfer->wait(5s));
-  }
-}
-
-TEST(OlderFrame, NeedsStreamingARunningSensorAndItsClock) {
-  for (const char* model : kBoards) {
-    SCOPED_TRACE(model);
-    const OlderProgram p;
-    OlderBench bench = benchFor(model, p);
-    bench.start(p);
-    struct Case {
-      const char* name;
-      std::function<void()> off, on;
-    };
-    for (const Case& c :
-         {Case{"streaming", [&] { bench.out(0xAA); }, [&] { bench.out(0xA9); }},
-          Case{"sensor", [&] { bench.runSensor(false); }, [&] { bench.runSensor(true); }},
-          Case{"sensor clock", [&] { bench.out(0xAE); }, [&] { bench.out(0xAF); }}}) {
-      SCOPED_TRACE(c.name);
-      EXPECT_TRUE(hasTrailer(bench.fetchFrame(p.frameBytes())));
-      c.off();
-      EXPECT_TRUE(quiet(bench, p));
-      c.on();
-    }
-    EXPECT_TRUE(hasTrailer(bench.fetchFrame(p.frameBytes())));
-  }
-}
-
-TEST(OlderFrame, WhatIsHeldTakesEffectTogetherAtTheRelease) {
-  const OlderProgram p;
-  OlderBench bench = benchFor("T03C", p);
-  bench.start(p);
-  const auto level = [&] { return sampleAt(p, bench.fetchFrame(p.frameBytes()), 20, 10); };
-  const int before = codeOf(20, 10) / 16;
-  EXPECT_EQ(level(), before);
-  bench.word(0x3001, 1);
-  bench.word(0x3012, 50);
-  bench.word(0x301E, 160);
-  EXPECT_EQ(bench.wordAt(0x3012), 50) << "reads give what was written";
-  EXPECT_EQ(level(), before);
-  bench.word(0x3001, 0);
-  EXPECT_NEAR(level(), before / 2 + 10, 1);
 }
 
 }  // namespace

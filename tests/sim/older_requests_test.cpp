@@ -42,6 +42,11 @@ TEST(OlderRequests, EachSensorHasItsOwnInterface) {
   EXPECT_EQ(words.wordAt(0x302A), 0) << "it has no colour gains";
   EXPECT_EQ(words.wordAt(0x300E), 0) << "nor an over-clock";
   EXPECT_EQ(words.wordAt(0xFFFF), 0);
+  EXPECT_TRUE(takes(words, 0xAE));
+  EXPECT_FALSE(takes(words, 0xA6, 0x3012, 1)) << "it needs its clock";
+  EXPECT_FALSE(words.in(0xA7, 0x3012, 0, 2).has_value());
+  EXPECT_TRUE(takes(words, 0xAF));
+  EXPECT_EQ(words.wordAt(0x3012), 0x1234);
 
   OlderBench commands("T02C");
   EXPECT_TRUE(takes(commands, 0xB6, 0x0012, 1));
@@ -57,18 +62,6 @@ TEST(OlderRequests, EachSensorHasItsOwnInterface) {
     bench->fpga(20, 5);
     EXPECT_THAT(bench->in(0xBC, 20).value(), ElementsAre(5));
   }
-}
-
-TEST(OlderRequests, TheSensorNeedsItsClock) {
-  OlderBench bench("T06M_S");
-  bench.word(0x3012, 77);
-  ASSERT_TRUE(takes(bench, 0xAE));
-  EXPECT_FALSE(takes(bench, 0xA6, 0x3012, 1));
-  EXPECT_FALSE(bench.in(0xA7, 0x3012, 0, 2).has_value());
-  EXPECT_TRUE(takes(bench, 0xBD, 0x0B, 0));
-  EXPECT_TRUE(takes(bench, 0xA4));
-  ASSERT_TRUE(takes(bench, 0xAF));
-  EXPECT_EQ(bench.wordAt(0x3012), 77);
 }
 
 TEST(CommandSensor, CarriesOutOneCommandAtATime) {

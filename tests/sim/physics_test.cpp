@@ -109,21 +109,6 @@ TEST(Physics, SignalFollowsExposureGainAndBlackLevel) {
   EXPECT_NEAR(measure(raised).mean, level + 200, 1);
 }
 
-TEST(Physics, ShutterLineShortensTheExposure) {
-  Program p;
-  p.frameLines = 1000;
-  p.shutterLine = 989;
-  EXPECT_NEAR(p.exposureSeconds(), 10 * 292 / 18562e3, 1e-9);
-  sim::CameraOptions options;
-  options.pace = sim::Pace::kFree;
-  options.noise = false;
-  options.scene = std::make_shared<FlatScene>(static_cast<float>(7000 / p.exposureSeconds()));
-  Bench bench(options);
-  p.wide = true;
-  bench.start(p);
-  EXPECT_NEAR(wordOf(bench.fetchFrame(p.frameBytes()), 500) / 16, 2047.5, 1);
-}
-
 TEST(Physics, NoiseIsPhotonAndReadNoise) {
   const Setting lit{.flux = 100000, .gain = 100};
   const double stepsPerElectron = 4095.0 / 14000 * std::sqrt(10);

@@ -13,8 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kQuiet = 20ms;
-
 sim::CameraOptions grey() {
   sim::CameraOptions options = idealOptions();
   options.sceneKind = sim::SceneKind::kGrey;
@@ -51,9 +49,7 @@ Look lookWithout(const char* model, int address) {
     const int value = bench.in(0xB7, address).value().front();
     bench.sensor(address, value ^ 0x55);
   }
-  bench.out(0xA9);
-  bench.sensor(0x3000, 0);
-  bench.fpga(0, p.run);
+  bench.run();
   return lookOf(bench.fetchFrame(p.frameBytes()), p.columns);
 }
 
@@ -77,12 +73,8 @@ TEST(PowerUp, NothingComesBeforeClockAndSynchronismAreSet) {
     Bench bench(grey());
     bench.program(p);
     spoil(bench);
-    bench.out(0xA9);
-    bench.sensor(0x3000, 0);
-    bench.fpga(0, 0x21);
-    Fetch fetch = bench.newFetch(p.frameBytes());
-    EXPECT_EQ(fetch.submit(), TransferStatus::kOk);
-    return fetch.transfer->wait(kQuiet);
+    bench.run();
+    return bench.sends(p.frameBytes());
   };
   EXPECT_FALSE(sends([](Bench& b) { b.sensor(0x3002, 0); })) << "the sensor is not the slave";
   EXPECT_FALSE(sends([](Bench& b) { b.sensor(0x3049, 0x0A); })) << "it sends its own syncs";
@@ -108,9 +100,7 @@ TEST(PowerUp, WithoutAWindowTheWholeSensorIsReadAndColoursNeedTheirGains) {
   for (const int gain : {12, 13, 14, 15}) bench.fpga(gain, 0);
   EXPECT_EQ(lookOf(bench.fetchFrame(p.frameBytes()), p.columns).mean, 0);
   bench.sensor(0x3007, 0);
-  Fetch fetch = bench.newFetch(p.frameBytes());
-  fetch.submit();
-  EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "more than the FPGA waits for";
+  EXPECT_FALSE(bench.sends(p.frameBytes())) << "more than the FPGA waits for";
 }
 
 TEST(PowerUp, OlderSensorsNeedTheirClockToo) {

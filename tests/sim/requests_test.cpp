@@ -78,46 +78,6 @@ TEST(Requests, TemperatureIsATwosComplementWordOfSixteenths) {
   EXPECT_LT(celsius(), 30);
 }
 
-TEST(Requests, GuideLinesAreLoggedWithTheirTimes) {
-  Bench bench;
-  bench.out(0xB0, 2);
-  bench.out(0xB0, 2);
-  bench.advance(150ms);
-  bench.out(0xB0, 0);
-  bench.out(0xB1, 2);
-  const auto log = bench.host().guideLog(bench.id());
-  ASSERT_EQ(log.size(), 3U);
-  EXPECT_EQ(log[0].direction, 2);
-  EXPECT_TRUE(log[0].on);
-  EXPECT_EQ(log[1].direction, 0);
-  EXPECT_EQ(log[2].direction, 2);
-  EXPECT_FALSE(log[2].on);
-  EXPECT_EQ(log[2].at - log[0].at, 150ms);
-}
-
-TEST(Requests, ObserverSeesTheConversationInOrder) {
-  struct Seen {
-    seam::SetupPacket setup;
-    Bytes data;
-    TransferStatus status;
-  };
-  std::vector<Seen> seen;
-  sim::CameraOptions options;
-  options.controlObserver = [&](const sim::ControlRecord& record) {
-    seen.push_back({record.setup, {record.data.begin(), record.data.end()}, record.status});
-  };
-  Bench bench(options);
-  bench.out(0xB6, 0x3014, 0x12);
-  bench.in(0xAD, 0, 0, 2);
-  bench.out(0x01);
-  ASSERT_EQ(seen.size(), 3U);
-  EXPECT_EQ(seen[0].setup.request, 0xB6);
-  EXPECT_EQ(seen[0].setup.value, 0x3014);
-  EXPECT_EQ(seen[0].setup.index, 0x12);
-  EXPECT_THAT(seen[1].data, ElementsAre('V', 0x12));
-  EXPECT_EQ(seen[2].status, TransferStatus::kStalled);
-}
-
 TEST(Flash, ObeysThePhysicsOfFlash) {
   Bench bench;
   ASSERT_EQ(bench.out(0xBE, 0), TransferStatus::kOk);

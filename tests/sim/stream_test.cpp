@@ -19,8 +19,6 @@ sim::CameraOptions plain(sim::Pace pace) {
   return options;
 }
 
-/// Long enough to be sure that nothing comes.
-constexpr auto kQuiet = 20ms;
 constexpr auto kSoon = 5s;
 
 /// Waits for the end of a transfer that must end well, and gives what came.
@@ -28,17 +26,6 @@ Bytes collect(Fetch& fetch) {
   EXPECT_TRUE(fetch.transfer->wait(kSoon));
   EXPECT_EQ(fetch.transfer->status(), TransferStatus::kOk);
   return fetch.received();
-}
-
-TEST(Stream, FreeRunningFramesAreMarkedNumberedAndComplete) {
-  Bench bench(plain(sim::Pace::kFree));
-  const Program program;
-  bench.start(program);
-  for (int n = 0; n < 20; ++n) {
-    const Bytes frame = bench.fetchFrame(program.frameBytes());
-    ASSERT_EQ(frame.size(), program.frameBytes());
-    ASSERT_EQ(sequenceOf(frame), n);
-  }
 }
 
 TEST(Stream, SequenceWrapsAtSixteenBits) {
@@ -155,17 +142,6 @@ TEST(Stream, StoppingThrowsTheWaitingFrameAway) {
   EXPECT_EQ(sequenceOf(collect(fetch)), 1) << "frame 0 was lost with the stop";
 }
 
-TEST(Stream, ClearingTheHaltStartsWithAFreshFrame) {
-  Bench bench(plain(sim::Pace::kFree));
-  const Program program{.columns = 400, .rows = 300};
-  bench.start(program);
-  Fetch half = bench.newFetch(51200);
-  half.submit();
-  collect(half);
-  ASSERT_EQ(bench.port().clearHalt(0x81), TransferStatus::kOk);
-  EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 1);
-}
-
 TEST(Stream, LongExposureLastsFromShutterOpenToShutterClosed) {
   sim::CameraOptions options = plain(sim::Pace::kReal);
   options.noise = false;
@@ -192,68 +168,9 @@ TEST(Stream, LongExposureLastsFromShutterOpenToShutterClosed) {
   EXPECT_NEAR(levelAfter(60s), 3 * level, 2);
 
   bench.advance(10s);
-  Fetch fetch = bench.newFetch(program.frameBytes());
-  fetch.submit();
   bench.fpga(0x0B, 0);
   bench.advance(10s);
-  EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "a shutter that was not open ends no exposure";
-}
-
-TEST(Stream, AFilterCanSpoilAndDropFrames) {
-  sim::CameraOptions options = plain(sim::Pace::kFree);
-  options.frameFilter = [](Bytes& frame) {
-    switch (wordOf(frame, 1)) {
-      case 0:
-        return false;
-      case 1:
-        frame.back() ^= 1U;
-        return true;
-      case 2:
-        frame.resize(frame.size() - 2);
-        return true;
-      default:
-        return true;
-    }
-  };
-  Bench bench(options);
-  const Program program;
-  bench.start(program);
-  const Bytes spoilt = bench.fetchFrame(program.frameBytes());
-  EXPECT_EQ(wordOf(spoilt, 1), 1);
-  EXPECT_FALSE(sequenceOf(spoilt).has_value());
-  EXPECT_EQ(bench.fetchFrame(program.frameBytes()).size(), program.frameBytes() - 2);
-  for (int n = 3; n < 12; ++n) {
-    EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), n)
-        << "what a filter did to one frame must not show in others";
-  }
-}
-
-TEST(Stream, CamerasStreamIndependently) {
-  std::vector<std::unique_ptr<Bench>> benches;
-  for (int n = 0; n < 3; ++n) benches.push_back(std::make_unique<Bench>(plain(sim::Pace::kFree)));
-  Program program;
-  for (const auto& bench : benches) {
-    program.columns += 8;
-    bench->start(program);
-  }
-  for (int round = 0; round < 10; ++round) {
-    program.columns = 64;
-    for (const auto& bench : benches) {
-      program.columns += 8;
-      const Bytes frame = bench->fetchFrame(program.frameBytes());
-      EXPECT_EQ(frame.size(), program.frameBytes());
-      EXPECT_EQ(sequenceOf(frame), round);
-    }
-  }
-}
-
-TEST(Stream, OutlivesCloseAndReopen) {
-  Bench bench(plain(sim::Pace::kFree));
-  const Program program;
-  bench.start(program);
-  EXPECT_FALSE(bench.fetchFrame(program.frameBytes()).empty());
-  bench.reopen();
-  EXPECT_FALSE(bench.fetchFrame(program.frameBytes()).empty()) << "nobody told it to stop";
+  EXPECT_FALSE(bench.sends(program.frameBytes())) << "a shutter that was not open ends no exposure";
 }
 
 }  // namespace

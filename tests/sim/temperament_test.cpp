@@ -11,7 +11,6 @@ namespace {
 using namespace std::chrono_literals;
 using sim::Temperament;
 
-constexpr auto kQuiet = 20ms;
 constexpr int kPacket = 1024;
 
 /// Eight packets of eight rows each.
@@ -44,11 +43,7 @@ class InMidFrame {
   }
   /// Lets the rest of the frame come.
   void finishFrame() { bench_.advance(kPackets * packetTime()); }
-  bool isQuiet() {
-    Fetch fetch = bench_.newFetch(kPacket);
-    fetch.submit();
-    return !fetch.transfer->wait(kQuiet);
-  }
+  bool isQuiet() { return !bench_.sends(kPacket); }
 
  private:
   static sim::CameraOptions options(const Temperament& temperament) {

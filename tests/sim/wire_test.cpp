@@ -91,15 +91,6 @@ TEST(Port, InterfaceBelongsToOneOpening) {
   EXPECT_EQ(fetch.submit(), TransferStatus::kNoDevice) << "its port is closed";
 }
 
-TEST(Port, GivesMemory) {
-  Bench bench;
-  const auto memory = bench.port().allocateDeviceMemory(100000);
-  ASSERT_NE(memory, nullptr);
-  memory[99999] = 1;
-  EXPECT_EQ(bench.port().allocateDeviceMemory(0), nullptr);
-  EXPECT_EQ(bench.port().allocateDeviceMemory(SIZE_MAX), nullptr);
-}
-
 TEST(BulkTransfer, RefusesWhatCannotBe) {
   Bench bench(freeRunning());
   Fetch fetch = bench.newFetch(1024);
@@ -195,37 +186,6 @@ TEST(BulkTransfer, CancelledOnesKeepTheirOrderAndTheirMemoryAlive) {
   EXPECT_EQ(memory.use_count(), 0) << "a transfer dropped in flight is cancelled";
 }
 
-TEST(BulkTransfer, CancelRacesWithTheStream) {
-  Bench bench(freeRunning());
-  const Program program{.columns = 400, .rows = 301};
-  bench.start(program);
-  constexpr int kTransfers = 4;
-  std::vector<Fetch> fetches;
-  for (int n = 0; n < kTransfers; ++n) fetches.push_back(bench.newFetch(program.frameBytes()));
-  std::atomic<bool> running = true;
-  std::thread canceller([&] {
-    while (running) {
-      for (Fetch& fetch : fetches) fetch.transfer->cancel();
-    }
-  });
-  int whole = 0;
-  int cancelled = 0;
-  for (int round = 0; round < 2000; ++round) {
-    for (Fetch& fetch : fetches) ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
-    for (Fetch& fetch : fetches) {
-      const TransferStatus status = endOf(fetch);
-      ASSERT_TRUE(status == TransferStatus::kOk || status == TransferStatus::kCancelled ||
-                  status == TransferStatus::kOverflow)
-          << static_cast<int>(status);
-      ++(status == TransferStatus::kCancelled ? cancelled : whole);
-    }
-  }
-  running = false;
-  canceller.join();
-  EXPECT_GT(cancelled, 0);
-  EXPECT_EQ(whole + cancelled, 2000 * kTransfers);
-}
-
 TEST(Unplug, EndsEverythingAtOnce) {
   for (const bool streaming : {false, true}) {
     Bench bench(freeRunning());
@@ -250,26 +210,6 @@ TEST(Unplug, EndsEverythingAtOnce) {
     EXPECT_EQ(bench.port().reset(), TransferStatus::kNoDevice);
     EXPECT_FALSE(bench.port().claimInterface(0));
     EXPECT_TRUE(bench.host().devices().empty());
-  }
-}
-
-TEST(Unplug, FromAnotherThreadWhileTheHostWaits) {
-  for (int round = 0; round < 30; ++round) {
-    Bench bench(freeRunning());
-    const Program program{.columns = 400, .rows = 301};
-    bench.start(program);
-    std::thread puller([&] {
-      std::this_thread::sleep_for(std::chrono::microseconds(100 * round));
-      bench.host().unplug(bench.id());
-    });
-    Fetch fetch = bench.newFetch(program.frameBytes());
-    TransferStatus status = TransferStatus::kOk;
-    while (status == TransferStatus::kOk) {
-      status = fetch.submit();
-      if (status == TransferStatus::kOk) status = endOf(fetch);
-    }
-    EXPECT_EQ(status, TransferStatus::kNoDevice);
-    puller.join();
   }
 }
 

@@ -48,32 +48,14 @@ class ServerTest : public ::testing::Test {
       EXPECT_EQ(client.command(0xBD, address, value), 0);
     };
     EXPECT_EQ(client.command(0xAF, 0, 0), 0);
-    for (const auto& [address, value] : {std::pair{0x305C, 0x20},
-                                         {0x305E, 0x20},
-                                         {0x3002, 1},
-                                         {0x3049, 0},
-                                         {0x3007, 0x40},
-                                         {0x303E, 0x80},
-                                         {0x303F, 2},
-                                         {0x303A, 0xE0},
-                                         {0x303B, 1},
-                                         {0x3009, 0x11},
-                                         {0x3044, 0xE1}}) {
-      sensor(static_cast<std::uint16_t>(address), static_cast<std::uint16_t>(value));
-    }
-    for (const auto& [address, value] : {std::pair{2, 4},
-                                         {6, 9},
-                                         {4, 0x80},
-                                         {5, 2},
-                                         {8, 0xE0},
-                                         {9, 1},
-                                         {10, 1},
-                                         {16, 0xF2},
-                                         {17, 1},
-                                         {19, 0x24},
-                                         {20, 1}}) {
-      fpga(static_cast<std::uint16_t>(address), static_cast<std::uint16_t>(value));
-    }
+    constexpr std::pair<std::uint16_t, std::uint16_t> kSensor[] = {
+        {0x305C, 0x20}, {0x305E, 0x20}, {0x3002, 1}, {0x3049, 0},    {0x3007, 0x40}, {0x303E, 0x80},
+        {0x303F, 2},    {0x303A, 0xE0}, {0x303B, 1}, {0x3009, 0x11}, {0x3044, 0xE1}};
+    constexpr std::pair<std::uint16_t, std::uint16_t> kFpga[] = {
+        {2, 4},  {6, 9},     {4, 0x80}, {5, 2},     {8, 0xE0}, {9, 1},
+        {10, 1}, {16, 0xF2}, {17, 1},   {19, 0x24}, {20, 1}};
+    for (const auto& [address, value] : kSensor) sensor(address, value);
+    for (const auto& [number, value] : kFpga) fpga(number, value);
     EXPECT_EQ(client.command(0xA9), 0);
     sensor(0x3000, 0);
     fpga(0, 0x21);

@@ -56,15 +56,10 @@ TEST(EffectivePacketBytes, FollowsDescriptorAndCompanion) {
 }
 
 TEST(HostTimeout, CountsInWholeSeconds) {
-  for (const auto& [given, expected] : {std::pair{0U, 0},
-                                        {1U, 1000},
-                                        {500U, 1000},
-                                        {999U, 1000},
-                                        {1000U, 1000},
-                                        {1999U, 1000},
-                                        {2000U, 2000}}) {
-    EXPECT_EQ(hostTimeout(given), milliseconds(expected)) << given;
-  }
+  EXPECT_EQ(hostTimeout(0), milliseconds(0));
+  EXPECT_EQ(hostTimeout(1), milliseconds(1000));
+  EXPECT_EQ(hostTimeout(1999), milliseconds(1000));
+  EXPECT_EQ(hostTimeout(2000), milliseconds(2000));
 }
 
 TEST_F(Endpoints, ControlOutSendsSetupAndData) {
@@ -111,39 +106,19 @@ TEST_F(Endpoints, FailuresLeaveTheirStatus) {
   EXPECT_EQ(control.lastStatus(), TransferStatus::kNoDevice);
 }
 
-TEST_F(Endpoints, AnAnswerInTimeIsNotCancelled) {
-  device->control = [](const FakeRequest&) {
-    return Answer{.data = {5}, .delay = milliseconds(60)};
-  };
-  control.direction = CCyControlEndPoint::kDirectionIn;
-  control.timeoutMs = 5000;
-  std::array<std::uint8_t, 1> data{};
-  std::size_t length = 0;
-  EXPECT_TRUE(control.transfer(data, length));
-  EXPECT_EQ(data[0], 5);
-}
-
-TEST_F(Endpoints, ASilentDeviceIsCancelledAfterTheTimeout) {
-  device->control = [](const FakeRequest&) { return Answer{.delay = Answer::kNever}; };
+TEST_F(Endpoints, ASilentDeviceIsCancelledAfterTheTimeoutAndOnceMore) {
   control.timeoutMs = 100;
-  std::size_t length = 0;
-  const Stopwatch watch;
-  EXPECT_FALSE(control.transfer({}, length));
-  EXPECT_GE(watch.elapsed(), milliseconds(100));
-  EXPECT_LT(watch.elapsed(), milliseconds(1000));
-  EXPECT_EQ(control.lastStatus(), TransferStatus::kCancelled);
-}
-
-TEST_F(Endpoints, ASecondCancelComesAfterFiftyMilliseconds) {
-  device->control = [](const FakeRequest&) {
-    return Answer{.delay = Answer::kNever, .cancelsToEnd = 2};
-  };
-  control.timeoutMs = 100;
-  std::size_t length = 0;
-  const Stopwatch watch;
-  EXPECT_FALSE(control.transfer({}, length));
-  EXPECT_GE(watch.elapsed(), milliseconds(150));
-  EXPECT_LT(watch.elapsed(), milliseconds(1100));
+  for (const int cancels : {1, 2}) {
+    device->control = [cancels](const FakeRequest&) {
+      return Answer{.delay = Answer::kNever, .cancelsToEnd = cancels};
+    };
+    std::size_t length = 0;
+    const Stopwatch watch;
+    EXPECT_FALSE(control.transfer({}, length));
+    EXPECT_GE(watch.elapsed(), milliseconds(50 + 50 * cancels));
+    EXPECT_LT(watch.elapsed(), milliseconds(1000));
+    EXPECT_EQ(control.lastStatus(), TransferStatus::kCancelled);
+  }
 }
 
 TEST_F(Endpoints, AnAnswerDuringTheLastWaitCounts) {
@@ -217,15 +192,6 @@ TEST_F(Endpoints, BufferedReadsReachTheCallerOnFinishing) {
   EXPECT_THAT(memory, ElementsAre(6, 7, 3, 4));
 }
 
-TEST_F(Endpoints, TellsAFullSystemFromOtherRefusals) {
-  std::array<std::uint8_t, 4> memory{};
-  for (const auto status : {TransferStatus::kNoMemory, TransferStatus::kNoDevice}) {
-    device->bulk = [status](std::uint8_t) { return Answer{.refusal = status}; };
-    EXPECT_EQ(bulk.beginTransfer({memory, nullptr}), nullptr);
-    EXPECT_EQ(bulk.lastStatus(), status);
-  }
-}
-
 TEST_F(Endpoints, FinishingInFlightFailsAtOnceAndCancels) {
   device->bulk = [](std::uint8_t) { return Answer{.delay = Answer::kNever}; };
   const auto memory = std::make_shared<std::array<std::uint8_t, 8>>();
@@ -239,18 +205,6 @@ TEST_F(Endpoints, FinishingInFlightFailsAtOnceAndCancels) {
   EXPECT_EQ(device->flights.at(0)->status(), TransferStatus::kCancelled);
   EXPECT_EQ(memory.use_count(), 1);
   EXPECT_FALSE(bulk.finishTransfer(nullptr, length));
-}
-
-TEST_F(Endpoints, AbortEndsTheWaitOfAnotherThread) {
-  device->bulk = [](std::uint8_t) { return Answer{.delay = Answer::kNever}; };
-  std::array<std::uint8_t, 4> memory{};
-  auto context = bulk.beginTransfer({memory, nullptr});
-  std::thread aborter([this] { bulk.abort(); });
-  EXPECT_TRUE(bulk.waitForTransfer(*context, milliseconds(60000)));
-  aborter.join();
-  std::size_t length = 0;
-  EXPECT_FALSE(bulk.finishTransfer(std::move(context), length));
-  EXPECT_EQ(bulk.lastStatus(), TransferStatus::kCancelled);
 }
 
 TEST_F(Endpoints, AbortMayRaceWithBeginFinishAndDrop) {
