@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "algorithm/white_balance.h"
 #include "models/models.h"
 #include "seam/identity.h"
 #include "support/scripted_bench.h"
@@ -143,22 +142,6 @@ TEST(RegisterConversationTest, OverClocking) {
   EXPECT_THAT(sent, Contains("W3012=02B3"));
   bench.camera.SetOverCLKPerc(99);
   EXPECT_EQ(bench.camera.GetOverCLKPerc(), 30);
-}
-
-TEST(RegisterConversationTest, TheOldestModelsBalanceWhiteOnTheHost) {
-  Bench<CCameraT01C> bench(identity::PID_T01C);
-  bench.open();
-  bench.camera.SetRGBBalance(0, 200, true);
-  EXPECT_EQ(whiteBalance().red, 1);
-  EXPECT_EQ(whiteBalance().blue, 99);
-  EXPECT_TRUE(bench.camera.state().whiteBalanceAuto);
-  EXPECT_THAT(bench.sent(), IsEmpty());
-  EXPECT_FALSE(bench.camera.SetResolution(640, 480, 1, IMAGE_RAW16)) << "8 bits only";
-  ASSERT_TRUE(bench.camera.SetResolution(640, 480, 1, IMAGE_RGB24));
-  const Lines sent = bench.sent();
-  for (const char* line : {"A3", "A4", "AB", "AC"}) EXPECT_THAT(sent, Not(Contains(line)));
-  EXPECT_FALSE(bench.camera.SetHighSpeedMode(true));
-  CAlgorithm::RGBYUV_Init();
 }
 
 TEST(RegisterConversationTest, ABalanceOnTheHostIsTheCamerasOwn) {
