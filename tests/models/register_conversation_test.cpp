@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "algorithm/white_balance.h"
 #include "models/models.h"
 #include "seam/identity.h"
 #include "support/scripted_bench.h"
@@ -150,6 +151,7 @@ TEST(RegisterConversationTest, ABalanceOnTheHostIsTheCamerasOwn) {
   CCameraT15C balancedInTheCamera;
   bench.camera.SetRGBBalance(99, 25, false);
   other.SetRGBBalance(10, 50, false);
+  EXPECT_EQ(whiteBalance().red, 10) << "the program's own conversions take the latest";
   CCameraT06C madeLater;
   const std::vector<std::uint8_t> raw(16 * 16, 100);
   const auto pixelOf = [&](const CCameraBase& camera) {
