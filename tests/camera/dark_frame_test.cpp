@@ -138,27 +138,6 @@ TEST_F(DarkFrameTest, AveragesFramesOfTheWholeSensor) {
   EXPECT_TRUE(std::ranges::equal(dark_.plane()->bytes(), mean));
 }
 
-TEST_F(DarkFrameTest, WithoutADarkNothingIsSaved) {
-  EXPECT_FALSE(dark_.save(folder_.file("none.bmp")));
-  EXPECT_EQ(folder_.count(), 0);
-}
-
-TEST(DarkFrameCount, FallsWithTheExposure) {
-  for (const auto& [milliseconds, frames] : {std::pair{0, 5},
-                                             {100, 5},
-                                             {101, 4},
-                                             {325, 4},
-                                             {326, 3},
-                                             {550, 3},
-                                             {551, 2},
-                                             {775, 2},
-                                             {776, 1},
-                                             {1000000, 1}}) {
-    EXPECT_EQ(darkFrameCount(static_cast<std::uint64_t>(milliseconds) * 1000 + 999), frames)
-        << milliseconds;
-  }
-}
-
 TEST_F(DarkFrameTest, SettersAndDeliveryAtTheSameTime) {
   const std::string path = store(darkWithHot(20, 60));
   std::atomic<bool> stop{false};

@@ -48,20 +48,6 @@ class CooledCameraTest : public ::testing::Test {
   CCameraT13C_C camera_;
 };
 
-TEST_F(CooledCameraTest, IsWhatTheCatalogueSays) {
-  Orvik_CAMERA_INFO info{};
-  camera_.GetCameraProperty(&info);
-  EXPECT_STREQ(info.name, "Vek T13C COOL");
-  EXPECT_EQ(info.maxWidth, 1304);
-  EXPECT_EQ(info.maxHeight, 976);
-  EXPECT_EQ(info.bayer, BAYER_GR);
-  EXPECT_EQ(info.hasCooler, Orvik_TRUE);
-  EXPECT_EQ(camera_.GetNumOfControls(), 17);
-  EXPECT_TRUE(camera_.isAvailable(CONTROL_COOLER));
-  EXPECT_EQ(camera_.cooler(), &camera_);
-  EXPECT_EQ(CCameraT15C().cooler(), nullptr);
-}
-
 TEST_F(CooledCameraTest, OpensWithTheCoolerOffAndTheTargetKept) {
   camera_.state().targetTemperature = -7;
   camera_.state().coolerPower = 55;
@@ -148,16 +134,6 @@ TEST_F(CooledCameraTest, CamerasOfOneProcessKnowNothingOfEachOther) {
   EXPECT_EQ(other.CalculTempuature(0, 10), 0) << "no reading of its own yet";
 }
 
-TEST_F(CooledCameraTest, ACameraWithoutCoolerHasNoneOfTheControls) {
-  CCameraT15C uncooled;
-  for (const auto type : {Orvik_CTL_COOL_POWER_PERC, Orvik_CTL_TARGET_TEMP, Orvik_CTL_COOLER_ON}) {
-    std::int32_t value = 77;
-    Orvik_BOOL automatic = Orvik_FALSE;
-    EXPECT_FALSE(uncooled.GetControlValue(type, &value, &automatic)) << type;
-    EXPECT_EQ(value, 77);
-  }
-}
-
 /// The same through the flat functions.
 class FlatCoolerTest : public CooledCameraTest {
  protected:
@@ -238,11 +214,6 @@ TEST_F(FlatCoolerTest, ThePowerCanOnlyBeRead) {
   EXPECT_EQ(set(0, Orvik_CTL_COOL_POWER_PERC, 50), Orvik_OK);
   EXPECT_EQ(get(Orvik_CTL_COOL_POWER_PERC), 0);
   EXPECT_THAT(wire_.drives(), IsEmpty());
-}
-
-TEST_F(FlatCoolerTest, WithoutCoolerTheDriverFails) {
-  EXPECT_EQ(set(1, Orvik_CTL_TARGET_TEMP, -10), Orvik_ERROR_DRIVER_FAILED);
-  EXPECT_EQ(set(1, Orvik_CTL_COOLER_ON, 1), Orvik_ERROR_DRIVER_FAILED);
 }
 
 }  // namespace

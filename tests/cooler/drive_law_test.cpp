@@ -13,13 +13,6 @@ int driveForPercent(float percent) {
   return driveForCurrent(currentForPercent(usablePercent(percent)));
 }
 
-TEST(DriveLaw, LimitsFollowTheTable) {
-  EXPECT_FLOAT_EQ(kMinDrive, 47.3F);
-  EXPECT_EQ(kMaxDrive, 255);
-  EXPECT_EQ(kMinCurrent, 0);
-  EXPECT_FLOAT_EQ(kMaxCurrent, 1.73F);
-}
-
 TEST(DriveLaw, KnownPoints) {
   EXPECT_EQ(driveForPercent(0), 255);
   EXPECT_EQ(driveForPercent(100), 47);

@@ -24,10 +24,6 @@ TEST(Thermistor, TheTableFallsAndIsThatOfATenKilohmThermistor) {
   }
 }
 
-TEST(Thermistor, HalfTheSupplyIs25Degrees) {
-  EXPECT_FLOAT_EQ(thermistorCelsius(128, kReference).value(), 25.0F);
-}
-
 TEST(Thermistor, EveryValueOfTheConverter) {
   const auto kiloOhms = thermistorKiloOhms();
   const double lowest = dividerValue(kiloOhms.back());

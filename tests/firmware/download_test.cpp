@@ -12,7 +12,6 @@ namespace {
 
 using ::testing::Each;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
 constexpr std::uint8_t kRam = 0xA0;
@@ -256,23 +255,6 @@ TEST_F(DownloadTest, ErasingTheBootMemoryLeavesNoProgram) {
   EXPECT_EQ(block[0], 0xC2);
   block.erase(block.begin());
   EXPECT_THAT(block, Each(0));
-}
-
-TEST_F(DownloadTest, AClosedCameraIsNotSpokenTo) {
-  camera().CloseCamera();
-  bench_.take();
-  const Bytes image = imageOf(pattern(64));
-  const Bytes stream = streamOf(pattern(64));
-  EXPECT_EQ(toRam(image), FWDWNLOAD_FAILED);
-  EXPECT_EQ(toFlash(image), FWDWNLOAD_FAILED);
-  EXPECT_EQ(camera().DownloadFw("image", FWDWNLOAD_RAM), FWDWNLOAD_FAILED);
-  EXPECT_EQ(camera().EraseSectorOfSPIFlash(0, kFlash), FWDWNLOAD_FAILED);
-  EXPECT_FALSE(updateBoot(stream));
-  EXPECT_FALSE(camera().UpdateFW2RAM(stream.data(), static_cast<std::int32_t>(stream.size())));
-  EXPECT_FALSE(camera().EraseFlash());
-  EXPECT_FALSE(camera().IsBootLoaderRunning());
-  EXPECT_FALSE(camera().SetTransferCount(1));
-  EXPECT_THAT(bench_.take(), IsEmpty());
 }
 
 }  // namespace

@@ -9,7 +9,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 
 constexpr Orvik_ID kId = {{1, 0, 2, 0, 0, 255, 'a', 'b', 'c', 0, 0, 0, 0, 0, 0, 0,
                            9, 9, 9, 9, 0, 0,   0,   0,   0,   0, 0, 0, 0, 0, 0, 77}};
@@ -27,16 +26,6 @@ TEST(Identity, ComesBackAsItWasWritten) {
   EXPECT_TRUE(bench.camera().ReadIDFromSPI(&id));
   EXPECT_THAT(id.id, ElementsAreArray(kId.id));
   EXPECT_FALSE(bench.camera().ReadIDFromSPI(nullptr));
-}
-
-TEST(Identity, AClosedCameraHasNone) {
-  FirmwareBench bench;
-  bench.camera().CloseCamera();
-  bench.take();
-  Orvik_ID id = {};
-  EXPECT_FALSE(bench.camera().ReadIDFromSPI(&id));
-  EXPECT_FALSE(bench.camera().WriteIDToSPI(kId));
-  EXPECT_THAT(bench.take(), IsEmpty());
 }
 
 TEST(Identity, OutlivesALostRequestAndCanBeWrittenAgainAfterMore) {
@@ -61,17 +50,6 @@ TEST(Identity, OutlivesALostRequestAndCanBeWrittenAgainAfterMore) {
     // The flash may still be at the erasing that nobody waited for, and then asks for patience.
     ASSERT_TRUE(withPatience([&] { return bench.camera().WriteIDToSPI(kId); })) << "at " << k;
   }
-}
-
-TEST(Identity, NothingIsErasedWithoutTheBus) {
-  FirmwareBench bench;
-  ASSERT_TRUE(bench.camera().WriteIDToSPI(kId));
-  bench.disturb("control BE fail");
-  EXPECT_FALSE(bench.camera().WriteIDToSPI({}));
-  bench.disturb("");
-  Orvik_ID id = {};
-  EXPECT_TRUE(bench.camera().ReadIDFromSPI(&id));
-  EXPECT_THAT(id.id, ElementsAreArray(kId.id));
 }
 
 TEST(Identity, AFlashThatStaysBusyIsWaitedForThirtySeconds) {

@@ -157,18 +157,5 @@ TEST(AutomaticByHand, ABalanceOnTheHostLooksAtTheImage) {
   EXPECT_EQ(means, (std::array<int, 3>{59, 59, 59}));
 }
 
-TEST(AutomaticLoopT15C, TheGoalIsHeldWhenTheLightStays) {
-  AutomaticBench bench("T15C");
-  bench.camera().SetExp(100, true);
-  bench.camera().SetRGBBalance(30, 30, true);
-  bench.start();
-  ASSERT_GE(bench.roundsToRest(), 0);
-  const auto exposure = bench.now().exposureUs.load();
-  const int red = bench.now().whiteBalanceRed;
-  for (int round = 0; round < 100; ++round) ASSERT_TRUE(bench.pass(bench.roundTime()));
-  EXPECT_EQ(bench.now().exposureUs, exposure);
-  EXPECT_EQ(bench.now().whiteBalanceRed, red);
-}
-
 }  // namespace
 }  // namespace orvik::test

@@ -114,16 +114,6 @@ TEST_F(ConversationTest, BinOfTwoOnTheSensor) {
   EXPECT_EQ(camera_.GetCMOSClk(), 9281);
 }
 
-TEST_F(ConversationTest, SoftwareBinReadsTheWholeArea) {
-  open();
-  ASSERT_TRUE(camera_.SetHardwareBin(false));
-  ASSERT_TRUE(camera_.SetResolution(640, 480, 2, IMAGE_8BIT));
-  const Lines sent = conversation_.take();
-  for (const char* line : {"S3006=00", "F2=04", "F6=09", "F8=C0", "F9=03", "F4=00", "F5=05"}) {
-    EXPECT_THAT(sent, Contains(line));
-  }
-}
-
 TEST_F(ConversationTest, HighSpeedReadsTenBitsTwiceAsFast) {
   open();
   camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
@@ -139,25 +129,6 @@ TEST_F(ConversationTest, HighSpeedReadsTenBitsTwiceAsFast) {
   conversation_.take();
   EXPECT_TRUE(camera_.SetHighSpeedMode(false));
   EXPECT_THAT(conversation_.take(), IsEmpty()) << "binning on the sensor fixes the mode";
-}
-
-TEST_F(ConversationTest, RefusedRegionSendsNothing) {
-  open();
-  EXPECT_FALSE(camera_.SetResolution(1302, 976, 1, IMAGE_8BIT));
-  EXPECT_THAT(conversation_.take(), IsEmpty());
-  EXPECT_EQ(camera_.state().width, 1304);
-}
-
-TEST_F(ConversationTest, GainAndBrightnessAreLimited) {
-  open();
-  camera_.SetGain(700, false);
-  EXPECT_THAT(conversation_.take(), ElementsAre("S3001=01", "S3014=58", "S3015=02", "S3001=00"));
-  camera_.SetGain(-1, true);
-  EXPECT_THAT(conversation_.take(), ElementsAre("S3001=01", "S3014=00", "S3015=00", "S3001=00"));
-  camera_.SetBrightness(240);
-  EXPECT_THAT(conversation_.take(), ElementsAre("S300B=00", "S300A=F0"));
-  camera_.SetRGBBalance(0, 200, false);
-  EXPECT_THAT(conversation_.take(), ElementsAre("F1=01", "F12=02", "F15=FD", "F1=00"));
 }
 
 TEST_F(ConversationTest, CrossingOneSecondIsToldOnce) {

@@ -6,14 +6,12 @@
 #include <numeric>
 #include <vector>
 
-#include "models/catalogue.h"
 #include "models/end_mark_protocol.h"
 #include "models/end_mark_timing.h"
 
 namespace orvik {
 namespace {
 
-using namespace std::chrono_literals;
 using end_mark::exposureFor;
 
 class SilentProtocol final : public EndMarkProtocol {
@@ -43,12 +41,6 @@ TEST(EndMarkTimingTest, ExposureAtItsBorders) {
   EXPECT_TRUE(exposureFor(~std::uint64_t{0}, 480, 1200, 24000, kNever).isTimedByHost());
 }
 
-TEST(EndMarkTimingTest, Clock) {
-  EXPECT_EQ(end_mark::clockFor(false, 0), 24000);
-  EXPECT_EQ(end_mark::clockFor(true, 30), 62400);
-  EXPECT_EQ(end_mark::minLineLength(752), 846);
-}
-
 TEST(EndMarkProtocolTest, TheMarkIsTheLastFourBytes) {
   const SilentProtocol protocol(1 << 20);
   constexpr std::size_t kRow = 8;
@@ -68,13 +60,6 @@ TEST(EndMarkProtocolTest, TheMarkIsTheLastFourBytes) {
   for (std::size_t i = 0; i < frame.size(); ++i) {
     EXPECT_EQ(frame[i], i < frame.size() - 4 ? before[i] : before[i - 2 * kRow]) << i;
   }
-}
-
-TEST(EndMarkProtocolTest, AFrameInOneReadIsWaitedForLess) {
-  const SilentProtocol protocol(1 << 20);
-  EXPECT_EQ(protocol.patience(1).margin, 2ms);
-  EXPECT_EQ(protocol.patience(2).margin, 10ms);
-  EXPECT_EQ(protocol.patience(2).frameTimes, 1);
 }
 
 }  // namespace

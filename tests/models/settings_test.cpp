@@ -141,25 +141,6 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
   EXPECT_EQ(*find(stored().value(), "FPSPercentageUSB2"), dword("FPSPercentageUSB2", 56));
 }
 
-TEST(Settings, ACooledCameraKeepsItsTargetAndItsLimits) {
-  const VirtualBench bench;
-  ASSERT_TRUE(
-      place().save("T13C-C", Group{dword("TargetTemp", static_cast<std::uint32_t>(-15)),
-                                   dword("Gain", 1'000'000'000), dword("CoolPowerPctg", 40)}));
-  {
-    CCameraT13C_C camera;
-    EXPECT_EQ(camera.state().targetTemperature, -15);
-    EXPECT_EQ(camera.state().gain, camera.model().gain.max);
-    EXPECT_FALSE(camera.state().coolerOn) << "never by itself";
-    camera.SetAutoTemp(true, -7);
-    camera.SaveSetting(camera.model().settingsKey);
-  }
-  EXPECT_EQ(*find(place().load("T13C-C").value(), "TargetTemp"),
-            dword("TargetTemp", static_cast<std::uint32_t>(-7)));
-  EXPECT_EQ(CCameraT13C_C().state().targetTemperature, -7);
-  EXPECT_FALSE(stored()) << "the other models' stay as they are";
-}
-
 TEST(Settings, VirtualCamerasLeaveThoseOfRealOnesAlone) {
   ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", Group{dword("Gain", 77)}));
   const VirtualBench bench;
@@ -210,14 +191,6 @@ TEST_F(SavingTest, CloseSavesOnceWhateverTheCaptureWas) {
   camera_->CloseCamera();
   EXPECT_TRUE(hasSaved());
   camera_->CloseCamera();
-  camera_.reset();
-  EXPECT_FALSE(hasSaved());
-}
-
-TEST_F(SavingTest, CloseDuringVideoSaves) {
-  camera_->StartCapture(false);
-  camera_->CloseCamera();
-  EXPECT_TRUE(hasSaved());
   camera_.reset();
   EXPECT_FALSE(hasSaved());
 }

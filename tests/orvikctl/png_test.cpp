@@ -5,7 +5,6 @@
 #include <map>
 
 #include "tests/orvikctl/test_image.h"
-#include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/output/png_writer.h"
 
 namespace orvik::ctl {
@@ -74,11 +73,6 @@ TEST_F(PngWriterTest, TurnsBlueGreenRedAround) {
   EXPECT_EQ(read.colourType, PNG_COLOR_TYPE_RGB);
   const auto& in = image.bytes;
   EXPECT_EQ(read.rows.at(1), (std::vector<uint8_t>{in[8], in[7], in[6], in[11], in[10], in[9]}));
-}
-
-TEST_F(PngWriterTest, ReportsAFileItCannotCreate) {
-  const TestImage image(2, 2, Orvik_IMG_RAW8);
-  EXPECT_THROW(PngWriter().write(image.image(), file("missing/x.png")), Failure);
 }
 
 }  // namespace

@@ -38,14 +38,6 @@ class ProgramTest(InOwnFolder):
         self.assertIn("CCCC0003", message.upper())
         run("info", "--camera", "7", *sims, sim=None, code=3)
 
-    def test_keeps_the_order_of_virtual_cameras_within_a_class(self):
-        given = ["T15C,serial=CCCC0003", "T13C,serial=AAAA0001", "T15C,serial=BBBB0002"]
-        sims = [part for camera in given for part in ("--sim", camera)]
-        cameras = json.loads(run("list", "--json", *sims, sim=None)[0])
-        self.assertEqual([camera["serial"] for camera in cameras],
-                         ["CCCC0003", "AAAA0001", "BBBB0002"])
-        self.assertEqual([camera["port"] for camera in cameras], ["2-1", "2-2", "2-3"])
-
     def test_names_the_camera_that_is_meant(self):
         twins = ["--sim", "T15C,serial=AAAA0001", "--sim", "T14C,serial=AAAA0001"]
         _, message = run("info", "--camera", "aaaa0001", *twins, sim=None, code=3)

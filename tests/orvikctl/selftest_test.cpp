@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -13,7 +12,6 @@
 #include "sim/sim_host.h"
 #include "support/fault_script.h"
 #include "tools/orvikctl/scratch_folder.h"
-#include "tools/orvikctl/selftest/report.h"
 #include "tools/orvikctl/selftest/runner.h"
 
 namespace orvik::test {
@@ -133,18 +131,6 @@ TEST(SelftestCameraTest, ThatSendsNothing) {
   EXPECT_EQ(bench.tryOne("arguments.index").verdict, Verdict::kPass);
 }
 
-TEST(SelftestCameraTest, ThatSendsAllFramesDamaged) {
-  SelftestBench bench;
-  bench.setPatience(500);
-  sim::CameraOptions options;
-  options.frameFilter = [](std::vector<std::uint8_t>& frame) {
-    frame.back() ^= 0xFFU;  // its end mark
-    return true;
-  };
-  bench.plug(options);
-  EXPECT_THAT(bench.tryOne("video.rate").detail, HasSubstr("came NO_FRAME"));
-}
-
 TEST(SelftestCameraTest, ThatDoesNotKeepTime) {
   SelftestBench bench;
   sim::CameraOptions options;
@@ -182,25 +168,6 @@ TEST(SelftestCameraTest, ThatIsNotThereAnyMore) {
   EXPECT_EQ(results[2].verdict, Verdict::kFail);
   EXPECT_THAT(results[2].detail, HasSubstr("opening the camera"));
   EXPECT_EQ(results[3].verdict, Verdict::kSkip) << "nothing more can be told of it";
-}
-
-TEST(SelftestReportTest, CountsAndTells) {
-  const std::vector<ctl::selftest::CameraReport> reports = {
-      {"Vek T15C",
-       0,
-       "AA00BB11",
-       {{"a.b", "it does", Verdict::kPass, "3 ms", 1.5},
-        {"a.c", "it can", Verdict::kFail, "expected 1, came 2", 0.5}}},
-      {"Vek T13C", 1, "", {{"a.b", "it does", Verdict::kSkip, "no reason", 0}}}};
-  EXPECT_EQ(tallyText(ctl::selftest::tallyOf(reports)),
-            "3 checks: 1 passed, 1 failed, 1 skipped, in 2.0 s");
-  EXPECT_EQ(headingText(reports[0]), "Vek T15C, camera 0, AA00BB11");
-  EXPECT_EQ(lineText(reports[0].results[1]),
-            "  FAIL  a.c                     it can: expected 1, came 2");
-  const ctl::Json json = reportJson(reports);
-  EXPECT_EQ(json["summary"]["failed"], 1);
-  EXPECT_EQ(json["cameras"][0]["checks"][1]["verdict"], "fail");
-  EXPECT_TRUE(json["cameras"][1]["serial"].is_null());
 }
 
 }  // namespace

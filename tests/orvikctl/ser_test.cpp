@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <sys/resource.h>
-
-#include <csignal>
 #include <cstring>
 
 #include "tests/orvikctl/test_image.h"
@@ -125,28 +122,6 @@ TEST_F(SerWriterTest, WithoutAFrameKeepsAnOlderRecordingAndMakesNone) {
   shorter.write(TestImage(4, 2, Orvik_IMG_RAW8).image());
   shorter.finish();
   EXPECT_EQ(std::filesystem::file_size(file("long.ser")), kHeader + 8 + 8);
-}
-
-TEST_F(SerWriterTest, AFullDiskCostsOnlyTheFrameThatDidNotFit) {
-  const TestImage image(64, 64, Orvik_IMG_RAW8);
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{kHeader + 3 * 4096 + 100, before.rlim_max};
-  std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &small);
-  SerWriter writer(file("full.ser"), false);
-  int written = 0;
-  try {
-    for (; written < 10; ++written) writer.write(image.image());
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.code(), ExitCode::kFileFailed);
-  }
-  setrlimit(RLIMIT_FSIZE, &before);
-  EXPECT_EQ(written, 3);
-  const auto bytes = contentsOf(file("full.ser"));
-  EXPECT_EQ(bytes.size(), kHeader + 3 * (4096 + 8));
-  EXPECT_EQ(numberAt<int32_t>(bytes, 38), 3);
-  EXPECT_EQ(part(bytes, kHeader + 2 * 4096, 4096), image.bytes);
 }
 
 TEST_F(SerWriterTest, RefusesAFrameOfAnotherSize) {

@@ -139,18 +139,6 @@ class ServiceTest(InOwnFolder):
             run("cool", *bad, sim=COOLED, code=2)
         run("cool", "--target", "0", code=2)
 
-    def test_keeps_what_is_set(self):
-        run("set", "gain=222")
-        self.assertEqual(run("get", "gain")[0], "Gain=222\n")
-
-    def test_explains_itself(self):
-        for command in (["dark", "use"], ["hotpixels", "save"], ["firmware", "flash"],
-                        ["flash", "dump"], ["id", "set"], ["guide"], ["cool"]):
-            self.assertIn("--sim", run(*command, "--help", sim=None)[0])
-        _, message = run("dark", "use", sim=None, code=2)
-        self.assertIn("orvikctl dark use --help", message)
-        run("dark", sim=None, code=2)
-
 
 if __name__ == "__main__":
     unittest.main(verbosity=1)

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "gtest/gtest.h"
-#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/progress.h"
 
 namespace orvik::ctl {
@@ -21,13 +20,6 @@ TEST(Duration, TakesUnits) {
                           "1,5s", "0x10", "1.5.2s"}) {
     EXPECT_FALSE(parseDuration(bad)) << bad;
   }
-}
-
-TEST(Duration, IsWrittenInTheUnitThatReadsBest) {
-  EXPECT_EQ(formatDuration(32), "32 us");
-  EXPECT_EQ(formatDuration(1500), "1.5 ms");
-  EXPECT_EQ(formatDuration(2500000), "2.5 s");
-  EXPECT_EQ(formatDuration(1000000000), "1000 s");
 }
 
 TEST(Region, TakesSizeAndPosition) {
@@ -59,19 +51,6 @@ TEST(Setting, SplitsAutoOff) {
 TEST(Integer, MustFit32Bits) {
   EXPECT_EQ(parseInteger("-35"), -35);
   for (const char* bad : {"", "1.5", "12a", " 1", "2147483648"}) EXPECT_FALSE(parseInteger(bad));
-}
-
-TEST(ErrorText, TellsWhatFailedAndWhatToDo) {
-  EXPECT_NO_THROW(check(Orvik_OK, "nothing"));
-  try {
-    check(Orvik_ERROR_OPEN_FAILED, "opening camera 3");
-    FAIL();
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.code(), ExitCode::kOpenFailed);
-    const std::string text = failure.what();
-    EXPECT_EQ(text.find("opening camera 3: "), 0u);
-    EXPECT_NE(text.find("doctor"), std::string::npos);
-  }
 }
 
 TEST(ProgressText, LeavesUnknownPartsOut) {
