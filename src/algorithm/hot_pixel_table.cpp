@@ -59,7 +59,8 @@ std::vector<uint8_t> storeAllPairs(std::span<const uint8_t> table) {
   }
   const size_t room = std::max(table.size(), kHeaderBytes);
   while (stored.size() > room && stored.back() == 0) {  // a mark: a site's value is not 0
-    stored.resize(stored.size() - 2);
+    stored.pop_back();
+    stored.pop_back();
   }
   writeHeader(stored, stored.size());
   return stored;
