@@ -201,6 +201,7 @@ TEST_F(UsbDevice, RefusesAMalformedConfigurationOrBos) {
   EXPECT_EQ(openRefused(table),
             "Wrong BOS Descriptor: Please correct firmware BOS descriptor table\n");
   EXPECT_FALSE(device.isOpen());
+  table = t15cTable();
   table.entries[0x0200].pop_back();
   EXPECT_EQ(openRefused(table),
             "Wrong Device Configuration: Please correct firmware descriptor table\n");
