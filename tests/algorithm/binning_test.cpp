@@ -97,17 +97,12 @@ TEST(Binning, Mono16IsTheMean) { expectBinned<uint16_t>(false, meanOfSum); }
 TEST(Binning, Mosaic8IsTheSaturatingSum) { expectBinned<uint8_t>(true, saturatingSum); }
 TEST(Binning, Mosaic16SumsQuotients) { expectBinned<uint16_t>(true, sumOfQuotients); }
 
-TEST(Binning, DoesNothingWithoutBinOrPixels) {
-  struct Case {
-    Size size;
-    int bin;
-  };
-  for (const auto [size, bin] : {Case{{4, 4}, 1}, Case{{4, 4}, 0}, Case{{4, 4}, -2},
-                                 Case{{2, 0}, 2}, Case{{0, 2}, 2}, Case{{-2, -2}, 2}}) {
+TEST(Binning, DoesNothingWithoutBin) {
+  for (const int bin : {1, 0, -2}) {
     auto image = Frame<uint8_t>::random(16, 42);
     const std::vector<uint8_t> before = image.pixels();
-    CAlgorithm::MonoBin(image.data(), nullptr, size.width, size.height, bin, false);
-    CAlgorithm::ColorRAWBin(image.data(), nullptr, size.width, size.height, bin, false);
+    CAlgorithm::MonoBin(image.data(), nullptr, 4, 4, bin, false);
+    CAlgorithm::ColorRAWBin(image.data(), nullptr, 4, 4, bin, false);
     EXPECT_EQ(image.pixels(), before);
   }
 }

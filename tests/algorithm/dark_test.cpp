@@ -27,14 +27,6 @@ TEST(Dark, SubtractsAndLiftsWithinEightBits) {
       ASSERT_TRUE(image.guardsIntact());
     }
   }
-  auto untouched = Frame<uint8_t>::random(4, 9);
-  const auto before = untouched.pixels();
-  const uint16_t dark[] = {9, 9, 9, 9};
-  for (const bool binned : {false, true}) {
-    CAlgorithm::SubtractDark(untouched.data(), 0, 2, 0, dark, binned, 0);
-    CAlgorithm::SubtractDark(untouched.data(), 2, -2, 0, dark, binned, 0);
-  }
-  EXPECT_EQ(untouched.pixels(), before);
 }
 
 /// The dark value of a binned pixel in tenths, from its four samples in their order.

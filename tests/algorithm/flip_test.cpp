@@ -52,16 +52,5 @@ TEST(Flip, WorksOnTheFrameBeforeBinning) {
   EXPECT_EQ(turned.pixels(), flipped(image, kFull, true, false));
 }
 
-TEST(Flip, NothingToFlip) {
-  for (const Size size : {Size{4, 0}, Size{0, 4}, Size{-4, 4}, Size{4, -4}, Size{-4, -4}}) {
-    auto image = Frame<uint8_t>::random(16, 33);
-    const std::vector<uint8_t> before = image.pixels();
-    flip(image.data(), size.width, size.height, true, true);
-    flip(image.data(), size.width, size.height, true, false);
-    flip(image.data(), size.width, size.height, false, true);
-    EXPECT_EQ(image.pixels(), before);
-  }
-}
-
 }  // namespace
 }  // namespace orvik::test

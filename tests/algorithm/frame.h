@@ -19,24 +19,10 @@ struct Size {
   int width;
   int height;
 };
-inline constexpr std::array<Size, 18> kSizes{{{1, 1},
-                                              {1, 5},
-                                              {7, 1},
-                                              {2, 1},
-                                              {1, 2},
-                                              {2, 2},
-                                              {3, 3},
-                                              {4, 2},
-                                              {2, 4},
-                                              {4, 4},
-                                              {6, 6},
-                                              {7, 5},
-                                              {5, 8},
-                                              {8, 7},
-                                              {66, 10},
-                                              {255, 6},
-                                              {258, 4},
-                                              {517, 5}}};
+inline constexpr std::array kSizes = {
+    Size{1, 1}, Size{1, 5}, Size{7, 1},   Size{2, 1},   Size{1, 2},   Size{2, 2},
+    Size{3, 3}, Size{4, 2}, Size{2, 4},   Size{4, 4},   Size{6, 6},   Size{7, 5},
+    Size{5, 8}, Size{8, 7}, Size{66, 10}, Size{255, 6}, Size{258, 4}, Size{517, 5}};
 
 /// Pixels between two guards, which show what is written beyond them. With the address sanitizer
 /// there are none: it sees reads beyond the memory, too.

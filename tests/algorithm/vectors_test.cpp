@@ -29,27 +29,30 @@ Bytes bytesOf(const Frame<uint16_t>& image) {
   return bytes;
 }
 
-std::vector<std::pair<std::string, Kernel>> kernels() {
+/// @param size what the kernels are told of their images, which have room for kSize
+std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
+  const int width = size.width;
+  const int height = size.height;
   std::vector<std::pair<std::string, Kernel>> all;
   for (const auto routine : {CAlgorithm::Bayer2RGB24_RG, CAlgorithm::Bayer2RGB24_BG,
                              CAlgorithm::Bayer2RGB24_GR, CAlgorithm::Bayer2RGB24_GB}) {
-    all.emplace_back("demosaic", [routine] {
+    all.emplace_back("demosaic", [=] {
       const auto raw = Frame<uint8_t>::random(area(kSize), 1);
       Frame<uint8_t> bgr(3 * area(kSize));
       CAlgorithm::SetRGBWB(52, 95);
-      routine(raw.data(), bgr.data(), kSize.width, kSize.height);
+      routine(raw.data(), bgr.data(), width, height);
       CAlgorithm::RGBYUV_Init();
       return bgr.pixels();
     });
   }
-  all.emplace_back("table", [] {
+  all.emplace_back("table", [=] {
     auto image = Frame<uint8_t>::random(area(kSize), 2);
     const auto table = Frame<uint8_t>::random(256, 3);
-    CAlgorithm::Gamma(image.data(), table.data(), kSize.width, kSize.height);
+    CAlgorithm::Gamma(image.data(), table.data(), width, height);
     return image.pixels();
   });
   for (const auto routine : {CAlgorithm::RGB2Y8, CAlgorithm::RGB2R8}) {
-    all.emplace_back("luminance", [routine] {
+    all.emplace_back("luminance", [=] {
       // Every green meets every blue; red makes the sum of weights a multiple of 1000 now and then.
       Frame<uint8_t> bgr(size_t{3} * 65536);
       for (size_t i = 0; i < bgr.size() / 3; ++i) {
@@ -58,25 +61,38 @@ std::vector<std::pair<std::string, Kernel>> kernels() {
         bgr[3 * i + 2] = static_cast<uint8_t>(i >> 8);
       }
       Frame<uint8_t> out(65536);
-      routine(bgr.data(), out.data(), 256, 256);
+      const Size told = width == kSize.width ? Size{256, 256} : Size{width, height};
+      routine(bgr.data(), out.data(), told.width, told.height);
       return out.pixels();
     });
   }
-  all.emplace_back("dark", [] {
+  all.emplace_back("dark", [=] {
     auto image = Frame<uint8_t>::random(area(kSize), 4);
     const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
-    subtractDark(image.data(), kSize.width, kSize.height, 40, dark.data());
+    subtractDark(image.data(), width, height, 40, dark.data());
     return image.pixels();
   });
+  all.emplace_back("binned dark", [=] {
+    auto image = Frame<uint8_t>::random(area(kSize), 4);
+    const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
+    CAlgorithm::SubtractDark(image.data(), width, height, 40, dark.data(), true, 0);
+    return image.pixels();
+  });
+  all.emplace_back("yuv", [=] {
+    const auto bgr = Frame<uint8_t>::random(3 * area(kSize), 10);
+    Frame<uint8_t> out(2 * area(kSize));
+    CAlgorithm::RGB2YUV2(bgr.data(), out.data(), width, height, true);
+    return out.pixels();
+  });
   for (const bool vertical : {false, true}) {
-    all.emplace_back("flip 8", [vertical] {
+    all.emplace_back("flip 8", [=] {
       auto image = Frame<uint8_t>::random(area(kSize), 6);
-      CAlgorithm::SoftMisc(image.data(), kSize.width, kSize.height, 1, false, vertical, true);
+      CAlgorithm::SoftMisc(image.data(), width, height, 1, false, vertical, true);
       return image.pixels();
     });
-    all.emplace_back("flip 16", [vertical] {
+    all.emplace_back("flip 16", [=] {
       auto image = Frame<uint16_t>::random(area(kSize), 7);
-      CAlgorithm::SoftMisc(image.data(), kSize.width, kSize.height, 1, true, vertical, true);
+      CAlgorithm::SoftMisc(image.data(), width, height, 1, true, vertical, true);
       return bytesOf(image);
     });
   }
@@ -84,12 +100,12 @@ std::vector<std::pair<std::string, Kernel>> kernels() {
     for (const auto routine : {CAlgorithm::MonoBin, CAlgorithm::ColorRAWBin}) {
       all.emplace_back("bin 8", [=] {
         auto image = Frame<uint8_t>::random(area(kSize), 8, 100);
-        routine(image.data(), nullptr, kSize.width / bin, kSize.height / bin, bin, false);
+        routine(image.data(), nullptr, width / bin, height / bin, bin, false);
         return image.pixels();
       });
       all.emplace_back("bin 16", [=] {
         auto image = Frame<uint16_t>::random(area(kSize), 9);
-        routine(nullptr, image.data(), kSize.width / bin, kSize.height / bin, bin, true);
+        routine(nullptr, image.data(), width / bin, height / bin, bin, true);
         return bytesOf(image);
       });
     }
@@ -104,6 +120,17 @@ TEST(Vectors, OfEveryKindGiveTheSame) {
       hwy::SetSupportedTargetsForTest(target);
       EXPECT_EQ(kernel(), expected) << name << " with " << hwy::TargetName(target);
       hwy::SetSupportedTargetsForTest(0);
+    }
+  }
+}
+
+TEST(Vectors, WithoutPixelsNothingIsTouched) {
+  const auto untouched = kernels({0, 0});
+  for (const Size size : {Size{4, 0}, Size{0, 4}, Size{-8, 4}, Size{4, -8}, Size{-8, -8}}) {
+    const auto all = kernels(size);
+    for (size_t n = 0; n < all.size(); ++n) {
+      EXPECT_EQ(all[n].second(), untouched[n].second())
+          << all[n].first << " of " << size.width << " x " << size.height;
     }
   }
 }

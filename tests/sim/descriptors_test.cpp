@@ -91,14 +91,6 @@ TEST(Descriptors, StringsAreUtf16InEnglish) {
   EXPECT_FALSE(descriptor(bench, 3, 1, 0x0407, 255).has_value()) << "no German";
 }
 
-TEST(Descriptors, AreCutToWhatTheHostAsksFor) {
-  Bench bench;
-  EXPECT_THAT(descriptor(bench, 2, 0, 0, 4).value(), ElementsAre(9, 2, 31, 0));
-  EXPECT_EQ(descriptor(bench, 1, 0, 0, 0).value().size(), 0U);
-  EXPECT_FALSE(descriptor(bench, 2, 1, 0, 9).has_value()) << "there is one configuration";
-  EXPECT_FALSE(descriptor(bench, 6, 0, 0, 10).has_value());
-}
-
 TEST(StandardRequests, TellConfigurationInterfaceAndHalt) {
   Bench bench;
   EXPECT_THAT(bench.standardIn(0x80, 8, 0, 0, 1).value(), ElementsAre(1));

@@ -10,13 +10,13 @@ namespace {
 
 constexpr std::chrono::seconds kSoon{60};
 constexpr int kWidth = 1304;
-constexpr double kElectronsPerStep = 14000.0 / 4095;  // at gain 0
 
 Bench benchFor(const Program& program, const char* model = "T15C") {
   sim::CameraOptions options;
   options.pace = sim::Pace::kFree;
   options.noise = false;
-  options.scene = std::make_shared<PositionScene>(kElectronsPerStep / program.exposureSeconds());
+  const double electronsPerStep = sim::findModel(model)->pixel.fullScale / 4095;  // at gain 0
+  options.scene = std::make_shared<PositionScene>(electronsPerStep / program.exposureSeconds());
   return Bench(options, std::make_shared<ManualClock>(), model);
 }
 

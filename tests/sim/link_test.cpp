@@ -75,20 +75,6 @@ TEST(Link, LosesWhatItsFifoCannotHold) {
   }
 }
 
-TEST(Link, ATransferEndsWhenItsBytesHaveCome) {
-  sim::CameraOptions options;
-  options.sceneKind = sim::SceneKind::kDark;
-  Bench bench(options);  // without a limit
-  bench.start(kFast);
-  constexpr std::size_t kHalf = 488 * 1304 / 1024 * 1024;
-  Fetch fetch = bench.newFetch(kHalf);
-  ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
-  bench.advance(kFast.frameTime() - kFast.readoutTime() / 2 - 20us);
-  EXPECT_FALSE(fetch.transfer->wait(kQuiet));
-  bench.advance(20us);
-  EXPECT_TRUE(fetch.transfer->wait(5s));
-}
-
 TEST(Link, AControlRequestTakesItsTime) {
   sim::CameraOptions options = onCable(400);
   options.link.latency = 250us;

@@ -32,6 +32,8 @@ TEST(Requests, UnknownOrMisdirectedOnesStallAndLaterOnesWork) {
   EXPECT_FALSE(bench.in(0xA9).has_value());
   EXPECT_EQ(bench.out(0xA9, 0, 0, {1, 2, 3}), TransferStatus::kStalled);
   EXPECT_EQ(bench.out(0xB0, 4), TransferStatus::kStalled);
+  EXPECT_EQ(bench.out(0xB2, 100), TransferStatus::kStalled) << "it has no cooler";
+  EXPECT_FALSE(bench.in(0xC7, 0, 0, 2).has_value());
   EXPECT_EQ(bench.out(0xA9), TransferStatus::kOk);
 }
 

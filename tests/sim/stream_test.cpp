@@ -69,20 +69,6 @@ TEST(Stream, NeedsStreamingAnAwakeSensorAndARunningFpga) {
   }
 }
 
-TEST(Stream, FramesComeAtTheRateOfTheRegisters) {
-  Bench bench(plain(sim::Pace::kReal));
-  const Program program;
-  bench.start(program);
-  for (int n = 0; n < 5; ++n) {
-    Fetch fetch = bench.newFetch(program.frameBytes());
-    ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
-    bench.advance(program.frameTime() - 1us);
-    EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "frame " << n << " came early";
-    bench.advance(1us);
-    EXPECT_EQ(sequenceOf(collect(fetch)), n);
-  }
-}
-
 TEST(Stream, AnExposureKeepsTheSettingsOfItsBeginning) {
   Bench bench(plain(sim::Pace::kReal));
   const Program slow{.frameLines = 60000};

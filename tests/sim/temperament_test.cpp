@@ -136,30 +136,5 @@ TEST(Temperament, TheFlashsBusCutsTheFrame) {
   EXPECT_EQ(wordOf(camera.packet(), 0), 0x5A7E) << "a new frame";
 }
 
-/// On the older cameras an exposure of no lines is the other way of exposing.
-TEST(Temperament, OlderCamerasFinishOrCutTheirFrameToo) {
-  for (const auto change : {Temperament::ModeChange::kFinish, Temperament::ModeChange::kCut}) {
-    for (const char* model : {"T06M", "T02C"}) {
-      SCOPED_TRACE(model);
-      sim::CameraOptions options = idealOptions();
-      options.pace = sim::Pace::kReal;
-      options.sceneKind = sim::SceneKind::kGrey;
-      options.temperament.modeChange = change;
-      OlderBench bench(model, options);
-      const OlderProgram p;
-      bench.start(p);
-      bench.advance(p.frameTime() - p.readoutTime() / 2);
-      ASSERT_EQ(bench.fetchFrame(1024).size(), 1024U);
-      bench.set(Setting::kExposureLines, 0);
-      bench.advance(p.readoutTime());
-      Fetch rest = bench.newFetch(p.frameBytes() - 1024);
-      ASSERT_EQ(rest.submit(), TransferStatus::kOk);
-      const bool finishes = change == Temperament::ModeChange::kFinish;
-      ASSERT_EQ(rest.transfer->wait(finishes ? 5s : 20ms), finishes);
-      EXPECT_EQ(finishes && hasTrailer(rest.received()), finishes);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace orvik::test

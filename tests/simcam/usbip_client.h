@@ -55,14 +55,8 @@ class UsbipClient {
 
   void sendOperation(std::uint16_t version, std::uint16_t code,
                      const std::string& busId = "") const {
-    Bytes bytes = {static_cast<std::uint8_t>(version >> 8),
-                   static_cast<std::uint8_t>(version),
-                   static_cast<std::uint8_t>(code >> 8),
-                   static_cast<std::uint8_t>(code),
-                   0,
-                   0,
-                   0,
-                   0};
+    Bytes bytes(8);
+    put(bytes, 0, static_cast<std::uint32_t>(version << 16 | code));
     if (!busId.empty()) {
       Bytes name(busId.begin(), busId.end());
       name.resize(32);

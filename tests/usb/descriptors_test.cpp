@@ -40,48 +40,12 @@ Bytes configurationOf(const Bytes& rest) {
   return spliced({9, 2, 0, 0, 1, 1, 0, 0x80, 50}, 9, 0, rest);
 }
 
-TEST(Descriptors, ReadsADevice) {
-  const auto device = parseDevice(testing::t15cDevice());
-  ASSERT_TRUE(device);
-  EXPECT_EQ(device->bcdUsb, 0x0300);
-  EXPECT_EQ(device->usbMajor(), 3);
-  EXPECT_EQ(device->vendorId, 0x4F56);
-  EXPECT_EQ(device->productId, 0x1500);
-  EXPECT_EQ(device->bcdDevice, 0x0100);
-  EXPECT_EQ(device->ep0MaxPacket, 9);
-  EXPECT_EQ(device->serialIndex, 3);
-  EXPECT_EQ(device->configurationCount, 1);
-
+TEST(Descriptors, RefusesMalformedDevices) {
+  EXPECT_TRUE(parseDevice(testing::t15cDevice()));
   EXPECT_FALSE(parseDevice({}));
   EXPECT_FALSE(parseDevice(Bytes(17, 17)));
   EXPECT_FALSE(parseDevice(with(testing::t15cDevice(), 0, 17)));
   EXPECT_FALSE(parseDevice(with(testing::t15cDevice(), 1, 2)));
-}
-
-TEST(Descriptors, ReadsAConfiguration) {
-  const auto configuration = parseConfiguration(t15cConfiguration(), Companions::kRequired);
-  ASSERT_TRUE(configuration);
-  EXPECT_EQ(configuration->totalLength, 31);
-  EXPECT_EQ(configuration->value, 1);
-  EXPECT_EQ(configuration->maxPower, 50);
-  ASSERT_EQ(configuration->interfaces.size(), 1U);
-  const Interface& interface = configuration->interfaces[0];
-  EXPECT_EQ(interface.interfaceClass, 0xFF);
-  EXPECT_EQ(interface.alternateSettingCount, 1);
-  ASSERT_EQ(interface.endpoints.size(), 1U);
-  const Endpoint& endpoint = interface.endpoints[0];
-  EXPECT_EQ(endpoint.address, 0x81);
-  EXPECT_TRUE(endpoint.isIn());
-  EXPECT_EQ(endpoint.type(), EndpointType::kBulk);
-  EXPECT_EQ(endpoint.maxPacketSize, 1024);
-  ASSERT_TRUE(endpoint.companion);
-  EXPECT_EQ(endpoint.companion->maxBurst, 15);
-}
-
-TEST(Descriptors, SkipsCompanionsOfAUsb2Configuration) {
-  const auto configuration = parseConfiguration(t15cConfiguration(), Companions::kNone);
-  ASSERT_TRUE(configuration);
-  EXPECT_FALSE(configuration->interfaces.at(0).endpoints.at(0).companion);
 }
 
 TEST(Descriptors, CountsAlternateSettingsAndStopsAtEightInterfaces) {

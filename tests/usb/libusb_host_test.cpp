@@ -13,8 +13,8 @@
 #include <thread>
 
 #include "mock_usbfs.h"
+#include "seam/identity.h"
 #include "usb/current_host.h"
-#include "usb/usb_device.h"
 
 static bool libusbWorks = true;
 
@@ -294,24 +294,6 @@ TEST_F(LibusbHost, APortMayOutliveItsHost) {
   Bytes memory(1024);
   ASSERT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kOk);
   EXPECT_TRUE(transfer->wait(kLong));
-}
-
-TEST_F(LibusbHost, CarriesAWholeDevice) {
-  CUsbDevice device(identity::classGuid(9), true, host);
-  ASSERT_TRUE(device.isOpen());
-  EXPECT_EQ(device.product(), u"T15C");
-  EXPECT_TRUE(device.isSuperSpeed());
-  ASSERT_TRUE(device.bos());
-  ASSERT_TRUE(device.claim());
-  ASSERT_NE(device.bulkIn(), nullptr);
-  ASSERT_TRUE(device.bulkIn()->resetPipe());
-  const auto memory = std::make_shared<Bytes>(4096);
-  auto context = device.bulkIn()->beginTransfer({*memory, memory});
-  ASSERT_NE(context, nullptr);
-  EXPECT_TRUE(device.bulkIn()->waitForTransfer(*context, kLong));
-  std::size_t length = 0;
-  EXPECT_TRUE(device.bulkIn()->finishTransfer(std::move(context), length));
-  EXPECT_EQ(length, 4096U);
 }
 
 // The last one: the host that it makes stays, and would see the mocked kernels of other tests.

@@ -92,11 +92,6 @@ int MockUsbfs::count(unsigned long request) {
   return counts_[request];
 }
 
-std::size_t MockUsbfs::inFlight() {
-  const std::lock_guard lock(mutex_);
-  return pending_.size();
-}
-
 Bytes MockUsbfs::lastControlOut() {
   const std::lock_guard lock(mutex_);
   return lastControlOut_;

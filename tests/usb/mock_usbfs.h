@@ -45,7 +45,6 @@ class MockUsbfs {
 
   // What happened.
   [[nodiscard]] int count(unsigned long request);
-  [[nodiscard]] std::size_t inFlight();
   [[nodiscard]] Bytes lastControlOut();
 
  private:
