@@ -277,17 +277,6 @@ TEST_F(CaptureTest, ChangingTheRegionRestartsCapture) {
   EXPECT_TRUE(getImage());
 }
 
-TEST_F(CaptureTest, WithoutARegionTheWholeSensorIsRead) {
-  bench_.plug();
-  camera_ = std::make_unique<CCameraT15C>();
-  ASSERT_TRUE(camera_->OpenCamera(1));
-  ASSERT_TRUE(camera_->InitCamera());
-  camera_->SetExp(kPatientExposureUs, false);
-  image_.resize(1304 * 976);
-  ASSERT_TRUE(camera_->StartCapture(false));
-  EXPECT_TRUE(getImage());
-}
-
 TEST_F(CaptureTest, ADeviceThatIsHeldElsewhereDoesNotOpen) {
   const auto faults =
       std::make_shared<fault::FaultHost>(bench_.sharedHost(), scriptOf("claim refuse"));
