@@ -16,6 +16,9 @@ constexpr int kEmptyReadsBeforeRestart = 4;
 /// the camera's frames do, and only a camera that starts anew brings them together.
 constexpr int kBadFramesBeforeRestart = 4;
 constexpr auto kSensorWakeTime = 20ms;
+/// A frame can be found complete so much later than it was: the bus and the scheduler take their
+/// time. Settings have to be older by this before a frame counts as exposed with them.
+constexpr auto kLateness = 20ms;
 constexpr auto kExposureSlice = 200ms;
 constexpr auto kExposureInOneSleep = 1001ms;
 
@@ -233,7 +236,8 @@ FrameFacts CaptureWorker::describeFrame() const {
     exposed.settings.exposureUs = std::min(exposed.settings.exposureUs, exposedUs);
   } else {
     const Time frameTime = lineTime * (format_.rows() + kBlankRows);
-    exposed = state_.settingsHistory.exposedUntil(facts.firstByte, runningSince_, frameTime);
+    exposed =
+        state_.settingsHistory.exposedUntil(facts.firstByte, runningSince_, frameTime + kLateness);
     facts.exposureEnd = facts.firstByte;
     facts.exposureStart = facts.firstByte - std::chrono::microseconds(exposed.settings.exposureUs);
   }
