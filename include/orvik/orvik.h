@@ -49,9 +49,9 @@
  * A guide line that is on, a cooler with power, and a stream go on by themselves until the camera
  * is told otherwise. The requests that end them are repeated when they are lost, for up to 2.6 s,
  * and remembered until the camera has acknowledged them: they are sent again after the next request
- * that gets through, and when the camera is closed, the program ends, or the library is unloaded. A
- * program that is killed cannot send them; OrvikOpenCamera() does, to whatever camera it opens. The
- * end of a program takes up to 5 s longer where a camera does not answer.
+ * that gets through, and when the camera is closed or the program ends. A program that is killed
+ * cannot send them; OrvikOpenCamera() does, to whatever camera it opens. The end of a program takes
+ * up to 5 s longer where a camera does not answer.
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H

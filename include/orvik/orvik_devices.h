@@ -130,7 +130,6 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHandle(int index, int* handle);
  * @retval Orvik_ERROR_ARGUMENT `changes` is null, or `timeoutMs` is negative
  * @retval Orvik_ERROR_DRIVER_FAILED the system has no memory
  * @par Thread: any thread, several at a time. No thread of the library calls into the program.
- *      Every call must have returned before the library is unloaded.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikWaitForDeviceChange(int32_t* changes, int timeoutMs);
 
