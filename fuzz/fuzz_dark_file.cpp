@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "camera/dark_file.h"
+#include "delivery/dark_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr int kWidth = 16;

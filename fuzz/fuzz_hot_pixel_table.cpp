@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "algorithm/hot_sites.h"
-#include "camera/hot_pixel_storage.h"
+#include "delivery/hot_pixel_storage.h"
 
 namespace {
 

@@ -2,16 +2,16 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "camera/settings/camera_settings.h"
 #include "models/models.h"
+#include "settings/state_settings.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace orvik;  // NOLINT(google-build-using-namespace)
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   CameraState state;
   if (const auto group = settings::readGroup(text, "T15C")) {
-    settings::apply(*group, CCameraT15C::kRow, state);
-    if (state.gain > CCameraT15C::kRow.gain.max || state.exposureUs > 100'000) std::abort();
+    settings::apply(*group, T15C::kRow, state);
+    if (state.gain > T15C::kRow.gain.max || state.exposureUs > 100'000) std::abort();
   }
   // What is written comes back, whatever stood in the file, and is a file that can be written to.
   const settings::Group mine = settings::groupOf(state);

@@ -2,14 +2,10 @@
 #include "algorithm/white_balance.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 
 namespace orvik {
 namespace {
-
-static_assert(std::atomic<WhiteBalance>::is_always_lock_free);
-std::atomic<WhiteBalance> current{WhiteBalance{}};
 
 void fillGainTable(std::array<uint8_t, 256>& table, int32_t gain) noexcept {
   // From this gain on every value but 0 saturates; the limit keeps the product within 32 bits.
@@ -21,13 +17,6 @@ void fillGainTable(std::array<uint8_t, 256>& table, int32_t gain) noexcept {
 }
 
 }  // namespace
-
-void setWhiteBalance(WhiteBalance balance) noexcept {
-  // Nothing else is published with the balance, so no ordering is needed.
-  current.store(balance, std::memory_order_relaxed);
-}
-
-WhiteBalance whiteBalance() noexcept { return current.load(std::memory_order_relaxed); }
 
 GainTables::GainTables(WhiteBalance balance) noexcept {
   fillGainTable(red, balance.red);

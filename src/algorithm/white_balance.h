@@ -14,19 +14,6 @@ struct alignas(8) WhiteBalance {
   friend bool operator==(const WhiteBalance&, const WhiteBalance&) = default;
 };
 
-/// Sets the balance of the whole process, for every camera and for frames that begin later.
-/// @par Thread: any.
-void setWhiteBalance(WhiteBalance balance) noexcept;
-
-/// The balance of the whole process.
-///
-/// A kernel takes it once per frame, so a frame never mixes two balances. Only the two numbers are
-/// shared, as one atomic word: they need no lock, and nobody has to keep an old table alive until
-/// the last reader has left it. The tables that follow from them cost a frame less than a
-/// microsecond.
-/// @par Thread: any.
-[[nodiscard]] WhiteBalance whiteBalance() noexcept;
-
 /// The gains as tables: entry i is min(255, i * gain / 50), truncating. A gain below 0 counts as 0.
 struct GainTables {
   explicit GainTables(WhiteBalance balance) noexcept;

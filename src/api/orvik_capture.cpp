@@ -6,43 +6,21 @@
 #include <optional>
 
 #include "api/guard.h"
-#include "api/image_type.h"
-#include "camera/saturated.h"
+#include "base/saturated.h"
 #include "orvik/orvik_service.h"
 
+using orvik::Camera;
 using orvik::CameraState;
-using orvik::CCameraBase;
 using orvik::DarkFileResult;
 using orvik::FrameFormat;
 using orvik::FrameQueue;
-using orvik::IMAGE_TYPE;
 using orvik::NoFrame;
 using orvik::OpenCamera;
 using orvik::api::captureCode;
-using orvik::api::publicImageType;
 using orvik::api::unlessGone;
 using orvik::api::withCamera;
 
 namespace {
-
-/// A public image type as the drivers know it.
-struct Format {
-  bool rawOutput;
-  IMAGE_TYPE internalType;
-};
-
-Format formatOf(IMG_TYPE type) {
-  switch (type) {
-    case Orvik_IMG_RAW8:
-      return {true, orvik::IMAGE_8BIT};
-    case Orvik_IMG_RGB24:
-      return {false, orvik::IMAGE_RGB24};
-    case Orvik_IMG_RAW16:
-      return {true, orvik::IMAGE_RAW16};
-    default:
-      return {false, orvik::IMAGE_8BIT};
-  }
-}
 
 Orvik_NO_FRAME_REASON publicReason(NoFrame why) {
   switch (why) {
@@ -62,11 +40,11 @@ Orvik_NO_FRAME_REASON publicReason(NoFrame why) {
 
 /// Delivers an image into a buffer that has room for the format that was set; its own can differ.
 std::optional<NoFrame> deliver(OpenCamera& camera, unsigned char* buffer, int32_t bufferSize,
-                               FrameQueue::Wait wait) {
-  CCameraBase& driver = *camera.driver;
+                               FrameQueue::Timeout timeout) {
+  Camera& driver = *camera.driver;
   const auto size = static_cast<std::size_t>(std::max(bufferSize, 0));
-  if (driver.isUnplugged()) wait = std::chrono::milliseconds(0);  // what is there already
-  auto missing = driver.takeImage({buffer, size}, wait);
+  if (driver.isUnplugged()) timeout = std::chrono::milliseconds(0);  // what is there already
+  auto missing = driver.takeImage({buffer, size}, timeout);
   if (missing && missing != NoFrame::kDoesNotFit && driver.isUnplugged()) {
     missing = NoFrame::kUnplugged;
   }
@@ -82,13 +60,12 @@ bool isTooSmall(const OpenCamera& camera, const unsigned char* buffer, int32_t b
 
 Orvik_ERROR_CODE OrvikSetROIFormat(int index, int width, int height, int bin, IMG_TYPE type) {
   return withCamera(index, Orvik_ERROR_ROI_SIZE, [&](OpenCamera& camera) {
-    if (type < Orvik_IMG_RAW8 || type > Orvik_IMG_Y8) return Orvik_ERROR_IMAGE_TYPE;
-    const Format format = formatOf(type);
+    const auto wanted = orvik::driverTypeOf(type);
+    if (!wanted) return Orvik_ERROR_IMAGE_TYPE;
     const auto remember = [&camera](const FrameFormat& set) {
       camera.imageBytes = static_cast<int>(set.imageBytes());
     };
-    if (!camera.driver->setFormat(width, height, bin, format.internalType, format.rawOutput,
-                                  remember)) {
+    if (!camera.driver->setFormat(width, height, bin, wanted->type, wanted->rawOutput, remember)) {
       return Orvik_ERROR_ROI_SIZE;
     }
     return unlessGone(camera, Orvik_OK, Orvik_ERROR_ROI_SIZE);
@@ -104,22 +81,23 @@ Orvik_ERROR_CODE OrvikGetROIFormat(int index, int* width, int* height, int* bin,
     *width = format.width;
     *height = format.height;
     *bin = format.bin;
-    *type = publicImageType(format);
+    *type = orvik::publicTypeOf(format.type, format.rawOutput);
     return Orvik_OK;
   });
 }
 
 Orvik_ERROR_CODE OrvikSetStartPos(int index, int x, int y) {
   return withCamera(index, Orvik_ERROR_START_POS, [&](OpenCamera& camera) {
-    CCameraBase& driver = *camera.driver;
+    Camera& driver = *camera.driver;
     const CameraState& state = driver.state();
     const std::int64_t bin = state.bin;
     // With a readout that counts rows from the bottom, y still counts from the image's top.
     const std::int64_t sensorX = bin * x;
     const std::int64_t sensorY =
-        state.rowMirror ? driver.GetMaxHeight() - (state.height + std::int64_t{y}) * bin : bin * y;
+        state.rowMirror ? driver.model().maxHeight - (state.height + std::int64_t{y}) * bin
+                        : bin * y;
     const bool moved =
-        driver.SetStartPos(orvik::saturatedInt(sensorX), orvik::saturatedInt(sensorY));
+        driver.setStartPosition(orvik::saturatedInt(sensorX), orvik::saturatedInt(sensorY));
     return unlessGone(camera, moved ? Orvik_OK : Orvik_ERROR_START_POS, Orvik_ERROR_START_POS);
   });
 }
@@ -131,7 +109,7 @@ Orvik_ERROR_CODE OrvikGetStartPos(int index, int* x, int* y) {
     const int bin = state.bin;
     *x = state.startX / bin;
     *y = state.startY / bin;
-    if (state.rowMirror) *y = camera.driver->GetMaxHeight() / bin - state.height - *y;
+    if (state.rowMirror) *y = camera.driver->model().maxHeight / bin - state.height - *y;
     return Orvik_OK;
   });
 }
@@ -149,13 +127,13 @@ Orvik_ERROR_CODE OrvikEnableDarkSubtract(int index, char* bmpPath, Orvik_BOOL* i
   return withCamera(index, Orvik_ERROR_DARK_FILE_FORMAT, [&](OpenCamera& camera) {
     if (inUse == nullptr) return Orvik_ERROR_DARK_FILE_PATH;
     if (*inUse == Orvik_FALSE) {
-      *inUse = camera.driver->IsDarkInUse() ? Orvik_TRUE : Orvik_FALSE;
+      *inUse = camera.driver->dark().isInUse() ? Orvik_TRUE : Orvik_FALSE;
       return Orvik_OK;
     }
     if (bmpPath == nullptr) return Orvik_ERROR_DARK_FILE_PATH;
-    switch (static_cast<DarkFileResult>(camera.driver->LoadBMPFromFile(bmpPath))) {
+    switch (camera.driver->dark().load(bmpPath)) {
       case DarkFileResult::kDone:
-        camera.driver->UsingDark(true);
+        camera.driver->dark().use(true);
         return Orvik_OK;
       case DarkFileResult::kCannotOpen:
         return Orvik_ERROR_DARK_FILE_PATH;
@@ -167,7 +145,7 @@ Orvik_ERROR_CODE OrvikEnableDarkSubtract(int index, char* bmpPath, Orvik_BOOL* i
 
 Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
-    camera.driver->UsingDark(false);
+    camera.driver->dark().use(false);
     return Orvik_OK;
   });
 }
@@ -175,13 +153,13 @@ Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index) {
 Orvik_ERROR_CODE OrvikStartVideoCapture(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
     if (captureCode(camera.driver->capture()) == Orvik_ERROR_EXPOSING) return Orvik_ERROR_EXPOSING;
-    return camera.driver->StartCapture(false) ? Orvik_OK : Orvik_ERROR_NO_CAMERA_OBJECT;
+    return camera.driver->startCapture(false) ? Orvik_OK : Orvik_ERROR_NO_CAMERA_OBJECT;
   });
 }
 
 Orvik_ERROR_CODE OrvikStopVideoCapture(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
-    return camera.driver->StopCapture() ? Orvik_OK : Orvik_ERROR_NO_CAMERA_OBJECT;
+    return camera.driver->stopCapture() ? Orvik_OK : Orvik_ERROR_NO_CAMERA_OBJECT;
   });
 }
 
@@ -189,23 +167,23 @@ Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t buf
                                    int waitMs) {
   return withCamera(index, Orvik_ERROR_NO_FRAME, [&](OpenCamera& camera) {
     if (isTooSmall(camera, buffer, bufferSize)) return Orvik_ERROR_BUFFER_SMALL;
-    FrameQueue::Wait wait;
-    if (waitMs >= 0) wait = std::chrono::milliseconds(waitMs);
-    return deliver(camera, buffer, bufferSize, wait) ? Orvik_ERROR_NO_FRAME : Orvik_OK;
+    FrameQueue::Timeout timeout;
+    if (waitMs >= 0) timeout = std::chrono::milliseconds(waitMs);
+    return deliver(camera, buffer, bufferSize, timeout) ? Orvik_ERROR_NO_FRAME : Orvik_OK;
   });
 }
 
 Orvik_ERROR_CODE OrvikStartExposure(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
     if (camera.driver->capture().isRunning()) return Orvik_ERROR_VIDEO_RUNNING;
-    camera.driver->StartCapture(true);  // the status tells how it went
+    camera.driver->startCapture(true);  // the status tells how it went
     return Orvik_OK;
   });
 }
 
 Orvik_ERROR_CODE OrvikStopExposure(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
-    camera.driver->StopCapture();
+    camera.driver->stopCapture();
     camera.driver->forgetCapture();
     return Orvik_OK;
   });

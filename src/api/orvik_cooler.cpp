@@ -36,7 +36,7 @@ int32_t secondsSince(orvik::seam::Clock::Duration readAt, orvik::seam::Clock::Du
 Orvik_ERROR_CODE OrvikGetCoolerStatus(int index, Orvik_COOLER_STATUS* status) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (status == nullptr) return Orvik_ERROR_ARGUMENT;
-    if (camera.driver->cooler() == nullptr) return Orvik_ERROR_DRIVER_FAILED;
+    if (camera.driver->cooled() == nullptr) return Orvik_ERROR_DRIVER_FAILED;
     const CameraState& now = camera.driver->state();
     status->isRegulating = now.coolerOn ? Orvik_TRUE : Orvik_FALSE;
     status->aim = orvik::cooler::aimOf(now.targetTemperature);

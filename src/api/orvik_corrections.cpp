@@ -6,10 +6,10 @@
 #include "algorithm/dark.h"
 #include "algorithm/hot_pixel_table.h"
 #include "api/guard.h"
-#include "camera/saturated.h"
+#include "base/saturated.h"
 #include "orvik/orvik_service.h"
 
-using orvik::CCameraBase;
+using orvik::Camera;
 using orvik::DarkFrame;
 using orvik::FrameFormat;
 using orvik::HotPixelTable;
@@ -23,10 +23,10 @@ namespace {
 Orvik_BOOL publicBool(bool value) { return value ? Orvik_TRUE : Orvik_FALSE; }
 
 /// Whether frames of the present format can be averaged into a dark.
-bool showsWholeSensor(const CCameraBase& driver) {
+bool showsWholeSensor(const Camera& driver) {
   const FrameFormat format = driver.format();
-  return !format.is16Bits && format.columns() == driver.GetMaxWidth() &&
-         format.rows() == driver.GetMaxHeight();
+  return !format.is16Bits && format.columns() == driver.model().maxWidth &&
+         format.rows() == driver.model().maxHeight;
 }
 
 void measureDark(const DarkFrame& dark, Orvik_DARK_INFO& info) {
@@ -38,11 +38,8 @@ void measureDark(const DarkFrame& dark, Orvik_DARK_INFO& info) {
       plane->bytes(), [mean](std::uint8_t sample) { return orvik::isHot(sample, mean); }));
 }
 
-int hotPixelCount(const CCameraBase& driver) {
-  int onSensor = 0;
-  int inRegion = 0;
-  driver.GetHPSum(&onSensor, &inRegion);
-  return onSensor;
+int hotPixelCount(const Camera& driver) {
+  return saturatedInt(static_cast<std::int64_t>(driver.hotPixels().count()));
 }
 
 }  // namespace
@@ -50,7 +47,7 @@ int hotPixelCount(const CCameraBase& driver) {
 Orvik_ERROR_CODE OrvikStartDarkRecording(int index, int* framesWanted) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (!showsWholeSensor(*camera.driver)) return Orvik_ERROR_ROI_SIZE;
-    const int frames = camera.driver->GettingDark(true, camera.driver->state().exposureUs);
+    const int frames = camera.driver->startDarkRecording();
     if (framesWanted != nullptr) *framesWanted = frames;
     return Orvik_OK;
   });
@@ -58,7 +55,7 @@ Orvik_ERROR_CODE OrvikStartDarkRecording(int index, int* framesWanted) {
 
 Orvik_ERROR_CODE OrvikStopDarkRecording(int index) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
-    camera.driver->GettingDark(false, camera.driver->state().exposureUs);
+    camera.driver->dark().stopRecording();
     return Orvik_OK;
   });
 }
@@ -66,8 +63,8 @@ Orvik_ERROR_CODE OrvikStopDarkRecording(int index) {
 Orvik_ERROR_CODE OrvikGetDarkRecording(int index, Orvik_DARK_RECORDING* recording) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (recording == nullptr) return Orvik_ERROR_ARGUMENT;
-    camera.driver->GetDarkCount(&recording->framesTaken, &recording->framesWanted);
-    recording->isOver = publicBool(camera.driver->IsGetDarkOver());
+    camera.driver->dark().recordingCount(recording->framesTaken, recording->framesWanted);
+    recording->isOver = publicBool(camera.driver->dark().isRecordingOver());
     return Orvik_OK;
   });
 }
@@ -76,7 +73,7 @@ Orvik_ERROR_CODE OrvikSaveDark(int index, const char* path) {
   return withCamera(index, Orvik_ERROR_FILE, [&](OpenCamera& camera) {
     if (path == nullptr) return Orvik_ERROR_ARGUMENT;
     if (!camera.driver->dark().isLoaded()) return Orvik_ERROR_NO_DARK;
-    return camera.driver->SaveBMPToFile(path) == 1 ? Orvik_OK : Orvik_ERROR_FILE;
+    return camera.driver->dark().save(path) ? Orvik_OK : Orvik_ERROR_FILE;
   });
 }
 
@@ -84,7 +81,7 @@ Orvik_ERROR_CODE OrvikUseDark(int index, Orvik_BOOL use) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     const bool on = use != Orvik_FALSE;
     if (on && !camera.driver->dark().isLoaded()) return Orvik_ERROR_NO_DARK;
-    camera.driver->UsingDark(on);
+    camera.driver->dark().use(on);
     return Orvik_OK;
   });
 }
@@ -106,7 +103,7 @@ Orvik_ERROR_CODE OrvikGetDarkInfo(int index, Orvik_DARK_INFO* info) {
 
 Orvik_ERROR_CODE OrvikDetectHotPixels(int index, int* count) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    if (!camera.driver->dark().isLoaded() || !camera.driver->AutoGetHPC()) {
+    if (!camera.driver->dark().isLoaded() || !camera.driver->deriveHotPixels()) {
       return Orvik_ERROR_NO_DARK;
     }
     if (count != nullptr) *count = hotPixelCount(*camera.driver);
@@ -116,18 +113,19 @@ Orvik_ERROR_CODE OrvikDetectHotPixels(int index, int* count) {
 
 Orvik_ERROR_CODE OrvikMarkHotPixel(int index, Orvik_PIXEL pixel, Orvik_BOOL isHot) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    return camera.driver->ManualHPC(pixel.x, pixel.y, isHot != Orvik_FALSE) ? Orvik_OK
-                                                                            : Orvik_ERROR_ARGUMENT;
+    return camera.driver->hotPixels().mark(pixel.x, pixel.y, isHot != Orvik_FALSE)
+               ? Orvik_OK
+               : Orvik_ERROR_ARGUMENT;
   });
 }
 
 Orvik_ERROR_CODE OrvikSaveHotPixels(int index) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
-    CCameraBase& driver = *camera.driver;
+    Camera& driver = *camera.driver;
     const Orvik_ERROR_CODE busy = captureCode(driver.capture());
     if (busy != Orvik_OK) return busy;
     if (!driver.dark().isLoaded() && !driver.hotPixels().hasTable()) return Orvik_ERROR_NO_TABLE;
-    switch (driver.saveHotPixelTable()) {
+    switch (driver.saveHotPixels()) {
       case orvik::HotPixelSaving::kDone:
         return Orvik_OK;
       case orvik::HotPixelSaving::kNoRoom:
@@ -143,7 +141,7 @@ Orvik_ERROR_CODE OrvikLoadHotPixels(int index, int* count) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
-    if (!camera.driver->LoadHPCTable()) return Orvik_ERROR_NO_TABLE;
+    if (!camera.driver->loadHotPixels()) return Orvik_ERROR_NO_TABLE;
     if (count != nullptr) *count = hotPixelCount(*camera.driver);
     return Orvik_OK;
   });
@@ -151,8 +149,8 @@ Orvik_ERROR_CODE OrvikLoadHotPixels(int index, int* count) {
 
 Orvik_ERROR_CODE OrvikUseHotPixels(int index, Orvik_BOOL use) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    const auto status = use != Orvik_FALSE ? orvik::HPC_ON : orvik::HPC_OFF;
-    return camera.driver->ChangeHPCStatus(status) ? Orvik_OK : Orvik_ERROR_NO_TABLE;
+    return camera.driver->hotPixels().useTable(use != Orvik_FALSE) ? Orvik_OK
+                                                                   : Orvik_ERROR_NO_TABLE;
   });
 }
 
@@ -160,8 +158,10 @@ Orvik_ERROR_CODE OrvikGetHotPixelInfo(int index, Orvik_HOT_PIXEL_INFO* info) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (info == nullptr) return Orvik_ERROR_ARGUMENT;
     info->hasTable = publicBool(camera.driver->hotPixels().hasTable());
-    info->isOn = publicBool(camera.driver->IsHPCEnable());
-    camera.driver->GetHPSum(&info->onSensor, &info->inRegion);
+    info->isOn = publicBool(camera.driver->hotPixels().isSwitchedOn());
+    info->onSensor = hotPixelCount(*camera.driver);
+    info->inRegion =
+        saturatedInt(static_cast<std::int64_t>(camera.driver->hotPixels().countInRegion()));
     return Orvik_OK;
   });
 }
@@ -174,7 +174,7 @@ Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int capacity,
     const auto table = camera.driver->hotPixels().table();
     if (!table) return Orvik_ERROR_NO_TABLE;
     const std::vector<std::size_t> sites = orvik::listHotPixels(*table);
-    const auto width = static_cast<std::size_t>(camera.driver->GetMaxWidth());
+    const auto width = static_cast<std::size_t>(camera.driver->model().maxWidth);
     const std::size_t shown = std::min(sites.size(), static_cast<std::size_t>(capacity));
     std::transform(sites.begin(), sites.begin() + static_cast<std::ptrdiff_t>(shown), pixels,
                    [width](std::size_t site) {

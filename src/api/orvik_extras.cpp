@@ -6,8 +6,9 @@
 #include <string>
 
 #include "api/guard.h"
-#include "camera/settings/settings_store.h"
+#include "firmware/camera_firmware.h"
 #include "orvik/orvik_service.h"
+#include "settings/settings_store.h"
 
 using orvik::OpenCamera;
 using orvik::api::captureCode;
@@ -15,23 +16,30 @@ using orvik::api::guarded;
 using orvik::api::withCamera;
 using orvik::settings::SettingsStore;
 
+namespace {
+
+/// A direction that does not exist stays one that does not.
+std::size_t lineOf(GuideD direction) { return static_cast<std::uint32_t>(direction); }
+
+}  // namespace
+
 Orvik_ERROR_CODE OrvikPulseGuideOn(int index, GuideD direction) {
   return withCamera(index, Orvik_OK, [&](OpenCamera& camera) {
-    camera.driver->pulseGuideOn(direction);
+    camera.driver->guideLines().switchOn(lineOf(direction));
     return Orvik_OK;
   });
 }
 
 Orvik_ERROR_CODE OrvikPulseGuideOff(int index, GuideD direction) {
   return withCamera(index, Orvik_OK, [&](OpenCamera& camera) {
-    camera.driver->pulseGuideOff(direction);
+    camera.driver->guideLines().switchOff(lineOf(direction));
     return Orvik_OK;
   });
 }
 
 Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
-    const auto line = static_cast<std::uint32_t>(direction);
+    const std::size_t line = lineOf(direction);
     if (line >= orvik::GuideLines::kCount || milliseconds < 0 ||
         milliseconds > ORVIK_MAX_PULSE_MS) {
       return Orvik_ERROR_ARGUMENT;
@@ -48,7 +56,8 @@ Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id) {
     if (id == nullptr) return Orvik_ERROR_DRIVER_FAILED;
     const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
-    return camera.driver->ReadIDFromSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+    return orvik::firmware::readCameraId(*camera.driver, *id) ? Orvik_OK
+                                                              : Orvik_ERROR_DRIVER_FAILED;
   });
 }
 
@@ -56,7 +65,8 @@ Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
     if (busy != Orvik_OK) return busy;
-    return camera.driver->WriteIDToSPI(id) ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+    return orvik::firmware::writeCameraId(*camera.driver, id) ? Orvik_OK
+                                                              : Orvik_ERROR_DRIVER_FAILED;
   });
 }
 

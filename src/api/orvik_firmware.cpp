@@ -5,12 +5,14 @@
 #include <vector>
 
 #include "api/guard.h"
+#include "firmware/camera_firmware.h"
 #include "firmware/firmware_file.h"
 #include "firmware/firmware_image.h"
 #include "firmware/flash_image.h"
+#include "link/camera_versions.h"
 #include "orvik/orvik_service.h"
 
-using orvik::CCameraBase;
+using orvik::Camera;
 using orvik::FlashPort;
 using orvik::OpenCamera;
 using orvik::api::captureCode;
@@ -94,7 +96,7 @@ Orvik_ERROR_CODE readFile(const char* path, Bytes& bytes, Orvik_FIRMWARE_FILE& f
 }
 
 /// Reads a file with firmware for the camera's bridge. @param[out] bytes changed on success only
-Orvik_ERROR_CODE readFileFor(const CCameraBase& driver, const char* path, Bytes& bytes,
+Orvik_ERROR_CODE readFileFor(const Camera& driver, const char* path, Bytes& bytes,
                              Orvik_FIRMWARE_FILE& file) {
   Bytes read;
   const Orvik_ERROR_CODE code = readFile(path, read, file);
@@ -114,7 +116,7 @@ Orvik_ERROR_CODE verify(FlashPort& flash, const Bytes& image,
 
 /// Calls `work(flash)` with the flash's bus taken, and capture and closing kept off.
 template <class Work>
-Orvik_ERROR_CODE withFlash(CCameraBase& driver, Work work) {
+Orvik_ERROR_CODE withFlash(Camera& driver, Work work) {
   const auto permit = driver.beginMemoryWork();
   if (!permit) return Orvik_ERROR_DRIVER_FAILED;
   orvik::SpiFlash flash = driver.flash();
@@ -144,15 +146,14 @@ Orvik_ERROR_CODE OrvikGetFirmwareVersion(int index, Orvik_FIRMWARE_VERSION* vers
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (version == nullptr) return Orvik_ERROR_ARGUMENT;
     std::uint8_t bridge = 0;
-    std::uint8_t major = 0;
-    std::array<std::uint8_t, 4> digits{};
-    CCameraBase& driver = *camera.driver;
-    if (!driver.GetFirmwareVer(&bridge) || !driver.GetFPGAVer(&major, digits.data())) {
+    orvik::FpgaVersion fpga;
+    orvik::VendorLink& link = camera.driver->link();
+    if (!orvik::readFirmwareVersion(link, bridge) || !orvik::readFpgaVersion(link, fpga)) {
       return Orvik_ERROR_DRIVER_FAILED;
     }
     version->firmware = bridge;
-    version->fpgaMajor = major;
-    version->fpgaMinor = digits[0] << 12 | digits[1] << 8 | digits[2] << 4 | digits[3];
+    version->fpgaMajor = fpga.major;
+    version->fpgaMinor = fpga.digits;
     return Orvik_OK;
   });
 }
@@ -173,7 +174,7 @@ Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path) {
     Bytes bytes;
     Orvik_FIRMWARE_FILE file{};
     const Orvik_ERROR_CODE code = readFileFor(*camera.driver, path, bytes, file);
-    return code == Orvik_OK ? codeOf(camera.driver->loadFirmware(bytes)) : code;
+    return code == Orvik_OK ? codeOf(firmware::loadFirmware(*camera.driver, bytes)) : code;
   });
 }
 

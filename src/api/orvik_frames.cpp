@@ -3,13 +3,11 @@
 #include <cstdint>
 
 #include "api/guard.h"
-#include "api/image_type.h"
 #include "orvik/orvik_service.h"
 
 using orvik::DeliveredImage;
 using orvik::FrameFacts;
 using orvik::OpenCamera;
-using orvik::api::publicImageType;
 using orvik::api::withCamera;
 
 namespace {
@@ -31,7 +29,7 @@ Orvik_FRAME_INFO publicInfo(const DeliveredImage& image) {
       .width = image.format.width,
       .height = image.format.height,
       .bin = image.format.bin,
-      .type = publicImageType(image.format),
+      .type = orvik::publicTypeOf(image.format.type, image.format.rawOutput),
       .startX = facts.settings.startX,
       .startY = facts.settings.startY,
       .flip = (image.flipHorizontal ? 1 : 0) + (image.flipVertical ? 2 : 0),

@@ -16,7 +16,7 @@ Orvik_PRODUCT describe(const ModelRow& model, const Product& product) {
   std::snprintf(record.name, sizeof record.name, "%s", orvik::productName(product.id));
   record.vendorId = orvik::identity::kVendorId;
   record.productId = product.id;
-  record.largestFrameBytes = model.maxWidth * model.maxHeight * (model.imageTypes.raw16 ? 2 : 1);
+  record.largestFrameBytes = static_cast<std::int32_t>(model.largestFrameBytes());
   record.usb3Camera = model.usb3 ? Orvik_TRUE : Orvik_FALSE;
   return record;
 }

@@ -70,7 +70,7 @@ std::uint16_t Registry::productAt(int index) const {
   return productIds_[static_cast<std::size_t>(index)];
 }
 
-Registry::Camera Registry::cameraAt(int index) const {
+Registry::CameraPtr Registry::cameraAt(int index) const {
   const std::lock_guard lock(tables_);
   return cameras_[static_cast<std::size_t>(index)];
 }
@@ -86,8 +86,8 @@ int Registry::sameModelOrdinal(int index) const {
          }));
 }
 
-Registry::Camera Registry::cameraWith(const seam::Host& host,
-                                      const seam::DeviceInfo& device) const {
+Registry::CameraPtr Registry::cameraWith(const seam::Host& host,
+                                         const seam::DeviceInfo& device) const {
   const std::lock_guard lock(tables_);
   for (const auto& [handle, camera] : open_) {
     if (camera->host == &host && camera->device == device && !camera->driver->isUnplugged()) {
@@ -97,15 +97,15 @@ Registry::Camera Registry::cameraWith(const seam::Host& host,
   return nullptr;
 }
 
-void Registry::add(const Camera& camera) {
+void Registry::add(const CameraPtr& camera) {
   const std::lock_guard lock(tables_);
   camera->handle = nextHandle_++;
   open_.emplace(camera->handle, camera);
 }
 
-Registry::Camera Registry::take(int number) {
+Registry::CameraPtr Registry::take(int number) {
   const std::lock_guard lock(tables_);
-  Camera camera;
+  CameraPtr camera;
   if (isHandle(number)) {
     const auto found = open_.find(number);
     if (found != open_.end()) camera = found->second;
@@ -120,7 +120,7 @@ Registry::Camera Registry::take(int number) {
 
 std::shared_ptr<OpenCamera> Registry::find(int number, Orvik_ERROR_CODE& error) const {
   const std::lock_guard lock(tables_);
-  Camera camera;
+  CameraPtr camera;
   error = Orvik_ERROR_NO_CAMERA_OBJECT;
   if (isHandle(number)) {
     const auto found = open_.find(number);
@@ -136,7 +136,7 @@ std::shared_ptr<OpenCamera> Registry::find(int number, Orvik_ERROR_CODE& error) 
 }
 
 /// The camera that has the device at `index` open, under a handle or under another index.
-Registry::Camera Registry::cameraOfDeviceAt(int index) const {
+Registry::CameraPtr Registry::cameraOfDeviceAt(int index) const {
   const ModelRow* model = modelOfProduct(productAt(index));
   if (model == nullptr) return nullptr;
   const auto host = currentHost();
@@ -153,26 +153,26 @@ Orvik_ERROR_CODE Registry::property(Orvik_CAMERA_INFO& info, int number) {
   if (!camera && isHandle(number)) return error;
   if (!camera) camera = cameraOfDeviceAt(number);
   if (camera) {
-    camera->driver->GetCameraProperty(&info);
+    camera->driver->describe(info);
     return Orvik_OK;
   }
   const auto unopened = createCamera(productAt(number));
   if (!unopened) return Orvik_ERROR_NO_CAMERA_OBJECT;
   // Some models learn which of their variants they are from the device. One that cannot be opened
   // at present is described as the model.
-  const bool opened = unopened->model().probed && unopened->OpenCamera(sameModelOrdinal(number));
-  unopened->GetCameraProperty(&info);
-  if (opened) unopened->CloseCamera();
+  const bool opened = unopened->model().probed && unopened->open(sameModelOrdinal(number));
+  unopened->describe(info);
+  if (opened) unopened->close();
   return Orvik_OK;
 }
 
 /// What comes after the device has been opened, whichever way.
 void Registry::prepare(OpenCamera& camera, const seam::Host& host) {
   camera.host = &host;
-  camera.device = camera.driver->connectedDevice();
+  camera.device = camera.driver->device();
   camera.serialNumber = camera.driver->serialNumber();
-  camera.driver->SetTimeMark(false);
-  camera.driver->InitCamera();
+  camera.driver->state().timeMark = false;
+  camera.driver->initialise();
 }
 
 Orvik_ERROR_CODE Registry::open(int number) {
@@ -185,7 +185,7 @@ Orvik_ERROR_CODE Registry::open(int number) {
   camera->driver = createCamera(productAt(number));
   if (!camera->driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
   const auto host = currentHost();
-  if (cameraOfDeviceAt(number) || !camera->driver->OpenCamera(sameModelOrdinal(number))) {
+  if (cameraOfDeviceAt(number) || !camera->driver->open(sameModelOrdinal(number))) {
     return Orvik_ERROR_OPEN_FAILED;
   }
   prepare(*camera, *host);
@@ -201,7 +201,7 @@ std::vector<ConnectedDevice> Registry::connected() {
   serialNumbers_.keepOnly(*host, present);
   std::vector<ConnectedDevice> devices;
   for (const seam::DeviceInfo& device : present) {
-    const Camera camera = cameraWith(*host, device);
+    const CameraPtr camera = cameraWith(*host, device);
     if (camera) {
       devices.push_back({device, camera->serialNumber, camera->handle});
     } else {
@@ -215,12 +215,12 @@ std::vector<ConnectedDevice> Registry::connected() {
 Orvik_ERROR_CODE Registry::openByIdentity(const ConnectedDevice& device, OpenCamera& camera) {
   camera.driver = createCamera(device.device.productId);
   if (!camera.driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
-  if (!camera.driver->OpenDevice(device.device)) return Orvik_ERROR_OPEN_FAILED;
+  if (!camera.driver->open(device.device)) return Orvik_ERROR_OPEN_FAILED;
   // The device has been asked itself now. One that does not tell was found by its place.
   const std::string serialNumber = camera.driver->serialNumber();
   if (!serialNumber.empty() && !device.serialNumber.empty() &&
       !sameSerial(serialNumber, device.serialNumber)) {
-    camera.driver->CloseCamera();
+    camera.driver->close();
     return Orvik_ERROR_OPEN_FAILED;
   }
   return Orvik_OK;
@@ -251,7 +251,7 @@ Orvik_ERROR_CODE Registry::close(int number) {
   Orvik_ERROR_CODE error = Orvik_OK;
   find(number, error);
   // An index may have gone away under its open camera, which is to be closed all the same.
-  if (const Camera camera = take(number)) camera->driver->CloseCamera();
+  if (const CameraPtr camera = take(number)) camera->driver->close();
   return error == Orvik_ERROR_NO_CAMERA_OBJECT ? Orvik_OK : error;
 }
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "camera/camera_base.h"
+#include "camera/camera.h"
 #include "orvik/orvik_service.h"
 #include "usb/serial_numbers.h"
 
@@ -19,7 +19,7 @@ namespace orvik {
 /// An open camera as the flat functions use it. Shared: a camera that is closed while another
 /// thread is inside a call goes away after that call.
 struct OpenCamera {
-  std::unique_ptr<CCameraBase> driver;
+  std::unique_ptr<Camera> driver;
   std::atomic<int> imageBytes{0};  ///< of one delivered image; 0 until a format has been set
   /// Of the last delivery; set by the frame thread at its end.
   std::atomic<Orvik_NO_FRAME_REASON> noFrameReason{Orvik_NO_FRAME_NONE};
@@ -71,32 +71,32 @@ class Registry {
   std::shared_ptr<OpenCamera> find(int number, Orvik_ERROR_CODE& error) const;
 
  private:
-  using Camera = std::shared_ptr<OpenCamera>;
+  using CameraPtr = std::shared_ptr<OpenCamera>;
 
   Registry() = default;
 
   // Each of these takes the lock for the tables.
   [[nodiscard]] bool isConnected(int index) const;
   [[nodiscard]] std::uint16_t productAt(int index) const;
-  [[nodiscard]] Camera cameraAt(int index) const;
+  [[nodiscard]] CameraPtr cameraAt(int index) const;
   [[nodiscard]] int sameModelOrdinal(int index) const;
   /// The camera that has a device open at present. @return null when none has.
-  [[nodiscard]] Camera cameraWith(const seam::Host& host, const seam::DeviceInfo& device) const;
+  [[nodiscard]] CameraPtr cameraWith(const seam::Host& host, const seam::DeviceInfo& device) const;
   /// Makes an opened camera known under a new handle.
-  void add(const Camera& camera);
+  void add(const CameraPtr& camera);
   /// Forgets the camera with this number. @return the camera, or null.
-  Camera take(int number);
+  CameraPtr take(int number);
 
   // For the controlling thread.
-  [[nodiscard]] Camera cameraOfDeviceAt(int index) const;
+  [[nodiscard]] CameraPtr cameraOfDeviceAt(int index) const;
   static Orvik_ERROR_CODE openByIdentity(const ConnectedDevice& device, OpenCamera& camera);
   static void prepare(OpenCamera& camera, const seam::Host& host);
 
   std::mutex controlling_;     ///< held for a whole enumeration, query, open or close
   mutable std::mutex tables_;  ///< held for a look at the tables
   std::vector<std::uint16_t> productIds_;
-  std::array<Camera, kMaxCameras> cameras_;  ///< by index, those that were opened by it
-  std::map<int, Camera> open_;               ///< by handle, all
+  std::array<CameraPtr, kMaxCameras> cameras_;  ///< by index, those that were opened by it
+  std::map<int, CameraPtr> open_;               ///< by handle, all
   int nextHandle_ = kFirstHandle;
   SerialNumbers serialNumbers_;
 };

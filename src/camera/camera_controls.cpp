@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The control layer of CCameraBase: lists, describes, sets and reads the controls.
-#include "camera/camera_base.h"
-#include "camera/control_table.h"
+// The controls of a camera by their public numbers: where a value goes, and where it comes from.
+// What a control is called and how far it can be set stands in controls/control_table.cpp.
+#include "camera/camera.h"
+#include "controls/control_table.h"
 
 namespace orvik {
 namespace {
@@ -10,168 +11,109 @@ Orvik_ERROR_CODE resultOf(bool done) { return done ? Orvik_OK : Orvik_ERROR_DRIV
 
 }  // namespace
 
-int CCameraBase::GetNumOfControls() const { return static_cast<int>(model_.controls.size()); }
-
-bool CCameraBase::GetControlCaps(int index, Orvik_CONTROL_CAPS* caps) const {
-  if (index < 0 || index >= GetNumOfControls()) return false;
-  return describeControl(model_, model_.controls[static_cast<std::size_t>(index)], *caps);
-}
-
-bool CCameraBase::isAvailable(Control_TYPE type) const {
-  switch (type) {
-    case CONTROL_COOLER:
-    case CONTROL_COOL_POWER:
-    case CONTROL_TARGET_TEMP:
-      return model_.cooled;
-    default:
-      // Up to the automatic limits the numbering is that of the controls.
-      return type >= CONTROL_GAIN && type <= CONTROL_AUTO_LIMITS &&
-             model_.controls.has(static_cast<Orvik_CONTROL_TYPE>(type));
-  }
-}
-
-bool CCameraBase::isImgTypeSupported(int type) const {
-  switch (type) {
-    case Orvik_IMG_RAW8:
-      return model_.imageTypes.raw8;
-    case Orvik_IMG_RGB24:
-      return model_.imageTypes.rgb24;
-    case Orvik_IMG_RAW16:
-      return model_.imageTypes.raw16;
-    case Orvik_IMG_Y8:
-      return model_.imageTypes.y8;
-    default:
-      return false;
-  }
-}
-
-Orvik_ERROR_CODE CCameraBase::setFlip(std::int32_t value) {
-  if (value >= 0 && value <= 3) SetMisc((value & 1) != 0, (value & 2) != 0);
-  return Orvik_OK;
-}
-
-Orvik_ERROR_CODE CCameraBase::SetControlValue(int type, std::int32_t value, bool automatic) {
+Orvik_ERROR_CODE Camera::setControl(int type, std::int32_t value, bool automatic) {
+  if (!isControlType(type)) return Orvik_ERROR_CONTROL;
   CameraState& now = *state_;
-  switch (type) {
+  switch (static_cast<Orvik_CONTROL_TYPE>(type)) {
     case Orvik_CTL_GAIN:
-      return resultOf(SetGain(value, automatic));
+      return resultOf(setGain(value, automatic));
     case Orvik_CTL_EXPOSURE:
       // A negative value becomes a huge one, which the model sets to its longest exposure.
       return resultOf(
-          SetExp(static_cast<std::uint64_t>(static_cast<std::int64_t>(value)), automatic));
+          setExposure(static_cast<std::uint64_t>(static_cast<std::int64_t>(value)), automatic));
     case Orvik_CTL_GAMMA:
-      return resultOf(SetGamma(value));
+      setGamma(value);
+      return Orvik_OK;
     case Orvik_CTL_WB_R:
-      SetRGBBalance(value, now.whiteBalanceBlue, automatic);
+      setWhiteBalance(value, now.whiteBalanceBlue, automatic);
       return Orvik_OK;
     case Orvik_CTL_WB_B:
-      SetRGBBalance(now.whiteBalanceRed, value, automatic);
+      setWhiteBalance(now.whiteBalanceRed, value, automatic);
       return Orvik_OK;
     case Orvik_CTL_BRIGHTNESS:
-      return resultOf(SetBrightness(value));
+      return resultOf(setBrightness(value));
     case Orvik_CTL_BANDWIDTH:
-      return resultOf(SetFPSPerc(value, automatic));
+      return resultOf(setBandwidth(value, automatic));
     case Orvik_CTL_OVERCLK:
-      return resultOf(SetOverCLKPerc(value));
+      return resultOf(setOverclock(value));
     case Orvik_CTL_FLIP:
-      return setFlip(value);
+      if (value >= 0 && value <= 3) setFlip((value & 1) != 0, (value & 2) != 0);
+      return Orvik_OK;
     case Orvik_CTL_AUTO_EXP_MAX_GAIN:
-      SetAutoPara(value, now.autoMaxExposure, now.autoMaxBrightness);
+      now.autoMaxGain = value;
       return Orvik_OK;
     case Orvik_CTL_AUTO_EXP_MAX_EXP:
-      SetAutoPara(now.autoMaxGain, value, now.autoMaxBrightness);
+      now.autoMaxExposure = value;
       return Orvik_OK;
     case Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS:
-      SetAutoPara(now.autoMaxGain, now.autoMaxExposure, value);
+      now.autoTargetBrightness = value;
       return Orvik_OK;
     case Orvik_CTL_HARDWARE_BIN:
-      return resultOf(SetHardwareBin(value > 0));
+      return resultOf(setHardwareBin(value > 0));
     case Orvik_CTL_HIGH_SPEED_MODE:
-      return resultOf(SetHighSpeedMode(value > 0));
+      return resultOf(setHighSpeedMode(value > 0));
+    case Orvik_CTL_TARGET_TEMP:
+      return resultOf(setTargetTemperature(value));
+    case Orvik_CTL_COOLER_ON:
+      return resultOf(switchCooler(value >= 1));
     case Orvik_CTL_TEMPERATURE:
     case Orvik_CTL_COOL_POWER_PERC:
-    case Orvik_CTL_TARGET_TEMP:
-      return Orvik_OK;  // read only here
-    default:
-      return Orvik_ERROR_CONTROL;
+      return Orvik_OK;  // read only
   }
+  return Orvik_ERROR_CONTROL;
 }
 
-bool CCameraBase::GetControlValue(int type, std::int32_t* value, Orvik_BOOL* automatic) {
+std::optional<Camera::ControlValue> Camera::readControl(int type) {
+  if (!isControlType(type)) return std::nullopt;
   const CameraState& now = *state_;
-  *automatic = Orvik_FALSE;
-  bool isAuto = false;
-  std::int32_t result = 0;
-  switch (type) {
+  switch (static_cast<Orvik_CONTROL_TYPE>(type)) {
     case Orvik_CTL_GAIN:
-      result = GetGain(&isAuto);
-      break;
+      return {{now.gain, now.gainAuto}};
     case Orvik_CTL_EXPOSURE:
-      result = static_cast<std::int32_t>(GetExp(&isAuto));
-      break;
+      return {{static_cast<std::int32_t>(now.exposureUs), now.exposureAuto}};
     case Orvik_CTL_GAMMA:
-      result = GetGamma();
-      break;
+      return {{now.gamma}};
     case Orvik_CTL_WB_R:
-      result = now.whiteBalanceRed;
-      isAuto = now.whiteBalanceAuto;
-      break;
+      return {{now.whiteBalanceRed, now.whiteBalanceAuto}};
     case Orvik_CTL_WB_B:
-      result = now.whiteBalanceBlue;
-      isAuto = now.whiteBalanceAuto;
-      break;
+      return {{now.whiteBalanceBlue, now.whiteBalanceAuto}};
     case Orvik_CTL_BRIGHTNESS:
-      result = now.brightness;
-      break;
+      return {{now.brightness}};
     case Orvik_CTL_BANDWIDTH:
-      GetFPSPerc(&result, &isAuto);
-      break;
+      return {{now.bandwidth, now.bandwidthAuto}};
     case Orvik_CTL_OVERCLK:
-      result = now.overClock;
-      break;
-    case Orvik_CTL_TEMPERATURE:
-      result = static_cast<std::int32_t>(GetTemp() * 10.0);
+      return {{now.overClock}};
+    case Orvik_CTL_TEMPERATURE: {
+      const auto tenths = static_cast<std::int32_t>(temperature() * 10.0);
       // A sensor that cannot be asked has no temperature; a model without a thermometer tells 0.
-      if (model_.controls.has(Orvik_CTL_TEMPERATURE) && !now.temperatureIsRecent(clock_->now())) {
-        return false;
-      }
-      break;
+      const bool isKnown =
+          !model_.controls.has(Orvik_CTL_TEMPERATURE) || now.temperatureIsRecent(clock_->now());
+      return isKnown ? std::optional<ControlValue>{{tenths}} : std::nullopt;
+    }
     case Orvik_CTL_FLIP:
-      result = (now.flipHorizontal ? 1 : 0) + (now.flipVertical ? 2 : 0);
-      break;
+      return {{(now.flipHorizontal ? 1 : 0) + (now.flipVertical ? 2 : 0)}};
     case Orvik_CTL_AUTO_EXP_MAX_GAIN:
-      result = now.autoMaxGain;
-      break;
+      return {{now.autoMaxGain}};
     case Orvik_CTL_AUTO_EXP_MAX_EXP:
-      result = now.autoMaxExposure;
-      break;
+      return {{now.autoMaxExposure}};
     case Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS:
-      result = now.autoMaxBrightness;
-      break;
+      return {{now.autoTargetBrightness}};
     case Orvik_CTL_HARDWARE_BIN:
-      result = now.hardwareBin ? 1 : 0;
-      break;
+      return {{now.hardwareBin ? 1 : 0}};
     case Orvik_CTL_HIGH_SPEED_MODE:
-      result = now.highSpeedMode ? 1 : 0;
-      break;
+      return {{now.highSpeedMode ? 1 : 0}};
     case Orvik_CTL_COOL_POWER_PERC:
-      if (!model_.cooled) return false;
-      result = static_cast<std::int32_t>(now.coolerPower);
-      break;
+      return ofCooler(static_cast<std::int32_t>(now.coolerPower));
     case Orvik_CTL_TARGET_TEMP:
-      if (!model_.cooled) return false;
-      result = now.targetTemperature;
-      break;
+      return ofCooler(now.targetTemperature);
     case Orvik_CTL_COOLER_ON:
-      if (!model_.cooled) return false;
-      result = now.coolerOn ? 1 : 0;
-      break;
-    default:
-      return false;
+      return ofCooler(now.coolerOn ? 1 : 0);
   }
-  *value = result;
-  *automatic = isAuto ? Orvik_TRUE : Orvik_FALSE;
-  return true;
+  return std::nullopt;
+}
+
+std::optional<Camera::ControlValue> Camera::ofCooler(std::int32_t value) const {
+  return model_.cooled ? std::optional<ControlValue>{{value}} : std::nullopt;
 }
 
 }  // namespace orvik

@@ -5,14 +5,14 @@
 
 namespace orvik {
 
-CCameraBase::CapturePause::CapturePause(CCameraBase& camera)
+Camera::CapturePause::CapturePause(Camera& camera)
     : camera_(camera),
       paused_(camera.capture_.isRunning()),
       snapshot_(camera.capture_.lastWasSnapshot()) {
   if (paused_) camera_.capture_.suspend();
 }
 
-CCameraBase::CapturePause::~CapturePause() {
+Camera::CapturePause::~CapturePause() {
   if (!paused_) return;
   try {
     if (camera_.beginCapture(snapshot_)) return;

@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/camera_base.h"
+#include "camera/camera.h"
 
 namespace orvik {
 
 /// While it lives, the camera does not capture: a capture that was running has ended, and another
 /// of its kind begins at the end. Held by setters that change what the stream looks like, with the
 /// settings locked. Who waits for a frame goes on waiting.
-class CCameraBase::CapturePause {
+class Camera::CapturePause {
  public:
-  explicit CapturePause(CCameraBase& camera);
+  explicit CapturePause(Camera& camera);
   ~CapturePause();
   CapturePause(const CapturePause&) = delete;
   CapturePause& operator=(const CapturePause&) = delete;
 
  private:
-  CCameraBase& camera_;
+  Camera& camera_;
   const bool paused_;
   const bool snapshot_;
 };

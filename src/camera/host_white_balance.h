@@ -8,8 +8,8 @@
 
 #include "algorithm/colour_balance.h"
 #include "algorithm/demosaic.h"
-#include "camera/camera_base.h"
-#include "camera/host_balance.h"
+#include "camera/camera.h"
+#include "controls/host_balance.h"
 
 namespace orvik {
 
@@ -22,38 +22,6 @@ class HostWhiteBalance : public Base {
  public:
   using Base::Base;
 
-  /// Takes a step of white balance if it is on automatic. @param raw 8-bit frame of the present
-  /// region, unbinned where the host bins
-  void AutoWhiBal(const std::uint8_t* raw) {
-    const auto lock = CCameraBase::lockSettings();
-    if (!this->state().whiteBalanceAuto) return;
-    const CameraState& now = this->state();
-    AutoWB(demosaicked(raw, now.columnsDelivered(), now.rowsDelivered()));
-  }
-
-  /// Takes a step of white balance; see nextBalance().
-  /// @param rgb image of the present region, three bytes a pixel, unbinned where the host bins
-  void AutoWB(const std::uint8_t* rgb) {
-    const auto lock = CCameraBase::lockSettings();
-    const CameraState& now = this->state();
-    const auto colour =
-        imageColour(rgb, now.columnsDelivered(), now.rowsDelivered(), now.softwareBin());
-    if (colour) this->followColour(*colour);
-  }
-
-  /// Statistics of one block of such an image; see imageBlock(). As Get_variance_ave_RAW()
-  /// otherwise.
-  void Get_variance_ave(const std::uint8_t* rgb, int blockColumn, int blockRow, int blockWidth,
-                        int blockHeight, int rowLength, int imageHeight, int* redDeviation,
-                        int* greenDeviation, int* blueDeviation, int* redMean, int* greenMean,
-                        int* blueMean) const {
-    const FrameBlock block{
-        .column = blockColumn, .row = blockRow, .width = blockWidth, .height = blockHeight};
-    storeBlock(imageBlock(rgb, rowLength, imageHeight, block, this->state().softwareBin()),
-               {redDeviation, greenDeviation, blueDeviation}, {redMean, greenMean, blueMean});
-  }
-
- protected:
   std::optional<ColourValues> measureColour(const RawFrame& frame, int hostBin) override {
     return imageColour(demosaicked(frame.samples, frame.columns, frame.rows), frame.columns,
                        frame.rows, hostBin);

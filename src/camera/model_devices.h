@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "camera/model_row.h"
 #include "seam/usb_host.h"
+#include "state/model_row.h"
 
 namespace orvik {
 

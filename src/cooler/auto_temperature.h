@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/camera_state.h"
-#include "camera/stop_switch.h"
+#include "base/stop_switch.h"
 #include "cooler/cooler.h"
+#include "state/camera_state.h"
 
 namespace orvik::cooler {
 

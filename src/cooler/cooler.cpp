@@ -122,7 +122,7 @@ bool Cooler::requestDrive(int drive) {
   if (acknowledged_ == drive) return true;
   acknowledged_.reset();  // a request without an answer may have arrived or not
   const bool done = drive == kDriveOff ? link_->sendSafe(SafeRequest::kCoolerOff)
-                                       : link_->send(codeOf(VendorRequest::kCoolerDrive),
+                                       : link_->send(VendorRequest::kCoolerDrive,
                                                      static_cast<std::uint16_t>(drive));
   if (done) acknowledged_ = drive;
   return done;
@@ -139,7 +139,7 @@ void Cooler::followLink() {
 Cooler::Reading Cooler::read() {
   using enum Reading::Kind;
   std::array<std::uint8_t, 2> answer{};
-  if (!link_->receive(codeOf(VendorRequest::kThermistor), 0, 0, answer)) return {};
+  if (!link_->receive(VendorRequest::kThermistor, 0, 0, answer)) return {};
   const std::uint8_t value = converterValue(answer[0], answer[1]);
   if (const auto celsius = thermistorCelsius(value, kReferenceKiloOhms)) {
     lastCelsius_ = *celsius;

@@ -8,12 +8,12 @@
 #include <mutex>
 #include <optional>
 
-#include "camera/camera_state.h"
-#include "camera/stop_switch.h"
-#include "camera/vendor_link.h"
+#include "base/stop_switch.h"
 #include "cooler/regulator.h"
 #include "cooler/thermistor.h"
+#include "link/vendor_link.h"
 #include "seam/clock.h"
+#include "state/camera_state.h"
 
 namespace orvik::cooler {
 
@@ -44,6 +44,9 @@ class Cooler {
   /// @param percent limited to 0 to 100; of the largest current
   /// @return whether the camera has acknowledged it.
   bool setPower(float percent);
+
+  /// Percent of the largest current, as the camera acknowledged it last; truncated.
+  [[nodiscard]] int power() const { return static_cast<int>(state_->coolerPower); }
 
   /// Starts the controller anew.
   void resetController(const PidController::Gains& gains);

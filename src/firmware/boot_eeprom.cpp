@@ -12,9 +12,9 @@
 namespace orvik::firmware {
 namespace {
 
-constexpr std::uint8_t kBridgeMemory = codeOf(VendorRequest::kBridgeMemory);
+constexpr VendorRequest kBridgeMemory = VendorRequest::kBridgeMemory;
 /// What the helper calls a block; the camera's own firmware means something else by this number.
-constexpr std::uint8_t kHelperBlock = 0xA9;
+constexpr VendorRequest kHelperBlock = VendorRequest::kHelperBlock;
 constexpr std::size_t kBlockBytes = 4096;
 constexpr int kRounds = 3;
 
@@ -56,7 +56,7 @@ bool writeBlocks(VendorLink& link, std::span<const std::uint8_t> image) {
 }  // namespace
 
 FX3_FWDWNLOAD_ERROR_CODE writeI2cImage(VendorLink& link, std::span<const std::uint8_t> image,
-                                       std::uint8_t request) {
+                                       VendorRequest request) {
   if (!link.isOpen()) return FWDWNLOAD_FAILED;
   const auto eepromBytes = eepromBytesOf(image);
   if (!eepromBytes) return FWDWNLOAD_NO_EEPROM_SIZE;

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <span>
 
-#include "camera/firmware_types.h"
-#include "camera/vendor_link.h"
+#include "link/vendor_link.h"
+#include "orvik/class_types.h"
 
 /// The EEPROM from which a bridge boots: over its I2C bus, or, on the USB 2 bridge, through a
 /// helper program that is loaded into the bridge first.
@@ -18,7 +18,7 @@ inline constexpr std::size_t kMaxEepromBytes = 65536;
 /// than an EEPROM goes on in the next one on the bus.
 /// @return also FWDWNLOAD_NO_EEPROM_SIZE
 FX3_FWDWNLOAD_ERROR_CODE writeI2cImage(VendorLink& link, std::span<const std::uint8_t> image,
-                                       std::uint8_t request);
+                                       VendorRequest request);
 
 /// Writes a boot image through the helper and reads it back, up to three times. The helper goes on
 /// running. @param image at most kMaxEepromBytes

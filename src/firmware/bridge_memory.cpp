@@ -8,7 +8,7 @@
 namespace orvik::firmware {
 namespace {
 
-constexpr std::uint8_t kBridgeMemory = codeOf(VendorRequest::kBridgeMemory);
+constexpr VendorRequest kBridgeMemory = VendorRequest::kBridgeMemory;
 constexpr std::uint16_t kProcessorControl = 0xE600;
 constexpr std::size_t kMaxTransferBytes = 0xFFFF;
 constexpr int kAttempts = 3;
@@ -28,7 +28,7 @@ bool untilDone(Attempt attempt) {
 }
 
 bool writeAndReadBack(VendorLink& link, std::uint32_t address, std::span<const std::uint8_t> data,
-                      std::uint8_t request) {
+                      VendorRequest request) {
   std::array<std::uint8_t, kChunkBytes> memory{};
   const std::span<std::uint8_t> back = std::span(memory).first(data.size());
   const bool written = writeMemory(link, address, data, request);
@@ -37,7 +37,7 @@ bool writeAndReadBack(VendorLink& link, std::uint32_t address, std::span<const s
 }
 
 bool loadChunk(VendorLink& link, std::uint32_t address, std::span<const std::uint8_t> data,
-               std::uint8_t request) {
+               VendorRequest request) {
   bool good = false;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     good = writeAndReadBack(link, address, data, request);
@@ -70,7 +70,7 @@ FX3_FWDWNLOAD_ERROR_CODE startProgram(const VendorLink& link, seam::Clock& clock
 }  // namespace
 
 bool writeMemory(VendorLink& link, std::uint32_t address, std::span<const std::uint8_t> data,
-                 std::uint8_t request) {
+                 VendorRequest request) {
   if (data.size() > kMaxTransferBytes) return false;
   // The link sends from memory that it may write to; what is sent here is somebody else's.
   std::vector<std::uint8_t> copy(data.begin(), data.end());
@@ -78,16 +78,16 @@ bool writeMemory(VendorLink& link, std::uint32_t address, std::span<const std::u
 }
 
 bool readMemory(VendorLink& link, std::uint32_t address, std::span<std::uint8_t> data,
-                std::uint8_t request) {
+                VendorRequest request) {
   if (data.size() > kMaxTransferBytes) return false;
   return link.receive(request, lowHalf(address), highHalf(address), data);
 }
 
-bool setProgramEntry(VendorLink& link, std::uint32_t address, std::uint8_t request) {
+bool setProgramEntry(VendorLink& link, std::uint32_t address, VendorRequest request) {
   return link.send(request, highHalf(address), lowHalf(address));
 }
 
-FX3_FWDWNLOAD_ERROR_CODE loadImage(VendorLink& link, const Image& image, std::uint8_t request) {
+FX3_FWDWNLOAD_ERROR_CODE loadImage(VendorLink& link, const Image& image, VendorRequest request) {
   if (!link.isOpen()) return FWDWNLOAD_FAILED;
   for (const Section& section : image.sections) {
     for (std::size_t at = 0; at < section.data.size(); at += kChunkBytes) {
@@ -101,7 +101,7 @@ FX3_FWDWNLOAD_ERROR_CODE loadImage(VendorLink& link, const Image& image, std::ui
   return FWDWNLOAD_SUCCESS;
 }
 
-bool jumpTo(VendorLink& link, std::uint32_t entry, std::uint8_t request) {
+bool jumpTo(VendorLink& link, std::uint32_t entry, VendorRequest request) {
   return writeMemory(link, entry, {}, request);
 }
 

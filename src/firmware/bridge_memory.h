@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "camera/firmware_types.h"
-#include "camera/vendor_link.h"
 #include "firmware/firmware_image.h"
+#include "link/vendor_link.h"
+#include "orvik/class_types.h"
 #include "seam/clock.h"
 
 /// The memory of the USB bridge, as its boot loader gives access to it. Addresses have 32 bits.
@@ -17,20 +17,20 @@ namespace orvik::firmware {
 
 /// At most 65535 bytes. @param request 0xA0, or another that addresses memory the same way
 bool writeMemory(VendorLink& link, std::uint32_t address, std::span<const std::uint8_t> data,
-                 std::uint8_t request);
+                 VendorRequest request);
 bool readMemory(VendorLink& link, std::uint32_t address, std::span<std::uint8_t> data,
-                std::uint8_t request);
+                VendorRequest request);
 
 /// Sends the program's entry. The halves of the address stand the other way round than in a write.
-bool setProgramEntry(VendorLink& link, std::uint32_t address, std::uint8_t request);
+bool setProgramEntry(VendorLink& link, std::uint32_t address, VendorRequest request);
 
 /// Writes an image into RAM and reads each part back. Each part is written three times, and the
 /// third time decides: the boot loader's memory may need it.
-FX3_FWDWNLOAD_ERROR_CODE loadImage(VendorLink& link, const Image& image, std::uint8_t request);
+FX3_FWDWNLOAD_ERROR_CODE loadImage(VendorLink& link, const Image& image, VendorRequest request);
 
 /// Starts the program at `entry`.
 /// @return whether the bridge acknowledged it. It may leave the bus instead, as the program starts.
-bool jumpTo(VendorLink& link, std::uint32_t entry, std::uint8_t request);
+bool jumpTo(VendorLink& link, std::uint32_t entry, VendorRequest request);
 
 /// loadImage(), and the start of the program.
 /// @return FWDWNLOAD_SUCCESS when the bridge has acknowledged the start, or has left the bus for

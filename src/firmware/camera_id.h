@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/flash_port.h"
+#include "link/flash_port.h"
 #include "orvik/orvik.h"
 
 /// The user's mark of a camera, in a page of the SPI flash: the bytes "ID", then the 32 of the

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "camera/settings/file_system.h"
 #include "firmware/firmware_image.h"
+#include "settings/file_system.h"
 
 namespace orvik::firmware {
 

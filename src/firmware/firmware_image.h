@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "camera/firmware_types.h"
+#include "orvik/class_types.h"
 
 /// The two formats in which firmware comes. Pure functions that take any bytes: an image is read to
 /// its end before any of it goes to a camera. What they return points into the image.

@@ -6,8 +6,8 @@
 #include <functional>
 #include <span>
 
-#include "camera/firmware_types.h"
-#include "camera/flash_port.h"
+#include "link/flash_port.h"
+#include "orvik/class_types.h"
 
 /// Firmware in the camera's SPI flash, from the flash's beginning. The caller has the bus (see
 /// FlashSession).

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/capture/capture_laws.h"
+#include "state/frame_time.h"
 
 /// How fast a camera may send its lines, and what frame rate comes of it. Pure functions, the same
 /// for every sensor.

@@ -9,14 +9,14 @@
 namespace orvik {
 namespace {
 
-template <class Camera>
-std::unique_ptr<CCameraBase> create() {
-  return std::make_unique<Camera>();
+template <class Model>
+std::unique_ptr<Camera> create() {
+  return std::make_unique<Model>();
 }
 
 // Two lists of one order.
-#define ORVIK_ROW(code, Family) &CCamera##code::kRow,
-#define ORVIK_CREATE(code, Family) &create<CCamera##code>,
+#define ORVIK_ROW(code, Family) &code::kRow,
+#define ORVIK_CREATE(code, Family) &create<code>,
 constexpr std::array kRows = {ORVIK_MODELS(ORVIK_ROW)};
 constexpr std::array kCreators = {ORVIK_MODELS(ORVIK_CREATE)};
 #undef ORVIK_ROW
@@ -43,7 +43,7 @@ const char* productName(std::uint16_t productId) {
   return ownName != nullptr ? ownName : model->name;
 }
 
-std::unique_ptr<CCameraBase> createCamera(std::uint16_t productId) {
+std::unique_ptr<Camera> createCamera(std::uint16_t productId) {
   const auto* model = findModel(productId);
   if (model == kRows.end()) return nullptr;
   return kCreators[static_cast<std::size_t>(model - kRows.begin())]();

@@ -5,7 +5,7 @@
 #include <memory>
 #include <span>
 
-#include "camera/camera_base.h"
+#include "camera/camera.h"
 
 namespace orvik {
 
@@ -19,6 +19,6 @@ const ModelRow* modelOfProduct(std::uint16_t productId);
 const char* productName(std::uint16_t productId);
 
 /// Makes the driver of the model that a product belongs to. @return null when there is none.
-std::unique_ptr<CCameraBase> createCamera(std::uint16_t productId);
+std::unique_ptr<Camera> createCamera(std::uint16_t productId);
 
 }  // namespace orvik

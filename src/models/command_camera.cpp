@@ -5,7 +5,7 @@
 #include <bit>
 #include <utility>
 
-#include "camera/current_clock.h"
+#include "base/current_clock.h"
 #include "models/end_mark_protocol.h"
 
 namespace orvik {
@@ -63,30 +63,14 @@ CommandCamera::CommandCamera(const ModelRow& row, const EndMarkFacts& facts,
     : EndMarkCamera(row, facts, std::make_shared<CommandProtocol>(facts.transferBytes, sensor)),
       sensor_(sensor) {}
 
-bool CommandCamera::issueCommand(std::uint8_t command) { return sensor_->issue(link(), command); }
-
-std::uint8_t CommandCamera::getState() {
-  return static_cast<std::uint8_t>(CommandSensor::readState(link()));
-}
-
-bool CommandCamera::changeConfig() { return sensor_->apply(link()); }
-
-bool CommandCamera::ReadVar16(std::uint16_t address, std::uint16_t* value) {
-  return sensor_->read(link(), address, *value);
-}
-
-bool CommandCamera::WriteVar16(std::uint16_t address, std::uint16_t value) {
-  return sensor_->write(link(), address, value);
-}
-
-int CommandCamera::GainValue2Reg(int gain) {
+int CommandCamera::gainCode(int gain) {
   const auto linear = static_cast<unsigned>(32 + std::clamp(gain, 0, 100) * 224 / 100);
   const auto coarse = static_cast<int>(std::bit_width(linear / 32)) - 1;
   return coarse * 32 + static_cast<int>(linear >> coarse) - 32;
 }
 
 void CommandCamera::startSensor() {
-  StartSensorCLK();
+  link().startSensorClock();
   sensor_->issue(link(), Command::kStandby);
 }
 
@@ -94,7 +78,7 @@ bool CommandCamera::tellSensor(std::initializer_list<Setting> settings) {
   const auto held = sensor_->lock();
   bool told = true;
   for (const auto& [what, value] : settings) {
-    const int number = what == SensorValue::kGain ? GainValue2Reg(value) : value;
+    const int number = what == SensorValue::kGain ? gainCode(value) : value;
     told &= sensor_->write(link(), addressOf(what), static_cast<std::uint16_t>(number));
   }
   return sensor_->apply(link()) && told;

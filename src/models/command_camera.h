@@ -9,17 +9,10 @@ namespace orvik {
 /// The end-mark models whose sensor takes commands; see CommandSensor.
 class CommandCamera : public EndMarkCamera {
  public:
-  // The sensor's commands, under the names of the class interface
-  bool issueCommand(std::uint8_t command);
-  /// @return 1 standby, 2 streaming, 3 changing its configuration; 0 when it does not answer.
-  std::uint8_t getState();
-  bool changeConfig();
-  /// @param value 0 when the read fails
-  bool ReadVar16(std::uint16_t address, std::uint16_t* value);
-  bool WriteVar16(std::uint16_t address, std::uint16_t value);
+  [[nodiscard]] CommandSensor& sensor() const { return *sensor_; }
   /// The sensor's code of a gain: a power of two, and 32nds between it and the next.
   /// @param gain 0 to 100
-  static int GainValue2Reg(int gain);
+  static int gainCode(int gain);
 
  protected:
   CommandCamera(const ModelRow& row, const EndMarkFacts& facts);

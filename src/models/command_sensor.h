@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-#include "camera/vendor_link.h"
+#include "link/vendor_link.h"
 #include "seam/clock.h"
 
 namespace orvik {

@@ -3,7 +3,6 @@
 
 #include <utility>
 
-#include "algorithm/algorithm.h"
 #include "models/end_mark_timing.h"
 
 namespace orvik {
@@ -13,19 +12,19 @@ EndMarkCamera::EndMarkCamera(const ModelRow& row, const EndMarkFacts& facts,
     : ModelCamera(row, std::move(protocol)), facts_(facts) {
   state().clockKhz = end_mark::kNormalClockKhz;
   state().lineLength = end_mark::minLineLength(row.maxWidth);
-  LoadSetting(row.settingsKey);
+  loadSettings(row.settingsName);
 }
 
-void EndMarkCamera::Cam_SetResolution() {
+void EndMarkCamera::writeRegionSize() {
   tellSensor({{SensorValue::kRows, state().rowsDelivered()},
               {SensorValue::kColumns, state().columnsDelivered()}});
 }
 
-void EndMarkCamera::SetCMOSClk() { state().clockKhz = end_mark::kNormalClockKhz; }
+void EndMarkCamera::selectClock() { state().clockKhz = end_mark::kNormalClockKhz; }
 
-bool EndMarkCamera::SetCMOSClk(int khz) { return isOpen() && khz == end_mark::kNormalClockKhz; }
+bool EndMarkCamera::selectClock(int khz) { return isOpen() && khz == end_mark::kNormalClockKhz; }
 
-void EndMarkCamera::SetOutput16Bits(bool on) { state().output16Bits = on; }
+void EndMarkCamera::setSampleDepth(bool on) { state().output16Bits = on; }
 
 LineLimits EndMarkCamera::lineLimits() const {
   return {.bytesPerPercent = kBytesPerPercentUsb2,
@@ -44,14 +43,11 @@ bool EndMarkCamera::writeBrightness() {
 }
 
 void EndMarkCamera::writeWhiteBalance() {
+  if (model().whiteBalanceOnHost) return;  // delivery applies it; see hostBalance()
   const int red = state().whiteBalanceRed;
   const int blue = state().whiteBalanceBlue;
-  if (model().whiteBalanceOnHost) {
-    CAlgorithm::SetRGBWB(red, blue);
-  } else {
-    tellSensor(
-        {{SensorValue::kRedGain, red * 256 / 100}, {SensorValue::kBlueGain, blue * 256 / 100}});
-  }
+  tellSensor(
+      {{SensorValue::kRedGain, red * 256 / 100}, {SensorValue::kBlueGain, blue * 256 / 100}});
 }
 
 void EndMarkCamera::writeLineLength() {

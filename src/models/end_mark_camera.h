@@ -32,14 +32,14 @@ enum class SensorValue : std::uint8_t {
 
 /// The family of the models whose frames end with one mark: everything is told to the sensor, which
 /// holds it in 16 bits. USB 2, without cooler; binned on the host.
-class EndMarkCamera : public ModelCamera<CCameraBase> {
+class EndMarkCamera : public ModelCamera<Camera> {
  public:
   using Facts = EndMarkFacts;
 
-  void Cam_SetResolution() override;
-  void SetCMOSClk() override;
-  bool SetCMOSClk(int khz) override;
-  void SetOutput16Bits(bool on) override;
+  void writeRegionSize() override;
+  void selectClock() override;
+  bool selectClock(int khz) override;
+  void setSampleDepth(bool on) override;
 
  protected:
   EndMarkCamera(const ModelRow& row, const EndMarkFacts& facts,

@@ -15,7 +15,7 @@ constexpr std::array<std::uint8_t, 4> kMark = {0x11, 0xAA, 0x00, 0xBB};
 }  // namespace
 
 // A frame in one transfer comes whole or not at all; several take turns on the bus.
-ReadPatience EndMarkProtocol::patience(std::size_t readsPerFrame) const {
+TimeoutLaw EndMarkProtocol::timeoutLaw(std::size_t readsPerFrame) const {
   return {.frameTimes = 1, .margin = readsPerFrame <= 1 ? 2ms : 10ms};
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/capture/frame_protocol.h"
+#include "capture/frame_protocol.h"
 
 namespace orvik {
 
@@ -12,7 +12,7 @@ class EndMarkProtocol : public FrameProtocol {
   explicit EndMarkProtocol(std::size_t transferBytes) : transferBytes_(transferBytes) {}
 
   [[nodiscard]] std::size_t transferBytes() const final { return transferBytes_; }
-  [[nodiscard]] ReadPatience patience(std::size_t readsPerFrame) const final;
+  [[nodiscard]] TimeoutLaw timeoutLaw(std::size_t readsPerFrame) const final;
 
   void halt(VendorLink& link, bool longExposure) const final;
   void wake(VendorLink& link) const final;

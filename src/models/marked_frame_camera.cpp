@@ -4,7 +4,7 @@
 #include <chrono>
 #include <memory>
 
-#include "cooler/camera_cool.h"
+#include "cooler/cooled_camera.h"
 #include "models/marked_frame_protocol.h"
 #include "models/marked_registers.h"
 
@@ -35,7 +35,7 @@ MarkedFrameCamera<Base>::MarkedFrameCamera(const ModelRow& row, const MarkedFact
       facts_(facts) {
   state().clockKhz = kClockAtStartKhz;
   state().lineLength = scaledToWidth(kLineLengthAtStart, row);
-  this->LoadSetting(row.settingsKey);
+  this->loadSettings(row.settingsName);
 }
 
 template <class Base>
@@ -51,7 +51,7 @@ void MarkedFrameCamera<Base>::startSensor() {
 
   link().writeFpga(fpga::kMode, 0);
   this->clock().sleepFor(kSensorStartTime);
-  this->StartSensorCLK();
+  link().startSensorClock();
   link().writeSensorByte(sensor::kMasterStart, 1);
   link().writeSensorByte(sensor::kSyncOutput, 0);
 
@@ -75,7 +75,7 @@ void MarkedFrameCamera<Base>::playInitTable() {
 }
 
 template <class Base>
-void MarkedFrameCamera<Base>::Cam_SetResolution() {
+void MarkedFrameCamera<Base>::writeRegionSize() {
   const CameraState& now = state();
   const FpgaHold hold(link());
   const bool onSensor = binsOnSensor();
@@ -103,20 +103,20 @@ void MarkedFrameCamera<Base>::useClock(const marked::SensorClock& clock) {
 }
 
 template <class Base>
-void MarkedFrameCamera<Base>::SetCMOSClk() {
+void MarkedFrameCamera<Base>::selectClock() {
   if (!isOpen()) return;
   useClock(marked::clockForMode(binsOnSensor(), state().highSpeedMode, state().output16Bits));
 }
 
 template <class Base>
-bool MarkedFrameCamera<Base>::SetCMOSClk(int khz) {
+bool MarkedFrameCamera<Base>::selectClock(int khz) {
   if (!isOpen()) return false;
   useClock(marked::clockForKhz(khz, binsOnSensor()));
   return true;
 }
 
 template <class Base>
-void MarkedFrameCamera<Base>::SetOutput16Bits(bool on) {
+void MarkedFrameCamera<Base>::setSampleDepth(bool on) {
   CameraState& now = state();
   now.output16Bits = on;
   if (now.highSpeedMode && !on && !binsOnSensor()) {  // 10 bits from the converter, twice as fast
@@ -177,7 +177,7 @@ void MarkedFrameCamera<Base>::followLongExposure() {
   const bool isLong = now.exposureUs >= marked::kLongExposureUs;
   if (isLong == now.longExposure) return;
   link().writeSensorByte(sensor::kExposureMode, isLong ? 0xE1 : 0x21);
-  if (!isLong) SetCMOSClk();
+  if (!isLong) selectClock();
   now.longExposure = isLong;
 }
 
@@ -214,7 +214,7 @@ void MarkedFrameCamera<Base>::writeSensorPair(std::uint16_t address, int value) 
   link().writeSensorByte(static_cast<std::uint16_t>(address + 1), highByte(value));
 }
 
-template class MarkedFrameCamera<CCameraBase>;
-template class MarkedFrameCamera<CCameraCool>;
+template class MarkedFrameCamera<Camera>;
+template class MarkedFrameCamera<CooledCamera>;
 
 }  // namespace orvik

@@ -25,7 +25,7 @@ struct MarkedFacts {
 
 /// The family of the models whose FPGA marks each frame: registers of 8 bits in sensor and FPGA,
 /// and the readout and timing made of them.
-/// @tparam Base CCameraBase, or the cooled camera that derives from it
+/// @tparam Base Camera, or the cooled camera that derives from it
 template <class Base>
 class MarkedFrameCamera : public ModelCamera<Base> {
  public:
@@ -33,11 +33,11 @@ class MarkedFrameCamera : public ModelCamera<Base> {
   using Base::model;
   using Base::state;
 
-  void Cam_SetResolution() override;
-  void SetCMOSClk() override;
+  void writeRegionSize() override;
+  void selectClock() override;
   /// An unknown clock is taken at its word.
-  bool SetCMOSClk(int khz) override;
-  void SetOutput16Bits(bool on) override;
+  bool selectClock(int khz) override;
+  void setSampleDepth(bool on) override;
   [[nodiscard]] int converterBits() const override;
 
  protected:

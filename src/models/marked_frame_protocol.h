@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/capture/frame_protocol.h"
+#include "capture/frame_protocol.h"
 
 namespace orvik {
 
@@ -15,7 +15,7 @@ class MarkedFrameProtocol final : public FrameProtocol {
 
   [[nodiscard]] std::size_t transferBytes() const override { return std::size_t{1} << 20; }
 
-  [[nodiscard]] ReadPatience patience(std::size_t) const override {
+  [[nodiscard]] TimeoutLaw timeoutLaw(std::size_t) const override {
     return {.frameTimes = 2, .margin = std::chrono::milliseconds(50)};
   }
 

@@ -6,13 +6,14 @@
 #include <utility>
 
 #include "camera/capture_pause.h"
-#include "cooler/camera_cool.h"
+#include "cooler/cooled_camera.h"
+#include "link/camera_versions.h"
 
 namespace orvik {
 namespace {
 
 /// Below it a camera has not been set up yet.
-constexpr int kSlowestClockKhz = 9281;
+constexpr int kLowestClockKhz = 9281;
 
 }  // namespace
 
@@ -26,45 +27,25 @@ ModelCamera<Base>::ModelCamera(const ModelRow& row, std::shared_ptr<const FrameP
 }
 
 template <class Base>
-bool ModelCamera<Base>::OpenCamera(int ordinal) {
-  return this->openDevice(ordinal);
-}
-
-template <class Base>
-bool ModelCamera<Base>::CloseCamera() {
-  return this->closeDevice();
-}
-
-template <class Base>
-bool ModelCamera<Base>::StartCapture(bool snapshot) {
+bool ModelCamera<Base>::startCapture(bool snapshot) {
   // A camera that was never told a region reads its whole sensor.
   if (isOpen() && !regionTold_) {
-    SetResolution(state().width, state().height, state().bin, state().imageType);
+    setResolution(state().width, state().height, state().bin, state().imageType);
   }
-  return this->startCapture(snapshot);
+  return Base::startCapture(snapshot);
 }
 
 template <class Base>
-bool ModelCamera<Base>::StopCapture() {
-  return this->stopCapture();
-}
-
-template <class Base>
-bool ModelCamera<Base>::GetImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs) {
-  return this->deliverImage(buffer, bufferSize, waitMs);
-}
-
-template <class Base>
-bool ModelCamera<Base>::InitCamera() {
+bool ModelCamera<Base>::initialise() {
   if (!isOpen()) return false;
   const auto lock = lockSettings();
   const auto settings = this->presentSettings();
   this->loadKeptDark();
   link().makeSafe(model().cooled);  // a program that crashed may have left it in any state
-  state().usb3Host = this->IsUSB3Host();
+  state().usb3Host = isAtUsb3Port(link());
   if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
-  this->SetHPCStates(this->LoadHPCTable());
-  this->readVersions();
+  this->hotPixels().use(this->loadHotPixels());
+  noteVersions();
   regionTold_ = false;  // the sensor starts anew
   startSensor();
   reapplyControls();
@@ -74,19 +55,29 @@ bool ModelCamera<Base>::InitCamera() {
 }
 
 template <class Base>
-void ModelCamera<Base>::reapplyControls() {
-  CameraState& now = state();
-  this->SetGamma(now.gamma);
-  SetRGBBalance(now.whiteBalanceRed, now.whiteBalanceBlue, now.whiteBalanceAuto);
-  SetBrightness(now.brightness);
-  if (now.bandwidthAuto) now.bandwidth = automaticBandwidth(now.usb3Host);
-  SetCMOSClk();
-  SetGain(now.gain, now.gainAuto);
-  SetExp(now.exposureUs, now.exposureAuto);
+void ModelCamera<Base>::noteVersions() {
+  std::uint8_t firmware = 0;
+  readFirmwareVersion(link(), firmware);
+  state().firmwareVersion = firmware;
+  FpgaVersion fpga;
+  readFpgaVersion(link(), fpga);
+  state().fpgaVersion = fpga;
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetResolution(int width, int height, int bin, IMAGE_TYPE type) {
+void ModelCamera<Base>::reapplyControls() {
+  CameraState& now = state();
+  this->setGamma(now.gamma);
+  setWhiteBalance(now.whiteBalanceRed, now.whiteBalanceBlue, now.whiteBalanceAuto);
+  setBrightness(now.brightness);
+  if (now.bandwidthAuto) now.bandwidth = automaticBandwidth(now.usb3Host);
+  selectClock();
+  setGain(now.gain, now.gainAuto);
+  setExposure(now.exposureUs, now.exposureAuto);
+}
+
+template <class Base>
+bool ModelCamera<Base>::setResolution(int width, int height, int bin, IMAGE_TYPE type) {
   if (!canDeliver(model(), width, height, bin, type)) return false;
   const auto lock = lockSettings();
   const typename Base::CapturePause pause(*this);
@@ -96,18 +87,18 @@ bool ModelCamera<Base>::SetResolution(int width, int height, int bin, IMAGE_TYPE
   now.width = width;
   now.imageType = type;
   const SensorPosition start = centred(model(), width, height, bin);
-  SetStartPos(start.x, start.y);
-  SetOutput16Bits(type == IMAGE_GREY30 || type == IMAGE_RAW16);
-  Cam_SetResolution();
+  setStartPosition(start.x, start.y);
+  setSampleDepth(rowOf(type).is16Bits);
+  writeRegionSize();
   regionTold_ = true;
-  SetCMOSClk();
+  selectClock();
   followClock();
-  this->tellFormat();
+  this->publishFormat();
   return true;
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetHardwareBin(bool on) {
+bool ModelCamera<Base>::setHardwareBin(bool on) {
   if (!offers(Orvik_CTL_HARDWARE_BIN)) return false;
   const auto lock = lockSettings();
   CameraState& now = state();
@@ -118,27 +109,26 @@ bool ModelCamera<Base>::SetHardwareBin(bool on) {
   const typename Base::CapturePause pause(*this);
   now.hardwareBin = on;
   const SensorPosition held{now.startX, now.startY};
-  SetResolution(now.width, now.height, now.bin, now.imageType);
-  SetStartPos(held.x, held.y);
+  setResolution(now.width, now.height, now.bin, now.imageType);
+  setStartPosition(held.x, held.y);
   return true;
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetStartPos(int x, int y) {
+bool ModelCamera<Base>::setStartPosition(int x, int y) {
   const auto lock = lockSettings();
   CameraState& now = state();
   const SensorPosition start = readablePosition(model(), {x, y}, now.width, now.height, now.bin);
   now.startX = start.x;
   now.startY = start.y;
-  this->AdjustDarkBuff();
-  this->AdjustHPCTable();
+  this->followRegion();
   writeStartPosition();
   this->noteSettings();
   return true;
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetHighSpeedMode(bool on) {
+bool ModelCamera<Base>::setHighSpeedMode(bool on) {
   if (!offers(Orvik_CTL_HIGH_SPEED_MODE)) return false;
   const auto lock = lockSettings();
   CameraState& now = state();
@@ -149,10 +139,10 @@ bool ModelCamera<Base>::SetHighSpeedMode(bool on) {
   // Depth and clock change one after the other, and no frame should be exposed between them.
   const typename Base::CapturePause pause(*this);
   now.highSpeedMode = on;
-  SetOutput16Bits(now.output16Bits);
-  SetCMOSClk();
+  setSampleDepth(now.output16Bits);
+  selectClock();
   followClock();
-  SetBrightness(now.brightness);
+  setBrightness(now.brightness);
   return true;
 }
 
@@ -160,11 +150,11 @@ template <class Base>
 void ModelCamera<Base>::followClock() {
   CameraState& now = state();
   applyBandwidth(now.bandwidth, now.bandwidthAuto);
-  SetExp(now.exposureUs, now.exposureAuto);
+  setExposure(now.exposureUs, now.exposureAuto);
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetFPSPerc(int percent, bool automatic) {
+bool ModelCamera<Base>::setBandwidth(int percent, bool automatic) {
   return offers(Orvik_CTL_BANDWIDTH) && applyBandwidth(percent, automatic);
 }
 
@@ -172,7 +162,7 @@ template <class Base>
 bool ModelCamera<Base>::applyBandwidth(int percent, bool automatic) {
   const auto lock = lockSettings();
   CameraState& now = state();
-  if (now.clockKhz < kSlowestClockKhz) return false;
+  if (now.clockKhz < kLowestClockKhz) return false;
   automatic = automatic && model().bandwidthAutoSupported;
   const bool switchedOn = automatic && !now.bandwidthAuto;
   now.bandwidth = switchedOn ? automaticBandwidth(now.usb3Host)
@@ -185,20 +175,13 @@ bool ModelCamera<Base>::applyBandwidth(int percent, bool automatic) {
                                   .output16Bits = now.output16Bits},
                                  now.clockKhz);
   writeLineLength();
-  SetExp(now.exposureUs, now.exposureAuto);
-  CalcMaxFPS();
+  setExposure(now.exposureUs, now.exposureAuto);
+  updateFrameRate();
   return true;
 }
 
 template <class Base>
-bool ModelCamera<Base>::GetFPSPerc(int* percent, bool* automatic) {
-  *percent = state().bandwidth;
-  *automatic = state().bandwidthAuto;
-  return true;
-}
-
-template <class Base>
-void ModelCamera<Base>::CalcMaxFPS() {
+void ModelCamera<Base>::updateFrameRate() {
   constexpr std::uint64_t kShortExposureUs = 100'000;
   CameraState& now = state();
   if (now.exposureUs >= kShortExposureUs) return;
@@ -209,7 +192,7 @@ void ModelCamera<Base>::CalcMaxFPS() {
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetExp(std::uint64_t exposureUs, bool automatic) {
+bool ModelCamera<Base>::setExposure(std::uint64_t exposureUs, bool automatic) {
   const auto lock = lockSettings();
   CameraState& now = state();
   now.exposureAuto = automatic;
@@ -221,7 +204,7 @@ bool ModelCamera<Base>::SetExp(std::uint64_t exposureUs, bool automatic) {
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetGain(int gain, bool automatic) {
+bool ModelCamera<Base>::setGain(int gain, bool automatic) {
   const auto lock = lockSettings();
   CameraState& now = state();
   now.gain = std::clamp(gain, model().gain.min, model().gain.max);
@@ -232,7 +215,7 @@ bool ModelCamera<Base>::SetGain(int gain, bool automatic) {
 }
 
 template <class Base>
-bool ModelCamera<Base>::SetBrightness(int value) {
+bool ModelCamera<Base>::setBrightness(int value) {
   if (!offers(Orvik_CTL_BRIGHTNESS)) return false;
   const auto lock = lockSettings();
   state().brightness = std::clamp(value, model().brightness.min, model().brightness.max);
@@ -242,7 +225,7 @@ bool ModelCamera<Base>::SetBrightness(int value) {
 }
 
 template <class Base>
-void ModelCamera<Base>::SetRGBBalance(int red, int blue, bool automatic) {
+void ModelCamera<Base>::setWhiteBalance(int red, int blue, bool automatic) {
   const auto lock = lockSettings();
   CameraState& now = state();
   now.whiteBalanceRed = std::clamp(red, model().whiteBalanceMin, model().whiteBalanceMax);
@@ -255,11 +238,11 @@ void ModelCamera<Base>::SetRGBBalance(int red, int blue, bool automatic) {
 // Cooled cameras have a thermistor in the place of the thermometer chip, whose answer is
 // a 12-bit two's complement number of 1/16 degree, its low four bits in the upper half of byte 0.
 template <class Base>
-float ModelCamera<Base>::GetSensorTemp() {
-  if (model().cooled || !offers(Orvik_CTL_TEMPERATURE)) return Base::GetSensorTemp();
+float ModelCamera<Base>::readTemperature() {
+  if (model().cooled || !offers(Orvik_CTL_TEMPERATURE)) return Base::readTemperature();
   std::array<std::uint8_t, 2> answer{};
   CameraState& now = state();
-  if (!link().receive(codeOf(VendorRequest::kTemperature), 0, 0, answer)) {
+  if (!link().receive(VendorRequest::kTemperature, 0, 0, answer)) {
     now.temperatureValid = false;
     return now.temperature;
   }
@@ -269,7 +252,7 @@ float ModelCamera<Base>::GetSensorTemp() {
   return now.temperature;
 }
 
-template class ModelCamera<CCameraBase>;
-template class ModelCamera<CCameraCool>;
+template class ModelCamera<Camera>;
+template class ModelCamera<CooledCamera>;
 
 }  // namespace orvik

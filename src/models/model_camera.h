@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "camera/camera_base.h"
+#include "camera/camera.h"
 #include "models/bandwidth_law.h"
 #include "models/readout_geometry.h"
 
@@ -14,40 +14,36 @@ namespace orvik {
 /// in which they reach the sensor. A family of models says in which registers.
 ///
 /// A control that the model does not offer is refused, and nothing is sent.
-/// @tparam Base CCameraBase, or the cooled camera that derives from it
+/// @tparam Base Camera, or the cooled camera that derives from it
 template <class Base>
 class ModelCamera : public Base {
  public:
   using Base::model;
   using Base::state;
 
-  bool OpenCamera(int ordinal) override;
-  bool InitCamera() override;
-  bool CloseCamera() override;
-  bool SetResolution(int width, int height, int bin, IMAGE_TYPE type) override;
-  bool SetStartPos(int x, int y) override;
-  bool SetGain(int gain, bool automatic) override;
-  bool SetBrightness(int value) override;
-  bool SetHighSpeedMode(bool on) override;
-  bool SetHardwareBin(bool on) override;
-  bool SetFPSPerc(int percent, bool automatic) override;
-  bool GetFPSPerc(int* percent, bool* automatic) override;
-  void SetRGBBalance(int red, int blue, bool automatic) override;
-  bool SetExp(std::uint64_t exposureUs, bool automatic) override;
-  bool GetImage(unsigned char* buffer, int bufferSize, std::uint32_t waitMs) override;
-  float GetSensorTemp() override;
-  bool StartCapture(bool snapshot) override;
-  bool StopCapture() override;
+  bool initialise() override;
+  bool setResolution(int width, int height, int bin, IMAGE_TYPE type) override;
+  bool setStartPosition(int x, int y) override;
+  bool setGain(int gain, bool automatic) override;
+  bool setBrightness(int value) override;
+  bool setHighSpeedMode(bool on) override;
+  bool setHardwareBin(bool on) override;
+  bool setBandwidth(int percent, bool automatic) override;
+  void setWhiteBalance(int red, int blue, bool automatic) override;
+  bool setExposure(std::uint64_t exposureUs, bool automatic) override;
+  float readTemperature() override;
+  bool startCapture(bool snapshot) override;
 
+  // What the published class interface names besides
   /// Tells the camera the region's size and who bins.
-  virtual void Cam_SetResolution() = 0;
+  virtual void writeRegionSize() = 0;
   /// Selects the clock of the current mode.
-  virtual void SetCMOSClk() = 0;
+  virtual void selectClock() = 0;
   /// Selects a clock by its frequency. @return false when not open, or there is no such clock.
-  virtual bool SetCMOSClk(int khz) = 0;
-  virtual void SetOutput16Bits(bool on) = 0;
+  virtual bool selectClock(int khz) = 0;
+  virtual void setSampleDepth(bool on) = 0;
   /// Works out frame rate and data rate, for exposures below 100 ms.
-  void CalcMaxFPS();
+  void updateFrameRate();
 
  protected:
   ModelCamera(const ModelRow& row, std::shared_ptr<const FrameProtocol> protocol);
@@ -78,6 +74,7 @@ class ModelCamera : public Base {
 
  private:
   bool applyBandwidth(int percent, bool automatic);
+  void noteVersions();
   void reapplyControls();
 
   std::atomic<bool> regionTold_{false};  ///< whether the sensor knows what to read

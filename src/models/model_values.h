@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "camera/model_row.h"
 #include "models/bandwidth_law.h"
 #include "seam/identity.h"
+#include "state/model_row.h"
 
 /// What rows of models are made of: a model says which sensor it has, which limits and modes go
 /// with it, and what is its own; modelRow() makes the row.
@@ -44,7 +44,7 @@ struct WhiteBalanceDefaults {
 /// What is a model's own.
 struct ModelFacts {
   const char* name;
-  const wchar_t* settingsKey;
+  const char* settingsName;
   std::array<Product, 3> products;
   Sensor sensor;
   const ModelValues& values;
@@ -89,7 +89,7 @@ constexpr ModelRow modelRow(const ModelFacts& model) {
   const bool colour = sensor.mosaic.has_value();
   return {
       .name = model.name,
-      .settingsKey = model.settingsKey,
+      .settingsName = model.settingsName,
       .products = model.products,
       .probed = model.probed,
       .maxWidth = sensor.width,

@@ -2,24 +2,24 @@
 #pragma once
 
 #include "camera/host_white_balance.h"
-#include "cooler/camera_cool.h"
+#include "cooler/cooled_camera.h"
 #include "models/command_camera.h"
 #include "models/marked_frame_camera.h"
 #include "models/model_list.h"
 #include "models/register_camera.h"
 
-/// The driver classes CCameraT01C to CCameraT15C: each its family with the model's row and facts.
+/// The driver classes T01C to T15C: each its family with the model's row and facts.
 /// Their destructors end capture before any part of the object goes.
 namespace orvik {
 
 // NOLINTBEGIN(bugprone-macro-parentheses): a base class has none
-#define ORVIK_DECLARE_MODEL(code, Family)       \
-  class CCamera##code final : public Family {   \
-   public:                                      \
-    CCamera##code() : Family(kRow, kFacts) {}   \
-    ~CCamera##code() override { endCapture(); } \
-    static const ModelRow kRow;                 \
-    static const Family::Facts kFacts;          \
+#define ORVIK_DECLARE_MODEL(code, Family) \
+  class code final : public Family {      \
+   public:                                \
+    code() : Family(kRow, kFacts) {}      \
+    ~code() override { endCapture(); }    \
+    static const ModelRow kRow;           \
+    static const Family::Facts kFacts;    \
   };
 
 // NOLINTEND(bugprone-macro-parentheses)

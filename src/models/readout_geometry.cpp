@@ -19,6 +19,7 @@ bool offersBin(const ModelRow& model, int bin) {
 }
 
 bool offersType(const ModelRow& model, IMAGE_TYPE type) {
+  if (!isImageType(type)) return false;
   switch (type) {
     case IMAGE_8BIT:
       return model.imageTypes.raw8 || model.imageTypes.y8;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "camera/camera_state.h"
-#include "camera/model_row.h"
+#include "state/camera_state.h"
+#include "state/model_row.h"
 
 namespace orvik {
 

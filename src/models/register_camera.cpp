@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "camera/control_table.h"
+#include "controls/control_table.h"
 #include "models/end_mark_protocol.h"
 #include "models/end_mark_timing.h"
 
@@ -58,17 +58,13 @@ class RegisterProtocol final : public EndMarkProtocol {
   void runSensor(VendorLink& link) const override { link.writeSensorWord(kRunRegister, kRun); }
 };
 
-void command(VendorLink& link, VendorRequest request) {
-  link.send(static_cast<std::uint8_t>(request));
-}
-
 }  // namespace
 
 RegisterCamera::RegisterCamera(const ModelRow& row, const EndMarkFacts& facts)
     : EndMarkCamera(row, facts, std::make_shared<RegisterProtocol>(facts.transferBytes)) {}
 
 void RegisterCamera::startSensor() {
-  StartSensorCLK();
+  link().startSensorClock();
   link().writeSensorWord(kRunRegister, kStop);
 }
 
@@ -91,7 +87,7 @@ void RegisterCamera::writeLineLength() {
 
 void RegisterCamera::useClock(bool fast) {
   if (offers(Orvik_CTL_HIGH_SPEED_MODE)) {
-    command(link(), fast ? VendorRequest::kSensorClock48MHz : VendorRequest::kSensorClock24MHz);
+    link().send(fast ? VendorRequest::kSensorClock48MHz : VendorRequest::kSensorClock24MHz);
   }
   const int overClock = offers(Orvik_CTL_OVERCLK) ? state().overClock.load() : 0;
   if (offers(Orvik_CTL_OVERCLK)) {
@@ -100,29 +96,29 @@ void RegisterCamera::useClock(bool fast) {
   state().clockKhz = end_mark::clockFor(fast, overClock);
 }
 
-void RegisterCamera::SetCMOSClk() {
+void RegisterCamera::selectClock() {
   if (isOpen()) useClock(state().highSpeedMode && !state().output16Bits);
 }
 
-bool RegisterCamera::SetCMOSClk(int khz) {
+bool RegisterCamera::selectClock(int khz) {
   const bool fast = khz == end_mark::kFastClockKhz && offers(Orvik_CTL_HIGH_SPEED_MODE);
   if (!isOpen() || (!fast && khz != end_mark::kNormalClockKhz)) return false;
   useClock(fast);
   return true;
 }
 
-void RegisterCamera::SetOutput16Bits(bool on) {
+void RegisterCamera::setSampleDepth(bool on) {
   state().output16Bits = on;
   if (!model().imageTypes.raw16) return;
-  command(link(), on ? VendorRequest::kOutput16Bits : VendorRequest::kOutput8Bits);
+  link().send(on ? VendorRequest::kOutput16Bits : VendorRequest::kOutput8Bits);
 }
 
-bool RegisterCamera::SetOverCLKPerc(int percent) {
+bool RegisterCamera::setOverclock(int percent) {
   if (!offers(Orvik_CTL_OVERCLK)) return false;
   const auto lock = lockSettings();
   const ControlRange range = controlRange(model(), Orvik_CTL_OVERCLK);
   state().overClock = std::clamp(percent, range.min, range.max);
-  SetCMOSClk();
+  selectClock();
   followClock();
   return true;
 }

@@ -10,11 +10,11 @@ namespace orvik {
 /// types say which.
 class RegisterCamera : public EndMarkCamera {
  public:
-  void SetCMOSClk() override;
-  bool SetCMOSClk(int khz) override;
-  void SetOutput16Bits(bool on) override;
+  void selectClock() override;
+  bool selectClock(int khz) override;
+  void setSampleDepth(bool on) override;
   /// @param percent 0 to 30 beyond the sensor's frequency
-  bool SetOverCLKPerc(int percent) override;
+  bool setOverclock(int percent) override;
 
  protected:
   RegisterCamera(const ModelRow& row, const EndMarkFacts& facts);

@@ -4,9 +4,9 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT01C::kRow = modelRow({
+constexpr ModelRow T01C::kRow = modelRow({
     .name = "Vek T01C",
-    .settingsKey = L"SOFTWARE\\T01C",
+    .settingsName = "T01C",
     .products = {{{identity::PID_T01C}}},
     .sensor = {640, 480, 6.0, BAYER_GR},
     .values = kT01Values,
@@ -14,6 +14,6 @@ constexpr ModelRow CCameraT01C::kRow = modelRow({
     .whiteBalanceOnHost = true,
 });
 
-constexpr EndMarkFacts CCameraT01C::kFacts = {};
+constexpr EndMarkFacts T01C::kFacts = {};
 
 }  // namespace orvik

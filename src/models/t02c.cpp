@@ -9,9 +9,9 @@ constexpr ModelValues kValues = oldestValues(64, 5'000'000);
 
 }  // namespace
 
-constexpr ModelRow CCameraT02C::kRow = modelRow({
+constexpr ModelRow T02C::kRow = modelRow({
     .name = "Vek T02C",
-    .settingsKey = L"SOFTWARE\\T02C",
+    .settingsName = "T02C",
     .products = {{{identity::PID_T02C_A, "Vek T02C-A"},
                   {identity::PID_T02C_B, "Vek T02C-B"},
                   {identity::PID_T02C_C}}},
@@ -21,6 +21,6 @@ constexpr ModelRow CCameraT02C::kRow = modelRow({
     .slowAutoControl = true,
 });
 
-constexpr EndMarkFacts CCameraT02C::kFacts = {};
+constexpr EndMarkFacts T02C::kFacts = {};
 
 }  // namespace orvik

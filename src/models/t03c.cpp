@@ -4,9 +4,9 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT03C::kRow = modelRow({
+constexpr ModelRow T03C::kRow = modelRow({
     .name = "Vek T03C",
-    .settingsKey = L"SOFTWARE\\T03C",
+    .settingsName = "T03C",
     .products = {{{identity::PID_T03C_A, "Halvard T03C-A"},
                   {identity::PID_T03C_B, "Halvard T03C-B"},
                   {identity::PID_T03C_C}}},
@@ -17,6 +17,6 @@ constexpr ModelRow CCameraT03C::kRow = modelRow({
     .whiteBalanceOnHost = true,
 });
 
-constexpr EndMarkFacts CCameraT03C::kFacts = {};
+constexpr EndMarkFacts T03C::kFacts = {};
 
 }  // namespace orvik

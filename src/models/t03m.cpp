@@ -4,9 +4,9 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT03M::kRow = modelRow({
+constexpr ModelRow T03M::kRow = modelRow({
     .name = "Vek T03M",
-    .settingsKey = L"SOFTWARE\\T03M",
+    .settingsName = "T03M",
     .products = {{{identity::PID_T03M_A, "Halvard T03M-A"},
                   {identity::PID_T03M_B, "Halvard T03M-B"},
                   {identity::PID_T03M_C}}},
@@ -15,6 +15,6 @@ constexpr ModelRow CCameraT03M::kRow = modelRow({
     .probed = true,
 });
 
-constexpr EndMarkFacts CCameraT03M::kFacts = {};
+constexpr EndMarkFacts T03M::kFacts = {};
 
 }  // namespace orvik

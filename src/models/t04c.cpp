@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT04C::kRow = modelRow({
+constexpr ModelRow T04C::kRow = modelRow({
     .name = "Vek T04C COOL",
-    .settingsKey = L"SOFTWARE\\T04C",
+    .settingsName = "T04C",
     .products = {{{identity::PID_T04C}}},
     .sensor = {4944, 3284, 4.86, BAYER_RG},
     .values = kLargeSensorValues,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT04C::kFacts = {.initTable = kInitTable, .keepsSensorAwake = true};
+constexpr MarkedFacts T04C::kFacts = {.initTable = kInitTable, .keepsSensorAwake = true};
 
 }  // namespace orvik

@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT05C::kRow = modelRow({
+constexpr ModelRow T05C::kRow = modelRow({
     .name = "Vek T05C COOL",
-    .settingsKey = L"SOFTWARE\\T05C",
+    .settingsName = "T05C",
     .products = {{{identity::PID_T05C}}},
     .sensor = {7380, 4928, 5.97, BAYER_RG},
     .values = kLargeSensorValues,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT05C::kFacts = {.initTable = kInitTable, .keepsSensorAwake = true};
+constexpr MarkedFacts T05C::kFacts = {.initTable = kInitTable, .keepsSensorAwake = true};
 
 }  // namespace orvik

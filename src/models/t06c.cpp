@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT06C::kRow = modelRow({
+constexpr ModelRow T06C::kRow = modelRow({
     .name = "Vek T06C",
-    .settingsKey = L"SOFTWARE\\T06C",
+    .settingsName = "T06C",
     .products = {{{identity::PID_T06C}}},
     .sensor = kSensorT06C,
     .values = kT06Values,
 });
 
-constexpr EndMarkFacts CCameraT06C::kFacts = {.transferBytes = kSmallTransfer,
-                                              .longExposureUs = 4'000'000};
+constexpr EndMarkFacts T06C::kFacts = {.transferBytes = kSmallTransfer,
+                                       .longExposureUs = 4'000'000};
 
 }  // namespace orvik

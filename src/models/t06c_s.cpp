@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT06C_S::kRow = modelRow({
+constexpr ModelRow T06C_S::kRow = modelRow({
     .name = "Vek T06C-S",
-    .settingsKey = L"SOFTWARE\\T06C-S",
+    .settingsName = "T06C-S",
     .products = {{{identity::PID_T06C_S}, {identity::PID_T06C_SC, "Vek T06C-SC"}}},
     .sensor = kSensorT06C,
     .values = kT06Values,
     .overClocks = true,
 });
 
-constexpr EndMarkFacts CCameraT06C_S::kFacts = {};
+constexpr EndMarkFacts T06C_S::kFacts = {};
 
 }  // namespace orvik

@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT06M::kRow = modelRow({
+constexpr ModelRow T06M::kRow = modelRow({
     .name = "Vek T06M",
-    .settingsKey = L"SOFTWARE\\T06M",
+    .settingsName = "T06M",
     .products = {{{identity::PID_T06M}}},
     .sensor = kSensorT06M,
     .values = kT06Values,
 });
 
-constexpr EndMarkFacts CCameraT06M::kFacts = {.transferBytes = kSmallTransfer};
+constexpr EndMarkFacts T06M::kFacts = {.transferBytes = kSmallTransfer};
 
 }  // namespace orvik

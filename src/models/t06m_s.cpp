@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT06M_S::kRow = modelRow({
+constexpr ModelRow T06M_S::kRow = modelRow({
     .name = "Vek T06M-S",
-    .settingsKey = L"SOFTWARE\\T06M-S",
+    .settingsName = "T06M-S",
     .products = {{{identity::PID_T06M_S}, {identity::PID_T06M_SC, "Vek T06M-SC"}}},
     .sensor = kSensorT06M,
     .values = kT06Values,
     .overClocks = true,
 });
 
-constexpr EndMarkFacts CCameraT06M_S::kFacts = {};
+constexpr EndMarkFacts T06M_S::kFacts = {};
 
 }  // namespace orvik

@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT07C::kRow = modelRow({
+constexpr ModelRow T07C::kRow = modelRow({
     .name = "Vek T07C COOL",
-    .settingsKey = L"SOFTWARE\\T07C",
+    .settingsName = "T07C",
     .products = {{{identity::PID_T07C}}},
     .sensor = {6036, 4032, 5.97, BAYER_RG},
     .values = kLargeSensorValues,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT07C::kFacts = {.initTable = kInitTable, .keepsSensorAwake = true};
+constexpr MarkedFacts T07C::kFacts = {.initTable = kInitTable, .keepsSensorAwake = true};
 
 }  // namespace orvik

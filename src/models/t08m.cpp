@@ -20,14 +20,14 @@ constexpr ModelValues kValues = {
 
 }  // namespace
 
-constexpr ModelRow CCameraT08M::kRow = modelRow({
+constexpr ModelRow T08M::kRow = modelRow({
     .name = "Vek T08M",
-    .settingsKey = L"SOFTWARE\\T08M",
+    .settingsName = "T08M",
     .products = {{{identity::PID_T08M}}},
     .sensor = {1280, 1024, 5.2},
     .values = kValues,
 });
 
-constexpr EndMarkFacts CCameraT08M::kFacts = {.transferBytes = kSmallTransfer};
+constexpr EndMarkFacts T08M::kFacts = {.transferBytes = kSmallTransfer};
 
 }  // namespace orvik

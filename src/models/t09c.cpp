@@ -4,9 +4,9 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT09C::kRow = modelRow({
+constexpr ModelRow T09C::kRow = modelRow({
     .name = "Vek T09C",
-    .settingsKey = L"SOFTWARE\\T09C",
+    .settingsName = "T09C",
     .products = {{{identity::PID_T09C_A, "Vek T09C-A"},
                   {identity::PID_T09C_B, "Vek T09C-B"},
                   {identity::PID_T09C_C}}},
@@ -15,6 +15,6 @@ constexpr ModelRow CCameraT09C::kRow = modelRow({
     .probed = true,
 });
 
-constexpr MarkedFacts CCameraT09C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T09C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

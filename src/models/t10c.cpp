@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT10C::kRow = modelRow({
+constexpr ModelRow T10C::kRow = modelRow({
     .name = "Vek T10C",
-    .settingsKey = L"SOFTWARE\\T10C",
+    .settingsName = "T10C",
     .products = {{{identity::PID_T10C}}},
     .sensor = kSensorT10C,
     .values = kFastSensorValues,
 });
 
-constexpr MarkedFacts CCameraT10C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T10C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT10C_C::kRow = modelRow({
+constexpr ModelRow T10C_C::kRow = modelRow({
     .name = "Vek T10C COOL",
-    .settingsKey = L"SOFTWARE\\T10C-C",
+    .settingsName = "T10C-C",
     .products = {{{identity::PID_T10C_C}}},
     .sensor = kSensorT10C,
     .values = kFastSensorValues,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT10C_C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T10C_C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

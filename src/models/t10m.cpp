@@ -4,9 +4,9 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT10M::kRow = modelRow({
+constexpr ModelRow T10M::kRow = modelRow({
     .name = "Vek T10M",
-    .settingsKey = L"SOFTWARE\\T10M",
+    .settingsName = "T10M",
     .products = {{{identity::PID_T10M_A, "Vek T10M-A"},
                   {identity::PID_T10M_B, "Vek T10M-B"},
                   {identity::PID_T10M_C}}},
@@ -15,6 +15,6 @@ constexpr ModelRow CCameraT10M::kRow = modelRow({
     .probed = true,
 });
 
-constexpr MarkedFacts CCameraT10M::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T10M::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT10M_C::kRow = modelRow({
+constexpr ModelRow T10M_C::kRow = modelRow({
     .name = "Vek T10M COOL",
-    .settingsKey = L"SOFTWARE\\T10M-C",
+    .settingsName = "T10M-C",
     .products = {{{identity::PID_T10M_COOL}}},
     .sensor = kSensorT10M,
     .values = kFastSensorValues,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT10M_C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T10M_C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

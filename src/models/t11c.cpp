@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT11C::kRow = modelRow({
+constexpr ModelRow T11C::kRow = modelRow({
     .name = "Vek T11C",
-    .settingsKey = L"SOFTWARE\\T11C",
+    .settingsName = "T11C",
     .products = {{{identity::PID_T11C}}},
     .sensor = kSensorT11C,
     .values = kT11Values,
 });
 
-constexpr MarkedFacts CCameraT11C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T11C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

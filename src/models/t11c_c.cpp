@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT11C_C::kRow = modelRow({
+constexpr ModelRow T11C_C::kRow = modelRow({
     .name = "Vek T11C COOL",
-    .settingsKey = L"SOFTWARE\\T11C-C",
+    .settingsName = "T11C-C",
     .products = {{{identity::PID_T11C_C}}},
     .sensor = kSensorT11C,
     .values = kT11Values,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT11C_C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T11C_C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT12C::kRow = modelRow({
+constexpr ModelRow T12C::kRow = modelRow({
     .name = "Vek T12C",
-    .settingsKey = L"SOFTWARE\\T12C",
+    .settingsName = "T12C",
     .products = {{{identity::PID_T12C}}},
     .sensor = kSensorT12C,
     .values = kT12Values,
 });
 
-constexpr MarkedFacts CCameraT12C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T12C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

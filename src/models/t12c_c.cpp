@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT12C_C::kRow = modelRow({
+constexpr ModelRow T12C_C::kRow = modelRow({
     .name = "Vek T12C COOL",
-    .settingsKey = L"SOFTWARE\\T12C-C",
+    .settingsName = "T12C-C",
     .products = {{{identity::PID_T12C_C}}},
     .sensor = kSensorT12C,
     .values = kT12Values,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT12C_C::kFacts = {.initTable = kInitTable};
+constexpr MarkedFacts T12C_C::kFacts = {.initTable = kInitTable};
 
 }  // namespace orvik

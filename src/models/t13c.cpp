@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT13C::kRow = modelRow({
+constexpr ModelRow T13C::kRow = modelRow({
     .name = "Vek T13C",
-    .settingsKey = L"SOFTWARE\\T13C",
+    .settingsName = "T13C",
     .products = {{{identity::PID_T13C}}},
     .sensor = kSensorT13C,
     .values = k1304Values,
 });
 
-constexpr MarkedFacts CCameraT13C::kFacts = {.initTable = kInitTable1304};
+constexpr MarkedFacts T13C::kFacts = {.initTable = kInitTable1304};
 
 }  // namespace orvik

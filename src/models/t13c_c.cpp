@@ -4,15 +4,15 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT13C_C::kRow = modelRow({
+constexpr ModelRow T13C_C::kRow = modelRow({
     .name = "Vek T13C COOL",
-    .settingsKey = L"SOFTWARE\\T13C-C",
+    .settingsName = "T13C-C",
     .products = {{{identity::PID_T13C_C}}},
     .sensor = kSensorT13C,
     .values = k1304Values,
     .cooled = true,
 });
 
-constexpr MarkedFacts CCameraT13C_C::kFacts = {.initTable = kInitTable1304};
+constexpr MarkedFacts T13C_C::kFacts = {.initTable = kInitTable1304};
 
 }  // namespace orvik

@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT14C::kRow = modelRow({
+constexpr ModelRow T14C::kRow = modelRow({
     .name = "Vek T14C",
-    .settingsKey = L"SOFTWARE\\T14C",
+    .settingsName = "T14C",
     .products = {{{identity::PID_T14C}}},
     .sensor = {1304, 976, 3.75, BAYER_BG},
     .values = k1304Values,
 });
 
-constexpr MarkedFacts CCameraT14C::kFacts = {.initTable = kInitTable1304};
+constexpr MarkedFacts T14C::kFacts = {.initTable = kInitTable1304};
 
 }  // namespace orvik

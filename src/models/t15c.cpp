@@ -4,14 +4,14 @@
 
 namespace orvik {
 
-constexpr ModelRow CCameraT15C::kRow = modelRow({
+constexpr ModelRow T15C::kRow = modelRow({
     .name = "Vek T15C",
-    .settingsKey = L"SOFTWARE\\T15C",
+    .settingsName = "T15C",
     .products = {{{identity::PID_T15C}}},
     .sensor = {1304, 976, 3.75, BAYER_RG},
     .values = k1304Values,
 });
 
-constexpr MarkedFacts CCameraT15C::kFacts = {.initTable = kInitTable1304};
+constexpr MarkedFacts T15C::kFacts = {.initTable = kInitTable1304};
 
 }  // namespace orvik

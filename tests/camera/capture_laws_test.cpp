@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/capture/capture_laws.h"
+#include "capture/capture_laws.h"
 
 #include <gtest/gtest.h>
 
@@ -9,13 +9,13 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(CaptureLawsTest, WaitFollowsExposureOrFrameTime) {
-  constexpr ReadPatience kTwice = {.frameTimes = 2, .margin = 50ms};
-  EXPECT_EQ(transferWaitMs(20000, 15000.0, kTwice), 1020U);
-  EXPECT_EQ(transferWaitMs(999999, 15000.0, kTwice), 1999U);
-  EXPECT_EQ(transferWaitMs(1000000, 15000.0, kTwice), 3000U);
-  EXPECT_EQ(transferWaitMs(1000, 15636.7, kTwice), 81U) << "twice the frame time and 50 ms";
-  EXPECT_EQ(transferWaitMs(1000, 15636.7, {.frameTimes = 1, .margin = 2ms}), 17U);
-  EXPECT_EQ(transferWaitMs(15000, 15000.0, kTwice), 1015U)
+  constexpr TimeoutLaw kTwice = {.frameTimes = 2, .margin = 50ms};
+  EXPECT_EQ(readTimeoutMs(20000, 15000.0, kTwice), 1020U);
+  EXPECT_EQ(readTimeoutMs(999999, 15000.0, kTwice), 1999U);
+  EXPECT_EQ(readTimeoutMs(1000000, 15000.0, kTwice), 3000U);
+  EXPECT_EQ(readTimeoutMs(1000, 15636.7, kTwice), 81U) << "twice the frame time and 50 ms";
+  EXPECT_EQ(readTimeoutMs(1000, 15636.7, {.frameTimes = 1, .margin = 2ms}), 17U);
+  EXPECT_EQ(readTimeoutMs(15000, 15000.0, kTwice), 1015U)
       << "an exposure of just the frame time is long";
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/dark_file.h"
+#include "delivery/dark_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/dark_frame.h"
+#include "delivery/dark_frame.h"
 
 #include <gtest/gtest.h>
 

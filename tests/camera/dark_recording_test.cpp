@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/dark_recording.h"
+#include "delivery/dark_recording.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/capture/frame_queue.h"
+#include "capture/frame_queue.h"
 
 #include <gtest/gtest.h>
 #include <semaphore.h>
@@ -33,7 +33,7 @@ class FrameQueueTest : public ::testing::Test {
   }
 
   /// @return the frame's mark, or the reason for having none as a negative number.
-  int pop(FrameQueue::Wait wait = 0ms, std::size_t room = kBytes) {
+  int pop(FrameQueue::Timeout wait = 0ms, std::size_t room = kBytes) {
     const auto missing = queue_.pop(frame_, room, wait);
     return missing ? minus(*missing) : frame_.memory->data()[0];
   }
@@ -108,7 +108,7 @@ TEST_F(FrameQueueTest, PollingLeavesNoEventsBehind) {
 TEST_F(FrameQueueTest, AnEndWakesWhoWaitsAndSaysWhy) {
   std::uint64_t capture = kFirst;
   for (const NoFrame why : {NoFrame::kStopped, NoFrame::kUnplugged, NoFrame::kFailed}) {
-    for (const FrameQueue::Wait& wait : {FrameQueue::Wait{}, FrameQueue::Wait{20s}}) {
+    for (const FrameQueue::Timeout& wait : {FrameQueue::Timeout{}, FrameQueue::Timeout{20s}}) {
       queue_.begin(++capture);
       std::thread ender([&] {
         std::this_thread::sleep_for(10ms);

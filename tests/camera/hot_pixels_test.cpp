@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/hot_pixels.h"
+#include "delivery/hot_pixels.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <mutex>
 #include <random>
 
-#include "camera/hot_pixel_storage.h"
+#include "delivery/hot_pixel_storage.h"
 
 namespace orvik::test {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/settings/setting_values.h"
+#include "settings/setting_values.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/capture/settings_history.h"
+#include "state/settings_history.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "camera/settings/settings_store.h"
+#include "settings/settings_store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

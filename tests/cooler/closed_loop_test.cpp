@@ -17,7 +17,7 @@ class Loop {
     sim::CameraOptions options;
     options.ambient = ambient;
     id_ = bench_.plug(options);
-    EXPECT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
+    EXPECT_TRUE(camera.open(1) && camera.initialise());
   }
 
   struct Extremes {
@@ -46,20 +46,21 @@ class Loop {
   int id_ = 0;
 
  public:
-  CCameraT13C_C camera;
+  T13C_C camera;
 };
 
 class ClosedLoop : public ::testing::TestWithParam<double> {};
 
 TEST_P(ClosedLoop, ReachesMinusTenAndHoldsItForAnHour) {
   Loop loop(GetParam());
-  loop.camera.SetAutoTemp(true, -10);
+  loop.camera.setRegulation(true, -10);
   const auto cooling = loop.run(10min);
   EXPECT_GT(cooling.coldest, -15) << "the swing past the target";
   const auto held = loop.run(1h);
   EXPECT_GT(held.coldest, -10.7);
   EXPECT_LT(held.warmest, -9.3);
-  EXPECT_NEAR(loop.camera.GetTemp(), loop.celsius(), 0.8) << "one step of the converter and noise";
+  EXPECT_NEAR(loop.camera.temperature(), loop.celsius(), 0.8)
+      << "one step of the converter and noise";
   RecordProperty("coldest", std::to_string(held.coldest));
   RecordProperty("warmest", std::to_string(held.warmest));
 }
@@ -68,14 +69,14 @@ INSTANTIATE_TEST_SUITE_P(Ambients, ClosedLoop, ::testing::Values(-5.0, 5.0, 15.0
 
 TEST(ClosedLoopLimits, ATargetOutOfReachTakesAllPowerAndIsForgottenAtOnce) {
   Loop loop(20);
-  loop.camera.SetAutoTemp(true, -35);
+  loop.camera.setRegulation(true, -35);
   loop.run(30min);
-  EXPECT_EQ(loop.camera.GetPowerPerc(), 100);
+  EXPECT_EQ(loop.camera.power(), 100);
   EXPECT_NEAR(loop.celsius(), -15, 0.1) << "35 degrees below the surroundings are the most";
 
-  loop.camera.SetAutoTemp(true, 0);
+  loop.camera.setRegulation(true, 0);
   loop.run(10s);
-  EXPECT_LT(loop.camera.GetPowerPerc(), 100) << "half an hour at the limit left nothing behind";
+  EXPECT_LT(loop.camera.power(), 100) << "half an hour at the limit left nothing behind";
   loop.run(10min);
   const auto held = loop.run(10min);
   EXPECT_GT(held.coldest, -0.7);
@@ -85,32 +86,32 @@ TEST(ClosedLoopLimits, ATargetOutOfReachTakesAllPowerAndIsForgottenAtOnce) {
 TEST(ClosedLoopLimits, TheErrorsOfHalfAnHourDoNotHoldThePowerUp) {
   // Without a new target, with which the controller would start anew.
   Loop loop(20);
-  loop.camera.SetAutoTemp(true, -35);
+  loop.camera.setRegulation(true, -35);
   loop.run(30min);
   loop.camera.AutoTemp(-40);
-  EXPECT_EQ(loop.camera.GetPowerPerc(), 100) << "no sensor falls 25 degrees at once";
+  EXPECT_EQ(loop.camera.power(), 100) << "no sensor falls 25 degrees at once";
   for (float celsius = -15; celsius > -36; celsius -= 1.5F) {
     loop.run(1s);
     loop.camera.AutoTemp(celsius);
   }
-  EXPECT_LT(loop.camera.GetPowerPerc(), 100);
+  EXPECT_LT(loop.camera.power(), 100);
 }
 
 TEST(ClosedLoopLimits, AWarmTargetNeedsNoPower) {
   Loop loop(10);
-  loop.camera.SetAutoTemp(true, 30);
+  loop.camera.setRegulation(true, 30);
   loop.run(5min);
-  EXPECT_EQ(loop.camera.GetPowerPerc(), 0);
+  EXPECT_EQ(loop.camera.power(), 0);
   EXPECT_NEAR(loop.celsius(), 10, 0.01);
 }
 
 TEST(ClosedLoopLimits, WithoutRegulationThePowerStays) {
   Loop loop(20);
-  loop.camera.SetPowerPerc(40);
+  loop.camera.setPower(40);
   loop.run(10min);
-  EXPECT_EQ(loop.camera.GetPowerPerc(), 40);
+  EXPECT_EQ(loop.camera.power(), 40);
   EXPECT_NEAR(loop.celsius(), 20 - 35 * 0.4 * 1.6, 0.2);
-  EXPECT_NEAR(loop.camera.GetTemp(), loop.celsius(), 0.8);
+  EXPECT_NEAR(loop.camera.temperature(), loop.celsius(), 0.8);
 }
 
 }  // namespace

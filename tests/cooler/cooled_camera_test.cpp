@@ -33,19 +33,19 @@ struct Listened {
 
 class CooledCameraTest : public ::testing::Test {
  protected:
-  void open() { ASSERT_TRUE(camera_.OpenCamera(1) && camera_.InitCamera()); }
+  void open() { ASSERT_TRUE(camera_.open(1) && camera_.initialise()); }
 
   std::int32_t valueOf(Orvik_CONTROL_TYPE type) {
     std::int32_t value = -1;
     Orvik_BOOL automatic = Orvik_TRUE;
-    EXPECT_TRUE(camera_.GetControlValue(type, &value, &automatic));
+    EXPECT_TRUE(camera_.readControl(type, &value, &automatic));
     EXPECT_EQ(automatic, Orvik_FALSE);
     return value;
   }
 
   CooledBench bench_;
   Listened wire_{bench_};
-  CCameraT13C_C camera_;
+  T13C_C camera_;
 };
 
 TEST_F(CooledCameraTest, OpensWithTheCoolerOffAndTheTargetKept) {
@@ -55,7 +55,7 @@ TEST_F(CooledCameraTest, OpensWithTheCoolerOffAndTheTargetKept) {
   const std::vector<std::string> lines = wire_.conversation.take();
   EXPECT_EQ(lines.back(), "B2=FF") << "after the sensor, and nothing else of the cooler yet";
   EXPECT_THAT(lines, ::testing::Contains("S329C=0C"));
-  EXPECT_TRUE(camera_.IsAutoTempWorking());
+  EXPECT_TRUE(camera_.isThreadRunning());
   EXPECT_EQ(valueOf(Orvik_CTL_COOLER_ON), 0);
   EXPECT_EQ(valueOf(Orvik_CTL_TARGET_TEMP), -7);
   EXPECT_EQ(valueOf(Orvik_CTL_COOL_POWER_PERC), 0);
@@ -64,16 +64,16 @@ TEST_F(CooledCameraTest, OpensWithTheCoolerOffAndTheTargetKept) {
 TEST_F(CooledCameraTest, PowerBecomesDriveAndIsLimited) {
   open();
   wire_.drives();
-  camera_.SetPowerPerc(100);
-  camera_.SetPowerPerc(150);
+  camera_.setPower(100);
+  camera_.setPower(150);
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=2F")) << "47, and sent once";
-  EXPECT_EQ(camera_.GetPowerPerc(), 100);
-  camera_.SetPowerPerc(50.9F);
-  EXPECT_EQ(camera_.GetPowerPerc(), 50);
+  EXPECT_EQ(camera_.power(), 100);
+  camera_.setPower(50.9F);
+  EXPECT_EQ(camera_.power(), 50);
   wire_.drives();
-  camera_.SetPowerPerc(-3);
+  camera_.setPower(-3);
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
-  EXPECT_EQ(camera_.GetPowerPerc(), 0);
+  EXPECT_EQ(camera_.power(), 0);
 }
 
 TEST_F(CooledCameraTest, TheTargetIsAWholeNumber) {
@@ -84,7 +84,7 @@ TEST_F(CooledCameraTest, TheTargetIsAWholeNumber) {
        {std::pair{-9.9F, -9.0F}, std::pair{9.9F, 9.0F},
         std::pair{1e30F, static_cast<float>(Limits::max())},
         std::pair{-1e30F, static_cast<float>(Limits::min())}, std::pair{std::nanf(""), 0.0F}}) {
-    camera_.SetAutoTemp(true, wanted);
+    camera_.setRegulation(true, wanted);
     camera_.GetAutoTemp(&on, &target);
     EXPECT_TRUE(on);
     EXPECT_EQ(target, kept) << wanted;
@@ -104,30 +104,30 @@ TEST_F(CooledCameraTest, TheTemperatureIsReadUntilTheThreadKeepsIt) {
 
 TEST_F(CooledCameraTest, ClosingTakesThePowerAwayAndEndsTheThread) {
   open();
-  camera_.SetAutoTemp(true, -10);
+  camera_.setRegulation(true, -10);
   ASSERT_TRUE(bench_.clock->run(60s));
-  EXPECT_GT(camera_.GetPowerPerc(), 0);
+  EXPECT_GT(camera_.power(), 0);
   wire_.drives();
-  EXPECT_TRUE(camera_.CloseCamera());
+  EXPECT_TRUE(camera_.close());
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
-  EXPECT_FALSE(camera_.IsAutoTempWorking());
-  EXPECT_EQ(camera_.GetPowerPerc(), 0);
+  EXPECT_FALSE(camera_.isThreadRunning());
+  EXPECT_EQ(camera_.power(), 0);
 
   open();
-  EXPECT_TRUE(camera_.IsAutoTempWorking());
+  EXPECT_TRUE(camera_.isThreadRunning());
   EXPECT_EQ(valueOf(Orvik_CTL_COOLER_ON), 0);
   EXPECT_EQ(valueOf(Orvik_CTL_TARGET_TEMP), -10);
 }
 
 TEST_F(CooledCameraTest, CamerasOfOneProcessKnowNothingOfEachOther) {
   Listened otherWire(bench_);
-  CCameraT13C_C other;
+  T13C_C other;
   open();
-  ASSERT_TRUE(other.OpenCamera(2) && other.InitCamera());
+  ASSERT_TRUE(other.open(2) && other.initialise());
   wire_.drives();
   otherWire.drives();
-  for (CCameraT13C_C* camera : {&camera_, &other}) camera->SetDA(100);
-  for (CCameraT13C_C* camera : {&camera_, &other}) camera->SetPowerPerc(0);
+  for (T13C_C* camera : {&camera_, &other}) camera->SetDA(100);
+  for (T13C_C* camera : {&camera_, &other}) camera->setPower(0);
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=64", "B2=FF"));
   EXPECT_THAT(otherWire.drives(), ElementsAre("B2=64", "B2=FF"));
   EXPECT_NEAR(camera_.GetADTemp(), 20, 0.8);

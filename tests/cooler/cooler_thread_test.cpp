@@ -25,15 +25,15 @@ TEST(CoolerThread, EndsWithTheCameraObject) {
   bench.plug();
   const std::ptrdiff_t threads = processCounts().threads;
   {
-    CCameraT13C_C camera;
-    ASSERT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
-    camera.SetAutoTemp(true, -10);
+    T13C_C camera;
+    ASSERT_TRUE(camera.open(1) && camera.initialise());
+    camera.setRegulation(true, -10);
     ASSERT_TRUE(bench.clock->run(20s));
-    EXPECT_LT(timeOf([&] { camera.StopAutoTempThr(); }), 400ms) << "it is woken";
-    camera.StopAutoTempThr();
-    camera.StartAutoTempThr();
-    camera.StartAutoTempThr();
-    EXPECT_TRUE(camera.IsAutoTempWorking());
+    EXPECT_LT(timeOf([&] { camera.stopThread(); }), 400ms) << "it is woken";
+    camera.stopThread();
+    camera.startThread();
+    camera.startThread();
+    EXPECT_TRUE(camera.isThreadRunning());
     ASSERT_TRUE(bench.clock->run(20s)) << "one thread, not two";
   }
   EXPECT_TRUE(noThreadLeft(threads));
@@ -44,15 +44,15 @@ TEST(CoolerThread, SurvivesAnUnplugAndEndsAfterIt) {
   const int id = bench.plug();
   const std::ptrdiff_t threads = processCounts().threads;
   {
-    CCameraT13C_C camera;
-    ASSERT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
-    camera.SetAutoTemp(true, -10);
+    T13C_C camera;
+    ASSERT_TRUE(camera.open(1) && camera.initialise());
+    camera.setRegulation(true, -10);
     ASSERT_TRUE(bench.clock->run(30s));
-    const float last = camera.GetTemp();
+    const float last = camera.temperature();
     bench.bench.host().unplug(id);
     ASSERT_TRUE(bench.clock->run(30s));
-    EXPECT_EQ(camera.GetTemp(), last) << "the last reading";
-    EXPECT_TRUE(camera.IsAutoTempWorking());
+    EXPECT_EQ(camera.temperature(), last) << "the last reading";
+    EXPECT_TRUE(camera.isThreadRunning());
   }
   EXPECT_TRUE(noThreadLeft(threads));
 }
@@ -63,9 +63,9 @@ class SilentCameraTest : public ::testing::Test {
   SilentCameraTest() {
     installHost(faults_);
     bench_.plug();
-    camera_ = std::make_unique<CCameraT13C_C>();
-    EXPECT_TRUE(camera_->OpenCamera(1) && camera_->InitCamera());
-    camera_->SetAutoTemp(true, -10);
+    camera_ = std::make_unique<T13C_C>();
+    EXPECT_TRUE(camera_->open(1) && camera_->initialise());
+    camera_->setRegulation(true, -10);
     EXPECT_TRUE(bench_.clock->run(20s));
   }
 
@@ -83,7 +83,7 @@ class SilentCameraTest : public ::testing::Test {
   std::shared_ptr<fault::FaultHost> faults_ =
       std::make_shared<fault::FaultHost>(bench_.bench.sharedHost());
   const std::ptrdiff_t threads_ = processCounts().threads;
-  std::unique_ptr<CCameraT13C_C> camera_;
+  std::unique_ptr<T13C_C> camera_;
 };
 
 // A request that gets no answer takes 1550 ms at most. Closing waits 500 ms for the thread, then
@@ -92,11 +92,11 @@ constexpr auto kOneRequest = 1550ms;
 
 TEST_F(SilentCameraTest, ClosingEndsByItsDeadline) {
   fallSilent();
-  EXPECT_LT(timeOf([&] { camera_->CloseCamera(); }), 2 * kOneRequest + 1000ms);
-  EXPECT_FALSE(camera_->IsAutoTempWorking());
+  EXPECT_LT(timeOf([&] { camera_->close(); }), 2 * kOneRequest + 1000ms);
+  EXPECT_FALSE(camera_->isThreadRunning());
 
   faults_->setScript({});
-  ASSERT_TRUE(camera_->OpenCamera(1) && camera_->InitCamera()) << "and it can be opened again";
+  ASSERT_TRUE(camera_->open(1) && camera_->initialise()) << "and it can be opened again";
   ASSERT_TRUE(bench_.clock->run(20s)) << "one thread, not two";
   camera_.reset();
   EXPECT_TRUE(noThreadLeft(threads_));

@@ -21,7 +21,7 @@ constexpr std::size_t kRecordStreamOverhead = 16;
 
 class DownloadTest : public ::testing::Test {
  protected:
-  CCameraT15C& camera() { return bench_.camera(); }
+  T15C& camera() { return bench_.camera(); }
 
   FX3_FWDWNLOAD_ERROR_CODE toRam(const Bytes& image) {
     return camera().DownloadFwToRam(image.data(), static_cast<std::uint32_t>(image.size()), kRam);

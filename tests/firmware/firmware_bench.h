@@ -27,12 +27,12 @@ class FirmwareBench {
     };
     bench_.plug(options);
     installHost(faults_);
-    camera_ = std::make_unique<CCameraT15C>();
-    camera_->OpenCamera(1);
+    camera_ = std::make_unique<T15C>();
+    camera_->open(1);
     take();
   }
 
-  CCameraT15C& camera() { return *camera_; }
+  T15C& camera() { return *camera_; }
   /// Lets the k-th request from now on fail; 0 for none.
   void failRequest(int k) { failControl(*faults_, k); }
   /// @param script in the language of docs/faults.md; "" for peace
@@ -58,7 +58,7 @@ class FirmwareBench {
   VirtualBench bench_{clock_};
   std::shared_ptr<fault::FaultHost> faults_ =
       std::make_shared<fault::FaultHost>(bench_.sharedHost());
-  std::unique_ptr<CCameraT15C> camera_;
+  std::unique_ptr<T15C> camera_;
 };
 
 /// Tries a few times, as a user would.

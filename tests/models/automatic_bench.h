@@ -36,7 +36,7 @@ struct ImageMeans {
 /// A virtual camera that captures video of a grey screen on simulated time.
 class AutomaticBench {
  public:
-  using Make = std::unique_ptr<CCameraBase> (*)();
+  using Make = std::unique_ptr<Camera> (*)();
 
   /// @param make makes the driver; null for the library's own
   explicit AutomaticBench(const std::string& code, sim::CameraOptions options = {},
@@ -46,7 +46,7 @@ class AutomaticBench {
     const sim::Model& model = *sim::findModel(code);
     id_ = bench_.plug(options, model.code);
     camera_ = make != nullptr ? make() : createCamera(model.productId);
-    EXPECT_TRUE(camera_->OpenCamera(1) && camera_->InitCamera());
+    EXPECT_TRUE(camera_->open(1) && camera_->initialise());
     camera_->state().rawOutput = true;
     setFormat(320, 240, 1, IMAGE_8BIT);
   }
@@ -57,7 +57,7 @@ class AutomaticBench {
   AutomaticBench(const AutomaticBench&) = delete;
   AutomaticBench& operator=(const AutomaticBench&) = delete;
 
-  CCameraBase& camera() { return *camera_; }
+  Camera& camera() { return *camera_; }
   CameraState& now() { return camera_->state(); }
   /// How long a round of this model lasts.
   [[nodiscard]] std::chrono::milliseconds roundTime() const {
@@ -65,7 +65,7 @@ class AutomaticBench {
   }
 
   void setFormat(int width, int height, int bin, IMAGE_TYPE type) {
-    EXPECT_TRUE(camera_->SetResolution(width, height, bin, type));
+    EXPECT_TRUE(camera_->setResolution(width, height, bin, type));
     const std::size_t bytes = type == IMAGE_RGB24 ? 3 : type == IMAGE_RAW16 ? 2 : 1;
     image_.resize(static_cast<std::size_t>(width * height) * bytes);
   }
@@ -74,7 +74,7 @@ class AutomaticBench {
 
   /// Begins a video and lets the sensor wake up. Then 200 ms are left to the first round.
   void start() {
-    ASSERT_TRUE(camera_->StartCapture(false));
+    ASSERT_TRUE(camera_->startCapture(false));
     ASSERT_TRUE(wakeSensor());
     ASSERT_TRUE(pass(std::chrono::milliseconds(0)));
   }
@@ -173,7 +173,7 @@ class AutomaticBench {
   std::shared_ptr<SteppedClock> clock_ = std::make_shared<SteppedClock>();
   VirtualBench bench_{clock_};
   int id_ = 0;
-  std::unique_ptr<CCameraBase> camera_;
+  std::unique_ptr<Camera> camera_;
   std::vector<unsigned char> image_;
 };
 

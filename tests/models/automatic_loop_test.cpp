@@ -47,8 +47,8 @@ class AutomaticLoop : public ::testing::TestWithParam<std::string> {
     AutomaticBench bench(GetParam(), bright());
     const ControlRange& gain = bench.camera().model().gain;
     bench.camera().SetAutoPara(gain.max, 30, goal);
-    bench.camera().SetExp(start.exposureUs, start.exposureAuto);
-    bench.camera().SetGain(gain.max * start.gainPercent / 100, start.gainAuto);
+    bench.camera().setExposure(start.exposureUs, start.exposureAuto);
+    bench.camera().setGain(gain.max * start.gainPercent / 100, start.gainAuto);
     bench.start();
     report(GetParam() + " " + start.name, bench.roundsToRest());
     expectGoalReached(bench, goal);
@@ -76,12 +76,12 @@ TEST_P(AutomaticLoop, WhiteBalanceMakesAGreyScreenGrey) {
     AutomaticBench bench(GetParam(), options);
     if (!bench.camera().model().colour) GTEST_SKIP() << "a camera without colours";
     bench.setFormat(320, 240, 1, IMAGE_RGB24);
-    bench.camera().SetRGBBalance(52, 95, false);
-    bench.camera().SetExp(8000, true);
+    bench.camera().setWhiteBalance(52, 95, false);
+    bench.camera().setExposure(8000, true);
     bench.start();
     ASSERT_GE(bench.roundsToRest(), 0);
-    bench.camera().SetExp(bench.now().exposureUs, false);
-    bench.camera().SetRGBBalance(52, 95, true);
+    bench.camera().setExposure(bench.now().exposureUs, false);
+    bench.camera().setWhiteBalance(52, 95, true);
     const ImageMeans before = bench.means();
     report(GetParam() + " " + name + " light", bench.roundsToRest());
     const ImageMeans after = bench.means();
@@ -99,8 +99,8 @@ TEST(AutomaticLoopT15C, GainAloneFindsTheGoal) {
   for (const int gain : {0, 600}) {
     AutomaticBench bench("T15C");
     bench.camera().SetAutoPara(600, 30, 100);
-    bench.camera().SetExp(10000, false);
-    bench.camera().SetGain(gain, true);
+    bench.camera().setExposure(10000, false);
+    bench.camera().setGain(gain, true);
     bench.start();
     report("T15C gain from " + std::to_string(gain), bench.roundsToRest());
     expectGoalReached(bench, 100);
@@ -123,9 +123,9 @@ TEST(AutomaticLoopT15C, TheGoalIsTheImagesBrightnessInEveryFormat) {
                                Format{"16 bits, binned by the host", 2, false, IMAGE_RAW16}}) {
     SCOPED_TRACE(format.name);
     AutomaticBench bench("T15C");
-    ASSERT_TRUE(bench.camera().SetHardwareBin(format.hardwareBin));
+    ASSERT_TRUE(bench.camera().setHardwareBin(format.hardwareBin));
     bench.setFormat(320, 240, format.bin, format.type);
-    bench.camera().SetExp(200, true);
+    bench.camera().setExposure(200, true);
     bench.start();
     report(format.name, bench.roundsToRest());
     expectGoalReached(bench, 100);
@@ -134,15 +134,15 @@ TEST(AutomaticLoopT15C, TheGoalIsTheImagesBrightnessInEveryFormat) {
 
 TEST(AutomaticByHand, ABalanceOnTheHostLooksAtTheImage) {
   AutomaticBench bench("T01C");
-  auto& camera = dynamic_cast<CCameraT01C&>(bench.camera());
-  camera.SetRGBBalance(50, 50, false);
+  auto& camera = dynamic_cast<T01C&>(bench.camera());
+  camera.setWhiteBalance(50, 50, false);
   std::vector<std::uint8_t> raw(320 * 240, 120);
   for (int y = 0; y < 240; y += 2) {
     for (int x = 0; x < 320; x += 2) raw[static_cast<std::size_t>(y * 320 + x + 1)] = 80;  // red
   }
   camera.AutoWhiBal(raw.data());
   EXPECT_EQ(bench.now().whiteBalanceRed, 50) << "not on automatic";
-  camera.SetRGBBalance(50, 50, true);
+  camera.setWhiteBalance(50, 50, true);
   camera.AutoWhiBal(raw.data());
   EXPECT_NEAR(bench.now().whiteBalanceRed, 75, 2);
   EXPECT_NEAR(bench.now().whiteBalanceBlue, 50, 1);

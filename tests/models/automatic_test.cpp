@@ -20,7 +20,7 @@ sim::CameraOptions dim(double light) {
 
 TEST(Automatic, TheFirstRoundComesAfter200MillisecondsAndTheNextAfter100) {
   AutomaticBench bench("T15C");
-  bench.camera().SetExp(100, true);
+  bench.camera().setExposure(100, true);
   bench.start();
   ASSERT_TRUE(bench.pass(199ms));
   EXPECT_EQ(bench.now().exposureUs, 100U);
@@ -35,8 +35,8 @@ TEST(Automatic, TheFirstRoundComesAfter200MillisecondsAndTheNextAfter100) {
 
 TEST(Automatic, WhiteBalanceTakesEveryFourthRound) {
   AutomaticBench bench("T15C");
-  bench.camera().SetExp(5000, false);
-  bench.camera().SetRGBBalance(20, 20, true);
+  bench.camera().setExposure(5000, false);
+  bench.camera().setWhiteBalance(20, 20, true);
   bench.start();
   ASSERT_TRUE(bench.pass(200ms));
   ASSERT_TRUE(bench.pass(299ms));
@@ -48,8 +48,8 @@ TEST(Automatic, WhiteBalanceTakesEveryFourthRound) {
 TEST(Automatic, SixteenBitFramesKeepTheirColours) {
   AutomaticBench bench("T15C");
   bench.setFormat(320, 240, 1, IMAGE_RAW16);
-  bench.camera().SetExp(5000, false);
-  bench.camera().SetRGBBalance(20, 20, true);
+  bench.camera().setExposure(5000, false);
+  bench.camera().setWhiteBalance(20, 20, true);
   bench.start();
   EXPECT_EQ(bench.roundsToRest(), 0);
 }
@@ -61,8 +61,8 @@ TEST(Automatic, ASnapshotIsTakenAsItWasAskedFor) {
     return true;
   };
   AutomaticBench bench("T15C", options);
-  bench.camera().SetExp(100, true);
-  ASSERT_TRUE(bench.camera().StartCapture(true));
+  bench.camera().setExposure(100, true);
+  ASSERT_TRUE(bench.camera().startCapture(true));
   ASSERT_TRUE(bench.wakeSensor());
   EXPECT_TRUE(bench.passIdle(1s)) << "no thread lives by the clock";
   EXPECT_EQ(bench.now().exposureUs, 100U);
@@ -70,20 +70,20 @@ TEST(Automatic, ASnapshotIsTakenAsItWasAskedFor) {
 
 TEST(Automatic, NoThreadOutlivesItsVideo) {
   AutomaticBench bench("T15C");
-  bench.camera().SetExp(100, true);
+  bench.camera().setExposure(100, true);
   for (int n = 0; n < 3; ++n) {
     bench.start();
     ASSERT_TRUE(bench.pass(300ms));
-    ASSERT_TRUE(bench.camera().StopCapture());
+    ASSERT_TRUE(bench.camera().stopCapture());
     EXPECT_TRUE(bench.passIdle(1s));
   }
 }
 
 TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {
   AutomaticBench bench("T15C", dim(0.02));
-  bench.camera().SetExp(150'000, true);
-  bench.camera().SetGain(0, false);
-  ASSERT_TRUE(bench.camera().StartCapture(false));
+  bench.camera().setExposure(150'000, true);
+  bench.camera().setGain(0, false);
+  ASSERT_TRUE(bench.camera().startCapture(false));
   ASSERT_TRUE(bench.wakeSensor());
   // The thread still sleeps: it is the worker that follows its own frames.
   bench.tick(300ms);
@@ -102,8 +102,8 @@ TEST(Automatic, SoDoShortExposuresOfSlowFrames) {
   options.usb3Port = false;
   AutomaticBench bench("T15C", options);
   bench.setFormat(1304, 976, 1, IMAGE_RAW16);
-  bench.camera().SetFPSPerc(40, false);
-  bench.camera().SetExp(1000, true);
+  bench.camera().setBandwidth(40, false);
+  bench.camera().setExposure(1000, true);
   bench.start();
   EXPECT_TRUE(eventually([&] {
     bench.tick(50ms);
@@ -112,14 +112,14 @@ TEST(Automatic, SoDoShortExposuresOfSlowFrames) {
 }
 
 /// A camera whose automatic control takes its time.
-class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
+class UnhurriedCamera final : public MarkedFrameCamera<Camera> {
  public:
-  UnhurriedCamera() : MarkedFrameCamera(row(), CCameraT15C::kFacts) {}
+  UnhurriedCamera() : MarkedFrameCamera(row(), T15C::kFacts) {}
 
  private:
   static const ModelRow& row() {
     static const ModelRow slow = [] {
-      ModelRow copy = CCameraT15C::kRow;
+      ModelRow copy = T15C::kRow;
       copy.slowAutoControl = true;
       return copy;
     }();
@@ -129,10 +129,10 @@ class UnhurriedCamera final : public MarkedFrameCamera<CCameraBase> {
 
 TEST(Automatic, AModelCanTakeItsTime) {
   AutomaticBench bench("T15C", dim(0.4),
-                       [] { return std::unique_ptr<CCameraBase>(new UnhurriedCamera); });
-  bench.camera().SetExp(110'000, true);
-  bench.camera().SetGain(0, false);
-  bench.camera().SetRGBBalance(20, 20, true);
+                       [] { return std::unique_ptr<Camera>(new UnhurriedCamera); });
+  bench.camera().setExposure(110'000, true);
+  bench.camera().setGain(0, false);
+  bench.camera().setWhiteBalance(20, 20, true);
   bench.start();
   EXPECT_EQ(bench.now().exposureUs, 110'000U);
   ASSERT_TRUE(bench.pass(200ms));
@@ -147,8 +147,8 @@ TEST(Automatic, AModelCanTakeItsTime) {
 
 TEST(Automatic, TheThreadHandsOverToTheWorker) {
   AutomaticBench bench("T15C", dim(0.05));
-  bench.camera().SetExp(1000, true);
-  bench.camera().SetGain(100, false);
+  bench.camera().setExposure(1000, true);
+  bench.camera().setGain(100, false);
   bench.start();
   ASSERT_TRUE(bench.pass(200ms));
   EXPECT_TRUE(eventually([&] {
@@ -159,14 +159,14 @@ TEST(Automatic, TheThreadHandsOverToTheWorker) {
     bench.tick(50ms);
     return bench.now().exposureUs > 300'000;
   }));
-  EXPECT_TRUE(bench.camera().StopCapture());
+  EXPECT_TRUE(bench.camera().stopCapture());
 }
 
 TEST(Automatic, ExposureStopsAtItsLimit) {
   AutomaticBench bench("T15C", dim(0.001));
   bench.camera().SetAutoPara(100, 0, 100);
-  bench.camera().SetExp(20'000, true);
-  bench.camera().SetGain(0, true);
+  bench.camera().setExposure(20'000, true);
+  bench.camera().setGain(0, true);
   bench.start();
   EXPECT_GE(bench.roundsToRest(), 0);
   EXPECT_EQ(bench.now().exposureUs, 32U) << "a limit of 0 seconds is the shortest there is";
@@ -174,23 +174,23 @@ TEST(Automatic, ExposureStopsAtItsLimit) {
 }
 
 /// A frame of one brightness, or of one colour, in the camera's present format.
-std::vector<std::uint8_t> evenFrame(CCameraBase& camera, std::uint8_t value) {
+std::vector<std::uint8_t> evenFrame(Camera& camera, std::uint8_t value) {
   return std::vector<std::uint8_t>(camera.state().frameFormat().frameBytes(), value);
 }
 
 /// Measures a frame that was taken with the present settings.
-FrameMeasurement measure(CCameraBase& camera, std::span<const std::uint8_t> frame, Wanted wanted) {
+FrameMeasurement measure(Camera& camera, std::span<const std::uint8_t> frame, Wanted wanted) {
   return camera.measure(frame, camera.state().frameFormat(), camera.state().frameSettings(),
                         wanted);
 }
 
 TEST(AutomaticDecision, WhatWasChangedSinceTheFrameStays) {
   AutomaticBench bench("T15C");
-  CCameraBase& camera = bench.camera();
+  Camera& camera = bench.camera();
   const auto black = evenFrame(camera, 0);
   const auto measureNow = [&] {
-    camera.SetExp(10'000, true);
-    camera.SetGain(200, true);
+    camera.setExposure(10'000, true);
+    camera.setGain(200, true);
     return measure(camera, black, {.brightness = true, .colour = false});
   };
   camera.followMeasurement(measureNow());
@@ -198,17 +198,17 @@ TEST(AutomaticDecision, WhatWasChangedSinceTheFrameStays) {
   EXPECT_EQ(bench.now().gain, 212);
 
   FrameMeasurement measured = measureNow();
-  camera.SetExp(10'000, false);
-  camera.SetGain(200, false);
+  camera.setExposure(10'000, false);
+  camera.setGain(200, false);
   camera.followMeasurement(measured);
   EXPECT_EQ(bench.now().exposureUs, 10'000U) << "automatic was switched off";
 
   measured = measureNow();
-  camera.SetExp(50'000, true);
+  camera.setExposure(50'000, true);
   camera.followMeasurement(measured);
   EXPECT_EQ(bench.now().exposureUs, 50'000U) << "the frame was taken with another exposure";
   measured = measureNow();
-  camera.SetGain(20, true);
+  camera.setGain(20, true);
   camera.followMeasurement(measured);
   EXPECT_EQ(bench.now().gain, 20) << "and with another gain";
 }
@@ -218,7 +218,7 @@ TEST(AutomaticDecision, AtALimitNothingIsSent) {
   sim::CameraOptions options;
   options.controlObserver = observerOf(conversation);
   AutomaticBench bench("T15C", options);
-  CCameraBase& camera = bench.camera();
+  Camera& camera = bench.camera();
   const auto step = [&](std::uint8_t brightness) {
     conversation.take();
     camera.AutoExpGain(evenFrame(camera, brightness).data());
@@ -226,17 +226,17 @@ TEST(AutomaticDecision, AtALimitNothingIsSent) {
   };
   camera.SetAutoPara(300, 1, 100);
   for (const bool exposure : {false, true}) {
-    camera.SetExp(1'000'000, exposure);
-    camera.SetGain(299, true);
+    camera.setExposure(1'000'000, exposure);
+    camera.setGain(299, true);
     EXPECT_GT(step(0), 0U);
     EXPECT_EQ(step(0), 0U) << "as bright as it goes";
-    camera.SetExp(32, exposure);
-    camera.SetGain(exposure ? 2 : 1, true);
+    camera.setExposure(32, exposure);
+    camera.setGain(exposure ? 2 : 1, true);
     EXPECT_GT(step(255), 0U);
     EXPECT_EQ(step(255), 0U) << "as dark as it goes";
   }
 
-  camera.SetRGBBalance(99, 99, true);
+  camera.setWhiteBalance(99, 99, true);
   std::vector<std::uint8_t> green = evenFrame(camera, 10);
   for (std::size_t y = 0; y < 240; ++y) {
     for (std::size_t x = (y + 1) % 2; x < 320; x += 2) green[y * 320 + x] = 200;
@@ -249,22 +249,22 @@ TEST(AutomaticDecision, AtALimitNothingIsSent) {
 
 TEST(AutomaticDecision, AColourMeasuredWithAnotherBalanceIsForgotten) {
   AutomaticBench bench("T15C");
-  CCameraBase& camera = bench.camera();
+  Camera& camera = bench.camera();
   std::vector<std::uint8_t> redless = evenFrame(camera, 100);
   for (int y = 0; y < 240; y += 2) {
     for (int x = 0; x < 320; x += 2) redless[static_cast<std::size_t>(y * 320 + x)] = 49;
   }
   const auto measureNow = [&] {
-    camera.SetRGBBalance(40, 95, true);
+    camera.setWhiteBalance(40, 95, true);
     return measure(camera, redless, {.brightness = false, .colour = true});
   };
   camera.followMeasurement(measureNow());
   EXPECT_NEAR(bench.now().whiteBalanceRed, 80, 2);
   const FrameMeasurement measured = measureNow();
-  camera.SetRGBBalance(40, 95, false);
+  camera.setWhiteBalance(40, 95, false);
   camera.followMeasurement(measured);
   EXPECT_EQ(bench.now().whiteBalanceRed, 40);
-  camera.SetRGBBalance(41, 95, true);
+  camera.setWhiteBalance(41, 95, true);
   camera.followMeasurement(measured);
   EXPECT_EQ(bench.now().whiteBalanceRed, 41);
   camera.AutoWB_RAW(redless.data());
@@ -312,31 +312,31 @@ TEST(AutomaticThreads, TheUserHasTheLastWord) {
   options.pace = sim::Pace::kFree;
   bench.plug(options);
   const auto camera = createCamera(identity::PID_T15C);
-  ASSERT_TRUE(camera->OpenCamera(1) && camera->InitCamera());
-  ASSERT_TRUE(camera->SetResolution(160, 120, 1, IMAGE_8BIT));
-  ASSERT_TRUE(camera->StartCapture(false));
+  ASSERT_TRUE(camera->open(1) && camera->initialise());
+  ASSERT_TRUE(camera->setResolution(160, 120, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera->startCapture(false));
 
   int moved = 0;
   for (int n = 0; n < 60; ++n) {
     const auto exposureUs = static_cast<std::uint64_t>(100 + n);
-    camera->SetGain(0, n % 2 == 0);
-    camera->SetRGBBalance(10, 10, true);
-    camera->SetExp(exposureUs, true);
+    camera->setGain(0, n % 2 == 0);
+    camera->setWhiteBalance(10, 10, true);
+    camera->setExposure(exposureUs, true);
     const bool follows = eventually([&] { return camera->state().exposureUs != exposureUs; }, 2s);
     moved += follows ? 1 : 0;
     if (n % 3 == 0) {
       const int size = n % 2 == 0 ? 80 : 160;
-      ASSERT_TRUE(camera->SetResolution(size, size, 1, n % 4 == 0 ? IMAGE_RAW16 : IMAGE_8BIT));
+      ASSERT_TRUE(camera->setResolution(size, size, 1, n % 4 == 0 ? IMAGE_RAW16 : IMAGE_8BIT));
     }
     if (n % 10 == 9) {
       const auto start = std::chrono::steady_clock::now();
-      ASSERT_TRUE(camera->StopCapture());
+      ASSERT_TRUE(camera->stopCapture());
       EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
-      ASSERT_TRUE(camera->StartCapture(false));
+      ASSERT_TRUE(camera->startCapture(false));
     }
-    camera->SetExp(exposureUs, false);
-    camera->SetGain(33, false);
-    camera->SetRGBBalance(11, 12, false);
+    camera->setExposure(exposureUs, false);
+    camera->setGain(33, false);
+    camera->setWhiteBalance(11, 12, false);
     std::this_thread::sleep_for(3ms);  // three rounds
     ASSERT_EQ(camera->state().exposureUs, exposureUs);
     ASSERT_EQ(camera->state().gain, 33);
@@ -348,7 +348,7 @@ TEST(AutomaticThreads, TheUserHasTheLastWord) {
 
 TEST(AutomaticThreads, AnUnpluggedCameraEndsThem) {
   AutomaticBench bench("T15C");
-  bench.camera().SetExp(100, true);
+  bench.camera().setExposure(100, true);
   bench.start();
   ASSERT_TRUE(bench.pass(300ms));
   bench.unplug();

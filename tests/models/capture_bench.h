@@ -35,17 +35,17 @@ class CaptureTest : public ::testing::Test {
     options.frameFilter = std::move(filter);
     options.pace = pace;
     id_ = bench_.plug(options);
-    camera_ = std::make_unique<CCameraT15C>();
-    ASSERT_TRUE(camera_->OpenCamera(1));
-    ASSERT_TRUE(camera_->InitCamera());
+    camera_ = std::make_unique<T15C>();
+    ASSERT_TRUE(camera_->open(1));
+    ASSERT_TRUE(camera_->initialise());
     setRegion(320, 240, IMAGE_8BIT);
-    camera_->SetExp(1000, false);
+    camera_->setExposure(1000, false);
     conversation_.take();
   }
 
   void setRegion(int width, int height, IMAGE_TYPE type) {
     camera_->state().rawOutput = true;
-    ASSERT_TRUE(camera_->SetResolution(width, height, 1, type));
+    ASSERT_TRUE(camera_->setResolution(width, height, 1, type));
     image_.resize(static_cast<std::size_t>(width * height) * (type == IMAGE_RAW16 ? 2 : 1));
   }
 
@@ -65,7 +65,7 @@ class CaptureTest : public ::testing::Test {
   Conversation conversation_;
   VirtualBench bench_;
   int id_ = 0;
-  std::unique_ptr<CCameraT15C> camera_;
+  std::unique_ptr<T15C> camera_;
   std::vector<unsigned char> image_;
 };
 

@@ -39,13 +39,13 @@ TEST_P(DamagedFrameTest, IsCountedAndNeverDelivered) {
     }
     return true;
   });
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   for (int n = 0; n < 5; ++n) {
     ASSERT_TRUE(getImage());
     EXPECT_NE(image_[1000], kPaint);
   }
   EXPECT_GE(dropped(), 1);
-  ASSERT_TRUE(camera_->StopCapture());
+  ASSERT_TRUE(camera_->stopCapture());
   EXPECT_EQ(dropped(), 0) << "the count belongs to the running capture";
 }
 
@@ -63,11 +63,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(CaptureTest, ASlowReaderLosesFramesAndFindsTheOldestTwo) {
   open();
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(eventually([&] { return dropped() >= 10; }));
   EXPECT_TRUE(getImage(0));
   EXPECT_TRUE(getImage(0));
-  camera_->StopCapture();
+  camera_->stopCapture();
   EXPECT_FALSE(getImage(0)) << "frames of a video that has ended are gone";
 }
 
@@ -76,7 +76,7 @@ TEST_F(CaptureTest, FourEmptyReadsRestartTheStream) {
   open([silent](auto&) { return !*silent; });
   setRegion(640, 480, IMAGE_8BIT);
   conversation_.take();
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   // Twice the frame time of 7.8 ms and 50 ms for each read, and 130 ms for the restart itself.
   std::vector<std::string> sent;
   ASSERT_TRUE(eventually([&] {
@@ -94,7 +94,7 @@ TEST_F(CaptureTest, FourEmptyReadsRestartTheStream) {
 TEST_F(CaptureTest, SnapshotEndsByItselfAndTheNextMayFollowAtOnce) {
   open();
   for (int n = 0; n < 20; ++n) {
-    ASSERT_TRUE(camera_->StartCapture(true));
+    ASSERT_TRUE(camera_->startCapture(true));
     EXPECT_TRUE(snapshotEnds());
     ASSERT_EQ(status(), Orvik_EXPSTATE_READY);
     ASSERT_TRUE(getImage(kNoLimit));
@@ -107,9 +107,9 @@ TEST_F(CaptureTest, SnapshotFailsAfterASecondOfBadExposures) {
     frame[0] = 0;
     return true;
   });
-  camera_->SetFPSPerc(100, false);  // or bad frames would count against the bandwidth first
-  camera_->SetExp(400'000, false);
-  ASSERT_TRUE(camera_->StartCapture(true));
+  camera_->setBandwidth(100, false);  // or bad frames would count against the bandwidth first
+  camera_->setExposure(400'000, false);
+  ASSERT_TRUE(camera_->startCapture(true));
   ASSERT_TRUE(snapshotEnds());
   EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);
   EXPECT_FALSE(getImage(kNoLimit));
@@ -117,9 +117,9 @@ TEST_F(CaptureTest, SnapshotFailsAfterASecondOfBadExposures) {
 
 TEST_F(CaptureTest, LongExposureIsTimedByTheHost) {
   open();
-  camera_->SetExp(1'000'000, false);
+  camera_->setExposure(1'000'000, false);
   conversation_.take();
-  ASSERT_TRUE(camera_->StartCapture(true));
+  ASSERT_TRUE(camera_->startCapture(true));
   const auto taken = timeOf([&] { EXPECT_TRUE(snapshotEnds()); });
   EXPECT_EQ(status(), Orvik_EXPSTATE_READY);
   EXPECT_GE(taken, 950ms);
@@ -133,23 +133,23 @@ TEST_F(CaptureTest, LongExposureIsTimedByTheHost) {
 
 TEST_F(CaptureTest, ANewExposureTimeEndsALongExposureEarly) {
   open();
-  camera_->SetExp(600'000'000, false);
-  ASSERT_TRUE(camera_->StartCapture(true));
+  camera_->setExposure(600'000'000, false);
+  ASSERT_TRUE(camera_->startCapture(true));
   std::this_thread::sleep_for(50ms);
-  camera_->SetExp(500'000'000, false);
+  camera_->setExposure(500'000'000, false);
   EXPECT_TRUE(snapshotEnds());
   EXPECT_EQ(status(), Orvik_EXPSTATE_READY);
 }
 
 TEST_F(CaptureTest, VideoFollowsTheExposureAcrossOneSecond) {
   open();
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(getImage());
-  camera_->SetExp(1'000'000, false);
+  camera_->setExposure(1'000'000, false);
   while (getImage(0)) {
   }
   EXPECT_TRUE(getImage(20000));
-  camera_->SetExp(1000, false);
+  camera_->setExposure(1000, false);
   EXPECT_TRUE(eventually([&] { return timeOf([&] { EXPECT_TRUE(getImage(20000)); }) < 100ms; }));
 }
 
@@ -157,25 +157,25 @@ TEST_F(CaptureTest, StopsAtAnyMoment) {
   open();
   for (int n = 0; n < 60; ++n) {
     const bool snapshot = n % 3 == 1;
-    camera_->SetExp(n % 3 == 2 ? 5'000'000 : 1000, false);
-    ASSERT_TRUE(camera_->StartCapture(snapshot));
+    camera_->setExposure(n % 3 == 2 ? 5'000'000 : 1000, false);
+    ASSERT_TRUE(camera_->startCapture(snapshot));
     std::this_thread::sleep_for(std::chrono::microseconds(n * n * 20));
-    const auto taken = timeOf([&] { ASSERT_TRUE(camera_->StopCapture()); });
+    const auto taken = timeOf([&] { ASSERT_TRUE(camera_->stopCapture()); });
     EXPECT_LT(taken, 2s) << "round " << n;
     EXPECT_FALSE(camera_->capture().isRunning());
   }
-  camera_->SetExp(1000, false);
-  ASSERT_TRUE(camera_->StartCapture(false));
+  camera_->setExposure(1000, false);
+  ASSERT_TRUE(camera_->startCapture(false));
   EXPECT_TRUE(getImage());
 }
 
 TEST_F(CaptureTest, StoppingWakesAWaitWithoutLimit) {
   open([](auto&) { return false; });
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   auto waiting = std::async(std::launch::async, [&] { return getImage(kNoLimit); });
   std::this_thread::sleep_for(20ms);
   EXPECT_EQ(waiting.wait_for(0ms), std::future_status::timeout);
-  camera_->StopCapture();
+  camera_->stopCapture();
   ASSERT_EQ(waiting.wait_for(5s), std::future_status::ready);
   EXPECT_FALSE(waiting.get());
 }
@@ -184,8 +184,8 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
   for (const bool snapshot : {false, true}) {
     for (const std::uint64_t exposureUs : {1000ULL, 600'000'000ULL}) {
       open();
-      camera_->SetExp(exposureUs, false);
-      ASSERT_TRUE(camera_->StartCapture(snapshot));
+      camera_->setExposure(exposureUs, false);
+      ASSERT_TRUE(camera_->startCapture(snapshot));
       auto waiting = std::async(std::launch::async, [&] {
         while (getImage(kNoLimit)) {
         }
@@ -198,8 +198,8 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
         // It is told last: who sees it may start anew at once.
         EXPECT_TRUE(eventually([&] { return status() == Orvik_EXPSTATE_FAILED; }, 1s));
       }
-      EXPECT_FALSE(camera_->SetExp(2000, false));
-      EXPECT_LT(timeOf([&] { camera_->CloseCamera(); }), 2s);
+      EXPECT_FALSE(camera_->setExposure(2000, false));
+      EXPECT_LT(timeOf([&] { camera_->close(); }), 2s);
       camera_.reset();
     }
   }
@@ -210,15 +210,15 @@ TEST_F(CaptureTest, OneReadAtATimeIsEnough) {
   installHost(std::make_shared<LimitedHost>(bench_.sharedHost(), system));
   open();
   setRegion(1304, 976, IMAGE_RAW16);  // three reads a frame
-  camera_->SetExp(kPatientExposureUs, false);
+  camera_->setExposure(kPatientExposureUs, false);
   for (const int limit : {1, 2, 3}) {
     system->most = limit;
     system->refusals = 0;
     system->highest = 0;
-    ASSERT_TRUE(camera_->StartCapture(false));
+    ASSERT_TRUE(camera_->startCapture(false));
     for (int n = 0; n < 5; ++n) ASSERT_TRUE(getImage());
     EXPECT_EQ(dropped(), 0);
-    ASSERT_TRUE(camera_->StopCapture());
+    ASSERT_TRUE(camera_->stopCapture());
     EXPECT_EQ(system->highest, limit);
     EXPECT_EQ(system->refusals > 0, limit < 3);
   }
@@ -228,7 +228,7 @@ TEST_F(CaptureTest, AStalledPipeIsClearedAndUsedAgain) {
   const auto faults = std::make_shared<fault::FaultHost>(bench_.sharedHost());
   installHost(faults);
   open();
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(getImage());
   faults->setScript(scriptOf("bulk stall"));
   ASSERT_TRUE(eventually([&] { return faults->struck(fault::Action::kStall) > 3; }));
@@ -248,7 +248,7 @@ TEST_F(CaptureTest, ALinkThatLosesFramesIsAskedForLess) {
   camera_->GetFPSPerc(&percent, &automatic);
   ASSERT_EQ(percent, 100);
   ASSERT_TRUE(automatic);
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   EXPECT_TRUE(eventually([&] {
     camera_->GetFPSPerc(&percent, &automatic);
     return percent == 96;
@@ -258,19 +258,19 @@ TEST_F(CaptureTest, ALinkThatLosesFramesIsAskedForLess) {
     camera_->GetFPSPerc(&percent, &automatic);
     return percent == 40;
   })) << "and never for less than 40 percent";
-  camera_->StopCapture();
+  camera_->stopCapture();
 }
 
 TEST_F(CaptureTest, ChangingTheRegionRestartsCapture) {
   open();
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(getImage());
   setRegion(640, 480, IMAGE_RAW16);
   EXPECT_TRUE(camera_->capture().isRunning());
   EXPECT_TRUE(getImage());
-  ASSERT_TRUE(camera_->SetResolution(320, 240, 2, IMAGE_8BIT));
-  camera_->SetStartPos(100, 50);
-  ASSERT_TRUE(camera_->SetHardwareBin(false));
+  ASSERT_TRUE(camera_->setResolution(320, 240, 2, IMAGE_8BIT));
+  camera_->setStartPosition(100, 50);
+  ASSERT_TRUE(camera_->setHardwareBin(false));
   EXPECT_EQ(camera_->state().startX, 100);
   EXPECT_EQ(camera_->state().startY, 50);
   image_.resize(320 * 240);
@@ -282,11 +282,11 @@ TEST_F(CaptureTest, ADeviceThatIsHeldElsewhereDoesNotOpen) {
       std::make_shared<fault::FaultHost>(bench_.sharedHost(), scriptOf("claim refuse"));
   installHost(faults);
   bench_.plug();
-  CCameraT15C camera;
-  EXPECT_FALSE(camera.OpenCamera(1));
-  EXPECT_FALSE(camera.InitCamera());
+  T15C camera;
+  EXPECT_FALSE(camera.open(1));
+  EXPECT_FALSE(camera.initialise());
   faults->setScript({});
-  EXPECT_TRUE(camera.OpenCamera(1));
+  EXPECT_TRUE(camera.open(1));
 }
 
 }  // namespace

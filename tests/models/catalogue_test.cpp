@@ -19,9 +19,9 @@ using identity::kProducts;
 
 TEST(CatalogueTest, EveryProductBelongsToOneModelAndEveryModelToOneClass) {
   std::map<std::uint16_t, const ModelRow*> owners;
-  std::set<std::wstring> keys;
+  std::set<std::string> keys;
   for (const ModelRow* model : allModels()) {
-    EXPECT_TRUE(keys.insert(model->settingsKey).second) << model->name;
+    EXPECT_TRUE(keys.insert(model->settingsName).second) << model->name;
     std::set<int> classes;
     for (const Product& product : model->products) {
       if (product.id == 0) continue;
@@ -70,23 +70,23 @@ TEST(CatalogueTest, ReconnectingFindsTheSameCameraAtTheSecondTry) {
   ScriptedBench bench;
   const ScriptedCamera scripted(identity::PID_T01C);
   bench.plug(scripted);
-  CCameraT01C camera;
-  EXPECT_FALSE(camera.ReConnectCamera()) << "was never connected";
-  ASSERT_TRUE(camera.OpenCamera(1));
+  T01C camera;
+  EXPECT_FALSE(camera.reconnect()) << "was never connected";
+  ASSERT_TRUE(camera.open(1));
   auto before = bench.clock->now();
-  EXPECT_TRUE(camera.ReConnectCamera());
+  EXPECT_TRUE(camera.reconnect());
   EXPECT_EQ(bench.clock->now() - before, std::chrono::milliseconds(50));
   EXPECT_EQ(scripted.device->openPorts, 1);
-  EXPECT_TRUE(camera.InitCamera());
+  EXPECT_TRUE(camera.initialise());
 
   bench.host->plugged.clear();
   before = bench.clock->now();
-  EXPECT_FALSE(camera.ReConnectCamera());
+  EXPECT_FALSE(camera.reconnect());
   EXPECT_EQ(bench.clock->now() - before, std::chrono::milliseconds(1050));
   EXPECT_EQ(scripted.device->openPorts, 0);
   EXPECT_FALSE(camera.StartUSBStreaming());
   bench.plug(scripted);
-  EXPECT_TRUE(camera.ReConnectCamera());
+  EXPECT_TRUE(camera.reconnect());
   EXPECT_TRUE(camera.StartUSBStreaming());
 }
 

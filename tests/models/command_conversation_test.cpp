@@ -26,8 +26,8 @@ class CommandConversationTest : public ::testing::Test {
   }
 
   void open() {
-    ASSERT_TRUE(camera_.OpenCamera(1));
-    ASSERT_TRUE(camera_.InitCamera());
+    ASSERT_TRUE(camera_.open(1));
+    ASSERT_TRUE(camera_.initialise());
     forget();
   }
 
@@ -63,7 +63,7 @@ class CommandConversationTest : public ::testing::Test {
   Written written_;
   std::vector<int> commands_;
   int deafTo_ = 0;
-  CCameraT02C camera_;
+  T02C camera_;
 };
 
 TEST_F(CommandConversationTest, AVariableIsWrittenAndReadByFourRegistersAndACommand) {
@@ -80,7 +80,7 @@ TEST_F(CommandConversationTest, AVariableIsWrittenAndReadByFourRegistersAndAComm
 
 TEST_F(CommandConversationTest, SettingsAreVariablesThatAreTakenOver) {
   open();
-  ASSERT_TRUE(camera_.SetResolution(640, 480, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera_.setResolution(640, 480, 1, IMAGE_8BIT));
   // In the middle: row 16, column 44. 728 + 94 cycles of 24 MHz, 34.25 us a line: 33000 us are 963
   // lines, which make the frame longer than 480 + 18.
   EXPECT_THAT(written_,
@@ -90,21 +90,21 @@ TEST_F(CommandConversationTest, SettingsAreVariablesThatAreTakenOver) {
   EXPECT_THAT(commands_, ElementsAre(4, 4, 1, 4, 4, 1, 4, 1, 4, 4, 1, 4, 4, 1));
 
   forget();
-  camera_.SetGain(50, false);
-  camera_.SetRGBBalance(50, 99, false);
-  camera_.SetBrightness(7);
+  camera_.setGain(50, false);
+  camera_.setWhiteBalance(50, 99, false);
+  camera_.setBrightness(7);
   EXPECT_THAT(written_, ElementsAre(std::pair(0x010E, 68), std::pair(0x0110, 128),
                                     std::pair(0x0112, 253), std::pair(0x0114, 7)));
 }
 
 TEST_F(CommandConversationTest, GainIsAPowerOfTwoAndItsThirtySeconds) {
   // 32 + gain * 224 / 100: 32, 34, 63 (one short of the next power), 65, 144, 256
-  EXPECT_EQ(CCameraT02C::GainValue2Reg(0), 0);
-  EXPECT_EQ(CCameraT02C::GainValue2Reg(1), 2);
-  EXPECT_EQ(CCameraT02C::GainValue2Reg(14), 31);
-  EXPECT_EQ(CCameraT02C::GainValue2Reg(15), 32);
-  EXPECT_EQ(CCameraT02C::GainValue2Reg(50), 68);
-  EXPECT_EQ(CCameraT02C::GainValue2Reg(100), 96);
+  EXPECT_EQ(T02C::GainValue2Reg(0), 0);
+  EXPECT_EQ(T02C::GainValue2Reg(1), 2);
+  EXPECT_EQ(T02C::GainValue2Reg(14), 31);
+  EXPECT_EQ(T02C::GainValue2Reg(15), 32);
+  EXPECT_EQ(T02C::GainValue2Reg(50), 68);
+  EXPECT_EQ(T02C::GainValue2Reg(100), 96);
 }
 
 TEST_F(CommandConversationTest, ASensorThatDoesNotGetDoneIsGivenUp) {
@@ -132,17 +132,17 @@ class CommandStreamTest : public CommandConversationTest {
 
 TEST_F(CommandStreamTest, StreamingStopsAndRunsByCommand) {
   open();
-  ASSERT_TRUE(camera_.SetResolution(64, 64, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera_.setResolution(64, 64, 1, IMAGE_8BIT));
   forget();
   scripted_.device->bulk = [](std::uint8_t) {
     std::vector<std::uint8_t> frame(64 * 64, 0);
     std::ranges::copy(std::array<std::uint8_t, 4>{0x11, 0xAA, 0x00, 0xBB}, frame.end() - 4);
     return testing::Answer{.data = std::move(frame), .delay = std::chrono::milliseconds(10)};
   };
-  ASSERT_TRUE(camera_.StartCapture(true));
+  ASSERT_TRUE(camera_.startCapture(true));
   std::vector<unsigned char> image(64 * 64);
   EXPECT_TRUE(camera_.GetImage(image.data(), 64 * 64, 20000));
-  camera_.StopCapture();
+  camera_.stopCapture();
   EXPECT_THAT(commands_, ElementsAre(2, 3, 2));
 }
 

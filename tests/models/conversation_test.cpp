@@ -33,27 +33,27 @@ class ConversationTest : public ::testing::Test {
   }
 
   void open() {
-    ASSERT_TRUE(camera_.OpenCamera(1));
-    ASSERT_TRUE(camera_.InitCamera());
+    ASSERT_TRUE(camera_.open(1));
+    ASSERT_TRUE(camera_.initialise());
     conversation_.take();
   }
 
   Conversation conversation_;
   VirtualBench bench_;
-  CCameraT15C camera_;
+  T15C camera_;
 };
 
 TEST_F(ConversationTest, ConstructionAndOpeningSendNoRequest) {
-  EXPECT_FALSE(camera_.OpenCamera(0));
-  EXPECT_FALSE(camera_.OpenCamera(2));
-  EXPECT_TRUE(camera_.OpenCamera(1));
-  EXPECT_TRUE(camera_.OpenCamera(1));
+  EXPECT_FALSE(camera_.open(0));
+  EXPECT_FALSE(camera_.open(2));
+  EXPECT_TRUE(camera_.open(1));
+  EXPECT_TRUE(camera_.open(1));
   EXPECT_THAT(conversation_.take(), IsEmpty());
 }
 
 TEST_F(ConversationTest, Initialisation) {
-  ASSERT_TRUE(camera_.OpenCamera(1));
-  ASSERT_TRUE(camera_.InitCamera());
+  ASSERT_TRUE(camera_.open(1));
+  ASSERT_TRUE(camera_.initialise());
 
   // Whatever a program before this one has left on goes off first: the four guide lines, the
   // stream, the flash's bus.
@@ -87,7 +87,7 @@ TEST_F(ConversationTest, Initialisation) {
 
 TEST_F(ConversationTest, FullRegion) {
   open();
-  ASSERT_TRUE(camera_.SetResolution(1304, 976, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera_.setResolution(1304, 976, 1, IMAGE_8BIT));
   const Lines position = {"S3001=01", "S303C=00", "S303D=00", "S3038=00", "S3039=00", "S3001=00"};
   const Lines depth = {"S3044=E1", "S3005=01", "F10=01"};
   const Lines region = {"F1=01",    "S3006=00", "F2=04",    "F6=09", "S303E=18",
@@ -100,7 +100,7 @@ TEST_F(ConversationTest, FullRegion) {
 
 TEST_F(ConversationTest, BinOfTwoOnTheSensor) {
   open();
-  ASSERT_TRUE(camera_.SetResolution(640, 480, 2, IMAGE_RAW16));
+  ASSERT_TRUE(camera_.setResolution(640, 480, 2, IMAGE_RAW16));
   const Lines sent = conversation_.take();
   const Lines position = {"S3001=01", "S303C=0C", "S303D=00", "S3038=08", "S3039=00", "S3001=00"};
   const Lines depth = {"S3044=E1", "S3005=00", "F10=11"};
@@ -116,52 +116,52 @@ TEST_F(ConversationTest, BinOfTwoOnTheSensor) {
 
 TEST_F(ConversationTest, HighSpeedReadsTenBitsTwiceAsFast) {
   open();
-  camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
+  camera_.setResolution(1304, 976, 1, IMAGE_8BIT);
   conversation_.take();
-  ASSERT_TRUE(camera_.SetHighSpeedMode(true));
+  ASSERT_TRUE(camera_.setHighSpeedMode(true));
   const Lines sent = conversation_.take();
   const Lines mode = {"S3044=E0", "S3005=00", "F10=00", "S3009=10"};
   EXPECT_THAT(Lines(sent.begin(), sent.begin() + 4), ElementsAreArray(mode));
   EXPECT_EQ(camera_.GetCMOSClk(), 37124);
   EXPECT_THAT(Lines(sent.end() - 2, sent.end()), ElementsAre("S300B=00", "S300A=01"));
 
-  camera_.SetResolution(652, 488, 2, IMAGE_8BIT);
+  camera_.setResolution(652, 488, 2, IMAGE_8BIT);
   conversation_.take();
-  EXPECT_TRUE(camera_.SetHighSpeedMode(false));
+  EXPECT_TRUE(camera_.setHighSpeedMode(false));
   EXPECT_THAT(conversation_.take(), IsEmpty()) << "binning on the sensor fixes the mode";
 }
 
 TEST_F(ConversationTest, CrossingOneSecondIsToldOnce) {
   open();
-  camera_.SetExp(999'999, false);
+  camera_.setExposure(999'999, false);
   EXPECT_THAT(conversation_.take(), Not(Contains("S0000=E1")));
-  camera_.SetExp(1'000'000, false);
+  camera_.setExposure(1'000'000, false);
   EXPECT_EQ(conversation_.take().front(), "S0000=E1");
-  camera_.SetExp(2'000'000, false);
+  camera_.setExposure(2'000'000, false);
   EXPECT_THAT(conversation_.take(), Not(Contains("S0000=E1")));
-  camera_.SetExp(999'999, false);
+  camera_.setExposure(999'999, false);
   const Lines sent = conversation_.take();
   EXPECT_THAT(Lines(sent.begin(), sent.begin() + 2), ElementsAre("S0000=21", "S3009=11"));
 
-  camera_.SetExp(5, false);
+  camera_.setExposure(5, false);
   EXPECT_EQ(camera_.state().exposureUs, 32U);
-  camera_.SetExp(std::uint64_t{1} << 32U, false);
+  camera_.setExposure(std::uint64_t{1} << 32U, false);
   EXPECT_EQ(camera_.state().exposureUs, 1'000'000'000U);
 }
 
 TEST_F(ConversationTest, BandwidthIsLimitedAndStartsAnewOnAutomatic) {
   open();
-  camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
+  camera_.setResolution(1304, 976, 1, IMAGE_8BIT);
   int percent = 0;
   bool automatic = true;
-  camera_.SetFPSPerc(30, false);
+  camera_.setBandwidth(30, false);
   camera_.GetFPSPerc(&percent, &automatic);
   EXPECT_EQ(percent, 40);
   EXPECT_FALSE(automatic);
-  camera_.SetFPSPerc(60, true);
+  camera_.setBandwidth(60, true);
   camera_.GetFPSPerc(&percent, &automatic);
   EXPECT_EQ(percent, 100);
-  camera_.SetFPSPerc(60, true);
+  camera_.setBandwidth(60, true);
   camera_.GetFPSPerc(&percent, &automatic);
   EXPECT_EQ(percent, 60) << "already on automatic: the value counts";
 }
@@ -171,35 +171,35 @@ TEST_F(ConversationTest, CamerasOfOneModelHaveLineLengthsOfTheirOwn) {
   sim::CameraOptions onUsb2;
   onUsb2.usb3Port = false;
   bench_.plug(onUsb2);
-  const auto fastest = [](CCameraT15C& camera) {
+  const auto fastest = [](T15C& camera) {
     float frames = 0;
     float data = 0;
-    camera.SetFPSPerc(100, false);
+    camera.setBandwidth(100, false);
     camera.GetMaxFPS(&frames, &data);
     return frames;
   };
-  camera_.SetResolution(320, 240, 1, IMAGE_8BIT);
+  camera_.setResolution(320, 240, 1, IMAGE_8BIT);
   const float alone = fastest(camera_);
-  CCameraT15C other;  // on USB 2 it comes first in its class
-  ASSERT_TRUE(other.OpenCamera(1) && other.InitCamera());
-  ASSERT_TRUE(other.SetResolution(640, 480, 2, IMAGE_RAW16)) << "with the shortest of lines";
+  T15C other;  // on USB 2 it comes first in its class
+  ASSERT_TRUE(other.open(1) && other.initialise());
+  ASSERT_TRUE(other.setResolution(640, 480, 2, IMAGE_RAW16)) << "with the shortest of lines";
   EXPECT_EQ(fastest(camera_), alone);
 }
 
 TEST_F(ConversationTest, StartAndStop) {
   open();
-  camera_.SetResolution(1304, 976, 1, IMAGE_8BIT);
-  camera_.SetExp(20000, false);  // above the frame time: reads have a second to come
+  camera_.setResolution(1304, 976, 1, IMAGE_8BIT);
+  camera_.setExposure(20000, false);  // above the frame time: reads have a second to come
   conversation_.take();
-  ASSERT_TRUE(camera_.StartCapture(false));
-  ASSERT_TRUE(camera_.StartCapture(false));
+  ASSERT_TRUE(camera_.startCapture(false));
+  ASSERT_TRUE(camera_.startCapture(false));
   std::vector<unsigned char> image(1304 * 976);
   ASSERT_TRUE(camera_.GetImage(image.data(), static_cast<int>(image.size()), 5000));
   EXPECT_THAT(conversation_.take(),
               ElementsAre("AA", "F0=31", "S3000=01", "A9", "S3000=00", "F0=21"));
-  ASSERT_TRUE(camera_.StopCapture());
+  ASSERT_TRUE(camera_.stopCapture());
   EXPECT_THAT(conversation_.take(), ElementsAre("F0=31", "S3000=01", "AA"));
-  ASSERT_TRUE(camera_.StopCapture());
+  ASSERT_TRUE(camera_.stopCapture());
   EXPECT_THAT(conversation_.take(), IsEmpty());
 }
 
@@ -232,8 +232,8 @@ TEST_F(ConversationTest, RequestsOfOnesOwn) {
 
 TEST_F(ConversationTest, WhatWasSetIsTold) {
   open();
-  camera_.SetMisc(true, false);
-  camera_.SetRGBBalance(30, 70, true);
+  camera_.setFlip(true, false);
+  camera_.setWhiteBalance(30, 70, true);
   camera_.SetAutoPara(400, 20, 90);
   bool horizontal = false;
   bool vertical = true;
@@ -251,20 +251,20 @@ TEST_F(ConversationTest, WhatWasSetIsTold) {
   EXPECT_TRUE(maxGain == 400 && maxExposure == 20 && target == 90);
   float frameRate = 0;
   float dataRate = 0;
-  camera_.SetFPSPerc(100, false);
+  camera_.setBandwidth(100, false);
   EXPECT_TRUE(camera_.GetMaxFPS(&frameRate, &dataRate));
   EXPECT_GT(frameRate, 0);
 }
 
 TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {
   open();
-  EXPECT_TRUE(camera_.CloseCamera());
+  EXPECT_TRUE(camera_.close());
   std::uint16_t value = 7;
   EXPECT_FALSE(camera_.SendCMD(0xAA));
   EXPECT_FALSE(camera_.ReadCameraRegister(0x3000, &value));
   EXPECT_EQ(value, 0);
   EXPECT_FALSE(camera_.IsUSB3Host());
-  EXPECT_FALSE(camera_.StartCapture(false));
+  EXPECT_FALSE(camera_.startCapture(false));
   EXPECT_THAT(conversation_.take(), IsEmpty());
 }
 

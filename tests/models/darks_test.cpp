@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "camera/dark_file.h"
+#include "delivery/dark_file.h"
 #include "models/models.h"
 #include "support/scratch_folder.h"
 #include "support/virtual_bench.h"
@@ -38,9 +38,9 @@ class DarksTest : public ::testing::Test {
     options.noise = false;
     options.pace = sim::Pace::kFree;
     plug(options);
-    camera_->SetBrightness(0);
-    camera_->SetGain(0, false);
-    camera_->SetExp(10000, false);
+    camera_->setBrightness(0);
+    camera_->setGain(0, false);
+    camera_->setExposure(10000, false);
   }
 
   /// Takes another camera in the place of the one before.
@@ -53,25 +53,25 @@ class DarksTest : public ::testing::Test {
   }
   void open() {
     camera_ = nullptr;
-    camera_ = std::make_unique<CCameraT15C>();
-    ASSERT_TRUE(camera_->OpenCamera(1));
-    ASSERT_TRUE(camera_->InitCamera());
-    camera_->SetRGBBalance(50, 50, false);
+    camera_ = std::make_unique<T15C>();
+    ASSERT_TRUE(camera_->open(1));
+    ASSERT_TRUE(camera_->initialise());
+    camera_->setWhiteBalance(50, 50, false);
     camera_->state().rawOutput = true;
   }
 
   Bytes take(std::size_t bytes) {
     Bytes image(bytes);
-    EXPECT_TRUE(camera_->StartCapture(false));
+    EXPECT_TRUE(camera_->startCapture(false));
     EXPECT_TRUE(camera_->GetImage(image.data(), static_cast<int>(bytes), 20000));
-    EXPECT_TRUE(camera_->StopCapture());
+    EXPECT_TRUE(camera_->stopCapture());
     return image;
   }
 
   /// Takes a dark of the whole sensor with the present exposure.
   void recordDark() {
-    ASSERT_TRUE(camera_->SetResolution(kSensorWidth, kSensorHeight, 1, IMAGE_8BIT));
-    ASSERT_TRUE(camera_->StartCapture(false));
+    ASSERT_TRUE(camera_->setResolution(kSensorWidth, kSensorHeight, 1, IMAGE_8BIT));
+    ASSERT_TRUE(camera_->startCapture(false));
     const int frames = camera_->GettingDark(true, 0);
     Bytes image(kSensorPixels);
     for (int i = 0; i < frames; ++i) {
@@ -79,12 +79,12 @@ class DarksTest : public ::testing::Test {
       ASSERT_TRUE(camera_->GetImage(image.data(), static_cast<int>(image.size()), 20000));
     }
     EXPECT_TRUE(camera_->IsGetDarkOver());
-    ASSERT_TRUE(camera_->StopCapture());
+    ASSERT_TRUE(camera_->stopCapture());
   }
 
   ScratchFolder folder_;
   VirtualBench bench_;
-  std::unique_ptr<CCameraT15C> camera_;
+  std::unique_ptr<T15C> camera_;
 };
 
 TEST_F(DarksTest, EveryRegionAndBinLosesItsPartOfTheDark) {
@@ -106,14 +106,14 @@ TEST_F(DarksTest, EveryRegionAndBinLosesItsPartOfTheDark) {
         dark[static_cast<std::size_t>(row * kSensorWidth + column)] = 40;
       }
     }
-    ASSERT_EQ(CCameraBase::CreateBMP(kSensorWidth, kSensorHeight, dark.data(), path.c_str()), 1);
+    ASSERT_EQ(Camera::CreateBMP(kSensorWidth, kSensorHeight, dark.data(), path.c_str()), 1);
     ASSERT_EQ(camera_->LoadBMPFromFile(path.c_str()), 1);
     camera_->UsingDark(true);
     for (const bool hardware : {true, false}) {
       SCOPED_TRACE("bin " + std::to_string(bin) + (hardware ? " camera" : " host"));
-      camera_->SetHardwareBin(hardware);
-      ASSERT_TRUE(camera_->SetResolution(kWidth, kHeight, bin, IMAGE_8BIT));
-      ASSERT_TRUE(camera_->SetStartPos(kX, kY));
+      camera_->setHardwareBin(hardware);
+      ASSERT_TRUE(camera_->setResolution(kWidth, kHeight, bin, IMAGE_8BIT));
+      ASSERT_TRUE(camera_->setStartPosition(kX, kY));
       // The host adds samples up, each without its dark.
       const int samples = hardware ? 1 : bin * bin;
       const auto level = static_cast<std::uint8_t>(std::min(samples * kLevel, 255));
@@ -132,16 +132,16 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
   ASSERT_TRUE(writeDarkFile(path, kSensorWidth, kSensorHeight, dark));
   ASSERT_EQ(camera_->LoadBMPFromFile(path.c_str()), 1);
   camera_->UsingDark(true);
-  ASSERT_TRUE(camera_->SetResolution(64, 64, 1, IMAGE_8BIT));
-  camera_->SetStartPos(0, 0);
+  ASSERT_TRUE(camera_->setResolution(64, 64, 1, IMAGE_8BIT));
+  camera_->setStartPosition(0, 0);
   const auto deliver = [&](bool automatic, std::uint64_t exposureUs) {
     Bytes image(64 * 64);
-    camera_->SetExp(exposureUs, automatic);
-    EXPECT_TRUE(camera_->StartCapture(true));
+    camera_->setExposure(exposureUs, automatic);
+    EXPECT_TRUE(camera_->startCapture(true));
     EXPECT_TRUE(eventually([&] { return camera_->capture().status() == Orvik_EXPSTATE_READY; }));
     EXPECT_TRUE(camera_->GetImage(image.data(), 64 * 64, 10000));
-    camera_->StopCapture();
-    camera_->SetExp(10000, false);
+    camera_->stopCapture();
+    camera_->setExposure(10000, false);
     return int{image[40 * 64 + 40]};
   };
   constexpr int kWhite = 255;  // so long exposures are
@@ -149,8 +149,8 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
   EXPECT_EQ(deliver(true, 499999), kWhite);
   EXPECT_EQ(deliver(true, 500000), kWhite - 40);
 
-  ASSERT_TRUE(camera_->SetResolution(64, 64, 1, IMAGE_RAW16));
-  camera_->SetStartPos(0, 0);
+  ASSERT_TRUE(camera_->setResolution(64, 64, 1, IMAGE_RAW16));
+  camera_->setStartPosition(0, 0);
   const Bytes wide = take(64 * 64 * 2);
   EXPECT_EQ(wide[(40 * 64 + 40) * 2 + 1], kLevel);
 }
@@ -160,22 +160,22 @@ TEST_F(DarksTest, ATableIsStoredAndReadBack) {
   HotPixelTable table(hotPixelTableBytes(kSensorWidth, kSensorHeight));
   for (std::size_t i = 3; i < table.size(); i += 5003) table[i] = 0x24;
   int length = 0;
-  const Bytes stored = CCameraBase::Compress(table.data(), static_cast<int>(table.size()), &length);
+  const Bytes stored = Camera::Compress(table.data(), static_cast<int>(table.size()), &length);
   ASSERT_LE(static_cast<std::size_t>(length), stored.size());
   EXPECT_EQ(camera_->Uncompress(stored.data(), length), table);
 }
 
 TEST_F(DarksTest, TheTimeIsInTheImageWhileItIsWanted) {
   plugEven();
-  ASSERT_TRUE(camera_->SetResolution(240, 60, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera_->setResolution(240, 60, 1, IMAGE_8BIT));
   EXPECT_EQ(take(240 * 60), Bytes(240 * 60, kLevel));
   camera_->SetTimeMark(true);
   const Bytes grey = take(240 * 60);
   EXPECT_EQ(std::ranges::count(grey, 0) + std::ranges::count(grey, 255), 20 * 8 * 11);
-  ASSERT_TRUE(camera_->SetResolution(240, 60, 1, IMAGE_RGB24));
+  ASSERT_TRUE(camera_->setResolution(240, 60, 1, IMAGE_RGB24));
   const Bytes colour = take(240 * 60 * 3);
   EXPECT_EQ(std::ranges::count(colour, 0) + std::ranges::count(colour, 255), 20 * 8 * 11 * 3);
-  ASSERT_TRUE(camera_->SetResolution(240, 60, 1, IMAGE_RAW16));
+  ASSERT_TRUE(camera_->setResolution(240, 60, 1, IMAGE_RAW16));
   const Bytes wide = take(240 * 60 * 2);
   EXPECT_EQ(std::ranges::count(wide, 255), 0);
 }
@@ -195,10 +195,10 @@ TEST_F(DarksTest, CorrectionsBringALongExposureNearerToAPerfectSensor) {
   options.pace = sim::Pace::kFree;
   options.ambient = 35;
   const auto expose = [&] {
-    camera_->SetBrightness(80);
-    camera_->SetGain(100, false);
-    camera_->SetExp(900000, false);
-    EXPECT_TRUE(camera_->SetResolution(kSensorWidth, kSensorHeight, 1, IMAGE_8BIT));
+    camera_->setBrightness(80);
+    camera_->setGain(100, false);
+    camera_->setExposure(900000, false);
+    EXPECT_TRUE(camera_->setResolution(kSensorWidth, kSensorHeight, 1, IMAGE_8BIT));
   };
   options.sceneKind = sim::SceneKind::kDark;
   plug(options);

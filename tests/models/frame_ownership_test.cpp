@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 class FrameOwnership : public CaptureTest {
  protected:
   void takeSnapshot() {
-    ASSERT_TRUE(camera_->StartCapture(true));
+    ASSERT_TRUE(camera_->startCapture(true));
     ASSERT_TRUE(snapshotEnds());
     ASSERT_EQ(status(), Orvik_EXPSTATE_READY);
   }
@@ -44,11 +44,11 @@ TEST_F(FrameOwnership, AnImageThatNobodyFetchedDoesNotBecomeAnotherCaptures) {
   for (const bool snapshot : {false, true}) {
     takeSnapshot();
     const std::uint64_t former = camera_->capture().current()->number();
-    ASSERT_TRUE(camera_->StartCapture(snapshot));
+    ASSERT_TRUE(camera_->startCapture(snapshot));
     ASSERT_TRUE(getImage());
     EXPECT_EQ(last().facts.capture, former + 1);
     EXPECT_EQ(last().facts.snapshot, snapshot);
-    camera_->StopCapture();
+    camera_->stopCapture();
   }
   takeSnapshot();
   camera_->forgetCapture();
@@ -59,7 +59,7 @@ TEST_F(FrameOwnership, AnImageThatNobodyFetchedDoesNotBecomeAnotherCaptures) {
 TEST_F(FrameOwnership, ASnapshotKeepsItsFormat) {
   open();
   takeSnapshot();
-  ASSERT_TRUE(camera_->SetResolution(64, 32, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera_->setResolution(64, 32, 1, IMAGE_8BIT));
   EXPECT_EQ(status(), Orvik_EXPSTATE_READY);
   EXPECT_FALSE(getInto(64 * 32)) << "the image is larger, and stays";
   EXPECT_EQ(std::ranges::count(image_, 0xBD), 64 * 32);
@@ -71,13 +71,13 @@ TEST_F(FrameOwnership, ASnapshotKeepsItsFormat) {
 
 TEST_F(FrameOwnership, WithoutAFormatThatWasSetTheToldOneHolds) {
   bench_.plug();
-  camera_ = std::make_unique<CCameraT15C>();
-  ASSERT_TRUE(camera_->OpenCamera(1));
-  ASSERT_TRUE(camera_->InitCamera());
+  camera_ = std::make_unique<T15C>();
+  ASSERT_TRUE(camera_->open(1));
+  ASSERT_TRUE(camera_->initialise());
   const FrameFormat told = camera_->format();
   EXPECT_EQ(told.imageBytes(), 1304U * 976U);
-  camera_->SetExp(kPatientExposureUs, false);
-  ASSERT_TRUE(camera_->StartCapture(false));
+  camera_->setExposure(kPatientExposureUs, false);
+  ASSERT_TRUE(camera_->startCapture(false));
   EXPECT_FALSE(getInto(told.imageBytes() - 1));
   EXPECT_TRUE(getInto(told.imageBytes()));
   EXPECT_EQ(last().format, told);
@@ -85,12 +85,12 @@ TEST_F(FrameOwnership, WithoutAFormatThatWasSetTheToldOneHolds) {
 
 TEST_F(FrameOwnership, FactsTellOneCaptureFromBeginToEnd) {
   open();
-  camera_->SetGain(150, false);
-  camera_->SetStartPos(100, 50);
-  camera_->SetMisc(true, false);
-  camera_->SetExp(30'000, false);
+  camera_->setGain(150, false);
+  camera_->setStartPosition(100, 50);
+  camera_->setFlip(true, false);
+  camera_->setExposure(30'000, false);
   const auto before = camera_->clock().now();
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   FrameFacts former;
   for (int n = 0; n < 5; ++n) {
     ASSERT_TRUE(getImage());
@@ -121,12 +121,12 @@ TEST_F(FrameOwnership, FactsTellOneCaptureFromBeginToEnd) {
 // The screen is as bright as the exposure is long, so an image shows what it was exposed with.
 TEST_F(FrameOwnership, AnImageIsAsBrightAsItsSettingsSay) {
   open();
-  camera_->SetExp(40'000, false);
-  camera_->SetGain(100, false);
-  ASSERT_TRUE(camera_->StartCapture(false));
+  camera_->setExposure(40'000, false);
+  camera_->setGain(100, false);
+  ASSERT_TRUE(camera_->startCapture(false));
   int settled = 0;
   for (int n = 0; n < 40; ++n) {
-    if (n % 4 == 0) camera_->SetExp(n % 8 == 0 ? 40'000 : 20'000, false);
+    if (n % 4 == 0) camera_->setExposure(n % 8 == 0 ? 40'000 : 20'000, false);
     ASSERT_TRUE(getImage());
     const FrameFacts facts = last().facts;
     if (!facts.isSettled) continue;
@@ -148,9 +148,9 @@ TEST_F(FrameOwnership, ExposuresAcrossOneSecondKeepTheirFrames) {
     ++made->count;
     return true;
   });
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   for (const std::uint64_t exposureUs : {1'100'000U, 300'000U, 1'000'000U}) {
-    camera_->SetExp(exposureUs, false);
+    camera_->setExposure(exposureUs, false);
     int settled = 0;
     while (settled < 2) {
       ASSERT_TRUE(getImage(20'000));
@@ -168,7 +168,7 @@ TEST_F(FrameOwnership, ExposuresAcrossOneSecondKeepTheirFrames) {
 // The buffer of the reader has room for the largest image and not a byte more.
 TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
   open(nullptr, sim::Pace::kFree);
-  ASSERT_TRUE(camera_->StartCapture(false));
+  ASSERT_TRUE(camera_->startCapture(false));
   std::atomic<bool> stop{false};
   std::atomic<int> images{0};
   std::thread reader([&] {
@@ -197,9 +197,9 @@ TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
     const int bin = 1 + n % 2;
     const int width = n % 3 == 0 ? 640 : 320;
     ASSERT_TRUE(camera_->setFormat(width, width * 3 / 4, bin, kTypes[n % 3], n % 4 == 0, {}));
-    if (n % 5 == 0) camera_->SetHardwareBin(n % 10 == 0);
-    if (n % 7 == 0) camera_->SetHighSpeedMode(n % 14 == 0);
-    camera_->SetStartPos(n, n);
+    if (n % 5 == 0) camera_->setHardwareBin(n % 10 == 0);
+    if (n % 7 == 0) camera_->setHighSpeedMode(n % 14 == 0);
+    camera_->setStartPosition(n, n);
     const int before = images;
     if (n % 10 == 9) {
       EXPECT_TRUE(eventually([&] { return images > before; }));
@@ -212,14 +212,14 @@ TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
 
 TEST_F(FrameOwnership, AWaitLastsAcrossAChangeOfTheFormat) {
   open();
-  camera_->SetExp(200'000, false);
-  ASSERT_TRUE(camera_->StartCapture(false));
+  camera_->setExposure(200'000, false);
+  ASSERT_TRUE(camera_->startCapture(false));
   std::vector<unsigned char> buffer(640 * 480);
   bool came = false;
   std::thread waiting(
       [&] { came = camera_->GetImage(buffer.data(), static_cast<int>(buffer.size()), kNoLimit); });
   std::this_thread::sleep_for(50ms);
-  ASSERT_TRUE(camera_->SetResolution(640, 480, 1, IMAGE_8BIT));
+  ASSERT_TRUE(camera_->setResolution(640, 480, 1, IMAGE_8BIT));
   waiting.join();
   EXPECT_TRUE(came);
   EXPECT_EQ(last().format.width, 640);

@@ -67,30 +67,30 @@ class FramesTest : public ::testing::Test {
     options.noise = false;
     options.pace = sim::Pace::kFree;
     bench_.plug(options);
-    ASSERT_TRUE(camera_.OpenCamera(1));
-    ASSERT_TRUE(camera_.InitCamera());
-    camera_.SetRGBBalance(50, 50, false);
-    camera_.SetBrightness(0);
-    camera_.SetGain(0, false);
-    camera_.SetExp(kExposureUs, false);
+    ASSERT_TRUE(camera_.open(1));
+    ASSERT_TRUE(camera_.initialise());
+    camera_.setWhiteBalance(50, 50, false);
+    camera_.setBrightness(0);
+    camera_.setGain(0, false);
+    camera_.setExposure(kExposureUs, false);
   }
 
   std::vector<std::uint8_t> take(const Request& request, std::size_t bytes, bool raw = true) {
     camera_.state().rawOutput = raw;
-    camera_.SetHardwareBin(request.hardwareBin);
-    camera_.SetMisc(request.flipHorizontal, request.flipVertical);
-    EXPECT_TRUE(camera_.SetResolution(request.width, request.height, request.bin, request.type));
-    camera_.SetHighSpeedMode(request.highSpeed);
-    camera_.SetStartPos(request.x, request.y);
+    camera_.setHardwareBin(request.hardwareBin);
+    camera_.setFlip(request.flipHorizontal, request.flipVertical);
+    EXPECT_TRUE(camera_.setResolution(request.width, request.height, request.bin, request.type));
+    camera_.setHighSpeedMode(request.highSpeed);
+    camera_.setStartPosition(request.x, request.y);
     std::vector<std::uint8_t> image(bytes, 0xEE);
-    EXPECT_TRUE(camera_.StartCapture(false));
+    EXPECT_TRUE(camera_.startCapture(false));
     EXPECT_TRUE(camera_.GetImage(image.data(), static_cast<int>(bytes), 10000));
-    EXPECT_TRUE(camera_.StopCapture());
+    EXPECT_TRUE(camera_.stopCapture());
     return image;
   }
 
   VirtualBench bench_;
-  CCameraT15C camera_;
+  T15C camera_;
 };
 
 /// The sensor's samples as the region shows them after the flips, before any binning on the host.
@@ -304,13 +304,13 @@ TEST_F(FramesTest, GammaLeavesFiftyAloneAndBendsOtherwise) {
   plug(std::make_shared<CodedScene>([](int, int) { return 60; }));
   const Request request{64, 64, 1, true, IMAGE_8BIT, false, false, 0, 0};
   EXPECT_EQ(take(request, 64 * 64)[2000], 60);
-  camera_.SetGamma(100);
+  camera_.setGamma(100);
   EXPECT_EQ(take(request, 64 * 64)[2000], std::lround(255 * std::sqrt(60 / 255.0)));
   const Request wide{64, 64, 1, true, IMAGE_RAW16, false, false, 0, 0};
   const auto image = take(wide, 64 * 64 * 2);
   const int value = image[4000] | image[4001] << 8;
   EXPECT_NEAR(value, 65535 * std::sqrt((60 * 16 + 8) * 16 / 65535.0), 120);
-  camera_.SetGamma(50);
+  camera_.setGamma(50);
   EXPECT_EQ(take(request, 64 * 64)[2000], 60);
 }
 
@@ -318,10 +318,10 @@ TEST_F(FramesTest, AnImageIsNeverLargerThanItsBuffer) {
   plug(std::make_shared<CodedScene>());
   const Request request{64, 64, 1, true, IMAGE_8BIT, false, false, 0, 0};
   take(request, 64 * 64);
-  ASSERT_TRUE(camera_.StartCapture(false));
+  ASSERT_TRUE(camera_.startCapture(false));
   std::vector<std::uint8_t> image(200, 0xEE);
   EXPECT_FALSE(camera_.GetImage(image.data(), 100, 10000));
-  ASSERT_TRUE(camera_.SetResolution(64, 64, 1, IMAGE_RGB24));
+  ASSERT_TRUE(camera_.setResolution(64, 64, 1, IMAGE_RGB24));
   EXPECT_FALSE(camera_.GetImage(image.data(), 100, 10000));
   EXPECT_TRUE(std::all_of(image.begin(), image.end(), [](int v) { return v == 0xEE; }));
 }

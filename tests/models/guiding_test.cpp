@@ -34,7 +34,7 @@ class GuidingTest : public ::testing::Test {
       lines_.push_back((setup.request == 0xB0 ? "on " : "off ") + std::to_string(setup.value));
     };
     id_ = bench_.plug(options);
-    camera_->OpenCamera(1);
+    camera_->open(1);
   }
 
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
@@ -42,7 +42,7 @@ class GuidingTest : public ::testing::Test {
   std::vector<std::string> lines_;
   std::shared_ptr<SteppedClock> clock_ = std::make_shared<SteppedClock>();
   VirtualBench bench_{clock_};
-  std::unique_ptr<CCameraT15C> camera_ = std::make_unique<CCameraT15C>();
+  std::unique_ptr<T15C> camera_ = std::make_unique<T15C>();
   int id_ = 0;
 };
 
@@ -83,12 +83,12 @@ TEST_F(GuidingTest, LinesGoOffWithTheCamera) {
   camera_->pulseGuideOn(Orvik_GUIDE_DIR_2);
   camera_->pulseGuideOff(Orvik_GUIDE_DIR_0);
   take();
-  camera_->CloseCamera();
+  camera_->close();
   EXPECT_THAT(take(), ElementsAre("off 2"));
   EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_1)) << "closed, and true all the same";
   EXPECT_THAT(take(), IsEmpty());
 
-  ASSERT_TRUE(camera_->OpenCamera(1));
+  ASSERT_TRUE(camera_->open(1));
   camera_->pulseGuideOn(Orvik_GUIDE_DIR_1);
   camera_.reset();
   EXPECT_THAT(take(), ElementsAre("on 1", "off 1"));
@@ -99,7 +99,7 @@ TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
   bench_.host().unplug(id_);
   EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_1));
   EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_0));
-  EXPECT_TRUE(camera_->CloseCamera());
+  EXPECT_TRUE(camera_->close());
 }
 
 // The camera object is left as it is when the process ends, as one held by the flat interface is.
@@ -122,10 +122,10 @@ enum class Leaving { kInPeace, kAfterAFork, kWhileRequestsHang };
   static auto* const faults =
       new std::shared_ptr<fault::FaultHost>(new fault::FaultHost(bench->sharedHost()));
   installHost(*faults);
-  static auto* const camera = new CCameraT13C_C;
-  camera->OpenCamera(1);
+  static auto* const camera = new T13C_C;
+  camera->open(1);
   camera->pulseGuideOn(Orvik_GUIDE_DIR_2);
-  camera->SetPowerPerc(50);
+  camera->setPower(50);
   camera->StartUSBStreaming();
   camera->EnableGPIF32DQ(false);
   const pid_t child = how == Leaving::kAfterAFork ? fork() : 0;

@@ -16,10 +16,10 @@ class LinkRate : public ::testing::Test {
   /// Plugs the camera and starts a video of its whole sensor.
   void start(const sim::CameraOptions& options, int percent, bool automatic) {
     id_ = bench_.plug(options);
-    ASSERT_TRUE(camera_.OpenCamera(1) && camera_.InitCamera());
-    ASSERT_TRUE(camera_.SetResolution(1304, 976, 1, IMAGE_8BIT));
-    camera_.SetFPSPerc(percent, automatic);
-    ASSERT_TRUE(camera_.StartCapture(false));
+    ASSERT_TRUE(camera_.open(1) && camera_.initialise());
+    ASSERT_TRUE(camera_.setResolution(1304, 976, 1, IMAGE_8BIT));
+    camera_.setBandwidth(percent, automatic);
+    ASSERT_TRUE(camera_.startCapture(false));
   }
 
   bool takeImages(int count) {
@@ -40,7 +40,7 @@ class LinkRate : public ::testing::Test {
   }
 
   VirtualBench bench_;
-  CCameraT15C camera_;
+  T15C camera_;
   int id_ = 0;
 };
 
@@ -48,10 +48,10 @@ TEST_F(LinkRate, TheFullBandwidthIsMoreThanUsb2CarriesAndItsDefaultIsNot) {
   start(usb2(), 80, false);
   EXPECT_TRUE(takeImages(15));
   EXPECT_EQ(lost(), 0U);
-  camera_.SetFPSPerc(100, false);
+  camera_.setBandwidth(100, false);
   EXPECT_TRUE(eventually([&] { return lost() > 0; }));
   EXPECT_TRUE(eventually([&] { return camera_.capture().current()->lostFrames() > 0; }));
-  camera_.SetFPSPerc(80, false);
+  camera_.setBandwidth(80, false);
   EXPECT_TRUE(takeImages(5)) << "what comes through is delivered";
 }
 
@@ -59,7 +59,7 @@ TEST_F(LinkRate, Usb3CarriesTheFullBandwidth) {
   sim::CameraOptions options = usb2();
   options.usb3Port = true;
   start(options, 100, false);
-  camera_.SetHighSpeedMode(true);
+  camera_.setHighSpeedMode(true);
   EXPECT_TRUE(takeImages(30));
   EXPECT_EQ(lost(), 0U);
 }

@@ -10,7 +10,7 @@
 namespace orvik {
 namespace {
 
-const ModelRow& kRow = CCameraT15C::kRow;
+const ModelRow& kRow = T15C::kRow;
 
 TEST(ReadoutGeometryTest, PositionsAreRoundedAndPushedBack) {
   EXPECT_EQ(centred(kRow, 640, 480, 2), (SensorPosition{12, 8}));

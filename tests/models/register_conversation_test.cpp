@@ -29,8 +29,8 @@ struct Bench {
   }
 
   void open() {
-    ASSERT_TRUE(camera.OpenCamera(1));
-    ASSERT_TRUE(camera.InitCamera());
+    ASSERT_TRUE(camera.open(1));
+    ASSERT_TRUE(camera.initialise());
     scripted.conversation.take();
   }
   Lines sent() { return scripted.conversation.take(); }
@@ -49,10 +49,10 @@ const Lines kQuestions = {"RB4", "BE", "RC3", "BE", "RAD", "RBC", "RBC", "RBC"};
 const Lines kExposure33ms = held({"W300A=03D2", "W3012=0240"});
 
 TEST(RegisterConversationTest, T06CInitialisation) {
-  Bench<CCameraT06C> bench(identity::PID_T06C);
-  ASSERT_TRUE(bench.camera.OpenCamera(1));
+  Bench<T06C> bench(identity::PID_T06C);
+  ASSERT_TRUE(bench.camera.open(1));
   EXPECT_THAT(bench.sent(), IsEmpty());
-  ASSERT_TRUE(bench.camera.InitCamera());
+  ASSERT_TRUE(bench.camera.initialise());
   const Lines start = {"AF", "W301A=10D8"};
   // Red 52 and blue 95 of 100 as 8 bits, black level 10, 24 MHz, gain 50.
   const Lines controls = held({"W302A=0085", "W302C=00F3"}) + held({"W301E=000A"}) + Lines{"A3"} +
@@ -62,9 +62,9 @@ TEST(RegisterConversationTest, T06CInitialisation) {
 }
 
 TEST(RegisterConversationTest, T06CRegionDepthAndClock) {
-  Bench<CCameraT06C> bench(identity::PID_T06C);
+  Bench<T06C> bench(identity::PID_T06C);
   bench.open();
-  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_8BIT));
+  ASSERT_TRUE(bench.camera.setResolution(1280, 960, 1, IMAGE_8BIT));
   // 80 percent of USB 2 carries 28.17 frames a second, 871 cycles a line: the shortest decides.
   const Lines position = held({"W3002=0000", "W3004=0000"});
   const Lines area = held({"W3006=03C0", "W3008=0500"});
@@ -73,15 +73,15 @@ TEST(RegisterConversationTest, T06CRegionDepthAndClock) {
                                              kExposure33ms + kExposure33ms));
 
   // Twice the bytes: 1742 cycles a line, 72.58 us; 454 lines of exposure.
-  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_RAW16));
+  ASSERT_TRUE(bench.camera.setResolution(1280, 960, 1, IMAGE_RAW16));
   const Lines wide = held({"W300C=06CE"}) + Lines{"F19=CE", "F20=06"};
   const Lines exposure = held({"W300A=03D2", "W3012=01C6"});
   EXPECT_THAT(bench.sent(), ElementsAreArray(position + Lines{"AC"} + area + Lines{"A3"} + wide +
                                              exposure + exposure));
 
-  ASSERT_TRUE(bench.camera.SetHighSpeedMode(true));
+  ASSERT_TRUE(bench.camera.setHighSpeedMode(true));
   EXPECT_THAT(bench.sent(), Not(Contains("A4"))) << "16 bits are never fast";
-  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_8BIT));
+  ASSERT_TRUE(bench.camera.setResolution(1280, 960, 1, IMAGE_8BIT));
   // 48 MHz: 1742 cycles at 36.29 us; 909 lines.
   const Lines fast = held({"W300A=03D2", "W3012=038D"});
   EXPECT_THAT(bench.sent(),
@@ -89,72 +89,72 @@ TEST(RegisterConversationTest, T06CRegionDepthAndClock) {
 }
 
 TEST(RegisterConversationTest, BinningReadsTheWholeAreaInTheMiddle) {
-  Bench<CCameraT08M> bench(identity::PID_T08M);
+  Bench<T08M> bench(identity::PID_T08M);
   bench.open();
-  ASSERT_TRUE(bench.camera.SetResolution(320, 240, 2, IMAGE_RAW16));
+  ASSERT_TRUE(bench.camera.setResolution(320, 240, 2, IMAGE_RAW16));
   const Lines sent = bench.sent();
   // 640 x 480 of 1280 x 1024
   for (const char* line : {"W3002=0110", "W3004=0140", "W3006=01E0", "W3008=0280"}) {
     EXPECT_THAT(sent, Contains(line));
   }
-  EXPECT_FALSE(bench.camera.SetHardwareBin(true));
-  EXPECT_FALSE(bench.camera.SetBrightness(5)) << "T08M has no black level";
-  EXPECT_FALSE(bench.camera.SetFPSPerc(50, false));
-  EXPECT_FALSE(bench.camera.SetOverCLKPerc(5));
-  bench.camera.SetRGBBalance(60, 40, false);
-  EXPECT_EQ(bench.camera.GetSensorTemp(), 0.0F);
+  EXPECT_FALSE(bench.camera.setHardwareBin(true));
+  EXPECT_FALSE(bench.camera.setBrightness(5)) << "T08M has no black level";
+  EXPECT_FALSE(bench.camera.setBandwidth(50, false));
+  EXPECT_FALSE(bench.camera.setOverclock(5));
+  bench.camera.setWhiteBalance(60, 40, false);
+  EXPECT_EQ(bench.camera.readTemperature(), 0.0F);
   EXPECT_THAT(bench.sent(), IsEmpty());
   EXPECT_EQ(bench.camera.state().whiteBalanceRed, 60);
 }
 
 TEST(RegisterConversationTest, WhoTimesAnExposure) {
-  Bench<CCameraT06C> late(identity::PID_T06C);
+  Bench<T06C> late(identity::PID_T06C);
   late.open();
   // At 57.25 us a line 65535 lines last 3.75 s; beyond, the sensor cannot count.
-  late.camera.SetExp(3'700'000, false);
+  late.camera.setExposure(3'700'000, false);
   EXPECT_THAT(late.sent(), ElementsAreArray(held({"W300A=FC75", "W3012=FC74"})));
   EXPECT_FALSE(late.camera.state().longExposure);
-  late.camera.SetExp(3'800'000, false);
+  late.camera.setExposure(3'800'000, false);
   EXPECT_THAT(late.sent(), ElementsAreArray(held({"W300A=03D2", "W3012=0000"})));
   EXPECT_TRUE(late.camera.state().longExposure);
 
-  Bench<CCameraT06M> early(identity::PID_T06M);
+  Bench<T06M> early(identity::PID_T06M);
   early.open();
-  early.camera.SetExp(999'999, false);
+  early.camera.setExposure(999'999, false);
   EXPECT_FALSE(early.camera.state().longExposure);
-  early.camera.SetExp(1'000'000, false);
+  early.camera.setExposure(1'000'000, false);
   EXPECT_TRUE(early.camera.state().longExposure);
-  early.camera.SetExp(1, true);
+  early.camera.setExposure(1, true);
   EXPECT_EQ(early.camera.state().exposureUs, 64U);
   EXPECT_EQ(early.camera.state().exposureLines, 1U);
   EXPECT_FALSE(early.camera.state().longExposure);
 }
 
 TEST(RegisterConversationTest, OverClocking) {
-  Bench<CCameraT06M_S> bench(identity::PID_T06M_SC);
+  Bench<T06M_S> bench(identity::PID_T06M_SC);
   bench.open();
-  ASSERT_TRUE(bench.camera.SetResolution(1280, 960, 1, IMAGE_8BIT));
+  ASSERT_TRUE(bench.camera.setResolution(1280, 960, 1, IMAGE_8BIT));
   bench.sent();
-  ASSERT_TRUE(bench.camera.SetOverCLKPerc(20));
+  ASSERT_TRUE(bench.camera.setOverclock(20));
   const Lines sent = bench.sent();
   EXPECT_THAT(Lines(sent.begin(), sent.begin() + 2), ElementsAre("A3", "W300E=0078"));
   EXPECT_EQ(bench.camera.GetCMOSClk(), 28800);
   // 1374 cycles at 28800 kHz last 47.71 us: 691 lines.
   EXPECT_THAT(sent, Contains("W3012=02B3"));
-  bench.camera.SetOverCLKPerc(99);
+  bench.camera.setOverclock(99);
   EXPECT_EQ(bench.camera.GetOverCLKPerc(), 30);
 }
 
 TEST(RegisterConversationTest, ABalanceOnTheHostIsTheCamerasOwn) {
-  Bench<CCameraT01C> bench(identity::PID_T01C);
-  CCameraT03C other;
-  CCameraT15C balancedInTheCamera;
-  bench.camera.SetRGBBalance(99, 25, false);
-  other.SetRGBBalance(10, 50, false);
+  Bench<T01C> bench(identity::PID_T01C);
+  T03C other;
+  T15C balancedInTheCamera;
+  bench.camera.setWhiteBalance(99, 25, false);
+  other.setWhiteBalance(10, 50, false);
   EXPECT_EQ(whiteBalance().red, 10) << "the program's own conversions take the latest";
-  CCameraT06C madeLater;
+  T06C madeLater;
   const std::vector<std::uint8_t> raw(16 * 16, 100);
-  const auto pixelOf = [&](const CCameraBase& camera) {
+  const auto pixelOf = [&](const Camera& camera) {
     std::vector<std::uint8_t> image(3 * raw.size());
     camera.Bayer2RGB24(raw.data(), image.data(), 16, 16);
     return std::vector<int>(image.begin() + 3 * 100, image.begin() + 3 * 101);
@@ -166,9 +166,9 @@ TEST(RegisterConversationTest, ABalanceOnTheHostIsTheCamerasOwn) {
 }
 
 TEST(RegisterConversationTest, AutomaticBandwidthIsForNewerModels) {
-  Bench<CCameraT03M> bench(identity::PID_T03M_B);
+  Bench<T03M> bench(identity::PID_T03M_B);
   bench.open();
-  ASSERT_TRUE(bench.camera.SetFPSPerc(60, true));
+  ASSERT_TRUE(bench.camera.setBandwidth(60, true));
   int percent = 0;
   bool automatic = true;
   bench.camera.GetFPSPerc(&percent, &automatic);
@@ -177,9 +177,9 @@ TEST(RegisterConversationTest, AutomaticBandwidthIsForNewerModels) {
 }
 
 TEST(RegisterConversationTest, StreamingStopsAndRunsInTheSensor) {
-  Bench<CCameraT06C> bench(identity::PID_T06C, std::make_shared<seam::SteadyClock>());
+  Bench<T06C> bench(identity::PID_T06C, std::make_shared<seam::SteadyClock>());
   bench.open();
-  ASSERT_TRUE(bench.camera.SetResolution(640, 240, 1, IMAGE_RAW16));
+  ASSERT_TRUE(bench.camera.setResolution(640, 240, 1, IMAGE_RAW16));
   bench.sent();
   bench.scripted.device->bulk = [](std::uint8_t) {
     std::vector<std::uint8_t> frame(307200, 0);
@@ -188,10 +188,10 @@ TEST(RegisterConversationTest, StreamingStopsAndRunsInTheSensor) {
     std::ranges::copy(std::array<std::uint8_t, 4>{0x11, 0xAA, 0x00, 0xBB}, frame.end() - 4);
     return testing::Answer{.data = std::move(frame), .delay = std::chrono::milliseconds(10)};
   };
-  ASSERT_TRUE(bench.camera.StartCapture(true));
+  ASSERT_TRUE(bench.camera.startCapture(true));
   std::vector<unsigned char> image(307200);
   ASSERT_TRUE(bench.camera.GetImage(image.data(), 307200, 20000));
-  bench.camera.StopCapture();
+  bench.camera.stopCapture();
   EXPECT_THAT(bench.sent(),
               ElementsAre("AA", "W301A=10D8", "A9", "W301A=10DC", "W301A=10D8", "AA"));
   EXPECT_EQ(image[0], 0x34);

@@ -51,25 +51,25 @@ class Video {
       return true;
     };
     bench_.plug(options);
-    EXPECT_TRUE(camera_.OpenCamera(1) && camera_.InitCamera());
+    EXPECT_TRUE(camera_.open(1) && camera_.initialise());
     camera_.state().rawOutput = true;
-    camera_.SetRGBBalance(50, 50, false);
-    camera_.SetBrightness(0);
-    camera_.SetGain(0, false);
-    camera_.SetExp(kExposureUs, false);
+    camera_.setWhiteBalance(50, 50, false);
+    camera_.setBrightness(0);
+    camera_.setGain(0, false);
+    camera_.setExposure(kExposureUs, false);
     setFormat(640, 480, 1, IMAGE_8BIT);
-    EXPECT_TRUE(camera_.StartCapture(false));
+    EXPECT_TRUE(camera_.startCapture(false));
   }
-  ~Video() { camera_.CloseCamera(); }
+  ~Video() { camera_.close(); }
   Video(const Video&) = delete;
   Video& operator=(const Video&) = delete;
 
-  CCameraT15C& camera() { return camera_; }
+  T15C& camera() { return camera_; }
   /// Spoils the next frame by as many bytes.
   void shortenAFrame(std::size_t bytes) { *dropBytes_ = bytes; }
 
   void setFormat(int width, int height, int bin, IMAGE_TYPE type) {
-    EXPECT_TRUE(camera_.SetResolution(width, height, bin, type));
+    EXPECT_TRUE(camera_.setResolution(width, height, bin, type));
     wide_ = type == IMAGE_RAW16;
     image_.resize(static_cast<std::size_t>(width * height) * (wide_ ? 2 : 1));
   }
@@ -96,7 +96,7 @@ class Video {
   VirtualBench bench_;
   std::shared_ptr<std::atomic<std::size_t>> dropBytes_ =
       std::make_shared<std::atomic<std::size_t>>(0);
-  CCameraT15C camera_;
+  T15C camera_;
   std::vector<unsigned char> image_;
   bool wide_ = false;
 };
@@ -110,14 +110,14 @@ constexpr std::array kChanges = {
     Change{"HighSpeed",
            [](Video& video) {
              for (int n = 0; n < 20; ++n) {
-               video.camera().SetHighSpeedMode(n % 2 == 0);
+               video.camera().setHighSpeedMode(n % 2 == 0);
                video.expectLevel();
              }
            }},
     Change{"Bandwidth",
            [](Video& video) {
              for (int n = 0; n < 20; ++n) {
-               video.camera().SetFPSPerc(n % 2 == 0 ? 40 : 100, false);
+               video.camera().setBandwidth(n % 2 == 0 ? 40 : 100, false);
                video.expectLevel();
              }
            }},
@@ -134,14 +134,14 @@ constexpr std::array kChanges = {
            [](Video& video) {
              video.setFormat(320, 240, 2, IMAGE_8BIT);
              for (int n = 0; n < 10; ++n) {
-               video.camera().SetHardwareBin(n % 2 == 0);
+               video.camera().setHardwareBin(n % 2 == 0);
                for (int image = 0; image < 3; ++image) ASSERT_GT(video.level(), 0);
              }
            }},
     Change{"LongExposure",
            [](Video& video) {
              video.expectLevel();
-             video.camera().SetExp(1'000'000, false);
+             video.camera().setExposure(1'000'000, false);
              // Until it has taken effect, and where rows take it over one by one, images are of
              // the old exposure or uneven.
              int level = 0;
@@ -150,7 +150,7 @@ constexpr std::array kChanges = {
                ASSERT_NE(level, kNone);
              }
              EXPECT_EQ(level, 255);
-             video.camera().SetExp(kExposureUs, false);
+             video.camera().setExposure(kExposureUs, false);
              // The long exposure that was ended early is an image as well, darker than either.
              for (int image = 0; image < 4 && std::abs(level - kLevel) > 2; ++image) {
                level = video.level();

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "camera/dark_file.h"
-#include "camera/settings/settings_store.h"
+#include "delivery/dark_file.h"
 #include "models/models.h"
+#include "settings/settings_store.h"
 #include "support/own_folder.h"
 #include "support/virtual_bench.h"
 
@@ -19,7 +19,7 @@ using settings::Type;
 using settings::Value;
 using ::testing::Contains;
 
-constexpr const wchar_t* kKey = L"SOFTWARE\\T15C";
+constexpr const char* kModel = "T15C";
 
 Value dword(const std::string& name, std::uint32_t number) {
   Value value{name, Type::kDword, {}};
@@ -74,7 +74,7 @@ const Group kAll = {
 TEST(Settings, EveryValueComesBack) {
   const VirtualBench bench;
   store(kAll);
-  CCameraT15C camera;
+  T15C camera;
   const CameraState& state = camera.state();
   EXPECT_EQ(state.exposureUs, 12345U);
   EXPECT_EQ(state.gain, 321);
@@ -85,19 +85,19 @@ TEST(Settings, EveryValueComesBack) {
   EXPECT_STREQ(state.darkPath.data(), "/home/user/dark.bmp");
 
   forget();
-  camera.SaveSetting(kKey);
+  camera.saveSettings(kModel);
   EXPECT_THAT(stored().value(), ::testing::UnorderedElementsAreArray(kAll));
 }
 
 TEST(Settings, ValuesComeWithinTheModelsLimits) {
   const VirtualBench bench;
-  CCameraT15C untouched;
+  T15C untouched;
   store({dword("Exposure", 2'000'000), dword("Gain", 1'000'000'000), dword("Gamma", 0),
          dword("Brightness", 0x80000000), dword("Fclk", 0), dword("FPSPercentageUSB2", 5),
          dword("OverCLKPerc", 500), dword("AutoGainMax", 601), dword("AutoExpMax", 0),
          dword("WB_Red", 100), dword("CoolPowerPctg", 101), dword("TargetTemp", 31),
          text("FlipRow", "xx", 2), text("BMPPATH", std::string(256, 'p'), 256)});
-  CCameraT15C camera;
+  T15C camera;
   const CameraState& state = camera.state();
   EXPECT_EQ(state.exposureUs, 100'000U);
   EXPECT_EQ(state.gain, 600);
@@ -115,7 +115,7 @@ TEST(Settings, ValuesComeWithinTheModelsLimits) {
   EXPECT_EQ(state.darkPath.back(), '\0');
 
   store({{"Gain", Type::kDword, {44}}, {"Exposure", Type::kDword, {}}});
-  EXPECT_EQ(CCameraT15C().state().gain, 44);
+  EXPECT_EQ(T15C().state().gain, 44);
 }
 
 TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
@@ -128,13 +128,13 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
     options.usb3Port = usb3;
     options.controlObserver = observerOf(conversation);
     bench.plug(options);
-    CCameraT15C camera;
-    ASSERT_TRUE(camera.OpenCamera(1));
-    ASSERT_TRUE(camera.InitCamera());
+    T15C camera;
+    ASSERT_TRUE(camera.open(1));
+    ASSERT_TRUE(camera.initialise());
     EXPECT_EQ(camera.state().bandwidth, usb3 ? 70 : 55);
     EXPECT_THAT(conversation.take(), Contains("S3015=01")) << "gain 321 has a high byte";
-    camera.SetFPSPerc(usb3 ? 71 : 56, false);
-    camera.SaveSetting(kKey);
+    camera.setBandwidth(usb3 ? 71 : 56, false);
+    camera.saveSettings(kModel);
   }
   EXPECT_EQ(*find(stored().value(), "FPSPercentageUSB3"), dword("FPSPercentageUSB3", 71))
       << "saving on USB 2 leaves it";
@@ -144,10 +144,10 @@ TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
 TEST(Settings, VirtualCamerasLeaveThoseOfRealOnesAlone) {
   ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", Group{dword("Gain", 77)}));
   const VirtualBench bench;
-  CCameraT15C camera;
+  T15C camera;
   EXPECT_NE(camera.state().gain, 77);
   installHost(nullptr);  // the camera stays a virtual one
-  camera.SaveSetting(kKey);
+  camera.saveSettings(kModel);
   EXPECT_TRUE(stored());
   EXPECT_EQ(*find(SettingsStore::ofUser().value().load("T15C").value(), "Gain"), dword("Gain", 77));
 }
@@ -158,9 +158,9 @@ class SavingTest : public ::testing::Test {
     sim::CameraOptions options;
     options.sceneKind = sim::SceneKind::kDark;
     bench_.plug(options);
-    camera_->OpenCamera(1);
-    camera_->InitCamera();
-    camera_->SetResolution(320, 240, 1, IMAGE_8BIT);
+    camera_->open(1);
+    camera_->initialise();
+    camera_->setResolution(320, 240, 1, IMAGE_8BIT);
   }
 
   static bool hasSaved() {
@@ -170,55 +170,55 @@ class SavingTest : public ::testing::Test {
   }
 
   VirtualBench bench_;
-  std::unique_ptr<CCameraT15C> camera_ = std::make_unique<CCameraT15C>();
+  std::unique_ptr<T15C> camera_ = std::make_unique<T15C>();
 };
 
 TEST_F(SavingTest, VideoIsSavedWhenItStops) {
-  camera_->StopCapture();
+  camera_->stopCapture();
   EXPECT_FALSE(hasSaved()) << "nothing was captured";
-  camera_->StartCapture(false);
+  camera_->startCapture(false);
   EXPECT_FALSE(hasSaved());
-  camera_->StopCapture();
+  camera_->stopCapture();
   EXPECT_TRUE(hasSaved());
-  camera_->CloseCamera();
+  camera_->close();
   EXPECT_FALSE(hasSaved()) << "once";
 }
 
 TEST_F(SavingTest, CloseSavesOnceWhateverTheCaptureWas) {
-  camera_->StartCapture(true);
-  camera_->StopCapture();
+  camera_->startCapture(true);
+  camera_->stopCapture();
   EXPECT_FALSE(hasSaved());
-  camera_->CloseCamera();
+  camera_->close();
   EXPECT_TRUE(hasSaved());
-  camera_->CloseCamera();
+  camera_->close();
   camera_.reset();
   EXPECT_FALSE(hasSaved());
 }
 
 TEST_F(SavingTest, CloseSavesWhatHasChangedSinceTheLastSave) {
-  camera_->CloseCamera();
+  camera_->close();
   EXPECT_FALSE(hasSaved()) << "opened and closed, with a region set";
 
-  const auto open = [&] { return camera_->OpenCamera(1) && camera_->InitCamera(); };
+  const auto open = [&] { return camera_->open(1) && camera_->initialise(); };
   ASSERT_TRUE(open());
-  camera_->SetGain(123, false);
-  camera_->CloseCamera();
+  camera_->setGain(123, false);
+  camera_->close();
   EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 123)) << "without a capture";
 
   ASSERT_TRUE(open());
-  camera_->StartCapture(false);
-  camera_->StopCapture();
-  camera_->SetGain(124, false);
-  camera_->CloseCamera();
+  camera_->startCapture(false);
+  camera_->stopCapture();
+  camera_->setGain(124, false);
+  camera_->close();
   EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 124)) << "after a video's stop";
 
   ASSERT_TRUE(open());
-  camera_->SetGain(125, false);
-  camera_->StartCapture(false);
+  camera_->setGain(125, false);
+  camera_->startCapture(false);
   bench_.host().unplugAll();
   ASSERT_TRUE(
       eventually([&] { return camera_->isUnplugged() && !camera_->capture().isRunning(); }));
-  camera_->CloseCamera();
+  camera_->close();
   EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 125)) << "after an unplug";
 }
 
@@ -229,11 +229,11 @@ TEST(Saving, WhatACameraSettlesByItselfIsNoChange) {
   const Group before = {dword("CoolPowerPctg", 40), dword("Fclk", 18562), flag("HPC", true),
                         dword("FPSPercentageUSB3", 70), flag("TimeMark", true)};
   ASSERT_TRUE(place().save("T13C-C", before));
-  CCameraT13C_C camera;
-  ASSERT_TRUE(camera.OpenCamera(1));
+  T13C_C camera;
+  ASSERT_TRUE(camera.open(1));
   camera.SetTimeMark(false);  // as every opening by the flat interface does
-  ASSERT_TRUE(camera.InitCamera());
-  camera.CloseCamera();
+  ASSERT_TRUE(camera.initialise());
+  camera.close();
   EXPECT_THAT(place().load("T13C-C").value(), ::testing::UnorderedElementsAreArray(before));
 }
 
@@ -242,11 +242,11 @@ class KeptDark : public ::testing::Test {
   KeptDark() { bench_.plug(); }
 
   /// A camera that subtracts the dark of a file.
-  std::unique_ptr<CCameraT15C> cameraWithDark(const std::string& path) {
+  std::unique_ptr<T15C> cameraWithDark(const std::string& path) {
     const std::vector<std::uint8_t> pixels(std::size_t{1304} * 976, 7);
     EXPECT_TRUE(writeDarkFile(path, 1304, 976, pixels));
-    auto camera = std::make_unique<CCameraT15C>();
-    EXPECT_TRUE(camera->OpenCamera(1) && camera->InitCamera());
+    auto camera = std::make_unique<T15C>();
+    EXPECT_TRUE(camera->open(1) && camera->initialise());
     EXPECT_EQ(camera->LoadBMPFromFile(path.c_str()), 1);
     camera->UsingDark(true);
     return camera;
@@ -257,12 +257,12 @@ class KeptDark : public ::testing::Test {
 };
 
 TEST_F(KeptDark, IsReadWhenTheCameraIsSetUp) {
-  cameraWithDark(own_.path() / "dark.bmp")->CloseCamera();
-  CCameraT15C camera;
+  cameraWithDark(own_.path() / "dark.bmp")->close();
+  T15C camera;
   EXPECT_FALSE(camera.dark().isLoaded()) << "a camera that is only asked what it is";
-  camera.SaveSetting(kKey);
+  camera.saveSettings(kModel);
   EXPECT_EQ(*find(stored().value(), "CutDark"), flag("CutDark", true));
-  ASSERT_TRUE(camera.OpenCamera(1) && camera.InitCamera());
+  ASSERT_TRUE(camera.open(1) && camera.initialise());
   EXPECT_TRUE(camera.dark().isInUse());
 }
 
@@ -272,19 +272,19 @@ TEST_F(KeptDark, IsNotSwitchedOnWithoutAPath) {
   std::filesystem::create_directories(folder);
   const auto camera = cameraWithDark(folder / "dark.bmp");
   EXPECT_TRUE(camera->dark().isInUse());
-  camera->SaveSetting(kKey);
+  camera->saveSettings(kModel);
   EXPECT_EQ(*find(stored().value(), "CutDark"), flag("CutDark", false));
   EXPECT_EQ(*find(stored().value(), "BMPPATH"), text("BMPPATH", "", 256));
 }
 
 TEST_F(SavingTest, DestructionDuringVideoSavesDuringASnapshotNot) {
-  camera_->StartCapture(false);
+  camera_->startCapture(false);
   camera_.reset();
   EXPECT_TRUE(hasSaved());
-  camera_ = std::make_unique<CCameraT15C>();
-  camera_->OpenCamera(1);
-  camera_->InitCamera();
-  camera_->StartCapture(true);
+  camera_ = std::make_unique<T15C>();
+  camera_->open(1);
+  camera_->initialise();
+  camera_->startCapture(true);
   camera_.reset();
   EXPECT_FALSE(hasSaved());
 }

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "camera/current_clock.h"
+#include "base/current_clock.h"
 #include "support/conversation.h"
 #include "support/stepped_clock.h"
 #include "usb/current_host.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <thread>
 
-#include "camera/current_clock.h"
+#include "base/current_clock.h"
 #include "sim/sim_host.h"
 #include "support/conversation.h"
 #include "usb/current_host.h"

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+// How a camera comes up as it was left: the settings of Camera in the user's store.
+#include <algorithm>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "camera/camera.h"
+#include "settings/settings_store.h"
+#include "settings/state_settings.h"
+
+namespace orvik {
+
+// A missing or broken store must not keep a camera from opening or closing, and the destructor
+// saves as well: nothing leaves these functions, not even the lack of memory.
+
+void Camera::loadSettings(std::string_view name) noexcept try {
+  const auto store = settings::SettingsStore::ofUser(settingsFolder_);
+  const auto group = store ? store->load(std::string(name)) : std::nullopt;
+  const auto lock = lockSettings();
+  if (group) settings::apply(*group, model_, *state_);
+  hotPixels_.use(state_->hotPixelCorrection);
+  dark_.setPath(state_->darkPath.data());
+  if (state_->usingDark) {
+    // A dark frame is as large as the sensor.
+    state_->width = model_.maxWidth;
+    state_->height = model_.maxHeight;
+    state_->bin = 1;
+    dark_.use(true);
+    if (isOpen()) dark_.load(state_->darkPath.data());
+  }
+  if (kept_) kept_ = presentSettings();
+} catch (const std::exception&) {
+}
+
+/// Loads the dark that the settings have switched on. A camera that is only asked what it is never
+/// needs that file, which is as large as the sensor.
+void Camera::loadKeptDark() {
+  const std::string path = dark_.path();
+  if (dark_.isSwitchedOn() && !dark_.isLoaded() && !path.empty()) dark_.load(path);
+}
+
+/// Brings what is kept of dark frame and hot pixels up to date. A dark that no file holds, or whose
+/// path is too long to be kept, will not be there next time: nor is its being switched on kept.
+void Camera::noteCorrections() {
+  state_->hotPixelCorrection = hotPixels_.isSwitchedOn();
+  const std::string path = dark_.path();
+  const bool fits = path.size() < state_->darkPath.size();
+  state_->darkPath.fill('\0');
+  if (fits) std::ranges::copy(path, state_->darkPath.begin());
+  state_->usingDark = dark_.isSwitchedOn() && fits && !path.empty();
+}
+
+settings::Group Camera::presentSettings() {
+  const auto lock = lockSettings();
+  noteCorrections();
+  return settings::groupOf(*state_);
+}
+
+void Camera::settleSettings(const settings::Group& before) {
+  if (!kept_ || *kept_ == before) kept_ = presentSettings();
+}
+
+bool Camera::saveSettings(std::string_view name) noexcept try {
+  const auto store = settings::SettingsStore::ofUser(settingsFolder_);
+  if (!store) return false;
+  auto group = presentSettings();
+  if (!store->save(std::string(name), group)) return false;
+  const auto lock = lockSettings();
+  kept_ = std::move(group);
+  return true;
+} catch (const std::exception&) {
+  return false;
+}
+
+void Camera::saveAtClose() noexcept try {
+  // A camera that was not set up has nothing of its own to keep.
+  if (capture_.lastWasSnapshot() || (kept_ && *kept_ != presentSettings())) keepSettings();
+} catch (const std::exception&) {
+}
+
+}  // namespace orvik

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "capture/frame_pool.h"
+
+#include <utility>
+
+namespace orvik {
+
+FrameBuffer FramePool::take() {
+  std::unique_ptr<PageBuffer> buffer;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!free_.empty()) {
+      buffer = std::move(free_.back());
+      free_.pop_back();
+    }
+  }
+  if (!buffer) buffer = std::make_unique<PageBuffer>(frameBytes_);
+  if (buffer->size() == 0) return nullptr;
+  auto comesBack = [pool = weak_from_this()](PageBuffer* memory) {
+    std::unique_ptr<PageBuffer> owned(memory);
+    if (const auto home = pool.lock()) home->giveBack(std::move(owned));
+  };
+  return FrameBuffer(buffer.release(), std::move(comesBack));
+}
+
+void FramePool::giveBack(std::unique_ptr<PageBuffer> buffer) {
+  const std::lock_guard lock(mutex_);
+  free_.push_back(std::move(buffer));
+}
+
+}  // namespace orvik

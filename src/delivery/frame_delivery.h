@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "algorithm/demosaic.h"
+#include "algorithm/gamma.h"
+#include "base/turn.h"
+#include "capture/frame_protocol.h"
+#include "capture/frame_queue.h"
+#include "delivery/dark_frame.h"
+#include "delivery/hot_pixels.h"
+#include "state/camera_state.h"
+#include "state/model_row.h"
+
+namespace orvik {
+
+/// What is known of an image that was delivered.
+struct DeliveredImage {
+  FrameFormat format;
+  FrameFacts facts;
+  bool flipHorizontal = false;
+  bool flipVertical = false;
+};
+
+/// Takes frames out of the queue and makes images of them: marks mended, dark subtracted, gamma,
+/// hot pixels mended, flip, binning, conversion and time mark, in that order. What an image looks
+/// like follows from the format that its frame carries; flips, gamma and corrections are those of
+/// the moment. One thread at a time; a second one waits its turn.
+class FrameDelivery {
+ public:
+  /// What the camera puts right in each frame.
+  struct Corrections {
+    DarkFrame& dark;
+    const HotPixels& hotPixels;
+  };
+  /// Where frames come from.
+  struct Source {
+    FrameQueue& queue;
+    FrameBuffer memory;  ///< for the frame in work; exchanged with the queue's
+  };
+
+  /// @param model, protocol, state, source, corrections of the camera; must outlive the delivery
+  FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
+                Source source, Corrections corrections);
+
+  /// Whether there is memory to work in.
+  [[nodiscard]] bool isUsable() const { return frame_.memory != nullptr; }
+
+  /// Delivers the oldest frame as an image.
+  /// @param image receives the image, if it fits whole; a frame whose image does not fit stays
+  ///        where it is
+  /// @param timeout longest wait for a frame; none waits as long as a capture runs
+  /// @return why there is no image, and `image` is as it was; none when there is.
+  std::optional<NoFrame> deliver(std::span<std::uint8_t> image, FrameQueue::Timeout timeout);
+
+  /// Of the last image; none before the first.
+  [[nodiscard]] std::optional<DeliveredImage> lastImage() const;
+
+  /// Uses new gamma tables from the next image on. Any thread.
+  void setGamma(int value);
+
+  /// Calls `use(frame)` with the memory of the frame last taken, unless a delivery is under way.
+  template <class Use>
+  void useFrame(Use use) {
+    const Turn::Holder turn(turn_, std::chrono::milliseconds(0));
+    if (turn && isUsable()) use(*frame_.memory);
+  }
+
+ private:
+  struct Job;
+
+  struct GammaTables {
+    std::array<std::uint8_t, 256> table8;
+    std::array<std::uint16_t, 65536> table16;
+  };
+
+  [[nodiscard]] Job jobOf(const Frame& frame) const;
+  void correct(const Job& job);
+  template <class Sample>
+  void flipAndBin(const Job& job, Sample* samples) const;
+  static void markTime(const Job& job, std::uint8_t* image);
+  void applyDark(const Job& job);
+  void applyGamma(const Job& job);
+  void mendHotPixels(const Job& job);
+  void convert(const Job& job, std::span<std::uint8_t> image);
+  [[nodiscard]] BayerPattern patternOf(const Job& job) const;
+  [[nodiscard]] CellRowDemosaic demosaicOf(const Job& job) const;
+  void convertToLuminance(const Job& job, std::uint8_t* image);
+  void convertToYuv(const Job& job, std::uint8_t* image);
+
+  const ModelRow& model_;
+  const FrameProtocol& protocol_;
+  const CameraState& state_;
+  FrameQueue& queue_;
+  const Corrections corrections_;
+  Turn turn_;
+  Frame frame_;                           ///< the frame in work
+  std::vector<std::uint8_t> colourRows_;  ///< a row of cells on the way to another type
+  std::mutex gammaMutex_;
+  std::shared_ptr<const GammaTables> gamma_;  ///< null: linear, nothing to do
+  mutable std::mutex lastMutex_;
+  std::optional<DeliveredImage> last_;
+};
+
+}  // namespace orvik

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "link/flash_port.h"
+#include "link/vendor_link.h"
+#include "seam/clock.h"
+
+namespace orvik {
+
+/// The vendor requests that reach the flash. Programs of the class interface may name others.
+struct FlashRequests {
+  VendorRequest read = VendorRequest::kReadFlash;
+  VendorRequest write = VendorRequest::kWriteFlash;
+  VendorRequest sector = VendorRequest::kFlashSector;  ///< erase and poll
+  /// Tries of the erase command, and of a poll, before erasing has failed.
+  int eraseAttempts = FlashPort::kAttempts;
+};
+
+/// The flash of a camera, through vendor requests: the only way to it. Reading and writing take one
+/// request each. Taking and giving back the bus, the erase command and each poll of its status are
+/// tried up to three times. Erasing ends within 30 s whatever the flash says. A closed camera fails
+/// at once.
+class SpiFlash final : public FlashPort {
+ public:
+  /// @param link, clock must outlive the port
+  SpiFlash(VendorLink& link, seam::Clock& clock, FlashRequests requests = {})
+      : link_(link), clock_(clock), requests_(requests) {}
+
+  [[nodiscard]] std::unique_lock<std::mutex> lock() override { return link_.lockFlash(); }
+  bool takeBus() override;
+  void giveBusBack() override;
+  bool read(std::uint32_t address, std::span<std::uint8_t> bytes) override;
+  bool write(std::uint32_t address, std::span<const std::uint8_t> bytes) override;
+  bool eraseSector(std::uint32_t sector) override;
+
+ private:
+  bool waitUntilErased(std::uint16_t sector, seam::Clock::Duration end);
+
+  VendorLink& link_;
+  seam::Clock& clock_;
+  FlashRequests requests_;
+};
+
+}  // namespace orvik

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+#include "settings/settings_store.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <thread>
+#include <utility>
+
+namespace orvik::settings {
+namespace fs = std::filesystem;
+namespace {
+
+/// A settings file of all models has some 60 KiB.
+constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
+constexpr int kMaxDamaged = 100;
+constexpr std::chrono::milliseconds kLockPause{5};
+
+/// An open file that is closed, and so unlocked, at the end of a scope.
+class OpenFile {
+ public:
+  OpenFile(FileSystem& files, int descriptor) : files_(files), descriptor_(descriptor) {}
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+  ~OpenFile() {
+    if (descriptor_ >= 0) files_.close(descriptor_);
+  }
+  [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+ private:
+  FileSystem& files_;
+  int descriptor_;
+};
+
+bool lockWithin(FileSystem& files, int descriptor, std::chrono::milliseconds limit) {
+  // Between programs there is no other clock than the machine's.
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!files.tryLock(descriptor)) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::sleep_for(kLockPause);
+  }
+  return true;
+}
+
+/// An absolute path; others are to be ignored.
+std::optional<fs::path> folderFrom(const char* variable) {
+  const char* text = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): nobody sets it here
+  if (text == nullptr || *text != '/') return std::nullopt;
+  return fs::path(text);
+}
+
+/// The user's home in the system's list of users: services often have no $HOME.
+std::optional<fs::path> listedHome() {
+  std::array<char, 16384> texts{};
+  passwd entry{};
+  passwd* found = nullptr;
+  if (getpwuid_r(geteuid(), &entry, texts.data(), texts.size(), &found) != 0 || found == nullptr ||
+      entry.pw_dir == nullptr || *entry.pw_dir != '/') {
+    return std::nullopt;
+  }
+  return fs::path(entry.pw_dir);
+}
+
+}  // namespace
+
+SettingsStore::SettingsStore(fs::path folder, FileSystem& files)
+    : folder_(std::move(folder)), files_(&files) {}
+
+std::optional<SettingsStore> SettingsStore::ofUser(const fs::path& folder) {
+  std::optional<fs::path> place = folderFrom("XDG_CONFIG_HOME");
+  if (!place) {
+    place = folderFrom("HOME");
+    if (!place) place = listedHome();
+    if (!place) return std::nullopt;
+    *place /= ".config";
+  }
+  *place /= "orvik";
+  return SettingsStore(folder.empty() ? *place : *place / folder);
+}
+
+std::optional<Group> SettingsStore::load(const std::string& model) const {
+  std::string text;
+  if (files_->read(file(), kMaxFileBytes, text) != FileSystem::Read::kDone) return std::nullopt;
+  return readGroup(text, model);
+}
+
+bool SettingsStore::save(const std::string& model, std::span<const Value> values,
+                         std::chrono::milliseconds limit) const {
+  if (!files_->makeFolder(folder_)) return false;
+  const OpenFile lock(*files_, files_->openLock(lockFile()));
+  return lock.isOpen() && lockWithin(*files_, lock.descriptor(), limit) &&
+         saveLocked(model, values);
+}
+
+int SettingsStore::obstacle() const {
+  const int toLock = files_->obstacleTo(lockFile());
+  return toLock != 0 ? toLock : files_->obstacleTo(file());
+}
+
+bool SettingsStore::saveLocked(const std::string& model, std::span<const Value> values) const {
+  // A link stays: people keep their configurations elsewhere, and link them.
+  const fs::path target = files_->behindLinks(file());
+  std::string old;
+  const FileSystem::Read read = files_->read(target, kMaxFileBytes, old);
+  if (read == FileSystem::Read::kFailed) return false;
+  std::optional<std::string> text;
+  if (read != FileSystem::Read::kUnfit) text = withValues(old, model, values);
+  if (!text) {
+    if (!putAside(target)) return false;
+    text = withValues({}, model, values);
+  }
+  return text && (*text == old || replace(target, *text));
+}
+
+bool SettingsStore::putAside(const fs::path& damaged) const {
+  for (int n = 1; n <= kMaxDamaged; ++n) {
+    const fs::path aside =
+        damaged.parent_path() / ("settings.damaged-" + std::to_string(n) + ".json");
+    if (files_->renameToNew(damaged, aside)) return true;
+  }
+  return false;
+}
+
+bool SettingsStore::replace(const fs::path& old, const std::string& text) const {
+  // The lock's holder is the only writer: what a crash left here is its to take.
+  fs::path fresh = old;
+  fresh += ".new";
+  {
+    const OpenFile out(*files_, files_->openNew(fresh));
+    if (!out.isOpen() || !files_->write(out.descriptor(), text) ||
+        !files_->sync(out.descriptor())) {
+      return false;
+    }
+  }
+  if (!files_->rename(fresh, old)) return false;
+  files_->syncFolder(old.parent_path());  // the file is whole either way
+  return true;
+}
+
+}  // namespace orvik::settings
