@@ -12,17 +12,30 @@ PUBLIC = {"include"}
 MAY_USE = {
     "include": set(),
     "src/seam": set(),
+    "src/base": {"src/seam"},
     "src/trace": {"src/seam"},
     "src/usb": {"src/seam", "src/trace"},
     "src/algorithm": PUBLIC,
-    "src/camera": {"src/seam", "src/usb", "src/algorithm"} | PUBLIC,
-    "src/cooler": {"src/seam", "src/usb", "src/algorithm", "src/camera"} | PUBLIC,
-    "src/firmware": {"src/seam", "src/usb", "src/algorithm", "src/camera"} | PUBLIC,
-    "src/models": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/cooler",
-                   "src/firmware"} | PUBLIC,
-    "src/api": {"src/seam", "src/usb", "src/algorithm", "src/camera", "src/cooler",
-                "src/firmware", "src/models"} | PUBLIC,
-    "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/camera", "src/firmware", "src/models"} | PUBLIC,
+    "src/state": {"src/seam", "src/algorithm"} | PUBLIC,
+    "src/link": {"src/seam", "src/base", "src/usb", "src/state"},
+    "src/controls": {"src/seam", "src/base", "src/algorithm", "src/state"} | PUBLIC,
+    "src/capture": {"src/seam", "src/base", "src/usb", "src/algorithm", "src/state", "src/link",
+                    "src/controls"} | PUBLIC,
+    "src/delivery": {"src/base", "src/algorithm", "src/state", "src/link", "src/controls",
+                     "src/capture"} | PUBLIC,
+    "src/settings": {"src/base", "src/state", "src/controls"} | PUBLIC,
+}
+# Rooms above the parts of a camera: each may use all rooms before it.
+ABOVE = ["src/camera", "src/cooler", "src/firmware", "src/models", "src/classes", "src/api"]
+PARTS = {room for room in MAY_USE if room.startswith("src/") and room != "src/trace"} | PUBLIC
+for n, room in enumerate(ABOVE):
+    MAY_USE[room] = PARTS | set(ABOVE[:n])
+MAY_USE["src/cooler"] -= {"src/capture", "src/delivery", "src/settings", "src/controls"}
+MAY_USE["src/firmware"] -= {"src/cooler", "src/controls", "src/settings"}
+MAY_USE["src/api"] -= {"src/classes"}
+MAY_USE |= {
+    "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/delivery", "src/settings", "src/link",
+             "src/firmware", "src/models"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "algorithm/algorithm.h"
+#include "orvik/algorithm.h"
 
 #include <chrono>
 #include <ctime>

@@ -3,13 +3,12 @@
 
 #include <string>
 
+#include "base/file_system.h"
 #include "firmware/firmware_image.h"
-#include "settings/file_system.h"
 
 namespace orvik::firmware {
 
 std::optional<std::vector<std::uint8_t>> readFirmwareFile(const char* path) {
-  using settings::FileSystem;
   std::string text;
   if (path == nullptr ||
       FileSystem::system().read(path, kMaxImageBytes, text) != FileSystem::Read::kDone ||

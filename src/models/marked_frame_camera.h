@@ -30,6 +30,9 @@ template <class Base>
 class MarkedFrameCamera : public ModelCamera<Base> {
  public:
   using Facts = MarkedFacts;
+  using Base::isOpen;
+  using Base::link;
+  using Base::lockSettings;
   using Base::model;
   using Base::state;
 
@@ -53,8 +56,6 @@ class MarkedFrameCamera : public ModelCamera<Base> {
   [[nodiscard]] LineLimits lineLimits() const override;
 
  private:
-  using Base::isOpen;
-  using Base::link;
   using ModelCamera<Base>::binsOnSensor;
 
   void playInitTable();

@@ -18,6 +18,9 @@ namespace orvik {
 template <class Base>
 class ModelCamera : public Base {
  public:
+  using Base::isOpen;
+  using Base::link;
+  using Base::lockSettings;
   using Base::model;
   using Base::state;
 
@@ -47,10 +50,6 @@ class ModelCamera : public Base {
 
  protected:
   ModelCamera(const ModelRow& row, std::shared_ptr<const FrameProtocol> protocol);
-
-  using Base::isOpen;
-  using Base::link;
-  using Base::lockSettings;
 
   [[nodiscard]] bool offers(Orvik_CONTROL_TYPE type) const { return model().controls.has(type); }
   /// Whether the sensor itself bins the present region.

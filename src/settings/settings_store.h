@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "settings/file_system.h"
+#include "base/file_system.h"
 #include "settings/setting_values.h"
 
 namespace orvik::settings {

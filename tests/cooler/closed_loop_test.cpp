@@ -53,7 +53,7 @@ class ClosedLoop : public ::testing::TestWithParam<double> {};
 
 TEST_P(ClosedLoop, ReachesMinusTenAndHoldsItForAnHour) {
   Loop loop(GetParam());
-  loop.camera.setRegulation(true, -10);
+  loop.camera.cooler().setRegulation(true, -10);
   const auto cooling = loop.run(10min);
   EXPECT_GT(cooling.coldest, -15) << "the swing past the target";
   const auto held = loop.run(1h);
@@ -69,14 +69,14 @@ INSTANTIATE_TEST_SUITE_P(Ambients, ClosedLoop, ::testing::Values(-5.0, 5.0, 15.0
 
 TEST(ClosedLoopLimits, ATargetOutOfReachTakesAllPowerAndIsForgottenAtOnce) {
   Loop loop(20);
-  loop.camera.setRegulation(true, -35);
+  loop.camera.cooler().setRegulation(true, -35);
   loop.run(30min);
-  EXPECT_EQ(loop.camera.power(), 100);
+  EXPECT_EQ(loop.camera.cooler().power(), 100);
   EXPECT_NEAR(loop.celsius(), -15, 0.1) << "35 degrees below the surroundings are the most";
 
-  loop.camera.setRegulation(true, 0);
+  loop.camera.cooler().setRegulation(true, 0);
   loop.run(10s);
-  EXPECT_LT(loop.camera.power(), 100) << "half an hour at the limit left nothing behind";
+  EXPECT_LT(loop.camera.cooler().power(), 100) << "half an hour at the limit left nothing behind";
   loop.run(10min);
   const auto held = loop.run(10min);
   EXPECT_GT(held.coldest, -0.7);
@@ -86,30 +86,30 @@ TEST(ClosedLoopLimits, ATargetOutOfReachTakesAllPowerAndIsForgottenAtOnce) {
 TEST(ClosedLoopLimits, TheErrorsOfHalfAnHourDoNotHoldThePowerUp) {
   // Without a new target, with which the controller would start anew.
   Loop loop(20);
-  loop.camera.setRegulation(true, -35);
+  loop.camera.cooler().setRegulation(true, -35);
   loop.run(30min);
-  loop.camera.AutoTemp(-40);
-  EXPECT_EQ(loop.camera.power(), 100) << "no sensor falls 25 degrees at once";
+  loop.camera.cooler().regulate(-40);
+  EXPECT_EQ(loop.camera.cooler().power(), 100) << "no sensor falls 25 degrees at once";
   for (float celsius = -15; celsius > -36; celsius -= 1.5F) {
     loop.run(1s);
-    loop.camera.AutoTemp(celsius);
+    loop.camera.cooler().regulate(celsius);
   }
-  EXPECT_LT(loop.camera.power(), 100);
+  EXPECT_LT(loop.camera.cooler().power(), 100);
 }
 
 TEST(ClosedLoopLimits, AWarmTargetNeedsNoPower) {
   Loop loop(10);
-  loop.camera.setRegulation(true, 30);
+  loop.camera.cooler().setRegulation(true, 30);
   loop.run(5min);
-  EXPECT_EQ(loop.camera.power(), 0);
+  EXPECT_EQ(loop.camera.cooler().power(), 0);
   EXPECT_NEAR(loop.celsius(), 10, 0.01);
 }
 
 TEST(ClosedLoopLimits, WithoutRegulationThePowerStays) {
   Loop loop(20);
-  loop.camera.setPower(40);
+  loop.camera.cooler().setPower(40);
   loop.run(10min);
-  EXPECT_EQ(loop.camera.power(), 40);
+  EXPECT_EQ(loop.camera.cooler().power(), 40);
   EXPECT_NEAR(loop.celsius(), 20 - 35 * 0.4 * 1.6, 0.2);
   EXPECT_NEAR(loop.camera.temperature(), loop.celsius(), 0.8);
 }

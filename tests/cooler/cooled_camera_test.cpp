@@ -36,11 +36,9 @@ class CooledCameraTest : public ::testing::Test {
   void open() { ASSERT_TRUE(camera_.open(1) && camera_.initialise()); }
 
   std::int32_t valueOf(Orvik_CONTROL_TYPE type) {
-    std::int32_t value = -1;
-    Orvik_BOOL automatic = Orvik_TRUE;
-    EXPECT_TRUE(camera_.readControl(type, &value, &automatic));
-    EXPECT_EQ(automatic, Orvik_FALSE);
-    return value;
+    const auto control = camera_.readControl(type);
+    EXPECT_TRUE(control && !control->automatic);
+    return control ? control->value : -1;
   }
 
   CooledBench bench_;
@@ -64,30 +62,26 @@ TEST_F(CooledCameraTest, OpensWithTheCoolerOffAndTheTargetKept) {
 TEST_F(CooledCameraTest, PowerBecomesDriveAndIsLimited) {
   open();
   wire_.drives();
-  camera_.setPower(100);
-  camera_.setPower(150);
+  camera_.cooler().setPower(100);
+  camera_.cooler().setPower(150);
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=2F")) << "47, and sent once";
-  EXPECT_EQ(camera_.power(), 100);
-  camera_.setPower(50.9F);
-  EXPECT_EQ(camera_.power(), 50);
+  EXPECT_EQ(camera_.cooler().power(), 100);
+  camera_.cooler().setPower(50.9F);
+  EXPECT_EQ(camera_.cooler().power(), 50);
   wire_.drives();
-  camera_.setPower(-3);
+  camera_.cooler().setPower(-3);
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
-  EXPECT_EQ(camera_.power(), 0);
+  EXPECT_EQ(camera_.cooler().power(), 0);
 }
 
 TEST_F(CooledCameraTest, TheTargetIsAWholeNumber) {
-  bool on = false;
-  float target = 0;
   using Limits = std::numeric_limits<int>;
   for (const auto& [wanted, kept] :
-       {std::pair{-9.9F, -9.0F}, std::pair{9.9F, 9.0F},
-        std::pair{1e30F, static_cast<float>(Limits::max())},
-        std::pair{-1e30F, static_cast<float>(Limits::min())}, std::pair{std::nanf(""), 0.0F}}) {
-    camera_.setRegulation(true, wanted);
-    camera_.GetAutoTemp(&on, &target);
-    EXPECT_TRUE(on);
-    EXPECT_EQ(target, kept) << wanted;
+       {std::pair{-9.9F, -9}, std::pair{9.9F, 9}, std::pair{1e30F, Limits::max()},
+        std::pair{-1e30F, Limits::min()}, std::pair{std::nanf(""), 0}}) {
+    camera_.cooler().setRegulation(true, wanted);
+    EXPECT_TRUE(camera_.state().coolerOn);
+    EXPECT_EQ(camera_.state().targetTemperature, kept) << wanted;
   }
 }
 
@@ -104,14 +98,14 @@ TEST_F(CooledCameraTest, TheTemperatureIsReadUntilTheThreadKeepsIt) {
 
 TEST_F(CooledCameraTest, ClosingTakesThePowerAwayAndEndsTheThread) {
   open();
-  camera_.setRegulation(true, -10);
+  camera_.cooler().setRegulation(true, -10);
   ASSERT_TRUE(bench_.clock->run(60s));
-  EXPECT_GT(camera_.power(), 0);
+  EXPECT_GT(camera_.cooler().power(), 0);
   wire_.drives();
   EXPECT_TRUE(camera_.close());
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=FF"));
   EXPECT_FALSE(camera_.isThreadRunning());
-  EXPECT_EQ(camera_.power(), 0);
+  EXPECT_EQ(camera_.cooler().power(), 0);
 
   open();
   EXPECT_TRUE(camera_.isThreadRunning());
@@ -126,12 +120,12 @@ TEST_F(CooledCameraTest, CamerasOfOneProcessKnowNothingOfEachOther) {
   ASSERT_TRUE(other.open(2) && other.initialise());
   wire_.drives();
   otherWire.drives();
-  for (T13C_C* camera : {&camera_, &other}) camera->SetDA(100);
-  for (T13C_C* camera : {&camera_, &other}) camera->setPower(0);
+  for (T13C_C* camera : {&camera_, &other}) camera->cooler().setDrive(100);
+  for (T13C_C* camera : {&camera_, &other}) camera->cooler().setPower(0);
   EXPECT_THAT(wire_.drives(), ElementsAre("B2=64", "B2=FF"));
   EXPECT_THAT(otherWire.drives(), ElementsAre("B2=64", "B2=FF"));
-  EXPECT_NEAR(camera_.GetADTemp(), 20, 0.8);
-  EXPECT_EQ(other.CalculTempuature(0, 10), 0) << "no reading of its own yet";
+  EXPECT_NEAR(camera_.cooler().readTemperature(), 20, 0.8);
+  EXPECT_EQ(other.cooler().believedCelsius(0, 10), 0) << "no reading of its own yet";
 }
 
 /// The same through the flat functions.

@@ -27,7 +27,7 @@ TEST(CoolerThread, EndsWithTheCameraObject) {
   {
     T13C_C camera;
     ASSERT_TRUE(camera.open(1) && camera.initialise());
-    camera.setRegulation(true, -10);
+    camera.cooler().setRegulation(true, -10);
     ASSERT_TRUE(bench.clock->run(20s));
     EXPECT_LT(timeOf([&] { camera.stopThread(); }), 400ms) << "it is woken";
     camera.stopThread();
@@ -46,7 +46,7 @@ TEST(CoolerThread, SurvivesAnUnplugAndEndsAfterIt) {
   {
     T13C_C camera;
     ASSERT_TRUE(camera.open(1) && camera.initialise());
-    camera.setRegulation(true, -10);
+    camera.cooler().setRegulation(true, -10);
     ASSERT_TRUE(bench.clock->run(30s));
     const float last = camera.temperature();
     bench.bench.host().unplug(id);
@@ -65,7 +65,7 @@ class SilentCameraTest : public ::testing::Test {
     bench_.plug();
     camera_ = std::make_unique<T13C_C>();
     EXPECT_TRUE(camera_->open(1) && camera_->initialise());
-    camera_->setRegulation(true, -10);
+    camera_->cooler().setRegulation(true, -10);
     EXPECT_TRUE(bench_.clock->run(20s));
   }
 

@@ -27,10 +27,10 @@ class DownloadTest : public ::testing::Test {
     return camera().DownloadFwToRam(image.data(), static_cast<std::uint32_t>(image.size()), kRam);
   }
   FX3_FWDWNLOAD_ERROR_CODE toFlash(const Bytes& image) {
-    camera().EnableGPIF32DQ(false);
+    camera().link().send(VendorRequest::kSwitchBus, 0);
     const auto result = camera().DownloadBuftoSPIFLASH(
         image.data(), static_cast<std::uint32_t>(image.size()), kFlash);
-    camera().EnableGPIF32DQ(true);
+    camera().link().send(VendorRequest::kSwitchBus, 1);
     return result;
   }
   bool updateBoot(const Bytes& stream) {
@@ -43,13 +43,13 @@ class DownloadTest : public ::testing::Test {
   }
   Bytes flash(std::uint32_t count) {
     Bytes bytes(count);
-    camera().EnableGPIF32DQ(false);
+    camera().link().send(VendorRequest::kSwitchBus, 0);
     constexpr std::uint32_t kPart = 32768;
     for (std::uint32_t at = 0; at < count; at += kPart) {
       EXPECT_TRUE(
           camera().ReadFromSPIFlash(bytes.data() + at, std::min(kPart, count - at), at, 0xC3));
     }
-    camera().EnableGPIF32DQ(true);
+    camera().link().send(VendorRequest::kSwitchBus, 1);
     return bytes;
   }
   Bytes eeprom(std::uint16_t count) {

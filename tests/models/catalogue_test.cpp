@@ -45,7 +45,7 @@ TEST(CatalogueTest, TheClassMadeIsTheModels) {
     const auto camera = createCamera(model->products.front().id);
     ASSERT_NE(camera, nullptr);
     EXPECT_EQ(&camera->model(), model);
-    EXPECT_EQ(camera->cooler() != nullptr, model->cooled) << model->name;
+    EXPECT_EQ(camera->cooled() != nullptr, model->cooled) << model->name;
     EXPECT_EQ(camera->state().hardwareBin, model->hardwareBinAtStart);
   }
 }
@@ -84,10 +84,10 @@ TEST(CatalogueTest, ReconnectingFindsTheSameCameraAtTheSecondTry) {
   EXPECT_FALSE(camera.reconnect());
   EXPECT_EQ(bench.clock->now() - before, std::chrono::milliseconds(1050));
   EXPECT_EQ(scripted.device->openPorts, 0);
-  EXPECT_FALSE(camera.StartUSBStreaming());
+  EXPECT_FALSE(camera.link().send(VendorRequest::kStartStreaming));
   bench.plug(scripted);
   EXPECT_TRUE(camera.reconnect());
-  EXPECT_TRUE(camera.StartUSBStreaming());
+  EXPECT_TRUE(camera.link().send(VendorRequest::kStartStreaming));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "models/models.h"
 #include "seam/identity.h"
 #include "support/scripted_bench.h"
+#include "support/take_image.h"
 
 namespace orvik::test {
 namespace {
@@ -68,11 +69,11 @@ class CommandConversationTest : public ::testing::Test {
 
 TEST_F(CommandConversationTest, AVariableIsWrittenAndReadByFourRegistersAndACommand) {
   open();
-  ASSERT_TRUE(camera_.WriteVar16(0x0114, 0x1234));
+  ASSERT_TRUE(camera_.sensor().write(camera_.link(), 0x0114, 0x1234));
   EXPECT_THAT(scripted_.conversation.take(),
               ElementsAre("S0012=01", "S0013=14", "S0014=12", "S0015=34", "S0010=04", "RB7"));
   std::uint16_t value = 0;
-  ASSERT_TRUE(camera_.ReadVar16(0x0114, &value));
+  ASSERT_TRUE(camera_.sensor().read(camera_.link(), 0x0114, value));
   EXPECT_EQ(value, 0x1234);
   EXPECT_THAT(scripted_.conversation.take(),
               ElementsAre("S0012=01", "S0013=14", "S0010=05", "RB7", "RB7", "RB7"));
@@ -99,30 +100,30 @@ TEST_F(CommandConversationTest, SettingsAreVariablesThatAreTakenOver) {
 
 TEST_F(CommandConversationTest, GainIsAPowerOfTwoAndItsThirtySeconds) {
   // 32 + gain * 224 / 100: 32, 34, 63 (one short of the next power), 65, 144, 256
-  EXPECT_EQ(T02C::GainValue2Reg(0), 0);
-  EXPECT_EQ(T02C::GainValue2Reg(1), 2);
-  EXPECT_EQ(T02C::GainValue2Reg(14), 31);
-  EXPECT_EQ(T02C::GainValue2Reg(15), 32);
-  EXPECT_EQ(T02C::GainValue2Reg(50), 68);
-  EXPECT_EQ(T02C::GainValue2Reg(100), 96);
+  EXPECT_EQ(T02C::gainCode(0), 0);
+  EXPECT_EQ(T02C::gainCode(1), 2);
+  EXPECT_EQ(T02C::gainCode(14), 31);
+  EXPECT_EQ(T02C::gainCode(15), 32);
+  EXPECT_EQ(T02C::gainCode(50), 68);
+  EXPECT_EQ(T02C::gainCode(100), 96);
 }
 
 TEST_F(CommandConversationTest, ASensorThatDoesNotGetDoneIsGivenUp) {
   open();
   deafTo_ = 2;
   const auto before = bench_.clock->now();
-  EXPECT_FALSE(camera_.issueCommand(2));
+  EXPECT_FALSE(camera_.sensor().issue(camera_.link(), CommandSensor::Command::kStandby));
   EXPECT_EQ(bench_.clock->now() - before, std::chrono::milliseconds(50));
   EXPECT_EQ(scripted_.conversation.take().size(), 1U + 50);
 
   scripted_.bytes[0x0010] = 0;
   scripted_.bytes[0x0011] = 3;
-  EXPECT_EQ(camera_.getState(), 3);
+  EXPECT_EQ(CommandSensor::readState(camera_.link()), CommandSensor::State::kChanging);
   scripted_.conversation.take();
-  EXPECT_FALSE(camera_.changeConfig());
+  EXPECT_FALSE(camera_.sensor().apply(camera_.link()));
   EXPECT_EQ(scripted_.conversation.take().size(), 2U + 100);
   scripted_.bytes[0x0011] = 2;
-  EXPECT_TRUE(camera_.changeConfig());
+  EXPECT_TRUE(camera_.sensor().apply(camera_.link()));
 }
 
 class CommandStreamTest : public CommandConversationTest {
@@ -141,7 +142,7 @@ TEST_F(CommandStreamTest, StreamingStopsAndRunsByCommand) {
   };
   ASSERT_TRUE(camera_.startCapture(true));
   std::vector<unsigned char> image(64 * 64);
-  EXPECT_TRUE(camera_.GetImage(image.data(), 64 * 64, 20000));
+  EXPECT_TRUE(takeImage(camera_, image));
   camera_.stopCapture();
   EXPECT_THAT(commands_, ElementsAre(2, 3, 2));
 }

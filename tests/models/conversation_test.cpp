@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "link/camera_versions.h"
 #include "models/models.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -77,12 +79,9 @@ TEST_F(ConversationTest, Initialisation) {
   EXPECT_THAT(conversation_.take(),
               ElementsAreArray(safe + questions + table + fixed + controls + kExposure10ms));
 
-  std::uint8_t major = 0;
-  std::array<std::uint8_t, 4> digits{};
-  camera_.GetFPGAVerVal(&major, digits.data());
-  EXPECT_EQ(camera_.GetFWVer(), 0x12);
-  EXPECT_EQ(major, 1);
-  EXPECT_THAT(digits, ElementsAre(2, 0, 2, 6));
+  EXPECT_EQ(camera_.state().firmwareVersion, 0x12);
+  EXPECT_EQ(camera_.state().fpgaVersion.load().major, 1);
+  EXPECT_EQ(camera_.state().fpgaVersion.load().digits, 0x2026);
 }
 
 TEST_F(ConversationTest, FullRegion) {
@@ -111,7 +110,7 @@ TEST_F(ConversationTest, BinOfTwoOnTheSensor) {
   ASSERT_GE(sent.size(), expected.size());
   EXPECT_THAT(Lines(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(expected.size())),
               ElementsAreArray(expected));
-  EXPECT_EQ(camera_.GetCMOSClk(), 9281);
+  EXPECT_EQ(camera_.state().clockKhz, 9281);
 }
 
 TEST_F(ConversationTest, HighSpeedReadsTenBitsTwiceAsFast) {
@@ -122,7 +121,7 @@ TEST_F(ConversationTest, HighSpeedReadsTenBitsTwiceAsFast) {
   const Lines sent = conversation_.take();
   const Lines mode = {"S3044=E0", "S3005=00", "F10=00", "S3009=10"};
   EXPECT_THAT(Lines(sent.begin(), sent.begin() + 4), ElementsAreArray(mode));
-  EXPECT_EQ(camera_.GetCMOSClk(), 37124);
+  EXPECT_EQ(camera_.state().clockKhz, 37124);
   EXPECT_THAT(Lines(sent.end() - 2, sent.end()), ElementsAre("S300B=00", "S300A=01"));
 
   camera_.setResolution(652, 488, 2, IMAGE_8BIT);
@@ -152,18 +151,14 @@ TEST_F(ConversationTest, CrossingOneSecondIsToldOnce) {
 TEST_F(ConversationTest, BandwidthIsLimitedAndStartsAnewOnAutomatic) {
   open();
   camera_.setResolution(1304, 976, 1, IMAGE_8BIT);
-  int percent = 0;
-  bool automatic = true;
+  const CameraState& state = camera_.state();
   camera_.setBandwidth(30, false);
-  camera_.GetFPSPerc(&percent, &automatic);
-  EXPECT_EQ(percent, 40);
-  EXPECT_FALSE(automatic);
+  EXPECT_EQ(state.bandwidth, 40);
+  EXPECT_FALSE(state.bandwidthAuto);
   camera_.setBandwidth(60, true);
-  camera_.GetFPSPerc(&percent, &automatic);
-  EXPECT_EQ(percent, 100);
+  EXPECT_EQ(state.bandwidth, 100);
   camera_.setBandwidth(60, true);
-  camera_.GetFPSPerc(&percent, &automatic);
-  EXPECT_EQ(percent, 60) << "already on automatic: the value counts";
+  EXPECT_EQ(state.bandwidth, 60) << "already on automatic: the value counts";
 }
 
 TEST_F(ConversationTest, CamerasOfOneModelHaveLineLengthsOfTheirOwn) {
@@ -172,11 +167,8 @@ TEST_F(ConversationTest, CamerasOfOneModelHaveLineLengthsOfTheirOwn) {
   onUsb2.usb3Port = false;
   bench_.plug(onUsb2);
   const auto fastest = [](T15C& camera) {
-    float frames = 0;
-    float data = 0;
     camera.setBandwidth(100, false);
-    camera.GetMaxFPS(&frames, &data);
-    return frames;
+    return camera.state().maxFrameRate.load();
   };
   camera_.setResolution(320, 240, 1, IMAGE_8BIT);
   const float alone = fastest(camera_);
@@ -194,7 +186,7 @@ TEST_F(ConversationTest, StartAndStop) {
   ASSERT_TRUE(camera_.startCapture(false));
   ASSERT_TRUE(camera_.startCapture(false));
   std::vector<unsigned char> image(1304 * 976);
-  ASSERT_TRUE(camera_.GetImage(image.data(), static_cast<int>(image.size()), 5000));
+  ASSERT_TRUE(takeImage(camera_, image));
   EXPECT_THAT(conversation_.take(),
               ElementsAre("AA", "F0=31", "S3000=01", "A9", "S3000=00", "F0=21"));
   ASSERT_TRUE(camera_.stopCapture());
@@ -205,65 +197,26 @@ TEST_F(ConversationTest, StartAndStop) {
 
 TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
   open();
-  ASSERT_TRUE(camera_.StopSensorCLK());
+  ASSERT_TRUE(camera_.link().stopSensorClock());
   conversation_.take();
   std::uint8_t value = 7;
-  EXPECT_FALSE(camera_.WriteCameraRegisterByte(0x3014, 1));
-  EXPECT_FALSE(camera_.ReadSONYREG(0x3014, &value));
+  EXPECT_FALSE(camera_.link().writeSensorByte(0x3014, 1));
+  EXPECT_FALSE(camera_.link().readSensorByte(0x3014, value));
   EXPECT_EQ(value, 0);
-  EXPECT_TRUE(camera_.WriteFPGAREG(13, 128));
+  EXPECT_TRUE(camera_.link().writeFpga(13, 128));
   EXPECT_THAT(conversation_.take(), ElementsAre("F13=80"));
-  EXPECT_TRUE(camera_.StartSensorCLK());
-  EXPECT_TRUE(camera_.WriteSONYREG(0x3014, 1));
-}
-
-TEST_F(ConversationTest, RequestsOfOnesOwn) {
-  open();
-  std::array<std::uint8_t, 2> version{};
-  EXPECT_TRUE(camera_.SendCMD(0xAD, 0, 0, true, version.data(), 2));
-  EXPECT_EQ(version[0], 'V');
-  EXPECT_TRUE(camera_.SendCMD(0xB6, 0x3009, 0x12, false, nullptr, 0));
-  EXPECT_TRUE(camera_.StopUSBStreaming());
-  EXPECT_FALSE(camera_.WriteCameraRegister(0x3012, 0x240)) << "this sensor has 8 bits a register";
-  EXPECT_THAT(conversation_.take(), ElementsAre("RAD", "S3009=12", "AA", "W3012=0240"));
-  EXPECT_TRUE(camera_.ResetEndPoint(0x81));
-  EXPECT_TRUE(camera_.ResetDevice());
-}
-
-TEST_F(ConversationTest, WhatWasSetIsTold) {
-  open();
-  camera_.setFlip(true, false);
-  camera_.setWhiteBalance(30, 70, true);
-  camera_.SetAutoPara(400, 20, 90);
-  bool horizontal = false;
-  bool vertical = true;
-  camera_.GetMisc(&horizontal, &vertical);
-  EXPECT_TRUE(horizontal && !vertical);
-  int red = 0;
-  int blue = 0;
-  bool automatic = false;
-  camera_.GetRGBBalance(&red, &blue, &automatic);
-  EXPECT_TRUE(red == 30 && blue == 70 && automatic);
-  int maxGain = 0;
-  int maxExposure = 0;
-  int target = 0;
-  camera_.GetAutoPara(&maxGain, &maxExposure, &target);
-  EXPECT_TRUE(maxGain == 400 && maxExposure == 20 && target == 90);
-  float frameRate = 0;
-  float dataRate = 0;
-  camera_.setBandwidth(100, false);
-  EXPECT_TRUE(camera_.GetMaxFPS(&frameRate, &dataRate));
-  EXPECT_GT(frameRate, 0);
+  EXPECT_TRUE(camera_.link().startSensorClock());
+  EXPECT_TRUE(camera_.link().writeSensorByte(0x3014, 1));
 }
 
 TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {
   open();
   EXPECT_TRUE(camera_.close());
   std::uint16_t value = 7;
-  EXPECT_FALSE(camera_.SendCMD(0xAA));
-  EXPECT_FALSE(camera_.ReadCameraRegister(0x3000, &value));
+  EXPECT_FALSE(camera_.link().send(VendorRequest::kStopStreaming));
+  EXPECT_FALSE(camera_.link().readSensorWord(0x3000, value));
   EXPECT_EQ(value, 0);
-  EXPECT_FALSE(camera_.IsUSB3Host());
+  EXPECT_FALSE(isAtUsb3Port(camera_.link()));
   EXPECT_FALSE(camera_.startCapture(false));
   EXPECT_THAT(conversation_.take(), IsEmpty());
 }

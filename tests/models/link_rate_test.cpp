@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "models/models.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -24,9 +25,8 @@ class LinkRate : public ::testing::Test {
 
   bool takeImages(int count) {
     std::vector<unsigned char> image(1304 * 976 * 3);
-    const int size = static_cast<int>(image.size());
     int taken = 0;
-    while (taken < count && camera_.GetImage(image.data(), size, 20'000)) ++taken;
+    while (taken < count && takeImage(camera_, image)) ++taken;
     return taken == count;
   }
 

@@ -9,7 +9,7 @@
 #include <numeric>
 #include <thread>
 
-#include "models/capture_bench.h"
+#include "capture/capture_bench.h"
 #include "support/time_of.h"
 
 namespace orvik::test {
@@ -26,9 +26,9 @@ class FrameOwnership : public CaptureTest {
   }
 
   /// @param size bytes of the buffer that the caller brings
-  bool getInto(std::size_t size, std::uint32_t waitMs = 5000) {
+  bool getInto(std::size_t size, FrameQueue::Timeout timeout = 5s) {
     image_.assign(size, 0xBD);
-    return getImage(waitMs);
+    return getImage(timeout);
   }
 
   DeliveredImage last() { return camera_->lastImage().value(); }
@@ -53,7 +53,7 @@ TEST_F(FrameOwnership, AnImageThatNobodyFetchedDoesNotBecomeAnotherCaptures) {
   takeSnapshot();
   camera_->forgetCapture();
   EXPECT_EQ(status(), Orvik_EXPSTATE_NONE);
-  EXPECT_FALSE(getImage(0));
+  EXPECT_FALSE(getImage(0ms));
 }
 
 TEST_F(FrameOwnership, ASnapshotKeepsItsFormat) {
@@ -153,7 +153,7 @@ TEST_F(FrameOwnership, ExposuresAcrossOneSecondKeepTheirFrames) {
     camera_->setExposure(exposureUs, false);
     int settled = 0;
     while (settled < 2) {
-      ASSERT_TRUE(getImage(20'000));
+      ASSERT_TRUE(getImage(20s));
       const FrameFacts facts = last().facts;
       std::int64_t madeAt = 0;
       std::memcpy(&madeAt, image_.data() + 400, sizeof madeAt);
@@ -175,7 +175,7 @@ TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
     constexpr std::size_t kMost = std::size_t{640} * 480 * 3;
     while (!stop) {
       std::vector<unsigned char> buffer(kMost, 0xBD);
-      if (!camera_->GetImage(buffer.data(), static_cast<int>(buffer.size()), 200)) continue;
+      if (!takeImage(*camera_, buffer, std::chrono::milliseconds(200))) continue;
       const DeliveredImage image = last();
       const std::size_t size = image.format.imageBytes();
       ASSERT_LE(size, kMost);
@@ -216,8 +216,7 @@ TEST_F(FrameOwnership, AWaitLastsAcrossAChangeOfTheFormat) {
   ASSERT_TRUE(camera_->startCapture(false));
   std::vector<unsigned char> buffer(640 * 480);
   bool came = false;
-  std::thread waiting(
-      [&] { came = camera_->GetImage(buffer.data(), static_cast<int>(buffer.size()), kNoLimit); });
+  std::thread waiting([&] { came = takeImage(*camera_, buffer, kNoTimeout); });
   std::this_thread::sleep_for(50ms);
   ASSERT_TRUE(camera_->setResolution(640, 480, 1, IMAGE_8BIT));
   waiting.join();

@@ -231,7 +231,7 @@ TEST(Saving, WhatACameraSettlesByItselfIsNoChange) {
   ASSERT_TRUE(place().save("T13C-C", before));
   T13C_C camera;
   ASSERT_TRUE(camera.open(1));
-  camera.SetTimeMark(false);  // as every opening by the flat interface does
+  camera.state().timeMark.store(false);  // as every opening by the flat interface does
   ASSERT_TRUE(camera.initialise());
   camera.close();
   EXPECT_THAT(place().load("T13C-C").value(), ::testing::UnorderedElementsAreArray(before));
@@ -247,8 +247,8 @@ class KeptDark : public ::testing::Test {
     EXPECT_TRUE(writeDarkFile(path, 1304, 976, pixels));
     auto camera = std::make_unique<T15C>();
     EXPECT_TRUE(camera->open(1) && camera->initialise());
-    EXPECT_EQ(camera->LoadBMPFromFile(path.c_str()), 1);
-    camera->UsingDark(true);
+    EXPECT_EQ(camera->dark().load(path), DarkFileResult::kDone);
+    camera->dark().use(true);
     return camera;
   }
 

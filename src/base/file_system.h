@@ -7,10 +7,10 @@
 #include <span>
 #include <string>
 
-namespace orvik::settings {
+namespace orvik {
 
-/// What the settings store asks of the file system, call by call: a test can let each of them fail.
-/// Nothing here throws but for want of memory. Any thread.
+/// The calls of the file system that the library makes, one by one: a test can let each of them
+/// fail. Nothing here throws but for want of memory. Any thread.
 class FileSystem {
  public:
   FileSystem() = default;
@@ -61,4 +61,4 @@ class FileSystem {
   virtual bool renameToNew(const std::filesystem::path& from, const std::filesystem::path& to);
 };
 
-}  // namespace orvik::settings
+}  // namespace orvik

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "models/automatic_bench.h"
+#include "controls/automatic_bench.h"
 #include "models/models.h"
 
 namespace orvik::test {
@@ -46,7 +46,9 @@ class AutomaticLoop : public ::testing::TestWithParam<std::string> {
     SCOPED_TRACE(start.name);
     AutomaticBench bench(GetParam(), bright());
     const ControlRange& gain = bench.camera().model().gain;
-    bench.camera().SetAutoPara(gain.max, 30, goal);
+    bench.camera().state().autoMaxGain = gain.max;
+    bench.camera().state().autoMaxExposure = 30;
+    bench.camera().state().autoTargetBrightness = goal;
     bench.camera().setExposure(start.exposureUs, start.exposureAuto);
     bench.camera().setGain(gain.max * start.gainPercent / 100, start.gainAuto);
     bench.start();
@@ -98,7 +100,9 @@ INSTANTIATE_TEST_SUITE_P(, AutomaticLoop, ::testing::ValuesIn(modelsToRun()),
 TEST(AutomaticLoopT15C, GainAloneFindsTheGoal) {
   for (const int gain : {0, 600}) {
     AutomaticBench bench("T15C");
-    bench.camera().SetAutoPara(600, 30, 100);
+    bench.camera().state().autoMaxGain = 600;
+    bench.camera().state().autoMaxExposure = 30;
+    bench.camera().state().autoTargetBrightness = 100;
     bench.camera().setExposure(10000, false);
     bench.camera().setGain(gain, true);
     bench.start();
@@ -130,31 +134,6 @@ TEST(AutomaticLoopT15C, TheGoalIsTheImagesBrightnessInEveryFormat) {
     report(format.name, bench.roundsToRest());
     expectGoalReached(bench, 100);
   }
-}
-
-TEST(AutomaticByHand, ABalanceOnTheHostLooksAtTheImage) {
-  AutomaticBench bench("T01C");
-  auto& camera = dynamic_cast<T01C&>(bench.camera());
-  camera.setWhiteBalance(50, 50, false);
-  std::vector<std::uint8_t> raw(320 * 240, 120);
-  for (int y = 0; y < 240; y += 2) {
-    for (int x = 0; x < 320; x += 2) raw[static_cast<std::size_t>(y * 320 + x + 1)] = 80;  // red
-  }
-  camera.AutoWhiBal(raw.data());
-  EXPECT_EQ(bench.now().whiteBalanceRed, 50) << "not on automatic";
-  camera.setWhiteBalance(50, 50, true);
-  camera.AutoWhiBal(raw.data());
-  EXPECT_NEAR(bench.now().whiteBalanceRed, 75, 2);
-  EXPECT_NEAR(bench.now().whiteBalanceBlue, 50, 1);
-  camera.AutoWhiBal(raw.data());
-  EXPECT_NEAR(bench.now().whiteBalanceRed, 75, 2) << "the image is grey now, the raw frame is not";
-
-  const std::vector<std::uint8_t> image(std::size_t{3} * 320 * 240, 60);
-  std::array<int, 3> deviations = {1, 1, 1};
-  std::array<int, 3> means{};
-  camera.Get_variance_ave(image.data(), 0, 0, 20, 15, 320, 240, &deviations[0], &deviations[1],
-                          &deviations[2], &means[0], &means[1], &means[2]);
-  EXPECT_EQ(means, (std::array<int, 3>{59, 59, 59}));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "models/models.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -77,7 +78,7 @@ class Video {
   /// Takes an image within ten seconds.
   /// @return its level, of 8 bits, or kNone or kUneven
   int level() {
-    if (!camera_.GetImage(image_.data(), static_cast<int>(image_.size()), 10'000)) return kNone;
+    if (!takeImage(camera_, image_, std::chrono::seconds(10))) return kNone;
     const std::size_t step = wide_ ? 2 : 1;
     std::uint8_t low = 255;
     std::uint8_t high = 0;

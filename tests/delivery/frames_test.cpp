@@ -8,7 +8,9 @@
 #include <tuple>
 
 #include "algorithm/grey10.h"
+#include "algorithm/rgb_convert.h"
 #include "models/models.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -84,7 +86,7 @@ class FramesTest : public ::testing::Test {
     camera_.setStartPosition(request.x, request.y);
     std::vector<std::uint8_t> image(bytes, 0xEE);
     EXPECT_TRUE(camera_.startCapture(false));
-    EXPECT_TRUE(camera_.GetImage(image.data(), static_cast<int>(bytes), 10000));
+    EXPECT_TRUE(takeImage(camera_, image));
     EXPECT_TRUE(camera_.stopCapture());
     return image;
   }
@@ -250,12 +252,12 @@ TEST_F(FramesTest, EveryTypeShowsTheSameFrame) {
 
     request.type = IMAGE_8BIT;
     std::vector<std::uint8_t> expected(kPixels);
-    CAlgorithm::RGB2Y8(colour.data(), expected.data(), kWidth, kHeight);
+    luminance(colour.data(), expected.data(), kWidth, kHeight);
     EXPECT_EQ(take(request, kPixels, false), expected) << "luminance";
 
     request.type = IMAGE_YUV422;
     expected.resize(2 * kPixels);
-    CAlgorithm::RGB2YUV2(colour.data(), expected.data(), kWidth, kHeight, true);
+    yuv422(colour.data(), expected.data(), kWidth, kHeight, true);
     EXPECT_EQ(take(request, 2 * kPixels, false), expected) << "4:2:2, bottom row first";
 
     request.type = IMAGE_RAW16;
@@ -267,37 +269,6 @@ TEST_F(FramesTest, EveryTypeShowsTheSameFrame) {
     grey10(samples.data(), expected.data(), kPixels);
     EXPECT_EQ(take(request, 4 * kPixels), expected) << "grey in 10 bits";
   }
-}
-
-TEST_F(FramesTest, SinglePixelsAreTestedAndMended) {
-  constexpr int kWidth = 96;
-  constexpr int kHeight = 62;
-  plug(std::make_shared<CodedScene>([](int x, int y) { return x == 203 && y == 110 ? 60 : 20; }));
-  const Request narrow{kWidth, kHeight, 1, true, IMAGE_8BIT, false, false, 200, 100};
-  Request wide = narrow;
-  wide.type = IMAGE_RAW16;
-  const auto image = take(narrow, kWidth * kHeight);
-  for (const int unit : {1, 256}) {
-    if (unit != 1) take(wide, 2 * kWidth * kHeight);
-    std::uint32_t mended = 0;
-    EXPECT_NEAR(camera_.PixelNet(3, 10, kWidth, kHeight, 2), 40 * unit, unit / 8);
-    camera_.DeNoise(4, 10, kWidth, kHeight, &mended);
-    EXPECT_EQ(mended, 0U);
-    camera_.DeNoise(3, 10, kWidth, kHeight, &mended);
-    EXPECT_EQ(mended, 1U);
-    EXPECT_EQ(camera_.PixelNet(3, 10, kWidth, kHeight, 2), 0);
-    camera_.DeNoise(3, 10, 100 * kWidth, 100 * kHeight, &mended);
-    EXPECT_EQ(mended, 1U) << "no frame is as large as that";
-  }
-
-  ASSERT_TRUE(camera_.ManualHPC(203, 110, true));
-  camera_.SetHPCStates(true);
-  auto mended = image;
-  camera_.HandleHotPixels(mended.data(), kWidth, kHeight / 2, false);
-  EXPECT_EQ(mended, image) << "it is not the region's size";
-  camera_.HandleHotPixels(mended.data(), kWidth, kHeight, false);
-  EXPECT_EQ(image[10 * kWidth + 3], 60);
-  EXPECT_EQ(mended[10 * kWidth + 3], 20);
 }
 
 TEST_F(FramesTest, GammaLeavesFiftyAloneAndBendsOtherwise) {
@@ -320,9 +291,9 @@ TEST_F(FramesTest, AnImageIsNeverLargerThanItsBuffer) {
   take(request, 64 * 64);
   ASSERT_TRUE(camera_.startCapture(false));
   std::vector<std::uint8_t> image(200, 0xEE);
-  EXPECT_FALSE(camera_.GetImage(image.data(), 100, 10000));
+  EXPECT_FALSE(takeImage(camera_, std::span(image).first(100)));
   ASSERT_TRUE(camera_.setResolution(64, 64, 1, IMAGE_RGB24));
-  EXPECT_FALSE(camera_.GetImage(image.data(), 100, 10000));
+  EXPECT_FALSE(takeImage(camera_, std::span(image).first(100)));
   EXPECT_TRUE(std::all_of(image.begin(), image.end(), [](int v) { return v == 0xEE; }));
 }
 

@@ -8,7 +8,7 @@
 #include <future>
 #include <ostream>
 
-#include "models/capture_bench.h"
+#include "capture/capture_bench.h"
 #include "support/fault_script.h"
 #include "support/limited_host.h"
 #include "support/time_of.h"
@@ -65,10 +65,10 @@ TEST_F(CaptureTest, ASlowReaderLosesFramesAndFindsTheOldestTwo) {
   open();
   ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(eventually([&] { return dropped() >= 10; }));
-  EXPECT_TRUE(getImage(0));
-  EXPECT_TRUE(getImage(0));
+  EXPECT_TRUE(getImage(0ms));
+  EXPECT_TRUE(getImage(0ms));
   camera_->stopCapture();
-  EXPECT_FALSE(getImage(0)) << "frames of a video that has ended are gone";
+  EXPECT_FALSE(getImage(0ms)) << "frames of a video that has ended are gone";
 }
 
 TEST_F(CaptureTest, FourEmptyReadsRestartTheStream) {
@@ -97,8 +97,8 @@ TEST_F(CaptureTest, SnapshotEndsByItselfAndTheNextMayFollowAtOnce) {
     ASSERT_TRUE(camera_->startCapture(true));
     EXPECT_TRUE(snapshotEnds());
     ASSERT_EQ(status(), Orvik_EXPSTATE_READY);
-    ASSERT_TRUE(getImage(kNoLimit));
-    EXPECT_FALSE(getImage(kNoLimit)) << "there is one image, and nothing to wait for";
+    ASSERT_TRUE(getImage(kNoTimeout));
+    EXPECT_FALSE(getImage(kNoTimeout)) << "there is one image, and nothing to wait for";
   }
 }
 
@@ -112,7 +112,7 @@ TEST_F(CaptureTest, SnapshotFailsAfterASecondOfBadExposures) {
   ASSERT_TRUE(camera_->startCapture(true));
   ASSERT_TRUE(snapshotEnds());
   EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);
-  EXPECT_FALSE(getImage(kNoLimit));
+  EXPECT_FALSE(getImage(kNoTimeout));
 }
 
 TEST_F(CaptureTest, LongExposureIsTimedByTheHost) {
@@ -123,7 +123,7 @@ TEST_F(CaptureTest, LongExposureIsTimedByTheHost) {
   const auto taken = timeOf([&] { EXPECT_TRUE(snapshotEnds()); });
   EXPECT_EQ(status(), Orvik_EXPSTATE_READY);
   EXPECT_GE(taken, 950ms);
-  EXPECT_TRUE(getImage(0));
+  EXPECT_TRUE(getImage(0ms));
   using ::testing::ElementsAre;
   const auto sent = conversation_.take();
   EXPECT_THAT(
@@ -146,11 +146,11 @@ TEST_F(CaptureTest, VideoFollowsTheExposureAcrossOneSecond) {
   ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(getImage());
   camera_->setExposure(1'000'000, false);
-  while (getImage(0)) {
+  while (getImage(0ms)) {
   }
-  EXPECT_TRUE(getImage(20000));
+  EXPECT_TRUE(getImage(20s));
   camera_->setExposure(1000, false);
-  EXPECT_TRUE(eventually([&] { return timeOf([&] { EXPECT_TRUE(getImage(20000)); }) < 100ms; }));
+  EXPECT_TRUE(eventually([&] { return timeOf([&] { EXPECT_TRUE(getImage(20s)); }) < 100ms; }));
 }
 
 TEST_F(CaptureTest, StopsAtAnyMoment) {
@@ -172,7 +172,7 @@ TEST_F(CaptureTest, StopsAtAnyMoment) {
 TEST_F(CaptureTest, StoppingWakesAWaitWithoutLimit) {
   open([](auto&) { return false; });
   ASSERT_TRUE(camera_->startCapture(false));
-  auto waiting = std::async(std::launch::async, [&] { return getImage(kNoLimit); });
+  auto waiting = std::async(std::launch::async, [&] { return getImage(kNoTimeout); });
   std::this_thread::sleep_for(20ms);
   EXPECT_EQ(waiting.wait_for(0ms), std::future_status::timeout);
   camera_->stopCapture();
@@ -187,7 +187,7 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
       camera_->setExposure(exposureUs, false);
       ASSERT_TRUE(camera_->startCapture(snapshot));
       auto waiting = std::async(std::launch::async, [&] {
-        while (getImage(kNoLimit)) {
+        while (getImage(kNoTimeout)) {
         }
         return true;
       });
@@ -233,7 +233,7 @@ TEST_F(CaptureTest, AStalledPipeIsClearedAndUsedAgain) {
   faults->setScript(scriptOf("bulk stall"));
   ASSERT_TRUE(eventually([&] { return faults->struck(fault::Action::kStall) > 3; }));
   faults->setScript({});
-  while (getImage(0)) {
+  while (getImage(0ms)) {
   }
   EXPECT_TRUE(getImage());
 }
@@ -243,21 +243,14 @@ TEST_F(CaptureTest, ALinkThatLosesFramesIsAskedForLess) {
     frame[0] = 0;
     return true;
   });
-  int percent = 0;
-  bool automatic = false;
-  camera_->GetFPSPerc(&percent, &automatic);
-  ASSERT_EQ(percent, 100);
-  ASSERT_TRUE(automatic);
+  const CameraState& state = camera_->state();
+  ASSERT_EQ(state.bandwidth, 100);
+  ASSERT_TRUE(state.bandwidthAuto);
   ASSERT_TRUE(camera_->startCapture(false));
-  EXPECT_TRUE(eventually([&] {
-    camera_->GetFPSPerc(&percent, &automatic);
-    return percent == 96;
-  }));
-  EXPECT_TRUE(automatic);
-  EXPECT_TRUE(eventually([&] {
-    camera_->GetFPSPerc(&percent, &automatic);
-    return percent == 40;
-  })) << "and never for less than 40 percent";
+  EXPECT_TRUE(eventually([&] { return state.bandwidth == 96; }));
+  EXPECT_TRUE(state.bandwidthAuto);
+  EXPECT_TRUE(eventually([&] { return state.bandwidth == 40; }))
+      << "and never for less than 40 percent";
   camera_->stopCapture();
 }
 

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "models/automatic_bench.h"
+#include "controls/automatic_bench.h"
 #include "models/models.h"
 
 namespace orvik::test {
@@ -164,7 +164,9 @@ TEST(Automatic, TheThreadHandsOverToTheWorker) {
 
 TEST(Automatic, ExposureStopsAtItsLimit) {
   AutomaticBench bench("T15C", dim(0.001));
-  bench.camera().SetAutoPara(100, 0, 100);
+  bench.camera().state().autoMaxGain = 100;
+  bench.camera().state().autoMaxExposure = 0;
+  bench.camera().state().autoTargetBrightness = 100;
   bench.camera().setExposure(20'000, true);
   bench.camera().setGain(0, true);
   bench.start();
@@ -180,8 +182,8 @@ std::vector<std::uint8_t> evenFrame(Camera& camera, std::uint8_t value) {
 
 /// Measures a frame that was taken with the present settings.
 FrameMeasurement measure(Camera& camera, std::span<const std::uint8_t> frame, Wanted wanted) {
-  return camera.measure(frame, camera.state().frameFormat(), camera.state().frameSettings(),
-                        wanted);
+  return camera.regulator().measure(frame, camera.state().frameFormat(),
+                                    camera.state().frameSettings(), wanted);
 }
 
 TEST(AutomaticDecision, WhatWasChangedSinceTheFrameStays) {
@@ -193,23 +195,23 @@ TEST(AutomaticDecision, WhatWasChangedSinceTheFrameStays) {
     camera.setGain(200, true);
     return measure(camera, black, {.brightness = true, .colour = false});
   };
-  camera.followMeasurement(measureNow());
+  camera.regulator().follow(measureNow());
   EXPECT_EQ(bench.now().exposureUs, 14'950U);
   EXPECT_EQ(bench.now().gain, 212);
 
   FrameMeasurement measured = measureNow();
   camera.setExposure(10'000, false);
   camera.setGain(200, false);
-  camera.followMeasurement(measured);
+  camera.regulator().follow(measured);
   EXPECT_EQ(bench.now().exposureUs, 10'000U) << "automatic was switched off";
 
   measured = measureNow();
   camera.setExposure(50'000, true);
-  camera.followMeasurement(measured);
+  camera.regulator().follow(measured);
   EXPECT_EQ(bench.now().exposureUs, 50'000U) << "the frame was taken with another exposure";
   measured = measureNow();
   camera.setGain(20, true);
-  camera.followMeasurement(measured);
+  camera.regulator().follow(measured);
   EXPECT_EQ(bench.now().gain, 20) << "and with another gain";
 }
 
@@ -221,10 +223,13 @@ TEST(AutomaticDecision, AtALimitNothingIsSent) {
   Camera& camera = bench.camera();
   const auto step = [&](std::uint8_t brightness) {
     conversation.take();
-    camera.AutoExpGain(evenFrame(camera, brightness).data());
+    camera.regulator().follow(
+        measure(camera, evenFrame(camera, brightness), {.brightness = true, .colour = false}));
     return conversation.take().size();
   };
-  camera.SetAutoPara(300, 1, 100);
+  camera.state().autoMaxGain = 300;
+  camera.state().autoMaxExposure = 1;
+  camera.state().autoTargetBrightness = 100;
   for (const bool exposure : {false, true}) {
     camera.setExposure(1'000'000, exposure);
     camera.setGain(299, true);
@@ -242,7 +247,7 @@ TEST(AutomaticDecision, AtALimitNothingIsSent) {
     for (std::size_t x = (y + 1) % 2; x < 320; x += 2) green[y * 320 + x] = 200;
   }
   conversation.take();
-  camera.AutoWB_RAW(green.data());
+  camera.regulator().follow(measure(camera, green, {.brightness = false, .colour = true}));
   EXPECT_EQ(conversation.take().size(), 0U) << "there is no more of red and blue";
   EXPECT_EQ(bench.now().whiteBalanceRed, 99);
 }
@@ -258,36 +263,15 @@ TEST(AutomaticDecision, AColourMeasuredWithAnotherBalanceIsForgotten) {
     camera.setWhiteBalance(40, 95, true);
     return measure(camera, redless, {.brightness = false, .colour = true});
   };
-  camera.followMeasurement(measureNow());
+  camera.regulator().follow(measureNow());
   EXPECT_NEAR(bench.now().whiteBalanceRed, 80, 2);
   const FrameMeasurement measured = measureNow();
   camera.setWhiteBalance(40, 95, false);
-  camera.followMeasurement(measured);
+  camera.regulator().follow(measured);
   EXPECT_EQ(bench.now().whiteBalanceRed, 40);
   camera.setWhiteBalance(41, 95, true);
-  camera.followMeasurement(measured);
+  camera.regulator().follow(measured);
   EXPECT_EQ(bench.now().whiteBalanceRed, 41);
-  camera.AutoWB_RAW(redless.data());
-  EXPECT_NEAR(bench.now().whiteBalanceRed, 82, 2) << "a step by hand";
-}
-
-TEST(AutomaticDecision, BlockStatisticsComeOutAsTheyAreAskedFor) {
-  AutomaticBench bench("T15C");
-  std::vector<std::uint8_t> frame(64 * 64);
-  for (std::size_t i = 0; i < frame.size(); ++i) frame[i] = i % 8 < 4 ? 40 : 80;
-  int redDeviation = 1;
-  int greenDeviation = 0;
-  int blueDeviation = 1;
-  int red = 0;
-  int green = 0;
-  int blue = 0;
-  bench.camera().Get_variance_ave_RAW(frame.data(), 0, 0, 40, 40, 64, 64, &redDeviation,
-                                      &greenDeviation, &blueDeviation, &red, &green, &blue);
-  EXPECT_NEAR(red, 60, 1);
-  EXPECT_NEAR(green, 60, 1);
-  EXPECT_NEAR(redDeviation, 20, 1);
-  EXPECT_EQ(greenDeviation, 0) << "not asked for";
-  EXPECT_NEAR(blueDeviation, 20, 1);
 }
 
 /// Time that flies, so that rounds come every millisecond.

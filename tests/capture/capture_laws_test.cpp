@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "state/frame_time.h"
+
 namespace orvik {
 namespace {
 

@@ -8,6 +8,7 @@
 #include "delivery/dark_file.h"
 #include "models/models.h"
 #include "support/scratch_folder.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -63,7 +64,7 @@ class DarksTest : public ::testing::Test {
   Bytes take(std::size_t bytes) {
     Bytes image(bytes);
     EXPECT_TRUE(camera_->startCapture(false));
-    EXPECT_TRUE(camera_->GetImage(image.data(), static_cast<int>(bytes), 20000));
+    EXPECT_TRUE(takeImage(*camera_, image));
     EXPECT_TRUE(camera_->stopCapture());
     return image;
   }
@@ -72,13 +73,13 @@ class DarksTest : public ::testing::Test {
   void recordDark() {
     ASSERT_TRUE(camera_->setResolution(kSensorWidth, kSensorHeight, 1, IMAGE_8BIT));
     ASSERT_TRUE(camera_->startCapture(false));
-    const int frames = camera_->GettingDark(true, 0);
+    const int frames = camera_->startDarkRecording();
     Bytes image(kSensorPixels);
     for (int i = 0; i < frames; ++i) {
-      EXPECT_FALSE(camera_->IsGetDarkOver());
-      ASSERT_TRUE(camera_->GetImage(image.data(), static_cast<int>(image.size()), 20000));
+      EXPECT_FALSE(camera_->dark().isRecordingOver());
+      ASSERT_TRUE(takeImage(*camera_, image));
     }
-    EXPECT_TRUE(camera_->IsGetDarkOver());
+    EXPECT_TRUE(camera_->dark().isRecordingOver());
     ASSERT_TRUE(camera_->stopCapture());
   }
 
@@ -106,9 +107,9 @@ TEST_F(DarksTest, EveryRegionAndBinLosesItsPartOfTheDark) {
         dark[static_cast<std::size_t>(row * kSensorWidth + column)] = 40;
       }
     }
-    ASSERT_EQ(Camera::CreateBMP(kSensorWidth, kSensorHeight, dark.data(), path.c_str()), 1);
-    ASSERT_EQ(camera_->LoadBMPFromFile(path.c_str()), 1);
-    camera_->UsingDark(true);
+    ASSERT_TRUE(writeDarkFile(path, kSensorWidth, kSensorHeight, dark));
+    ASSERT_EQ(camera_->dark().load(path), DarkFileResult::kDone);
+    camera_->dark().use(true);
     for (const bool hardware : {true, false}) {
       SCOPED_TRACE("bin " + std::to_string(bin) + (hardware ? " camera" : " host"));
       camera_->setHardwareBin(hardware);
@@ -130,8 +131,8 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
   dark[40 * kSensorWidth + 40] = 40;
   const std::string path = folder_.file("dark.bmp");
   ASSERT_TRUE(writeDarkFile(path, kSensorWidth, kSensorHeight, dark));
-  ASSERT_EQ(camera_->LoadBMPFromFile(path.c_str()), 1);
-  camera_->UsingDark(true);
+  ASSERT_EQ(camera_->dark().load(path), DarkFileResult::kDone);
+  camera_->dark().use(true);
   ASSERT_TRUE(camera_->setResolution(64, 64, 1, IMAGE_8BIT));
   camera_->setStartPosition(0, 0);
   const auto deliver = [&](bool automatic, std::uint64_t exposureUs) {
@@ -139,7 +140,7 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
     camera_->setExposure(exposureUs, automatic);
     EXPECT_TRUE(camera_->startCapture(true));
     EXPECT_TRUE(eventually([&] { return camera_->capture().status() == Orvik_EXPSTATE_READY; }));
-    EXPECT_TRUE(camera_->GetImage(image.data(), 64 * 64, 10000));
+    EXPECT_TRUE(takeImage(*camera_, image));
     camera_->stopCapture();
     camera_->setExposure(10000, false);
     return int{image[40 * 64 + 40]};
@@ -155,21 +156,11 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
   EXPECT_EQ(wide[(40 * 64 + 40) * 2 + 1], kLevel);
 }
 
-TEST_F(DarksTest, ATableIsStoredAndReadBack) {
-  plugEven();
-  HotPixelTable table(hotPixelTableBytes(kSensorWidth, kSensorHeight));
-  for (std::size_t i = 3; i < table.size(); i += 5003) table[i] = 0x24;
-  int length = 0;
-  const Bytes stored = Camera::Compress(table.data(), static_cast<int>(table.size()), &length);
-  ASSERT_LE(static_cast<std::size_t>(length), stored.size());
-  EXPECT_EQ(camera_->Uncompress(stored.data(), length), table);
-}
-
 TEST_F(DarksTest, TheTimeIsInTheImageWhileItIsWanted) {
   plugEven();
   ASSERT_TRUE(camera_->setResolution(240, 60, 1, IMAGE_8BIT));
   EXPECT_EQ(take(240 * 60), Bytes(240 * 60, kLevel));
-  camera_->SetTimeMark(true);
+  camera_->state().timeMark.store(true);
   const Bytes grey = take(240 * 60);
   EXPECT_EQ(std::ranges::count(grey, 0) + std::ranges::count(grey, 255), 20 * 8 * 11);
   ASSERT_TRUE(camera_->setResolution(240, 60, 1, IMAGE_RGB24));
@@ -205,7 +196,7 @@ TEST_F(DarksTest, CorrectionsBringALongExposureNearerToAPerfectSensor) {
   expose();
   recordDark();
   const std::string path = folder_.file("covered.bmp");
-  ASSERT_EQ(camera_->SaveBMPToFile(path.c_str()), 1);
+  ASSERT_TRUE(camera_->dark().save(path));
 
   options.sceneKind = sim::SceneKind::kGradient;
   options.light = 0.009;
@@ -218,14 +209,14 @@ TEST_F(DarksTest, CorrectionsBringALongExposureNearerToAPerfectSensor) {
   plug(options);
   expose();
   const double raw = deviation(take(kSensorPixels), perfect);
-  ASSERT_EQ(camera_->LoadBMPFromFile(path.c_str()), 1);
-  camera_->UsingDark(true);
+  ASSERT_EQ(camera_->dark().load(path), DarkFileResult::kDone);
+  camera_->dark().use(true);
   const double darkOnly = deviation(take(kSensorPixels), perfect);
-  camera_->UsingDark(false);
-  ASSERT_TRUE(camera_->AutoGetHPC());
-  ASSERT_TRUE(camera_->ChangeHPCStatus(HPC_ON));
+  camera_->dark().use(false);
+  ASSERT_TRUE(camera_->deriveHotPixels());
+  ASSERT_TRUE(camera_->hotPixels().useTable(true));
   const double hotOnly = deviation(take(kSensorPixels), perfect);
-  camera_->UsingDark(true);
+  camera_->dark().use(true);
   const double both = deviation(take(kSensorPixels), perfect);
   EXPECT_LT(darkOnly, 0.8 * raw);
   EXPECT_LT(hotOnly, 0.8 * raw);

@@ -21,8 +21,7 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr auto kNoLine = static_cast<GuideD>(4);
-constexpr auto kNegative = static_cast<GuideD>(-1);
+constexpr std::size_t kNoLine = 4;
 
 class GuidingTest : public ::testing::Test {
  protected:
@@ -37,6 +36,9 @@ class GuidingTest : public ::testing::Test {
     camera_->open(1);
   }
 
+  bool pulse(std::size_t line, std::chrono::milliseconds length) {
+    return camera_->guideLines().pulse(line, camera_->clock(), length);
+  }
   std::vector<std::string> take() { return std::exchange(lines_, {}); }
 
   std::vector<std::string> lines_;
@@ -47,18 +49,18 @@ class GuidingTest : public ::testing::Test {
 };
 
 TEST_F(GuidingTest, LinesAreSwitchedOneByOne) {
-  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_3));
-  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_0));
-  EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_3));
+  EXPECT_TRUE(camera_->guideLines().switchOn(3));
+  EXPECT_TRUE(camera_->guideLines().switchOn(0));
+  EXPECT_TRUE(camera_->guideLines().switchOff(3));
   EXPECT_THAT(take(), ElementsAre("on 3", "on 0", "off 3"));
-  EXPECT_TRUE(camera_->pulseGuideOn(kNoLine));
-  EXPECT_TRUE(camera_->pulseGuideOff(kNegative));
-  EXPECT_TRUE(camera_->pulseGuide(kNoLine, 1000));
+  EXPECT_FALSE(camera_->guideLines().switchOn(kNoLine));
+  EXPECT_FALSE(camera_->guideLines().switchOff(kNoLine));
+  EXPECT_FALSE(pulse(kNoLine, 1000ms));
   EXPECT_THAT(take(), IsEmpty());
 }
 
 TEST_F(GuidingTest, APulseLastsAsLongAsItWasToldTo) {
-  std::thread guider([this] { EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_1, 1500)); });
+  std::thread guider([this] { EXPECT_TRUE(pulse(1, 1500ms)); });
   EXPECT_TRUE(clock_->run(1499ms));
   EXPECT_EQ(bench_.host().guideLog(id_).size(), 1U);
   clock_->sleepFor(1ms);
@@ -66,39 +68,39 @@ TEST_F(GuidingTest, APulseLastsAsLongAsItWasToldTo) {
   const auto log = bench_.host().guideLog(id_);
   ASSERT_EQ(log.size(), 2U);
   EXPECT_EQ(log[1].at - log[0].at, 1500ms);
-  EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_2, 0));
-  EXPECT_TRUE(camera_->pulseGuide(Orvik_GUIDE_DIR_2, -5));
+  EXPECT_TRUE(pulse(2, 0ms));
+  EXPECT_TRUE(pulse(2, -5ms));
   EXPECT_THAT(take(), ElementsAre("on 1", "off 1", "on 2", "off 2", "on 2", "off 2"));
 }
 
 TEST_F(GuidingTest, SwitchingTheLineOffEndsItsPulse) {
-  std::thread guider([this] { camera_->pulseGuide(Orvik_GUIDE_DIR_1, 3'600'000); });
+  std::thread guider([this] { pulse(1, 3'600'000ms); });
   EXPECT_TRUE(eventually([this] { return bench_.host().guideLog(id_).size() == 1; }));
-  EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_1));
+  EXPECT_TRUE(camera_->guideLines().switchOff(1));
   guider.join();
 }
 
 TEST_F(GuidingTest, LinesGoOffWithTheCamera) {
-  camera_->pulseGuideOn(Orvik_GUIDE_DIR_0);
-  camera_->pulseGuideOn(Orvik_GUIDE_DIR_2);
-  camera_->pulseGuideOff(Orvik_GUIDE_DIR_0);
+  camera_->guideLines().switchOn(0);
+  camera_->guideLines().switchOn(2);
+  camera_->guideLines().switchOff(0);
   take();
   camera_->close();
   EXPECT_THAT(take(), ElementsAre("off 2"));
-  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_1)) << "closed, and true all the same";
+  EXPECT_FALSE(camera_->guideLines().switchOn(1)) << "closed";
   EXPECT_THAT(take(), IsEmpty());
 
   ASSERT_TRUE(camera_->open(1));
-  camera_->pulseGuideOn(Orvik_GUIDE_DIR_1);
+  camera_->guideLines().switchOn(1);
   camera_.reset();
   EXPECT_THAT(take(), ElementsAre("on 1", "off 1"));
 }
 
 TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
-  camera_->pulseGuideOn(Orvik_GUIDE_DIR_0);
+  camera_->guideLines().switchOn(0);
   bench_.host().unplug(id_);
-  EXPECT_TRUE(camera_->pulseGuideOn(Orvik_GUIDE_DIR_1));
-  EXPECT_TRUE(camera_->pulseGuideOff(Orvik_GUIDE_DIR_0));
+  EXPECT_FALSE(camera_->guideLines().switchOn(1));
+  EXPECT_FALSE(camera_->guideLines().switchOff(0));
   EXPECT_TRUE(camera_->close());
 }
 
@@ -124,10 +126,10 @@ enum class Leaving { kInPeace, kAfterAFork, kWhileRequestsHang };
   installHost(*faults);
   static auto* const camera = new T13C_C;
   camera->open(1);
-  camera->pulseGuideOn(Orvik_GUIDE_DIR_2);
-  camera->setPower(50);
-  camera->StartUSBStreaming();
-  camera->EnableGPIF32DQ(false);
+  camera->guideLines().switchOn(2);
+  camera->cooler().setPower(50);
+  camera->link().send(VendorRequest::kStartStreaming);
+  camera->link().send(VendorRequest::kSwitchBus, 0);
   const pid_t child = how == Leaving::kAfterAFork ? fork() : 0;
   if (child != 0) {
     waitpid(child, nullptr, 0);
@@ -137,7 +139,7 @@ enum class Leaving { kInPeace, kAfterAFork, kWhileRequestsHang };
     (*faults)->setScript(scriptOf("control deaf 60000"));
     for (int n = 0; n < 3; ++n) {
       std::thread([] {
-        for (;;) camera->WriteFPGAREG(13, 128);
+        for (;;) camera->link().writeFpga(13, 128);
       }).detach();
     }
     eventually([] { return (*faults)->struck(fault::Action::kDeaf) > 0; });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "settings/file_system.h"
+#include "base/file_system.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace orvik::settings {
+namespace orvik {
 namespace fs = std::filesystem;
 namespace {
 
@@ -137,4 +137,4 @@ bool FileSystem::renameToNew(const fs::path& from, const fs::path& to) {
   return !fs::exists(fs::symlink_status(to, error)) && rename(from, to);
 }
 
-}  // namespace orvik::settings
+}  // namespace orvik

@@ -12,6 +12,7 @@
 
 #include "models/catalogue.h"
 #include "support/stepped_clock.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
@@ -113,7 +114,7 @@ class AutomaticBench {
   /// was not. On a slow machine that is more than simulated time has room for.
   void takeFrames() {
     for (int n = 0; n < 6; ++n) {
-      EXPECT_TRUE(camera_->GetImage(image_.data(), static_cast<int>(image_.size()), 20000));
+      EXPECT_TRUE(takeImage(*camera_, image_));
     }
   }
 
@@ -157,7 +158,7 @@ class AutomaticBench {
   }
   /// 0 red, 1 green, 2 blue.
   [[nodiscard]] std::size_t colourAt(int x, int y) const {
-    switch (camera_->getColorBayer()) {
+    switch (camera_->model().bayer) {
       case BAYER_BG:
         return static_cast<std::size_t>(2 - x % 2 - y % 2);
       case BAYER_GR:

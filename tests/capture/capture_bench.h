@@ -10,11 +10,12 @@
 #include <vector>
 
 #include "models/models.h"
+#include "support/take_image.h"
 #include "support/virtual_bench.h"
 
 namespace orvik::test {
 
-constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
+constexpr FrameQueue::Timeout kNoTimeout = std::nullopt;
 
 /// An exposure above the frame time of the whole sensor: reads then have a second to come, which a
 /// busy machine may need for a full picture.
@@ -49,8 +50,8 @@ class CaptureTest : public ::testing::Test {
     image_.resize(static_cast<std::size_t>(width * height) * (type == IMAGE_RAW16 ? 2 : 1));
   }
 
-  bool getImage(std::uint32_t waitMs = 5000) {
-    return camera_->GetImage(image_.data(), static_cast<int>(image_.size()), waitMs);
+  bool getImage(FrameQueue::Timeout timeout = std::chrono::seconds(5)) {
+    return takeImage(*camera_, image_, timeout);
   }
 
   int dropped() {
