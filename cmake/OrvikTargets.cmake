@@ -23,6 +23,7 @@ target_link_libraries(orvik_flags INTERFACE Threads::Threads)
 target_compile_options(orvik_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wformat=2
   -Wimplicit-fallthrough -Wundef
+  -Werror=switch  # an enumerator that a switch leaves out: see the tables of things that grow
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Wnon-virtual-dtor;-Woverloaded-virtual>
   $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
   $<$<BOOL:${ORVIK_WERROR}>:-Werror>)

@@ -49,6 +49,7 @@ void CaptureWorker::run() {
 
 void CaptureWorker::start() {
   longExposure_ = state_.longExposure;
+  // The bridge first: a program that crashed may have left it streaming.
   link_.send(VendorRequest::kStopStreaming);
   protocol_.halt(link_, longExposure_);
   link_.send(VendorRequest::kStartStreaming);
@@ -158,6 +159,7 @@ void CaptureWorker::restartCamera() {
   stream_.stop();
   link_.resetBulkPipe();
   stop_.sleepFor(100ms);
+  // The sensor first, unlike at the start: no new frame may enter a bridge that is to run empty.
   protocol_.halt(link_, longExposure_);
   link_.send(VendorRequest::kStopStreaming);
   stop_.sleepFor(10ms);

@@ -137,39 +137,4 @@ class VendorLink {
   const ExitGuard exitGuard_{*this};  ///< last: it uses all of the above
 };
 
-/// While it lives, sensor registers take values without using them; at its end they take effect
-/// together. One set of values never lasts for half a frame.
-class SensorHold {
- public:
-  explicit SensorHold(VendorLink& link) : link_(link) { link_.writeSensorByte(kRegister, 1); }
-  ~SensorHold() { release(); }
-  SensorHold(const SensorHold&) = delete;
-  SensorHold& operator=(const SensorHold&) = delete;
-
-  /// Ends the hold now. @return whether the release was sent.
-  bool release() {
-    if (released_) return true;
-    released_ = true;
-    return link_.writeSensorByte(kRegister, 0);
-  }
-
- private:
-  static constexpr std::uint16_t kRegister = 0x3001;
-  VendorLink& link_;
-  bool released_ = false;
-};
-
-/// The same for the FPGA's registers.
-class FpgaHold {
- public:
-  explicit FpgaHold(VendorLink& link) : link_(link) { link_.writeFpga(kRegister, 1); }
-  ~FpgaHold() { link_.writeFpga(kRegister, 0); }
-  FpgaHold(const FpgaHold&) = delete;
-  FpgaHold& operator=(const FpgaHold&) = delete;
-
- private:
-  static constexpr std::uint16_t kRegister = 1;
-  VendorLink& link_;
-};
-
 }  // namespace orvik

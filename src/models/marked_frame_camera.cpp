@@ -7,6 +7,7 @@
 #include "cooler/cooled_camera.h"
 #include "models/marked_frame_protocol.h"
 #include "models/marked_registers.h"
+#include "models/register_hold.h"
 
 namespace orvik {
 namespace {
@@ -49,13 +50,13 @@ void MarkedFrameCamera<Base>::startSensor() {
   playInitTable();
   for (const auto& [address, value] : kFixedSensorWrites) link().writeSensorByte(address, value);
 
-  link().writeFpga(fpga::kMode, 0);
+  link().writeFpga(fpga::kMode, fpga::kModeReset);
   this->clock().sleepFor(kSensorStartTime);
   link().startSensorClock();
   link().writeSensorByte(sensor::kMasterStart, 1);
   link().writeSensorByte(sensor::kSyncOutput, 0);
 
-  link().writeFpga(fpga::kMode, 0x30);
+  link().writeFpga(fpga::kMode, fpga::kModeReady);
   link().writeFpga(fpga::kDepth, fpga::kDepth8);
   const FpgaHold hold(link());
   for (const std::uint16_t channel : fpga::kColourGains) {

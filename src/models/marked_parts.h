@@ -44,7 +44,7 @@ inline constexpr ModelValues kT11Values = {
     .hasHighSpeedMode = true,
 };
 
-/// T12 to T15, which differ in the range of the gain.
+/// T12 and, with a wider range of the gain, T13 to T15.
 constexpr ModelValues binningSensorValues(std::int32_t maxGain) {
   return {
       .maxBin = 4,
@@ -57,7 +57,7 @@ constexpr ModelValues binningSensorValues(std::int32_t maxGain) {
   };
 }
 inline constexpr ModelValues kT12Values = binningSensorValues(500);
-inline constexpr ModelValues k1304Values = binningSensorValues(600);
+inline constexpr ModelValues kT13Values = binningSensorValues(600);
 
 /// The sensors of 1304 x 976 pixels.
 inline constexpr std::array<InitStep, 38> kInitTable1304 = {{

@@ -150,6 +150,8 @@ template <class Base>
 void ModelCamera<Base>::followClock() {
   CameraState& now = state();
   applyBandwidth(now.bandwidth, now.bandwidthAuto);
+  // applyBandwidth() has written the exposure too, but not to a camera that was never set up. It is
+  // written once more in every case: that is the sequence which recorded conversations contain.
   setExposure(now.exposureUs, now.exposureAuto);
 }
 

@@ -9,7 +9,7 @@ constexpr ModelRow T13C::kRow = modelRow({
     .settingsName = "T13C",
     .products = {{{identity::PID_T13C}}},
     .sensor = kSensorT13C,
-    .values = k1304Values,
+    .values = kT13Values,
 });
 
 constexpr MarkedFacts T13C::kFacts = {.initTable = kInitTable1304};

@@ -9,7 +9,7 @@ constexpr ModelRow T13C_C::kRow = modelRow({
     .settingsName = "T13C-C",
     .products = {{{identity::PID_T13C_C}}},
     .sensor = kSensorT13C,
-    .values = k1304Values,
+    .values = kT13Values,
     .cooled = true,
 });
 

@@ -9,7 +9,7 @@ constexpr ModelRow T14C::kRow = modelRow({
     .settingsName = "T14C",
     .products = {{{identity::PID_T14C}}},
     .sensor = {1304, 976, 3.75, BAYER_BG},
-    .values = k1304Values,
+    .values = kT13Values,
 });
 
 constexpr MarkedFacts T14C::kFacts = {.initTable = kInitTable1304};

@@ -9,7 +9,7 @@ constexpr ModelRow T15C::kRow = modelRow({
     .settingsName = "T15C",
     .products = {{{identity::PID_T15C}}},
     .sensor = {1304, 976, 3.75, BAYER_RG},
-    .values = k1304Values,
+    .values = kT13Values,
 });
 
 constexpr MarkedFacts T15C::kFacts = {.initTable = kInitTable1304};
