@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// All models: a line each, MODEL(code, family). The line makes the class CCamera<code> and puts it
+/// All models: a line each, MODEL(code, family). The line makes the class <code> and puts it
 /// into the catalogue; the file <code>.cpp, in small letters, holds the model's row and facts.
 #define ORVIK_MODELS(MODEL)                      \
   MODEL(T01C, HostWhiteBalance<RegisterCamera>)  \
