@@ -14,7 +14,7 @@
 namespace orvik::ctl {
 namespace {
 
-/** The exit code with which `action` fails; kOk if it does not. */
+/// The exit code with which `action` fails; kOk if it does not.
 template <typename Action>
 ExitCode codeOf(Action action) {
   try {
@@ -88,7 +88,7 @@ TEST_F(SinkTest, ExistingFilesAreReplacedOnlyOnDemand) {
 TEST_F(SinkTest, AFullDiskLeavesNoHalfWrittenFileAndNoHarm) {
   TestImage large(512, 512, Orvik_IMG_RAW16);
   std::mt19937 noise;  // does not compress
-  for (uint8_t& byte : large.bytes) byte = static_cast<uint8_t>(noise());
+  for (std::uint8_t& byte : large.bytes) byte = static_cast<std::uint8_t>(noise());
   std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);

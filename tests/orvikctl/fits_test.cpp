@@ -9,7 +9,7 @@
 namespace orvik::ctl {
 namespace {
 
-/** A FITS file read back. */
+/// A FITS file read back.
 class ReadFits {
  public:
   explicit ReadFits(const std::filesystem::path& file) {
@@ -20,7 +20,7 @@ class ReadFits {
   ReadFits(const ReadFits&) = delete;
   ReadFits& operator=(const ReadFits&) = delete;
 
-  /** A keyword's value; "-" if there is none. */
+  /// A keyword's value; "-" if there is none.
   std::string key(const char* name) {
     int status = 0;
     char value[FLEN_VALUE] = {};
@@ -30,11 +30,11 @@ class ReadFits {
   std::vector<long> axes() {
     int count = 0;
     fits_get_img_dim(fits_, &count, &status_);
-    std::vector<long> sizes(static_cast<size_t>(count));
+    std::vector<long> sizes(static_cast<std::size_t>(count));
     fits_get_img_size(fits_, count, sizes.data(), &status_);
     return sizes;
   }
-  std::vector<int> pixels(size_t count) {
+  std::vector<int> pixels(std::size_t count) {
     std::vector<int> values(count);
     fits_read_img(fits_, TINT, 1, static_cast<LONGLONG>(count), nullptr, values.data(), nullptr,
                   &status_);
@@ -57,7 +57,7 @@ TEST_F(FitsWriterTest, Writes16BitsUnsignedTopRowFirst) {
   EXPECT_EQ(fits.key("BZERO"), "32768");
   EXPECT_EQ(fits.axes(), (std::vector<long>{5, 3}));
   const std::vector<int> pixels = fits.pixels(15);
-  for (size_t i = 0; i < 15; ++i) EXPECT_EQ(pixels[i], image.word(i)) << i;
+  for (std::size_t i = 0; i < 15; ++i) EXPECT_EQ(pixels[i], image.word(i)) << i;
 }
 
 TEST_F(FitsWriterTest, WritesColourAsRedGreenAndBluePlane) {
@@ -67,7 +67,7 @@ TEST_F(FitsWriterTest, WritesColourAsRedGreenAndBluePlane) {
   EXPECT_EQ(fits.key("BITPIX"), "8");
   EXPECT_EQ(fits.axes(), (std::vector<long>{3, 2, 3}));
   const std::vector<int> pixels = fits.pixels(18);
-  for (size_t i = 0; i < 6; ++i) {
+  for (std::size_t i = 0; i < 6; ++i) {
     EXPECT_EQ(pixels[i], image.bytes[3 * i + 2]) << "red " << i;
     EXPECT_EQ(pixels[6 + i], image.bytes[3 * i + 1]) << "green " << i;
     EXPECT_EQ(pixels[12 + i], image.bytes[3 * i]) << "blue " << i;

@@ -8,12 +8,12 @@
 namespace orvik::ctl {
 namespace {
 
-/** The colour of a sensor pixel, from the name of its pattern. */
+/// The colour of a sensor pixel, from the name of its pattern.
 char colourAt(const std::string& pattern, int x, int y) {
-  return pattern[static_cast<size_t>(2 * (y % 2) + x % 2)];
+  return pattern[static_cast<std::size_t>(2 * (y % 2) + x % 2)];
 }
 
-/** Cuts the region out of a sensor pixel by pixel, mirrors it, and reads the pattern off. */
+/// Cuts the region out of a sensor pixel by pixel, mirrors it, and reads the pattern off.
 std::string patternByHand(const MosaicCut& cut) {
   std::string pattern;
   for (int y = 0; y < 2; ++y) {

@@ -13,7 +13,7 @@ namespace {
 struct ReadPng {
   int depth = 0;
   int colourType = 0;
-  std::vector<std::vector<uint8_t>> rows;
+  std::vector<std::vector<std::uint8_t>> rows;
   std::map<std::string, std::string> texts;
 };
 
@@ -26,7 +26,7 @@ ReadPng readPng(const std::filesystem::path& file) {
   png_read_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
   result.depth = png_get_bit_depth(png, info);
   result.colourType = png_get_color_type(png, info);
-  for (size_t y = 0; y < png_get_image_height(png, info); ++y) {
+  for (std::size_t y = 0; y < png_get_image_height(png, info); ++y) {
     const png_bytep row = png_get_rows(png, info)[y];
     result.rows.emplace_back(row, row + png_get_rowbytes(png, info));
   }
@@ -49,7 +49,7 @@ TEST_F(PngWriterTest, WritesGreyAsDelivered) {
   EXPECT_EQ(read.depth, 8);
   EXPECT_EQ(read.colourType, PNG_COLOR_TYPE_GRAY);
   ASSERT_EQ(read.rows.size(), 3u);
-  EXPECT_EQ(read.rows[2], std::vector<uint8_t>(image.bytes.begin() + 10, image.bytes.end()));
+  EXPECT_EQ(read.rows[2], std::vector<std::uint8_t>(image.bytes.begin() + 10, image.bytes.end()));
   EXPECT_EQ(read.texts.at("Bayer pattern"), "GRBG");
   EXPECT_EQ(read.texts.at("Exposure"), "2.5 s");
 }
@@ -60,7 +60,7 @@ TEST_F(PngWriterTest, Writes16BitsBigEndian) {
   const ReadPng read = readPng(file("deep.png"));
   EXPECT_EQ(read.depth, 16);
   EXPECT_EQ(read.colourType, PNG_COLOR_TYPE_GRAY);
-  for (size_t i = 0; i < 8; ++i) {
+  for (std::size_t i = 0; i < 8; ++i) {
     const auto& row = read.rows.at(i / 4);
     EXPECT_EQ(row.at(2 * (i % 4)) * 256 + row.at(2 * (i % 4) + 1), image.word(i)) << i;
   }
@@ -72,7 +72,8 @@ TEST_F(PngWriterTest, TurnsBlueGreenRedAround) {
   const ReadPng read = readPng(file("colour.png"));
   EXPECT_EQ(read.colourType, PNG_COLOR_TYPE_RGB);
   const auto& in = image.bytes;
-  EXPECT_EQ(read.rows.at(1), (std::vector<uint8_t>{in[8], in[7], in[6], in[11], in[10], in[9]}));
+  EXPECT_EQ(read.rows.at(1),
+            (std::vector<std::uint8_t>{in[8], in[7], in[6], in[11], in[10], in[9]}));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 namespace orvik::ctl {
 
-/** A folder of its own for each test, removed afterwards. */
+/// A folder of its own for each test, removed afterwards.
 class FileTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -23,22 +23,23 @@ class FileTest : public testing::Test {
   void TearDown() override { std::filesystem::remove_all(folder_); }
 
   [[nodiscard]] std::filesystem::path file(const std::string& name) const { return folder_ / name; }
-  [[nodiscard]] size_t filesInFolder() const {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder_),
-                                             std::filesystem::directory_iterator()));
+  [[nodiscard]] std::size_t filesInFolder() const {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_),
+                                                  std::filesystem::directory_iterator()));
   }
 
  private:
   std::filesystem::path folder_;
 };
 
-/** An image of distinct bytes; it owns its pixels. */
+/// An image of distinct bytes; it owns its pixels.
 struct TestImage {
   ImageInfo info;
-  std::vector<uint8_t> bytes;
+  std::vector<std::uint8_t> bytes;
 
   TestImage(int width, int height, IMG_TYPE type) : bytes(imageBytes(width, height, type)) {
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 7 + i / 251);
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+      bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
     info.instrument = "Vek T15C";
     info.width = width;
     info.height = height;
@@ -51,11 +52,11 @@ struct TestImage {
   }
 
   [[nodiscard]] Image image() const { return {info, bytes}; }
-  /** Sample `i` of a 16-bit image, put together from its two bytes. */
-  [[nodiscard]] int word(size_t i) const { return bytes[2 * i] + 256 * bytes[2 * i + 1]; }
+  /// Sample `i` of a 16-bit image, put together from its two bytes.
+  [[nodiscard]] int word(std::size_t i) const { return bytes[2 * i] + 256 * bytes[2 * i + 1]; }
 };
 
-inline std::vector<uint8_t> contentsOf(const std::filesystem::path& file) {
+inline std::vector<std::uint8_t> contentsOf(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }

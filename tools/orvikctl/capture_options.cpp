@@ -86,7 +86,8 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
 
 void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("-n,--count", options.count, "Number of images")
-      ->check(unmentioned(CLI::Range(int64_t{1}, int64_t{std::numeric_limits<int32_t>::max()})))
+      ->check(unmentioned(
+          CLI::Range(std::int64_t{1}, std::int64_t{std::numeric_limits<std::int32_t>::max()})))
       ->type_name("N");
   app.add_flag("-q,--quiet", options.quiet, "Show no progress");
   addSensorOptions(app, options);

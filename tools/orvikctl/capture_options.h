@@ -9,7 +9,7 @@
 
 namespace orvik::ctl {
 
-/** Options of `snap` and `video` as typed; an empty text leaves the camera as it is. */
+/// Options of `snap` and `video` as typed; an empty text leaves the camera as it is.
 struct CaptureOptions : CommonOptions {
   std::string exposure;
   std::string gain;
@@ -25,7 +25,7 @@ struct CaptureOptions : CommonOptions {
   int bin = 1;
   std::string type;
 
-  std::optional<int64_t> count;
+  std::optional<std::int64_t> count;
   std::string output;
   bool overwrite = false;
   bool quiet = false;
@@ -36,7 +36,7 @@ struct CaptureOptions : CommonOptions {
   std::string telescope;
 };
 
-/** Adds the options; `options` must live as long as `app`. */
+/// Adds the options; `options` must live as long as `app`.
 void addCaptureOptions(CLI::App& app, CaptureOptions& options);
 
 }  // namespace orvik::ctl

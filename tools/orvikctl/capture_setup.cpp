@@ -17,7 +17,7 @@ struct Assignment {
   ControlValue value;
 };
 
-/** Collects control values; those whose option was not given are left out. */
+/// Collects control values; those whose option was not given are left out.
 class Assignments {
  public:
   explicit Assignments(const Camera& camera) : camera_(camera) {}
@@ -57,7 +57,7 @@ void addWhiteBalance(Assignments& assignments, const std::string& text) {
   std::string red = "auto";
   std::string blue = "auto";
   if (setting && setting->value) {
-    const size_t comma = setting->value->find(',');
+    const std::size_t comma = setting->value->find(',');
     if (comma == std::string::npos) {
       throw Failure(ExitCode::kUsage, "--wb " + text + ": give red and blue, as in 52,95.");
     }
@@ -126,7 +126,7 @@ std::optional<Region> requestedRegion(const std::string& text) {
   return region;
 }
 
-/** The largest region at this bin: sensors are read in steps of four columns and two rows. */
+/// The largest region at this bin: sensors are read in steps of four columns and two rows.
 Region wholeSensor(const Orvik_CAMERA_INFO& info, int bin) {
   return {info.maxWidth / bin / 4 * 4, info.maxHeight / bin / 2 * 2, std::nullopt};
 }
@@ -213,10 +213,10 @@ void refreshReadings(const Camera& camera, ImageInfo& info) {
 
 std::chrono::milliseconds readOutLimit(const ImageFormat& format) {
   constexpr auto kPatience = std::chrono::seconds(10);
-  constexpr size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
-  const size_t bytes = imageBytes(format.width, format.height, format.type);
+  constexpr std::size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
+  const std::size_t bytes = imageBytes(format.width, format.height, format.type);
   // An image that is binned on the host crosses the bus unbinned.
-  const auto binned = static_cast<size_t>(format.bin) * static_cast<size_t>(format.bin);
+  const auto binned = static_cast<std::size_t>(format.bin) * static_cast<std::size_t>(format.bin);
   return kPatience + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
 }
 

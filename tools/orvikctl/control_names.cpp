@@ -14,13 +14,13 @@ namespace {
   throw Failure(ExitCode::kUsage, std::string(caps.name) + " " + why);
 }
 
-/** The number as typed, in the control's own unit. */
-std::optional<int64_t> numberOf(const Orvik_CONTROL_CAPS& caps, std::string_view text) {
+/// The number as typed, in the control's own unit.
+std::optional<std::int64_t> numberOf(const Orvik_CONTROL_CAPS& caps, std::string_view text) {
   if (caps.controlType == Orvik_CTL_EXPOSURE) return parseDuration(text);
   return parseInteger(text);
 }
 
-std::string withUnit(int32_t value, Orvik_CONTROL_TYPE type) {
+std::string withUnit(std::int32_t value, Orvik_CONTROL_TYPE type) {
   if (type == Orvik_CTL_EXPOSURE) return formatDuration(value);
   const std::string_view unit = unitOf(type);
   return std::to_string(value) + (unit.empty() ? "" : " ") + std::string(unit);
@@ -103,7 +103,7 @@ ControlValue parseControlValue(const Camera& camera, const Orvik_CONTROL_CAPS& c
                      withUnit(caps.maxValue, caps.controlType) + "; " + *setting->value +
                      " does not.");
   }
-  return {static_cast<int32_t>(*number), setting->isAuto};
+  return {static_cast<std::int32_t>(*number), setting->isAuto};
 }
 
 }  // namespace orvik::ctl

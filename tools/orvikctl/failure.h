@@ -6,7 +6,7 @@
 
 namespace orvik::ctl {
 
-/** How the program ends; `--help` lists the same numbers for the people who script it. */
+/// How the program ends; `--help` lists the same numbers for the people who script it.
 enum class ExitCode : int {
   kOk = 0,
   kFindings = 1,       ///< a check found something wrong
@@ -19,7 +19,7 @@ enum class ExitCode : int {
   kInterrupted = 130,  ///< Ctrl-C or SIGTERM; what had been captured is kept
 };
 
-/** Ends a command: a message that says what to do next, and the exit code. */
+/// Ends a command: a message that says what to do next, and the exit code.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}

@@ -11,7 +11,7 @@ namespace orvik::ctl {
 
 using Json = nlohmann::ordered_json;
 
-/** A control as `controls`, `get` and `set` report it; `value` is null if it cannot be read. */
+/// A control as `controls`, `get` and `set` report it; `value` is null if it cannot be read.
 inline Json controlJson(const Orvik_CONTROL_CAPS& caps, const std::optional<ControlValue>& now) {
   return {
       {"name", caps.name},

@@ -40,7 +40,7 @@ constexpr const char* kFooter =
     "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n"
     "  orvikctl cool --target -10 --rate 2\n";
 
-/** How to ask for the help of the subcommand in use, or of the program. */
+/// How to ask for the help of the subcommand in use, or of the program.
 std::string helpCommand(const CLI::App& program) {
   const auto used = program.get_subcommands();
   if (used.empty()) return "--help";

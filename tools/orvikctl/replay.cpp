@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** In the place of the user's folder for configurations while this run lasts. */
+/// In the place of the user's folder for configurations while this run lasts.
 const fs::path& configurations() {
   static const ScratchFolder folder;
   return folder.path();

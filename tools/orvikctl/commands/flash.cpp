@@ -20,8 +20,8 @@ namespace orvik::ctl {
 namespace {
 
 struct DumpOptions : CommonOptions {
-  uint32_t address = 0;
-  int32_t size = 0x80000;  // what this library keeps there, and the firmware
+  std::uint32_t address = 0;
+  std::int32_t size = 0x80000;  // what this library keeps there, and the firmware
   std::string output;
   bool overwrite = false;
 };
@@ -43,7 +43,7 @@ ExitCode dump(const DumpOptions& options) {
   refuseExisting(options.output, options.overwrite);
   const ConnectedCameras cameras(options.virtualCameras);
   const Camera camera(cameras.choose(options.camera));
-  std::vector<unsigned char> bytes(static_cast<size_t>(options.size));
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(options.size));
   {
     FlashProgress progress;
     check(OrvikReadFlash(camera.handle(), options.address, bytes.data(), options.size,

@@ -30,7 +30,7 @@ void checkList(const HotPixelOptions& options) {
   refuseExisting(options.list, options.overwrite);
 }
 
-/** The dark that is to tell: a file, or else the one in use. */
+/// The dark that is to tell: a file, or else the one in use.
 void loadDark(const Camera& camera, const HotPixelOptions& options) {
   if (options.dark.empty()) return;
   std::string path = options.dark;
@@ -41,7 +41,7 @@ void loadDark(const Camera& camera, const HotPixelOptions& options) {
 std::vector<Orvik_PIXEL> listOf(const Camera& camera) {
   int count = 0;
   check(OrvikGetHotPixels(camera.handle(), nullptr, 0, &count), "listing the hot pixels");
-  std::vector<Orvik_PIXEL> pixels(static_cast<size_t>(count));
+  std::vector<Orvik_PIXEL> pixels(static_cast<std::size_t>(count));
   check(OrvikGetHotPixels(camera.handle(), pixels.data(), count, &count), "listing the hot pixels");
   return pixels;
 }
@@ -58,7 +58,7 @@ void writeList(const HotPixelOptions& options, const std::vector<Orvik_PIXEL>& p
   file.commit();
 }
 
-/** @param where they were found */
+/// @param where they were found
 void report(const Camera& camera, const HotPixelOptions& options, const char* where) {
   const std::vector<Orvik_PIXEL> pixels = listOf(camera);
   if (!options.list.empty()) writeList(options, pixels);

@@ -10,7 +10,7 @@
 namespace orvik::ctl {
 namespace {
 
-/** The record as JSON, which the plain form is printed from as well. */
+/// The record as JSON, which the plain form is printed from as well.
 Json describe(const ConnectedCamera& chosen, const Orvik_CAMERA_INFO& info) {
   Json types = Json::array();
   for (const IMG_TYPE type : imageTypesOf(info)) types.push_back(imageTypeName(type));

@@ -21,7 +21,7 @@ namespace {
                 file.string() + " exists already. Choose another --output, or add --overwrite.");
 }
 
-/** Renames without replacing; false if the file system cannot do that. */
+/// Renames without replacing; false if the file system cannot do that.
 bool renameToNew(const fs::path& from, const fs::path& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno == EEXIST) failExisting(to);

@@ -7,12 +7,12 @@
 
 namespace orvik::ctl {
 
-/** A file for each frame, numbered from 1. Each appears under its name once it is complete. */
+/// A file for each frame, numbered from 1. Each appears under its name once it is complete.
 class FileSequence : public FrameSink {
  public:
-  /** @throws Failure (kFileFailed) if one of the files exists and may not be replaced */
+  /// @throws Failure (kFileFailed) if one of the files exists and may not be replaced
   FileSequence(std::unique_ptr<ImageWriter> writer, NamePattern pattern,
-               std::optional<int64_t> frames, bool overwrite);
+               std::optional<std::int64_t> frames, bool overwrite);
 
   void write(const Image& image) override;
   void finish() override {}

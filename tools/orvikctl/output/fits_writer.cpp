@@ -20,7 +20,7 @@ namespace orvik::ctl {
 namespace fs = std::filesystem;
 namespace {
 
-/** A FITS file being written. The first error sticks and makes every later step do nothing. */
+/// A FITS file being written. The first error sticks and makes every later step do nothing.
 class FitsFile {
  public:
   explicit FitsFile(const fs::path& file) {
@@ -38,7 +38,7 @@ class FitsFile {
   void create(int imageType, std::vector<long> axes) {
     fits_create_img(fits_, imageType, static_cast<int>(axes.size()), axes.data(), &status_);
   }
-  void pixels(int dataType, const void* data, size_t count) {
+  void pixels(int dataType, const void* data, std::size_t count) {
     // The library only reads them.
     fits_write_img(fits_, dataType, 1, static_cast<LONGLONG>(count), const_cast<void*>(data),
                    &status_);
@@ -105,11 +105,11 @@ void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("SWCREATE", kSoftware, "program that wrote this file");
 }
 
-/** Blue, green, red pixel by pixel become a red, a green and a blue plane. */
-std::vector<uint8_t> planesOf(std::span<const uint8_t> bgr) {
-  const size_t count = bgr.size() / 3;
-  std::vector<uint8_t> planes(bgr.size());
-  for (size_t i = 0; i < count; ++i) {
+/// Blue, green, red pixel by pixel become a red, a green and a blue plane.
+std::vector<std::uint8_t> planesOf(std::span<const std::uint8_t> bgr) {
+  const std::size_t count = bgr.size() / 3;
+  std::vector<std::uint8_t> planes(bgr.size());
+  for (std::size_t i = 0; i < count; ++i) {
     planes[i] = bgr[3 * i + 2];
     planes[count + i] = bgr[3 * i + 1];
     planes[2 * count + i] = bgr[3 * i];
@@ -120,7 +120,7 @@ std::vector<uint8_t> planesOf(std::span<const uint8_t> bgr) {
 void writePixels(FitsFile& fits, const Image& image) {
   switch (image.info.type) {
     case Orvik_IMG_RGB24: {
-      const std::vector<uint8_t> planes = planesOf(image.pixels);
+      const std::vector<std::uint8_t> planes = planesOf(image.pixels);
       fits.pixels(TBYTE, planes.data(), planes.size());
       break;
     }

@@ -21,7 +21,7 @@ std::unique_ptr<ImageWriter> makeImageWriter(const std::string& extension) {
   return nullptr;
 }
 
-void requireNumber(const NamePattern& pattern, std::optional<int64_t> frames) {
+void requireNumber(const NamePattern& pattern, std::optional<std::int64_t> frames) {
   if (pattern.isNumbered() || frames == 1) return;
   const std::filesystem::path name = pattern.name(1);
   throw Failure(ExitCode::kUsage, name.filename().string() +
@@ -33,7 +33,7 @@ void requireNumber(const NamePattern& pattern, std::optional<int64_t> frames) {
 
 }  // namespace
 
-std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<int64_t> frames,
+std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<std::int64_t> frames,
                                     bool overwrite) {
   const NamePattern pattern(output);
   const std::string extension = foldName(std::filesystem::path(output).extension().string());

@@ -7,16 +7,15 @@
 
 namespace orvik::ctl {
 
-/** Writes one image into one file. */
+/// Writes one image into one file.
 class ImageWriter {
  public:
   virtual ~ImageWriter() = default;
 
-  /**
-   * Creates or replaces `file`.
-   *
-   * @throws Failure (kFileFailed) when the file cannot be written; it may then be left half-written
-   */
+  /// Creates or replaces `file`.
+  ///
+  /// @throws Failure (kFileFailed) when the file cannot be written; it may then be left
+  /// half-written
   virtual void write(const Image& image, const std::filesystem::path& file) = 0;
 };
 

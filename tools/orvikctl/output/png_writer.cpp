@@ -28,7 +28,7 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/** The text chunks and the strings that they point to. */
+/// The text chunks and the strings that they point to.
 class Texts {
  public:
   explicit Texts(const ImageInfo& info) {
@@ -39,7 +39,7 @@ class Texts {
     add("Gain", std::to_string(info.gain));
     if (info.mosaic) add("Bayer pattern", std::string(mosaicName(*info.mosaic)));
     chunks_.resize(pairs_.size());
-    for (size_t i = 0; i < pairs_.size(); ++i) {
+    for (std::size_t i = 0; i < pairs_.size(); ++i) {
       chunks_[i] = {};
       chunks_[i].compression = PNG_TEXT_COMPRESSION_NONE;
       chunks_[i].key = pairs_[i].key.data();
@@ -61,7 +61,7 @@ class Texts {
   std::vector<png_text> chunks_;
 };
 
-/** libpng's two records, freed together. */
+/// libpng's two records, freed together.
 class Encoder {
  public:
   Encoder() : png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, giveUp, ignore)) {
@@ -89,12 +89,10 @@ class Encoder {
   png_infop info_ = nullptr;
 };
 
-/**
- * Encodes into an open file; false when libpng gave up.
- *
- * libpng reports errors by a long jump back into this function, so that nothing in it may need a
- * destructor.
- */
+/// Encodes into an open file; false when libpng gave up.
+///
+/// libpng reports errors by a long jump back into this function, so that nothing in it may need a
+/// destructor.
 bool encode(const Encoder& encoder, const Image& image, const std::vector<png_text>& texts,
             std::FILE* file) {
   png_structp png = encoder.png();
@@ -113,9 +111,9 @@ bool encode(const Encoder& encoder, const Image& image, const std::vector<png_te
   png_write_info(png, info);
   if (is16Bit) png_set_swap(png);
   if (isColour) png_set_bgr(png);
-  const size_t rowBytes = imageBytes(image.info.width, 1, image.info.type);
+  const std::size_t rowBytes = imageBytes(image.info.width, 1, image.info.type);
   for (int row = 0; row < image.info.height; ++row) {
-    png_write_row(png, image.pixels.data() + static_cast<size_t>(row) * rowBytes);
+    png_write_row(png, image.pixels.data() + static_cast<std::size_t>(row) * rowBytes);
   }
   png_write_end(png, nullptr);
   return true;

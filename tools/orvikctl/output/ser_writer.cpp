@@ -19,11 +19,11 @@
 namespace orvik::ctl {
 namespace {
 
-constexpr size_t kHeaderBytes = 178;
-constexpr size_t kFrameCountOffset = 38;
-using Header = std::array<uint8_t, kHeaderBytes>;
+constexpr std::size_t kHeaderBytes = 178;
+constexpr std::size_t kFrameCountOffset = 38;
+using Header = std::array<std::uint8_t, kHeaderBytes>;
 
-/** Fills the header field by field; numbers are little-endian. */
+/// Fills the header field by field; numbers are little-endian.
 class HeaderFields {
  public:
   explicit HeaderFields(Header& header) : header_(header) {}
@@ -33,17 +33,17 @@ class HeaderFields {
     std::memcpy(header_.data() + at_, &value, sizeof value);
     at_ += sizeof value;
   }
-  void text(std::string_view text, size_t width) {
+  void text(std::string_view text, std::size_t width) {
     std::memcpy(header_.data() + at_, text.data(), std::min(text.size(), width));
     at_ += width;
   }
 
  private:
   Header& header_;
-  size_t at_ = 0;
+  std::size_t at_ = 0;
 };
 
-int32_t colourId(const ImageInfo& info) {
+std::int32_t colourId(const ImageInfo& info) {
   if (info.type == Orvik_IMG_RGB24) return 101;
   if (!info.mosaic) return 0;
   switch (*info.mosaic) {
@@ -62,23 +62,23 @@ int32_t colourId(const ImageInfo& info) {
 Header headerOf(const ImageInfo& info) {
   // Early writers took the flag for its opposite, and readers followed them: little-endian samples
   // go with a flag of 0.
-  constexpr int32_t kLittleEndianSamples = 0;
-  constexpr size_t kNameBytes = 40;
+  constexpr std::int32_t kLittleEndianSamples = 0;
+  constexpr std::size_t kNameBytes = 40;
   Header header{};
   HeaderFields fields(header);
   fields.text("LUCAM-RECORDER", 14);
-  fields.number<int32_t>(0);  // number of the camera series; not in use
-  fields.number<int32_t>(colourId(info));
-  fields.number<int32_t>(kLittleEndianSamples);
-  fields.number<int32_t>(info.width);
-  fields.number<int32_t>(info.height);
-  fields.number<int32_t>(info.type == Orvik_IMG_RAW16 ? 16 : 8);  // bits of a sample
-  fields.number<int32_t>(0);                                      // frames
+  fields.number<std::int32_t>(0);  // number of the camera series; not in use
+  fields.number<std::int32_t>(colourId(info));
+  fields.number<std::int32_t>(kLittleEndianSamples);
+  fields.number<std::int32_t>(info.width);
+  fields.number<std::int32_t>(info.height);
+  fields.number<std::int32_t>(info.type == Orvik_IMG_RAW16 ? 16 : 8);  // bits of a sample
+  fields.number<std::int32_t>(0);                                      // frames
   fields.text(info.observer, kNameBytes);
   fields.text(info.instrument, kNameBytes);
   fields.text(info.telescope, kNameBytes);
-  fields.number<int64_t>(ticksLocal(info.start));
-  fields.number<int64_t>(ticksUtc(info.start));
+  fields.number<std::int64_t>(ticksLocal(info.start));
+  fields.number<std::int64_t>(ticksUtc(info.start));
   return header;
 }
 
@@ -150,7 +150,7 @@ int SerWriter::writeFrame(const Image& image) {
     return error;
   }
   times_.push_back(ticksUtc(image.info.start));
-  const auto count = static_cast<int32_t>(times_.size());
+  const auto count = static_cast<std::int32_t>(times_.size());
   return writeAt(kFrameCountOffset, &count, sizeof count);
 }
 
@@ -161,24 +161,24 @@ int SerWriter::writeTrailer() {
   return error;
 }
 
-int SerWriter::writeAt(uint64_t offset, const void* data, size_t size) const {
-  const auto* bytes = static_cast<const uint8_t*>(data);
+int SerWriter::writeAt(std::uint64_t offset, const void* data, std::size_t size) const {
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
   while (size > 0) {
     const ssize_t written = pwrite(descriptor_, bytes, size, static_cast<off_t>(offset));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return written < 0 ? errno : EIO;
     bytes += written;
-    offset += static_cast<uint64_t>(written);
-    size -= static_cast<size_t>(written);
+    offset += static_cast<std::uint64_t>(written);
+    size -= static_cast<std::size_t>(written);
   }
   return 0;
 }
 
-void SerWriter::cutTo(uint64_t size) const {
+void SerWriter::cutTo(std::uint64_t size) const {
   // Devices and pipes cannot be cut, and have nothing to cut.
   [[maybe_unused]] const int failed = ftruncate(descriptor_, static_cast<off_t>(size));
 }
 
-uint64_t SerWriter::endOfFrames() const { return kHeaderBytes + times_.size() * frameBytes_; }
+std::uint64_t SerWriter::endOfFrames() const { return kHeaderBytes + times_.size() * frameBytes_; }
 
 }  // namespace orvik::ctl

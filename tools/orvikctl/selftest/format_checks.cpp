@@ -34,7 +34,7 @@ std::string hostBins(Subject& subject) {
   static_cast<void>(subject.control(Orvik_CTL_HARDWARE_BIN));
   int tried = 0;
   for (const int bin : binsOf(subject.info())) {
-    for (const int32_t inCamera : {1, 0}) {
+    for (const std::int32_t inCamera : {1, 0}) {
       subject.setFormat(Subject::small(bin));
       subject.set(Orvik_CTL_HARDWARE_BIN, inCamera);
       expectEqual(bin, subject.format().bin, "bin after switching HardwareBin");
@@ -47,7 +47,7 @@ std::string hostBins(Subject& subject) {
 
 std::string highSpeed(Subject& subject) {
   static_cast<void>(subject.control(Orvik_CTL_HIGH_SPEED_MODE));
-  for (const int32_t fast : {1, 0}) {
+  for (const std::int32_t fast : {1, 0}) {
     subject.set(Orvik_CTL_HIGH_SPEED_MODE, fast);
     static_cast<void>(subject.takeFrame());
   }

@@ -9,13 +9,14 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr uint8_t kPattern = 0xA5;
-constexpr size_t kGuardBytes = 64;
+constexpr std::uint8_t kPattern = 0xA5;
+constexpr std::size_t kGuardBytes = 64;
 
-bool isPattern(uint8_t byte) { return byte == kPattern; }
+bool isPattern(std::uint8_t byte) { return byte == kPattern; }
 
-size_t rowBytes(const ImageFormat& format) {
-  return static_cast<size_t>(format.width) * static_cast<size_t>(bytesPerPixel(format.type));
+std::size_t rowBytes(const ImageFormat& format) {
+  return static_cast<std::size_t>(format.width) *
+         static_cast<std::size_t>(bytesPerPixel(format.type));
 }
 
 }  // namespace
@@ -33,7 +34,7 @@ int bytesPerPixel(IMG_TYPE type) {
 
 FrameBuffer::FrameBuffer(const ImageFormat& format)
     : format_(format),
-      size_(rowBytes(format) * static_cast<size_t>(format.height)),
+      size_(rowBytes(format) * static_cast<std::size_t>(format.height)),
       bytes_(size_ + kGuardBytes, kPattern) {}
 
 void FrameBuffer::clear() { std::fill(bytes_.begin(), bytes_.end(), kPattern); }
@@ -63,7 +64,7 @@ double FrameBuffer::mean() const {
     return std::accumulate(bytes_.begin(), end, 0.0) / static_cast<double>(size_);
   }
   double sum = 0;
-  for (size_t i = 0; i + 1 < size_; i += 2) sum += bytes_[i] + 256.0 * bytes_[i + 1];
+  for (std::size_t i = 0; i + 1 < size_; i += 2) sum += bytes_[i] + 256.0 * bytes_[i + 1];
   return sum / (static_cast<double>(size_) / 2);
 }
 

@@ -19,7 +19,7 @@ void add(Tally& tally, const CheckResult& result) {
 
 const char* verdictName(Verdict verdict) {
   static constexpr std::array kNames = {"pass", "fail", "skip"};
-  return kNames[static_cast<size_t>(verdict)];
+  return kNames[static_cast<std::size_t>(verdict)];
 }
 
 Json tallyJson(const Tally& tally) {

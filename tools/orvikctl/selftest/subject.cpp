@@ -13,7 +13,7 @@ namespace {
 constexpr int kSmallWidth = 128;
 constexpr int kSmallHeight = 96;
 constexpr int kGuideLines = 4;
-constexpr int32_t kSettledExposureUs = 2000;
+constexpr std::int32_t kSettledExposureUs = 2000;
 
 }  // namespace
 
@@ -46,9 +46,9 @@ Orvik_CAMERA_INFO Subject::info() const {
 std::vector<Orvik_CONTROL_CAPS> Subject::controls() const {
   int count = 0;
   expectOk(OrvikGetNumOfControls(index_, &count), "OrvikGetNumOfControls");
-  std::vector<Orvik_CONTROL_CAPS> all(static_cast<size_t>(std::max(count, 0)));
+  std::vector<Orvik_CONTROL_CAPS> all(static_cast<std::size_t>(std::max(count, 0)));
   for (int position = 0; position < count; ++position) {
-    expectOk(OrvikGetControlCaps(index_, position, &all[static_cast<size_t>(position)]),
+    expectOk(OrvikGetControlCaps(index_, position, &all[static_cast<std::size_t>(position)]),
              "OrvikGetControlCaps(" + std::to_string(position) + ")");
   }
   return all;
@@ -62,22 +62,22 @@ Orvik_CONTROL_CAPS Subject::control(Orvik_CONTROL_TYPE type) const {
 }
 
 ControlValue Subject::value(Orvik_CONTROL_TYPE type) const {
-  int32_t value = 0;
+  std::int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   expectOk(OrvikGetControlValue(index_, type, &value, &isAuto),
            "reading control " + std::to_string(type));
   return {value, isAuto == Orvik_TRUE};
 }
 
-void Subject::set(Orvik_CONTROL_TYPE type, int32_t value) const {
+void Subject::set(Orvik_CONTROL_TYPE type, std::int32_t value) const {
   expectOk(OrvikSetControlValue(index_, type, value, Orvik_FALSE),
            "setting control " + std::to_string(type) + " to " + std::to_string(value));
 }
 
-int32_t Subject::setExposure(int64_t microseconds) const {
+std::int32_t Subject::setExposure(std::int64_t microseconds) const {
   const Orvik_CONTROL_CAPS caps = control(Orvik_CTL_EXPOSURE);
-  const auto exposure = static_cast<int32_t>(
-      std::clamp<int64_t>(microseconds, caps.minValue, std::max(caps.minValue, caps.maxValue)));
+  const auto exposure = static_cast<std::int32_t>(std::clamp<std::int64_t>(
+      microseconds, caps.minValue, std::max(caps.minValue, caps.maxValue)));
   set(Orvik_CTL_EXPOSURE, exposure);
   return exposure;
 }
@@ -136,7 +136,7 @@ Orvik_EXPOSURE_STATUS Subject::exposureStatus() const {
   return status;
 }
 
-Orvik_EXPOSURE_STATUS Subject::waitForExposure(int64_t exposureUs) const {
+Orvik_EXPOSURE_STATUS Subject::waitForExposure(std::int64_t exposureUs) const {
   const StopWatch watch;
   const double limit = static_cast<double>(exposureUs) / 1000 + conditions_.patienceMs;
   while (exposureStatus() == Orvik_EXPSTATE_EXPOSING) {

@@ -11,7 +11,7 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr int32_t kSlowUs = 2'000'000;
+constexpr std::int32_t kSlowUs = 2'000'000;
 
 int droppedFrames(const Subject& subject) {
   int dropped = -1;
@@ -115,7 +115,7 @@ std::string rate(Subject& subject) {
 std::string keepsPace(Subject& subject) {
   if (!subject.conditions().keepsTime) throw CheckSkipped("the camera does not keep time");
   constexpr int kFrames = 4;
-  const int32_t exposureUs = subject.setExposure(40000);
+  const std::int32_t exposureUs = subject.setExposure(40000);
   FrameBuffer frame(subject.format());
   subject.startVideo();
   // What was sensed while video started may come at once.
