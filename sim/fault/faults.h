@@ -24,7 +24,11 @@ class Opening;
 /// What happens to one event.
 struct Strike {
   Action action = Action::kFail;
-  std::int32_t amount = 0;  ///< chance included
+  std::int32_t amount = 0;  ///< the rule's amount, with a random part of its spread
+
+  /// Changes the data of a read as the action does. Parameters and result are those of Edit.
+  std::size_t edited(std::span<std::uint8_t> data, std::size_t received,
+                     std::span<const std::uint8_t> last) const;
 
   friend bool operator==(const Strike&, const Strike&) = default;
 };

@@ -54,7 +54,6 @@ class Flight {
   void hold(seam::TransferStatus status, std::size_t bytes, Clock::time_point due);
   void landed();
   void finish();
-  [[nodiscard]] bool isDeaf() const { return strike_ && strike_->action == Action::kDeaf; }
 
   const std::shared_ptr<Faults> faults_;
   const std::shared_ptr<seam::Transfer> inner_;

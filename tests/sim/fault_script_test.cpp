@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <string>
+
 #include "sim/fault/script.h"
 #include "sim/plug_options.h"
 
@@ -68,6 +72,28 @@ TEST(FaultScript, RefusesWhatItDoesNotUnderstand) {
     ASSERT_FALSE(refusal.empty()) << text;
     EXPECT_EQ(refusal.back(), '.') << refusal;
   }
+}
+
+/// The rows of the documentation's table.
+std::string documentedFaults() {
+  std::string rows;
+  for (int number = 0; number < kActions; ++number) {
+    const ActionFacts facts = actionFacts(static_cast<Action>(number));
+    const std::string name(facts.name);
+    const bool counts = facts.amount.kind != Amount::Kind::kNone;
+    const bool ranges = facts.amount.kind == Amount::Kind::kTimeRange;
+    rows += "| `" + name + (counts ? " N" : "") + (ranges ? "`, `" + name + " N..M" : "") + "` | " +
+            (facts.onControl ? "any" : "bulk") + (facts.onOpening ? ", open, claim" : "") + " | " +
+            (counts ? std::to_string(facts.amount.usual) : "") + " | " + std::string(facts.effect) +
+            " |\n";
+  }
+  return rows;
+}
+
+TEST(FaultScript, TheDocumentationListsEveryFault) {
+  std::ifstream in(ORVIK_FAULTS_DOCUMENT);
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
+  EXPECT_NE(text.find(documentedFaults()), std::string::npos) << documentedFaults();
 }
 
 TEST(FaultScript, IsAnOptionOfAVirtualCamera) {
