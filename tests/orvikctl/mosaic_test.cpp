@@ -20,7 +20,7 @@ std::string patternByHand(const MosaicCut& cut) {
     for (int x = 0; x < 2; ++x) {
       const int column = cut.startX + (cut.flipHorizontal ? cut.width - 1 - x : x);
       const int row = cut.startY + (cut.flipVertical ? cut.height - 1 - y : y);
-      pattern += colourAt(std::string(mosaicName(cut.sensor)), column, row);
+      pattern += colourAt(std::string(mosaic(cut.sensor).name), column, row);
     }
   }
   return pattern;
@@ -38,7 +38,7 @@ TEST(DeliveredMosaic, TellsTheColoursOfTheDeliveredPixels) {
                           .bin = 1,
                           .flipHorizontal = (choice & 16) != 0,
                           .flipVertical = (choice & 32) != 0};
-      EXPECT_EQ(mosaicName(deliveredMosaic(cut)), patternByHand(cut)) << sensor << ' ' << choice;
+      EXPECT_EQ(mosaic(deliveredMosaic(cut)).name, patternByHand(cut)) << sensor << ' ' << choice;
     }
   }
 }

@@ -127,6 +127,27 @@ TEST_F(SerWriterTest, WithoutAFrameKeepsAnOlderRecordingAndMakesNone) {
   EXPECT_EQ(std::filesystem::file_size(file("long.ser")), kHeader + 8 + 8);
 }
 
+TEST_F(SerWriterTest, KeepsWholeFramesAndAllTimeStampsOrNoneOnAFullDisk) {
+  const TestImage image(8, 6, Orvik_IMG_RAW8);
+  FaultyFileSystem disk;
+  const auto sizeWith = [&](std::uint64_t room, int frames) {
+    disk.room = room;
+    const auto record = [&] {
+      SerWriter writer(file("full.ser"), true, disk);
+      for (int i = 0; i < frames; ++i) writer.write(image.image());
+      writer.finish();
+    };
+    EXPECT_THROW(record(), Failure);
+    const auto bytes = contentsOf(file("full.ser"));
+    EXPECT_EQ(numberAt<std::int32_t>(bytes, 38), 2);
+    return bytes.size() - kHeader;
+  };
+  EXPECT_EQ(sizeWith(kHeader + 2 * 48 + 40, 3), 2U * 48 + 2 * 8) << "no room for the third frame";
+  EXPECT_EQ(sizeWith(kHeader + 2 * 48 + 12, 2), 2U * 48) << "no room for the second time stamp";
+  disk.failing = "close";
+  EXPECT_EQ(sizeWith(10'000, 2), 2U * 48 + 2 * 8);
+}
+
 TEST_F(SerWriterTest, RefusesAFrameOfAnotherSize) {
   SerWriter writer(file("mixed.ser"), false);
   writer.write(TestImage(4, 2, Orvik_IMG_RAW8).image());

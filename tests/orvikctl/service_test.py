@@ -38,6 +38,10 @@ class ServiceTest(InOwnFolder):
         for bad in (["x" * 33], ["0", "--hex"], ["0g", "--hex"]):
             run("id", "set", *bad, "--yes", sim=KEPT, code=2)
         self.assertEqual(run("id", "get", sim=KEPT)[0], "00ff".ljust(64, "0") + "\n")
+        # The library has verified its writing by then: what it read back last is compared as well.
+        _, message = run("id", "set", "x", "--yes", sim=KEPT + ",fault=control C3 flip 4 from 3",
+                         code=5)
+        self.assertIn("instead of the mark that was written", message)
 
     def test_takes_a_dark_and_keeps_it_in_use(self):
         self.assertFalse(result("dark", "info", sim=KEPT)["inUse"])

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "tools/orvikctl/output/file_system.h"
 #include "tools/orvikctl/output/image.h"
 
 namespace orvik::ctl {
@@ -30,6 +35,55 @@ class FileTest : public testing::Test {
 
  private:
   std::filesystem::path folder_;
+};
+
+/// The machine's file system, with a record of its calls. One kind of call fails, or the disk is
+/// full from some offset on.
+class FaultyFileSystem : public FileSystem {
+ public:
+  std::vector<std::string> calls;
+  std::string failing;
+  int error = EIO;
+  std::uint64_t room = std::numeric_limits<std::uint64_t>::max();
+  std::function<void()> beforeRename = [] {};
+
+  int open(const std::filesystem::path& file, Open how) override {
+    if (int failed = note("open")) {
+      errno = failed;
+      return -1;
+    }
+    return FileSystem::open(file, how);
+  }
+  int write(int descriptor, std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
+    if (int failed = note("write")) return failed;
+    const auto fits =
+        static_cast<std::size_t>(std::min(bytes.size(), room - std::min(room, offset)));
+    const int failed = FileSystem::write(descriptor, offset, bytes.first(fits));
+    return failed == 0 && fits < bytes.size() ? ENOSPC : failed;
+  }
+  int sync(int descriptor) override {
+    const int failed = note("sync");
+    return failed != 0 ? failed : FileSystem::sync(descriptor);
+  }
+  int close(int descriptor) override {
+    const int failed = FileSystem::close(descriptor);
+    return std::max(failed, note("close"));
+  }
+  int rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
+    const int failed = note("rename");
+    return failed != 0 ? failed : FileSystem::rename(from, to);
+  }
+  int renameToNew(const std::filesystem::path& from, const std::filesystem::path& to) override {
+    beforeRename();
+    const int failed = note("rename to new");
+    return failed != 0 ? failed : FileSystem::renameToNew(from, to);
+  }
+
+ private:
+  int note(const char* call) {
+    calls.emplace_back(call);
+    return call == failing ? error : 0;
+  }
 };
 
 /// An image of distinct bytes; it owns its pixels.

@@ -2,24 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
+#include "orvik/orvik.h"
 #include "tools/orvikctl/common_options.h"
 
 namespace orvik::ctl {
 
 /// Options of `snap` and `video` as typed; an empty text leaves the camera as it is.
 struct CaptureOptions : CommonOptions {
-  std::string exposure;
-  std::string gain;
-  std::string brightness;
-  std::string gamma;
-  std::string whiteBalance;  ///< "RED,BLUE[:auto]"
-  std::string flip;          ///< "none", "h", "v" or "both"
-  std::string bandwidth;
-  std::string hardwareBin;  ///< "on" or "off"
-  std::string highSpeed;    ///< "on" or "off"
+  std::map<Orvik_CONTROL_TYPE, std::string> controls;  ///< of the controls with an option
+  std::string whiteBalance;                            ///< "RED,BLUE[:auto]"
 
   std::string region;
   int bin = 1;

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <vector>
 
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/output/mosaic.h"
 #include "tools/orvikctl/units.h"
@@ -26,7 +27,7 @@ class Assignments {
     if (text.empty()) return;
     const Orvik_CONTROL_CAPS* caps = camera_.control(type);
     if (caps == nullptr) {
-      throw Failure(ExitCode::kUsage, std::string("this camera has nothing to set with ") + option +
+      throw Failure(ExitCode::kUsage, std::string("this camera has no control for ") + option +
                                           ". `orvikctl controls` shows what it has.");
     }
     list_.push_back({type, parseControlValue(camera_, *caps, text)});
@@ -37,18 +38,6 @@ class Assignments {
   const Camera& camera_;
   std::vector<Assignment> list_;
 };
-
-std::string onOffValue(const std::string& text) {
-  if (text.empty()) return "";
-  return text == "on" ? "1" : "0";
-}
-
-std::string flipValue(const std::string& text) {
-  if (text.empty()) return "";
-  constexpr std::string_view kNames[] = {"none", "h", "v", "both"};
-  const auto* found = std::find(std::begin(kNames), std::end(kNames), text);
-  return std::to_string(found - std::begin(kNames));
-}
 
 void addWhiteBalance(Assignments& assignments, const std::string& text) {
   if (text.empty()) return;
@@ -68,23 +57,22 @@ void addWhiteBalance(Assignments& assignments, const std::string& text) {
   assignments.add(Orvik_CTL_WB_B, "--wb", blue);
 }
 
-// What shapes the read-out is set before the format, which it can change.
-Assignments readOutAssignments(const Camera& camera, const CaptureOptions& options) {
-  Assignments assignments(camera);
-  assignments.add(Orvik_CTL_HARDWARE_BIN, "--hardware-bin", onOffValue(options.hardwareBin));
-  assignments.add(Orvik_CTL_HIGH_SPEED_MODE, "--high-speed", onOffValue(options.highSpeed));
-  assignments.add(Orvik_CTL_FLIP, "--flip", flipValue(options.flip));
-  return assignments;
+/// The number that a word stands for; a number as it is.
+std::string numberText(const ControlOption& option, const std::string& text) {
+  const auto word = std::ranges::find(option.words, text);
+  if (word == option.words.end()) return text;
+  return std::to_string(word - option.words.begin());
 }
 
-Assignments imageAssignments(const Camera& camera, const CaptureOptions& options) {
+/// The controls that are set before the image format, or those that are set after it.
+Assignments assignmentsOf(const Camera& camera, const CaptureOptions& options, bool beforeFormat) {
   Assignments assignments(camera);
-  assignments.add(Orvik_CTL_BANDWIDTH, "--bandwidth", options.bandwidth);
-  assignments.add(Orvik_CTL_EXPOSURE, "--exposure", options.exposure);
-  assignments.add(Orvik_CTL_GAIN, "--gain", options.gain);
-  assignments.add(Orvik_CTL_BRIGHTNESS, "--brightness", options.brightness);
-  assignments.add(Orvik_CTL_GAMMA, "--gamma", options.gamma);
-  addWhiteBalance(assignments, options.whiteBalance);
+  forEachControlOption([&](Orvik_CONTROL_TYPE type, const ControlOption& option) {
+    const auto given = options.controls.find(type);
+    if (option.beforeFormat != beforeFormat || given == options.controls.end()) return;
+    assignments.add(type, option.name, numberText(option, given->second));
+  });
+  if (!beforeFormat) addWhiteBalance(assignments, options.whiteBalance);
   return assignments;
 }
 
@@ -98,8 +86,8 @@ IMG_TYPE chooseType(const Orvik_CAMERA_INFO& info, const std::string& text, Pref
       !text.empty() ? text : (preference == Preference::kDepth ? "raw16" : "raw8");
   std::string names;
   for (const IMG_TYPE type : offered) {
-    if (imageTypeName(type) == wanted) return type;
-    names.append(" ").append(imageTypeName(type));
+    if (imageType(type).name == wanted) return type;
+    names.append(" ").append(imageType(type).name);
   }
   if (text.empty()) return Orvik_IMG_RAW8;
   throw Failure(ExitCode::kUsage,
@@ -147,8 +135,7 @@ std::string frameKindText(const std::string& option) {
 
 std::optional<BayerPattern> mosaicOf(const Camera& camera, const Orvik_CAMERA_INFO& info,
                                      const ImageFormat& format) {
-  const bool raw = format.type == Orvik_IMG_RAW8 || format.type == Orvik_IMG_RAW16;
-  if (info.colour == Orvik_FALSE || !raw) return std::nullopt;
+  if (info.colour == Orvik_FALSE || !imageType(format.type).isRaw) return std::nullopt;
   const int flip = camera.valueIfAny(Orvik_CTL_FLIP).value_or(ControlValue{}).value;
   return deliveredMosaic({.sensor = info.bayer,
                           .startX = format.startX,
@@ -164,8 +151,8 @@ std::optional<BayerPattern> mosaicOf(const Camera& camera, const Orvik_CAMERA_IN
 
 ImageFormat applyOptions(Camera& camera, const CaptureOptions& options, Preference preference) {
   const Orvik_CAMERA_INFO info = camera.info();
-  const Assignments readOut = readOutAssignments(camera, options);
-  const Assignments image = imageAssignments(camera, options);
+  const Assignments readOut = assignmentsOf(camera, options, true);
+  const Assignments image = assignmentsOf(camera, options, false);
   const IMG_TYPE type = chooseType(info, options.type, preference);
   requireBin(info, options.bin);
   const auto requested = requestedRegion(options.region);

@@ -8,17 +8,9 @@
 
 #include "orvik/orvik.h"
 #include "tools/orvikctl/camera.h"
+#include "tools/orvikctl/image_types.h"
 
 namespace orvik::ctl {
-
-/// The unit of a control's whole-number value: "us", "%", "0.1 degC", ... or "" for plain steps.
-std::string_view unitOf(Orvik_CONTROL_TYPE type);
-
-/// "raw8", "rgb24", "raw16" or "y8"; "?" for anything else.
-std::string_view imageTypeName(IMG_TYPE type);
-
-/// The image types up to the end mark of the list.
-std::vector<IMG_TYPE> imageTypesOf(const Orvik_CAMERA_INFO& info);
 
 /// The bin factors up to the end of the list.
 std::vector<int> binsOf(const Orvik_CAMERA_INFO& info);

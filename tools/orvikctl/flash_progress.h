@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+
 #include "orvik/orvik_service.h"
 #include "tools/orvikctl/progress.h"
 

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "tools/orvikctl/camera.h"
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
 
 namespace orvik::ctl {
@@ -20,7 +21,7 @@ inline Json controlJson(const Orvik_CONTROL_CAPS& caps, const std::optional<Cont
       {"min", caps.minValue},
       {"max", caps.maxValue},
       {"default", caps.defaultValue},
-      {"unit", unitOf(caps.controlType)},
+      {"unit", controlFacts(caps.controlType).unit},
       {"autoSupported", caps.autoSupported == Orvik_TRUE},
       {"writable", caps.writable == Orvik_TRUE},
       {"description", caps.description},

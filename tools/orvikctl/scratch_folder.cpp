@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 

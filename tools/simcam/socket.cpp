@@ -10,7 +10,7 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 #include <utility>
 
 namespace orvik::simcam {
@@ -46,7 +46,7 @@ std::optional<Socket> Socket::listenOn(const std::string& address, std::uint16_t
   constexpr int kBacklog = 8;
   if (socket.descriptor_ < 0 || ::bind(socket.descriptor_, generic(&place), sizeof place) != 0 ||
       ::listen(socket.descriptor_, kBacklog) != 0) {
-    error = address + ":" + std::to_string(port) + ": " + std::strerror(errno);
+    error = address + ":" + std::to_string(port) + ": " + std::generic_category().message(errno);
     return std::nullopt;
   }
   return socket;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -13,7 +14,7 @@
 #include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 #include "tools/orvikctl/progress.h"
 
 namespace orvik::ctl {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <cerrno>
 #include <cstdint>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <vector>
@@ -14,7 +12,7 @@
 #include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/flash_progress.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 namespace {
@@ -25,18 +23,6 @@ struct DumpOptions : CommonOptions {
   std::string output;
   bool overwrite = false;
 };
-
-void writeFile(const DumpOptions& options, const std::vector<unsigned char>& bytes) {
-  AtomicFile file(options.output, options.overwrite);
-  {
-    std::ofstream out(file.temporary(), std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) failWrite(options.output, errno);
-  }
-  file.commit();
-}
 
 ExitCode dump(const DumpOptions& options) {
   requireFolder(options.output);
@@ -50,7 +36,7 @@ ExitCode dump(const DumpOptions& options) {
                          FlashProgress::callback(), progress.context()),
           "reading the flash");
   }
-  writeFile(options, bytes);
+  saveFile(options.output, bytes, options.overwrite);
   if (options.json) {
     const Json result = {
         {"file", options.output}, {"address", options.address}, {"bytes", options.size}};

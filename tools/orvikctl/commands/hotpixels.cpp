@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <cerrno>
-#include <fstream>
+#include <cstdint>
 #include <iostream>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "orvik/orvik_service.h"
@@ -12,7 +13,7 @@
 #include "tools/orvikctl/consent.h"
 #include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 namespace {
@@ -47,15 +48,11 @@ std::vector<Orvik_PIXEL> listOf(const Camera& camera) {
 }
 
 void writeList(const HotPixelOptions& options, const std::vector<Orvik_PIXEL>& pixels) {
-  AtomicFile file(options.list, options.overwrite);
-  {
-    std::ofstream out(file.temporary());
-    out << "x,y\n";
-    for (const Orvik_PIXEL& pixel : pixels) out << pixel.x << ',' << pixel.y << '\n';
-    out.close();
-    if (!out) failWrite(options.list, errno);
-  }
-  file.commit();
+  std::ostringstream out;
+  out << "x,y\n";
+  for (const Orvik_PIXEL& pixel : pixels) out << pixel.x << ',' << pixel.y << '\n';
+  const std::string text = out.str();
+  saveFile(options.list, std::vector<std::uint8_t>(text.begin(), text.end()), options.overwrite);
 }
 
 /// @param where they were found

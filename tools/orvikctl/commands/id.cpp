@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <iterator>
@@ -113,6 +114,11 @@ ExitCode set(const SetOptions& options) {
   check(OrvikSetID(camera.handle(), id), "writing the mark");
   Orvik_ID stored{};
   check(OrvikGetID(camera.handle(), &stored), "reading the mark back");
+  if (!std::equal(std::begin(id.id), std::end(id.id), std::begin(stored.id))) {
+    throw Failure(ExitCode::kCameraFailed,
+                  "the flash of " + chosen.label() + " holds " + hexOf(stored) +
+                      " instead of the mark that was written. Repeat the command.");
+  }
   print(stored, options.json);
   return ExitCode::kOk;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <thread>
 

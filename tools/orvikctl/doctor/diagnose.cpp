@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/doctor/diagnose.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <sstream>
 
 namespace orvik::ctl::doctor {
@@ -154,10 +156,8 @@ void judgeSettings(const MachineFacts& machine, std::vector<Finding>& findings) 
 }
 
 bool anyRefused(const MachineFacts& machine) {
-  for (const CameraFacts& camera : machine.cameras) {
-    if (camera.access == Access::kRefused) return true;
-  }
-  return false;
+  return std::ranges::any_of(
+      machine.cameras, [](const CameraFacts& camera) { return camera.access == Access::kRefused; });
 }
 
 }  // namespace

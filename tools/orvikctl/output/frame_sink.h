@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tools/orvikctl/output/file_system.h"
 #include "tools/orvikctl/output/image.h"
 
 namespace orvik::ctl {
@@ -34,6 +36,6 @@ class FrameSink {
 /// @throws Failure: kUsage for a name that does not fit, kFileFailed if a file exists and may not
 /// be replaced, or the folder is missing
 std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<std::int64_t> frames,
-                                    bool overwrite);
+                                    bool overwrite, FileSystem& fileSystem = FileSystem::system());
 
 }  // namespace orvik::ctl

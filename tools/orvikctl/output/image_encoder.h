@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <filesystem>
+#include <cstdint>
+#include <vector>
 
 #include "tools/orvikctl/output/image.h"
 
 namespace orvik::ctl {
 
-/// Writes one image into one file.
-class ImageWriter {
- public:
-  virtual ~ImageWriter() = default;
-
-  /// Creates or replaces `file`.
-  ///
-  /// @throws Failure (kFileFailed) when the file cannot be written; it may then be left
-  /// half-written
-  virtual void write(const Image& image, const std::filesystem::path& file) = 0;
-};
+/// Makes the contents of a file that holds one image. Throws std::invalid_argument unless the
+/// image's pixels are as many as its size says.
+using ImageEncoder = std::vector<std::uint8_t> (*)(const Image&);
 
 }  // namespace orvik::ctl

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <string>
 #include <system_error>
-#include <utility>
 
 #include "tools/orvikctl/failure.h"
 
@@ -21,36 +18,65 @@ namespace {
                 file.string() + " exists already. Choose another --output, or add --overwrite.");
 }
 
-/// Renames without replacing; false if the file system cannot do that.
-bool renameToNew(const fs::path& from, const fs::path& to) {
-  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-  if (errno == EEXIST) failExisting(to);
-  if (errno == EINVAL || errno == ENOSYS) return false;
-  failWrite(to, errno);
+bool isTaken(const fs::path& file) {
+  std::error_code ignored;
+  return fs::exists(fs::symlink_status(file, ignored));
 }
+
+/// Creates a file with these contents. @return 0 or an errno
+int writeTemporary(const fs::path& file, std::span<const std::uint8_t> bytes, bool synced,
+                   FileSystem& files) {
+  const int descriptor = files.open(file, FileSystem::Open::kEmptied);
+  if (descriptor < 0) return errno;
+  int error = files.write(descriptor, 0, bytes);
+  if (error == 0 && synced) error = files.sync(descriptor);
+  const int closeError = files.close(descriptor);
+  return error != 0 ? error : closeError;
+}
+
+/// @return 0 or an errno
+int rename(const fs::path& from, const fs::path& to, bool overwrite, FileSystem& files) {
+  if (overwrite) return files.rename(from, to);
+  const int error = files.renameToNew(from, to);
+  if (error == EEXIST) failExisting(to);
+  if (error != EINVAL && error != ENOSYS) return error;
+  // This file system can only replace. Between the check and the renaming another program could
+  // create the file.
+  refuseExisting(to, overwrite);
+  return files.rename(from, to);
+}
+
+/// Removes the temporary file unless it has been renamed.
+class Remover {
+ public:
+  explicit Remover(const fs::path& file) : file_(file) {}
+  ~Remover() {
+    std::error_code ignored;
+    fs::remove(file_, ignored);
+  }
+  Remover(const Remover&) = delete;
+  Remover& operator=(const Remover&) = delete;
+
+ private:
+  const fs::path& file_;
+};
 
 }  // namespace
 
-AtomicFile::AtomicFile(fs::path target, bool overwrite)
-    : target_(std::move(target)), temporary_(target_), overwrite_(overwrite) {
-  refuseExisting(target_, overwrite_);
-  temporary_ += ".part-" + std::to_string(getpid());
-}
-
-AtomicFile::~AtomicFile() {
-  std::error_code ignored;
-  fs::remove(temporary_, ignored);
-}
-
-void AtomicFile::commit() {
-  if (!overwrite_ && renameToNew(temporary_, target_)) return;
-  refuseExisting(target_, overwrite_);
-  if (rename(temporary_.c_str(), target_.c_str()) != 0) failWrite(target_, errno);
+void saveFile(const fs::path& file, std::span<const std::uint8_t> bytes, bool overwrite,
+              FileSystem& files) {
+  refuseExisting(file, overwrite);
+  fs::path temporary = file;
+  temporary += ".part-" + std::to_string(getpid());
+  const Remover remover(temporary);
+  // A new file loses nothing that was there before, and a fast series must not wait for the disk.
+  int error = writeTemporary(temporary, bytes, isTaken(file), files);
+  if (error == 0) error = rename(temporary, file, overwrite, files);
+  if (error != 0) failWrite(file, error);
 }
 
 void refuseExisting(const fs::path& file, bool overwrite) {
-  std::error_code ignored;
-  if (!overwrite && fs::exists(fs::symlink_status(file, ignored))) failExisting(file);
+  if (!overwrite && isTaken(file)) failExisting(file);
 }
 
 void requireFolder(const fs::path& file) {

@@ -2,6 +2,7 @@
 // Arguments that no function may take.
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <limits>
 
 #include "tools/orvikctl/control_names.h"

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl::selftest {
 namespace {

@@ -2,6 +2,7 @@
 #include "tools/orvikctl/selftest/every_call.h"
 
 #include <array>
+#include <cstdint>
 
 namespace orvik::ctl::selftest {
 namespace {

@@ -2,6 +2,7 @@
 // Sizes, bins, image types, and where on the sensor a region lies.
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <utility>
 
 #include "tools/orvikctl/control_names.h"
@@ -74,7 +75,7 @@ std::string fullOfAType(Subject& subject, IMG_TYPE type) {
     subject.setFormat(subject.full(1, type));
     return std::to_string(subject.takeFrame().size()) + " bytes";
   }
-  throw CheckSkipped("the camera does not offer " + std::string(imageTypeName(type)));
+  throw CheckSkipped("the camera does not offer " + std::string(imageType(type).name));
 }
 
 std::string fullColour(Subject& subject) { return fullOfAType(subject, Orvik_IMG_RGB24); }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "tools/orvikctl/image_types.h"
 #include "tools/orvikctl/selftest/expect.h"
 
 namespace orvik::ctl::selftest {
@@ -14,23 +15,9 @@ constexpr std::size_t kGuardBytes = 64;
 
 bool isPattern(std::uint8_t byte) { return byte == kPattern; }
 
-std::size_t rowBytes(const ImageFormat& format) {
-  return static_cast<std::size_t>(format.width) *
-         static_cast<std::size_t>(bytesPerPixel(format.type));
-}
+std::size_t rowBytes(const ImageFormat& format) { return imageBytes(format.width, 1, format.type); }
 
 }  // namespace
-
-int bytesPerPixel(IMG_TYPE type) {
-  switch (type) {
-    case Orvik_IMG_RGB24:
-      return 3;
-    case Orvik_IMG_RAW16:
-      return 2;
-    default:
-      return 1;
-  }
-}
 
 FrameBuffer::FrameBuffer(const ImageFormat& format)
     : format_(format),
@@ -59,7 +46,7 @@ void FrameBuffer::expectUntouched(const std::string& when) const {
 
 double FrameBuffer::mean() const {
   if (size_ == 0) return 0;
-  if (format_.type != Orvik_IMG_RAW16) {
+  if (imageType(format_.type).bitsPerSample == 8) {
     const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(size_);
     return std::accumulate(bytes_.begin(), end, 0.0) / static_cast<double>(size_);
   }

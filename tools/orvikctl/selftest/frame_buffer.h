@@ -9,9 +9,6 @@
 
 namespace orvik::ctl::selftest {
 
-/// Bytes of one sample position in a delivered image: 1, 2 or 3.
-int bytesPerPixel(IMG_TYPE type);
-
 /// Room for one frame, which tells what was written into it: it begins full of a pattern, and some
 /// bytes of the pattern stand behind its end.
 class FrameBuffer {

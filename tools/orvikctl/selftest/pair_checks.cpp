@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Two cameras at once.
 #include <array>
+#include <cstdint>
 
 #include "tools/orvikctl/selftest/check.h"
 #include "tools/orvikctl/selftest/expect.h"

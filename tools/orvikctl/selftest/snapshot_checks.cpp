@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Snapshots: one exposure, its status, its end before its time.
 #include <array>
+#include <cstdint>
 
 #include "tools/orvikctl/selftest/check.h"
 #include "tools/orvikctl/selftest/expect.h"

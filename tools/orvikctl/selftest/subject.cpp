@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/selftest/expect.h"
@@ -18,10 +19,12 @@ constexpr std::int32_t kSettledExposureUs = 2000;
 }  // namespace
 
 Subject::Subject(int index, std::optional<int> second, Conditions conditions)
-    : index_(index), second_(second), conditions_(conditions) {}
+    : index_(index), second_(second), conditions_(std::move(conditions)) {}
 
 Subject::~Subject() { OrvikCloseCamera(index_); }
 
+// It changes the camera, though no member of this class.
+// NOLINTNEXTLINE(readability-make-member-function-const)
 void Subject::settle() {
   expectOk(OrvikOpenCamera(index_), "opening the camera");
   stopVideo();
@@ -151,7 +154,7 @@ Orvik_EXPOSURE_STATUS Subject::waitForExposure(std::int64_t exposureUs) const {
 
 std::string formatText(const ImageFormat& format) {
   return std::to_string(format.width) + "x" + std::to_string(format.height) + " bin " +
-         std::to_string(format.bin) + " " + std::string(imageTypeName(format.type));
+         std::to_string(format.bin) + " " + std::string(imageType(format.type).name);
 }
 
 }  // namespace orvik::ctl::selftest

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Video: starts and stops, waiting, lost frames, rate.
 #include <array>
+#include <cstdint>
 #include <future>
 #include <thread>
 
