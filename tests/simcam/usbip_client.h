@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -28,9 +29,16 @@ class UsbipClient {
     place.sin_port = htons(port);
     place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     EXPECT_EQ(::connect(socket_, reinterpret_cast<sockaddr*>(&place), sizeof place), 0);
-    const timeval patience{20, 0};
-    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const int on = 1;  // messages of a few bytes are sent at once
+    ::setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const timeval timeout{20, 0};
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   }
+  /// A connection that exists already.
+  struct Connected {
+    int socket;
+  };
+  explicit UsbipClient(Connected connected) : socket_(connected.socket) {}
   UsbipClient(const UsbipClient&) = delete;
   UsbipClient& operator=(const UsbipClient&) = delete;
   ~UsbipClient() { close(); }

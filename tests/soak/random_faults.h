@@ -9,19 +9,25 @@
 
 namespace orvik::soak {
 
-/// An amount that a driver must cope with within its deadlines, with a blank before it.
+/// One of the words, at random.
+template <std::size_t N>
+const char* oneOf(const std::array<const char*, N>& words, sim::Random& random) {
+  return words.at(static_cast<std::size_t>(random.below(int{N})));
+}
+
+/// An amount that a driver must cope with within its deadlines.
 inline std::string randomAmount(const fault::Amount& amount, sim::Random& random) {
   switch (amount.kind) {
     case fault::Amount::Kind::kNone:
       break;
     case fault::Amount::Kind::kBytes:
-      return random.below(2) == 0 ? " 2" : " " + std::to_string(1 + random.below(5000));
+      return random.below(2) == 0 ? "2" : std::to_string(1 + random.below(5000));
     case fault::Amount::Kind::kPlace:
-      return " " + std::to_string(random.below(12) - 2);
+      return std::to_string(random.below(12) - 2);
     case fault::Amount::Kind::kMilliseconds:
-      return " 30";
+      return "30";
     case fault::Amount::Kind::kTimeRange:
-      return " 1.." + std::to_string(5 + random.below(50));
+      return std::string("1..").append(std::to_string(5 + random.below(50)));
   }
   return "";
 }
@@ -39,11 +45,10 @@ inline std::string randomRule(sim::Random& random) {
     const int side = random.below(facts.onOpening ? 3 : 2);
     if (facts.isGone || (side == 0 && !facts.onControl)) continue;
     if (side == 0 && action == fault::Action::kTimeout) continue;
-    std::string rule = side == 0   ? kRequests.at(random.below(int{kRequests.size()}))
-                       : side == 1 ? "bulk"
-                                   : (random.below(2) == 0 ? "open" : "claim");
-    rule.append(" ").append(facts.name).append(randomAmount(facts.amount, random));
-    return rule.append(kMoments.at(random.below(int{kMoments.size()})));
+    std::string rule = side == 0 ? oneOf(kRequests, random) : "bulk";
+    if (side == 2) rule = random.below(2) == 0 ? "open" : "claim";
+    rule.append(" ").append(facts.name).append(" ").append(randomAmount(facts.amount, random));
+    return rule.append(oneOf(kMoments, random));
   }
 }
 
