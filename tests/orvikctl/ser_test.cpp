@@ -123,6 +123,7 @@ TEST_F(SerWriterTest, WithoutAFrameKeepsAnOlderRecordingAndMakesNone) {
   longer.finish();
   SerWriter shorter(file("long.ser"), true);
   shorter.write(TestImage(4, 2, Orvik_IMG_RAW8).image());
+  EXPECT_EQ(std::filesystem::file_size(file("long.ser")), kHeader + 8);
   shorter.finish();
   EXPECT_EQ(std::filesystem::file_size(file("long.ser")), kHeader + 8 + 8);
 }

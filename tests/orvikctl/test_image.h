@@ -41,48 +41,40 @@ class FileTest : public testing::Test {
 /// full from some offset on.
 class FaultyFileSystem : public FileSystem {
  public:
+  using Path = std::filesystem::path;
+
   std::vector<std::string> calls;
   std::string failing;
   int error = EIO;
   std::uint64_t room = std::numeric_limits<std::uint64_t>::max();
   std::function<void()> beforeRename = [] {};
 
-  int open(const std::filesystem::path& file, Open how) override {
-    if (int failed = note("open")) {
-      errno = failed;
-      return -1;
-    }
-    return FileSystem::open(file, how);
+  int open(const Path& file, Open how) override {
+    return fails("open") ? errno = error, -1 : FileSystem::open(file, how);
   }
   int write(int descriptor, std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
-    if (int failed = note("write")) return failed;
-    const auto fits =
-        static_cast<std::size_t>(std::min(bytes.size(), room - std::min(room, offset)));
-    const int failed = FileSystem::write(descriptor, offset, bytes.first(fits));
-    return failed == 0 && fits < bytes.size() ? ENOSPC : failed;
+    const std::size_t fits = std::min(bytes.size(), room - std::min(room, offset));
+    if (fails("write") || FileSystem::write(descriptor, offset, bytes.first(fits)) != 0)
+      return error;
+    return fits < bytes.size() ? ENOSPC : 0;
   }
-  int sync(int descriptor) override {
-    const int failed = note("sync");
-    return failed != 0 ? failed : FileSystem::sync(descriptor);
+  int sync(int file) override { return fails("sync") ? error : FileSystem::sync(file); }
+  int close(int file) override {
+    const int failed = FileSystem::close(file);
+    return fails("close") ? error : failed;
   }
-  int close(int descriptor) override {
-    const int failed = FileSystem::close(descriptor);
-    return std::max(failed, note("close"));
+  int rename(const Path& from, const Path& to) override {
+    return fails("rename") ? error : FileSystem::rename(from, to);
   }
-  int rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
-    const int failed = note("rename");
-    return failed != 0 ? failed : FileSystem::rename(from, to);
-  }
-  int renameToNew(const std::filesystem::path& from, const std::filesystem::path& to) override {
+  int renameToNew(const Path& from, const Path& to) override {
     beforeRename();
-    const int failed = note("rename to new");
-    return failed != 0 ? failed : FileSystem::renameToNew(from, to);
+    return fails("rename to new") ? error : FileSystem::renameToNew(from, to);
   }
 
  private:
-  int note(const char* call) {
+  bool fails(const char* call) {
     calls.emplace_back(call);
-    return call == failing ? error : 0;
+    return error != 0 && call == failing;
   }
 };
 

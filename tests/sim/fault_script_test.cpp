@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 
 #include "sim/fault/script.h"
@@ -46,27 +47,12 @@ TEST(FaultScript, ReadsTargetsAmountsAndConditions) {
 }
 
 TEST(FaultScript, RefusesWhatItDoesNotUnderstand) {
-  for (const char* text : {"frame short",
-                           "bulk",
-                           "control B6",
-                           "control XY fail",
-                           "bulk short 0",
-                           "bulk short 1..2",
-                           "bulk delay 30..5",
-                           "bulk delay 60001",
-                           "bulk empty 3",
-                           "control empty",
-                           "any tear",
-                           "open fail",
-                           "bulk fail at",
-                           "bulk fail at 0",
-                           "bulk fail chance 1.5",
-                           "bulk fail chance nan",
-                           "bulk fail sometimes",
-                           "bulk fail every 0",
-                           "seed",
-                           "bulk fail;bulk",
-                           "bulk flip 99999999999"}) {
+  std::istringstream texts(
+      "frame short|bulk|control B6|control XY fail|bulk short 0|bulk short 1..2|"
+      "bulk delay 30..5|bulk delay 60001|bulk empty 3|control empty|any tear|open fail|"
+      "bulk fail at|bulk fail at 0|bulk fail chance 1.5|bulk fail chance nan|"
+      "bulk fail sometimes|bulk fail every 0|seed|bulk fail;bulk|bulk flip 99999999999");
+  for (std::string text; std::getline(texts, text, '|');) {
     Script script;
     const std::string refusal = parseScript(text, script);
     ASSERT_FALSE(refusal.empty()) << text;

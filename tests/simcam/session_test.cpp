@@ -51,8 +51,7 @@ class HeldTransfer final : public seam::BulkTransfer {
 
  private:
   HeldTransfers& all_;
-  bool cancelled_ = false;
-  bool ended_ = false;
+  bool cancelled_ = false, ended_ = false;
 };
 
 class HeldPort final : public seam::Port {
