@@ -10,10 +10,10 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-/// Longer than anyone waits, and short enough to be added to a point in time.
+/// Longer than any wait, and short enough to be added to a point in time.
 constexpr milliseconds kEver = std::chrono::hours(24 * 365);
 
-/// What surplus data looks like.
+/// The value of stray bytes.
 constexpr std::uint8_t kStray = 0xA5;
 
 ActionFacts factsOf(const std::optional<Strike>& strike) {
@@ -87,7 +87,7 @@ bool Flight::wait(milliseconds limit) {
       lock.unlock();
       const bool ended = inner_->wait(std::max(left, milliseconds(0)));
       lock.lock();
-      if (place_ == Place::kBelow) {  // or another waiter has been faster
+      if (place_ == Place::kBelow) {  // otherwise another waiter was faster
         if (!ended) return false;
         landed();
       }
@@ -105,7 +105,7 @@ bool Flight::wait(milliseconds limit) {
   return true;
 }
 
-/// The host below is done with it: damages what has come, and sets when it ends here.
+/// The transfer has completed at the host below: damages its data, and sets when it completes here.
 void Flight::landed() {
   TransferStatus status = inner_->status();
   std::size_t bytes = std::min(inner_->actualBytes(), buffer_.bytes.size());

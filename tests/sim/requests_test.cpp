@@ -92,7 +92,7 @@ TEST(Flash, ObeysThePhysicsOfFlash) {
   EXPECT_EQ(page[2], 0xF0);
   EXPECT_THAT(bench.in(0xC3, 0, 0x701, 256).value(), Each(0xFF));
 
-  // Erasing takes a whole sector, and a while, in which pages cannot be had.
+  // Erasing affects a whole sector and takes a while, in which pages cannot be read.
   EXPECT_EQ(bench.out(0xC2, 0, 0x6FF, Bytes(256, 0)), TransferStatus::kOk);
   ASSERT_EQ(bench.out(0xC4, 1, 7), TransferStatus::kOk);
   EXPECT_FALSE(bench.in(0xC3, 0, 0x700, 256).has_value());

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -59,7 +60,12 @@ class UsbipClient {
     bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
     return bytes;
   }
-  [[nodiscard]] bool hungUp() const { return receive(1).empty(); }
+  /// Whether the server has closed the connection; not if it only stays silent.
+  [[nodiscard]] bool hungUp() const {
+    char byte = 0;
+    const ssize_t got = ::recv(socket_, &byte, 1, 0);
+    return got == 0 || (got < 0 && errno == ECONNRESET);
+  }
 
   void sendOperation(std::uint16_t version, std::uint16_t code,
                      const std::string& busId = "") const {

@@ -10,7 +10,7 @@
 namespace orvik::ctl {
 namespace {
 
-/// Closes a camera again that turned out unusable while it was being opened.
+/// Closes a camera if it turns out to be unusable while it is being opened.
 class CloseUnlessKept {
  public:
   explicit CloseUnlessKept(int handle) : handle_(handle) {}

@@ -55,7 +55,7 @@ class Camera {
   [[nodiscard]] std::optional<ControlValue> valueIfAny(Orvik_CONTROL_TYPE type) const;
   void setValue(Orvik_CONTROL_TYPE type, ControlValue value);
 
-  /// How the cooler of a camera with one stands.
+  /// The state of the cooler, of a camera that has one.
   [[nodiscard]] Orvik_COOLER_STATUS coolerStatus() const;
 
   [[nodiscard]] ImageFormat format() const;

@@ -10,12 +10,12 @@
 
 namespace orvik::ctl {
 
-/// What a capture has brought.
+/// The result of a capture.
 struct CaptureReport {
   std::int64_t frames = 0;
   std::optional<std::int64_t> lost;  ///< frames lost on the way; nothing for snapshots
   double seconds = 0;                ///< first to last frame for video, all of it for snapshots
-  std::optional<double> rate;        ///< frames a second, video only
+  std::optional<double> rate;        ///< frames per second, video only
   ImageInfo info;                    ///< of the last image
   std::vector<std::filesystem::path> files;
 };

@@ -199,12 +199,12 @@ void refreshReadings(const Camera& camera, ImageInfo& info) {
 }
 
 std::chrono::milliseconds readOutLimit(const ImageFormat& format) {
-  constexpr auto kPatience = std::chrono::seconds(10);
+  constexpr auto kReadOutTimeout = std::chrono::seconds(10);
   constexpr std::size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
   const std::size_t bytes = imageBytes(format.width, format.height, format.type);
   // An image that is binned on the host crosses the bus unbinned.
   const auto binned = static_cast<std::size_t>(format.bin) * static_cast<std::size_t>(format.bin);
-  return kPatience + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
+  return kReadOutTimeout + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
 }
 
 }  // namespace orvik::ctl

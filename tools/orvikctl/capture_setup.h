@@ -20,7 +20,7 @@ enum class Preference { kDepth, kSpeed };
 /// @throws Failure (kUsage) if the camera cannot do what is asked
 ImageFormat applyOptions(Camera& camera, const CaptureOptions& options, Preference preference);
 
-/// What the headers of the coming images tell, but for the start of each exposure.
+/// What the headers of the coming images say, except for the start of each exposure.
 ImageInfo describeImages(const Camera& camera, const CaptureOptions& options);
 
 /// Reads what changes from image to image: exposure, gain, sensor temperature.

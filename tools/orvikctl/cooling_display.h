@@ -19,7 +19,7 @@ struct CoolingSample {
       Orvik_COOLER_NO_FAULT;  ///< if any, `temperature` is the last valid one
 };
 
-/// What a fault means, for people.
+/// What a fault means, in words.
 std::string faultText(Orvik_COOLER_FAULT fault);
 
 /// "0:42  12.3 degC  target 11 degC  power 38 %", and a fault if there is one.
@@ -32,7 +32,7 @@ std::string coolingText(const CoolingSample& sample);
 std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, int columns,
                                      int rows);
 
-/// Shows how cooling goes: a plot that is drawn anew on a terminal, elsewhere a line now and then.
+/// Shows how cooling proceeds: on a terminal as a plot that is redrawn, elsewhere as lines of text.
 class CoolingDisplay {
  public:
   /// @param every seconds between two lines where there is no terminal

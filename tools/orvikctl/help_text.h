@@ -13,7 +13,7 @@ class HelpText : public CLI::Formatter {
   std::string make_option_opts(const CLI::Option* option) const override;
 };
 
-/// A validator whose rule the option's own description tells, and the help need not repeat.
+/// A validator whose rule is in the option's description, so that the help does not repeat it.
 template <typename Validator>
 CLI::Validator unmentioned(Validator validator) {
   return validator.description("");

@@ -9,7 +9,7 @@
 
 namespace orvik::ctl {
 
-/// How far long work has come.
+/// The progress of long work.
 struct ProgressState {
   std::int64_t done = 0;              ///< frames
   std::optional<std::int64_t> total;  ///< frames; nothing if the end is open

@@ -16,7 +16,7 @@ ScratchFolder::ScratchFolder() {
 }
 
 ScratchFolder::~ScratchFolder() {
-  // What cannot be removed here, the system clears away with its other temporary files.
+  // What cannot be removed here is removed by the system with its other temporary files.
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

@@ -8,7 +8,7 @@
 namespace orvik::ctl {
 namespace {
 
-// Waiting in slices keeps Ctrl-C prompt during long exposures.
+// Waits in slices, so that Ctrl-C takes effect at once during long exposures.
 constexpr auto kSlice = std::chrono::milliseconds(100);
 
 std::chrono::microseconds exposureOf(const Camera& camera) {

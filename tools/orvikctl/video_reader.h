@@ -13,17 +13,18 @@
 
 namespace orvik::ctl {
 
-/// When a recording ends by itself.
+/// The limits at which a recording ends.
 struct VideoLimits {
   std::optional<std::int64_t> frames;
   std::optional<std::chrono::microseconds> duration;  ///< since the start of capture
 };
 
 /// Reads the video of a camera on a thread of its own, so that a slow disk does not hold the camera
-/// up. Starts capture; stops it when the limits are reached, the user interrupts, or a fault comes.
+/// up. Starts capture; stops it when the limits are reached, the user interrupts, or the camera
+/// fails.
 class VideoReader {
  public:
-  /// @param memoryBytes most memory for frames that wait to be written
+  /// @param memoryBytes limit of the memory for frames that wait to be written
   VideoReader(Camera& camera, const ImageFormat& format, const VideoLimits& limits,
               std::size_t memoryBytes);
   /// Ends the thread; frames still queued are lost.

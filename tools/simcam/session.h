@@ -39,7 +39,7 @@ class Session {
  private:
   /// A bulk transfer, and the memory that it fills. Reused when it is idle.
   struct Bulk {
-    std::uint64_t submission = 0;  ///< tells the uses of this object apart
+    std::uint64_t submission = 0;  ///< distinguishes the uses of this object
     std::uint32_t sequence = 0;
     std::uint8_t endpoint = 0;
     std::unique_ptr<seam::BulkTransfer> transfer;

@@ -41,7 +41,7 @@ double secondsOf(const std::string& text, const char* option) {
                 std::string(option) + " " + text + ": give a time such as 90s or 20min.");
 }
 
-/// Leads a camera's temperature along ramps. Its end takes the cooler's power away.
+/// Moves a camera's temperature along ramps. The destructor switches the cooler off.
 class Cooling {
  public:
   Cooling(Camera& camera, CoolingDisplay& display)
@@ -50,13 +50,13 @@ class Cooling {
     try {
       camera_.setValue(Orvik_CTL_COOLER_ON, {0, false});
     } catch (const Failure&) {
-      // Closing the camera takes the power away as well.
+      // Closing the camera switches the cooler off as well.
     }
   }
   Cooling(const Cooling&) = delete;
   Cooling& operator=(const Cooling&) = delete;
 
-  /// Leads from where the sensor is to `to`, and holds that.
+  /// Moves from the sensor's temperature to `to`, and holds it.
   ///
   /// @param seconds when to end; nothing for never
   /// @return false when the user interrupted
@@ -71,7 +71,7 @@ class Cooling {
     }
   }
 
-  /// Leads back to the temperature before cooling. False when the user interrupted.
+  /// Moves back to the temperature before cooling. False if the user interrupted.
   bool warmUp(double degreesPerMinute) {
     const CoolingRamp ramp(lastTemperature(), startedAt_, degreesPerMinute);
     return lead(startedAt_, degreesPerMinute, ramp.duration());
@@ -103,7 +103,7 @@ class Cooling {
     display_.show(last_);
   }
 
-  /// Once when it comes, and once when it goes.
+  /// Reports a fault once when it begins and once when it ends.
   void tellFault(Orvik_COOLER_FAULT fault) const {
     if (fault == last_.fault) return;
     if (fault == Orvik_COOLER_NO_FAULT) {
@@ -113,7 +113,7 @@ class Cooling {
     }
   }
 
-  /// Until the next reading is due, or for `most` seconds. False when the user interrupted.
+  /// Waits until the next reading is due, or for `most` seconds. False if the user interrupted.
   static bool pause(double most) {
     const std::chrono::duration<double> length(std::min(most, kTickSeconds));
     const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(length);

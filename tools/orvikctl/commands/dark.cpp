@@ -35,7 +35,7 @@ struct UseOptions : CommonOptions {
   std::string file;
 };
 
-/// A path that another run finds again.
+/// A path that is valid in another run as well.
 std::string keptPath(const std::string& file) {
   std::string path = fs::absolute(file).string();
   if (path.size() >= ORVIK_PATH_BYTES) {

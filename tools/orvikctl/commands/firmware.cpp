@@ -114,7 +114,7 @@ ExitCode load(const FirmwareOptions& options) {
   return ExitCode::kOk;
 }
 
-/// Says what a broken write means, besides what the library says.
+/// Adds to the library's message what a failed write means.
 [[noreturn]] void failFlash(Orvik_ERROR_CODE code, const FirmwareOptions& options) {
   throw Failure(exitCodeOf(code),
                 "writing " + options.file + ": " + errorText(code) +
@@ -166,7 +166,7 @@ ExitCode verify(const FirmwareOptions& options) {
 
 using Work = ExitCode (*)(const FirmwareOptions&);
 
-/// @param writes whether it is to ask before
+/// @param writes whether the command asks before it writes
 Command addMember(CLI::App& group, const char* name, const char* what, Work work, bool needsFile,
                   bool writes) {
   auto options = std::make_shared<FirmwareOptions>();

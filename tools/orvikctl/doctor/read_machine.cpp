@@ -28,7 +28,7 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
   return entries;
 }
 
-/// What stands in a file, without the end of its last line; "" if it cannot be read.
+/// The contents of a file without the final newline; "" if it cannot be read.
 std::string textOf(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   std::string text{std::istreambuf_iterator<char>(in), {}};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Arguments that no function may take.
+// Arguments that every function must refuse.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -148,7 +148,7 @@ std::string smallBuffers(Subject& subject) {
        {frame.size() - 1, 0, -1, std::numeric_limits<std::int32_t>::min()}) {
     expectCode(
         Orvik_ERROR_BUFFER_SMALL,
-        OrvikGetVideoData(subject.index(), frame.data(), size, subject.conditions().patienceMs),
+        OrvikGetVideoData(subject.index(), frame.data(), size, subject.conditions().timeoutMs),
         "OrvikGetVideoData with a buffer of " + std::to_string(size) + " bytes");
   }
   frame.expectUntouched("that is too small");

@@ -48,13 +48,13 @@ void setAndExpect(const Subject& subject, const Orvik_CONTROL_CAPS& caps, std::i
               std::string(caps.name) + " after setting " + std::to_string(value));
 }
 
-/// A negative exposure is what is left of one too long for 32 bits.
+/// A negative exposure is what remains of one that is too long for 32 bits.
 std::int32_t limited(const Orvik_CONTROL_CAPS& caps, std::int32_t value) {
   if (caps.controlType == Orvik_CTL_EXPOSURE && value < 0) return caps.maxValue;
   return std::clamp(value, caps.minValue, caps.maxValue);
 }
 
-/// The cooler is to be switched, but never to work: a real sensor must not meet a shock.
+/// The cooler is switched, but must never cool: that could damage a real sensor.
 void holdPresentTemperature(const Subject& subject) {
   const double now = subject.value(Orvik_CTL_TEMPERATURE).value / 10.0;
   subject.set(Orvik_CTL_TARGET_TEMP, static_cast<std::int32_t>(std::ceil(now)));
@@ -89,7 +89,7 @@ std::string beyondLimits(Subject& subject) {
   for (const Orvik_CONTROL_CAPS& caps : subject.controls()) {
     if (caps.writable != Orvik_TRUE || keepsToLimits(caps)) continue;
     for (const std::int32_t value : {kLeast, kMost}) {
-      // Whether it is taken is the control's own affair.
+      // Each control decides whether it accepts the value.
       OrvikSetControlValue(subject.index(), caps.controlType, value, Orvik_FALSE);
       static_cast<void>(subject.takeFrame());
     }

@@ -34,7 +34,7 @@ void writeBlackDark(const std::filesystem::path& path, int width, int height) {
   file.write(header.data(), header.size());
   file.close();
   if (!file) failWrite(path, errno);
-  // The pixels are zeros, for which a disk needs no room.
+  // The pixels are zeros, which need no room on the disk.
   std::error_code error;
   std::filesystem::resize_file(path, kPixelOffset + pixels, error);
   if (error) failWrite(path, error.value());

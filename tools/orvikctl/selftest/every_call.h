@@ -15,8 +15,8 @@ struct Call {
   Orvik_ERROR_CODE onClosedCamera;
 };
 
-/// All of them but OrvikOpenCamera(), whose answer on a closed camera is another matter, and
-/// OrvikSetID(), which must never come near a camera's flash by mistake.
+/// All of them except OrvikOpenCamera(), which may succeed on a closed camera, and OrvikSetID(),
+/// which must never write to a camera's flash by mistake.
 std::span<const Call> everyCall();
 
 }  // namespace orvik::ctl::selftest

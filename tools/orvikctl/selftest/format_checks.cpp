@@ -105,7 +105,7 @@ std::string edges(Subject& subject) {
     const ImageFormat full = subject.full(bin);
     const ImageFormat region = Subject::small(bin);
     subject.setFormat(region);
-    // Of what the sensor has, a bin can leave a few pixels over.
+    // A bin factor can leave a few pixels of the sensor unused.
     const int slackX = subject.info().maxWidth / bin - full.width;
     const int slackY = subject.info().maxHeight / bin - full.height;
     const int right = full.width - region.width;

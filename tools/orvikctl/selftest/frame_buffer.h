@@ -9,8 +9,8 @@
 
 namespace orvik::ctl::selftest {
 
-/// Room for one frame, which tells what was written into it: it begins full of a pattern, and some
-/// bytes of the pattern stand behind its end.
+/// A buffer for one frame that shows what was written into it: it is filled with a pattern, and
+/// some bytes of the pattern stand behind its end.
 class FrameBuffer {
  public:
   explicit FrameBuffer(const ImageFormat& format);
@@ -25,7 +25,7 @@ class FrameBuffer {
 
   /// Throws a CheckFailure unless each row was written, and nothing behind the last one.
   void expectWritten() const;
-  /// Throws a CheckFailure if anything was written. @param when as "after a time-out"
+  /// Throws a CheckFailure if anything was written. @param when as "after a timeout"
   void expectUntouched(const std::string& when) const;
 
   /// Mean of the samples: 0 to 255, of 16-bit images 0 to 65535.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a camera says of itself, and its coming and going.
+// What a camera reports of itself, and opening and closing it.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -64,7 +64,7 @@ std::string sameWhenOpen(Subject& subject) {
   const bool onUsb3 = open.usb3Host == Orvik_TRUE;
   expectEqual(0, closed.usb3Host, "usb3Host of a closed camera");
   open.usb3Host = closed.usb3Host;
-  // Some models learn which variant they are, which their name then tells, as they are opened.
+  // Some models find out when they are opened which variant they are, and then change their name.
   const bool sameName = std::string_view(open.name).starts_with(closed.name);
   expectThat(sameName && open.maxWidth == closed.maxWidth && open.maxHeight == closed.maxHeight &&
                  open.colour == closed.colour && open.bayer == closed.bayer &&
@@ -105,7 +105,7 @@ std::string closesInMidVideo(Subject& subject) {
   const StopWatch watch;
   expectOk(OrvikCloseCamera(subject.index()), "closing during video");
   const double took = watch.milliseconds();
-  expectWithin(0, subject.conditions().patienceMs, took, "milliseconds to close during video");
+  expectWithin(0, subject.conditions().timeoutMs, took, "milliseconds to close during video");
   subject.settle();
   static_cast<void>(subject.takeFrame());
   return figure(took, "ms");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the pictures show, as far as it can be told without knowing what the telescope looks at.
+// What the pictures show, as far as that can be checked without knowing what the telescope sees.
 #include <algorithm>
 #include <array>
 #include <cmath>

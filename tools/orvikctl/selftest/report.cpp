@@ -68,7 +68,7 @@ std::string headingText(const CameraReport& camera) {
 
 std::string lineText(const CheckResult& result) {
   std::ostringstream text;
-  // What went wrong is to catch the eye in a long list.
+  // Failures must stand out in a long list.
   text << "  " << (result.verdict == Verdict::kFail ? "FAIL" : verdictName(result.verdict)) << "  "
        << std::left << std::setw(kNameWidth) << result.name << ' ' << result.promise;
   if (!result.detail.empty()) text << ": " << result.detail;

@@ -11,7 +11,7 @@
 
 namespace orvik::ctl::selftest {
 
-/// How all checks of one camera went.
+/// The results of all checks of one camera.
 struct CameraReport {
   std::string name;
   int index = 0;
@@ -19,7 +19,7 @@ struct CameraReport {
   std::vector<CheckResult> results;
 };
 
-/// How many ended how, and how long they took.
+/// How many checks passed, failed or were skipped, and how long they took.
 struct Tally {
   int passed = 0;
   int failed = 0;

@@ -12,7 +12,7 @@ namespace orvik::ctl::selftest {
 
 enum class Verdict { kPass, kFail, kSkip };
 
-/// How one check went.
+/// The result of one check.
 struct CheckResult {
   std::string name;
   std::string promise;

@@ -68,7 +68,7 @@ std::string aborts(Subject& subject) {
   const StopWatch watch;
   expectOk(OrvikStopExposure(subject.index()), "OrvikStopExposure");
   const double took = watch.milliseconds();
-  expectWithin(0, subject.conditions().patienceMs / 2.0, took, "milliseconds to abort");
+  expectWithin(0, subject.conditions().timeoutMs / 2.0, took, "milliseconds to abort");
   expectEqual(Orvik_EXPSTATE_NONE, subject.exposureStatus(), "status after an abort");
   const std::int32_t exposureUs = subject.setExposure(5000);
   snap(subject, exposureUs);

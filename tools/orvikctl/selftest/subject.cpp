@@ -120,7 +120,7 @@ void Subject::stopVideo() const {
 
 void Subject::readFrame(FrameBuffer& frame) const {
   frame.clear();
-  expectOk(OrvikGetVideoData(index_, frame.data(), frame.size(), conditions_.patienceMs),
+  expectOk(OrvikGetVideoData(index_, frame.data(), frame.size(), conditions_.timeoutMs),
            "a frame of " + formatText(frame.format()));
   frame.expectWritten();
 }
@@ -141,11 +141,11 @@ Orvik_EXPOSURE_STATUS Subject::exposureStatus() const {
 
 Orvik_EXPOSURE_STATUS Subject::waitForExposure(std::int64_t exposureUs) const {
   const StopWatch watch;
-  const double limit = static_cast<double>(exposureUs) / 1000 + conditions_.patienceMs;
+  const double limit = static_cast<double>(exposureUs) / 1000 + conditions_.timeoutMs;
   while (exposureStatus() == Orvik_EXPSTATE_EXPOSING) {
     expectThat(watch.milliseconds() < limit,
                "the end of a snapshot within its exposure and " +
-                   std::to_string(conditions_.patienceMs) + " ms",
+                   std::to_string(conditions_.timeoutMs) + " ms",
                "none");
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }

@@ -14,11 +14,11 @@
 
 namespace orvik::ctl::selftest {
 
-/// How a camera is to be tried.
+/// The conditions under which a camera is tested.
 struct Conditions {
-  bool quick = false;      ///< fewer repetitions
-  bool keepsTime = true;   ///< false for a virtual camera that sends frames as fast as it can
-  int patienceMs = 10000;  ///< how long anything may take that should come soon
+  bool quick = false;     ///< fewer repetitions
+  bool keepsTime = true;  ///< false for a virtual camera that sends frames as fast as it can
+  int timeoutMs = 10000;  ///< timeout for anything that should take little time
   std::filesystem::path scratch;  ///< a folder for files of the run
 };
 
@@ -77,7 +77,7 @@ class Subject {
 
   void startVideo() const;
   void stopVideo() const;
-  /// Reads the next frame of the video; it comes within the patience and fills its buffer.
+  /// Reads the next frame of the video; it comes within the timeout and fills its buffer.
   void readFrame(FrameBuffer& frame) const;
   /// One frame of a video begun and ended for it, in the format that is set.
   [[nodiscard]] FrameBuffer takeFrame() const;

@@ -59,9 +59,9 @@ std::string timesOut(Subject& subject) {
              OrvikGetVideoData(subject.index(), frame.data(), frame.size(), kWaitMs),
              "a wait far below the exposure");
   const double took = watch.milliseconds();
-  expectWithin(kWaitMs - 1, kWaitMs + subject.conditions().patienceMs / 4.0, took,
+  expectWithin(kWaitMs - 1, kWaitMs + subject.conditions().timeoutMs / 4.0, took,
                "milliseconds of a wait of 60 ms");
-  frame.expectUntouched("after a time-out");
+  frame.expectUntouched("after a timeout");
   return "60 ms took " + figure(took, "ms");
 }
 
@@ -78,7 +78,7 @@ std::string stopWakesReader(Subject& subject) {
   subject.stopVideo();
   expectCode(Orvik_ERROR_NO_FRAME, reading.get(), "a reader without limit, when video stops");
   const double took = watch.milliseconds();
-  expectWithin(0, subject.conditions().patienceMs, took, "milliseconds to stop and wake");
+  expectWithin(0, subject.conditions().timeoutMs, took, "milliseconds to stop and wake");
   return figure(took, "ms");
 }
 
@@ -86,7 +86,7 @@ std::string countsLost(Subject& subject) {
   const StopWatch watch;
   subject.startVideo();
   while (droppedFrames(subject) == 0) {
-    expectThat(watch.milliseconds() < subject.conditions().patienceMs,
+    expectThat(watch.milliseconds() < subject.conditions().timeoutMs,
                "lost frames to be counted while nobody reads", "a count that stays at 0");
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
