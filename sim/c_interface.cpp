@@ -25,14 +25,14 @@ namespace {
 std::mutex mutex;
 bool installed = false;
 
-/// The one host of the process. It outlives every thread that may still use it.
+/// The one host of the process. It outlives every thread that may use it.
 const std::shared_ptr<SimHost>& host() {
   static const auto& theHost = *new std::shared_ptr<SimHost>(std::make_shared<SimHost>());
   return theHost;
 }
 
-/// Pulls all cameras out when the program ends or the library is unloaded, so that none of their
-/// threads runs on in what is not there any more. A process that was forked off has no such thread.
+/// Unplugs all cameras when the program ends or the library is unloaded, so that none of their
+/// threads executes code that has been unloaded. A forked process has no such threads.
 void unplugAtExit() {
   static const pid_t owner = getpid();
   [[maybe_unused]] static const int registered = std::atexit([] {
@@ -119,7 +119,7 @@ void OrvikSimUnplugAll(void) {
     orvik_private_install_host(nullptr);
     installed = false;
   } catch (const std::exception&) {
-    // Nothing was plugged, or all is unplugged already.
+    // Nothing was plugged in, or everything has been unplugged.
   }
 }
 

@@ -19,7 +19,7 @@ namespace orvik::sim {
 
 enum class Pace : std::uint8_t {
   kReal,  ///< frames in the time that the registers ask for, at the rate of the link
-  kFree,  ///< a frame whenever the host waits for data; a few pictures are made and repeated, and
+  kFree,  ///< a frame whenever the host waits for data; a few pictures are repeated, and
           ///< nothing takes time on the link
 };
 
@@ -30,16 +30,16 @@ struct ControlRecord {
   seam::TransferStatus status;
 };
 
-/// Called after each control transfer, in their order, on the thread that submitted it. It must not
-/// call the camera or its host.
+/// Called after each control transfer, in order, on the thread that submitted it. It must not call
+/// the camera or its host.
 using ControlObserver = std::function<void(const ControlRecord&)>;
 
-/// Called with the bytes of each frame, marks included, before they go to the wire; it may change,
-/// shorten or lengthen them. False drops the frame. Runs on the camera's streaming thread and must
-/// not call the camera or its host.
+/// Called with the bytes of each frame, including its marks, before they are sent. It may change,
+/// shorten or lengthen them; if it returns false, the frame is dropped. Runs on the camera's
+/// streaming thread and must not call the camera or its host.
 using FrameFilter = std::function<bool(std::vector<std::uint8_t>&)>;
 
-/// The colour of the light, as factors on what each of the three kinds of filter lets through.
+/// The colour of the light: a factor for each of the three kinds of colour filter.
 struct LightColour {
   double red = 1;
   double green = 1;
@@ -54,7 +54,7 @@ struct CameraOptions {
   std::optional<std::uint32_t> serial;  ///< derived from the camera's id when absent
   std::uint64_t seed = 1;               ///< of sky and noise
   SceneKind sceneKind = SceneKind::kStars;
-  std::shared_ptr<const Scene> scene;  ///< takes the place of `sceneKind` when given
+  std::shared_ptr<const Scene> scene;  ///< used instead of `sceneKind` if given
   Pace pace = Pace::kReal;
   LinkOptions link;
   Temperament temperament;
@@ -66,7 +66,7 @@ struct CameraOptions {
   bool noise = true;                 ///< false: a sensor without noise, dark current and hot pixels
   ControlObserver controlObserver;
   FrameFilter frameFilter;
-  fault::Script faults;  ///< what goes wrong between the camera and the host
+  fault::Script faults;  ///< faults between the camera and the host
 };
 
 }  // namespace orvik::sim

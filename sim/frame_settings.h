@@ -12,7 +12,8 @@
 
 namespace orvik::sim {
 
-/// What stands in the place of samples at the ends of a frame, so that the host knows it for whole.
+/// The marks that replace samples at the ends of a frame, by which the host recognises a complete
+/// frame.
 enum class Marks : std::uint8_t {
   kFourWords,  ///< 0x5A7E and a sequence number; sequence number and 0x3CF0
   kTrailer,    ///< 0xBB00AA11 in the last four bytes
@@ -76,7 +77,7 @@ struct CaptureState {
   RunMode mode = RunMode::kStopped;
   bool bridgeStreams = false;  ///< the bridge passes on what comes from the board
   bool shutterOpen = false;    ///< meaningful in triggered mode
-  /// None while the registers contradict each other, so that no frame can come about.
+  /// None while the registers contradict each other, so that there is no frame.
   std::optional<FrameSettings> settings;
 };
 

@@ -28,7 +28,7 @@ enum class BoardKind : std::uint8_t {
 struct BoardFeatures {
   bool averages2x2 = false;     ///< marked frames: the sensor averages 2 x 2 pixels of one colour
   bool fastConversion = false;  ///< marked frames: conversion with 10 bits, at the fast clock
-  bool manyTrims = false;       ///< marked frames: the sensor wants its long list of trims
+  bool manyTrims = false;       ///< marked frames: the sensor needs its long list of trims
   bool wideOutput = false;      ///< register sensor: 16-bit output, and a second clock
   bool overClock = false;       ///< register sensor: a register for the clock's percentage
   bool colourGains = false;     ///< register sensor: multiplies red and blue

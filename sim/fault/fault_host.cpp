@@ -26,7 +26,7 @@ std::uint64_t FaultHost::struck(Action action) const {
   return sum;
 }
 
-/// Brings the guests in line with the host below, whose own plugging starts a device anew.
+/// Updates the guests from the host below. A device that was plugged in again there is a new guest.
 void FaultHost::update() {
   for (const seam::DeviceInfo& below : inner_->devices()) {
     Guest& guest = guests_[{below.location.bus, below.location.ports}];
@@ -42,7 +42,7 @@ void FaultHost::update() {
 }
 
 std::uint8_t FaultHost::freeAddress(std::uint8_t bus) const {
-  // From the top, where the host below has given none yet.
+  // From the highest address down: the host below assigns the low ones first.
   for (std::uint8_t address = kLastAddress; address > 1; --address) {
     const bool taken = std::ranges::any_of(guests_, [&](const auto& each) {
       return each.first.first == bus &&

@@ -15,16 +15,16 @@
 
 namespace orvik::fault {
 
-/// A host whose devices get into trouble. It goes around any other host. Any thread.
+/// A host that injects faults into the devices of another host. Any thread.
 class FaultHost final : public seam::Host {
  public:
   /// @param script for each device on its own
   explicit FaultHost(std::shared_ptr<seam::Host> inner, Script script = {});
 
-  /// Begins a script on each device, those still to come included.
+  /// Starts a script on each device, also on devices that are plugged in later.
   void setScript(const Script& script);
 
-  /// How many events a kind of fault has struck so far, over all devices.
+  /// How many events a kind of fault has affected so far, on all devices.
   [[nodiscard]] std::uint64_t struck(Action action) const;
 
   std::vector<seam::DeviceInfo> devices() override;
@@ -37,11 +37,11 @@ class FaultHost final : public seam::Host {
   [[nodiscard]] std::string settingsFolder() const override { return inner_->settingsFolder(); }
 
  private:
-  /// A socket, whatever the address of what sits in it.
+  /// A socket of a bus, independent of the address of the device in it.
   using Socket = std::pair<std::uint8_t, std::vector<std::uint8_t>>;
 
   struct Guest {
-    seam::DeviceInfo below;  ///< as the host below has it
+    seam::DeviceInfo below;  ///< as the host below describes it
     std::uint8_t address = 0;
     unsigned replugs = 0;
     std::shared_ptr<Faults> faults;

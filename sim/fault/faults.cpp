@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "sim/fault/edits.h"
 #include "sim/fault/flight.h"
 #include "sim/fault/port.h"
 
@@ -19,9 +18,7 @@ bool looksAt(const Rule& rule, Target target, std::uint8_t request) {
   return rule.target == Target::kAny && (target == Target::kControl || target == Target::kBulk);
 }
 
-bool wantsLastRead(const Rule& rule) {
-  return rule.action == Action::kDuplicate || rule.action == Action::kTear;
-}
+bool usesLastRead(const Rule& rule) { return actionFacts(rule.action).usesLastRead; }
 
 template <typename T>
 std::vector<std::shared_ptr<T>> livingOf(const std::vector<std::weak_ptr<T>>& all) {
@@ -40,6 +37,12 @@ void addTo(std::vector<std::weak_ptr<T>>& all, const std::shared_ptr<T>& one) {
 
 }  // namespace
 
+std::size_t Strike::edited(std::span<std::uint8_t> data, std::size_t received,
+                           std::span<const std::uint8_t> last) const {
+  const Edit edit = actionFacts(action).edit;
+  return edit == nullptr ? received : edit(amount, data, received, last);
+}
+
 Faults::Faults(Script script, std::shared_ptr<seam::ChangeCount> changes)
     : changes_(std::move(changes)) {
   setScript(std::move(script));
@@ -52,7 +55,7 @@ void Faults::setScript(Script script) {
   rules_.clear();
   for (const Rule& rule : script.rules) rules_.push_back({rule});
   random_ = sim::Random(script.seed);
-  keepsReads_ = std::ranges::any_of(script.rules, wantsLastRead);
+  keepsReads_ = std::ranges::any_of(script.rules, usesLastRead);
   lastRead_.clear();
 }
 
@@ -113,9 +116,10 @@ std::optional<Strike> Faults::next(Target target, std::uint8_t request) {
     }
   }
   if (!strike) return std::nullopt;
-  if (strike->action == Action::kUnplug) unplug(std::nullopt);
-  if (strike->action == Action::kReplug) {
-    unplug(Clock::now() + std::chrono::milliseconds(strike->amount));
+  if (actionFacts(strike->action).isGone) {
+    const bool comesBack = strike->action == Action::kReplug;
+    unplug(comesBack ? std::optional(Clock::now() + std::chrono::milliseconds(strike->amount))
+                     : std::nullopt);
   }
   return strike;
 }
@@ -176,7 +180,7 @@ std::size_t Faults::edit(const std::optional<Strike>& strike, std::span<std::uin
     const auto fresh = data.first(received);
     last = std::exchange(lastRead_, {fresh.begin(), fresh.end()});
   }
-  return strike ? edited(*strike, data, received, last) : received;
+  return strike ? strike->edited(data, received, last) : received;
 }
 
 }  // namespace orvik::fault

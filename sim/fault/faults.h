@@ -24,47 +24,51 @@ class Opening;
 /// What happens to one event.
 struct Strike {
   Action action = Action::kFail;
-  std::int32_t amount = 0;  ///< chance included
+  std::int32_t amount = 0;  ///< the rule's amount, with a random part of its spread
+
+  /// Changes the data of a read as the action does. Parameters and result are those of Edit.
+  std::size_t edited(std::span<std::uint8_t> data, std::size_t received,
+                     std::span<const std::uint8_t> last) const;
 
   friend bool operator==(const Strike&, const Strike&) = default;
 };
 
-/// The troubles of one device: its script, what has come of it, and whether the device is there.
+/// The faults of one device: its script, its counts of events, and whether the device is present.
 ///
-/// Each rule counts the events that it looks at from the moment at which the script was set. Any
-/// thread; calls nobody back while it holds its lock.
+/// Each rule counts its target's events from the moment at which the script was set. Any thread; no
+/// other object is called while the lock is held.
 class Faults : public std::enable_shared_from_this<Faults> {
  public:
-  /// @param changes told when the device goes and when it comes back; may be null
+  /// @param changes notified when the device is unplugged and when it comes back; may be null
   explicit Faults(Script script = {}, std::shared_ptr<seam::ChangeCount> changes = nullptr);
   ~Faults();
   Faults(const Faults&) = delete;
   Faults& operator=(const Faults&) = delete;
 
-  /// Begins a script. What is halted or unplugged stays so.
+  /// Starts a script. A halted pipe stays halted, and an unplugged device stays unplugged.
   void setScript(Script script);
 
-  /// How many events a kind of fault has struck so far, over all scripts.
+  /// How many events a kind of fault has affected so far, in all scripts.
   [[nodiscard]] std::uint64_t struck(Action action) const;
 
-  /// Whether the device is plugged in; ends a replug's absence when its time has come.
+  /// Whether the device is plugged in. A replugged device is back when its time has passed.
   bool present();
-  /// How often it has come back. Each time wants a new address.
+  /// How often the device has come back, each time at a new address.
   unsigned replugs();
 
-  /// Opens the device through `openInner`, whose port is then under the script.
+  /// Opens the device through `openInner`, whose port then follows the script.
   /// @return null when the script or `openInner` refuses, or the device is gone.
   std::unique_ptr<seam::Port> open(const std::function<std::unique_ptr<seam::Port>()>& openInner);
 
   // For the device's ports and transfers.
 
-  /// Counts an event and tells what happens to it. An unplug has happened when this returns.
+  /// Counts an event and returns what happens to it. An unplug is complete when this returns.
   std::optional<Strike> next(Target target, std::uint8_t request = 0);
   void add(const std::shared_ptr<Flight>& flight);
   void halt(std::uint8_t endpoint);
   void clearHalt(std::uint8_t endpoint);
   bool isHalted(std::uint8_t endpoint);
-  /// Changes what a read has received as `strike` says, and remembers it for the next one.
+  /// Changes the data of a read as `strike` says, and keeps the original for the next read.
   /// @param data the whole buffer
   /// @return how much of it counts as received
   std::size_t edit(const std::optional<Strike>& strike, std::span<std::uint8_t> data,
@@ -85,7 +89,7 @@ class Faults : public std::enable_shared_from_this<Faults> {
   mutable std::mutex mutex_;
   std::vector<Counted> rules_;
   sim::Random random_{1};
-  bool keepsReads_ = false;  ///< a rule wants to know the read before
+  bool keepsReads_ = false;  ///< a rule needs the data of the previous read
   std::vector<std::uint8_t> lastRead_;
   std::array<std::uint64_t, kActions> struck_{};
   std::vector<std::weak_ptr<Flight>> flights_;

@@ -4,40 +4,20 @@
 #include <algorithm>
 #include <utility>
 
-#include "sim/fault/edits.h"
-
 namespace orvik::fault {
 namespace {
 
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-/// Longer than anyone waits, and short enough to be added to a point in time.
+/// Longer than any wait, and short enough to be added to a point in time.
 constexpr milliseconds kEver = std::chrono::hours(24 * 365);
 
-/// What surplus data looks like.
+/// The value of stray bytes.
 constexpr std::uint8_t kStray = 0xA5;
 
-/// How a transfer ends that the script keeps from the device; none when it goes there.
-std::optional<TransferStatus> fakedEnd(const std::optional<Strike>& strike) {
-  if (!strike) return std::nullopt;
-  switch (strike->action) {
-    case Action::kFail:
-      return TransferStatus::kError;
-    case Action::kStall:
-      return TransferStatus::kStalled;
-    case Action::kTimeOut:
-      return TransferStatus::kTimedOut;
-    case Action::kEmpty:
-    case Action::kLong:
-      return TransferStatus::kOk;
-    default:
-      return std::nullopt;
-  }
-}
-
-bool isLate(const std::optional<Strike>& strike) {
-  return strike && (strike->action == Action::kDelay || strike->action == Action::kDeaf);
+ActionFacts factsOf(const std::optional<Strike>& strike) {
+  return strike ? actionFacts(strike->action) : ActionFacts{};
 }
 
 }  // namespace
@@ -51,7 +31,7 @@ TransferStatus Flight::submit(const std::optional<Strike>& strike, seam::Transfe
   const Lock lock(mutex_);
   strike_ = strike;
   endAs_.reset();
-  if (const auto end = fakedEnd(strike)) {
+  if (const auto end = factsOf(strike).endsAs) {
     std::size_t bytes = 0;
     if (strike->action == Action::kLong) {
       bytes = std::min(static_cast<std::size_t>(strike->amount), buffer.bytes.size());
@@ -80,7 +60,7 @@ void Flight::hold(TransferStatus status, std::size_t bytes, Clock::time_point du
 
 void Flight::cancel() {
   const Lock lock(mutex_);
-  if (place_ == Place::kNowhere || isDeaf()) return;
+  if (place_ == Place::kNowhere || factsOf(strike_).resistsCancel) return;
   if (place_ == Place::kBelow) return inner_->cancel();
   if (status_ == TransferStatus::kTimedOut && due_ > Clock::now()) {
     status_ = TransferStatus::kCancelled;
@@ -107,7 +87,7 @@ bool Flight::wait(milliseconds limit) {
       lock.unlock();
       const bool ended = inner_->wait(std::max(left, milliseconds(0)));
       lock.lock();
-      if (place_ == Place::kBelow) {  // or another waiter has been faster
+      if (place_ == Place::kBelow) {  // otherwise another waiter was faster
         if (!ended) return false;
         landed();
       }
@@ -125,17 +105,17 @@ bool Flight::wait(milliseconds limit) {
   return true;
 }
 
-/// The host below is done with it: damages what has come, and sets when it ends here.
+/// The transfer has completed at the host below: damages its data, and sets when it completes here.
 void Flight::landed() {
   TransferStatus status = inner_->status();
   std::size_t bytes = std::min(inner_->actualBytes(), buffer_.bytes.size());
   if (status == TransferStatus::kOk) {
     const bool isBulk = endpoint_ != 0;
     if (isBulk) bytes = faults_->edit(strike_, buffer_.bytes, bytes);
-    if (!isBulk && strike_) bytes = edited(*strike_, buffer_.bytes, bytes, {});
-    if (strike_ && strike_->action == Action::kOverflow) status = TransferStatus::kOverflow;
+    if (!isBulk && strike_) bytes = strike_->edited(buffer_.bytes, bytes, {});
+    status = factsOf(strike_).reportedAs.value_or(status);
   }
-  const bool late = isLate(strike_) && status == TransferStatus::kOk && !endAs_;
+  const bool late = factsOf(strike_).isLate && status == TransferStatus::kOk && !endAs_;
   hold(status, bytes, Clock::now() + milliseconds(late ? strike_->amount : 0));
 }
 

@@ -14,13 +14,13 @@
 
 namespace orvik::fault {
 
-/// A transfer and what the script does to it. It is in flight at the host below, or, where the
-/// script keeps it from the device, nowhere.
+/// A transfer and what the script does to it. It is in flight at the host below, unless the script
+/// keeps it from the device.
 class Flight {
  public:
   using SubmitInner = std::function<seam::TransferStatus(seam::TransferBuffer)>;
 
-  /// @param inner the transfer below; null when the device was gone already
+  /// @param inner the transfer below; null if the device was already gone
   Flight(std::shared_ptr<Faults> faults, std::shared_ptr<seam::Transfer> inner,
          std::uint8_t endpoint);
   Flight(const Flight&) = delete;
@@ -28,8 +28,8 @@ class Flight {
 
   [[nodiscard]] std::uint8_t endpoint() const { return endpoint_; }
 
-  /// Puts the transfer in flight, as far as `strike` lets it.
-  /// @param hostLimit the host's own limit; zero for none
+  /// Submits the transfer, unless `strike` keeps it from the device.
+  /// @param hostLimit the host's own timeout; zero for none
   seam::TransferStatus submit(const std::optional<Strike>& strike, seam::TransferBuffer buffer,
                               std::chrono::milliseconds hostLimit, const SubmitInner& submitInner);
   void cancel();
@@ -37,7 +37,7 @@ class Flight {
   [[nodiscard]] seam::TransferStatus status() const;
   [[nodiscard]] std::size_t actualBytes() const;
 
-  /// Ends it, in flight or late, with `status`: the device is gone, or its pipe is halted.
+  /// Ends a transfer in flight with `status`, because the device is gone or its pipe is halted.
   void end(seam::TransferStatus status);
 
  private:
@@ -48,13 +48,12 @@ class Flight {
   enum class Place : std::uint8_t {
     kNowhere,  ///< not in flight
     kBelow,    ///< at the host below
-    kHeld,     ///< ended below or never there; ends here at `due_`
+    kHeld,     ///< completed below, or never submitted there; completes here at `due_`
   };
 
   void hold(seam::TransferStatus status, std::size_t bytes, Clock::time_point due);
   void landed();
   void finish();
-  [[nodiscard]] bool isDeaf() const { return strike_ && strike_->action == Action::kDeaf; }
 
   const std::shared_ptr<Faults> faults_;
   const std::shared_ptr<seam::Transfer> inner_;

@@ -11,7 +11,7 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-/// A transfer of either kind: what the kinds have in common is the flight's.
+/// A control or bulk transfer. What they have in common is in Flight.
 template <class Kind>
 class FaultyTransfer : public Kind {
  public:
@@ -36,7 +36,7 @@ class FaultyTransfer : public Kind {
     if (isGone()) return TransferStatus::kNoDevice;
     if (strike && strike->action == Action::kRefuse) return TransferStatus::kNoMemory;
     const TransferStatus begun = flight_->submit(strike, std::move(buffer), hostLimit, submitInner);
-    // An unplug may have come between; it has not seen this one.
+    // The device may have been unplugged since the check, before it knew of this transfer.
     if (begun == TransferStatus::kOk && isGone()) flight_->end(TransferStatus::kNoDevice);
     return begun;
   }

@@ -10,7 +10,7 @@
 
 namespace orvik::fault {
 
-/// One opening of a device, which an unplug ends while its user still holds it.
+/// One opening of a device. An unplug ends it although its user still holds it.
 class Opening {
  public:
   explicit Opening(std::unique_ptr<seam::Port> port)
@@ -24,9 +24,9 @@ class Opening {
     return port_;
   }
 
-  /// From here on nothing begins any more.
+  /// No transfer can be submitted from now on.
   void markGone() { gone_ = true; }
-  /// Resets the device, as the loss of its power does, and lets go of it.
+  /// Resets the device, as a loss of power does, and closes it.
   void close() {
     std::shared_ptr<seam::Port> port;
     {
@@ -43,7 +43,7 @@ class Opening {
   std::shared_ptr<seam::Port> port_;
 };
 
-/// An open device under a script.
+/// An open device that follows a fault script.
 class FaultyPort final : public seam::Port {
  public:
   FaultyPort(std::shared_ptr<Faults> faults, std::shared_ptr<Opening> opening);

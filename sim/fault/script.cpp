@@ -45,65 +45,26 @@ constexpr std::array kTargets = {
     TargetWord{"claim", Target::kClaim},
 };
 
-/// What an action is called, what it can happen to, and the amounts it takes.
-struct ActionWord {
-  std::string_view text;
-  Action action;
-  bool onControl;
-  bool onBulk;
-  std::int32_t least = 0;  ///< of the amount; above `most` where there is none to give
-  std::int32_t most = -1;
-  std::int32_t usual = 0;
-};
-
-constexpr std::int32_t kMegabyte = 1 << 20;
-constexpr std::int32_t kMinute = 60'000;
-constexpr std::int32_t kAnyByte = std::numeric_limits<std::int32_t>::max();
-
-constexpr std::array kWords = {
-    ActionWord{"fail", Action::kFail, true, true},
-    ActionWord{"stall", Action::kStall, true, true},
-    ActionWord{"timeout", Action::kTimeOut, true, true},
-    ActionWord{"delay", Action::kDelay, true, true, 0, kMinute, 10},
-    ActionWord{"deaf", Action::kDeaf, true, true, 0, kMinute, 3000},
-    ActionWord{"refuse", Action::kRefuse, true, true},
-    ActionWord{"overflow", Action::kOverflow, false, true},
-    ActionWord{"short", Action::kShort, true, true, 1, kMegabyte, 2},
-    ActionWord{"empty", Action::kEmpty, false, true},
-    ActionWord{"long", Action::kLong, false, true, 1, kMegabyte, 2},
-    ActionWord{"flip", Action::kFlip, true, true, -kAnyByte, kAnyByte, 0},
-    ActionWord{"duplicate", Action::kDuplicate, false, true},
-    ActionWord{"tear", Action::kTear, false, true},
-    ActionWord{"unplug", Action::kUnplug, true, true},
-    ActionWord{"replug", Action::kReplug, true, true, 0, kMinute, 200},
-};
+std::optional<Action> findAction(std::string_view name) {
+  for (int number = 0; number < kActions; ++number) {
+    const auto action = static_cast<Action>(number);
+    if (actionFacts(action).name == name) return action;
+  }
+  return std::nullopt;
+}
 
 std::string quoted(std::string_view text) { return std::string("'").append(text).append("'"); }
 
-bool mayHappen(const ActionWord& word, Target target) {
-  switch (target) {
-    case Target::kAny:
-      return word.onControl && word.onBulk;
-    case Target::kControl:
-      return word.onControl;
-    case Target::kBulk:
-      return word.onBulk;
-    default:
-      return word.action == Action::kRefuse;
-  }
-}
-
 /// Reads `N` or `N..M` where an amount may stand. @return false when it is out of range.
-bool readAmount(const ActionWord& action, std::string_view word, Rule& rule) {
-  const bool ranged = action.action == Action::kDelay || action.action == Action::kDeaf;
+bool readAmount(const Amount& amount, std::string_view word, Rule& rule) {
   const std::size_t dots = word.find("..");
   const auto low = number<std::int32_t>(word.substr(0, dots));
   const auto high =
       dots == std::string_view::npos ? low : number<std::int32_t>(word.substr(dots + 2));
-  if (!low || !high || *low < action.least || *high > action.most || *high < *low) return false;
+  if (!low || !high || *low < amount.least() || *high > amount.most() || *high < *low) return false;
   rule.amount = *low;
   rule.spread = *high - *low;
-  return ranged || rule.spread == 0;
+  return amount.kind == Amount::Kind::kTimeRange || rule.spread == 0;
 }
 
 /// Reads one condition from the front of `words`. @return false when it is none.
@@ -146,17 +107,18 @@ std::string readRule(Words words, Rule& rule) {
   }
 
   if (words.empty()) return "A rule for " + quoted(target->text) + " does not say what happens.";
-  const auto* const action = std::ranges::find(kWords, words.front(), &ActionWord::text);
-  if (action == kWords.end()) return "There is no fault " + quoted(words.front()) + ".";
-  if (!mayHappen(*action, rule.target)) {
-    return "The fault " + quoted(action->text) + " cannot happen to " + quoted(target->text) + ".";
+  const std::optional<Action> action = findAction(words.front());
+  if (!action) return "There is no fault " + quoted(words.front()) + ".";
+  const ActionFacts facts = actionFacts(*action);
+  if (!facts.mayHappenTo(rule.target)) {
+    return "The fault " + quoted(facts.name) + " cannot happen to " + quoted(target->text) + ".";
   }
-  rule.action = action->action;
-  rule.amount = action->usual;
+  rule.action = *action;
+  rule.amount = facts.amount.usual;
   words.erase(words.begin());
   if (!words.empty() && isAmount(words.front())) {
-    if (!readAmount(*action, words.front(), rule)) {
-      return "The fault " + quoted(action->text) + " does not take " + quoted(words.front()) + ".";
+    if (!readAmount(facts.amount, words.front(), rule)) {
+      return "The fault " + quoted(facts.name) + " does not take " + quoted(words.front()) + ".";
     }
     words.erase(words.begin());
   }

@@ -13,7 +13,7 @@ namespace orvik::sim {
 namespace {
 
 constexpr std::uint8_t kFirmware = 0x12;
-constexpr std::size_t kMostStrays = 1000;  // later ones go unnoted
+constexpr std::size_t kMostStrays = 1000;  // later ones are not recorded
 
 bool isIn(const seam::SetupPacket& setup) { return (setup.requestType & 0x80U) != 0; }
 
@@ -178,7 +178,7 @@ CaptureState Camera::captureState() const {
   if (state.mode == RunMode::kStopped) return state;
   state.settings = board_->frameSettings();
   if (state.settings) {
-    // In half degrees, so that warming up does not change the picture at every frame.
+    // Rounded to half degrees, so that warming up does not change the picture with every frame.
     state.settings->celsius = std::round(sensorCelsius() * 2) / 2;
   }
   return state;

@@ -48,7 +48,7 @@ class Camera {
   /// that time, but not after the clock has been stopped: it does not acknowledge its address then.
   enum class SensorClock : std::uint8_t { kNotStarted, kRuns, kStopped };
 
-  /// Whether a request is for the sensor while that does not acknowledge its address.
+  /// Whether a request is for the sensor while the sensor does not acknowledge its address.
   [[nodiscard]] bool unheard(std::uint8_t request) const;
   /// Requests that carry data to the bridge. @return false when it refuses.
   bool take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
@@ -58,7 +58,7 @@ class Camera {
   std::optional<std::size_t> readFlash(const seam::SetupPacket& setup,
                                        std::span<std::uint8_t> data) const;
   bool writeFlash(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
-  /// What the bridge knows without the camera's firmware.
+  /// A request that the bridge serves without the camera's firmware.
   std::optional<std::size_t> requestOfCore(const seam::SetupPacket& setup,
                                            std::span<std::uint8_t> data);
   [[nodiscard]] RunMode runMode() const;
@@ -74,7 +74,7 @@ class Camera {
   SpiFlash flash_;
   GuidePort guidePort_;
   Thermometer thermometer_;
-  std::optional<Cooler> cooler_;  ///< takes the thermometer's place
+  std::optional<Cooler> cooler_;  ///< replaces the thermometer
   std::vector<StrayRequest> strays_;
 };
 

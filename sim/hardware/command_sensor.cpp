@@ -42,7 +42,7 @@ constexpr std::uint16_t kBlackLevel = 0x0114;
 constexpr int kPollsOfACommand = 3;
 constexpr int kPollsOfAChange = 5;
 
-/// Where a variable stands, or none when there is no such variable.
+/// The index of a variable, or none if there is no such variable.
 std::optional<std::size_t> indexOf(std::uint16_t address) {
   if (address < kFirstVariable || address > kBlackLevel || address % 2 != 0) return std::nullopt;
   return (address - kFirstVariable) / 2U;
@@ -59,7 +59,7 @@ std::uint16_t withLow(std::uint16_t word, std::uint8_t byte) {
 std::uint8_t highOf(std::uint16_t word) { return static_cast<std::uint8_t>(word >> 8U); }
 std::uint8_t lowOf(std::uint16_t word) { return static_cast<std::uint8_t>(word); }
 
-/// Of the code's five low bits come 32nds, of the three above them doublings.
+/// The five low bits of the code are 32nds; the three bits above them are doublings.
 double amplificationOf(int code) { return std::ldexp(1 + (code & 31) / 32.0, code >> 5 & 7); }
 
 }  // namespace

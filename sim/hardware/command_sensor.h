@@ -20,8 +20,8 @@ namespace orvik::sim {
 /// | 0x0014, 0x0015 | its value, high and low byte |
 ///
 /// Commands: 1 take over the configuration, 2 standby, 3 run, 4 write the variable, 5 read it. A
-/// command takes some polls of its register; what is written to the register meanwhile is lost. A
-/// code that it does not know it never carries out, but takes another in its place.
+/// command takes some polls of its register; what is written to the register meanwhile is lost. An
+/// unknown code is never carried out, but another command may replace it.
 ///
 /// | Variable | Meaning |
 /// |---|---|
@@ -35,16 +35,16 @@ namespace orvik::sim {
 /// | 0x0114 | black level, steps of a 12-bit sample |
 ///
 /// A written variable reads back at once and takes effect when the next change of configuration
-/// ends, some polls of the state after its command. A sensor that streams streams on meanwhile.
+/// ends, some polls of the state after its command. A streaming sensor keeps streaming meanwhile.
 class CommandSensor {
  public:
   explicit CommandSensor(const Model& model);
 
-  /// Whether a register stands at this address.
+  /// Whether there is a register at this address.
   [[nodiscard]] static bool has(std::uint16_t address);
   /// Any address is acknowledged; the ones that hold no register are ignored and read as 0.
   void write(std::uint16_t address, std::uint8_t value);
-  /// Reading command or state lets the processor get on with its work.
+  /// Reading the command or the state advances the processor's work.
   std::uint8_t read(std::uint16_t address);
 
   [[nodiscard]] bool running() const { return running_; }
@@ -61,12 +61,13 @@ class CommandSensor {
   [[nodiscard]] int variable(std::uint16_t address) const;
 
   std::uint8_t command_ = 0;
-  int commandPolls_ = 0;  ///< left until the command is carried out; 0 when none is at work
-  int changePolls_ = 0;   ///< left until the configuration has changed
+  int commandPolls_ = 0;  ///< polls until the command is carried out; 0 without a command
+  int changePolls_ = 0;   ///< polls until the configuration has changed
   bool running_ = false;
   std::uint16_t address_ = 0;
   std::uint16_t value_ = 0;
-  RegisterFile<kVariables, std::uint16_t> variables_;  ///< always held, but for the change itself
+  RegisterFile<kVariables, std::uint16_t>
+      variables_;  ///< always held, except during the change itself
 };
 
 }  // namespace orvik::sim

@@ -12,17 +12,17 @@ namespace orvik::sim {
 /// A sensor on a thermo-electric cooler: the current source that an 8-bit converter drives, the
 /// cold finger, and the thermistor on it with its 8-bit converter.
 ///
-/// The cooler pumps heat in proportion to its current and makes heat with its square, so that the
-/// last of the current brings the least: at full current the finger comes to rest 35 degrees below
-/// the surroundings. It gets there with a time constant of a minute, and so never moves faster than
-/// 35 degrees in 60 seconds.
+/// The cooler pumps heat in proportion to its current and produces heat in proportion to its
+/// square, so that more current cools less and less. At full current the finger settles 35 degrees
+/// below ambient, with a time constant of one minute, so that it never moves faster than 35 degrees
+/// in 60 seconds.
 class Cooler {
  public:
   /// @param ambient degrees Celsius; the finger starts at it
-  /// @param noiseSeed of the converter's noise; 0 for a converter without
+  /// @param noiseSeed of the converter's noise; 0 for no noise
   Cooler(double ambient, std::uint64_t noiseSeed, seam::Clock::Duration now);
 
-  /// Sets the current source. @param value 255 for no current; the less, the more
+  /// Sets the current source. @param value 255 for no current; lower values give more current
   void setDrive(std::uint8_t value, seam::Clock::Duration now);
 
   /// Degrees Celsius of sensor and finger.
@@ -34,7 +34,7 @@ class Cooler {
 
  private:
   double ambient_;
-  double depth_ = 0;         ///< degrees below ambient, in the end
+  double depth_ = 0;         ///< degrees below ambient when settled
   double depthAtSince_ = 0;  ///< the same at `since_`
   seam::Clock::Duration since_;
   bool noisy_;

@@ -10,19 +10,19 @@
 
 namespace orvik::sim {
 
-/// A file that keeps what a virtual camera's flash holds, byte for byte, from one run to the next.
+/// A file that keeps the contents of a virtual camera's flash from one run to the next.
 class FlashFile {
  public:
-  /// Opens the file, or makes one of an erased flash.
-  /// @return null when it cannot be opened or made, or is a file of another length.
+  /// Opens the file, or creates it with an erased flash.
+  /// @return null if it cannot be opened or created, or has another length.
   static std::shared_ptr<FlashFile> open(const std::string& path, std::size_t bytes);
   ~FlashFile();
   FlashFile(const FlashFile&) = delete;
   FlashFile& operator=(const FlashFile&) = delete;
 
-  /// What it held when it was opened.
+  /// The contents when it was opened.
   [[nodiscard]] const std::vector<std::uint8_t>& contents() const { return contents_; }
-  /// Writes a changed part at once, so that even a program that is killed leaves it.
+  /// Writes a changed part at once, so that it is kept even if the program is killed.
   bool store(std::size_t offset, std::span<const std::uint8_t> bytes);
 
  private:

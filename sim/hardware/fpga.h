@@ -47,7 +47,7 @@ class Fpga {
   [[nodiscard]] int rows() const;
   [[nodiscard]] int linkBits() const;
   [[nodiscard]] bool wideOutput() const;
-  /// Of a colour; `redRow` tells the two greens apart.
+  /// Of a colour; `redRow` distinguishes the two greens.
   [[nodiscard]] std::uint8_t colourGain(Filter filter, bool redRow) const;
   [[nodiscard]] int frameLines() const;
   [[nodiscard]] int lineCycles() const;

@@ -39,7 +39,7 @@ class Sensor {
  public:
   explicit Sensor(const Model& model);
 
-  /// Whether a register stands at this address.
+  /// Whether there is a register at this address.
   [[nodiscard]] bool has(std::uint16_t address) const;
   /// Any address is acknowledged; the ones that hold no register are ignored and read as 0.
   void write(std::uint16_t address, std::uint8_t value);

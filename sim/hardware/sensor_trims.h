@@ -13,7 +13,7 @@ enum class TrimStage : std::uint8_t {
   kConverter,  ///< the converter's ramp: only a part of its range is used
 };
 
-/// A register that the maker of the sensor wants set to a value found by measurement. After
+/// A register that, according to the sensor's maker, needs a value found by measurement. After
 /// power-up it has another.
 struct Trim {
   std::uint16_t address = 0;

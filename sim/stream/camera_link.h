@@ -15,7 +15,7 @@
 
 namespace orvik::sim {
 
-/// A camera's way to its host: the FIFO on its board, its cable, and its place on the bus.
+/// A camera's link to its host: the FIFO on its board, its cable, and its share of the bus.
 class CameraLink {
  public:
   using Duration = LinkFifo::Duration;
@@ -29,12 +29,12 @@ class CameraLink {
   CameraLink& operator=(CameraLink&&) = delete;
   ~CameraLink() { rest(); }
 
-  /// Takes its place on the bus for frames of these settings.
+  /// Asks the bus for the rate of frames with these settings.
   void use(const FrameSettings& settings) {
     const double seconds = std::chrono::duration<double>(settings.frameTime).count();
     if (bus_) bus_->want(seat_.get(), static_cast<double>(settings.bytes()) / seconds);
   }
-  /// Leaves the bus to the others.
+  /// Asks the bus for nothing.
   void rest() {
     if (bus_) bus_->want(seat_.get(), 0);
   }
@@ -44,7 +44,7 @@ class CameraLink {
     return bus_ ? std::min(cable_, bus_->shareOf(seat_.get())) : LinkFifo::kUnlimited;
   }
 
-  /// Puts in what the board has sent until `now`. @return how much of it found room.
+  /// Adds what the board has sent until `now`. @return how much of it found room.
   std::size_t put(std::size_t bytes, Duration now) {
     const std::size_t kept = fifo_.put(bytes, now, rate());
     lost_ += bytes - kept;
@@ -59,7 +59,7 @@ class CameraLink {
 
  private:
   std::shared_ptr<Bus> bus_;
-  std::unique_ptr<char> seat_ = std::make_unique<char>();  ///< by which the bus knows it
+  std::unique_ptr<char> seat_ = std::make_unique<char>();  ///< identifies the camera to the bus
   double cable_;
   LinkFifo fifo_;
   std::uint64_t lost_ = 0;

@@ -11,10 +11,10 @@
 namespace orvik::sim {
 
 /// The FIFO between a camera's board and its link. The board fills it at the pace of its lines,
-/// whether there is room or not; the link empties it at its rate. The host counts as always ready:
-/// what a late host leaves waiting is the streamer's affair.
+/// whether there is room or not; the link empties it at its rate. The host is taken to be always
+/// ready; the streamer handles a late host.
 ///
-/// Time is that of the camera's clock, and told with each call; it never goes back.
+/// Each call is given the time of the camera's clock, which never goes back.
 class LinkFifo {
  public:
   using Duration = seam::Clock::Duration;
@@ -22,7 +22,7 @@ class LinkFifo {
   static constexpr std::size_t kBytes = std::size_t{256} << 10U;
   static constexpr double kUnlimited = std::numeric_limits<double>::infinity();
 
-  /// Lets the link carry on until `now`.
+  /// Empties the FIFO at the link's rate until `now`.
   /// @param rate bytes per second
   void drain(Duration now, double rate) {
     if (std::isinf(rate)) {
@@ -33,7 +33,7 @@ class LinkFifo {
     at_ = std::max(at_, now);
   }
 
-  /// Puts in what the board has sent since the last call.
+  /// Adds what the board has sent since the last call.
   /// @param now when its last byte came; `rate` as with drain()
   /// @return how much of it found room; the rest is lost.
   std::size_t put(std::size_t bytes, Duration now, double rate) {

@@ -13,9 +13,9 @@ namespace orvik::sim {
 
 using Picture = std::vector<std::uint8_t>;
 
-/// What the board has sent and the host has not taken: pieces of pictures, in runs. A run ends
-/// where a frame does, and its last packet goes out short if need be. A frame that is cut off
-/// leaves its run open, and the next one's bytes follow in the same packet.
+/// What the board has sent and the host has not yet taken: pieces of pictures, in runs. A run ends
+/// at the end of a frame, and its last packet may be short. A frame that is cut off leaves its run
+/// open, and the bytes of the next frame follow in the same packet.
 class Outbox {
  public:
   /// A piece of the oldest run.
@@ -52,7 +52,7 @@ class Outbox {
     runs_.back().ended = true;
   }
 
-  /// The next bytes, `most` at most, which is above 0; not when it is empty.
+  /// The next bytes, at most `most`, which is above 0. The outbox must not be empty.
   [[nodiscard]] Piece next(std::size_t most) const {
     const Run& run = runs_.front();
     const Part& part = run.parts.front();
@@ -62,7 +62,7 @@ class Outbox {
             .endsRun = run.ended && count == run.bytes};
   }
 
-  /// Takes away what has gone: at most what next() gave.
+  /// Removes what has been sent: at most what next() returned.
   void remove(std::size_t count) {
     bytes_ -= count;
     Run& run = runs_.front();

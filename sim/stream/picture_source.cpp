@@ -19,7 +19,7 @@ std::shared_ptr<const Picture> PictureSource::make(const FrameSettings& settings
   }
   stampMarks(settings.marks, *picture, static_cast<std::uint16_t>(number));
   if (!filter_) return picture;
-  if (repeated) {  // what the filter does must not show in the picture of the ring
+  if (repeated) {  // the filter must not change the picture in the ring
     std::shared_ptr<Picture> copy = memory();
     *copy = *picture;
     picture = std::move(copy);
@@ -28,7 +28,7 @@ std::shared_ptr<const Picture> PictureSource::make(const FrameSettings& settings
   return goesOut ? picture : nullptr;
 }
 
-/// Only this object's thread writes to a picture, and only while nobody else holds it.
+/// Only this object's thread writes to a picture, and only while no one else holds it.
 std::shared_ptr<Picture> PictureSource::memory() {
   const auto unused = std::ranges::find_if(
       memories_, [](const std::shared_ptr<Picture>& each) { return each.use_count() == 1; });

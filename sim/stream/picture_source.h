@@ -15,15 +15,15 @@
 
 namespace orvik::sim {
 
-/// Makes the frames of one camera with their marks, in memory that is used again once nobody holds
-/// a frame any more. One thread at a time.
+/// Makes the frames of one camera with their marks, in memory that is reused when no one holds the
+/// frame any more. One thread at a time.
 class PictureSource {
  public:
   PictureSource(const CameraOptions& options, PictureMaker maker)
       : filter_(options.frameFilter), maker_(std::move(maker)) {}
 
   /// @param number of the frame; its low 16 bits are its sequence number
-  /// @param repeated whether one of a few pictures made earlier will do
+  /// @param repeated whether one of a few earlier pictures may be used
   /// @return null for a frame that the filter has dropped. Throws std::bad_alloc.
   std::shared_ptr<const Picture> make(const FrameSettings& settings, std::uint64_t number,
                                       bool repeated);

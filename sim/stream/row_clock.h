@@ -10,7 +10,7 @@
 
 namespace orvik::sim {
 
-/// When the rows of one frame come off the board: one a line, each at the end of its line.
+/// When the rows of one frame leave the board: one row per line, at the end of its line.
 class RowClock {
  public:
   using Duration = seam::Clock::Duration;
@@ -22,7 +22,7 @@ class RowClock {
     measure(settings);
   }
 
-  /// Goes on with other settings. Rows that have come stay; a row on its way begins anew.
+  /// Continues with other settings. Rows that have come stay; a row in progress starts again.
   void change(const FrameSettings& settings, Duration now) {
     line_ = settings.lineTime();
     begins_ = now - line_ * row_;

@@ -12,14 +12,14 @@ namespace {
 
 using Duration = seam::Clock::Duration;
 
-/// How many frames a machine too slow for the camera may lag behind before it loses some.
+/// How many frames the thread may be behind before it loses some, on a machine that is too slow.
 constexpr int kMostFramesBehind = 8;
 
 /// Rows go into the FIFO in parts of about this size: small beside it, so that filling and emptying
 /// overlap as they do in the hardware.
 constexpr std::size_t kRowsBytes = LinkFifo::kBytes / 16;
 
-/// The thread looks at what has arrived after so many bytes, give or take half of it.
+/// The thread checks what has arrived after about this many bytes, plus or minus half of them.
 constexpr int kPortion = 256 << 10;
 
 /// When a free-running frame's first row begins to come off the board.
@@ -27,7 +27,7 @@ Duration readoutOf(const FrameSettings& settings, Duration frameEnds) {
   return frameEnds - settings.lineTime() * settings.rows;
 }
 
-/// Whether two settings differ in what registers say.
+/// Whether two settings differ in anything that registers decide.
 bool differ(const FrameSettings& one, FrameSettings other) {
   other.celsius = one.celsius;
   return one != other;
@@ -81,7 +81,7 @@ void Streamer::pipeCleared() {
   if (temperament_.clearHalt == Temperament::ClearHalt::kDiscard) discard();
 }
 
-/// What is being exposed or read out comes to nothing; what has been read out stays.
+/// Drops what is being exposed or read out; what has been read out stays.
 void Streamer::dropFrames() {
   reading_.reset();
   dropExposures();
@@ -94,7 +94,7 @@ void Streamer::dropExposures() {
   shutterOpened_.reset();
 }
 
-/// Throws away what waits for the host, and what is still to come of the frame.
+/// Discards what waits for the host, and the rest of the frame that is being read out.
 void Streamer::discard() {
   ++changes_;
   ++discards_;
@@ -135,13 +135,13 @@ bool Streamer::wanted() const {
 
 void Streamer::startThread() {
   if (threadRuns_ || !wanted()) return;
-  // A thread that has said that it does not run any more needs the lock no more.
+  // A thread that has cleared threadRuns_ does not take the lock again.
   join();
   try {
     thread_ = std::thread([this] { run(); });
     threadRuns_ = true;
   } catch (const std::system_error&) {
-    // Without a thread the camera sends nothing, as one that has hung; the next request tries
+    // Without a thread the camera sends nothing, like a camera that hangs; the next request tries
     // again.
   }
 }
@@ -171,7 +171,7 @@ void Streamer::followShutter() {
   }
 }
 
-/// Has registers take effect in the midst of a frame, on cameras that work so.
+/// Lets registers take effect within a frame, on cameras that work in this way.
 void Streamer::followSettings(Duration now) {
   if (temperament_.latch != Temperament::Latch::kImmediate || !timed() ||
       state_.mode != RunMode::kFreeRunning) {
@@ -208,7 +208,7 @@ void Streamer::run() {
       if (wanted()) waitForWork(lock);
     }
   } catch (const std::bad_alloc&) {
-    // No memory for a picture: the camera falls silent until the next request.
+    // No memory for a picture: the camera sends nothing until the next request.
     if (!lock.owns_lock()) lock.lock();
   }
   threadRuns_ = false;
@@ -225,7 +225,7 @@ void Streamer::waitForWork(Lock& lock) {
   }
 }
 
-/// When something is due, if nobody asks for anything before.
+/// When the next thing is due, unless a request comes earlier.
 std::optional<Duration> Streamer::nextEvent() const {
   if (!timed()) return std::nullopt;
   std::optional<Duration> next;
@@ -259,7 +259,8 @@ bool Streamer::step(Lock& lock) {
   return reading_ ? makePicture(lock) : beginReadout(now);
 }
 
-/// Up to when it is known what the board has sent; earlier than now when the thread is late.
+/// The time until which it is known what the board has sent: earlier than now if the thread is
+/// late.
 Duration Streamer::boardTime(Duration now) const {
   if (reading_ && !reading_->lost && !reading_->picture) {
     return std::min(now, reading_->rows.endOf(reading_->rows.row() - 1));
@@ -287,7 +288,7 @@ bool Streamer::send(Lock& lock) {
   return true;
 }
 
-/// Whether a whole frame waits for a host that does not ask for it.
+/// Whether a whole frame waits for a host that has no transfer in flight.
 bool Streamer::hostIsLate() const {
   const std::size_t whole = outbox_.wholeRun();
   return whole > 0 && arrived() >= whole && !pipe_.ready();
@@ -376,7 +377,7 @@ bool Streamer::readRows(Duration now) {
     outbox_.add(reading_->picture, begin, begin + kept);
   }
   const bool any = rows.row() > before;
-  if (rows.done()) endReadout();  // which ends the life of `rows`
+  if (rows.done()) endReadout();  // `rows` is gone after this
   return any;
 }
 

@@ -29,13 +29,13 @@ namespace orvik::sim {
 /// At real pace a frame's rows come off the board in the last lines of the frame, one a line; in a
 /// long exposure, from the shutter's closing on. They go through the FIFO of the link (LinkFifo),
 /// which loses what it has no room for. A host that is late costs nothing of a frame: the camera
-/// keeps what the link has carried. But a frame whose read-out begins while a whole earlier one
-/// still waits for the host is lost, and its sequence number with it.
+/// keeps what the link has carried. But a frame whose read-out begins while an earlier one still
+/// waits for the host is lost, and its sequence number with it.
 ///
 /// The settings of a frame are those at the beginning of its exposure, or, as the camera's
 /// temperament has it, those of the moment at each row.
 ///
-/// All functions but join() want the device's lock held.
+/// The caller of every function except join() holds the device's lock.
 class Streamer {
  public:
   Streamer(std::mutex& mutex, const Camera& camera, BulkPipe& pipe,
@@ -45,9 +45,9 @@ class Streamer {
   Streamer& operator=(const Streamer&) = delete;
   ~Streamer() { join(); }
 
-  /// Lets the board come to the present moment, before a request may change it.
+  /// Brings the board up to the present time, before a request may change it.
   void advance();
-  /// Looks at the camera again, after a request that may have changed it.
+  /// Reads the camera's state again, after a request that may have changed it.
   void update();
   /// Looks for work again, after a transfer has been submitted.
   void wake();
@@ -80,7 +80,7 @@ class Streamer {
     std::uint64_t number = 0;
     RowClock rows;
     std::shared_ptr<const Picture> picture;  ///< null while it is to be made
-    bool lost = false;  ///< its rows take their time, but nothing comes of them
+    bool lost = false;                       ///< its rows take their time, but are not sent
   };
 
   void run();
@@ -125,7 +125,7 @@ class Streamer {
   bool threadRuns_ = false;
   bool poked_ = false;
   std::condition_variable work_;
-  std::uint64_t changes_ = 0;    ///< counts what makes a picture in the making useless
+  std::uint64_t changes_ = 0;    ///< counts the events that make an unfinished picture useless
   std::uint64_t discards_ = 0;   ///< counts the times that the outbox was emptied
   std::uint64_t nextFrame_ = 0;  ///< number of the next frame exposed; its low 16 bits are sent
   std::optional<Exposure> exposing_;
@@ -133,7 +133,7 @@ class Streamer {
   std::optional<Exposure> exposed_;  ///< triggered: a frame to be read out
   std::optional<Readout> reading_;
   Outbox outbox_;
-  std::size_t portion_ = 0;  ///< bytes after which the thread looks again
+  std::size_t portion_ = 0;  ///< bytes after which the thread checks again
   std::thread thread_;
 };
 

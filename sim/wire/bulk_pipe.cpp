@@ -10,7 +10,7 @@ namespace {
 
 using seam::TransferStatus;
 
-/// The most that is copied between two looks at whether the transfer is still wanted.
+/// The most that is copied before checking again whether the transfer has been cancelled.
 constexpr std::size_t kCopyBytes = std::size_t{1} << 20U;
 
 }  // namespace
@@ -55,8 +55,9 @@ void BulkPipe::halt(Lock& lock) {
 }
 
 void BulkPipe::finish(Lock& lock, const Request& request, TransferStatus status) {
-  // What it kept alive goes first, and outside the lock: letting go can run the owner's code and
-  // close the connection, and whoever sees the transfer completed may count on both.
+  // What the transfer kept alive is released first, and outside the lock: this can run the owner's
+  // code and close the connection, and both must have happened when the transfer is seen as
+  // completed.
   {
     const std::shared_ptr<const void> owner = std::move(request->owner);
     const std::shared_ptr<const void> connection = std::move(request->connection);
@@ -68,7 +69,7 @@ void BulkPipe::finish(Lock& lock, const Request& request, TransferStatus status)
   request->done.notify_all();
 }
 
-/// The rest of the present packet goes nowhere.
+/// The rest of the present packet is lost.
 void BulkPipe::losePacket() {
   if (sentOfPacket_ > 0) lostOfPacket_ = packetBytes_ - sentOfPacket_;
   sentOfPacket_ = 0;

@@ -31,8 +31,8 @@ struct BulkRequest {
 
 /// The bulk IN endpoint, and the host controller's list of transfers waiting on it.
 ///
-/// All functions want the device's lock held. Those that take it as an argument let go of it for a
-/// time: while they copy data and while they release what a finished transfer kept alive.
+/// The caller of every function holds the device's lock. The functions that take it as an argument
+/// release it while they copy data and while they release what a finished transfer kept alive.
 class BulkPipe {
  public:
   using Lock = std::unique_lock<std::mutex>;
@@ -64,23 +64,23 @@ class BulkPipe {
 
   /// Moves data into the first transfer; ready() must hold.
   ///
-  /// Data travels in packets, which are full but for a frame's last one if need be. A transfer
-  /// completes when it is full or when a packet comes that is not; a frame of whole packets leaves
-  /// it open for the next frame. A packet that finds too little room ends the transfer with
-  /// kOverflow, and what does not fit of it is lost.
-  /// @param bytes at least one; must stay as they are until the call returns
+  /// Data travels in packets, which are full except for the last one of a frame. A transfer
+  /// completes when it is full or when a short packet comes; after a frame of whole packets it
+  /// stays open for the next frame. A packet for which there is too little room ends the transfer
+  /// with kOverflow, and the part that does not fit is lost.
+  /// @param bytes at least one; must not change until the call returns
   /// @param endsFrame whether the last of `bytes` is the last of a frame
   /// @return how many of them have gone.
   std::size_t send(Lock& lock, std::span<const std::uint8_t> bytes, bool endsFrame);
 
-  /// What of `count` bytes to be sent now makes whole packets with what has been sent already.
+  /// How many of `count` bytes make whole packets together with what has already been sent.
   [[nodiscard]] std::size_t wholePackets(std::size_t count) const {
     const std::size_t place = lostOfPacket_ > 0 ? packetBytes_ - lostOfPacket_ : sentOfPacket_;
     const std::size_t excess = (place + count) % packetBytes_;
     return count > excess ? count - excess : 0;
   }
 
-  /// The next byte sent begins a packet: what came before it has been thrown away.
+  /// The next byte sent begins a packet: what came before it has been discarded.
   void beginPacket() {
     sentOfPacket_ = 0;
     lostOfPacket_ = 0;

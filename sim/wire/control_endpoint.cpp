@@ -100,7 +100,7 @@ bool ControlEndpoint::commandStandard(BulkPipe::Lock& lock, const seam::SetupPac
 
 bool ControlEndpoint::setFeature(BulkPipe::Lock& lock, const seam::SetupPacket& setup) {
   if (recipientOf(setup) != kToEndpoint || setup.value != kEndpointHalt) return false;
-  // Endpoint 0 takes its halt off by itself with the next request.
+  // A halt of endpoint 0 ends with the next request.
   if (setup.index == 0) return true;
   if (setup.index != bulkEndpoint_) return false;
   if (setup.request == kSetFeature) {

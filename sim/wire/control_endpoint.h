@@ -15,7 +15,7 @@
 namespace orvik::sim {
 
 /// Endpoint 0: answers the requests that every USB device answers, and hands the vendor's to the
-/// camera. All functions want the device's lock held.
+/// camera. The caller of every function holds the device's lock.
 class ControlEndpoint {
  public:
   /// @param pipeEmptied called when the bulk endpoint's halt has been cleared
@@ -32,8 +32,8 @@ class ControlEndpoint {
   std::optional<std::size_t> handle(BulkPipe::Lock& lock, const seam::SetupPacket& setup,
                                     std::span<std::uint8_t> data);
 
-  /// Clears the bulk endpoint's halt and throws away what it has not sent yet, so that the next
-  /// data begin with a frame.
+  /// Clears the bulk endpoint's halt and discards what it has not sent, so that the next data
+  /// begins with a frame.
   void clearBulkHalt();
 
  private:

@@ -39,7 +39,7 @@ Bytes withTotalLength(Bytes bytes) {
 }
 
 Bytes deviceDescriptor(const Model& model, bool superSpeed) {
-  // A camera of USB 3 that has to make do with USB 2 says 2.10: that it has a BOS to tell of more.
+  // A USB 3 camera on a USB 2 port reports 2.10, which says that it has a BOS descriptor.
   const std::uint16_t version = superSpeed ? 0x0300 : model.superSpeed() ? 0x0210 : 0x0200;
   // Of endpoint 0: SuperSpeed gives the exponent (512 bytes), high speed the number.
   const std::uint8_t packet = superSpeed ? 9 : 64;

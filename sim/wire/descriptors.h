@@ -9,7 +9,7 @@
 
 namespace orvik::sim {
 
-/// A serial number as cameras tell it: eight hexadecimal digits.
+/// A serial number as cameras report it: eight hexadecimal digits.
 std::string serialText(std::uint32_t serial);
 
 /// The descriptors that a camera answers GET_DESCRIPTOR with, as the bytes on the wire. A camera of

@@ -10,7 +10,7 @@ namespace {
 using seam::TransferStatus;
 using Lock = BulkPipe::Lock;
 
-/// Longer than anyone waits, and short enough to be added to a point in time.
+/// Longer than any wait, and short enough to be added to a point in time.
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
 LinkOptions linkOf(const CameraOptions& options) {

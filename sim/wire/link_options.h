@@ -6,7 +6,7 @@
 
 namespace orvik::sim {
 
-/// How fast a camera's link is. At free pace none of it holds: everything goes as fast as it can.
+/// How fast a camera's link is. At free pace it has no effect: everything is as fast as possible.
 struct LinkOptions {
   enum class Rate : std::uint8_t {
     kOfBus,      ///< the bus's, which all cameras on it share
@@ -17,14 +17,13 @@ struct LinkOptions {
   double bytesPerSecond = 0;               ///< of a cable or hub that carries less than the bus
   std::chrono::microseconds latency{110};  ///< of a control request
 
-  /// A link on which nothing takes time.
+  /// A link on which transfers take no time.
   static constexpr LinkOptions ideal() {
     return {.rate = Rate::kUnlimited, .latency = std::chrono::microseconds(0)};
   }
 };
 
-/// Where cameras of this kind may do the one thing or the other, and a driver has to cope with
-/// both.
+/// Behaviour that may differ between cameras of one kind. A driver has to cope with both choices.
 struct Temperament {
   enum class Latch : std::uint8_t {
     kFrame,      ///< the registers that are in effect as a frame begins hold for all of it
@@ -35,7 +34,7 @@ struct Temperament {
     kCut,     ///< it drops the frame; what has been read out stays on its way to the host
   };
   enum class ClearHalt : std::uint8_t {
-    kDiscard,  ///< clearing the pipe's halt throws away what waits, and the rest of the frame
+    kDiscard,  ///< clearing the pipe's halt discards what waits and the rest of the frame
     kKeep,     ///< it does not
   };
   Latch latch = Latch::kFrame;

@@ -8,8 +8,8 @@ enum class LibraryFault {
   kNone,
   kNameWithoutEnd,      ///< the display name fills its field
   kTypesOutOfOrder,     ///< the list of image types is turned round
-  kCountsClosedAsOpen,  ///< a closed camera tells its format
-  kForgetsNulls,        ///< a null pointer is taken without a word
+  kCountsClosedAsOpen,  ///< a closed camera reports its format
+  kForgetsNulls,        ///< a null pointer is accepted
   kTakesAnyFormat,      ///< formats that the camera refused are called good
   kForgetsBufferSize,   ///< a frame is written into too small a buffer
   kGoesBeyondLimits,    ///< a control can be read above its limit

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Names, series and replacement of files, whatever their format.
-#include <sys/resource.h>
+#include <gmock/gmock.h>
 
-#include <csignal>
 #include <memory>
-#include <random>
 
 #include "tests/orvikctl/test_image.h"
 #include "tools/orvikctl/failure.h"
@@ -14,7 +12,9 @@
 namespace orvik::ctl {
 namespace {
 
-/** The exit code with which `action` fails; kOk if it does not. */
+using ::testing::ElementsAre;
+
+/// The exit code with which `action` fails; kOk if it does not.
 template <typename Action>
 ExitCode codeOf(Action action) {
   try {
@@ -26,19 +26,23 @@ ExitCode codeOf(Action action) {
 }
 
 TEST(NamePattern, PutsTheNumberIn) {
-  EXPECT_EQ(NamePattern("a-%04d.png").name(7), "a-0007.png");
+  EXPECT_EQ(NamePattern("a-%09d.png").name(7), "a-000000007.png");
   EXPECT_EQ(NamePattern("%d.fits").name(12), "12.fits");
   EXPECT_EQ(NamePattern("%02d.fits").name(1234), "1234.fits");
   EXPECT_EQ(NamePattern("50%%-%d.png").name(3), "50%-3.png");
   EXPECT_FALSE(NamePattern("50%%.png").isNumbered());
-  for (const char* bad :
-       {"%s.png", "%n.png", "%", "%4", "%d%d.png", "%-4d.png", "%9999999999d.p"}) {
+  for (const char* bad : {"%s.png", "%n.png", "%", "%4", "%d%d.png", "%-4d.png", "%10d.p"}) {
     EXPECT_EQ(codeOf([&] { NamePattern pattern(bad); }), ExitCode::kUsage) << bad;
   }
 }
 
 class SinkTest : public FileTest {
  protected:
+  [[nodiscard]] std::string textOf(const char* name) const {
+    const auto bytes = contentsOf(file(name));
+    return {bytes.begin(), bytes.end()};
+  }
+
   const TestImage image_{8, 4, Orvik_IMG_RAW8};
 };
 
@@ -70,43 +74,65 @@ TEST_F(SinkTest, ASeriesNeedsANumber) {
 
 TEST_F(SinkTest, ExistingFilesAreReplacedOnlyOnDemand) {
   std::ofstream(file("a2.png")) << "mine";
-  // The second of three stands in the way: not even the first is written.
-  EXPECT_EQ(codeOf([&] { makeSink(file("a%d.png").string(), 3, false); }), ExitCode::kFileFailed);
-  // With an open end it shows late; it stays as it was.
+  // The last of two exists: not even the first is written.
+  EXPECT_EQ(codeOf([&] { makeSink(file("a%d.png").string(), 2, false); }), ExitCode::kFileFailed);
+  // Without a known end it is noticed late; the file stays as it was.
   const auto sink = makeSink(file("a%d.png").string(), {}, false);
   sink->write(image_.image());
   EXPECT_EQ(codeOf([&] { sink->write(image_.image()); }), ExitCode::kFileFailed);
-  EXPECT_EQ(std::filesystem::file_size(file("a2.png")), 4u);
-  EXPECT_EQ(filesInFolder(), 2u);
-  const auto replacing = makeSink(file("a%d.png").string(), 2, true);
-  replacing->write(image_.image());
-  replacing->write(image_.image());
-  EXPECT_GT(std::filesystem::file_size(file("a2.png")), 4u);
-  EXPECT_EQ(filesInFolder(), 2u);
+  EXPECT_EQ(textOf("a2.png"), "mine");
+  EXPECT_EQ(filesInFolder(), 2U);
 }
 
-TEST_F(SinkTest, AFullDiskLeavesNoHalfWrittenFileAndNoHarm) {
-  TestImage large(512, 512, Orvik_IMG_RAW16);
-  std::mt19937 noise;  // does not compress
-  for (uint8_t& byte : large.bytes) byte = static_cast<uint8_t>(noise());
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{20'000, before.rlim_max};
-  for (const char* name : {"a.png", "a.fits", "a.ser"}) {
-    std::ofstream(file(name)) << "mine";
-    setrlimit(RLIMIT_FSIZE, &small);
-    const ExitCode code = codeOf([&] {
-      const auto sink = makeSink(file(name).string(), 1, true);
-      sink->write(large.image());
-      sink->finish();
-    });
-    setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(code, ExitCode::kFileFailed) << name;
+TEST_F(SinkTest, AFileIsReplacedOnlyWhenTheNewContentsAreOnTheDisk) {
+  std::ofstream(file("a1.png")) << "mine";
+  FaultyFileSystem disk;
+  const auto sink = makeSink(file("a%d.png").string(), 2, true, disk);
+  sink->write(image_.image());
+  EXPECT_THAT(disk.calls, ElementsAre("open", "write", "sync", "close", "rename"));
+  EXPECT_GT(textOf("a1.png").size(), 4U);
+  disk.calls.clear();
+  sink->write(image_.image());
+  EXPECT_THAT(disk.calls, ElementsAre("open", "write", "close", "rename")) << "nothing to lose";
+}
+
+TEST_F(SinkTest, AFailedCallLeavesNoHalfWrittenFileAndNoHarm) {
+  for (const char* call : {"open", "write", "sync", "close", "rename"}) {
+    std::ofstream(file("a.fits")) << "mine";
+    FaultyFileSystem disk;
+    disk.failing = call;
+    const auto sink = makeSink(file("a.fits").string(), 1, true, disk);
+    EXPECT_EQ(codeOf([&] { sink->write(image_.image()); }), ExitCode::kFileFailed) << call;
+    EXPECT_EQ(textOf("a.fits"), "mine") << call;
+    EXPECT_EQ(filesInFolder(), 1U) << call;
+    EXPECT_TRUE(sink->files().empty()) << call;
   }
-  EXPECT_EQ(std::filesystem::file_size(file("a.png")), 4u);
-  EXPECT_EQ(std::filesystem::file_size(file("a.fits")), 4u);
-  EXPECT_EQ(filesInFolder(), 2u);  // A video is written in place and takes the older one with it.
+  // A file system that cannot rename without replacing.
+  FaultyFileSystem disk;
+  disk.failing = "rename to new";
+  disk.error = EINVAL;
+  makeSink(file("b.png").string(), 1, false, disk)->write(image_.image());
+  EXPECT_EQ(filesInFolder(), 2U);
+  // Another program creates the file after the first check.
+  disk.beforeRename = [&] { std::ofstream(file("c.png")) << "mine"; };
+  for (const int error : {EINVAL, 0}) {
+    disk.error = error;
+    std::filesystem::remove(file("c.png"));
+    const auto late = makeSink(file("c.png").string(), 1, false, disk);
+    EXPECT_EQ(codeOf([&] { late->write(image_.image()); }), ExitCode::kFileFailed);
+    EXPECT_EQ(textOf("c.png"), "mine");
+  }
+}
+
+TEST(ImageInfo, TakesNoTemperatureThatIsTooOld) {
+  ImageInfo image;
+  Orvik_FRAME_INFO frame{};
+  frame.temperature = -95;
+  describe(image, frame);
+  EXPECT_EQ(image.sensorTemperature, -9.5);
+  frame.temperature = ORVIK_NO_TEMPERATURE;
+  describe(image, frame);
+  EXPECT_FALSE(image.sensorTemperature);
 }
 
 }  // namespace

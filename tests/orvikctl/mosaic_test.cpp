@@ -8,19 +8,19 @@
 namespace orvik::ctl {
 namespace {
 
-/** The colour of a sensor pixel, from the name of its pattern. */
+/// The colour of a sensor pixel, from the name of its pattern.
 char colourAt(const std::string& pattern, int x, int y) {
-  return pattern[static_cast<size_t>(2 * (y % 2) + x % 2)];
+  return pattern[static_cast<std::size_t>(2 * (y % 2) + x % 2)];
 }
 
-/** Cuts the region out of a sensor pixel by pixel, mirrors it, and reads the pattern off. */
+/// Cuts the region out of a sensor pixel by pixel, mirrors it, and reads the pattern off.
 std::string patternByHand(const MosaicCut& cut) {
   std::string pattern;
   for (int y = 0; y < 2; ++y) {
     for (int x = 0; x < 2; ++x) {
       const int column = cut.startX + (cut.flipHorizontal ? cut.width - 1 - x : x);
       const int row = cut.startY + (cut.flipVertical ? cut.height - 1 - y : y);
-      pattern += colourAt(std::string(mosaicName(cut.sensor)), column, row);
+      pattern += colourAt(std::string(mosaic(cut.sensor).name), column, row);
     }
   }
   return pattern;
@@ -38,7 +38,7 @@ TEST(DeliveredMosaic, TellsTheColoursOfTheDeliveredPixels) {
                           .bin = 1,
                           .flipHorizontal = (choice & 16) != 0,
                           .flipVertical = (choice & 32) != 0};
-      EXPECT_EQ(mosaicName(deliveredMosaic(cut)), patternByHand(cut)) << sensor << ' ' << choice;
+      EXPECT_EQ(mosaic(deliveredMosaic(cut)).name, patternByHand(cut)) << sensor << ' ' << choice;
     }
   }
 }

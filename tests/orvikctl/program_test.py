@@ -114,7 +114,7 @@ class ProgramTest(InOwnFolder):
         self.assertEqual((report["frames"], report["type"]), (1, "raw16"))
         header = contents("a.fits")[:2880].decode("ascii")
         for card in ("BITPIX  =                   16", "GAIN    =                   50",
-                     "EXPTIME =                0.002", "BAYERPAT= 'RGGB"):
+                     "EXPTIME =                0.002", "BAYERPAT= 'RGGB", "DATE-OBS= '20"):
             self.assertIn(card, header)
         run("snap", *SMALL, "-o", "a.fits", code=6)
         run("snap", *SMALL, "-o", "a.fits", "--overwrite", "--type", "raw8", "--flip", "both")
@@ -157,7 +157,7 @@ class ProgramTest(InOwnFolder):
         self.assertLess(abs(time.time() - unix), LIMIT, "the last frame was taken just now")
 
     def test_records_video(self):
-        report = result("video", *SMALL, "--count", "20", "-o", "a.ser")
+        report = result("video", *SMALL, "--count", "20", "--buffer", "1", "-o", "a.ser")
         self.assertEqual(report["frames"], 20)
         self.assertGreater(report["framesPerSecond"], 0)
         self.assertGreaterEqual(report["lost"], 0)

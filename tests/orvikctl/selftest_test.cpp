@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The self-test notices what it is for: a library that breaks its promises, and cameras that do not
-// work. That it passes where all is well, the program's own test shows.
+// The self-test detects a library that does not keep to its interface, and cameras that do not
+// work. The test of the program shows that it passes if nothing is wrong.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -35,7 +35,7 @@ class SelftestBench {
  public:
   SelftestBench() {
     conditions_.quick = true;
-    conditions_.patienceMs = 3000;
+    conditions_.timeoutMs = 3000;
     conditions_.scratch = scratch_.path();
   }
   ~SelftestBench() {
@@ -54,7 +54,7 @@ class SelftestBench {
   }
   fault::FaultHost& faults() { return *faults_; }
   sim::SimHost& host() { return *host_; }
-  void setPatience(int milliseconds) { conditions_.patienceMs = milliseconds; }
+  void setTimeout(int milliseconds) { conditions_.timeoutMs = milliseconds; }
 
   std::vector<CheckResult> tryAll(const std::vector<Check>& checks) {
     const std::optional<int> second = count_ > 1 ? std::optional<int>(1) : std::nullopt;
@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Library, SelftestFaultTest, ::testing::ValuesIn(kFaults
 
 TEST(SelftestCameraTest, ThatSendsNothing) {
   SelftestBench bench;
-  bench.setPatience(500);
+  bench.setTimeout(500);
   sim::CameraOptions options;
   options.frameFilter = [](std::vector<std::uint8_t>&) { return false; };
   bench.plug(options);
@@ -167,7 +167,7 @@ TEST(SelftestCameraTest, ThatIsNotThereAnyMore) {
   EXPECT_EQ(results[0].verdict, Verdict::kPass);
   EXPECT_EQ(results[2].verdict, Verdict::kFail);
   EXPECT_THAT(results[2].detail, HasSubstr("opening the camera"));
-  EXPECT_EQ(results[3].verdict, Verdict::kSkip) << "nothing more can be told of it";
+  EXPECT_EQ(results[3].verdict, Verdict::kSkip) << "the camera cannot be tested any more";
 }
 
 }  // namespace

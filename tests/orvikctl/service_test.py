@@ -38,6 +38,10 @@ class ServiceTest(InOwnFolder):
         for bad in (["x" * 33], ["0", "--hex"], ["0g", "--hex"]):
             run("id", "set", *bad, "--yes", sim=KEPT, code=2)
         self.assertEqual(run("id", "get", sim=KEPT)[0], "00ff".ljust(64, "0") + "\n")
+        # The library has verified its writing by then: what it read back last is compared as well.
+        _, message = run("id", "set", "x", "--yes", sim=KEPT + ",fault=control C3 flip 4 from 3",
+                         code=5)
+        self.assertIn("instead of the mark that was written", message)
 
     def test_takes_a_dark_and_keeps_it_in_use(self):
         self.assertFalse(result("dark", "info", sim=KEPT)["inUse"])
@@ -51,6 +55,10 @@ class ServiceTest(InOwnFolder):
         self.assertEqual(result("dark", "info", sim=KEPT), used, "another run finds it in use")
         self.assertEqual(os.listdir(os.path.join(self.settings.name, "orvik")), ["virtual"],
                          "the settings of real cameras are left alone")
+        os.environ["XDG_CONFIG_HOME"] = os.path.realpath("dark.bmp")  # no folder
+        run("dark", "use", "dark.bmp", sim=KEPT, code=6)
+        run("set", "gain=1", sim=KEPT, code=6)
+        os.environ["XDG_CONFIG_HOME"] = self.settings.name
         run("dark", "off", sim=KEPT)
         self.assertFalse(result("dark", "info", sim=KEPT)["inUse"])
         write("other.bmp", contents("dark.bmp")[:2000])
@@ -133,7 +141,10 @@ class ServiceTest(InOwnFolder):
         self.assertEqual((targets[0], targets[-1]), (20, 15))
         told = result("cool", "--target", "19", "--rate", "60", "--duration", "1s", sim=COOLED)
         self.assertEqual((told["start"], told["target"]), (20, 19))
-        self.interrupt(["cool", "--target", "15", "--rate", "60", "--sim", COOLED])
+        lines = self.interrupt(["cool", "--target", "15", "--rate", "60", "--every", "100ms", "--sim",
+                                COOLED], after=3.0).splitlines()
+        targets = [int(line.split("target ")[1].split()[0]) for line in lines]
+        self.assertGreater(targets[-1], min(targets), "the first Ctrl-C begins the warm-up")
         for bad in (["--target", "-99"], ["--target", "0", "--rate", "0"],
                     ["--target", "0", "--duration", "soon"], []):
             run("cool", *bad, sim=COOLED, code=2)

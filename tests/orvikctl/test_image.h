@@ -1,18 +1,23 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "tools/orvikctl/output/file_system.h"
 #include "tools/orvikctl/output/image.h"
 
 namespace orvik::ctl {
 
-/** A folder of its own for each test, removed afterwards. */
+/// A folder of its own for each test, removed afterwards.
 class FileTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -23,22 +28,64 @@ class FileTest : public testing::Test {
   void TearDown() override { std::filesystem::remove_all(folder_); }
 
   [[nodiscard]] std::filesystem::path file(const std::string& name) const { return folder_ / name; }
-  [[nodiscard]] size_t filesInFolder() const {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder_),
-                                             std::filesystem::directory_iterator()));
+  [[nodiscard]] std::size_t filesInFolder() const {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_),
+                                                  std::filesystem::directory_iterator()));
   }
 
  private:
   std::filesystem::path folder_;
 };
 
-/** An image of distinct bytes; it owns its pixels. */
+/// The machine's file system, with a record of its calls. One kind of call fails, or the disk is
+/// full from some offset on.
+class FaultyFileSystem : public FileSystem {
+ public:
+  using Path = std::filesystem::path;
+
+  std::vector<std::string> calls;
+  std::string failing;
+  int error = EIO;
+  std::uint64_t room = std::numeric_limits<std::uint64_t>::max();
+  std::function<void()> beforeRename = [] {};
+
+  int open(const Path& file, Open how) override {
+    return fails("open") ? errno = error, -1 : FileSystem::open(file, how);
+  }
+  int write(int descriptor, std::uint64_t offset, std::span<const std::uint8_t> bytes) override {
+    const std::size_t fits = std::min(bytes.size(), room - std::min(room, offset));
+    if (fails("write") || FileSystem::write(descriptor, offset, bytes.first(fits)) != 0)
+      return error;
+    return fits < bytes.size() ? ENOSPC : 0;
+  }
+  int sync(int file) override { return fails("sync") ? error : FileSystem::sync(file); }
+  int close(int file) override {
+    const int failed = FileSystem::close(file);
+    return fails("close") ? error : failed;
+  }
+  int rename(const Path& from, const Path& to) override {
+    return fails("rename") ? error : FileSystem::rename(from, to);
+  }
+  int renameToNew(const Path& from, const Path& to) override {
+    beforeRename();
+    return fails("rename to new") ? error : FileSystem::renameToNew(from, to);
+  }
+
+ private:
+  bool fails(const char* call) {
+    calls.emplace_back(call);
+    return error != 0 && call == failing;
+  }
+};
+
+/// An image of distinct bytes; it owns its pixels.
 struct TestImage {
   ImageInfo info;
-  std::vector<uint8_t> bytes;
+  std::vector<std::uint8_t> bytes;
 
   TestImage(int width, int height, IMG_TYPE type) : bytes(imageBytes(width, height, type)) {
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 7 + i / 251);
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+      bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
     info.instrument = "Vek T15C";
     info.width = width;
     info.height = height;
@@ -51,11 +98,11 @@ struct TestImage {
   }
 
   [[nodiscard]] Image image() const { return {info, bytes}; }
-  /** Sample `i` of a 16-bit image, put together from its two bytes. */
-  [[nodiscard]] int word(size_t i) const { return bytes[2 * i] + 256 * bytes[2 * i + 1]; }
+  /// Sample `i` of a 16-bit image, put together from its two bytes.
+  [[nodiscard]] int word(std::size_t i) const { return bytes[2 * i] + 256 * bytes[2 * i + 1]; }
 };
 
-inline std::vector<uint8_t> contentsOf(const std::filesystem::path& file) {
+inline std::vector<std::uint8_t> contentsOf(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }

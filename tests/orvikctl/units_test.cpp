@@ -10,7 +10,7 @@ namespace orvik::ctl {
 namespace {
 
 TEST(Duration, TakesUnits) {
-  const std::pair<const char*, int64_t> good[] = {
+  const std::pair<const char*, std::int64_t> good[] = {
       {"0", 0},         {"1500us", 1500},     {"20ms", 20000},     {"2.5s", 2500000},
       {"250", 250},     {"0.0325ms", 33},     {"3min", 180000000}, {"1e3", 1000},
       {"2 s", 2000000}, {"3000s", 3000000000}};

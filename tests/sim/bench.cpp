@@ -164,9 +164,9 @@ Fetch Bench::newFetch(std::size_t bytes) {
   return {port_->newBulkTransfer(bulkEndpoint_), std::make_shared<Bytes>(bytes)};
 }
 
-bool Bench::sends(std::size_t bytes, std::chrono::milliseconds patience) {
+bool Bench::sends(std::size_t bytes, std::chrono::milliseconds timeout) {
   Fetch fetch = newFetch(bytes);
-  return fetch.submit() == TransferStatus::kOk && fetch.transfer->wait(patience);
+  return fetch.submit() == TransferStatus::kOk && fetch.transfer->wait(timeout);
 }
 
 Bytes Bench::fetchFrame(std::size_t bytes) {

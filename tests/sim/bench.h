@@ -17,7 +17,7 @@ namespace orvik::test {
 using seam::TransferStatus;
 using Bytes = std::vector<std::uint8_t>;
 
-/// Long enough to be sure that nothing comes.
+/// How long a test waits before it concludes that nothing comes.
 inline constexpr std::chrono::milliseconds kQuiet{20};
 
 /// What a T15C is programmed to, in the terms of its registers.
@@ -36,7 +36,8 @@ struct Program {
   int shutterLine = 0;
   int lineCycles = 292;  ///< at 18562 kHz
   std::uint8_t run = 0x21;
-  bool initialised = true;  ///< whether what a sensor wants once after power-up has been written
+  bool initialised =
+      true;  ///< whether the registers that a sensor needs once after power-up have been written
 
   [[nodiscard]] int bin() const { return sensorBin * fpgaBin; }
   [[nodiscard]] std::size_t frameBytes() const;
@@ -57,7 +58,7 @@ struct Fetch {
   [[nodiscard]] Bytes received() const;
 };
 
-/// A virtual camera, a T15C unless told otherwise, on a host, opened, with its interface claimed.
+/// A virtual camera, a T15C by default, on a host, opened, with its interface claimed.
 class Bench {
  public:
   explicit Bench(const sim::CameraOptions& options = {},
@@ -82,7 +83,7 @@ class Bench {
   void sensor(int address, int value) { out(0xB6, address, value); }
   void fpga(int number, int value) { out(0xBD, number, value); }
 
-  /// Starts the sensor's clock and writes all that camera and sensor want once after power-up.
+  /// Starts the sensor's clock and writes all that camera and sensor need once after power-up.
   void initialise();
   /// Writes all registers; the camera is left halted, in standby and not streaming.
   void program(const Program& program);
@@ -93,7 +94,7 @@ class Bench {
 
   Fetch newFetch(std::size_t bytes);
   /// Whether this many bytes come in time.
-  bool sends(std::size_t bytes, std::chrono::milliseconds patience = kQuiet);
+  bool sends(std::size_t bytes, std::chrono::milliseconds timeout = kQuiet);
   /// Fetches one frame as one transfer; empty when none came within five seconds.
   Bytes fetchFrame(std::size_t bytes);
 

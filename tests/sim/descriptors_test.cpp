@@ -17,58 +17,48 @@ std::optional<Bytes> descriptor(Bench& bench, int type, int index, int language,
   return bench.standardIn(0x80, kGetDescriptor, type * 256 + index, language, length);
 }
 
-Bench onUsb2() {
-  sim::CameraOptions options;
-  options.usb3Port = false;
-  return Bench(options);
-}
-
-TEST(Descriptors, OnAUsb3Port) {
+TEST(Descriptors, FollowModelAndPort) {
+  using U8 = std::uint8_t;
+  struct Case {
+    const char* model;
+    bool usb3Port;
+    seam::Speed speed;
+    U8 usbLow, usbHigh, packet0, productLow, productHigh, milliamperes, endpoint, packetHigh;
+  };
+  for (const Case& c :
+       {Case{"T15C", true, seam::Speed::kSuper, 0x00, 0x03, 9, 0x00, 0x15, 50, 0x81, 0x04},
+        Case{"T15C", false, seam::Speed::kHigh, 0x10, 0x02, 64, 0x00, 0x15, 200, 0x81, 0x02},
+        // An older camera is one of USB 2 on any port.
+        Case{"T06M_SC", true, seam::Speed::kHigh, 0x00, 0x02, 64, 0x61, 0x06, 200, 0x82, 0x02},
+        Case{"T06M_SC", false, seam::Speed::kHigh, 0x00, 0x02, 64, 0x61, 0x06, 200, 0x82, 0x02}}) {
+    SCOPED_TRACE(std::string(c.model) + (c.usb3Port ? " on USB 3" : " on USB 2"));
+    sim::CameraOptions options;
+    options.usb3Port = c.usb3Port;
+    Bench bench(options, std::make_shared<ManualClock>(), c.model);
+    const bool super = c.speed == seam::Speed::kSuper;
+    EXPECT_EQ(bench.port().speed(), c.speed);
+    EXPECT_EQ(bench.host().cameras().front().info.location.bus, super ? 2 : 1);
+    EXPECT_EQ(descriptor(bench, 1, 0, 0, 18).value(),
+              (Bytes{18, 1, c.usbLow, c.usbHigh, 0, 0, 0, c.packet0, 0x56, 0x4F, c.productLow,
+                     c.productHigh, 0x00, 0x01, 1, 2, 3, 1}));
+    Bytes configuration = {9, 2,    U8(super ? 31 : 25),
+                           0, 1,    1,
+                           0, 0x80, c.milliamperes,  //
+                           9, 4,    0,
+                           0, 1,    0xFF,
+                           0, 0,    0,  //
+                           7, 5,    c.endpoint,
+                           2, 0x00, c.packetHigh,
+                           0};
+    if (super) configuration.insert(configuration.end(), {6, 48, 15, 0, 0, 0});
+    EXPECT_EQ(descriptor(bench, 2, 0, 0, 255).value(), configuration);
+    EXPECT_EQ(descriptor(bench, 15, 0, 0, 255).has_value(), c.endpoint == 0x81) << "BOS";
+  }
   Bench bench;
-  EXPECT_EQ(bench.port().speed(), seam::Speed::kSuper);
-  EXPECT_THAT(
-      descriptor(bench, 1, 0, 0, 18).value(),
-      ElementsAre(18, 1, 0x00, 0x03, 0, 0, 0, 9, 0x56, 0x4F, 0x00, 0x15, 0x00, 0x01, 1, 2, 3, 1));
-  EXPECT_THAT(descriptor(bench, 2, 0, 0, 255).value(),
-              ElementsAreArray(Bytes{9, 2,  31,   0, 1,    1,    0, 0x80, 50,  //
-                                     9, 4,  0,    0, 1,    0xFF, 0, 0,    0,   //
-                                     7, 5,  0x81, 2, 0x00, 0x04, 0,            //
-                                     6, 48, 15,   0, 0,    0}));
   EXPECT_THAT(descriptor(bench, 15, 0, 0, 255).value(),
               ElementsAreArray(Bytes{5,  15, 22, 0, 2,           //
                                      7,  16, 2,  2, 0,    0, 0,  //
                                      10, 16, 3,  0, 0x0E, 0, 2, 10, 0xF4, 0x01}));
-}
-
-TEST(Descriptors, OnAUsb2Port) {
-  Bench bench = onUsb2();
-  EXPECT_EQ(bench.port().speed(), seam::Speed::kHigh);
-  EXPECT_THAT(
-      descriptor(bench, 1, 0, 0, 18).value(),
-      ElementsAre(18, 1, 0x10, 0x02, 0, 0, 0, 64, 0x56, 0x4F, 0x00, 0x15, 0x00, 0x01, 1, 2, 3, 1));
-  EXPECT_THAT(descriptor(bench, 2, 0, 0, 255).value(),
-              ElementsAreArray(Bytes{9, 2, 25,   0, 1,    1,    0, 0x80, 200,  //
-                                     9, 4, 0,    0, 1,    0xFF, 0, 0,    0,    //
-                                     7, 5, 0x81, 2, 0x00, 0x02, 0}));
-}
-
-TEST(Descriptors, AnOlderCameraIsOneOfUsb2OnAnyPort) {
-  for (const bool usb3Port : {true, false}) {
-    sim::CameraOptions options;
-    options.usb3Port = usb3Port;
-    Bench bench(options, std::make_shared<ManualClock>(), "T06M_SC");
-    EXPECT_EQ(bench.port().speed(), seam::Speed::kHigh);
-    EXPECT_EQ(bench.host().cameras().front().info.location.bus, 1);
-    EXPECT_THAT(descriptor(bench, 1, 0, 0, 18).value(),
-                ElementsAre(18, 1, 0x00, 0x02, 0, 0, 0, 64, 0x56, 0x4F, 0x61, 0x06, 0x00, 0x01, 1,
-                            2, 3, 1));
-    EXPECT_THAT(descriptor(bench, 2, 0, 0, 255).value(),
-                ElementsAreArray(Bytes{9, 2, 25,   0, 1,    1,    0, 0x80, 200,  //
-                                       9, 4, 0,    0, 1,    0xFF, 0, 0,    0,    //
-                                       7, 5, 0x82, 2, 0x00, 0x02, 0}));
-    EXPECT_FALSE(descriptor(bench, 15, 0, 0, 255).has_value()) << "it has no BOS";
-    EXPECT_EQ(bench.port().newBulkTransfer(0x81)->submit({{}, nullptr}), TransferStatus::kError);
-  }
 }
 
 TEST(Descriptors, StringsAreUtf16InEnglish) {

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
 #include "sim/fault/script.h"
 #include "sim/plug_options.h"
 
@@ -42,32 +47,39 @@ TEST(FaultScript, ReadsTargetsAmountsAndConditions) {
 }
 
 TEST(FaultScript, RefusesWhatItDoesNotUnderstand) {
-  for (const char* text : {"frame short",
-                           "bulk",
-                           "control B6",
-                           "control XY fail",
-                           "bulk short 0",
-                           "bulk short 1..2",
-                           "bulk delay 30..5",
-                           "bulk delay 60001",
-                           "bulk empty 3",
-                           "control empty",
-                           "any tear",
-                           "open fail",
-                           "bulk fail at",
-                           "bulk fail at 0",
-                           "bulk fail chance 1.5",
-                           "bulk fail chance nan",
-                           "bulk fail sometimes",
-                           "bulk fail every 0",
-                           "seed",
-                           "bulk fail;bulk",
-                           "bulk flip 99999999999"}) {
+  std::istringstream texts(
+      "frame short|bulk|control B6|control XY fail|bulk short 0|bulk short 1..2|"
+      "bulk delay 30..5|bulk delay 60001|bulk empty 3|control empty|any tear|open fail|"
+      "bulk fail at|bulk fail at 0|bulk fail chance 1.5|bulk fail chance nan|"
+      "bulk fail sometimes|bulk fail every 0|seed|bulk fail;bulk|bulk flip 99999999999");
+  for (std::string text; std::getline(texts, text, '|');) {
     Script script;
     const std::string refusal = parseScript(text, script);
     ASSERT_FALSE(refusal.empty()) << text;
     EXPECT_EQ(refusal.back(), '.') << refusal;
   }
+}
+
+/// The rows of the documentation's table.
+std::string documentedFaults() {
+  std::string rows;
+  for (int number = 0; number < kActions; ++number) {
+    const ActionFacts facts = actionFacts(static_cast<Action>(number));
+    const std::string name(facts.name);
+    const bool counts = facts.amount.kind != Amount::Kind::kNone;
+    const bool ranges = facts.amount.kind == Amount::Kind::kTimeRange;
+    rows += "| `" + name + (counts ? " N" : "") + (ranges ? "`, `" + name + " N..M" : "") + "` | " +
+            (facts.onControl ? "any" : "bulk") + (facts.onOpening ? ", open, claim" : "") + " | " +
+            (counts ? std::to_string(facts.amount.usual) : "") + " | " + std::string(facts.effect) +
+            " |\n";
+  }
+  return rows;
+}
+
+TEST(FaultScript, TheDocumentationListsEveryFault) {
+  std::ifstream in(ORVIK_FAULTS_DOCUMENT);
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
+  EXPECT_NE(text.find(documentedFaults()), std::string::npos) << documentedFaults();
 }
 
 TEST(FaultScript, IsAnOptionOfAVirtualCamera) {

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What each fault makes of the conversation with a virtual camera, as its host sees it.
+// What each fault does to the transfers of a virtual camera, as its host sees it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <future>
 #include <thread>
 
 #include "sim/bench.h"
@@ -95,6 +96,30 @@ TEST(Fault, AStalledPipeStaysHaltedUntilItIsCleared) {
   EXPECT_EQ(sequenceOf(reads.next().data), 1);
 }
 
+TEST(Fault, AHaltAndAnUnplugEndTheReadsInFlight) {
+  const Program program;
+  Bench bench(struckBy("bulk stall at 3; bulk timeout at 5; control AD replug 50 at 1"));
+  Fetch first = bench.newFetch(program.frameBytes());
+  Fetch second = bench.newFetch(program.frameBytes());
+  for (Fetch* fetch : {&first, &second}) ASSERT_EQ(fetch->submit(), TransferStatus::kOk);
+  EXPECT_TRUE(bench.newFetch(program.frameBytes()).submit() == TransferStatus::kOk);
+  for (Fetch* fetch : {&first, &second}) {
+    EXPECT_TRUE(fetch->transfer->wait(5s));
+    EXPECT_EQ(fetch->transfer->status(), TransferStatus::kStalled);
+  }
+  ASSERT_EQ(bench.port().clearHalt(0x81), TransferStatus::kOk);
+  ASSERT_EQ(first.submit(), TransferStatus::kOk);
+  ASSERT_EQ(second.submit(), TransferStatus::kOk);  // which is never answered
+  auto waiting = std::async(std::launch::async, [&] { return second.transfer->wait(30s); });
+  std::this_thread::sleep_for(kQuiet);
+  EXPECT_FALSE(bench.in(0xAD, 0, 0, 2));
+  EXPECT_EQ(waiting.wait_for(10s), std::future_status::ready) << "the waiter is woken";
+  EXPECT_TRUE(first.transfer->wait(5s));
+  for (Fetch* fetch : {&first, &second}) {
+    EXPECT_EQ(fetch->transfer->status(), TransferStatus::kNoDevice);
+  }
+}
+
 TEST(Fault, AReadThatIsNeverAnsweredEndsWhenItIsCancelled) {
   Reads reads("bulk timeout at 1; bulk deaf 80 at 2");
   Fetch fetch = reads.bench().newFetch(reads.frameBytes());
@@ -123,17 +148,18 @@ TEST(Fault, ControlTransfersFailByNumberAndByRequest) {
 
 TEST(Fault, AReplugGivesAnotherAddress) {
   sim::SimHost host;
-  host.plug(*sim::findModel("T15C"), struckBy("control AD replug 50 at 1"));
+  host.plug(*sim::findModel("T15C"), struckBy("control AD replug 50 at 1; bulk stall at 1"));
   ASSERT_EQ(host.devices().size(), 1U);
   const seam::DeviceInfo before = host.devices().front();
   auto port = host.open(before);
   ASSERT_TRUE(port->claimInterface(0));
   std::array<std::uint8_t, 2> memory{};
+  EXPECT_EQ(port->newBulkTransfer(0x81)->submit({memory, nullptr}), TransferStatus::kOk) << "halts";
   EXPECT_EQ(port->newControlTransfer()->submit({0xC0, 0xAD, 0, 0}, {memory, nullptr}, 1s),
             TransferStatus::kNoDevice);
   EXPECT_TRUE(host.devices().empty());
   EXPECT_EQ(host.open(before), nullptr);
-  std::this_thread::sleep_for(60ms);
+  EXPECT_TRUE(host.waitForChange(host.changes()->now(), 5s));
   ASSERT_EQ(host.devices().size(), 1U);
   const seam::DeviceInfo after = host.devices().front();
   EXPECT_EQ(after.location.ports, before.location.ports);
@@ -143,6 +169,9 @@ TEST(Fault, AReplugGivesAnotherAddress) {
   auto again = host.open(after);
   ASSERT_NE(again, nullptr);
   EXPECT_TRUE(again->claimInterface(0));
+  const auto read = again->newBulkTransfer(0x81);
+  EXPECT_EQ(read->submit({memory, nullptr}), TransferStatus::kOk);
+  EXPECT_FALSE(read->wait(1ms)) << "the halt ended with the unplugging";
 }
 
 TEST(Fault, OpeningAndClaimingMayBeRefused) {

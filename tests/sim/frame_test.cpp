@@ -1,95 +1,135 @@
 // SPDX-License-Identifier: MIT
+// Where the samples of a frame come from: cameras whose frames carry a mark at either end (Frame),
+// and older ones whose frames end with a mark (OlderFrame).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "sim/bench.h"
+#include <algorithm>
+#include <string_view>
+
+#include "sim/older_bench.h"
 #include "sim/position_scene.h"
 
 namespace orvik::test {
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr std::chrono::seconds kSoon{60};
-constexpr int kWidth = 1304;
+constexpr const char* kOlderBoards[] = {"T06C_S", "T02C"};  // one of each kind
 
-Bench benchFor(const Program& program, const char* model = "T15C") {
-  sim::CameraOptions options;
-  options.pace = sim::Pace::kFree;
-  options.noise = false;
-  const double electronsPerStep = sim::findModel(model)->pixel.fullScale / 4095;  // at gain 0
-  options.scene = std::make_shared<PositionScene>(electronsPerStep / program.exposureSeconds());
-  return Bench(options, std::make_shared<ManualClock>(), model);
+/// A scene in which each pixel's code is its signal at no gain.
+sim::CameraOptions positionOptions(const char* model, double exposureSeconds) {
+  sim::CameraOptions options = idealOptions();
+  const double electronsPerStep = sim::findModel(model)->pixel.fullScale / 4095;
+  options.scene = std::make_shared<PositionScene>(electronsPerStep / exposureSeconds);
+  return options;
 }
 
-/// The 12-bit sample that the frame must hold in column x, row y: the rounded mean of the
-/// bin x bin nearest sensor pixels of its colour.
-int expectedSample(const Program& p, int x, int y) {
-  const int bin = p.bin();
-  int sum = 0;
-  for (int j = 0; j < bin; ++j) {
-    for (int i = 0; i < bin; ++i) {
-      const int column = bin == 1 ? x : x / 2 * 2 * bin + x % 2 + 2 * i;
-      const int row = bin == 1 ? y : y / 2 * 2 * bin + y % 2 + 2 * j;
-      sum += codeOf(p.x + column, p.y + row);
-    }
+Bench benchFor(const Program& p, const char* model = "T15C") {
+  return Bench(positionOptions(model, p.exposureSeconds()), std::make_shared<ManualClock>(), model);
+}
+
+OlderBench benchFor(const char* model, const OlderProgram& p) {
+  OlderBench bench(model, positionOptions(model, p.exposureLines * p.lineCycles / 24e6));
+  bench.set(Setting::kGain, 0);
+  return bench;
+}
+
+/// The sensor's region in a frame, and how its samples are stored.
+struct Layout {
+  explicit Layout(const Program& p)
+      : x(p.x), y(p.y), width(p.columns / p.bin()), height(p.rows / p.bin()), wide(p.wide) {
+    bin = p.bin();
+    blackLevel = p.blackLevel;
+    headBytes = 4;
   }
-  return p.blackLevel + (2 * sum + bin * bin) / (2 * bin * bin);
-}
+  explicit Layout(const OlderProgram& p)
+      : x(p.x), y(p.y), width(p.columns), height(p.rows), wide(p.wide) {}
 
-int sampleAt(const Program& p, const Bytes& frame, int x, int y) {
-  const auto at = static_cast<std::size_t>(y * (p.columns / p.bin()) + x);
-  return p.wide ? wordOf(frame, at) : frame.at(at);
-}
+  int x, y, width, height;
+  bool wide;
+  int bin = 1, blackLevel = 0;
+  int headBytes = 0;  ///< of the mark; only frames with one have little-endian samples
 
-/// Whether a mark stands in the place of this sample.
-bool marked(const Program& p, int x, int y) {
-  const int bytes = p.wide ? 2 : 1;
-  const int offset = (y * (p.columns / p.bin()) + x) * bytes;
-  return offset < 4 || offset >= static_cast<int>(p.frameBytes()) - 4;
-}
+  [[nodiscard]] int bytes() const { return width * height * (wide ? 2 : 1); }
+  [[nodiscard]] int sampleAt(const Bytes& frame, int column, int row) const {
+    const auto at = static_cast<std::size_t>(row * width + column);
+    if (!wide) return frame.at(at);
+    return headBytes > 0 ? wordOf(frame, at) : frame.at(2 * at) * 256 + frame.at(2 * at + 1);
+  }
+  /// The 12-bit sample that the frame must hold: the rounded mean of the bin x bin nearest sensor
+  /// pixels of its colour.
+  [[nodiscard]] int expectedSample(int column, int row) const {
+    int sum = 0;
+    for (int n = 0; n < bin * bin; ++n) {
+      const int i = bin == 1 ? column : column / 2 * 2 * bin + column % 2 + 2 * (n % bin);
+      const int j = bin == 1 ? row : row / 2 * 2 * bin + row % 2 + 2 * (n / bin);
+      sum += codeOf(x + i, y + j);
+    }
+    return blackLevel + (2 * sum + bin * bin) / (2 * bin * bin);
+  }
+};
 
-/// Holds every sample against `expected(sample of 12 bits, column, row)`.
+/// Compares every sample outside the marks with `expected(sample of 12 bits, column, row)`.
 template <typename Expected>
-void expectFrame(const Program& p, const Bytes& frame, Expected expected) {
-  ASSERT_EQ(frame.size(), p.frameBytes());
-  ASSERT_TRUE(sequenceOf(frame).has_value());
-  for (int y = 0; y < p.rows / p.bin(); ++y) {
-    for (int x = 0; x < p.columns / p.bin(); ++x) {
-      if (marked(p, x, y)) continue;
-      ASSERT_EQ(sampleAt(p, frame, x, y), expected(expectedSample(p, x, y), x, y))
-          << "column " << x << ", row " << y;
-    }
+void expectFrame(const Layout& layout, const Bytes& frame, Expected expected) {
+  ASSERT_EQ(static_cast<int>(frame.size()), layout.bytes());
+  ASSERT_TRUE(layout.headBytes > 0 ? sequenceOf(frame).has_value() : hasTrailer(frame));
+  const int sampleBytes = layout.wide ? 2 : 1;
+  for (int at = layout.headBytes; at < layout.bytes() - 4; at += sampleBytes) {
+    const int x = at / sampleBytes % layout.width;
+    const int y = at / sampleBytes / layout.width;
+    ASSERT_EQ(layout.sampleAt(frame, x, y), expected(layout.expectedSample(x, y), x, y))
+        << "column " << x << ", row " << y;
   }
 }
 
-TEST(Frame, EverySampleComesFromItsPlaceOnTheSensor) {
-  struct Case {
-    const char* name;
-    int x, y, columns, rows, sensorBin, fpgaBin;
+struct Origin {
+  const char* name;
+  const char* model;
+  int x, y, columns, rows;
+  bool wide;
+  int sensorBin = 1, fpgaBin = 1;
+};
+
+class FrameOrigin : public ::testing::TestWithParam<Origin> {};
+
+TEST_P(FrameOrigin, EverySampleComesFromItsPlaceOnTheSensor) {
+  const Origin& c = GetParam();
+  const auto shot = [&](auto bench, const auto& program) {
+    bench.start(program);
+    expectFrame(Layout(program), bench.fetchFrame(program.frameBytes()),
+                [&](int sample, int, int) { return c.wide ? sample * 16 : sample / 16; });
   };
-  for (const Case& c :
-       {Case{"whole sensor", 0, 0, kWidth, 976, 1, 1},
-        Case{"corner region", 1264, 946, 40, 30, 1, 1}, Case{"odd start", 13, 7, 36, 20, 1, 1},
-        Case{"binned on the sensor", 12, 8, 1280, 960, 2, 1},
-        Case{"binned by 3 in the FPGA", 4, 2, 1296, 972, 1, 3},
-        Case{"binned by 4 in the FPGA", 0, 0, kWidth, 976, 1, 4}}) {
-    for (const bool wide : {false, true}) {
-      SCOPED_TRACE(std::string(c.name) + (wide ? ", 16 bits" : ", 8 bits"));
-      Program p;
-      p.x = c.x;
-      p.y = c.y;
-      p.columns = c.columns;
-      p.rows = c.rows;
-      p.sensorBin = c.sensorBin;
-      p.fpgaBin = c.fpgaBin;
-      p.wide = wide;
-      p.blackLevel = 21;
-      Bench bench = benchFor(p);
-      bench.start(p);
-      expectFrame(p, bench.fetchFrame(p.frameBytes()),
-                  [wide](int sample, int, int) { return wide ? sample * 16 : sample / 16; });
-    }
+  if (std::string_view(c.model) == "T15C") {
+    Program p{c.x, c.y, c.columns, c.rows, c.sensorBin, c.fpgaBin, c.wide};
+    p.blackLevel = 21;
+    shot(benchFor(p), p);
+  } else {
+    const OlderProgram p{c.x, c.y, c.columns, c.rows, 1100, 1400, 100, c.wide};
+    shot(benchFor(c.model, p), p);
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Regions, FrameOrigin,
+    ::testing::Values(Origin{"Whole8", "T15C", 0, 0, 1304, 976, false},
+                      Origin{"Whole16", "T15C", 0, 0, 1304, 976, true},
+                      Origin{"Corner8", "T15C", 1264, 946, 40, 30, false},
+                      Origin{"OddStart16", "T15C", 13, 7, 36, 20, true},
+                      Origin{"SensorBin8", "T15C", 12, 8, 1280, 960, false, 2},
+                      Origin{"SensorBin16", "T15C", 12, 8, 1280, 960, true, 2},
+                      Origin{"FpgaBinBy3", "T15C", 4, 2, 1296, 972, true, 1, 3},
+                      Origin{"FpgaBinBy4", "T15C", 0, 0, 1304, 976, false, 1, 4},
+                      Origin{"Commands", "T02C", 0, 0, 728, 512, false},
+                      Origin{"CommandsOddStart", "T02C", 13, 7, 36, 21, false},
+                      Origin{"T01CCorner", "T01C", 600, 460, 40, 20, false},
+                      Origin{"T03M", "T03M", 0, 0, 752, 480, false},
+                      Origin{"T06C16", "T06C", 0, 0, 1280, 960, true},
+                      Origin{"T06MOddStart16", "T06M_SC", 5, 3, 60, 40, true},
+                      Origin{"T08M", "T08M", 0, 0, 1280, 1024, false}),
+    [](const auto& each) { return std::string(each.param.name); });
 
 TEST(Frame, FastConversionLosesTheTwoLowestBits) {
   Program p;
@@ -99,7 +139,7 @@ TEST(Frame, FastConversionLosesTheTwoLowestBits) {
   bench.program(p);
   bench.fpga(10, 16);  // two bytes out, 10 bits in
   bench.run();
-  expectFrame(p, bench.fetchFrame(p.frameBytes()),
+  expectFrame(Layout(p), bench.fetchFrame(p.frameBytes()),
               [](int sample, int, int) { return sample / 4 * 64; });
 }
 
@@ -128,7 +168,7 @@ TEST(Frame, ColourGainsMultiplyTheirColourOfTheMosaicAndSaturate) {
     bench.fpga(14, kGreenBesideBlue);
     bench.fpga(15, kBlue);
     bench.run();
-    expectFrame(p, bench.fetchFrame(p.frameBytes()), [&](int sample, int x, int y) {
+    expectFrame(Layout(p), bench.fetchFrame(p.frameBytes()), [&](int sample, int x, int y) {
       return std::min(sample * c.cell[2 * (y % 2) + x % 2] / 128, 4095) * 16;
     });
   }
@@ -184,7 +224,7 @@ TEST(Frame, WhatIsHeldTakesEffectTogetherAtTheRelease) {
   Bench bench = benchFor(p);
   bench.start(p);
   const auto levelOf = [&](int x, int y) {
-    return sampleAt(p, bench.fetchFrame(p.frameBytes()), x, y) / 16;
+    return Layout(p).sampleAt(bench.fetchFrame(p.frameBytes()), x, y) / 16;
   };
   const int before = codeOf(10, 10);
   ASSERT_EQ(levelOf(10, 10), before);
@@ -202,6 +242,154 @@ TEST(Frame, WhatIsHeldTakesEffectTogetherAtTheRelease) {
   EXPECT_EQ(levelOf(10, 10), codeOf(10, 12) + 77);
   bench.fpga(1, 0);
   EXPECT_EQ(levelOf(10, 10), (codeOf(10, 12) + 77) / 2);
+}
+
+TEST(OlderFrame, FollowsExposureGainAndBlackLevel) {
+  constexpr int kX = 20;
+  constexpr int kY = 10;  // lit to 1750 steps
+  for (const char* model : kOlderBoards) {
+    SCOPED_TRACE(model);
+    const OlderProgram p;
+    OlderBench bench = benchFor(model, p);
+    bench.start(p);
+    const auto level = [&] { return Layout(p).sampleAt(bench.fetchFrame(p.frameBytes()), kX, kY); };
+    const double lit = codeOf(kX, kY) / 16.0;
+    EXPECT_NEAR(level(), lit, 1);
+    bench.set(Setting::kExposureLines, 50);
+    EXPECT_NEAR(level(), lit / 2, 1);
+    bench.set(Setting::kBlackLevel, 320);
+    EXPECT_NEAR(level(), lit / 2 + 20, 1);
+    bench.set(Setting::kExposureLines, 200);
+    EXPECT_NEAR(level(), std::min(2 * lit + 20, 255.0), 1);
+    bench.set(Setting::kExposureLines, 60000);
+    EXPECT_EQ(level(), 255) << "it saturates";
+    bench.set(Setting::kFrameLines, 121);
+    EXPECT_NEAR(level(), 1.2 * lit + 20, 1) << "no exposure is longer than its frame";
+  }
+}
+
+TEST(OlderFrame, GainCodesMultiply) {
+  struct Case {
+    const char* model;
+    int code;
+    double factor;
+  };
+  for (const Case& c : {Case{"T06M", 1, 1.0233}, Case{"T06M", 50, 3.1623}, Case{"T06M", 100, 10},
+                        Case{"T06M", 101, 10}, Case{"T02C", 0, 1}, Case{"T02C", 16, 1.5},
+                        Case{"T02C", 31, 63 / 32.0}, Case{"T02C", 32, 2}, Case{"T02C", 48, 3},
+                        Case{"T02C", 95, 63 / 8.0}, Case{"T02C", 96, 8}}) {
+    SCOPED_TRACE(testing::Message() << c.model << " code " << c.code);
+    const OlderProgram p{.exposureLines = 8};
+    OlderBench bench = benchFor(c.model, {.exposureLines = 80});
+    bench.start(p);
+    bench.set(Setting::kGain, c.code);
+    const double lit = codeOf(20, 10) / 160.0;
+    EXPECT_NEAR(Layout(p).sampleAt(bench.fetchFrame(p.frameBytes()), 20, 10), lit * c.factor, 1);
+  }
+}
+
+TEST(OlderFrame, SomeSensorsMultiplyRedAndBlue) {
+  struct Case {
+    const char* model;
+    int x, y;  // where the area begins decides where its colours are
+    double cell[4];
+  };
+  constexpr double kRed = 192 / 128.0;
+  constexpr double kBlue = 64 / 128.0;
+  for (const Case& c :
+       {Case{"T06C", 0, 0, {1, kRed, kBlue, 1}}, Case{"T06C_S", 1, 0, {kRed, 1, 1, kBlue}},
+        Case{"T06C_SC", 0, 1, {kBlue, 1, 1, kRed}}, Case{"T02C", 0, 0, {kBlue, 1, 1, kRed}},
+        Case{"T01C", 0, 0, {1, 1, 1, 1}}, Case{"T03C", 0, 0, {1, 1, 1, 1}},
+        Case{"T06M", 0, 0, {1, 1, 1, 1}}}) {
+    SCOPED_TRACE(c.model);
+    const OlderProgram p{.x = c.x, .y = c.y, .exposureLines = 100};
+    OlderBench bench = benchFor(c.model, p);
+    bench.start(p);
+    bench.set(Setting::kRedGain, 192);
+    bench.set(Setting::kBlueGain, 64);
+    const Bytes frame = bench.fetchFrame(p.frameBytes());
+    for (int n = 0; n < 64; ++n) {
+      const int y = 10 + n / 8;
+      const int x = 20 + n % 8;
+      const double lit = codeOf(c.x + x, c.y + y) / 16.0 * c.cell[2 * (y % 2) + x % 2];
+      ASSERT_NEAR(Layout(p).sampleAt(frame, x, y), std::min(lit, 255.0), 1) << x << ", " << y;
+    }
+  }
+}
+
+TEST(OlderFrame, FramesComeAtTheRateOfRegistersAndClock) {
+  struct Case {
+    const char* model;
+    int clockRequest;  // 0 for none
+    int percent;
+    int kilohertz;
+  };
+  for (const Case& c : {Case{"T01C", 0, 0, 24000}, Case{"T02C", 0, 0, 24000},
+                        Case{"T08M", 0xA4, 0, 48000}, Case{"T06C", 0xA4, 130, 48000},
+                        Case{"T06M_S", 0xA3, 115, 27600}, Case{"T06C_SC", 0xA4, 130, 62400}}) {
+    SCOPED_TRACE(c.model);
+    sim::CameraOptions options = idealOptions();
+    options.pace = sim::Pace::kReal;
+    options.sceneKind = sim::SceneKind::kDark;
+    OlderBench bench(c.model, options);
+    if (c.clockRequest != 0) {
+      bench.out(0xA4);
+      ASSERT_EQ(bench.out(static_cast<std::uint8_t>(c.clockRequest)), TransferStatus::kOk);
+    }
+    if (c.percent != 0) bench.word(0x300E, c.percent);
+    const OlderProgram p;
+    bench.start(p);
+    for (int n = 0; n < 2; ++n) {
+      Fetch fetch = bench.newFetch(p.frameBytes());
+      ASSERT_EQ(fetch.submit(), TransferStatus::kOk);
+      bench.advance(p.frameTime(c.kilohertz) - 1us);
+      EXPECT_FALSE(fetch.transfer->wait(kQuiet)) << "frame " << n << " came early";
+      bench.advance(1us);
+      ASSERT_TRUE(fetch.transfer->wait(5s));
+      EXPECT_TRUE(hasTrailer(fetch.received()));
+    }
+  }
+}
+
+TEST(OlderFrame, ContradictoryRegistersSendNothing) {
+  for (const char* model : kOlderBoards) {
+    SCOPED_TRACE(model);
+    const sim::SensorFormat format = sim::findModel(model)->sensor;
+    const OlderProgram p;
+    OlderBench bench = benchFor(model, p);
+    bench.start(p);
+    struct Case {
+      const char* name;
+      Setting setting;
+      int wrong, right;
+    };
+    for (const Case& c :
+         {Case{"leaves the sensor", Setting::kFirstRow, format.height - p.rows + 1, 0},
+          Case{"leaves it sideways", Setting::kFirstColumn, format.width - p.columns + 1, 0},
+          Case{"no rows", Setting::kRows, 0, p.rows},
+          Case{"no line beyond the rows", Setting::kFrameLines, p.rows, p.rows + 1},
+          Case{"lines too short", Setting::kLineCycles, format.width + 93, format.width + 94}}) {
+      bench.set(c.setting, c.wrong);
+      EXPECT_TRUE(!bench.sends(p.frameBytes())) << c.name;
+      bench.set(c.setting, c.right);
+      EXPECT_TRUE(hasTrailer(bench.fetchFrame(p.frameBytes()))) << c.name;
+    }
+    bench.fpga(20, 0);
+    bench.fpga(19, 0);
+    if (std::string_view(model) == "T02C") continue;  // whose processor sends whole lines
+    EXPECT_TRUE(!bench.sends(p.frameBytes())) << "no line has no length";
+    const int line = format.width + 94;
+    bench.fpga(19, line & 0xFF);
+    EXPECT_TRUE(!bench.sends(p.frameBytes())) << "the logic gathers lines of another length";
+    bench.fpga(20, line >> 8);
+    EXPECT_TRUE(hasTrailer(bench.fetchFrame(p.frameBytes())));
+  }
+  OlderBench overClocked = benchFor("T06M_S", {});
+  overClocked.start({});
+  for (const int percent : {99, 131}) {
+    overClocked.word(0x300E, percent);
+    EXPECT_TRUE(!overClocked.sends(OlderProgram().frameBytes())) << percent;
+  }
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 
 namespace orvik::test {
 
-/// A clock that stands still until the test moves it.
+/// A clock that the test sets.
 class ManualClock final : public seam::Clock {
  public:
   [[nodiscard]] Duration now() const override { return Duration{nanoseconds_.load()}; }

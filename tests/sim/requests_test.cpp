@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "sim/bench.h"
+#include "sim/older_bench.h"
 
 namespace orvik::test {
 namespace {
@@ -92,7 +92,7 @@ TEST(Flash, ObeysThePhysicsOfFlash) {
   EXPECT_EQ(page[2], 0xF0);
   EXPECT_THAT(bench.in(0xC3, 0, 0x701, 256).value(), Each(0xFF));
 
-  // Erasing takes a whole sector, and a while, in which pages cannot be had.
+  // Erasing affects a whole sector and takes a while, in which pages cannot be read.
   EXPECT_EQ(bench.out(0xC2, 0, 0x6FF, Bytes(256, 0)), TransferStatus::kOk);
   ASSERT_EQ(bench.out(0xC4, 1, 7), TransferStatus::kOk);
   EXPECT_FALSE(bench.in(0xC3, 0, 0x700, 256).has_value());
@@ -114,6 +114,107 @@ TEST(Flash, RefusesWhatItCannotDo) {
   EXPECT_EQ(bench.out(0xC4, 1, 16), TransferStatus::kStalled);
   bench.out(0xBE, 1);
   EXPECT_EQ(bench.out(0xC2, 0, 0x700, Bytes(256)), TransferStatus::kStalled);
+}
+
+bool takes(OlderBench& bench, int request, int value = 0, int index = 0) {
+  return bench.out(static_cast<std::uint8_t>(request), value, index) == TransferStatus::kOk;
+}
+
+TEST(OlderRequests, AnswerWhatTheirBridgeKnows) {
+  for (const char* model : {"T01C", "T02C_A", "T06M"}) {
+    SCOPED_TRACE(model);
+    OlderBench bench(model);
+    EXPECT_THAT(bench.in(0xAD, 0, 0, 2).value(), ElementsAre('V', 0x12));
+    EXPECT_THAT(bench.in(0xB4).value(), ElementsAre(0)) << "whatever the port";
+    EXPECT_THAT(bench.in(0xBC, 30).value(), ElementsAre(0x20));
+    EXPECT_TRUE(takes(bench, 0xB0, 1));
+    EXPECT_TRUE(takes(bench, 0xBE, 0));
+    EXPECT_TRUE(bench.in(0xC3, 0, 0x700, 256).has_value());
+    EXPECT_FALSE(bench.in(0xC7, 0, 0, 2).has_value());
+    EXPECT_FALSE(takes(bench, 0xB2, 100));
+  }
+  EXPECT_TRUE(OlderBench("T06C").in(0xB3, 0, 0, 2).has_value());
+  EXPECT_FALSE(OlderBench("T08M").in(0xB3, 0, 0, 2).has_value()) << "it has no thermometer";
+}
+
+TEST(OlderRequests, EachSensorHasItsOwnInterface) {
+  OlderBench words("T03C");
+  EXPECT_TRUE(takes(words, 0xA6, 0x3012, 0x1234));
+  EXPECT_THAT(words.in(0xA7, 0x3012, 0, 2).value(), ElementsAre(0x12, 0x34)) << "high byte first";
+  EXPECT_FALSE(takes(words, 0xB6, 0x3012, 1));
+  EXPECT_FALSE(words.in(0xB7, 0x3012).has_value());
+  words.word(0x302A, 200);
+  words.word(0x300E, 120);
+  words.word(0xFFFF, 1);
+  EXPECT_EQ(words.wordAt(0x302A), 0) << "it has no colour gains";
+  EXPECT_EQ(words.wordAt(0x300E), 0) << "nor an over-clock";
+  EXPECT_EQ(words.wordAt(0xFFFF), 0);
+  EXPECT_TRUE(takes(words, 0xAE));
+  EXPECT_FALSE(takes(words, 0xA6, 0x3012, 1)) << "it needs its clock";
+  EXPECT_FALSE(words.in(0xA7, 0x3012, 0, 2).has_value());
+  EXPECT_TRUE(takes(words, 0xAF));
+  EXPECT_EQ(words.wordAt(0x3012), 0x1234);
+
+  OlderBench commands("T02C");
+  EXPECT_TRUE(takes(commands, 0xB6, 0x0012, 1));
+  EXPECT_FALSE(takes(commands, 0xA6, 0x3012, 1));
+  EXPECT_FALSE(commands.in(0xA7, 0x3012, 0, 2).has_value());
+
+  for (OlderBench* bench : {&words, &commands}) {
+    for (const int request : {0xA3, 0xA4, 0xAB, 0xAC}) {
+      EXPECT_FALSE(takes(*bench, request)) << "8 bits at one clock is all it has";
+    }
+    EXPECT_TRUE(takes(*bench, 0xBD, 12, 7));
+    EXPECT_THAT(bench->in(0xBC, 12).value(), ElementsAre(0)) << "no such register";
+    bench->fpga(20, 5);
+    EXPECT_THAT(bench->in(0xBC, 20).value(), ElementsAre(5));
+  }
+}
+
+TEST(CommandSensor, CarriesOutOneCommandAtATime) {
+  OlderBench bench("T02C");
+  const auto state = [&] { return bench.in(0xB7, 0x0011).value().front(); };
+  EXPECT_EQ(bench.in(0xB7, 0x0010).value().front(), 0);
+  EXPECT_EQ(state(), 1);
+  EXPECT_GT(bench.command(3), 1) << "it takes a while";
+  EXPECT_EQ(state(), 2);
+
+  bench.sensor(0x0010, 2);
+  bench.sensor(0x0010, 3);
+  EXPECT_EQ(state(), 2) << "not carried out yet";
+  while (bench.in(0xB7, 0x0010).value().front() != 0) {
+  }
+  EXPECT_EQ(state(), 1) << "the second command was lost";
+
+  EXPECT_EQ(bench.command(9), 50) << "an unknown one is never done";
+  bench.command(3);
+  EXPECT_EQ(state(), 2);
+}
+
+TEST(CommandSensor, VariablesReadBackAndTakeEffectAtTheEndOfAChange) {
+  OlderBench bench("T02C", idealOptions());
+  const OlderProgram p;
+  bench.start(p);
+  EXPECT_EQ(bench.variable(0x0104), p.rows);
+  bench.writeVariable(0x0104, 20);
+  EXPECT_EQ(bench.variable(0x0104), 20);
+  EXPECT_EQ(bench.fetchFrame(p.frameBytes()).size(), p.frameBytes()) << "not taken over";
+
+  bench.command(1);
+  EXPECT_EQ(bench.in(0xB7, 0x0011).value().front(), 3);
+  EXPECT_EQ(bench.fetchFrame(p.frameBytes()).size(), p.frameBytes()) << "streams on meanwhile";
+  int polls = 1;
+  while (bench.in(0xB7, 0x0011).value().front() == 3) ++polls;
+  EXPECT_GT(polls, 1);
+  EXPECT_LT(polls, 100);
+  EXPECT_EQ(bench.in(0xB7, 0x0011).value().front(), 2);
+  OlderProgram after = p;
+  after.rows = 20;
+  EXPECT_TRUE(hasTrailer(bench.fetchFrame(after.frameBytes())));
+
+  bench.writeVariable(0x0101, 5);
+  EXPECT_EQ(bench.variable(0x0101), 0) << "no such variable";
+  EXPECT_EQ(bench.variable(0x0116), 0);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a virtual camera does in the midst of a frame, where hardware may do the one or the other.
+// What a virtual camera does within a frame, where hardware may behave in one of two ways.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

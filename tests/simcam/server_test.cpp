@@ -30,13 +30,26 @@ constexpr std::uint32_t kChunk = 65536;
 class ServerTest : public ::testing::Test {
  protected:
   ServerTest() {
-    std::string error;
-    auto listener = Socket::listenOn("127.0.0.1", 0, error);
-    EXPECT_TRUE(listener) << error;
-    server.emplace(
-        host, std::move(*listener), [this] { return bank.exports(); }, [](const std::string&) {});
     bank.plug("T15C,pace=free,scene=grey");
     bank.plug("T15C,port=usb2");
+    serve({});
+  }
+
+  void serve(const SessionLimits& limits) {
+    std::string error;
+    auto listener = Socket::listenOn("127.0.0.1", 0, error);
+    ASSERT_TRUE(listener) << error;
+    server.emplace(
+        host, std::move(*listener), [this] { return bank.exports(); }, [](const std::string&) {},
+        limits);
+  }
+
+  /// Waits until the server has noticed that its importers are gone.
+  [[nodiscard]] bool nothingIsImported() {
+    for (int i = 0; i < 500 && !server->imported().empty(); ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return server->imported().empty();
   }
 
   /// Sensor and FPGA stream 640 x 480 pixels of 8 bits, as fast as the host asks.
@@ -90,14 +103,39 @@ TEST_F(ServerTest, LendsACameraToOneImporterAtATime) {
   EXPECT_THAT(server->imported(), ElementsAre("1-1"));
   EXPECT_EQ(UsbipClient(server->port()).import("1-1"), 2U) << "busy";
   EXPECT_EQ(UsbipClient(server->port()).import("1-9"), 1U) << "no such camera";
+  first.submit(1, 1, true, kChunk);
   first.close();
-  // The server notices the end by itself; that takes it a moment.
-  std::uint32_t again = 2;
-  for (int i = 0; i < 500 && again == 2; ++i) {
-    again = UsbipClient(server->port()).import("1-1");
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_EQ(again, 0U);
+  EXPECT_TRUE(nothingIsImported());
+  UsbipClient second(server->port());
+  EXPECT_EQ(second.import("1-1"), 0U);
+  server.reset();
+  EXPECT_TRUE(second.hungUp()) << "the server's end is the end of its sessions";
+}
+
+TEST_F(ServerTest, LimitsWhatASessionHolds) {
+  serve({.transferBytes = kChunk, .bytesInFlight = 4 * kChunk, .transfers = 6});
+  /// Whether a session takes one transfer less than `count`, again after they have been unlinked,
+  /// and ends with the last one.
+  const auto endsAt = [&](std::uint32_t count, std::uint32_t length) {
+    UsbipClient client(server->port());
+    EXPECT_EQ(client.import("1-1"), 0U);
+    for (std::uint32_t i = 1; i < count; ++i) client.submit(i, 1, true, length);
+    for (std::uint32_t i = 1; i < count; ++i) {
+      client.unlink(1000 + i, i);
+      auto answer = client.reply();
+      if (answer.command == kSubmitReply) answer = client.reply();
+      EXPECT_EQ(answer.sequence, 1000 + i);
+    }
+    for (std::uint32_t i = 1; i < count; ++i) client.submit(100 + i, 1, true, length);
+    EXPECT_EQ(client.ask({0xC0, 0xAD, 0, 0}, 2).size(), 2U) << "the session goes on";
+    client.submit(200, 1, true, length);
+    const bool ended = client.hungUp();
+    client.close();
+    return nothingIsImported() && ended;
+  };
+  EXPECT_TRUE(endsAt(5, kChunk)) << "too many bytes";
+  EXPECT_TRUE(endsAt(7, 1024)) << "too many transfers";
+  EXPECT_TRUE(endsAt(1, kChunk + 1)) << "too long";
 }
 
 TEST_F(ServerTest, CarriesControlTransfers) {
@@ -138,7 +176,7 @@ TEST_F(ServerTest, StreamsWithManyTransfersOutstanding) {
   }
 }
 
-TEST_F(ServerTest, TakesTransfersBack) {
+TEST_F(ServerTest, UnlinksTransfers) {
   UsbipClient client(server->port());
   ASSERT_EQ(client.import("1-1"), 0U);
   for (std::uint32_t i = 1; i <= 3; ++i) client.submit(i, 1, true, kChunk);
@@ -166,25 +204,35 @@ TEST_F(ServerTest, TakesTransfersBack) {
   EXPECT_EQ(client.ask({0xC0, 0xAD, 0, 0}, 2).size(), 2U) << "the rest goes on";
 }
 
-TEST_F(ServerTest, NoAnswerComesAfterATransferWasTakenBack) {
-  UsbipClient client(server->port());
-  ASSERT_EQ(client.import("1-1"), 0U);
-  startStream(client);
-  // The camera fills transfers as fast as they come, so that both ends race.
-  for (std::uint32_t i = 1; i <= 500; ++i) {
-    client.submit(i, 1, true, kChunk);
-    client.unlink(10000 + i, i);
-    auto answer = client.reply();
-    bool filled = false;
-    if (answer.command == kSubmitReply) {
-      ASSERT_EQ(answer.sequence, i);
-      ASSERT_EQ(client.receive(answer.moved).size(), answer.moved);
-      filled = true;
-      answer = client.reply();
+TEST_F(ServerTest, AnUnlinkedTransferIsNotAnsweredLater) {
+  // First the camera sends nothing, so that the transfers that follow wait for their unlinking.
+  // Then it fills transfers as fast as they come, so that completion and unlinking race.
+  for (const bool streams : {false, true}) {
+    UsbipClient client(server->port());
+    ASSERT_EQ(client.import("1-1"), 0U);
+    if (streams) startStream(client);
+    for (std::uint32_t i = 1; i <= 2000; ++i) {
+      // Sent in groups, so that a transfer is used again as soon as it has been unlinked.
+      for (std::uint32_t n = i; i % 50 == 1 && n < i + 50; ++n) {
+        client.submit(n, 1, true, kChunk);
+        client.unlink(10000 + n, n);
+      }
+      auto answer = client.reply();
+      bool cancelled = true;
+      if (answer.command == kSubmitReply) {
+        ASSERT_EQ(answer.sequence, i);
+        ASSERT_EQ(client.receive(answer.moved).size(), answer.moved);
+        ASSERT_TRUE(answer.status == -ECONNRESET || (streams && answer.status == 0))
+            << answer.status;
+        cancelled = false;
+        answer = client.reply();
+      }
+      ASSERT_EQ(answer.command, kUnlinkReply);
+      ASSERT_EQ(answer.sequence, 10000 + i);
+      ASSERT_EQ(answer.status, cancelled ? -ECONNRESET : 0);
     }
-    ASSERT_EQ(answer.command, kUnlinkReply);
-    ASSERT_EQ(answer.sequence, 10000 + i);
-    ASSERT_EQ(answer.status, filled ? 0 : -ECONNRESET);
+    client.close();
+    ASSERT_TRUE(nothingIsImported());
   }
 }
 
@@ -204,6 +252,15 @@ TEST_F(ServerTest, APulledCameraEndsItsSession) {
   EXPECT_TRUE(waiting.hungUp());
   EXPECT_THAT(bank.exports(), IsEmpty());
   EXPECT_EQ(console.execute("plug T15C").text, "1-1 plugged\n") << "the lowest free number";
+  // The session also ends when only the transfers notice that the camera is gone.
+  ASSERT_TRUE(nothingIsImported());
+  UsbipClient alone(server->port());
+  ASSERT_EQ(alone.import("1-1"), 0U);
+  alone.submit(1, 1, true, kChunk);
+  EXPECT_EQ(alone.ask({0xC0, 0xAD, 0, 0}, 2).size(), 2U);
+  EXPECT_TRUE(bank.unplug("1-1"));
+  EXPECT_EQ(alone.reply().status, -ENODEV);
+  EXPECT_TRUE(alone.hungUp());
 }
 
 TEST_F(ServerTest, NonsenseEndsTheConnectionOnly) {

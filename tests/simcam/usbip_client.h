@@ -4,11 +4,13 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -28,9 +30,16 @@ class UsbipClient {
     place.sin_port = htons(port);
     place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     EXPECT_EQ(::connect(socket_, reinterpret_cast<sockaddr*>(&place), sizeof place), 0);
-    const timeval patience{20, 0};
-    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const int on = 1;  // messages of a few bytes are sent at once
+    ::setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const timeval timeout{20, 0};
+    ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   }
+  /// A connection that exists already.
+  struct Connected {
+    int socket;
+  };
+  explicit UsbipClient(Connected connected) : socket_(connected.socket) {}
   UsbipClient(const UsbipClient&) = delete;
   UsbipClient& operator=(const UsbipClient&) = delete;
   ~UsbipClient() { close(); }
@@ -51,7 +60,12 @@ class UsbipClient {
     bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
     return bytes;
   }
-  [[nodiscard]] bool hungUp() const { return receive(1).empty(); }
+  /// Whether the server has closed the connection; not if it only stays silent.
+  [[nodiscard]] bool hungUp() const {
+    char byte = 0;
+    const ssize_t got = ::recv(socket_, &byte, 1, 0);
+    return got == 0 || (got < 0 && errno == ECONNRESET);
+  }
 
   void sendOperation(std::uint16_t version, std::uint16_t code,
                      const std::string& busId = "") const {

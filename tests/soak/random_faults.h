@@ -4,29 +4,51 @@
 #include <array>
 #include <string>
 
+#include "sim/fault/actions.h"
 #include "sim/random.h"
 
 namespace orvik::soak {
 
-/// A script of up to three faults, such as a long night may bring. None of them lasts so long that
-/// a call could miss its deadline by right.
-inline std::string randomFaults(sim::Random& random) {
-  static constexpr std::array kFaults = {
-      "bulk short 2",      "bulk short 5000",   "bulk long 2",       "bulk long 3000",
-      "bulk empty",        "bulk flip 0",       "bulk flip -1",      "bulk overflow",
-      "bulk tear",         "bulk duplicate",    "bulk stall",        "bulk fail",
-      "bulk refuse",       "bulk delay 1..40",  "bulk deaf 1..60",   "bulk timeout",
-      "control fail",      "control stall",     "control short 1",   "control delay 1..20",
-      "control deaf 1..9", "control B3 flip 0", "control C7 flip 1", "control BC flip 0",
-      "control C3 flip 9", "any fail",          "claim refuse",      "open refuse",
-  };
+/// One of the words, at random.
+template <std::size_t N>
+const char* oneOf(const std::array<const char*, N>& words, sim::Random& random) {
+  return words.at(static_cast<std::size_t>(random.below(int{N})));
+}
+
+/// An amount that a driver must cope with within its deadlines.
+inline std::string randomAmount(const fault::Amount& amount, sim::Random& random) {
+  using Kind = fault::Amount::Kind;
+  if (amount.kind == Kind::kBytes) return std::to_string(1 + random.below(5000));
+  if (amount.kind == Kind::kPlace) return std::to_string(random.below(12) - 2);
+  if (amount.kind == Kind::kTimeRange) return "1.." + std::to_string(5 + random.below(50));
+  return "";
+}
+
+/// A rule for any fault but those that end a conversation, which randomFaults() adds itself.
+inline std::string randomRule(sim::Random& random) {
+  static constexpr std::array kRequests = {"control", "control B3", "control C7", "control BC",
+                                           "control C3"};
   static constexpr std::array kMoments = {" every 5",    " every 17", " chance 0.02",
                                           " chance 0.2", " at 9",     " from 40 to 60"};
-  std::string script = "seed " + std::to_string(random.below(1'000'000));
-  for (int n = random.below(4); n > 0; --n) {
-    script.append(";").append(kFaults.at(static_cast<std::size_t>(random.below(kFaults.size()))));
-    script.append(kMoments.at(static_cast<std::size_t>(random.below(kMoments.size()))));
+  for (;;) {
+    const auto action = static_cast<fault::Action>(random.below(fault::kActions));
+    const fault::ActionFacts facts = fault::actionFacts(action);
+    // A request code narrows the target, so that each request is damaged often enough.
+    const int side = random.below(facts.onOpening ? 3 : 2);
+    if (facts.isGone || (side == 0 && !facts.onControl)) continue;
+    if (side == 0 && action == fault::Action::kTimeout) continue;
+    std::string rule = side == 0 ? oneOf(kRequests, random) : "bulk";
+    if (side == 2) rule = random.below(2) == 0 ? "open" : "claim";
+    rule.append(" ").append(facts.name).append(" ").append(randomAmount(facts.amount, random));
+    return rule.append(oneOf(kMoments, random));
   }
+}
+
+/// A script of up to three faults, as they may come in a long night. None of them lasts so long
+/// that a call could rightly miss its deadline.
+inline std::string randomFaults(sim::Random& random) {
+  std::string script = "seed " + std::to_string(random.below(1'000'000));
+  for (int n = random.below(4); n > 0; --n) script.append(";").append(randomRule(random));
   if (random.below(12) == 0) script += ";control timeout at 30";
   if (random.below(10) == 0) script += ";any unplug at " + std::to_string(1 + random.below(400));
   if (random.below(6) == 0) script += ";any replug 30 at " + std::to_string(1 + random.below(400));

@@ -10,7 +10,7 @@
 namespace orvik::ctl {
 namespace {
 
-/** Closes a camera again that turned out unusable while it was being opened. */
+/// Closes a camera if it turns out to be unusable while it is being opened.
 class CloseUnlessKept {
  public:
   explicit CloseUnlessKept(int handle) : handle_(handle) {}
@@ -69,7 +69,7 @@ const Orvik_CONTROL_CAPS* Camera::control(Orvik_CONTROL_TYPE type) const {
 }
 
 ControlValue Camera::value(Orvik_CONTROL_TYPE type) const {
-  int32_t value = 0;
+  std::int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   const auto* caps = control(type);
   expect(OrvikGetControlValue(handle_, type, &value, &isAuto),
@@ -78,7 +78,7 @@ ControlValue Camera::value(Orvik_CONTROL_TYPE type) const {
 }
 
 std::optional<ControlValue> Camera::valueIfAny(Orvik_CONTROL_TYPE type) const {
-  int32_t value = 0;
+  std::int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   if (control(type) == nullptr) return std::nullopt;
   if (OrvikGetControlValue(handle_, type, &value, &isAuto) != Orvik_OK) return std::nullopt;
@@ -120,9 +120,9 @@ void Camera::setStart(int x, int y) {
          "moving the region to +" + std::to_string(x) + "+" + std::to_string(y));
 }
 
-bool Camera::readFrame(std::span<uint8_t> buffer, int waitMs) {
+bool Camera::readFrame(std::span<std::uint8_t> buffer, int waitMs) {
   const Orvik_ERROR_CODE code =
-      OrvikGetVideoData(handle_, buffer.data(), static_cast<int32_t>(buffer.size()), waitMs);
+      OrvikGetVideoData(handle_, buffer.data(), static_cast<std::int32_t>(buffer.size()), waitMs);
   if (code == Orvik_ERROR_NO_FRAME) {
     Orvik_NO_FRAME_REASON reason = Orvik_NO_FRAME_NONE;
     expect(OrvikGetNoFrameReason(handle_, &reason), "asking why no frame came");
@@ -171,8 +171,8 @@ Orvik_EXPOSURE_STATUS Camera::exposureStatus() const {
   return status;
 }
 
-void Camera::fetchExposure(std::span<uint8_t> buffer) {
-  expect(OrvikGetDataAfterExp(handle_, buffer.data(), static_cast<int32_t>(buffer.size())),
+void Camera::fetchExposure(std::span<std::uint8_t> buffer) {
+  expect(OrvikGetDataAfterExp(handle_, buffer.data(), static_cast<std::int32_t>(buffer.size())),
          "fetching the image");
   exposing_ = false;
 }

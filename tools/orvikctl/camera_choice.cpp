@@ -10,25 +10,26 @@ namespace orvik::ctl {
 namespace {
 
 // An index has up to three digits, a serial number eight.
-constexpr size_t kMostIndexDigits = 3;
+constexpr std::size_t kMostIndexDigits = 3;
 
 std::vector<Orvik_DEVICE> listDevices() {
   int count = 0;
   check(OrvikListDevices(nullptr, 0, &count), "listing the cameras");
-  std::vector<Orvik_DEVICE> devices(static_cast<size_t>(count));
+  std::vector<Orvik_DEVICE> devices(static_cast<std::size_t>(count));
   check(OrvikListDevices(devices.data(), count, &count), "listing the cameras");
-  if (static_cast<size_t>(count) < devices.size()) devices.resize(static_cast<size_t>(count));
+  if (static_cast<std::size_t>(count) < devices.size())
+    devices.resize(static_cast<std::size_t>(count));
   return devices;
 }
 
-/** The list and the indices are in one order, unless something is plugged in between the two. */
+/// The list and the indices are in one order, unless something is plugged in between the two.
 std::vector<Orvik_DEVICE> enumerate() {
   constexpr int kTries = 3;
   std::vector<Orvik_DEVICE> devices;
   for (int n = 0; n < kTries; ++n) {
     const int count = OrvikGetNumOfConnectedCameras();
     devices = listDevices();
-    if (devices.size() == static_cast<size_t>(count)) break;
+    if (devices.size() == static_cast<std::size_t>(count)) break;
   }
   return devices;
 }

@@ -2,37 +2,39 @@
 #include "tools/orvikctl/capture_options.h"
 
 #include <limits>
+#include <string_view>
+#include <vector>
 
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/help_text.h"
+#include "tools/orvikctl/image_types.h"
 
 namespace orvik::ctl {
 namespace {
 
+template <typename Text>
+auto oneOf(const Text& words) {
+  return unmentioned(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
+}
+
+/// Adds the options of this group that set one control each.
+void addControlOptions(CLI::App& app, CaptureOptions& options, ControlOption::Group group,
+                       const char* heading) {
+  forEachControlOption([&](Orvik_CONTROL_TYPE type, const ControlOption& option) {
+    if (option.group != group) return;
+    CLI::Option* const added =
+        app.add_option(option.name, options.controls[type], option.description)
+            ->type_name(option.typeName)
+            ->group(heading);
+    if (!option.words.empty()) added->check(oneOf(option.words));
+  });
+}
+
 void addSensorOptions(CLI::App& app, CaptureOptions& options) {
   const auto* group = "Exposure and sensor";
-  const auto onOff = unmentioned(CLI::IsMember({"on", "off"}));
-  app.add_option("--exposure", options.exposure,
-                 "Exposure time: 1500us, 20ms, 2.5s, 3min; a plain number counts microseconds")
-      ->type_name("TIME[:auto]")
-      ->group(group);
-  app.add_option("--gain", options.gain, "Gain in steps of the sensor")
-      ->type_name("N[:auto]")
-      ->group(group);
-  app.add_option("--brightness", options.brightness, "Black level (offset) in steps of the sensor")
-      ->type_name("N")
-      ->group(group);
-  app.add_option("--gamma", options.gamma, "Gamma, 1 to 100; 50 is linear")
-      ->type_name("N")
-      ->group(group);
+  addControlOptions(app, options, ControlOption::Group::kSensor, group);
   app.add_option("--wb", options.whiteBalance, "White balance, 1 to 99 each; 50 is neutral")
       ->type_name("RED,BLUE[:auto]")
-      ->group(group);
-  app.add_option("--bandwidth", options.bandwidth, "Share of the USB bandwidth, percent")
-      ->type_name("N[:auto]")
-      ->group(group);
-  app.add_option("--high-speed", options.highSpeed, "Faster read-out of 8-bit images, fewer bits")
-      ->check(onOff)
-      ->type_name("on|off")
       ->group(group);
 }
 
@@ -47,18 +49,16 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
       ->check(unmentioned(CLI::Range(1, 16)))
       ->type_name("N")
       ->group(group);
-  app.add_option("--hardware-bin", options.hardwareBin, "Whether the camera bins, or the host")
-      ->check(unmentioned(CLI::IsMember({"on", "off"})))
-      ->type_name("on|off")
-      ->group(group);
+  const std::vector<std::string_view> types = imageTypeNames();
+  std::string typeName;
+  for (const std::string_view name : types) {
+    typeName.append(typeName.empty() ? "" : "|").append(name);
+  }
   app.add_option("--type", options.type, "Pixels [snap: raw16 where offered; else raw8]")
-      ->check(unmentioned(CLI::IsMember({"raw8", "raw16", "rgb24", "y8"})))
-      ->type_name("raw8|raw16|rgb24|y8")
+      ->check(oneOf(types))
+      ->type_name(typeName)
       ->group(group);
-  app.add_option("--flip", options.flip, "Mirror the image: h left to right, v top to bottom")
-      ->check(unmentioned(CLI::IsMember({"none", "h", "v", "both"})))
-      ->type_name("none|h|v|both")
-      ->group(group);
+  addControlOptions(app, options, ControlOption::Group::kImage, group);
 }
 
 void addFileOptions(CLI::App& app, CaptureOptions& options) {
@@ -86,7 +86,8 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
 
 void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("-n,--count", options.count, "Number of images")
-      ->check(unmentioned(CLI::Range(int64_t{1}, int64_t{std::numeric_limits<int32_t>::max()})))
+      ->check(unmentioned(
+          CLI::Range(std::int64_t{1}, std::int64_t{std::numeric_limits<std::int32_t>::max()})))
       ->type_name("N");
   app.add_flag("-q,--quiet", options.quiet, "Show no progress");
   addSensorOptions(app, options);

@@ -11,9 +11,9 @@
 namespace orvik::ctl {
 namespace {
 
-uintmax_t sizeOf(const std::filesystem::path& file) {
+std::uintmax_t sizeOf(const std::filesystem::path& file) {
   std::error_code error;
-  const uintmax_t size = std::filesystem::file_size(file, error);
+  const std::uintmax_t size = std::filesystem::file_size(file, error);
   return error ? 0 : size;
 }
 
@@ -34,7 +34,7 @@ void printJson(const CaptureReport& report) {
   if (report.rate) json["framesPerSecond"] = *report.rate;
   json["width"] = report.info.width;
   json["height"] = report.info.height;
-  json["type"] = imageTypeName(report.info.type);
+  json["type"] = imageType(report.info.type).name;
   json["exposureUs"] = report.info.exposure.count();
   json["gain"] = report.info.gain;
   json["files"] = std::move(files);
@@ -48,7 +48,7 @@ void printText(const CaptureReport& report) {
   if (report.lost) std::cout << ", " << *report.lost << " lost";
   std::cout << '\n';
   if (report.files.empty()) return;
-  uintmax_t bytes = 0;
+  std::uintmax_t bytes = 0;
   for (const auto& file : report.files) bytes += sizeOf(file);
   std::cout << report.files.front().string();
   if (report.files.size() > 1) std::cout << " ... " << report.files.back().string();
@@ -65,11 +65,11 @@ void printReport(const CaptureReport& report, bool json) {
   }
 }
 
-std::string sizeText(uintmax_t bytes) {
+std::string sizeText(std::uintmax_t bytes) {
   constexpr std::array kUnits = {"kB", "MB", "GB", "TB"};
   if (bytes < 1000) return std::to_string(bytes) + " bytes";
   auto value = static_cast<double>(bytes) / 1000;
-  size_t unit = 0;
+  std::size_t unit = 0;
   while (value >= 999.95 && unit + 1 < kUnits.size()) {
     value /= 1000;
     ++unit;

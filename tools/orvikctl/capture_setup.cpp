@@ -5,6 +5,7 @@
 #include <iostream>
 #include <vector>
 
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/output/mosaic.h"
 #include "tools/orvikctl/units.h"
@@ -17,7 +18,7 @@ struct Assignment {
   ControlValue value;
 };
 
-/** Collects control values; those whose option was not given are left out. */
+/// Collects control values; those whose option was not given are left out.
 class Assignments {
  public:
   explicit Assignments(const Camera& camera) : camera_(camera) {}
@@ -26,7 +27,7 @@ class Assignments {
     if (text.empty()) return;
     const Orvik_CONTROL_CAPS* caps = camera_.control(type);
     if (caps == nullptr) {
-      throw Failure(ExitCode::kUsage, std::string("this camera has nothing to set with ") + option +
+      throw Failure(ExitCode::kUsage, std::string("this camera has no control for ") + option +
                                           ". `orvikctl controls` shows what it has.");
     }
     list_.push_back({type, parseControlValue(camera_, *caps, text)});
@@ -38,18 +39,6 @@ class Assignments {
   std::vector<Assignment> list_;
 };
 
-std::string onOffValue(const std::string& text) {
-  if (text.empty()) return "";
-  return text == "on" ? "1" : "0";
-}
-
-std::string flipValue(const std::string& text) {
-  if (text.empty()) return "";
-  constexpr std::string_view kNames[] = {"none", "h", "v", "both"};
-  const auto* found = std::find(std::begin(kNames), std::end(kNames), text);
-  return std::to_string(found - std::begin(kNames));
-}
-
 void addWhiteBalance(Assignments& assignments, const std::string& text) {
   if (text.empty()) return;
   const auto setting = parseSetting(text);
@@ -57,7 +46,7 @@ void addWhiteBalance(Assignments& assignments, const std::string& text) {
   std::string red = "auto";
   std::string blue = "auto";
   if (setting && setting->value) {
-    const size_t comma = setting->value->find(',');
+    const std::size_t comma = setting->value->find(',');
     if (comma == std::string::npos) {
       throw Failure(ExitCode::kUsage, "--wb " + text + ": give red and blue, as in 52,95.");
     }
@@ -68,23 +57,22 @@ void addWhiteBalance(Assignments& assignments, const std::string& text) {
   assignments.add(Orvik_CTL_WB_B, "--wb", blue);
 }
 
-// What shapes the read-out is set before the format, which it can change.
-Assignments readOutAssignments(const Camera& camera, const CaptureOptions& options) {
-  Assignments assignments(camera);
-  assignments.add(Orvik_CTL_HARDWARE_BIN, "--hardware-bin", onOffValue(options.hardwareBin));
-  assignments.add(Orvik_CTL_HIGH_SPEED_MODE, "--high-speed", onOffValue(options.highSpeed));
-  assignments.add(Orvik_CTL_FLIP, "--flip", flipValue(options.flip));
-  return assignments;
+/// The number that a word stands for; a number as it is.
+std::string numberText(const ControlOption& option, const std::string& text) {
+  const auto word = std::ranges::find(option.words, text);
+  if (word == option.words.end()) return text;
+  return std::to_string(word - option.words.begin());
 }
 
-Assignments imageAssignments(const Camera& camera, const CaptureOptions& options) {
+/// The controls that are set before the image format, or those that are set after it.
+Assignments assignmentsOf(const Camera& camera, const CaptureOptions& options, bool beforeFormat) {
   Assignments assignments(camera);
-  assignments.add(Orvik_CTL_BANDWIDTH, "--bandwidth", options.bandwidth);
-  assignments.add(Orvik_CTL_EXPOSURE, "--exposure", options.exposure);
-  assignments.add(Orvik_CTL_GAIN, "--gain", options.gain);
-  assignments.add(Orvik_CTL_BRIGHTNESS, "--brightness", options.brightness);
-  assignments.add(Orvik_CTL_GAMMA, "--gamma", options.gamma);
-  addWhiteBalance(assignments, options.whiteBalance);
+  forEachControlOption([&](Orvik_CONTROL_TYPE type, const ControlOption& option) {
+    const auto given = options.controls.find(type);
+    if (option.beforeFormat != beforeFormat || given == options.controls.end()) return;
+    assignments.add(type, option.name, numberText(option, given->second));
+  });
+  if (!beforeFormat) addWhiteBalance(assignments, options.whiteBalance);
   return assignments;
 }
 
@@ -98,8 +86,8 @@ IMG_TYPE chooseType(const Orvik_CAMERA_INFO& info, const std::string& text, Pref
       !text.empty() ? text : (preference == Preference::kDepth ? "raw16" : "raw8");
   std::string names;
   for (const IMG_TYPE type : offered) {
-    if (imageTypeName(type) == wanted) return type;
-    names.append(" ").append(imageTypeName(type));
+    if (imageType(type).name == wanted) return type;
+    names.append(" ").append(imageType(type).name);
   }
   if (text.empty()) return Orvik_IMG_RAW8;
   throw Failure(ExitCode::kUsage,
@@ -126,7 +114,7 @@ std::optional<Region> requestedRegion(const std::string& text) {
   return region;
 }
 
-/** The largest region at this bin: sensors are read in steps of four columns and two rows. */
+/// The largest region at this bin: sensors are read in steps of four columns and two rows.
 Region wholeSensor(const Orvik_CAMERA_INFO& info, int bin) {
   return {info.maxWidth / bin / 4 * 4, info.maxHeight / bin / 2 * 2, std::nullopt};
 }
@@ -147,8 +135,7 @@ std::string frameKindText(const std::string& option) {
 
 std::optional<BayerPattern> mosaicOf(const Camera& camera, const Orvik_CAMERA_INFO& info,
                                      const ImageFormat& format) {
-  const bool raw = format.type == Orvik_IMG_RAW8 || format.type == Orvik_IMG_RAW16;
-  if (info.colour == Orvik_FALSE || !raw) return std::nullopt;
+  if (info.colour == Orvik_FALSE || !imageType(format.type).isRaw) return std::nullopt;
   const int flip = camera.valueIfAny(Orvik_CTL_FLIP).value_or(ControlValue{}).value;
   return deliveredMosaic({.sensor = info.bayer,
                           .startX = format.startX,
@@ -164,8 +151,8 @@ std::optional<BayerPattern> mosaicOf(const Camera& camera, const Orvik_CAMERA_IN
 
 ImageFormat applyOptions(Camera& camera, const CaptureOptions& options, Preference preference) {
   const Orvik_CAMERA_INFO info = camera.info();
-  const Assignments readOut = readOutAssignments(camera, options);
-  const Assignments image = imageAssignments(camera, options);
+  const Assignments readOut = assignmentsOf(camera, options, true);
+  const Assignments image = assignmentsOf(camera, options, false);
   const IMG_TYPE type = chooseType(info, options.type, preference);
   requireBin(info, options.bin);
   const auto requested = requestedRegion(options.region);
@@ -212,12 +199,12 @@ void refreshReadings(const Camera& camera, ImageInfo& info) {
 }
 
 std::chrono::milliseconds readOutLimit(const ImageFormat& format) {
-  constexpr auto kPatience = std::chrono::seconds(10);
-  constexpr size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
-  const size_t bytes = imageBytes(format.width, format.height, format.type);
+  constexpr auto kReadOutTimeout = std::chrono::seconds(10);
+  constexpr std::size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
+  const std::size_t bytes = imageBytes(format.width, format.height, format.type);
   // An image that is binned on the host crosses the bus unbinned.
-  const auto binned = static_cast<size_t>(format.bin) * static_cast<size_t>(format.bin);
-  return kPatience + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
+  const auto binned = static_cast<std::size_t>(format.bin) * static_cast<std::size_t>(format.bin);
+  return kReadOutTimeout + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
 }
 
 }  // namespace orvik::ctl

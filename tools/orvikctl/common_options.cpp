@@ -35,7 +35,7 @@ void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
       ->type_name("FILE");
   app.add_option_function<std::string>(
          "--replay", [](const std::string& file) { replayRecording(file); },
-         "Use the cameras of a recording instead of the USB bus; tells where the library says "
+         "Use the cameras of a recording instead of the USB bus; reports where the library sends "
          "other "
          "things to them")
       ->type_name("FILE")

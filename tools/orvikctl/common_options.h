@@ -10,23 +10,23 @@
 
 namespace orvik::ctl {
 
-/** A subcommand of the program: its options, and what it does once they are read. */
+/// A subcommand of the program: its options, and what it does once they are read.
 struct Command {
   CLI::App* options;
   std::function<ExitCode()> run;
 };
 
-/** Options that every subcommand has. */
+/// Options that every subcommand has.
 struct CommonOptions {
   std::vector<std::string> virtualCameras;
   std::string camera;
   bool json = false;
 };
 
-/** Whether a subcommand works on one camera, which `--camera` then names. */
+/// Whether a subcommand works on one camera, which `--camera` then names.
 enum class Scope { kAllCameras, kOneCamera };
 
-/** Adds the options; `options` must live as long as `app`. */
+/// Adds the options; `options` must live as long as `app`.
 void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope);
 
 }  // namespace orvik::ctl

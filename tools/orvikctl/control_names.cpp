@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/units.h"
 
@@ -14,54 +15,19 @@ namespace {
   throw Failure(ExitCode::kUsage, std::string(caps.name) + " " + why);
 }
 
-/** The number as typed, in the control's own unit. */
-std::optional<int64_t> numberOf(const Orvik_CONTROL_CAPS& caps, std::string_view text) {
-  if (caps.controlType == Orvik_CTL_EXPOSURE) return parseDuration(text);
+/// The number as typed, in the control's own unit.
+std::optional<std::int64_t> numberOf(const Orvik_CONTROL_CAPS& caps, std::string_view text) {
+  if (controlFacts(caps.controlType).isTime) return parseDuration(text);
   return parseInteger(text);
 }
 
-std::string withUnit(int32_t value, Orvik_CONTROL_TYPE type) {
-  if (type == Orvik_CTL_EXPOSURE) return formatDuration(value);
-  const std::string_view unit = unitOf(type);
+std::string withUnit(std::int32_t value, Orvik_CONTROL_TYPE type) {
+  if (controlFacts(type).isTime) return formatDuration(value);
+  const std::string_view unit = controlFacts(type).unit;
   return std::to_string(value) + (unit.empty() ? "" : " ") + std::string(unit);
 }
 
 }  // namespace
-
-std::string_view unitOf(Orvik_CONTROL_TYPE type) {
-  switch (type) {
-    case Orvik_CTL_EXPOSURE:
-      return "us";
-    case Orvik_CTL_BANDWIDTH:
-    case Orvik_CTL_OVERCLK:
-    case Orvik_CTL_COOL_POWER_PERC:
-      return "%";
-    case Orvik_CTL_TEMPERATURE:
-      return "0.1 degC";
-    case Orvik_CTL_TARGET_TEMP:
-      return "degC";
-    case Orvik_CTL_AUTO_EXP_MAX_EXP:
-      return "s";
-    default:
-      return "";
-  }
-}
-
-std::string_view imageTypeName(IMG_TYPE type) {
-  switch (type) {
-    case Orvik_IMG_RAW8:
-      return "raw8";
-    case Orvik_IMG_RGB24:
-      return "rgb24";
-    case Orvik_IMG_RAW16:
-      return "raw16";
-    case Orvik_IMG_Y8:
-      return "y8";
-    case Orvik_IMG_END:
-      break;
-  }
-  return "?";
-}
 
 std::vector<IMG_TYPE> imageTypesOf(const Orvik_CAMERA_INFO& info) {
   const auto* end =
@@ -95,15 +61,15 @@ ControlValue parseControlValue(const Camera& camera, const Orvik_CONTROL_CAPS& c
   if (!number) {
     refuse(caps,
            "does not understand \"" + *setting->value + "\": " +
-               (caps.controlType == Orvik_CTL_EXPOSURE ? "give a time such as 1500us, 20ms or 2.5s."
-                                                       : "give a whole number."));
+               (controlFacts(caps.controlType).isTime ? "give a time such as 1500us, 20ms or 2.5s."
+                                                      : "give a whole number."));
   }
   if (*number < caps.minValue || *number > caps.maxValue) {
     refuse(caps, "lies between " + withUnit(caps.minValue, caps.controlType) + " and " +
                      withUnit(caps.maxValue, caps.controlType) + "; " + *setting->value +
                      " does not.");
   }
-  return {static_cast<int32_t>(*number), setting->isAuto};
+  return {static_cast<std::int32_t>(*number), setting->isAuto};
 }
 
 }  // namespace orvik::ctl

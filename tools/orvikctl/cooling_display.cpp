@@ -21,7 +21,7 @@ struct Range {
   double high;
 };
 
-/** The temperatures to be drawn, a degree apart at least. */
+/// The temperatures to be drawn, a degree apart at least.
 Range rangeOf(std::span<const CoolingSample> samples) {
   Range range{samples.front().temperature, samples.front().temperature};
   for (const CoolingSample& sample : samples) {
@@ -66,14 +66,14 @@ std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, i
   for (int row = 0; row < rows; ++row) {
     std::array<char, 32> label{};
     std::snprintf(label.data(), label.size(), "%6.1f |", range.high - row * step);
-    lines.push_back(label.data() + std::string(static_cast<size_t>(columns), ' '));
+    lines.push_back(label.data() + std::string(static_cast<std::size_t>(columns), ' '));
   }
-  const size_t labelWidth = lines.front().size() - static_cast<size_t>(columns);
-  const auto put = [&](size_t column, double value, char mark) {
-    const auto row = static_cast<size_t>(std::lround((range.high - value) / step));
+  const std::size_t labelWidth = lines.front().size() - static_cast<std::size_t>(columns);
+  const auto put = [&](std::size_t column, double value, char mark) {
+    const auto row = static_cast<std::size_t>(std::lround((range.high - value) / step));
     if (row < lines.size()) lines[row][labelWidth + column] = mark;
   };
-  size_t column = static_cast<size_t>(columns) - shown.size();
+  std::size_t column = static_cast<std::size_t>(columns) - shown.size();
   for (const CoolingSample& sample : shown) {
     put(column, sample.target, '-');
     put(column, sample.temperature, '*');

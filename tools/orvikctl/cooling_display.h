@@ -9,7 +9,7 @@
 
 namespace orvik::ctl {
 
-/** How cooling stands at a moment. */
+/// How cooling stands at a moment.
 struct CoolingSample {
   double seconds = 0;      ///< since cooling began
   double temperature = 0;  ///< of the sensor, degrees Celsius
@@ -19,26 +19,23 @@ struct CoolingSample {
       Orvik_COOLER_NO_FAULT;  ///< if any, `temperature` is the last valid one
 };
 
-/** What a fault means, for people. */
+/// What a fault means, in words.
 std::string faultText(Orvik_COOLER_FAULT fault);
 
-/** "0:42  12.3 degC  target 11 degC  power 38 %", and a fault if there is one. */
+/// "0:42  12.3 degC  target 11 degC  power 38 %", and a fault if there is one.
 std::string coolingText(const CoolingSample& sample);
 
-/**
- * Draws temperature ('*') and target ('-') over time, the latest at the right.
- *
- * @param columns, rows size of the drawing without its axis, 1 or more
- * @return the lines, top first, each with its temperature in front
- */
+/// Draws temperature ('*') and target ('-') over time, the latest at the right.
+///
+/// @param columns, rows size of the drawing without its axis, 1 or more
+/// @return the lines, top first, each with its temperature in front
 std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, int columns,
                                      int rows);
 
-/** Shows how cooling goes: a plot that is drawn anew on a terminal, elsewhere a line now and then.
- */
+/// Shows how cooling proceeds: on a terminal as a plot that is redrawn, elsewhere as lines of text.
 class CoolingDisplay {
  public:
-  /** @param every seconds between two lines where there is no terminal */
+  /// @param every seconds between two lines where there is no terminal
   CoolingDisplay(bool silent, double every);
 
   void show(const CoolingSample& sample);
@@ -50,7 +47,7 @@ class CoolingDisplay {
   bool terminal_;
   double every_;
   double next_ = 0;
-  size_t drawnLines_ = 0;
+  std::size_t drawnLines_ = 0;
   std::deque<CoolingSample> samples_;
 };
 

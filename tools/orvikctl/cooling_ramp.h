@@ -3,16 +3,16 @@
 
 namespace orvik::ctl {
 
-/** A way from one temperature to another at a steady rate. Degrees Celsius, seconds. */
+/// A way from one temperature to another at a steady rate. Degrees Celsius, seconds.
 class CoolingRamp {
  public:
-  /** @param degreesPerMinute above 0 */
+  /// @param degreesPerMinute above 0
   CoolingRamp(double from, double to, double degreesPerMinute)
       : from_(from), to_(to), rate_(degreesPerMinute / 60) {}
 
-  /** Where the ramp is after so many seconds, as the whole degrees that a camera takes. */
+  /// Where the ramp is after so many seconds, as the whole degrees that a camera takes.
   [[nodiscard]] int targetAt(double seconds) const;
-  /** Seconds until it has arrived. */
+  /// Seconds until it has arrived.
   [[nodiscard]] double duration() const;
 
  private:

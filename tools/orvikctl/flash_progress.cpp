@@ -6,10 +6,10 @@
 
 namespace orvik::ctl {
 
-void FlashProgress::tell(void* context, Orvik_STEP step, int32_t done, int32_t total) {
+void FlashProgress::tell(void* context, Orvik_STEP step, std::int32_t done, std::int32_t total) {
   constexpr std::array kSteps = {"erasing", "writing", "reading"};
-  const auto number = static_cast<size_t>(step);
-  const int percent = total > 0 ? static_cast<int>(int64_t{done} * 100 / total) : 100;
+  const auto number = static_cast<std::size_t>(step);
+  const int percent = total > 0 ? static_cast<int>(std::int64_t{done} * 100 / total) : 100;
   static_cast<FlashProgress*>(context)->line_.show(
       std::string(number < kSteps.size() ? kSteps[number] : "working") + " " +
       std::to_string(percent) + " %");

@@ -5,14 +5,14 @@
 
 namespace orvik::ctl {
 
-FramePool::FramePool(size_t frameBytes, size_t memoryBytes) {
-  constexpr size_t kMostFrames = 4096;
-  const size_t count =
-      std::clamp<size_t>(memoryBytes / std::max<size_t>(frameBytes, 1), 2, kMostFrames);
+FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes) {
+  constexpr std::size_t kMostFrames = 4096;
+  const std::size_t count =
+      std::clamp<std::size_t>(memoryBytes / std::max<std::size_t>(frameBytes, 1), 2, kMostFrames);
   // Left unfilled: pages that no frame reaches cost no memory.
-  memory_ = std::make_unique_for_overwrite<uint8_t[]>(count * frameBytes);
+  memory_ = std::make_unique_for_overwrite<std::uint8_t[]>(count * frameBytes);
   frames_.resize(count);
-  for (size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < count; ++i) {
     frames_[i].pixels = {memory_.get() + i * frameBytes, frameBytes};
     free_.push_back(&frames_[i]);
   }

@@ -15,45 +15,43 @@
 
 namespace orvik::ctl {
 
-/** A captured frame on its way to the disk. */
+/// A captured frame on its way to the disk.
 struct PooledFrame {
-  std::span<uint8_t> pixels;
+  std::span<std::uint8_t> pixels;
   Orvik_FRAME_INFO info{};
 };
 
-/**
- * A fixed number of frame buffers between the thread that reads the camera and the one that writes
- * files: a queue of bounded memory. One thread on either side.
- *
- * The buffer that was freed last is filled next, so that while the writer keeps up only a few
- * buffers are ever touched and the processor's caches stay warm.
- */
+/// A fixed number of frame buffers between the thread that reads the camera and the one that writes
+/// files: a queue of bounded memory. One thread on either side.
+///
+/// The buffer that was freed last is filled next, so that while the writer keeps up only a few
+/// buffers are ever touched and the processor's caches stay warm.
 class FramePool {
  public:
-  /** What taking a frame has brought. */
+  /// What taking a frame has brought.
   enum class Taken { kFrame, kNothingYet, kEnd };
 
-  /** As many buffers as fit into `memoryBytes`, two at least. */
-  FramePool(size_t frameBytes, size_t memoryBytes);
+  /// As many buffers as fit into `memoryBytes`, two at least.
+  FramePool(std::size_t frameBytes, std::size_t memoryBytes);
 
-  /** Reading side: a buffer to fill, waiting for one if need be; null once the pool is closed. */
+  /// Reading side: a buffer to fill, waiting for one if need be; null once the pool is closed.
   PooledFrame* acquire();
-  /** Reading side: queues the filled buffer. */
+  /// Reading side: queues the filled buffer.
   void publish(PooledFrame* frame);
-  /** Reading side: gives an unfilled buffer back. */
+  /// Reading side: gives an unfilled buffer back.
   void giveBack(PooledFrame* frame);
-  /** Reading side: no frame will follow. */
+  /// Reading side: no frame will follow.
   void end();
 
-  /** Writing side: the oldest queued frame; kEnd once there will be none. */
+  /// Writing side: the oldest queued frame; kEnd once there will be none.
   Taken take(PooledFrame*& frame, std::chrono::milliseconds wait);
-  /** Writing side: the frame is written. */
+  /// Writing side: the frame is written.
   void release(PooledFrame* frame) { giveBack(frame); }
-  /** Writing side: no frame is wanted any more; acquire() then answers null. */
+  /// Writing side: no frame is wanted any more; acquire() then answers null.
   void close();
 
  private:
-  std::unique_ptr<uint8_t[]> memory_;
+  std::unique_ptr<std::uint8_t[]> memory_;
   std::vector<PooledFrame> frames_;
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -6,11 +6,11 @@
 namespace orvik::ctl {
 namespace {
 
-constexpr size_t kLineWidth = 96;
-constexpr size_t kDescriptionColumn = 26;
+constexpr std::size_t kLineWidth = 96;
+constexpr std::size_t kDescriptionColumn = 26;
 
-/** The words of `text` in lines that begin at the column of descriptions. */
-std::string wrapped(const std::string& text, size_t column) {
+/// The words of `text` in lines that begin at the column of descriptions.
+std::string wrapped(const std::string& text, std::size_t column) {
   std::string result;
   const auto breakLine = [&] {
     result += "\n" + std::string(kDescriptionColumn, ' ');

@@ -5,13 +5,14 @@
 #include <optional>
 
 #include "tools/orvikctl/camera.h"
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
 
 namespace orvik::ctl {
 
 using Json = nlohmann::ordered_json;
 
-/** A control as `controls`, `get` and `set` report it; `value` is null if it cannot be read. */
+/// A control as `controls`, `get` and `set` report it; `value` is null if it cannot be read.
 inline Json controlJson(const Orvik_CONTROL_CAPS& caps, const std::optional<ControlValue>& now) {
   return {
       {"name", caps.name},
@@ -20,7 +21,7 @@ inline Json controlJson(const Orvik_CONTROL_CAPS& caps, const std::optional<Cont
       {"min", caps.minValue},
       {"max", caps.maxValue},
       {"default", caps.defaultValue},
-      {"unit", unitOf(caps.controlType)},
+      {"unit", controlFacts(caps.controlType).unit},
       {"autoSupported", caps.autoSupported == Orvik_TRUE},
       {"writable", caps.writable == Orvik_TRUE},
       {"description", caps.description},

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/help_text.h"
@@ -16,22 +17,9 @@ using orvik::ctl::Command;
 using orvik::ctl::ExitCode;
 
 constexpr const char* kFooter =
-    "`orvikctl COMMAND --help` explains the options of a command.\n"
-    "\n"
-    "Exit codes:\n"
-    "  0    done\n"
-    "  1    a check found something wrong\n"
-    "  2    an option or a value was refused; nothing was done\n"
-    "  3    no camera, or not the one that was named\n"
-    "  4    the camera could not be opened\n"
-    "  5    the camera failed, or sent no image in time\n"
-    "  6    a file could not be read or written\n"
-    "  70   a fault of this program\n"
-    "  130  interrupted with Ctrl-C or SIGTERM; what had been captured is kept\n"
-    "\n"
     "Results go to standard output; messages and progress to standard error, progress only on a\n"
     "terminal. Files that exist are replaced only with --overwrite; single images appear under\n"
-    "their names once they are complete.\n"
+    "their names when they are complete.\n"
     "\n"
     "Examples:\n"
     "  orvikctl list\n"
@@ -40,7 +28,19 @@ constexpr const char* kFooter =
     "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n"
     "  orvikctl cool --target -10 --rate 2\n";
 
-/** How to ask for the help of the subcommand in use, or of the program. */
+std::string footer() {
+  std::string text =
+      "`orvikctl COMMAND --help` explains the options of a command.\n\nExit codes:\n";
+  for (int number = 0; number <= orvik::ctl::kHighestExitCode; ++number) {
+    const std::string_view meaning = exitCodeText(ExitCode{number});
+    if (meaning.empty()) continue;
+    const std::string digits = std::to_string(number);
+    text.append("  ").append(digits).append(5 - digits.size(), ' ').append(meaning).append("\n");
+  }
+  return text + "\n" + kFooter;
+}
+
+/// How to ask for the help of the subcommand in use, or of the program.
 std::string helpCommand(const CLI::App& program) {
   const auto used = program.get_subcommands();
   if (used.empty()) return "--help";
@@ -56,7 +56,7 @@ int run(int argc, char** argv) {
     return "orvikctl: " + std::string(error.what()) + "\nRun `orvikctl " + helpCommand(*app) +
            "` for the options.\n";
   });
-  program.footer(kFooter);
+  program.footer(footer());
   using namespace orvik::ctl;
   const std::array commands = {
       addList(program),  addInfo(program),     addControls(program),  addGet(program),

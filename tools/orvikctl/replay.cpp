@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** In the place of the user's folder for configurations while this run lasts. */
+/// Used instead of the user's configuration folder during this run.
 const fs::path& configurations() {
   static const ScratchFolder folder;
   return folder.path();

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 
@@ -16,7 +16,7 @@ ScratchFolder::ScratchFolder() {
 }
 
 ScratchFolder::~ScratchFolder() {
-  // What cannot be removed here, the system clears away with its other temporary files.
+  // What cannot be removed here is removed by the system with its other temporary files.
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

@@ -5,10 +5,10 @@
 
 namespace orvik::ctl {
 
-/** An empty folder of this run, which goes with all that is in it when this object does. */
+/// An empty temporary folder. The destructor removes it with its contents.
 class ScratchFolder {
  public:
-  /** @throws Failure (kFileFailed) if there is no place for one */
+  /// @throws Failure (kFileFailed) if there is no place for one
   ScratchFolder();
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;

@@ -7,7 +7,7 @@
 
 namespace orvik::ctl {
 
-/** Rows of text in columns as wide as their longest cell. */
+/// Rows of text in columns as wide as their longest cell.
 class Table {
  public:
   explicit Table(std::vector<std::string> heading) { rows_.push_back(std::move(heading)); }

@@ -19,13 +19,13 @@ constexpr std::array kUnits = {Unit{"", 1.0}, Unit{"us", 1.0}, Unit{"ms", 1e3}, 
 constexpr double kLongestUs = 10 * 365.25 * 86400e6;
 constexpr int kLargestSize = 1'000'000;
 
-/** Takes a number from the front of `text`. */
+/// Takes a number from the front of `text`.
 template <typename Number>
 std::optional<Number> takeNumber(std::string_view& text) {
   Number number{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc{}) return std::nullopt;
-  text.remove_prefix(static_cast<size_t>(end - text.data()));
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
   return number;
 }
 
@@ -37,7 +37,7 @@ bool takeCharacter(std::string_view& text, char expected) {
 
 }  // namespace
 
-std::optional<int64_t> parseDuration(std::string_view text) {
+std::optional<std::int64_t> parseDuration(std::string_view text) {
   const auto number = takeNumber<double>(text);
   if (!number || !std::isfinite(*number) || *number < 0) return std::nullopt;
   while (takeCharacter(text, ' ')) {
@@ -70,8 +70,8 @@ std::optional<Region> parseRegion(std::string_view text) {
   return region;
 }
 
-std::optional<int32_t> parseInteger(std::string_view text) {
-  const auto number = takeNumber<int32_t>(text);
+std::optional<std::int32_t> parseInteger(std::string_view text) {
+  const auto number = takeNumber<std::int32_t>(text);
   return text.empty() ? number : std::nullopt;
 }
 
@@ -85,7 +85,7 @@ std::optional<Setting> parseSetting(std::string_view text) {
   return Setting{std::string(text), isAuto};
 }
 
-std::string formatDuration(int64_t microseconds) {
+std::string formatDuration(std::int64_t microseconds) {
   const auto us = static_cast<double>(microseconds);
   std::array<char, 40> text{};
   if (microseconds < 1000) {

@@ -8,7 +8,7 @@
 
 namespace orvik::ctl {
 
-/** A region of the delivered image in pixels after binning; centred when no position was given. */
+/// A region of the delivered image in pixels after binning; centred when no position was given.
 struct Region {
   struct Position {
     int x = 0;
@@ -19,32 +19,30 @@ struct Region {
   std::optional<Position> position;
 };
 
-/** A value as typed: "200", "200:auto", or "auto", which keeps the present value. */
+/// A value as typed: "200", "200:auto", or "auto", which keeps the present value.
 struct Setting {
   std::optional<std::string> value;
   bool isAuto = false;
 };
 
-/**
- * Reads a length of time: "1500us", "20ms", "2.5s", "3min"; a plain number counts microseconds.
- *
- * @return microseconds, 0 or more, rounded to the nearest; or nothing if `text` is no such time
- */
-std::optional<int64_t> parseDuration(std::string_view text);
+/// Reads a length of time: "1500us", "20ms", "2.5s", "3min"; a plain number counts microseconds.
+///
+/// @return microseconds, 0 or more, rounded to the nearest; or nothing if `text` is no such time
+std::optional<std::int64_t> parseDuration(std::string_view text);
 
-/** Reads "WxH" or "WxH+X+Y": sizes 1 or more, positions 0 or more. */
+/// Reads "WxH" or "WxH+X+Y": sizes 1 or more, positions 0 or more.
 std::optional<Region> parseRegion(std::string_view text);
 
-/** Reads a whole number that fits 32 bits. */
-std::optional<int32_t> parseInteger(std::string_view text);
+/// Reads a whole number that fits 32 bits.
+std::optional<std::int32_t> parseInteger(std::string_view text);
 
-/** Splits a trailing ":auto" off. Nothing if there is neither a value nor "auto". */
+/// Splits a trailing ":auto" off. Nothing if there is neither a value nor "auto".
 std::optional<Setting> parseSetting(std::string_view text);
 
-/** Writes microseconds in the unit that reads best: "32 us", "20 ms", "2.5 s". */
-std::string formatDuration(int64_t microseconds);
+/// Writes microseconds in the unit that reads best: "32 us", "20 ms", "2.5 s".
+std::string formatDuration(std::int64_t microseconds);
 
-/** The text in lower case without spaces, '-' and '_', so that "cooler-on" finds "Cooler on". */
+/// The text in lower case without spaces, '-' and '_', so that "cooler-on" finds "Cooler on".
 std::string foldName(std::string_view text);
 
 }  // namespace orvik::ctl

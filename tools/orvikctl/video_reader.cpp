@@ -8,7 +8,7 @@
 namespace orvik::ctl {
 namespace {
 
-// Waiting in slices keeps Ctrl-C prompt during long exposures.
+// Waits in slices, so that Ctrl-C takes effect at once during long exposures.
 constexpr auto kSlice = std::chrono::milliseconds(100);
 
 std::chrono::microseconds exposureOf(const Camera& camera) {
@@ -18,7 +18,7 @@ std::chrono::microseconds exposureOf(const Camera& camera) {
 }  // namespace
 
 VideoReader::VideoReader(Camera& camera, const ImageFormat& format, const VideoLimits& limits,
-                         size_t memoryBytes)
+                         std::size_t memoryBytes)
     : camera_(camera),
       limits_(limits),
       readOutLimit_(readOutLimit(format)),
@@ -52,7 +52,7 @@ void VideoReader::run() {
 }
 
 void VideoReader::readAll() {
-  for (int64_t count = 0; !limits_.frames || count < *limits_.frames; ++count) {
+  for (std::int64_t count = 0; !limits_.frames || count < *limits_.frames; ++count) {
     PooledFrame* frame = pool_.acquire();
     if (frame == nullptr) return;
     if (!waitForFrame(*frame)) {

@@ -13,31 +13,30 @@
 
 namespace orvik::ctl {
 
-/** When a recording ends by itself. */
+/// The limits at which a recording ends.
 struct VideoLimits {
-  std::optional<int64_t> frames;
+  std::optional<std::int64_t> frames;
   std::optional<std::chrono::microseconds> duration;  ///< since the start of capture
 };
 
-/**
- * Reads the video of a camera on a thread of its own, so that a slow disk does not hold the camera
- * up. Starts capture; stops it when the limits are reached, the user interrupts, or a fault comes.
- */
+/// Reads the video of a camera on a thread of its own, so that a slow disk does not hold the camera
+/// up. Starts capture; stops it when the limits are reached, the user interrupts, or the camera
+/// fails.
 class VideoReader {
  public:
-  /** @param memoryBytes most memory for frames that wait to be written */
+  /// @param memoryBytes limit of the memory for frames that wait to be written
   VideoReader(Camera& camera, const ImageFormat& format, const VideoLimits& limits,
-              size_t memoryBytes);
-  /** Ends the thread; frames still queued are lost. */
+              std::size_t memoryBytes);
+  /// Ends the thread; frames still queued are lost.
   ~VideoReader();
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
 
-  /** The frames; take() and release() are for the caller. */
+  /// The frames; take() and release() are for the caller.
   FramePool& frames() { return pool_; }
-  /** Frames lost so far. Any thread. */
-  [[nodiscard]] int64_t lost() const { return lost_.load(std::memory_order_relaxed); }
-  /** After the last frame was taken: throws what ended the capture early, if anything did. */
+  /// Frames lost so far. Any thread.
+  [[nodiscard]] std::int64_t lost() const { return lost_.load(std::memory_order_relaxed); }
+  /// After the last frame was taken: throws what ended the capture early, if anything did.
   void finish();
 
  private:
@@ -56,7 +55,7 @@ class VideoReader {
   FramePool pool_;
   Clock::time_point begun_;
   std::atomic<bool> stop_ = false;
-  std::atomic<int64_t> lost_ = 0;
+  std::atomic<std::int64_t> lost_ = 0;
   std::exception_ptr fault_;  // written by the thread, read once it has ended
   std::thread thread_;
 };

@@ -23,7 +23,7 @@ VirtualCameras::~VirtualCameras() {
 }
 
 void VirtualCameras::plug(const std::string& description) {
-  const size_t comma = description.find(',');
+  const std::size_t comma = description.find(',');
   const std::string model = description.substr(0, comma);
   const std::string options = comma == std::string::npos ? "" : description.substr(comma + 1);
   if (OrvikSimPlug(model.c_str(), options.c_str()) < 0) failPlug(description);

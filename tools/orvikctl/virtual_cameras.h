@@ -5,7 +5,7 @@
 
 namespace orvik::ctl {
 
-/** The virtual cameras of this run: plugged one by one, pulled out together. */
+/// The virtual cameras of this run. They are plugged in one by one and unplugged together.
 class VirtualCameras {
  public:
   VirtualCameras() = default;
@@ -13,12 +13,10 @@ class VirtualCameras {
   VirtualCameras(const VirtualCameras&) = delete;
   VirtualCameras& operator=(const VirtualCameras&) = delete;
 
-  /**
-   * Plugs a camera in.
-   *
-   * @param description "MODEL" or "MODEL,option,..." as OrvikSimPlug() takes them
-   * @throws Failure (kUsage) that tells what is wrong with it
-   */
+  /// Plugs a camera in.
+  ///
+  /// @param description "MODEL" or "MODEL,option,..." as OrvikSimPlug() takes them
+  /// @throws Failure (kUsage) that says what is wrong with it
   void plug(const std::string& description);
 
  private:

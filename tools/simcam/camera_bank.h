@@ -16,7 +16,7 @@ namespace orvik::simcam {
 /// thread.
 class CameraBank {
  public:
-  /// @param defaults plug options that hold where a description gives no others, "" for none
+  /// @param defaults plug options that apply unless a description gives others; "" for none
   CameraBank(sim::SimHost& host, std::string defaults)
       : host_(host), defaults_(std::move(defaults)) {}
 
@@ -24,7 +24,7 @@ class CameraBank {
     std::string busId;    ///< empty when it failed
     std::string refusal;  ///< one sentence
   };
-  /// Plugs a camera in, under the lowest free number.
+  /// Plugs in a camera under the lowest free number.
   /// @param description "MODEL" or "MODEL,key=value,..." with the keys of orvik_sim.h
   Plugging plug(std::string_view description);
   /// @return false when there is no such camera.
@@ -43,7 +43,7 @@ class CameraBank {
   sim::SimHost& host_;
   const std::string defaults_;
   std::mutex mutex_;
-  std::map<int, int> idOfNumber_;  ///< bus id's number to the host's id
+  std::map<int, int> idOfNumber_;  ///< the number in the bus id, and the host's id
 };
 
 }  // namespace orvik::simcam

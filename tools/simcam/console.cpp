@@ -8,10 +8,11 @@ namespace orvik::simcam {
 namespace {
 
 constexpr auto* kHelp =
-    "list                     cameras, and whether they are imported\n"
-    "plug MODEL[,KEY=VALUE...]  plug a camera in\n"
-    "unplug BUSID             pull a camera out, whatever it is doing\n"
-    "quit                     end\n";
+    "list                       list the cameras, and whether they are imported\n"
+    "plug MODEL[,KEY=VALUE...]  plug in a camera\n"
+    "unplug BUSID               unplug a camera, whatever it is doing\n"
+    "help                       print this list\n"
+    "quit                       end the server\n";
 
 std::string quoted(std::string_view text) { return std::string("'").append(text).append("'"); }
 
@@ -33,7 +34,7 @@ Console::Answer Console::execute(std::string_view line) {
     return {(done.busId.empty() ? done.refusal : done.busId + " plugged") + "\n"};
   }
   if (command == "unplug" && !bare && extra.empty()) {
-    // First the camera, so that what is in flight ends as it does when a cable is pulled.
+    // The camera first, so that transfers in flight end as they do when a cable is pulled.
     const bool was = bank_.unplug(argument);
     server_.disconnect(argument);
     return {was ? argument + " unplugged\n" : "There is no camera " + quoted(argument) + ".\n"};

@@ -9,13 +9,13 @@
 
 namespace orvik::simcam {
 
-/// The commands that a running server takes, one a line.
+/// The commands that a running server takes, one on each line.
 class Console {
  public:
   Console(CameraBank& bank, Server& server) : bank_(bank), server_(server) {}
 
   struct Answer {
-    std::string text;  ///< lines to print, each with its end
+    std::string text;  ///< lines to print, each with its newline
     bool quit = false;
   };
   Answer execute(std::string_view line);

@@ -44,8 +44,8 @@ std::string plugDefaults(const Options& options) {
   return text;
 }
 
-/// Signals that end the program, as a descriptor. To be made before any thread, which inherits the
-/// mask.
+/// The signals that end the program, as a descriptor. Called before the first thread is started,
+/// because threads inherit the signal mask.
 int endSignals() {
   sigset_t set;
   sigemptyset(&set);
@@ -56,8 +56,8 @@ int endSignals() {
   return signalfd(-1, &set, SFD_CLOEXEC);
 }
 
-/// Carries out commands from standard input until one says so or a signal comes. The end of the
-/// input alone does not end the server: it may run without a terminal.
+/// Executes commands from standard input until `quit` or a signal. The end of the input does not
+/// end the server, which may run without a terminal.
 void converse(Console& console, int signals) {
   std::string pending;
   bool inputOpen = true;
@@ -118,20 +118,20 @@ int main(int argc, char** argv) {
   using namespace orvik::simcam;
   try {
     CLI::App app(
-        "Virtual cameras for this machine's kernel, or another's, by USB/IP.\n"
+        "Exports virtual cameras by USB/IP, to this machine's kernel or to another machine.\n"
         "As root: modprobe vhci-hcd; usbip attach -r localhost -b 1-1\n"
         "Commands on standard input: list, plug, unplug, quit, help.");
     Options options;
     app.add_option("CAMERA", options.cameras,
                    "cameras to plug in, as MODEL or MODEL,KEY=VALUE,... (one T15C)");
     bool empty = false;
-    app.add_flag("--empty", empty, "plug none in; the console will");
+    app.add_flag("--empty", empty, "start without a camera; plug them in with commands");
     app.add_option("--listen", options.listen, "IPv4 address to listen on")->capture_default_str();
     app.add_option("--port", options.port, "TCP port, 0 for any")->capture_default_str();
-    app.add_option("--scene", options.scene, "what all cameras see unless told otherwise");
-    app.add_option("--seed", options.seed, "seed of all cameras unless told otherwise");
+    app.add_option("--scene", options.scene, "scene of all cameras without one of their own");
+    app.add_option("--seed", options.seed, "seed of all cameras without one of their own");
     app.add_option("--fault", options.faults,
-                   "what goes wrong with all cameras unless told otherwise; docs/faults.md");
+                   "fault script of all cameras without one of their own; see docs/faults.md");
     CLI11_PARSE(app, argc, argv);
     if (options.cameras.empty() && !empty) options.cameras.emplace_back("T15C");
     return run(options);

@@ -41,11 +41,13 @@ std::optional<DeviceRecord> describe(seam::Port& port, const Export& exported) {
 
 }  // namespace
 
-Server::Server(seam::Host& host, Socket listener, ExportList exports, Log log)
+Server::Server(seam::Host& host, Socket listener, ExportList exports, Log log,
+               const SessionLimits& limits)
     : host_(host),
       listener_(std::move(listener)),
       exports_(std::move(exports)),
       log_(std::move(log)),
+      limits_(limits),
       acceptor_([this] { acceptAll(); }) {}
 
 Server::~Server() {
@@ -105,7 +107,7 @@ void Server::answerList(const Socket& socket) {
     const auto record = port ? describe(*port, exported) : std::nullopt;
     if (record) records.push_back(*record);
   }
-  // Whoever asked and went away needs no answer.
+  // A client that has disconnected needs no answer.
   static_cast<void>(socket.write(deviceListReply(records)));
 }
 
@@ -134,7 +136,7 @@ void Server::serveImport(Connection& connection) {
   if (!connection.socket.write(importReply(status, record)) || status != ImportStatus::kOk) return;
 
   log_(busId + " imported");
-  Session(connection.socket, std::move(port)).run();
+  Session(connection.socket, std::move(port), limits_).run();
   log_(busId + " given back");
 }
 

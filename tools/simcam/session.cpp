@@ -13,21 +13,21 @@ using namespace std::chrono_literals;
 using seam::TransferStatus;
 
 constexpr auto kControlTimeout = 5000ms;
-constexpr auto kCancelTime = 5000ms;
-/// Longer than a long exposure's slice; only how often a wait looks around.
+constexpr auto kCancelTimeout = 5000ms;
+/// How often a wait for the oldest transfer checks whether the session is over.
 constexpr auto kCompletionSlice = 1000ms;
 constexpr std::size_t kMaxControlBytes = 0xFFFF;
-/// What one importer may make this process hold: far above usbfs's own limits.
-constexpr std::size_t kMaxTransferBytes = std::size_t{64} << 20U;
-constexpr std::size_t kMaxBytesInFlight = std::size_t{512} << 20U;
-constexpr std::size_t kMaxTransfers = 4096;
 
 constexpr std::uint8_t kToHostBit = 0x80;
 
 }  // namespace
 
-Session::Session(const Socket& socket, std::unique_ptr<seam::Port> port)
-    : socket_(socket), port_(std::move(port)), controlTransfer_(port_->newControlTransfer()) {}
+Session::Session(const Socket& socket, std::unique_ptr<seam::Port> port,
+                 const SessionLimits& limits)
+    : socket_(socket),
+      port_(std::move(port)),
+      controlTransfer_(port_->newControlTransfer()),
+      limits_(limits) {}
 
 void Session::run() {
   std::thread completer([this] { completeInOrder(); });
@@ -61,8 +61,8 @@ bool Session::control(const SubmitMessage& message) {
                                                    std::chrono::milliseconds(kControlTimeout));
   std::size_t moved = 0;
   if (status == TransferStatus::kOk) {
-    // The host ends it by its own time-out; the rest is for the way there.
-    if (!controlTransfer_->wait(kControlTimeout + kCancelTime)) return false;
+    // The host ends the transfer at its timeout and then needs some time to report it.
+    if (!controlTransfer_->wait(kControlTimeout + kCancelTimeout)) return false;
     status = controlTransfer_->status();
     moved = std::min(controlTransfer_->actualBytes(), memory->size());
   }
@@ -71,29 +71,31 @@ bool Session::control(const SubmitMessage& message) {
          status != TransferStatus::kNoDevice;
 }
 
-// The cameras have no endpoint that takes data; what comes for one is read and refused.
+// The cameras have no bulk endpoint that takes data: the data is read and the transfer refused.
 bool Session::refuseBulkOut(const SubmitMessage& message) {
-  if (message.length > kMaxTransferBytes) return false;
+  if (message.length > limits_.transferBytes) return false;
   std::vector<std::uint8_t> data(message.length);
   return socket_.read(data) && reply(submitReply(message.sequence, TransferStatus::kStalled, 0));
 }
 
 bool Session::bulkIn(const SubmitMessage& message) {
-  if (message.length > kMaxTransferBytes) return false;
+  if (message.length > limits_.transferBytes) return false;
   const BulkPtr bulk = idleTransfer(message.endpoint | kToHostBit);
   bulk->sequence = message.sequence;
   bulk->length = message.length;
   if (bulk->memory->size() < message.length) bulk->memory->resize(message.length);
   TransferStatus status = TransferStatus::kOk;
   {
-    // Submitted under the lock: the completing thread must not see it before it is in flight.
+    // Submitted under the lock, so that the completing thread sees only transfers in flight.
     const std::lock_guard lock(mutex_);
-    if (bytesInFlight_ + bulk->length > kMaxBytesInFlight || inFlight_.size() >= kMaxTransfers) {
+    if (bytesInFlight_ + bulk->length > limits_.bytesInFlight ||
+        inFlight_.size() >= limits_.transfers) {
       return false;
     }
     status = bulk->transfer->submit({std::span(*bulk->memory).first(bulk->length), bulk->memory});
     if (status == TransferStatus::kOk) {
       bytesInFlight_ += bulk->length;
+      bulk->submission = ++submissions_;
       inFlight_.push_back(bulk);
     } else {
       idle_.push_back(bulk);
@@ -124,18 +126,18 @@ Session::BulkPtr Session::idleTransfer(std::uint8_t endpoint) {
   return bulk;
 }
 
-bool Session::takeOut(const BulkPtr& bulk) {
+bool Session::takeOut(const BulkPtr& bulk, std::uint64_t submission) {
   const std::lock_guard lock(mutex_);
   const auto found = std::ranges::find(inFlight_, bulk);
-  if (found == inFlight_.end()) return false;
+  if (found == inFlight_.end() || bulk->submission != submission) return false;
   inFlight_.erase(found);
   bytesInFlight_ -= bulk->length;
   return true;
 }
 
-bool Session::finish(const BulkPtr& bulk) {
+bool Session::finish(const BulkPtr& bulk, std::uint64_t submission) {
   const std::lock_guard order(replyMutex_);
-  return !takeOut(bulk) || answer(bulk);
+  return !takeOut(bulk, submission) || answer(bulk);
 }
 
 bool Session::answer(const BulkPtr& bulk) {
@@ -162,15 +164,16 @@ bool Session::unlink(const UnlinkMessage& message) {
   }
   if (bulk) {
     bulk->transfer->cancel();
-    if (!bulk->transfer->wait(kCancelTime)) return false;
+    if (!bulk->transfer->wait(kCancelTimeout)) return false;
   }
   const std::lock_guard order(replyMutex_);
   bool cancelled = false;
-  if (bulk && takeOut(bulk)) {
+  // Only this thread submits: the object is still the transfer that was found.
+  if (bulk && takeOut(bulk, bulk->submission)) {
     cancelled = bulk->transfer->status() == TransferStatus::kCancelled;
     if (cancelled) {
       makeIdle(bulk);
-    } else if (!answer(bulk)) {  // it ended by itself just before: its data must not be lost
+    } else if (!answer(bulk)) {  // it completed before it was cancelled: its data must not be lost
       return false;
     }
   }
@@ -180,14 +183,16 @@ bool Session::unlink(const UnlinkMessage& message) {
 void Session::completeInOrder() {
   for (;;) {
     BulkPtr oldest;
+    std::uint64_t submission = 0;
     {
       std::unique_lock lock(mutex_);
       arrived_.wait(lock, [this] { return over_ || !inFlight_.empty(); });
       if (over_) return;
       oldest = inFlight_.front();
+      submission = oldest->submission;
     }
     if (!oldest->transfer->wait(kCompletionSlice)) continue;
-    if (!finish(oldest)) socket_.shutdown();  // which ends the reading too
+    if (!finish(oldest, submission)) socket_.shutdown();  // also ends the reading thread
   }
 }
 
@@ -203,10 +208,10 @@ void Session::cancelAll() {
     over_ = true;
     rest = inFlight_;
   }
-  socket_.shutdown();  // the importer sees the device go, and no reply waits for it any more
+  socket_.shutdown();  // the importer sees the device disappear; no reply blocks any more
   arrived_.notify_all();
   for (const BulkPtr& bulk : rest) bulk->transfer->cancel();
-  for (const BulkPtr& bulk : rest) bulk->transfer->wait(kCancelTime);
+  for (const BulkPtr& bulk : rest) bulk->transfer->wait(kCancelTimeout);
 }
 
 }  // namespace orvik::simcam

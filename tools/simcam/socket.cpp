@@ -10,13 +10,13 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 #include <utility>
 
 namespace orvik::simcam {
 namespace {
 
-// The interface of sockets is older than the types that it takes.
+// The socket calls take a generic address type.
 sockaddr* generic(sockaddr_in* address) {
   return reinterpret_cast<sockaddr*>(
       address);  // NOLINT(cppcoreguidelines-pro-type-reinterpret-cast)
@@ -41,12 +41,12 @@ std::optional<Socket> Socket::listenOn(const std::string& address, std::uint16_t
   }
   Socket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const int on = 1;
-  // Without it a server that was just ended keeps its port for a minute.
+  // Otherwise the port stays in use for a minute after the server has ended.
   ::setsockopt(socket.descriptor_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   constexpr int kBacklog = 8;
   if (socket.descriptor_ < 0 || ::bind(socket.descriptor_, generic(&place), sizeof place) != 0 ||
       ::listen(socket.descriptor_, kBacklog) != 0) {
-    error = address + ":" + std::to_string(port) + ": " + std::strerror(errno);
+    error = address + ":" + std::to_string(port) + ": " + std::generic_category().message(errno);
     return std::nullopt;
   }
   return socket;
@@ -57,7 +57,7 @@ std::optional<Socket> Socket::accept() const {
     const int descriptor = ::accept4(descriptor_, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor >= 0) {
       const int on = 1;
-      // Replies are whole messages: none should wait for another to fill a packet.
+      // Replies are whole messages, which must not be delayed until a packet is full.
       ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
       return Socket(descriptor);
     }

@@ -8,8 +8,8 @@
 
 namespace orvik::simcam {
 
-/// A TCP connection, or a place where connections arrive. Closed with the object. shutdown() may be
-/// called from any thread, and ends every wait of the others.
+/// A TCP connection, or a listening socket. The destructor closes it. shutdown() may be called from
+/// any thread; it ends the calls that are blocked in other threads.
 class Socket {
  public:
   explicit Socket(int descriptor) : descriptor_(descriptor) {}
@@ -18,8 +18,9 @@ class Socket {
   Socket& operator=(const Socket&) = delete;
   ~Socket();
 
-  /// Listens on an IPv4 address. @param port 0 for any that is free
-  /// @return none, and `error` tells why.
+  /// Listens on an IPv4 address.
+  /// @param port 0 for any free port
+  /// @return none on failure; `error` is then the reason
   static std::optional<Socket> listenOn(const std::string& address, std::uint16_t port,
                                         std::string& error);
 
@@ -28,7 +29,7 @@ class Socket {
   /// The port that it listens on.
   [[nodiscard]] std::uint16_t port() const;
 
-  /// Waits until all of `bytes` are there. @return false when the connection has ended.
+  /// Waits until all of `bytes` have been received. @return false when the connection has ended
   [[nodiscard]] bool read(std::span<std::uint8_t> bytes) const;
   /// Sends both, one after the other. @return false when the connection has ended.
   [[nodiscard]] bool write(std::span<const std::uint8_t> head,

@@ -35,7 +35,7 @@ std::uint16_t readUsb16(std::span<const std::uint8_t> bytes, std::size_t at) {
   return static_cast<std::uint16_t>(bytes[at] | bytes[at + 1] << 8U);
 }
 
-/// Bytes in the making.
+/// Builds a message byte by byte.
 class Writer {
  public:
   Writer& u8(unsigned value) {
@@ -69,7 +69,7 @@ Writer operation(Operation code, ImportStatus status) {
   return writer;
 }
 
-/// Numbers of the kernel's own list of speeds.
+/// The kernel's numbers of the speeds.
 std::uint32_t number(Speed speed) {
   switch (speed) {
     case Speed::kLow:
@@ -86,13 +86,13 @@ std::uint32_t number(Speed speed) {
   return 0;
 }
 
-/// All cameras have one configuration, with one interface of the vendor's own class.
+/// Every camera has one configuration, with one interface of the vendor-specific class.
 void write(Writer& writer, const DeviceRecord& device) {
   writer.text("/sys/devices/orvik/usb" + std::to_string(device.bus) + "/" + device.busId,
               kPathBytes);
   writer.text(device.busId, kBusIdBytes).u32(device.bus).u32(device.address);
   writer.u32(number(device.speed)).u16(device.vendorId).u16(device.productId);
-  writer.u16(device.release).u8(0).u8(0).u8(0);  // the class is the interface's
+  writer.u16(device.release).u8(0).u8(0).u8(0);  // the interface has the class
   writer.u8(1).u8(1).u8(1);
 }
 

@@ -11,13 +11,13 @@
 
 #include "seam/usb_host.h"
 
-/// USB/IP 1.1.1 as Linux speaks it (Documentation/usb/usbip_protocol.rst): numbers big-endian but
-/// for the setup packet, which is as USB has it. Bytes in, records out; nothing here does I/O.
+/// USB/IP 1.1.1 as Linux speaks it (Documentation/usb/usbip_protocol.rst). Numbers are big-endian,
+/// except in the setup packet, which is as on USB. Only conversion; nothing here does I/O.
 namespace orvik::simcam {
 
 inline constexpr std::uint16_t kProtocolVersion = 0x0111;
 
-/// What a connection may begin with.
+/// The operations with which a connection may begin, and their replies.
 enum class Operation : std::uint16_t {
   kListDevices = 0x8005,
   kListDevicesReply = 0x0005,
@@ -52,10 +52,10 @@ struct DeviceRecord {
 };
 
 std::vector<std::uint8_t> deviceListReply(std::span<const DeviceRecord> devices);
-/// @param device described when the status is kOk
+/// @param device part of the reply only if the status is kOk
 std::vector<std::uint8_t> importReply(ImportStatus status, const DeviceRecord& device);
 
-/// Each message after an import begins with so many bytes.
+/// Bytes of the header with which each message after an import begins.
 inline constexpr std::size_t kMessageBytes = 48;
 
 /// A transfer that the importing machine asks for.
@@ -67,13 +67,13 @@ struct SubmitMessage {
   seam::SetupPacket setup;    ///< endpoint 0 only
 };
 
-/// Takes a transfer back.
+/// Cancels a transfer.
 struct UnlinkMessage {
   std::uint32_t sequence = 0;
   std::uint32_t target = 0;  ///< sequence number of the transfer
 };
 
-/// One of both, or neither when the bytes are no message that a device takes.
+/// One of the two, or neither if the bytes are no valid message.
 struct Message {
   std::optional<SubmitMessage> submit;
   std::optional<UnlinkMessage> unlink;
@@ -83,7 +83,7 @@ Message parseMessage(std::span<const std::uint8_t, kMessageBytes> bytes);
 using Reply = std::array<std::uint8_t, kMessageBytes>;
 /// @param moved bytes, which follow the reply when they go to the host
 Reply submitReply(std::uint32_t sequence, seam::TransferStatus status, std::size_t moved);
-/// @param cancelled whether the transfer was taken back; otherwise it had ended by itself
+/// @param cancelled whether the transfer was cancelled; otherwise it had completed before
 Reply unlinkReply(std::uint32_t sequence, bool cancelled);
 
 }  // namespace orvik::simcam

@@ -21,7 +21,7 @@ void printTable(const Camera& camera) {
     if (caps.writable == Orvik_FALSE) description += " (read only)";
     table.add({caps.name, now ? std::to_string(now->value) : "?", std::to_string(caps.minValue),
                std::to_string(caps.maxValue), std::to_string(caps.defaultValue),
-               std::string(unitOf(caps.controlType)), automatic, description});
+               std::string(controlFacts(caps.controlType).unit), automatic, description});
   }
   table.print(std::cout);
 }

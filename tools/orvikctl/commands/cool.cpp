@@ -33,7 +33,7 @@ struct CoolOptions : CommonOptions {
   bool noWarmUp = false;
 };
 
-/** @throws Failure (kUsage) naming the option */
+/// @throws Failure (kUsage) naming the option
 double secondsOf(const std::string& text, const char* option) {
   const auto microseconds = parseDuration(text);
   if (microseconds && *microseconds > 0) return static_cast<double>(*microseconds) / 1e6;
@@ -41,7 +41,7 @@ double secondsOf(const std::string& text, const char* option) {
                 std::string(option) + " " + text + ": give a time such as 90s or 20min.");
 }
 
-/** Leads a camera's temperature along ramps. Its end takes the cooler's power away. */
+/// Moves a camera's temperature along ramps. The destructor switches the cooler off.
 class Cooling {
  public:
   Cooling(Camera& camera, CoolingDisplay& display)
@@ -50,18 +50,16 @@ class Cooling {
     try {
       camera_.setValue(Orvik_CTL_COOLER_ON, {0, false});
     } catch (const Failure&) {
-      // Closing the camera takes the power away as well.
+      // Closing the camera switches the cooler off as well.
     }
   }
   Cooling(const Cooling&) = delete;
   Cooling& operator=(const Cooling&) = delete;
 
-  /**
-   * Leads from where the sensor is to `to`, and holds that.
-   *
-   * @param seconds when to end; nothing for never
-   * @return false when the user interrupted
-   */
+  /// Moves from the sensor's temperature to `to`, and holds it.
+  ///
+  /// @param seconds when to end; nothing for never
+  /// @return false when the user interrupted
   bool lead(double to, double degreesPerMinute, std::optional<double> seconds) {
     const CoolingRamp ramp(lastTemperature(), to, degreesPerMinute);
     const auto begun = Clock::now();
@@ -73,7 +71,7 @@ class Cooling {
     }
   }
 
-  /** Leads back to the temperature before cooling. False when the user interrupted. */
+  /// Moves back to the temperature before cooling. False if the user interrupted.
   bool warmUp(double degreesPerMinute) {
     const CoolingRamp ramp(lastTemperature(), startedAt_, degreesPerMinute);
     return lead(startedAt_, degreesPerMinute, ramp.duration());
@@ -86,7 +84,7 @@ class Cooling {
   [[nodiscard]] double temperature() const {
     return camera_.value(Orvik_CTL_TEMPERATURE).value / 10.0;
   }
-  /** Warming up begins at the last temperature that could be read. */
+  /// Warming up begins at the last temperature that could be read.
   [[nodiscard]] double lastTemperature() const { return camera_.coolerStatus().temperature / 10.0; }
 
   void follow(int target) {
@@ -105,7 +103,7 @@ class Cooling {
     display_.show(last_);
   }
 
-  /** Once when it comes, and once when it goes. */
+  /// Reports a fault once when it begins and once when it ends.
   void tellFault(Orvik_COOLER_FAULT fault) const {
     if (fault == last_.fault) return;
     if (fault == Orvik_COOLER_NO_FAULT) {
@@ -115,7 +113,7 @@ class Cooling {
     }
   }
 
-  /** Until the next reading is due, or for `most` seconds. False when the user interrupted. */
+  /// Waits until the next reading is due, or for `most` seconds. False if the user interrupted.
   static bool pause(double most) {
     const std::chrono::duration<double> length(std::min(most, kTickSeconds));
     const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(length);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -13,7 +14,7 @@
 #include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 #include "tools/orvikctl/progress.h"
 
 namespace orvik::ctl {
@@ -34,7 +35,7 @@ struct UseOptions : CommonOptions {
   std::string file;
 };
 
-/** A path that another run finds again. */
+/// A path that is valid in another run as well.
 std::string keptPath(const std::string& file) {
   std::string path = fs::absolute(file).string();
   if (path.size() >= ORVIK_PATH_BYTES) {
@@ -77,7 +78,7 @@ void setFromText(Camera& camera, Orvik_CONTROL_TYPE type, const std::string& tex
   }
 }
 
-/** Every sensor pixel in 8 bits, and nothing that changes while the dark is taken. */
+/// Every sensor pixel in 8 bits, and nothing that changes while the dark is taken.
 ImageFormat prepare(Camera& camera, const RecordOptions& options) {
   setFromText(camera, Orvik_CTL_EXPOSURE, options.exposure);
   setFromText(camera, Orvik_CTL_GAIN, options.gain);
@@ -92,8 +93,8 @@ ImageFormat prepare(Camera& camera, const RecordOptions& options) {
   return format;
 }
 
-/** Waits for one frame in short steps; false when the user interrupted. */
-bool takeFrame(Camera& camera, std::vector<uint8_t>& frame, Clock::duration limit) {
+/// Waits for one frame in short steps; false when the user interrupted.
+bool takeFrame(Camera& camera, std::vector<std::uint8_t>& frame, Clock::duration limit) {
   constexpr int kStepMs = 200;
   const auto end = Clock::now() + limit;
   while (!interrupted()) {
@@ -107,8 +108,8 @@ bool takeDark(Camera& camera, const ImageFormat& format) {
   int wanted = 0;
   check(OrvikStartDarkRecording(camera.handle(), &wanted), "recording the dark");
   const std::chrono::microseconds exposure(camera.value(Orvik_CTL_EXPOSURE).value);
-  std::vector<uint8_t> frame(static_cast<size_t>(format.width) *
-                             static_cast<size_t>(format.height));
+  std::vector<std::uint8_t> frame(static_cast<std::size_t>(format.width) *
+                                  static_cast<std::size_t>(format.height));
   Progress progress(true);
   Orvik_DARK_RECORDING recording{};
   camera.startVideo();

@@ -44,7 +44,7 @@ Orvik_FIRMWARE_FILE checkFile(const std::string& path) {
 
 bool hasSections(const Orvik_FIRMWARE_FILE& file) { return file.format == Orvik_FIRMWARE_SECTIONS; }
 
-/** Refuses firmware that is made for the other kind of bridge. */
+/// Refuses firmware that is made for the other kind of bridge.
 void requireBridge(const std::string& path, const Orvik_FIRMWARE_FILE& file,
                    const ConnectedCamera& camera) {
   if (!camera.info || hasSections(file) == (camera.info->usb3Camera == Orvik_TRUE)) return;
@@ -67,7 +67,7 @@ void printFile(const std::string& path, const Orvik_FIRMWARE_FILE& file, bool js
     return;
   }
   std::cout << path << ": firmware for the bridge of USB " << (hasSections(file) ? 3 : 2)
-            << " cameras, " << sizeText(static_cast<uintmax_t>(file.dataBytes))
+            << " cameras, " << sizeText(static_cast<std::uintmax_t>(file.dataBytes))
             << " of program and data, entry 0x" << hexText(file.entry, 8) << '\n'
             << (file.fitsFlash == Orvik_TRUE ? "It can be loaded, or written into the flash.\n"
                                              : "It can be loaded, not written into the flash.\n");
@@ -114,7 +114,7 @@ ExitCode load(const FirmwareOptions& options) {
   return ExitCode::kOk;
 }
 
-/** Says what a broken write means, besides what the library says. */
+/// Adds to the library's message what a failed write means.
 [[noreturn]] void failFlash(Orvik_ERROR_CODE code, const FirmwareOptions& options) {
   throw Failure(exitCodeOf(code),
                 "writing " + options.file + ": " + errorText(code) +
@@ -166,7 +166,7 @@ ExitCode verify(const FirmwareOptions& options) {
 
 using Work = ExitCode (*)(const FirmwareOptions&);
 
-/** @param writes whether it is to ask before */
+/// @param writes whether the command asks before it writes
 Command addMember(CLI::App& group, const char* name, const char* what, Work work, bool needsFile,
                   bool writes) {
   auto options = std::make_shared<FirmwareOptions>();

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <cerrno>
 #include <cstdint>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <vector>
@@ -14,43 +12,31 @@
 #include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/flash_progress.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 namespace {
 
 struct DumpOptions : CommonOptions {
-  uint32_t address = 0;
-  int32_t size = 0x80000;  // what this library keeps there, and the firmware
+  std::uint32_t address = 0;
+  std::int32_t size = 0x80000;  // what this library keeps there, and the firmware
   std::string output;
   bool overwrite = false;
 };
-
-void writeFile(const DumpOptions& options, const std::vector<unsigned char>& bytes) {
-  AtomicFile file(options.output, options.overwrite);
-  {
-    std::ofstream out(file.temporary(), std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) failWrite(options.output, errno);
-  }
-  file.commit();
-}
 
 ExitCode dump(const DumpOptions& options) {
   requireFolder(options.output);
   refuseExisting(options.output, options.overwrite);
   const ConnectedCameras cameras(options.virtualCameras);
   const Camera camera(cameras.choose(options.camera));
-  std::vector<unsigned char> bytes(static_cast<size_t>(options.size));
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(options.size));
   {
     FlashProgress progress;
     check(OrvikReadFlash(camera.handle(), options.address, bytes.data(), options.size,
                          FlashProgress::callback(), progress.context()),
           "reading the flash");
   }
-  writeFile(options, bytes);
+  saveFile(options.output, bytes, options.overwrite);
   if (options.json) {
     const Json result = {
         {"file", options.output}, {"address", options.address}, {"bytes", options.size}};

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <cstdint>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -22,11 +23,11 @@ struct GuideOptions : CommonOptions {
   std::string length;
 };
 
-/** Milliseconds; a plain number counts them. */
+/// Milliseconds; a plain number counts them.
 int pulseLength(const std::string& text) {
   const auto plain = parseInteger(text);
   const auto timed = parseDuration(text);
-  const int64_t milliseconds = plain ? int64_t{*plain} : timed.value_or(0) / 1000;
+  const std::int64_t milliseconds = plain ? std::int64_t{*plain} : timed.value_or(0) / 1000;
   if (milliseconds < 1 || milliseconds > ORVIK_MAX_PULSE_MS) {
     throw Failure(ExitCode::kUsage, text + ": give a pulse of 1 to " +
                                         std::to_string(ORVIK_MAX_PULSE_MS) +
@@ -35,7 +36,7 @@ int pulseLength(const std::string& text) {
   return static_cast<int>(milliseconds);
 }
 
-/** False when the user cut it short. */
+/// False when the user cut it short.
 bool pulse(const Camera& camera, int line, int milliseconds) {
   const auto direction = static_cast<GuideD>(line);
   auto pulsing =

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <cerrno>
-#include <fstream>
+#include <cstdint>
 #include <iostream>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "orvik/orvik_service.h"
@@ -12,7 +13,7 @@
 #include "tools/orvikctl/consent.h"
 #include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 namespace {
@@ -30,7 +31,7 @@ void checkList(const HotPixelOptions& options) {
   refuseExisting(options.list, options.overwrite);
 }
 
-/** The dark that is to tell: a file, or else the one in use. */
+/// The dark that is to tell: a file, or else the one in use.
 void loadDark(const Camera& camera, const HotPixelOptions& options) {
   if (options.dark.empty()) return;
   std::string path = options.dark;
@@ -41,24 +42,20 @@ void loadDark(const Camera& camera, const HotPixelOptions& options) {
 std::vector<Orvik_PIXEL> listOf(const Camera& camera) {
   int count = 0;
   check(OrvikGetHotPixels(camera.handle(), nullptr, 0, &count), "listing the hot pixels");
-  std::vector<Orvik_PIXEL> pixels(static_cast<size_t>(count));
+  std::vector<Orvik_PIXEL> pixels(static_cast<std::size_t>(count));
   check(OrvikGetHotPixels(camera.handle(), pixels.data(), count, &count), "listing the hot pixels");
   return pixels;
 }
 
 void writeList(const HotPixelOptions& options, const std::vector<Orvik_PIXEL>& pixels) {
-  AtomicFile file(options.list, options.overwrite);
-  {
-    std::ofstream out(file.temporary());
-    out << "x,y\n";
-    for (const Orvik_PIXEL& pixel : pixels) out << pixel.x << ',' << pixel.y << '\n';
-    out.close();
-    if (!out) failWrite(options.list, errno);
-  }
-  file.commit();
+  std::ostringstream out;
+  out << "x,y\n";
+  for (const Orvik_PIXEL& pixel : pixels) out << pixel.x << ',' << pixel.y << '\n';
+  const std::string text = out.str();
+  saveFile(options.list, std::vector<std::uint8_t>(text.begin(), text.end()), options.overwrite);
 }
 
-/** @param where they were found */
+/// @param where they were found
 void report(const Camera& camera, const HotPixelOptions& options, const char* where) {
   const std::vector<Orvik_PIXEL> pixels = listOf(camera);
   if (!options.list.empty()) writeList(options, pixels);

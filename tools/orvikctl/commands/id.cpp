@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <iterator>
@@ -18,7 +19,7 @@
 namespace orvik::ctl {
 namespace {
 
-constexpr size_t kMarkBytes = sizeof(Orvik_ID::id);
+constexpr std::size_t kMarkBytes = sizeof(Orvik_ID::id);
 
 struct SetOptions : CommonOptions {
   std::string text;
@@ -28,7 +29,7 @@ struct SetOptions : CommonOptions {
 
 std::string hexOf(const Orvik_ID& id) {
   std::string text;
-  for (const uint8_t byte : id.id) {
+  for (const std::uint8_t byte : id.id) {
     std::array<char, 3> digits{};
     std::snprintf(digits.data(), digits.size(), "%02x", byte);
     text += digits.data();
@@ -36,12 +37,13 @@ std::string hexOf(const Orvik_ID& id) {
   return text;
 }
 
-/** The mark as text, if it is one: printable, and nothing but zeros behind it. */
+/// The mark as text, if it is one: printable, and nothing but zeros behind it.
 std::optional<std::string> textOf(const Orvik_ID& id) {
   const auto* const end = std::find(std::begin(id.id), std::end(id.id), 0);
-  const bool printable =
-      std::all_of(std::begin(id.id), end, [](uint8_t byte) { return byte >= 0x20 && byte < 0x7F; });
-  const bool padded = std::all_of(end, std::end(id.id), [](uint8_t byte) { return byte == 0; });
+  const bool printable = std::all_of(std::begin(id.id), end,
+                                     [](std::uint8_t byte) { return byte >= 0x20 && byte < 0x7F; });
+  const bool padded =
+      std::all_of(end, std::end(id.id), [](std::uint8_t byte) { return byte == 0; });
   if (!printable || !padded) return std::nullopt;
   return std::string(std::begin(id.id), end);
 }
@@ -67,13 +69,13 @@ Orvik_ID parseHex(const std::string& text) {
   if (text.size() > 2 * kMarkBytes || text.size() % 2 != 0) {
     throw Failure(ExitCode::kUsage, "--hex takes up to 64 hexadecimal digits, two for each byte.");
   }
-  for (size_t i = 0; i < text.size(); i += 2) {
+  for (std::size_t i = 0; i < text.size(); i += 2) {
     const int high = digitOf(text[i]);
     const int low = digitOf(text[i + 1]);
     if (high < 0 || low < 0) {
       throw Failure(ExitCode::kUsage, text + ": --hex takes hexadecimal digits only.");
     }
-    id.id[i / 2] = static_cast<uint8_t>(high * 16 + low);
+    id.id[i / 2] = static_cast<std::uint8_t>(high * 16 + low);
   }
   return id;
 }
@@ -112,6 +114,11 @@ ExitCode set(const SetOptions& options) {
   check(OrvikSetID(camera.handle(), id), "writing the mark");
   Orvik_ID stored{};
   check(OrvikGetID(camera.handle(), &stored), "reading the mark back");
+  if (!std::equal(std::begin(id.id), std::end(id.id), std::begin(stored.id))) {
+    throw Failure(ExitCode::kCameraFailed,
+                  "the flash of " + chosen.label() + " holds " + hexOf(stored) +
+                      " instead of the mark that was written. Repeat the command.");
+  }
   print(stored, options.json);
   return ExitCode::kOk;
 }

@@ -10,10 +10,10 @@
 namespace orvik::ctl {
 namespace {
 
-/** The record as JSON, which the plain form is printed from as well. */
+/// The record as JSON, which the plain form is printed from as well.
 Json describe(const ConnectedCamera& chosen, const Orvik_CAMERA_INFO& info) {
   Json types = Json::array();
-  for (const IMG_TYPE type : imageTypesOf(info)) types.push_back(imageTypeName(type));
+  for (const IMG_TYPE type : imageTypesOf(info)) types.push_back(imageType(type).name);
   const bool colour = info.colour == Orvik_TRUE;
   return {
       {"index", chosen.index},
@@ -23,7 +23,7 @@ Json describe(const ConnectedCamera& chosen, const Orvik_CAMERA_INFO& info) {
       {"width", info.maxWidth},
       {"height", info.maxHeight},
       {"colour", colour},
-      {"bayer", colour ? Json(mosaicName(info.bayer)) : Json()},
+      {"bayer", colour ? Json(mosaic(info.bayer).name) : Json()},
       {"pixelSizeUm", info.pixelSizeUm},
       {"bins", binsOf(info)},
       {"imageTypes", std::move(types)},

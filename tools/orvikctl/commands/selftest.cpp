@@ -30,13 +30,13 @@ struct SelftestOptions : CommonOptions {
   bool listsChecks = false;
 };
 
-/** Cameras that are present at the same time. */
+/// Cameras that are present at the same time.
 struct Round {
   std::vector<std::string> virtualCameras;  ///< none for those on the bus
   std::string serial;                       ///< the one to try; "" tries each
 };
 
-/** "all,scene=moon": each model that there is, with the one that follows beside it. */
+/// "all,scene=moon": each model that there is, with the one that follows beside it.
 std::vector<Round> roundsOfAll(const std::string& options) {
   constexpr const char* kSerial = "5E1F0001";
   std::vector<std::string> codes;
@@ -44,7 +44,7 @@ std::vector<Round> roundsOfAll(const std::string& options) {
     codes.emplace_back(code);
   }
   std::vector<Round> rounds;
-  for (size_t n = 0; n < codes.size(); ++n) {
+  for (std::size_t n = 0; n < codes.size(); ++n) {
     const std::string first = codes[n] + options + ",serial=" + kSerial;
     rounds.push_back({{first, codes[(n + 1) % codes.size()] + options}, kSerial});
   }
@@ -55,9 +55,9 @@ bool meansAll(const std::string& description) {
   return description.substr(0, description.find(',')) == kAll;
 }
 
-/** The part of a display name behind the maker's. */
+/// The part of a display name behind the maker's.
 std::string modelOf(const std::string& name) {
-  const size_t space = name.find(' ');
+  const std::size_t space = name.find(' ');
   return space == std::string::npos ? name : name.substr(space + 1);
 }
 
@@ -95,7 +95,7 @@ ExitCode listChecks() {
   return ExitCode::kOk;
 }
 
-/** One run of the command. */
+/// One run of the command.
 class Run {
  public:
   explicit Run(const SelftestOptions& options)

@@ -26,7 +26,7 @@ struct Assignment {
 };
 
 Assignment parseAssignment(const Camera& camera, const std::string& text) {
-  const size_t equals = text.find('=');
+  const std::size_t equals = text.find('=');
   if (equals == std::string::npos) {
     throw Failure(ExitCode::kUsage, text + ": write NAME=VALUE, as in Gain=200 or Exposure=20ms.");
   }

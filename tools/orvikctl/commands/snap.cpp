@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <thread>
 
@@ -16,10 +17,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** Takes one snapshot after another with the camera as it is set. */
+/// Takes one snapshot after another with the camera as it is set.
 class Snapshots {
  public:
-  Snapshots(Camera& camera, const CaptureOptions& options, int64_t count)
+  Snapshots(Camera& camera, const CaptureOptions& options, std::int64_t count)
       : camera_(camera),
         info_(describeImages(camera, options)),
         limit_(readOutLimit(camera.format())),
@@ -27,7 +28,7 @@ class Snapshots {
         progress_(!options.quiet),
         count_(count) {}
 
-  /** False when the user interrupted. */
+  /// False when the user interrupted.
   bool takeAll(FrameSink& sink) {
     for (done_ = 0; done_ < count_; ++done_) {
       refreshReadings(camera_, info_);
@@ -37,7 +38,7 @@ class Snapshots {
     return true;
   }
 
-  [[nodiscard]] int64_t done() const { return done_; }
+  [[nodiscard]] std::int64_t done() const { return done_; }
   [[nodiscard]] const ImageInfo& info() const { return info_; }
 
  private:
@@ -60,7 +61,7 @@ class Snapshots {
     return true;
   }
 
-  /** Short steps around the end of the exposure, longer ones before; Ctrl-C stays prompt. */
+  /// Short steps around the end of the exposure, longer ones before; Ctrl-C stays prompt.
   static Clock::duration pause(Clock::duration left) {
     return std::clamp<Clock::duration>(left, std::chrono::milliseconds(1),
                                        std::chrono::milliseconds(50));
@@ -86,14 +87,14 @@ class Snapshots {
   Camera& camera_;
   ImageInfo info_;
   std::chrono::milliseconds limit_;
-  std::vector<uint8_t> pixels_;
+  std::vector<std::uint8_t> pixels_;
   Progress progress_;
-  int64_t count_;
-  int64_t done_ = 0;
+  std::int64_t count_;
+  std::int64_t done_ = 0;
 };
 
 ExitCode snap(const CaptureOptions& options) {
-  const int64_t count = options.count.value_or(1);
+  const std::int64_t count = options.count.value_or(1);
   const ConnectedCameras cameras(options.virtualCameras);
   Camera camera(cameras.choose(options.camera));
   applyOptions(camera, options, Preference::kDepth);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 #include "tools/orvikctl/camera_choice.h"
@@ -20,7 +21,7 @@ using SystemClock = std::chrono::system_clock;
 
 struct VideoOptions : CaptureOptions {
   std::string duration;
-  size_t bufferMb = 256;
+  std::size_t bufferMb = 256;
 };
 
 VideoLimits limitsOf(const VideoOptions& options) {
@@ -35,7 +36,7 @@ VideoLimits limitsOf(const VideoOptions& options) {
   return limits;
 }
 
-/** Writes what the reader brings and keeps count. */
+/// Writes what the reader brings and keeps count.
 class Recording {
  public:
   Recording(VideoReader& reader, FrameSink& sink, ImageInfo info, const VideoLimits& limits,
@@ -47,7 +48,7 @@ class Recording {
         progress_(!quiet),
         begun_(SystemClock::now()) {}
 
-  /** Returns when the reader has ended and everything it brought is written. */
+  /// Returns when the reader has ended and everything it brought is written.
   void writeAll() {
     constexpr auto kWait = std::chrono::milliseconds(200);
     for (;;) {
@@ -119,7 +120,7 @@ class Recording {
   ImageInfo info_;
   VideoLimits limits_;
   Progress progress_;
-  int64_t frames_ = 0;
+  std::int64_t frames_ = 0;
   SystemClock::time_point begun_;
   std::chrono::nanoseconds first_{};  ///< when the first frame was complete
   std::chrono::nanoseconds last_{};
@@ -157,7 +158,7 @@ Command addVideo(CLI::App& program) {
   app->add_option("--buffer", options->bufferMb,
                   "Memory for frames that wait for the disk, MB [256]; when it is full, the camera "
                   "loses frames")
-      ->check(unmentioned(CLI::Range(size_t{1}, size_t{65536})))
+      ->check(unmentioned(CLI::Range(std::size_t{1}, std::size_t{65536})))
       ->type_name("MB");
   addCaptureOptions(*app, *options);
   app->footer(

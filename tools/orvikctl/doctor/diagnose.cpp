@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/doctor/diagnose.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <sstream>
 
 namespace orvik::ctl::doctor {
@@ -8,7 +10,7 @@ namespace {
 
 constexpr double kSuperSpeedMegabits = 5000;
 constexpr double kHighSpeedMegabits = 480;
-constexpr int64_t kMib = 1 << 20;
+constexpr std::int64_t kMib = 1 << 20;
 
 // From this kernel on, programs and USB devices can share memory.
 constexpr int kKernelMajor = 4;
@@ -18,7 +20,7 @@ constexpr const char* kInstallRules =
     "Install the library with its udev rules, or copy 70-orvik.rules into /etc/udev/rules.d. Then "
     "run `sudo udevadm control --reload` and plug the camera in again.";
 
-/** Collects findings about one camera. */
+/// Collects findings about one camera.
 class CameraJudge {
  public:
   CameraJudge(const CameraFacts& camera, std::vector<Finding>& findings)
@@ -97,9 +99,9 @@ class CameraJudge {
   std::vector<Finding>& findings_;
 };
 
-/** What full frames of all cameras have in flight, MiB: whole reads of 1 MiB each. */
-int64_t memoryWanted(const MachineFacts& machine) {
-  int64_t wanted = 0;
+/// What full frames of all cameras have in flight, MiB: whole reads of 1 MiB each.
+std::int64_t memoryWanted(const MachineFacts& machine) {
+  std::int64_t wanted = 0;
   for (const CameraFacts& camera : machine.cameras) {
     if (camera.product) wanted += (camera.product->largestFrameBytes + kMib - 1) / kMib;
   }
@@ -107,7 +109,7 @@ int64_t memoryWanted(const MachineFacts& machine) {
 }
 
 void judgeMemory(const MachineFacts& machine, std::vector<Finding>& findings) {
-  const int64_t wanted = memoryWanted(machine);
+  const std::int64_t wanted = memoryWanted(machine);
   const int limit = machine.usbMemoryMib.value_or(0);
   if (limit == 0 || limit >= wanted) return;
   const std::string enough = std::to_string(wanted + wanted / 4);
@@ -154,10 +156,8 @@ void judgeSettings(const MachineFacts& machine, std::vector<Finding>& findings) 
 }
 
 bool anyRefused(const MachineFacts& machine) {
-  for (const CameraFacts& camera : machine.cameras) {
-    if (camera.access == Access::kRefused) return true;
-  }
-  return false;
+  return std::ranges::any_of(
+      machine.cameras, [](const CameraFacts& camera) { return camera.access == Access::kRefused; });
 }
 
 }  // namespace

@@ -12,20 +12,20 @@
 
 namespace orvik::ctl::doctor {
 
-/** Whether this user may open a device. */
+/// Whether this user may open a device.
 enum class Access {
   kGranted,
   kRefused,
   kNoFile,  ///< the system made no file for it
 };
 
-/** A program that has a device open. */
+/// A program that has a device open.
 struct Holder {
   std::string program;
   int process = 0;
 };
 
-/** A camera as the system sees it. */
+/// A camera as the system sees it.
 struct CameraFacts {
   std::string name;                      ///< display name
   std::optional<Orvik_PRODUCT> product;  ///< nothing for a product that the library does not know
@@ -38,7 +38,7 @@ struct CameraFacts {
   std::string kernelDriver;     ///< that has taken its interface; "usbfs" for a program; or ""
 };
 
-/** What of a machine concerns cameras. */
+/// What of a machine concerns cameras.
 struct MachineFacts {
   bool hasUsb = false;
   std::vector<CameraFacts> cameras;
@@ -49,16 +49,14 @@ struct MachineFacts {
   std::string settingsObstacle;  ///< what keeps them from being written, or ""
 };
 
-/** Every product that the library knows. */
+/// Every product that the library knows.
 std::vector<Orvik_PRODUCT> knownProducts();
 
-/**
- * Looks at a machine, and at the place of this user's settings. Opens no device and changes
- * nothing.
- *
- * @param root where its /sys, /proc, /dev, /etc and /usr stand
- * @param products whose devices are the cameras, and of whose vendor
- */
+/// Looks at a machine, and at the place of this user's settings. Opens no device and changes
+/// nothing.
+///
+/// @param root where its /sys, /proc, /dev, /etc and /usr stand
+/// @param products whose devices are the cameras, and of whose vendor
 MachineFacts readMachine(const std::filesystem::path& root,
                          std::span<const Orvik_PRODUCT> products);
 

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** The entries of a folder; none if it cannot be read. */
+/// The entries of a folder; none if it cannot be read.
 std::vector<fs::path> entriesOf(const fs::path& folder) {
   std::vector<fs::path> entries;
   std::error_code error;
@@ -28,7 +28,7 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
   return entries;
 }
 
-/** What stands in a file, without the end of its last line; "" if it cannot be read. */
+/// The contents of a file without the final newline; "" if it cannot be read.
 std::string textOf(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   std::string text{std::istreambuf_iterator<char>(in), {}};
@@ -64,7 +64,7 @@ Access accessTo(const fs::path& file) {
   return errno == ENOENT || errno == ENOTDIR ? Access::kNoFile : Access::kRefused;
 }
 
-/** The kernel driver of the first interface that has one. */
+/// The kernel driver of the first interface that has one.
 std::string driverOf(const fs::path& device) {
   for (const fs::path& entry : entriesOf(device)) {
     if (entry.filename().string().find(':') == std::string::npos) continue;
@@ -113,7 +113,7 @@ CameraFacts readCamera(const fs::path& root, const fs::path& device,
   return camera;
 }
 
-/** Whether a file among udev's rules knows the vendor. */
+/// Whether a file among udev's rules knows the vendor.
 bool hasUdevRules(const fs::path& root, int vendorId) {
   std::array<char, 8> vendor{};
   std::snprintf(vendor.data(), vendor.size(), "%04x", static_cast<unsigned>(vendorId) & 0xFFFFU);

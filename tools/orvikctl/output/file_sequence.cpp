@@ -3,24 +3,26 @@
 
 #include <utility>
 
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 
-FileSequence::FileSequence(std::unique_ptr<ImageWriter> writer, NamePattern pattern,
-                           std::optional<int64_t> frames, bool overwrite)
-    : writer_(std::move(writer)), pattern_(std::move(pattern)), overwrite_(overwrite) {
-  // A series that would stop half-way at an older file had better not begin.
-  for (int64_t number = 1; number <= frames.value_or(1); ++number) {
+FileSequence::FileSequence(ImageEncoder encode, NamePattern pattern,
+                           std::optional<std::int64_t> frames, bool overwrite,
+                           FileSystem& fileSystem)
+    : encode_(encode),
+      pattern_(std::move(pattern)),
+      overwrite_(overwrite),
+      fileSystem_(fileSystem) {
+  // A series that would stop half-way at an existing file is refused before it begins.
+  for (std::int64_t number = 1; number <= frames.value_or(1); ++number) {
     refuseExisting(pattern_.name(number), overwrite_);
   }
 }
 
 void FileSequence::write(const Image& image) {
-  const auto name = pattern_.name(static_cast<int64_t>(files_.size()) + 1);
-  AtomicFile file(name, overwrite_);
-  writer_->write(image, file.temporary());
-  file.commit();
+  const auto name = pattern_.name(static_cast<std::int64_t>(files_.size()) + 1);
+  saveFile(name, encode_(image), overwrite_, fileSystem_);
   files_.push_back(name);
 }
 

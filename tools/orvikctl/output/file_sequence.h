@@ -1,27 +1,31 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+
+#include "tools/orvikctl/output/file_system.h"
 #include "tools/orvikctl/output/frame_sink.h"
-#include "tools/orvikctl/output/image_writer.h"
+#include "tools/orvikctl/output/image_encoder.h"
 #include "tools/orvikctl/output/name_pattern.h"
 
 namespace orvik::ctl {
 
-/** A file for each frame, numbered from 1. Each appears under its name once it is complete. */
+/// A file for each frame, numbered from 1. Each appears under its name when it is complete.
 class FileSequence : public FrameSink {
  public:
-  /** @throws Failure (kFileFailed) if one of the files exists and may not be replaced */
-  FileSequence(std::unique_ptr<ImageWriter> writer, NamePattern pattern,
-               std::optional<int64_t> frames, bool overwrite);
+  /// @throws Failure (kFileFailed) if one of the files exists and may not be replaced
+  FileSequence(ImageEncoder encode, NamePattern pattern, std::optional<std::int64_t> frames,
+               bool overwrite, FileSystem& fileSystem);
 
   void write(const Image& image) override;
   void finish() override {}
   [[nodiscard]] std::vector<std::filesystem::path> files() const override { return files_; }
 
  private:
-  std::unique_ptr<ImageWriter> writer_;
+  ImageEncoder encode_;
   NamePattern pattern_;
   bool overwrite_;
+  FileSystem& fileSystem_;
   std::vector<std::filesystem::path> files_;
 };
 

@@ -1,31 +1,31 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/output/frame_sink.h"
 
+#include <cstdint>
+
 #include "tools/orvikctl/failure.h"
-#include "tools/orvikctl/output/atomic_file.h"
 #include "tools/orvikctl/output/file_sequence.h"
-#include "tools/orvikctl/output/fits_writer.h"
+#include "tools/orvikctl/output/fits_encoder.h"
 #include "tools/orvikctl/output/name_pattern.h"
-#include "tools/orvikctl/output/png_writer.h"
+#include "tools/orvikctl/output/png_encoder.h"
+#include "tools/orvikctl/output/save_file.h"
 #include "tools/orvikctl/output/ser_writer.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
 namespace {
 
-std::unique_ptr<ImageWriter> makeImageWriter(const std::string& extension) {
-  if (extension == ".png") return std::make_unique<PngWriter>();
-  if (extension == ".fits" || extension == ".fit" || extension == ".fts") {
-    return std::make_unique<FitsWriter>();
-  }
+ImageEncoder encoderFor(const std::string& extension) {
+  if (extension == ".png") return encodePng;
+  if (extension == ".fits" || extension == ".fit" || extension == ".fts") return encodeFits;
   return nullptr;
 }
 
-void requireNumber(const NamePattern& pattern, std::optional<int64_t> frames) {
+void requireNumber(const NamePattern& pattern, std::optional<std::int64_t> frames) {
   if (pattern.isNumbered() || frames == 1) return;
   const std::filesystem::path name = pattern.name(1);
   throw Failure(ExitCode::kUsage, name.filename().string() +
-                                      " holds one picture only. For a series put a number into "
+                                      " holds one image only. For a series put a number into "
                                       "the name, as in " +
                                       name.stem().string() + "-%04d" + name.extension().string() +
                                       ".");
@@ -33,20 +33,21 @@ void requireNumber(const NamePattern& pattern, std::optional<int64_t> frames) {
 
 }  // namespace
 
-std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<int64_t> frames,
-                                    bool overwrite) {
+std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<std::int64_t> frames,
+                                    bool overwrite, FileSystem& fileSystem) {
   const NamePattern pattern(output);
   const std::string extension = foldName(std::filesystem::path(output).extension().string());
   requireFolder(pattern.name(1));
-  if (extension == ".ser") return std::make_unique<SerWriter>(pattern.name(1), overwrite);
-  auto writer = makeImageWriter(extension);
-  if (!writer) {
+  if (extension == ".ser")
+    return std::make_unique<SerWriter>(pattern.name(1), overwrite, fileSystem);
+  const ImageEncoder encode = encoderFor(extension);
+  if (encode == nullptr) {
     throw Failure(ExitCode::kUsage, "--output " + output +
                                         ": the extension chooses the format; use .png, .fits or "
                                         ".ser.");
   }
   requireNumber(pattern, frames);
-  return std::make_unique<FileSequence>(std::move(writer), pattern, frames, overwrite);
+  return std::make_unique<FileSequence>(encode, pattern, frames, overwrite, fileSystem);
 }
 
 }  // namespace orvik::ctl

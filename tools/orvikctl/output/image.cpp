@@ -10,6 +10,7 @@ void describe(ImageInfo& image, const Orvik_FRAME_INFO& info) {
   image.exposure = std::chrono::microseconds(info.exposureUs);
   image.gain = info.gain;
   if (image.offset) image.offset = info.blackLevel;
+  image.sensorTemperature.reset();
   if (info.temperature != ORVIK_NO_TEMPERATURE) image.sensorTemperature = info.temperature / 10.0;
 }
 

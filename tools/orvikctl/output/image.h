@@ -10,13 +10,14 @@
 #include <string>
 
 #include "orvik/orvik_service.h"
+#include "tools/orvikctl/image_types.h"
 
 namespace orvik::ctl {
 
 // 16-bit samples are delivered little-endian, and the writers hand them on as native words.
 static_assert(std::endian::native == std::endian::little);
 
-/** What the header of an image file tells about the image. */
+/// What the header of an image file says about the image.
 struct ImageInfo {
   std::string instrument;  ///< display name of the camera
   int width = 0;           ///< pixels after binning
@@ -41,35 +42,24 @@ struct ImageInfo {
   std::string telescope;                  ///< may be empty
 };
 
-/** One image as delivered: packed rows, top row first. Does not own its pixels. */
+/// One image as delivered: packed rows, top row first. Does not own its pixels.
 struct Image {
   ImageInfo info;
-  std::span<const uint8_t> pixels;
+  std::span<const std::uint8_t> pixels;
 };
 
-/** Bytes of one pixel: 1, 2 (16-bit grey) or 3 (blue, green, red). */
-constexpr int bytesPerPixel(IMG_TYPE type) {
-  if (type == Orvik_IMG_RGB24) return 3;
-  return type == Orvik_IMG_RAW16 ? 2 : 1;
-}
-
-/** Bytes of a whole image. */
-constexpr size_t imageBytes(int width, int height, IMG_TYPE type) {
-  return static_cast<size_t>(width) * static_cast<size_t>(height) *
-         static_cast<size_t>(bytesPerPixel(type));
-}
-
-/** When the exposure of an image began. */
+/// When the exposure of an image began.
 inline std::chrono::system_clock::time_point exposureStart(const Orvik_FRAME_INFO& info) {
   const std::chrono::nanoseconds sinceEpoch(info.exposureStart + info.utcOffset);
   return std::chrono::system_clock::time_point(
       std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
 }
 
-/** Takes over what is known of an image. */
+/// Takes over what the library knows of an image. A temperature that it does not know is left out:
+/// an older reading would be that of another moment.
 void describe(ImageInfo& image, const Orvik_FRAME_INFO& info);
 
-/** Throws std::invalid_argument unless the image's pixels are as many as its size says. */
+/// Throws std::invalid_argument unless the image's pixels are as many as its size says.
 void requireWhole(const Image& image);
 
 }  // namespace orvik::ctl

@@ -8,7 +8,7 @@
 namespace orvik::ctl {
 namespace {
 
-constexpr size_t kMostDigits = 9;
+constexpr std::size_t kMostDigits = 9;
 
 bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
@@ -18,7 +18,7 @@ NamePattern::NamePattern(const std::string& text) {
   const auto refuse = [&text](const char* why) {
     throw Failure(ExitCode::kUsage, "--output " + text + ": " + why);
   };
-  for (size_t i = 0; i < text.size(); ++i) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
     std::string& part = numbered_ ? after_ : before_;
     if (text[i] != '%') {
       part += text[i];
@@ -29,9 +29,9 @@ NamePattern::NamePattern(const std::string& text) {
       part += '%';
       continue;
     }
-    size_t digits = 0;
+    std::size_t digits = 0;
     for (; i < text.size() && isDigit(text[i]); ++i) {
-      digits = std::min<size_t>(digits * 10 + static_cast<size_t>(text[i] - '0'), 100);
+      digits = std::min<std::size_t>(digits * 10 + static_cast<std::size_t>(text[i] - '0'), 100);
     }
     if (i >= text.size() || text[i] != 'd' || digits > kMostDigits) {
       refuse(
@@ -44,7 +44,7 @@ NamePattern::NamePattern(const std::string& text) {
   }
 }
 
-std::filesystem::path NamePattern::name(int64_t number) const {
+std::filesystem::path NamePattern::name(std::int64_t number) const {
   if (!numbered_) return before_;
   std::string digits = std::to_string(number);
   if (digits.size() < digits_) digits.insert(0, digits_ - digits.size(), '0');

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/output/ser_writer.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -13,17 +10,18 @@
 #include <utility>
 
 #include "tools/orvikctl/failure.h"
-#include "tools/orvikctl/output/atomic_file.h"
+#include "tools/orvikctl/output/mosaic.h"
+#include "tools/orvikctl/output/save_file.h"
 #include "tools/orvikctl/output/time_text.h"
 
 namespace orvik::ctl {
 namespace {
 
-constexpr size_t kHeaderBytes = 178;
-constexpr size_t kFrameCountOffset = 38;
-using Header = std::array<uint8_t, kHeaderBytes>;
+constexpr std::size_t kHeaderBytes = 178;
+constexpr std::size_t kFrameCountOffset = 38;
+using Header = std::array<std::uint8_t, kHeaderBytes>;
 
-/** Fills the header field by field; numbers are little-endian. */
+/// Fills the header field by field; numbers are little-endian.
 class HeaderFields {
  public:
   explicit HeaderFields(Header& header) : header_(header) {}
@@ -33,63 +31,55 @@ class HeaderFields {
     std::memcpy(header_.data() + at_, &value, sizeof value);
     at_ += sizeof value;
   }
-  void text(std::string_view text, size_t width) {
+  void text(std::string_view text, std::size_t width) {
     std::memcpy(header_.data() + at_, text.data(), std::min(text.size(), width));
     at_ += width;
   }
 
  private:
   Header& header_;
-  size_t at_ = 0;
+  std::size_t at_ = 0;
 };
 
-int32_t colourId(const ImageInfo& info) {
-  if (info.type == Orvik_IMG_RGB24) return 101;
-  if (!info.mosaic) return 0;
-  switch (*info.mosaic) {
-    case BAYER_GR:
-      return 9;
-    case BAYER_GB:
-      return 10;
-    case BAYER_BG:
-      return 11;
-    case BAYER_RG:
-      break;
-  }
-  return 8;
+std::int32_t colourId(const ImageInfo& info) {
+  constexpr std::int32_t kMono = 0;
+  constexpr std::int32_t kBlueGreenRed = 101;
+  if (imageType(info.type).isColour) return kBlueGreenRed;
+  return info.mosaic ? mosaic(*info.mosaic).serColourId : kMono;
 }
 
 Header headerOf(const ImageInfo& info) {
-  // Early writers took the flag for its opposite, and readers followed them: little-endian samples
-  // go with a flag of 0.
-  constexpr int32_t kLittleEndianSamples = 0;
-  constexpr size_t kNameBytes = 40;
+  // The format says that 1 means little-endian, but the first programs wrote the opposite and the
+  // readers followed them: 0 stands for little-endian samples.
+  constexpr std::int32_t kLittleEndianSamples = 0;
+  constexpr std::size_t kNameBytes = 40;
   Header header{};
   HeaderFields fields(header);
   fields.text("LUCAM-RECORDER", 14);
-  fields.number<int32_t>(0);  // number of the camera series; not in use
-  fields.number<int32_t>(colourId(info));
-  fields.number<int32_t>(kLittleEndianSamples);
-  fields.number<int32_t>(info.width);
-  fields.number<int32_t>(info.height);
-  fields.number<int32_t>(info.type == Orvik_IMG_RAW16 ? 16 : 8);  // bits of a sample
-  fields.number<int32_t>(0);                                      // frames
+  fields.number<std::int32_t>(0);  // number of the camera series; not in use
+  fields.number<std::int32_t>(colourId(info));
+  fields.number<std::int32_t>(kLittleEndianSamples);
+  fields.number<std::int32_t>(info.width);
+  fields.number<std::int32_t>(info.height);
+  fields.number<std::int32_t>(imageType(info.type).bitsPerSample);
+  fields.number<std::int32_t>(0);  // frames
   fields.text(info.observer, kNameBytes);
   fields.text(info.instrument, kNameBytes);
   fields.text(info.telescope, kNameBytes);
-  fields.number<int64_t>(ticksLocal(info.start));
-  fields.number<int64_t>(ticksUtc(info.start));
+  fields.number<std::int64_t>(ticksLocal(info.start));
+  fields.number<std::int64_t>(ticksUtc(info.start));
   return header;
 }
 
 }  // namespace
 
-SerWriter::SerWriter(std::filesystem::path file, bool overwrite) : file_(std::move(file)) {
+SerWriter::SerWriter(std::filesystem::path file, bool overwrite, FileSystem& fileSystem)
+    : file_(std::move(file)), fileSystem_(fileSystem) {
   refuseExisting(file_, overwrite);
-  descriptor_ = open(file_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  descriptor_ = fileSystem_.open(file_, FileSystem::Open::kNew);
   ours_ = descriptor_ >= 0;
   if (!ours_ && errno == EEXIST && overwrite) {
-    descriptor_ = open(file_.c_str(), O_WRONLY | O_CLOEXEC);
+    descriptor_ = fileSystem_.open(file_, FileSystem::Open::kExisting);
   }
   if (descriptor_ < 0) failWrite(file_, errno);
 }
@@ -118,7 +108,8 @@ void SerWriter::write(const Image& image) {
 void SerWriter::finish() {
   if (descriptor_ < 0) return;
   int error = times_.empty() ? 0 : writeTrailer();
-  if (close(std::exchange(descriptor_, -1)) != 0 && error == 0) error = errno;
+  const int closeError = fileSystem_.close(std::exchange(descriptor_, -1));
+  if (error == 0) error = closeError;
   if (times_.empty() && ours_) {
     std::error_code ignored;
     std::filesystem::remove(file_, ignored);
@@ -135,13 +126,13 @@ void SerWriter::finishQuietly() {
   try {
     finish();
   } catch (const std::exception&) {
-    // There is an earlier failure to report, or nobody to report to.
+    // An earlier failure is being reported, or this is the destructor.
   }
 }
 
 int SerWriter::writeFrame(const Image& image) {
   if (times_.empty()) {
-    cutTo(0);  // Not before: until a frame comes, an older recording is worth keeping.
+    cutTo(0);  // not earlier: a recording without a frame keeps the existing file
     ours_ = true;
     const Header header = headerOf(first_);
     if (const int error = writeAt(0, header.data(), header.size())) return error;
@@ -150,35 +141,26 @@ int SerWriter::writeFrame(const Image& image) {
     return error;
   }
   times_.push_back(ticksUtc(image.info.start));
-  const auto count = static_cast<int32_t>(times_.size());
+  const auto count = static_cast<std::int32_t>(times_.size());
   return writeAt(kFrameCountOffset, &count, sizeof count);
 }
 
 int SerWriter::writeTrailer() {
-  cutTo(endOfFrames());  // A frame that did not fit makes room.
+  cutTo(endOfFrames());  // the rest of a frame that did not fit
   const int error = writeAt(endOfFrames(), times_.data(), times_.size() * sizeof times_.front());
-  if (error != 0) cutTo(endOfFrames());  // The times are optional, half of them are not.
+  if (error != 0) cutTo(endOfFrames());  // a file has all time stamps or none
   return error;
 }
 
-int SerWriter::writeAt(uint64_t offset, const void* data, size_t size) const {
-  const auto* bytes = static_cast<const uint8_t*>(data);
-  while (size > 0) {
-    const ssize_t written = pwrite(descriptor_, bytes, size, static_cast<off_t>(offset));
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return written < 0 ? errno : EIO;
-    bytes += written;
-    offset += static_cast<uint64_t>(written);
-    size -= static_cast<size_t>(written);
-  }
-  return 0;
+int SerWriter::writeAt(std::uint64_t offset, const void* data, std::size_t size) {
+  return fileSystem_.write(descriptor_, offset, {static_cast<const std::uint8_t*>(data), size});
 }
 
-void SerWriter::cutTo(uint64_t size) const {
-  // Devices and pipes cannot be cut, and have nothing to cut.
-  [[maybe_unused]] const int failed = ftruncate(descriptor_, static_cast<off_t>(size));
+void SerWriter::cutTo(std::uint64_t size) {
+  // Devices and pipes cannot be truncated, and need not be.
+  static_cast<void>(fileSystem_.truncate(descriptor_, size));
 }
 
-uint64_t SerWriter::endOfFrames() const { return kHeaderBytes + times_.size() * frameBytes_; }
+std::uint64_t SerWriter::endOfFrames() const { return kHeaderBytes + times_.size() * frameBytes_; }
 
 }  // namespace orvik::ctl

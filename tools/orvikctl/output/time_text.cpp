@@ -10,9 +10,9 @@ namespace orvik::ctl {
 namespace {
 
 using std::chrono::system_clock;
-using Ticks = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
+using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
 // Midnight of 1 January 1970 in ticks since midnight of 1 January of year 1.
-constexpr int64_t kUnixEpochTicks = 621'355'968'000'000'000;
+constexpr std::int64_t kUnixEpochTicks = 621'355'968'000'000'000;
 
 }  // namespace
 
@@ -29,11 +29,11 @@ std::string utcText(system_clock::time_point time) {
   return text.data();
 }
 
-int64_t ticksUtc(system_clock::time_point time) {
+std::int64_t ticksUtc(system_clock::time_point time) {
   return kUnixEpochTicks + std::chrono::floor<Ticks>(time.time_since_epoch()).count();
 }
 
-int64_t ticksLocal(system_clock::time_point time) {
+std::int64_t ticksLocal(system_clock::time_point time) {
   const std::time_t calendar =
       system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
   std::tm local = {};

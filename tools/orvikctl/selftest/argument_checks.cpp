@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Arguments that no function may take.
+// Arguments that every function must refuse.
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <limits>
 
 #include "tools/orvikctl/control_names.h"
@@ -32,7 +33,7 @@ std::string nullPointers(Subject& subject) {
     Orvik_ERROR_CODE came;
   };
   const int index = subject.index();
-  int32_t number = 0;
+  std::int32_t number = 0;
   int size = 0;
   Orvik_BOOL flag = Orvik_TRUE;
   IMG_TYPE type = Orvik_IMG_RAW8;
@@ -64,9 +65,9 @@ std::string nullPointers(Subject& subject) {
       NullCall{"OrvikEnableDarkSubtract, inUse", Orvik_ERROR_DARK_FILE_PATH,
                OrvikEnableDarkSubtract(index, nullptr, nullptr)},
       NullCall{"OrvikGetVideoData", Orvik_ERROR_BUFFER_SMALL,
-               OrvikGetVideoData(index, nullptr, std::numeric_limits<int32_t>::max(), 0)},
+               OrvikGetVideoData(index, nullptr, std::numeric_limits<std::int32_t>::max(), 0)},
       NullCall{"OrvikGetDataAfterExp", Orvik_ERROR_BUFFER_SMALL,
-               OrvikGetDataAfterExp(index, nullptr, std::numeric_limits<int32_t>::max())},
+               OrvikGetDataAfterExp(index, nullptr, std::numeric_limits<std::int32_t>::max())},
       NullCall{"OrvikGetExpStatus", Orvik_ERROR_DRIVER_FAILED, OrvikGetExpStatus(index, nullptr)},
       NullCall{"OrvikGetID", Orvik_ERROR_DRIVER_FAILED, OrvikGetID(index, nullptr)},
   };
@@ -76,7 +77,7 @@ std::string nullPointers(Subject& subject) {
   return std::to_string(calls.size()) + " pointers";
 }
 
-/** Sets a format that is to be refused, and sees that the one from before stays. */
+/// Sets a format that is to be refused, and sees that the one from before stays.
 void expectRefused(const Subject& subject, const ImageFormat& before, const ImageFormat& bad,
                    Orvik_ERROR_CODE expected) {
   const std::string what = formatText(bad);
@@ -143,10 +144,11 @@ std::string smallBuffers(Subject& subject) {
              OrvikGetDataAfterExp(subject.index(), frame.data(), frame.size() - 1),
              "OrvikGetDataAfterExp with a buffer one byte short");
   subject.startVideo();
-  for (const int32_t size : {frame.size() - 1, 0, -1, std::numeric_limits<int32_t>::min()}) {
+  for (const std::int32_t size :
+       {frame.size() - 1, 0, -1, std::numeric_limits<std::int32_t>::min()}) {
     expectCode(
         Orvik_ERROR_BUFFER_SMALL,
-        OrvikGetVideoData(subject.index(), frame.data(), size, subject.conditions().patienceMs),
+        OrvikGetVideoData(subject.index(), frame.data(), size, subject.conditions().timeoutMs),
         "OrvikGetVideoData with a buffer of " + std::to_string(size) + " bytes");
   }
   frame.expectUntouched("that is too small");
@@ -165,7 +167,7 @@ std::string wrongControls(Subject& subject) {
   }
   for (const int number : {-1, Orvik_CTL_COOLER_ON + 1, std::numeric_limits<int>::max()}) {
     const auto type = static_cast<Orvik_CONTROL_TYPE>(number);
-    int32_t value = 0;
+    std::int32_t value = 0;
     Orvik_BOOL isAuto = Orvik_FALSE;
     expectCode(Orvik_ERROR_CONTROL, OrvikGetControlValue(index, type, &value, &isAuto),
                "reading control " + std::to_string(number));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <set>
@@ -14,8 +15,8 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
-constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 
 std::string records(Subject& subject) {
   std::set<int> seen;
@@ -40,26 +41,26 @@ std::string records(Subject& subject) {
   return std::to_string(seen.size()) + " controls";
 }
 
-void setAndExpect(const Subject& subject, const Orvik_CONTROL_CAPS& caps, int32_t value,
-                  int32_t expected) {
+void setAndExpect(const Subject& subject, const Orvik_CONTROL_CAPS& caps, std::int32_t value,
+                  std::int32_t expected) {
   subject.set(caps.controlType, value);
   expectEqual(expected, subject.value(caps.controlType).value,
               std::string(caps.name) + " after setting " + std::to_string(value));
 }
 
-/** A negative exposure is what is left of one too long for 32 bits. */
-int32_t limited(const Orvik_CONTROL_CAPS& caps, int32_t value) {
+/// A negative exposure is what remains of one that is too long for 32 bits.
+std::int32_t limited(const Orvik_CONTROL_CAPS& caps, std::int32_t value) {
   if (caps.controlType == Orvik_CTL_EXPOSURE && value < 0) return caps.maxValue;
   return std::clamp(value, caps.minValue, caps.maxValue);
 }
 
-/** The cooler is to be switched, but never to work: a real sensor must not meet a shock. */
+/// The cooler is switched, but must never cool: that could damage a real sensor.
 void holdPresentTemperature(const Subject& subject) {
   const double now = subject.value(Orvik_CTL_TEMPERATURE).value / 10.0;
-  subject.set(Orvik_CTL_TARGET_TEMP, static_cast<int32_t>(std::ceil(now)));
+  subject.set(Orvik_CTL_TARGET_TEMP, static_cast<std::int32_t>(std::ceil(now)));
 }
 
-/** Whether a value beyond its limits is set to the limit. */
+/// Whether a value beyond its limits is set to the limit.
 bool keepsToLimits(const Orvik_CONTROL_CAPS& caps) {
   return caps.controlType != Orvik_CTL_FLIP;  // of which there is no nearest one
 }
@@ -68,14 +69,15 @@ std::string limits(Subject& subject) {
   int tried = 0;
   for (const Orvik_CONTROL_CAPS& caps : subject.controls()) {
     if (caps.writable != Orvik_TRUE) continue;
-    const int32_t before = subject.value(caps.controlType).value;
+    const std::int32_t before = subject.value(caps.controlType).value;
     if (caps.controlType == Orvik_CTL_COOLER_ON) holdPresentTemperature(subject);
-    std::vector<int32_t> values = {caps.minValue, caps.maxValue};
+    std::vector<std::int32_t> values = {caps.minValue, caps.maxValue};
     if (keepsToLimits(caps)) {
       values.insert(values.end(), {kLeast, kMost, caps.minValue - 1, caps.maxValue + 1});
     }
     values.push_back(std::min(caps.defaultValue, caps.maxValue));
-    for (const int32_t value : values) setAndExpect(subject, caps, value, limited(caps, value));
+    for (const std::int32_t value : values)
+      setAndExpect(subject, caps, value, limited(caps, value));
     setAndExpect(subject, caps, before, before);
     ++tried;
   }
@@ -86,8 +88,8 @@ std::string beyondLimits(Subject& subject) {
   int tried = 0;
   for (const Orvik_CONTROL_CAPS& caps : subject.controls()) {
     if (caps.writable != Orvik_TRUE || keepsToLimits(caps)) continue;
-    for (const int32_t value : {kLeast, kMost}) {
-      // Whether it is taken is the control's own affair.
+    for (const std::int32_t value : {kLeast, kMost}) {
+      // Each control decides whether it accepts the value.
       OrvikSetControlValue(subject.index(), caps.controlType, value, Orvik_FALSE);
       static_cast<void>(subject.takeFrame());
     }
@@ -102,7 +104,7 @@ std::string readOnly(Subject& subject) {
   for (const Orvik_CONTROL_CAPS& caps : subject.controls()) {
     if (caps.writable == Orvik_TRUE) continue;
     subject.set(caps.controlType, caps.maxValue);
-    const int32_t now = subject.value(caps.controlType).value;
+    const std::int32_t now = subject.value(caps.controlType).value;
     expectThat(now != caps.maxValue, std::string(caps.name) + " as it was",
                "the value that was set");
     ++tried;
@@ -134,7 +136,7 @@ std::string duringVideo(Subject& subject) {
   FrameBuffer frame(subject.format());
   subject.startVideo();
   for (int round = 0; round < 3; ++round) {
-    for (const int32_t value : {gain.minValue, gain.maxValue}) {
+    for (const std::int32_t value : {gain.minValue, gain.maxValue}) {
       setAndExpect(subject, gain, value, value);
       subject.setExposure(value == gain.minValue ? 500 : 3000);
       subject.readFrame(frame);
@@ -147,7 +149,7 @@ std::string withoutCooler(Subject& subject) {
   if (subject.info().hasCooler == Orvik_TRUE) throw CheckSkipped("the camera has a cooler");
   for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_TARGET_TEMP, Orvik_CTL_COOLER_ON}) {
     const std::string name = "control " + std::to_string(type) + " without a cooler";
-    int32_t value = 0;
+    std::int32_t value = 0;
     Orvik_BOOL isAuto = Orvik_FALSE;
     expectCode(Orvik_ERROR_DRIVER_FAILED, OrvikSetControlValue(subject.index(), type, 0, isAuto),
                "setting " + name);

@@ -2,6 +2,7 @@
 #include "tools/orvikctl/selftest/every_call.h"
 
 #include <array>
+#include <cstdint>
 
 namespace orvik::ctl::selftest {
 namespace {
@@ -25,7 +26,7 @@ Orvik_ERROR_CODE controlCaps(int index) {
 }
 
 Orvik_ERROR_CODE getControl(int index) {
-  int32_t value = 0;
+  std::int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   return OrvikGetControlValue(index, Orvik_CTL_GAIN, &value, &isAuto);
 }

@@ -7,7 +7,7 @@
 
 namespace orvik::ctl::selftest {
 
-/** A function of orvik.h that takes a camera index, called with arguments in order. */
+/// A function of orvik.h that takes a camera index, called with arguments in order.
 struct Call {
   const char* name;
   Orvik_ERROR_CODE (*make)(int index);
@@ -15,10 +15,8 @@ struct Call {
   Orvik_ERROR_CODE onClosedCamera;
 };
 
-/**
- * All of them but OrvikOpenCamera(), whose answer on a closed camera is another matter, and
- * OrvikSetID(), which must never come near a camera's flash by mistake.
- */
+/// All of them except OrvikOpenCamera(), which may succeed on a closed camera, and OrvikSetID(),
+/// which must never write to a camera's flash by mistake.
 std::span<const Call> everyCall();
 
 }  // namespace orvik::ctl::selftest

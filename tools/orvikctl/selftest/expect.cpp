@@ -13,7 +13,7 @@ std::string codeName(Orvik_ERROR_CODE code) {
       "START_POS",   "NO_FRAME",       "RESERVED_12",      "BUFFER_SMALL", "VIDEO_RUNNING",
       "EXPOSING",    "DRIVER_FAILED"};
   const std::string number = std::to_string(static_cast<int>(code));
-  const auto place = static_cast<size_t>(code);
+  const auto place = static_cast<std::size_t>(code);
   return place < kNames.size() ? std::string(kNames[place]) + " (" + number + ")" : number;
 }
 

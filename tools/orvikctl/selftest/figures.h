@@ -6,7 +6,7 @@
 
 namespace orvik::ctl::selftest {
 
-/** A measured value with three significant digits: "12.3 ms". */
+/// A measured value with three significant digits: "12.3 ms".
 inline std::string figure(double value, const char* unit) {
   std::ostringstream text;
   text.precision(3);

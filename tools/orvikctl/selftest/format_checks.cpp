@@ -2,6 +2,7 @@
 // Sizes, bins, image types, and where on the sensor a region lies.
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <utility>
 
 #include "tools/orvikctl/control_names.h"
@@ -34,7 +35,7 @@ std::string hostBins(Subject& subject) {
   static_cast<void>(subject.control(Orvik_CTL_HARDWARE_BIN));
   int tried = 0;
   for (const int bin : binsOf(subject.info())) {
-    for (const int32_t inCamera : {1, 0}) {
+    for (const std::int32_t inCamera : {1, 0}) {
       subject.setFormat(Subject::small(bin));
       subject.set(Orvik_CTL_HARDWARE_BIN, inCamera);
       expectEqual(bin, subject.format().bin, "bin after switching HardwareBin");
@@ -47,7 +48,7 @@ std::string hostBins(Subject& subject) {
 
 std::string highSpeed(Subject& subject) {
   static_cast<void>(subject.control(Orvik_CTL_HIGH_SPEED_MODE));
-  for (const int32_t fast : {1, 0}) {
+  for (const std::int32_t fast : {1, 0}) {
     subject.set(Orvik_CTL_HIGH_SPEED_MODE, fast);
     static_cast<void>(subject.takeFrame());
   }
@@ -74,7 +75,7 @@ std::string fullOfAType(Subject& subject, IMG_TYPE type) {
     subject.setFormat(subject.full(1, type));
     return std::to_string(subject.takeFrame().size()) + " bytes";
   }
-  throw CheckSkipped("the camera does not offer " + std::string(imageTypeName(type)));
+  throw CheckSkipped("the camera does not offer " + std::string(imageType(type).name));
 }
 
 std::string fullColour(Subject& subject) { return fullOfAType(subject, Orvik_IMG_RGB24); }
@@ -104,7 +105,7 @@ std::string edges(Subject& subject) {
     const ImageFormat full = subject.full(bin);
     const ImageFormat region = Subject::small(bin);
     subject.setFormat(region);
-    // Of what the sensor has, a bin can leave a few pixels over.
+    // A bin factor can leave a few pixels of the sensor unused.
     const int slackX = subject.info().maxWidth / bin - full.width;
     const int slackY = subject.info().maxHeight / bin - full.height;
     const int right = full.width - region.width;

@@ -4,36 +4,24 @@
 #include <algorithm>
 #include <numeric>
 
+#include "tools/orvikctl/image_types.h"
 #include "tools/orvikctl/selftest/expect.h"
 
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr uint8_t kPattern = 0xA5;
-constexpr size_t kGuardBytes = 64;
+constexpr std::uint8_t kPattern = 0xA5;
+constexpr std::size_t kGuardBytes = 64;
 
-bool isPattern(uint8_t byte) { return byte == kPattern; }
+bool isPattern(std::uint8_t byte) { return byte == kPattern; }
 
-size_t rowBytes(const ImageFormat& format) {
-  return static_cast<size_t>(format.width) * static_cast<size_t>(bytesPerPixel(format.type));
-}
+std::size_t rowBytes(const ImageFormat& format) { return imageBytes(format.width, 1, format.type); }
 
 }  // namespace
 
-int bytesPerPixel(IMG_TYPE type) {
-  switch (type) {
-    case Orvik_IMG_RGB24:
-      return 3;
-    case Orvik_IMG_RAW16:
-      return 2;
-    default:
-      return 1;
-  }
-}
-
 FrameBuffer::FrameBuffer(const ImageFormat& format)
     : format_(format),
-      size_(rowBytes(format) * static_cast<size_t>(format.height)),
+      size_(rowBytes(format) * static_cast<std::size_t>(format.height)),
       bytes_(size_ + kGuardBytes, kPattern) {}
 
 void FrameBuffer::clear() { std::fill(bytes_.begin(), bytes_.end(), kPattern); }
@@ -58,12 +46,12 @@ void FrameBuffer::expectUntouched(const std::string& when) const {
 
 double FrameBuffer::mean() const {
   if (size_ == 0) return 0;
-  if (format_.type != Orvik_IMG_RAW16) {
+  if (imageType(format_.type).bitsPerSample == 8) {
     const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(size_);
     return std::accumulate(bytes_.begin(), end, 0.0) / static_cast<double>(size_);
   }
   double sum = 0;
-  for (size_t i = 0; i + 1 < size_; i += 2) sum += bytes_[i] + 256.0 * bytes_[i + 1];
+  for (std::size_t i = 0; i + 1 < size_; i += 2) sum += bytes_[i] + 256.0 * bytes_[i + 1];
   return sum / (static_cast<double>(size_) / 2);
 }
 

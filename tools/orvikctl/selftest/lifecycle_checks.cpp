@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a camera says of itself, and its coming and going.
+// What a camera reports of itself, and opening and closing it.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -35,7 +35,7 @@ void expectTypes(const Orvik_CAMERA_INFO& info) {
   for (const IMG_TYPE type : imageTypesOf(info)) {
     known = std::find(known, kOrder.end(), type);
     expectThat(known != kOrder.end(), "image types in the order raw8, rgb24, y8, raw16",
-               std::string(imageTypeName(type)) + " elsewhere");
+               std::string(imageType(type).name) + " elsewhere");
     hasColourImages = hasColourImages || type == Orvik_IMG_RGB24;
   }
   expectEqual(info.colour, hasColourImages ? 1 : 0, "rgb24 offered, as against `colour`");
@@ -64,7 +64,7 @@ std::string sameWhenOpen(Subject& subject) {
   const bool onUsb3 = open.usb3Host == Orvik_TRUE;
   expectEqual(0, closed.usb3Host, "usb3Host of a closed camera");
   open.usb3Host = closed.usb3Host;
-  // Some models learn which variant they are, which their name then tells, as they are opened.
+  // Some models find out when they are opened which variant they are, and then change their name.
   const bool sameName = std::string_view(open.name).starts_with(closed.name);
   expectThat(sameName && open.maxWidth == closed.maxWidth && open.maxHeight == closed.maxHeight &&
                  open.colour == closed.colour && open.bayer == closed.bayer &&
@@ -105,7 +105,7 @@ std::string closesInMidVideo(Subject& subject) {
   const StopWatch watch;
   expectOk(OrvikCloseCamera(subject.index()), "closing during video");
   const double took = watch.milliseconds();
-  expectWithin(0, subject.conditions().patienceMs, took, "milliseconds to close during video");
+  expectWithin(0, subject.conditions().timeoutMs, took, "milliseconds to close during video");
   subject.settle();
   static_cast<void>(subject.takeFrame());
   return figure(took, "ms");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Two cameras at once.
 #include <array>
+#include <cstdint>
 
 #include "tools/orvikctl/selftest/check.h"
 #include "tools/orvikctl/selftest/expect.h"
@@ -8,7 +9,7 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-/** The camera beside the one under test, for the length of one check. */
+/// The camera beside the one under test, for the length of one check.
 Subject partnerOf(const Subject& subject) {
   if (!subject.second()) throw CheckSkipped("there is no second camera");
   return {*subject.second(), std::nullopt, subject.conditions()};
@@ -39,8 +40,8 @@ std::string bothStream(Subject& subject) {
 std::string controlsApart(Subject& subject) {
   Subject partner = partnerOf(subject);
   partner.settle();
-  const int32_t before = partner.value(Orvik_CTL_GAMMA).value;
-  const int32_t changed = before == 70 ? 71 : 70;
+  const std::int32_t before = partner.value(Orvik_CTL_GAMMA).value;
+  const std::int32_t changed = before == 70 ? 71 : 70;
   subject.set(Orvik_CTL_GAMMA, changed);
   expectEqual(before, partner.value(Orvik_CTL_GAMMA).value, "gamma of the other camera");
   expectEqual(changed, subject.value(Orvik_CTL_GAMMA).value, "gamma of this camera");

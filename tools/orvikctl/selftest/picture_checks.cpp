@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// What the pictures show, as far as it can be told without knowing what the telescope looks at.
+// What the pictures show, as far as that can be checked without knowing what the telescope sees.
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "tools/orvikctl/control_names.h"
@@ -13,10 +14,10 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr int32_t kShortUs = 2000;
-constexpr int32_t kLongerUs = 30000;
+constexpr std::int32_t kShortUs = 2000;
+constexpr std::int32_t kLongerUs = 30000;
 
-/** The mean of the second frame of a video: settings made before it hold for all of it. */
+/// The mean of the second frame of a video: settings made before it hold for all of it.
 double meanNow(const Subject& subject) {
   FrameBuffer frame(subject.format());
   subject.startVideo();
@@ -26,7 +27,7 @@ double meanNow(const Subject& subject) {
   return frame.mean();
 }
 
-/** The means at the lowest and at the highest value of a control. */
+/// The means at the lowest and at the highest value of a control.
 std::pair<double, double> meansAtLimits(const Subject& subject, Orvik_CONTROL_TYPE type) {
   const Orvik_CONTROL_CAPS caps = subject.control(type);
   subject.set(type, caps.minValue);
@@ -40,9 +41,9 @@ std::string fromTo(double first, double second) {
 }
 
 std::string exposure(Subject& subject) {
-  const int32_t shortest = subject.setExposure(kShortUs);
+  const std::int32_t shortest = subject.setExposure(kShortUs);
   const double dim = meanNow(subject);
-  const int32_t longer = subject.setExposure(kLongerUs);
+  const std::int32_t longer = subject.setExposure(kLongerUs);
   const double bright = meanNow(subject);
   expectThat(bright >= dim - 2,
              "an image of " + std::to_string(longer) + " us at least as bright as one of " +

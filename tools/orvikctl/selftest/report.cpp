@@ -19,7 +19,7 @@ void add(Tally& tally, const CheckResult& result) {
 
 const char* verdictName(Verdict verdict) {
   static constexpr std::array kNames = {"pass", "fail", "skip"};
-  return kNames[static_cast<size_t>(verdict)];
+  return kNames[static_cast<std::size_t>(verdict)];
 }
 
 Json tallyJson(const Tally& tally) {
@@ -68,7 +68,7 @@ std::string headingText(const CameraReport& camera) {
 
 std::string lineText(const CheckResult& result) {
   std::ostringstream text;
-  // What went wrong is to catch the eye in a long list.
+  // Failures must stand out in a long list.
   text << "  " << (result.verdict == Verdict::kFail ? "FAIL" : verdictName(result.verdict)) << "  "
        << std::left << std::setw(kNameWidth) << result.name << ' ' << result.promise;
   if (!result.detail.empty()) text << ": " << result.detail;

@@ -11,7 +11,7 @@
 
 namespace orvik::ctl::selftest {
 
-/** How all checks of one camera went. */
+/// The results of all checks of one camera.
 struct CameraReport {
   std::string name;
   int index = 0;
@@ -19,7 +19,7 @@ struct CameraReport {
   std::vector<CheckResult> results;
 };
 
-/** How many ended how, and how long they took. */
+/// How many checks passed, failed or were skipped, and how long they took.
 struct Tally {
   int passed = 0;
   int failed = 0;
@@ -30,13 +30,13 @@ struct Tally {
 Tally tallyOf(std::span<const CheckResult> results);
 Tally tallyOf(std::span<const CameraReport> reports);
 
-/** "Vek T15C, camera 0, 0A000001". */
+/// "Vek T15C, camera 0, 0A000001".
 std::string headingText(const CameraReport& camera);
 
-/** "  pass  video.rate         it streams: 312 frames/s". */
+/// "  pass  video.rate         it streams: 312 frames/s".
 std::string lineText(const CheckResult& result);
 
-/** "40 checks: 38 passed, 1 failed, 1 skipped, in 4.2 s". */
+/// "40 checks: 38 passed, 1 failed, 1 skipped, in 4.2 s".
 std::string tallyText(const Tally& tally);
 
 Json reportJson(std::span<const CameraReport> reports);

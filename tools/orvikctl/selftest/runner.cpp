@@ -7,7 +7,7 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-/** False when the camera could not be settled. */
+/// False when the camera could not be settled.
 bool tryCheck(const Check& check, Subject& subject, CheckResult& result) {
   bool settled = false;
   try {

@@ -12,7 +12,7 @@ namespace orvik::ctl::selftest {
 
 enum class Verdict { kPass, kFail, kSkip };
 
-/** How one check went. */
+/// The result of one check.
 struct CheckResult {
   std::string name;
   std::string promise;
@@ -21,15 +21,13 @@ struct CheckResult {
   double seconds = 0;
 };
 
-/** Called after each check. */
+/// Called after each check.
 using ResultSink = std::function<void(const CheckResult&)>;
 
-/**
- * Settles the camera and tries each check, until the user interrupts.
- *
- * When the camera cannot be settled any more, that check has failed, and those that follow are
- * skipped.
- */
+/// Settles the camera and tries each check, until the user interrupts.
+///
+/// When the camera cannot be settled any more, that check has failed, and those that follow are
+/// skipped.
 std::vector<CheckResult> runChecks(Subject& subject, std::span<const Check> checks,
                                    const ResultSink& sink);
 

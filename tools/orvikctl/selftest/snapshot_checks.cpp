@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Snapshots: one exposure, its status, its end before its time.
 #include <array>
+#include <cstdint>
 
 #include "tools/orvikctl/selftest/check.h"
 #include "tools/orvikctl/selftest/expect.h"
@@ -9,7 +10,7 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr int32_t kEndlessUs = 60'000'000;
+constexpr std::int32_t kEndlessUs = 60'000'000;
 
 void startExposure(const Subject& subject) {
   expectOk(OrvikStartExposure(subject.index()), "OrvikStartExposure");
@@ -22,8 +23,8 @@ void fetch(const Subject& subject, FrameBuffer& frame) {
   frame.expectWritten();
 }
 
-/** Takes a snapshot. @return how long it was exposing, milliseconds */
-double snap(const Subject& subject, int32_t exposureUs) {
+/// Takes a snapshot. @return how long it was exposing, milliseconds
+double snap(const Subject& subject, std::int32_t exposureUs) {
   FrameBuffer frame(subject.format());
   startExposure(subject);
   const StopWatch watch;
@@ -37,15 +38,15 @@ double snap(const Subject& subject, int32_t exposureUs) {
 std::string snaps(Subject& subject) {
   const int times = subject.conditions().quick ? 3 : 20;
   expectEqual(Orvik_EXPSTATE_NONE, subject.exposureStatus(), "status before any snapshot");
-  const int32_t exposureUs = subject.setExposure(5000);
+  const std::int32_t exposureUs = subject.setExposure(5000);
   double sum = 0;
   for (int time = 0; time < times; ++time) sum += snap(subject, exposureUs);
   return std::to_string(times) + ", " + figure(sum / times, "ms") + " each";
 }
 
-std::string takesItsTime(Subject& subject, int64_t wantedUs) {
+std::string takesItsTime(Subject& subject, std::int64_t wantedUs) {
   if (!subject.conditions().keepsTime) throw CheckSkipped("the camera does not keep time");
-  const int32_t exposureUs = subject.setExposure(wantedUs);
+  const std::int32_t exposureUs = subject.setExposure(wantedUs);
   const double took = snap(subject, exposureUs);
   const double wanted = exposureUs / 1000.0;
   expectThat(took >= 0.95 * wanted, "an exposure of " + figure(wanted, "ms"), figure(took, "ms"));
@@ -67,9 +68,9 @@ std::string aborts(Subject& subject) {
   const StopWatch watch;
   expectOk(OrvikStopExposure(subject.index()), "OrvikStopExposure");
   const double took = watch.milliseconds();
-  expectWithin(0, subject.conditions().patienceMs / 2.0, took, "milliseconds to abort");
+  expectWithin(0, subject.conditions().timeoutMs / 2.0, took, "milliseconds to abort");
   expectEqual(Orvik_EXPSTATE_NONE, subject.exposureStatus(), "status after an abort");
-  const int32_t exposureUs = subject.setExposure(5000);
+  const std::int32_t exposureUs = subject.setExposure(5000);
   snap(subject, exposureUs);
   return figure(took, "ms");
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/selftest/expect.h"
@@ -13,15 +14,17 @@ namespace {
 constexpr int kSmallWidth = 128;
 constexpr int kSmallHeight = 96;
 constexpr int kGuideLines = 4;
-constexpr int32_t kSettledExposureUs = 2000;
+constexpr std::int32_t kSettledExposureUs = 2000;
 
 }  // namespace
 
 Subject::Subject(int index, std::optional<int> second, Conditions conditions)
-    : index_(index), second_(second), conditions_(conditions) {}
+    : index_(index), second_(second), conditions_(std::move(conditions)) {}
 
 Subject::~Subject() { OrvikCloseCamera(index_); }
 
+// It changes the camera, though no member of this class.
+// NOLINTNEXTLINE(readability-make-member-function-const)
 void Subject::settle() {
   expectOk(OrvikOpenCamera(index_), "opening the camera");
   stopVideo();
@@ -46,9 +49,9 @@ Orvik_CAMERA_INFO Subject::info() const {
 std::vector<Orvik_CONTROL_CAPS> Subject::controls() const {
   int count = 0;
   expectOk(OrvikGetNumOfControls(index_, &count), "OrvikGetNumOfControls");
-  std::vector<Orvik_CONTROL_CAPS> all(static_cast<size_t>(std::max(count, 0)));
+  std::vector<Orvik_CONTROL_CAPS> all(static_cast<std::size_t>(std::max(count, 0)));
   for (int position = 0; position < count; ++position) {
-    expectOk(OrvikGetControlCaps(index_, position, &all[static_cast<size_t>(position)]),
+    expectOk(OrvikGetControlCaps(index_, position, &all[static_cast<std::size_t>(position)]),
              "OrvikGetControlCaps(" + std::to_string(position) + ")");
   }
   return all;
@@ -62,22 +65,22 @@ Orvik_CONTROL_CAPS Subject::control(Orvik_CONTROL_TYPE type) const {
 }
 
 ControlValue Subject::value(Orvik_CONTROL_TYPE type) const {
-  int32_t value = 0;
+  std::int32_t value = 0;
   Orvik_BOOL isAuto = Orvik_FALSE;
   expectOk(OrvikGetControlValue(index_, type, &value, &isAuto),
            "reading control " + std::to_string(type));
   return {value, isAuto == Orvik_TRUE};
 }
 
-void Subject::set(Orvik_CONTROL_TYPE type, int32_t value) const {
+void Subject::set(Orvik_CONTROL_TYPE type, std::int32_t value) const {
   expectOk(OrvikSetControlValue(index_, type, value, Orvik_FALSE),
            "setting control " + std::to_string(type) + " to " + std::to_string(value));
 }
 
-int32_t Subject::setExposure(int64_t microseconds) const {
+std::int32_t Subject::setExposure(std::int64_t microseconds) const {
   const Orvik_CONTROL_CAPS caps = control(Orvik_CTL_EXPOSURE);
-  const auto exposure = static_cast<int32_t>(
-      std::clamp<int64_t>(microseconds, caps.minValue, std::max(caps.minValue, caps.maxValue)));
+  const auto exposure = static_cast<std::int32_t>(std::clamp<std::int64_t>(
+      microseconds, caps.minValue, std::max(caps.minValue, caps.maxValue)));
   set(Orvik_CTL_EXPOSURE, exposure);
   return exposure;
 }
@@ -117,7 +120,7 @@ void Subject::stopVideo() const {
 
 void Subject::readFrame(FrameBuffer& frame) const {
   frame.clear();
-  expectOk(OrvikGetVideoData(index_, frame.data(), frame.size(), conditions_.patienceMs),
+  expectOk(OrvikGetVideoData(index_, frame.data(), frame.size(), conditions_.timeoutMs),
            "a frame of " + formatText(frame.format()));
   frame.expectWritten();
 }
@@ -136,13 +139,13 @@ Orvik_EXPOSURE_STATUS Subject::exposureStatus() const {
   return status;
 }
 
-Orvik_EXPOSURE_STATUS Subject::waitForExposure(int64_t exposureUs) const {
+Orvik_EXPOSURE_STATUS Subject::waitForExposure(std::int64_t exposureUs) const {
   const StopWatch watch;
-  const double limit = static_cast<double>(exposureUs) / 1000 + conditions_.patienceMs;
+  const double limit = static_cast<double>(exposureUs) / 1000 + conditions_.timeoutMs;
   while (exposureStatus() == Orvik_EXPSTATE_EXPOSING) {
     expectThat(watch.milliseconds() < limit,
                "the end of a snapshot within its exposure and " +
-                   std::to_string(conditions_.patienceMs) + " ms",
+                   std::to_string(conditions_.timeoutMs) + " ms",
                "none");
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
@@ -151,7 +154,7 @@ Orvik_EXPOSURE_STATUS Subject::waitForExposure(int64_t exposureUs) const {
 
 std::string formatText(const ImageFormat& format) {
   return std::to_string(format.width) + "x" + std::to_string(format.height) + " bin " +
-         std::to_string(format.bin) + " " + std::string(imageTypeName(format.type));
+         std::to_string(format.bin) + " " + std::string(imageType(format.type).name);
 }
 
 }  // namespace orvik::ctl::selftest

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Video: starts and stops, waiting, lost frames, rate.
 #include <array>
+#include <cstdint>
 #include <future>
 #include <thread>
 
@@ -11,7 +12,7 @@
 namespace orvik::ctl::selftest {
 namespace {
 
-constexpr int32_t kSlowUs = 2'000'000;
+constexpr std::int32_t kSlowUs = 2'000'000;
 
 int droppedFrames(const Subject& subject) {
   int dropped = -1;
@@ -58,9 +59,9 @@ std::string timesOut(Subject& subject) {
              OrvikGetVideoData(subject.index(), frame.data(), frame.size(), kWaitMs),
              "a wait far below the exposure");
   const double took = watch.milliseconds();
-  expectWithin(kWaitMs - 1, kWaitMs + subject.conditions().patienceMs / 4.0, took,
+  expectWithin(kWaitMs - 1, kWaitMs + subject.conditions().timeoutMs / 4.0, took,
                "milliseconds of a wait of 60 ms");
-  frame.expectUntouched("after a time-out");
+  frame.expectUntouched("after a timeout");
   return "60 ms took " + figure(took, "ms");
 }
 
@@ -77,7 +78,7 @@ std::string stopWakesReader(Subject& subject) {
   subject.stopVideo();
   expectCode(Orvik_ERROR_NO_FRAME, reading.get(), "a reader without limit, when video stops");
   const double took = watch.milliseconds();
-  expectWithin(0, subject.conditions().patienceMs, took, "milliseconds to stop and wake");
+  expectWithin(0, subject.conditions().timeoutMs, took, "milliseconds to stop and wake");
   return figure(took, "ms");
 }
 
@@ -85,7 +86,7 @@ std::string countsLost(Subject& subject) {
   const StopWatch watch;
   subject.startVideo();
   while (droppedFrames(subject) == 0) {
-    expectThat(watch.milliseconds() < subject.conditions().patienceMs,
+    expectThat(watch.milliseconds() < subject.conditions().timeoutMs,
                "lost frames to be counted while nobody reads", "a count that stays at 0");
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
@@ -115,7 +116,7 @@ std::string rate(Subject& subject) {
 std::string keepsPace(Subject& subject) {
   if (!subject.conditions().keepsTime) throw CheckSkipped("the camera does not keep time");
   constexpr int kFrames = 4;
-  const int32_t exposureUs = subject.setExposure(40000);
+  const std::int32_t exposureUs = subject.setExposure(40000);
   FrameBuffer frame(subject.format());
   subject.startVideo();
   // What was sensed while video started may come at once.

@@ -1,36 +1,35 @@
 // SPDX-License-Identifier: MIT
-#include "tools/orvikctl/output/fits_writer.h"
+#include "tools/orvikctl/output/fits_encoder.h"
 
 #include <fitsio.h>
 
 #include <array>
-#include <cerrno>
+#include <cstdlib>
+#include <stdexcept>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
-#include "tools/orvikctl/failure.h"
-#include "tools/orvikctl/output/atomic_file.h"
 #include "tools/orvikctl/output/mosaic.h"
 #include "tools/orvikctl/output/software.h"
 #include "tools/orvikctl/output/time_text.h"
 
 namespace orvik::ctl {
-namespace fs = std::filesystem;
 namespace {
 
-/** A FITS file being written. The first error sticks and makes every later step do nothing. */
+/// A FITS file in memory. The first error sticks and makes every later step do nothing.
 class FitsFile {
  public:
-  explicit FitsFile(const fs::path& file) {
-    // A "disk file" takes the name as it stands, where the extended syntax would read brackets.
-    fits_create_diskfile(&fits_, file.c_str(), &status_);
+  FitsFile() {
+    // Files are padded to whole blocks of this size, so that the buffer grows by blocks as well.
+    constexpr std::size_t kBlockBytes = 2880;
+    fits_create_memfile(&fits_, &memory_, &capacity_, 16 * kBlockBytes, std::realloc, &status_);
   }
   ~FitsFile() {
     int ignored = 0;
     if (fits_ != nullptr) fits_close_file(fits_, &ignored);
     fits_clear_errmsg();
+    std::free(memory_);
   }
   FitsFile(const FitsFile&) = delete;
   FitsFile& operator=(const FitsFile&) = delete;
@@ -38,7 +37,7 @@ class FitsFile {
   void create(int imageType, std::vector<long> axes) {
     fits_create_img(fits_, imageType, static_cast<int>(axes.size()), axes.data(), &status_);
   }
-  void pixels(int dataType, const void* data, size_t count) {
+  void pixels(int dataType, const void* data, std::size_t count) {
     // The library only reads them.
     fits_write_img(fits_, dataType, 1, static_cast<LONGLONG>(count), const_cast<void*>(data),
                    &status_);
@@ -53,13 +52,25 @@ class FitsFile {
     constexpr int kDigits = -12;  // significant digits, as few of them as the value needs
     fits_write_key_dbl(fits_, name, value, kDigits, comment, &status_);
   }
-  void close() {
-    fits_close_file(std::exchange(fits_, nullptr), &status_);  // Freed even if closing fails.
+  /// Completes the file. @return its contents. Throws std::runtime_error if any step has failed.
+  std::vector<std::uint8_t> close() {
+    LONGLONG end = 0;
+    fits_flush_file(fits_, &status_);
+    fits_get_hduaddrll(fits_, nullptr, nullptr, &end, &status_);
+    fits_close_file(std::exchange(fits_, nullptr), &status_);  // freed even if closing fails
+    if (status_ != 0) {
+      std::array<char, FLEN_STATUS> text{};
+      fits_get_errstatus(status_, text.data());
+      throw std::runtime_error(std::string("cannot encode a FITS file: ") + text.data());
+    }
+    const auto* const bytes = static_cast<const std::uint8_t*>(memory_);
+    return {bytes, bytes + end};
   }
-  [[nodiscard]] int status() const { return status_; }
 
  private:
   fitsfile* fits_ = nullptr;
+  void* memory_ = nullptr;
+  std::size_t capacity_ = 0;
   int status_ = 0;
 };
 
@@ -91,7 +102,7 @@ void writeGeometryKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("YORGSUBF", info.startY, "top edge on the sensor, binned pixels");
   fits.key("ROWORDER", "TOP-DOWN", "the first row is the top one");
   if (info.mosaic) {
-    fits.key("BAYERPAT", std::string(mosaicName(*info.mosaic)), "colours of the top left 2 x 2");
+    fits.key("BAYERPAT", std::string(mosaic(*info.mosaic).name), "colours of the top left 2 x 2");
     fits.key("XBAYROFF", 0, "BAYERPAT starts at the first column");
     fits.key("YBAYROFF", 0, "BAYERPAT starts at the first row");
   }
@@ -105,11 +116,11 @@ void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("SWCREATE", kSoftware, "program that wrote this file");
 }
 
-/** Blue, green, red pixel by pixel become a red, a green and a blue plane. */
-std::vector<uint8_t> planesOf(std::span<const uint8_t> bgr) {
-  const size_t count = bgr.size() / 3;
-  std::vector<uint8_t> planes(bgr.size());
-  for (size_t i = 0; i < count; ++i) {
+/// Blue, green, red pixel by pixel become a red, a green and a blue plane.
+std::vector<std::uint8_t> planesOf(std::span<const std::uint8_t> bgr) {
+  const std::size_t count = bgr.size() / 3;
+  std::vector<std::uint8_t> planes(bgr.size());
+  for (std::size_t i = 0; i < count; ++i) {
     planes[i] = bgr[3 * i + 2];
     planes[count + i] = bgr[3 * i + 1];
     planes[2 * count + i] = bgr[3 * i];
@@ -118,45 +129,32 @@ std::vector<uint8_t> planesOf(std::span<const uint8_t> bgr) {
 }
 
 void writePixels(FitsFile& fits, const Image& image) {
-  switch (image.info.type) {
-    case Orvik_IMG_RGB24: {
-      const std::vector<uint8_t> planes = planesOf(image.pixels);
-      fits.pixels(TBYTE, planes.data(), planes.size());
-      break;
-    }
-    case Orvik_IMG_RAW16:
-      fits.pixels(TUSHORT, image.pixels.data(), image.pixels.size() / 2);
-      break;
-    default:
-      fits.pixels(TBYTE, image.pixels.data(), image.pixels.size());
+  const ImageType type = imageType(image.info.type);
+  if (type.isColour) {
+    const std::vector<std::uint8_t> planes = planesOf(image.pixels);
+    fits.pixels(TBYTE, planes.data(), planes.size());
+  } else if (type.bitsPerSample == 16) {
+    fits.pixels(TUSHORT, image.pixels.data(), image.pixels.size() / 2);
+  } else {
+    fits.pixels(TBYTE, image.pixels.data(), image.pixels.size());
   }
-}
-
-[[noreturn]] void fail(const fs::path& file, int status, int errorNumber) {
-  if (errorNumber != 0) failWrite(file, errorNumber);
-  std::array<char, FLEN_STATUS> text{};
-  fits_get_errstatus(status, text.data());
-  throw Failure(ExitCode::kFileFailed, "cannot write " + file.string() + ": " + text.data() + ".");
 }
 
 }  // namespace
 
-void FitsWriter::write(const Image& image, const fs::path& file) {
+std::vector<std::uint8_t> encodeFits(const Image& image) {
   requireWhole(image);
   const ImageInfo& info = image.info;
-  std::error_code ignored;
-  fs::remove(file, ignored);
-  errno = 0;
-  FitsFile fits(file);
+  const ImageType type = imageType(info.type);
+  FitsFile fits;
   std::vector<long> axes = {info.width, info.height};
-  if (info.type == Orvik_IMG_RGB24) axes.push_back(3);
-  fits.create(info.type == Orvik_IMG_RAW16 ? USHORT_IMG : BYTE_IMG, std::move(axes));
+  if (type.isColour) axes.push_back(3);
+  fits.create(type.bitsPerSample == 16 ? USHORT_IMG : BYTE_IMG, std::move(axes));
   writeExposureKeys(fits, info);
   writeGeometryKeys(fits, info);
   writeNameKeys(fits, info);
   writePixels(fits, image);
-  fits.close();
-  if (fits.status() != 0) fail(file, fits.status(), errno);
+  return fits.close();
 }
 
 }  // namespace orvik::ctl

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "tools/orvikctl/output/png_writer.h"
+#include "tools/orvikctl/output/png_encoder.h"
 
 #include <png.h>
 
-#include <cerrno>
 #include <csetjmp>
-#include <cstdio>
-#include <memory>
-#include <stdexcept>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "tools/orvikctl/output/atomic_file.h"
 #include "tools/orvikctl/output/mosaic.h"
 #include "tools/orvikctl/output/software.h"
 #include "tools/orvikctl/output/time_text.h"
@@ -24,11 +21,7 @@ namespace {
 // times as long as level 1 for 2 % less, and a prediction filter only made the file larger.
 constexpr int kCompressionLevel = 1;
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-/** The text chunks and the strings that they point to. */
+/// The text chunks and the strings that they point to.
 class Texts {
  public:
   explicit Texts(const ImageInfo& info) {
@@ -37,9 +30,9 @@ class Texts {
     add("Creation Time", utcText(info.start) + " UTC, start of exposure");
     add("Exposure", formatDuration(info.exposure.count()));
     add("Gain", std::to_string(info.gain));
-    if (info.mosaic) add("Bayer pattern", std::string(mosaicName(*info.mosaic)));
+    if (info.mosaic) add("Bayer pattern", std::string(mosaic(*info.mosaic).name));
     chunks_.resize(pairs_.size());
-    for (size_t i = 0; i < pairs_.size(); ++i) {
+    for (std::size_t i = 0; i < pairs_.size(); ++i) {
       chunks_[i] = {};
       chunks_[i].compression = PNG_TEXT_COMPRESSION_NONE;
       chunks_[i].key = pairs_[i].key.data();
@@ -61,7 +54,7 @@ class Texts {
   std::vector<png_text> chunks_;
 };
 
-/** libpng's two records, freed together. */
+/// libpng's two records, freed together.
 class Encoder {
  public:
   Encoder() : png_(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, giveUp, ignore)) {
@@ -89,33 +82,47 @@ class Encoder {
   png_infop info_ = nullptr;
 };
 
-/**
- * Encodes into an open file; false when libpng gave up.
- *
- * libpng reports errors by a long jump back into this function, so that nothing in it may need a
- * destructor.
- */
+using Bytes = std::vector<std::uint8_t>;
+
+/// Receives the encoded bytes. No exception may leave it: libpng is written in C.
+void append(png_structp png, png_bytep data, std::size_t size) {
+  bool fits = true;
+  try {
+    auto& bytes = *static_cast<Bytes*>(png_get_io_ptr(png));
+    bytes.insert(bytes.end(), data, data + size);
+  } catch (const std::exception&) {
+    fits = false;
+  }
+  if (!fits) png_error(png, "out of memory");
+}
+
+void flush(png_structp /*png*/) {}
+
+/// Encodes an image; false when libpng gave up.
+///
+/// libpng reports errors by a long jump back into this function, so that nothing in it may need a
+/// destructor.
 bool encode(const Encoder& encoder, const Image& image, const std::vector<png_text>& texts,
-            std::FILE* file) {
+            Bytes& bytes) {
   png_structp png = encoder.png();
   png_infop info = encoder.info();
   if (setjmp(png_jmpbuf(png)) != 0) return false;
-  png_init_io(png, file);
-  const bool isColour = image.info.type == Orvik_IMG_RGB24;
-  const bool is16Bit = image.info.type == Orvik_IMG_RAW16;
+  png_set_write_fn(png, &bytes, append, flush);
+  const ImageType type = imageType(image.info.type);
+  const bool wide = type.bitsPerSample == 16;
   png_set_IHDR(png, info, static_cast<png_uint_32>(image.info.width),
-               static_cast<png_uint_32>(image.info.height), is16Bit ? 16 : 8,
-               isColour ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+               static_cast<png_uint_32>(image.info.height), type.bitsPerSample,
+               type.isColour ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_text(png, info, texts.data(), static_cast<int>(texts.size()));
   png_set_compression_level(png, kCompressionLevel);
   png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
   png_write_info(png, info);
-  if (is16Bit) png_set_swap(png);
-  if (isColour) png_set_bgr(png);
-  const size_t rowBytes = imageBytes(image.info.width, 1, image.info.type);
+  if (wide) png_set_swap(png);
+  if (type.isColour) png_set_bgr(png);
+  const std::size_t rowBytes = imageBytes(image.info.width, 1, image.info.type);
   for (int row = 0; row < image.info.height; ++row) {
-    png_write_row(png, image.pixels.data() + static_cast<size_t>(row) * rowBytes);
+    png_write_row(png, image.pixels.data() + static_cast<std::size_t>(row) * rowBytes);
   }
   png_write_end(png, nullptr);
   return true;
@@ -123,15 +130,13 @@ bool encode(const Encoder& encoder, const Image& image, const std::vector<png_te
 
 }  // namespace
 
-void PngWriter::write(const Image& image, const std::filesystem::path& file) {
+Bytes encodePng(const Image& image) {
   requireWhole(image);
-  std::unique_ptr<std::FILE, CloseFile> out(std::fopen(file.c_str(), "wb"));
-  if (!out) failWrite(file, errno);
   const Encoder encoder;
   const Texts texts(image.info);
-  errno = 0;
-  if (!encode(encoder, image, texts.chunks(), out.get())) failWrite(file, errno != 0 ? errno : EIO);
-  if (std::fclose(out.release()) != 0) failWrite(file, errno);
+  Bytes bytes;
+  if (!encode(encoder, image, texts.chunks(), bytes)) throw std::bad_alloc();
+  return bytes;
 }
 
 }  // namespace orvik::ctl
