@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The table of models in README.md is made from the catalogue; this test makes it, or finds it
-// out of date.
+// The tables of models in README.md and docs/hardware.md are made from the catalogue; this test
+// makes them, or finds them out of date.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -61,20 +61,50 @@ std::string table() {
   return text.str();
 }
 
-TEST(ReadmeTest, ItsTableIsTheCatalogue) {
-  std::ifstream file(ORVIK_README);
-  const std::string readme{std::istreambuf_iterator<char>(file), {}};
-  const auto begin = readme.find(kBegin);
-  const auto end = readme.find(kEnd);
+std::string range(const ControlRange& range) {
+  std::ostringstream text;
+  text << range.min << " to " << range.max << " (" << range.defaultValue << ")";
+  return text.str();
+}
+
+std::string limits() {
+  std::ostringstream text;
+  text << "| Model | Gain | Black level | Exposure, us | Red, blue | Hardware bin | High speed | "
+          "Over-clock | Controls |\n|---|---|---|---|---|---|---|---|---|\n";
+  for (const ModelRow* model : allModels()) {
+    const auto offers = [model](Orvik_CONTROL_TYPE type) { return model->controls.has(type); };
+    text << "| " << model->settingsName << " | " << range(model->gain) << " | "
+         << (offers(Orvik_CTL_BRIGHTNESS) ? range(model->brightness) : "") << " | "
+         << range(model->exposureUs) << " | ";
+    if (model->colour) {
+      text << model->whiteBalanceRedDefault << ", " << model->whiteBalanceBlueDefault
+           << (model->whiteBalanceOnHost ? " on the host" : "");
+    }
+    text << " | " << (offers(Orvik_CTL_HARDWARE_BIN) ? "yes" : "") << " | "
+         << (offers(Orvik_CTL_HIGH_SPEED_MODE) ? "yes" : "") << " | "
+         << (offers(Orvik_CTL_OVERCLK) ? "yes" : "") << " | " << model->controls.size() << " |\n";
+  }
+  return text.str();
+}
+
+void holdAgainst(const char* path, const std::string& table) {
+  std::ifstream file(path);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  const auto begin = text.find(kBegin);
+  const auto end = text.find(kEnd);
   ASSERT_NE(begin, std::string::npos);
   ASSERT_LT(begin, end);
   const auto from = begin + std::string(kBegin).size();
   if (std::getenv("ORVIK_WRITE_FILES") != nullptr) {
-    std::ofstream(ORVIK_README) << readme.substr(0, from) << table() << readme.substr(end);
+    std::ofstream(path) << text.substr(0, from) << table << text.substr(end);
     return;
   }
-  EXPECT_EQ(readme.substr(from, end - from), table())
-      << "`./dev models` brings README.md up to date";
+  EXPECT_EQ(text.substr(from, end - from), table) << "`./dev models` brings it up to date";
+}
+
+TEST(ReadmeTest, TheTablesAreTheCatalogue) {
+  holdAgainst(ORVIK_README, table());
+  holdAgainst(ORVIK_HARDWARE, limits());
 }
 
 }  // namespace
