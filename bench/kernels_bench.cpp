@@ -2,13 +2,13 @@
 // The kernels of the library as the camera classes call them. Kernels that work in place run again
 // and again over one buffer; their speed does not depend on what is in it, but for the 16-bit
 // table, which is chosen so that a frame returns every second time.
-#include "algorithm/algorithm.h"
 #include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
 #include "algorithm/hot_pixel_table.h"
 #include "algorithm/hot_sites.h"
 #include "algorithm/white_balance.h"
 #include "bench/frames.h"
+#include "orvik/algorithm.h"
 
 namespace orvik::bench {
 namespace {
