@@ -54,6 +54,13 @@ void balanceByImage(Camera& camera, const std::uint8_t* rgb) {
   follow(camera, imageColour(rgb, format.columns(), format.rows(), format.hostBin()));
 }
 
+void storeMosaicBlock(const Camera& camera, const RawFrame& frame, const FrameBlock& block,
+                      const Wanted3& deviations, const Wanted3& means) {
+  if (frame.samples == nullptr || !deviations.areAll() || !means.areAll()) return;
+  storeBlock(mosaicBlock(frame, camera.model().bayer, block, camera.state().softwareBin()),
+             deviations.pointers(), means.pointers());
+}
+
 /// Get_variance_ave() of either model.
 void storeImageBlock(const Camera& camera, const std::uint8_t* rgb, const FrameBlock& block,
                      int rowLength, int imageHeight, const Wanted3& deviations,
@@ -109,14 +116,9 @@ void CCameraBase::Get_variance_ave_RAW(const std::uint8_t* frame, int blockColum
                                        int* blueDeviation, int* redMean, int* greenMean,
                                        int* blueMean) const noexcept {
   withCamera(impl(), [&](const Camera& camera) {
-    const Wanted3 deviations{redDeviation, greenDeviation, blueDeviation};
-    const Wanted3 means{redMean, greenMean, blueMean};
-    if (frame == nullptr || !deviations.areAll() || !means.areAll()) return;
-    const RawFrame raw{.samples = frame, .columns = rowLength, .rows = frameHeight};
-    const FrameBlock block{
-        .column = blockColumn, .row = blockRow, .width = blockWidth, .height = blockHeight};
-    storeBlock(mosaicBlock(raw, camera.model().bayer, block, camera.state().softwareBin()),
-               deviations.pointers(), means.pointers());
+    storeMosaicBlock(camera, {.samples = frame, .columns = rowLength, .rows = frameHeight},
+                     {blockColumn, blockRow, blockWidth, blockHeight},
+                     {redDeviation, greenDeviation, blueDeviation}, {redMean, greenMean, blueMean});
   });
 }
 
