@@ -162,8 +162,7 @@ BENCHMARK(gammaTables)->Name("gamma tables")->Arg(1)->Arg(50)->Arg(80);
 
 void gainTables(benchmark::State& state) {
   for (auto _ : state) {
-    CAlgorithm::SetRGBWB(52, 95);
-    benchmark::DoNotOptimize(GainTables(whiteBalance()));
+    benchmark::DoNotOptimize(GainTables({.red = 52, .blue = 95}));
   }
 }
 BENCHMARK(gainTables)->Name("gain tables");
