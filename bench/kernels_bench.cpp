@@ -2,13 +2,13 @@
 // The kernels of the library as the camera classes call them. Kernels that work in place run again
 // and again over one buffer; their speed does not depend on what is in it, but for the 16-bit
 // table, which is chosen so that a frame returns every second time.
-#include "algorithm/algorithm.h"
 #include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
 #include "algorithm/hot_pixel_table.h"
 #include "algorithm/hot_sites.h"
 #include "algorithm/white_balance.h"
 #include "bench/frames.h"
+#include "orvik/algorithm.h"
 
 namespace orvik::bench {
 namespace {
@@ -162,8 +162,7 @@ BENCHMARK(gammaTables)->Name("gamma tables")->Arg(1)->Arg(50)->Arg(80);
 
 void gainTables(benchmark::State& state) {
   for (auto _ : state) {
-    CAlgorithm::SetRGBWB(52, 95);
-    benchmark::DoNotOptimize(GainTables(whiteBalance()));
+    benchmark::DoNotOptimize(GainTables({.red = 52, .blue = 95}));
   }
 }
 BENCHMARK(gainTables)->Name("gain tables");

@@ -1,71 +1,106 @@
-// SPDX-License-Identifier: MIT
-#pragma once
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file algorithm.h
+ * CAlgorithm: the pixel work of the library for frames of a program's own.
+ */
+#ifndef ORVIK_ALGORITHM_H
+#define ORVIK_ALGORITHM_H
+
+#include <orvik/orvik.h>
 
 #include <cstdint>
 
 namespace orvik {
 
-/// The pixel work of the driver under the names that the camera classes use.
-///
-/// Frames are packed: rows follow each other without padding, the top row first. 24-bit colour is
-/// blue, green, red per pixel. A height or width below 1 does nothing; beyond that the caller
-/// answers for the buffers being as large as the sizes say. The exact arithmetic stands with the
-/// functions that each method hands on to.
-///
-/// The class holds nothing. Its only state is the white balance, which belongs to the process: who
-/// changes it changes it for every camera. All methods may be called from any thread; a change of
-/// the balance takes effect with the next frame that is begun.
-class CAlgorithm {
+/**
+ * Pixel kernels on packed frames.
+ *
+ * Rows follow each other without padding, the top row first. 24-bit colour is blue, green, red per
+ * pixel. A null pointer, or a width or height below 1, does nothing; beyond that the caller answers
+ * for the buffers being as large as the sizes say.
+ *
+ * The class holds nothing. Its only state is the white balance, which belongs to the process: it is
+ * set to neutral when a camera object is made, and to the balance of a T01C or T03C camera object
+ * whenever that is set through the object. Images of cameras do not depend on it. All members may
+ * be called from any thread; a change of the balance takes effect with the next frame that is
+ * begun. None throws.
+ */
+class ORVIK_API CAlgorithm {
  public:
-  /// Sets the white balance to neutral. (The luminance and chroma tables are constants.)
+  /** Sets the white balance to neutral. */
   static void RGBYUV_Init() noexcept;
-  /// Sets the white balance: gains of red and blue in fiftieths, 50 is unity; see WhiteBalance.
+  /** Sets the white balance. @param gainR, gainB gains of red and blue in fiftieths: 50 is unity,
+   *  100 doubles, what is below 0 counts as 0 */
   static void SetRGBWB(int gainR, int gainB) noexcept;
 
-  /// Demosaics a frame whose top left cell of 2 x 2 reads as the name says; see demosaic().
-  /// @param raw width * height bytes
-  /// @param rgb receives 3 * width * height bytes
-  static void Bayer2RGB24_RG(const uint8_t* raw, uint8_t* rgb, int width, int height) noexcept;
-  static void Bayer2RGB24_BG(const uint8_t* raw, uint8_t* rgb, int width, int height) noexcept;
-  static void Bayer2RGB24_GR(const uint8_t* raw, uint8_t* rgb, int width, int height) noexcept;
-  static void Bayer2RGB24_GB(const uint8_t* raw, uint8_t* rgb, int width, int height) noexcept;
+  /**
+   * Demosaics a frame bilinearly, with the white balance. The four members stand for the colours of
+   * the top left cell of 2 x 2 pixels; see ::BayerPattern.
+   *
+   * @param raw width * height bytes
+   * @param rgb receives 3 * width * height bytes; must not overlap `raw`
+   */
+  static void Bayer2RGB24_RG(const std::uint8_t* raw, std::uint8_t* rgb, int width,
+                             int height) noexcept;
+  /** As Bayer2RGB24_RG(). */
+  static void Bayer2RGB24_BG(const std::uint8_t* raw, std::uint8_t* rgb, int width,
+                             int height) noexcept;
+  /** As Bayer2RGB24_RG(). */
+  static void Bayer2RGB24_GR(const std::uint8_t* raw, std::uint8_t* rgb, int width,
+                             int height) noexcept;
+  /** As Bayer2RGB24_RG(). */
+  static void Bayer2RGB24_GB(const std::uint8_t* raw, std::uint8_t* rgb, int width,
+                             int height) noexcept;
 
-  /// 24-bit colour to 8-bit luminance; see luminance().
-  static void RGB2Y8(const uint8_t* rgb, uint8_t* y8, int width, int height) noexcept;
-  /// 24-bit colour to byte 0 of each pixel; see firstChannel().
-  static void RGB2R8(const uint8_t* rgb, uint8_t* out, int width, int height) noexcept;
-  /// 24-bit colour to packed 4:2:2, two bytes per pixel; see yuv422().
-  static void RGB2YUV2(const uint8_t* rgb, uint8_t* yuv, int width, int height,
+  /** 24-bit colour to luminance, 0 to 219. @param y8 receives width * height bytes; may be `rgb` */
+  static void RGB2Y8(const std::uint8_t* rgb, std::uint8_t* y8, int width, int height) noexcept;
+  /** 24-bit colour to byte 0 of each pixel. @param out receives width * height bytes; may be `rgb`
+   */
+  static void RGB2R8(const std::uint8_t* rgb, std::uint8_t* out, int width, int height) noexcept;
+  /** 24-bit colour to packed 4:2:2. @param yuv receives 2 * width * height bytes
+   *  @param bottomUp whether the last row comes first; otherwise `yuv` may be `rgb` */
+  static void RGB2YUV2(const std::uint8_t* rgb, std::uint8_t* yuv, int width, int height,
                        bool bottomUp) noexcept;
 
-  /// Replaces every pixel, in place, by the table entry that it indexes.
-  /// @param table 256 entries
-  static void Gamma(uint8_t* img, const uint8_t* table, int width, int height) noexcept;
-  /// @param table 65536 entries
-  static void Gamma(uint16_t* img, const uint16_t* table, int width, int height) noexcept;
+  /** Replaces each pixel, in place, by the entry that it indexes. @param table 256 entries */
+  static void Gamma(std::uint8_t* img, const std::uint8_t* table, int width, int height) noexcept;
+  /** The same for 16 bits. @param table 65536 entries */
+  static void Gamma(std::uint16_t* img, const std::uint16_t* table, int width, int height) noexcept;
 
-  /// Bins a monochrome frame in place, in `buf16` if `is16`, else in `buf8`; see binMono(). The
-  /// buffer that is not meant may be null. Sizes are those of the result.
-  static void MonoBin(uint8_t* buf8, uint16_t* buf16, int width, int height, int bin,
+  /**
+   * Bins a monochrome frame in place: samples of 8 bits are added up, at most 255; of 16 bits the
+   * mean is taken.
+   *
+   * @param buf8, buf16 the frame, in `buf16` if `is16`; the other may be null
+   * @param width, height of the result; the frame is `bin` times as large
+   * @param bin factor; below 2 does nothing
+   */
+  static void MonoBin(std::uint8_t* buf8, std::uint16_t* buf16, int width, int height, int bin,
                       bool is16) noexcept;
-  /// Bins a mosaic in place and keeps its pattern; buffers as for MonoBin(); see binMosaic().
-  static void ColorRAWBin(uint8_t* buf8, uint16_t* buf16, int width, int height, int bin,
+  /** The same for a mosaic, which keeps its pattern. */
+  static void ColorRAWBin(std::uint8_t* buf8, std::uint16_t* buf16, int width, int height, int bin,
                           bool is16) noexcept;
 
-  /// Flips a raw frame of (width * bin) x (height * bin) samples in place; see flip().
-  /// @param buf bytes, or aligned 16-bit words if `is16`
+  /** Flips a raw frame of (width * bin) x (height * bin) samples in place. @param buf bytes, or
+   *  aligned 16-bit words if `is16` */
   static void SoftMisc(void* buf, int width, int height, int bin, bool is16, bool flipVertical,
                        bool flipHorizontal) noexcept;
 
-  /// Subtracts a dark frame in place; see subtractDark() and, for an image that the sensor binned
-  /// 2 x 2, subtractBinnedDark().
-  /// @param width, height of the dark, in 16-bit samples
-  /// @param columnStart only with `binned`
-  static void SubtractDark(uint8_t* image, int width, int height, int offset, const uint16_t* dark,
-                           bool binned, int columnStart) noexcept;
-  /// Writes the present local time into an image; see drawTimeMark().
-  /// @param type 0 for one byte a pixel, 1 for 24-bit colour; any other does nothing
-  static void AddTimeMark(uint8_t* image, int width, int height, int type) noexcept;
+  /**
+   * Subtracts a dark frame in place: each pixel becomes itself - dark + offset, within 0 and 255.
+   *
+   * @param image width * height bytes; with `binned`, width / 2 * height / 2
+   * @param width, height of the dark, in samples @param dark as many samples
+   * @param binned whether the sensor binned the image 2 x 2 by colour
+   * @param columnStart left edge of a binned image in the dark, binned pixels, 0 or above
+   */
+  static void SubtractDark(std::uint8_t* image, int width, int height, int offset,
+                           const std::uint16_t* dark, bool binned, int columnStart) noexcept;
+  /** Writes the present local time into the top left corner of an image.
+   *  @param type 0 for one byte a pixel, 1 for 24-bit colour; any other does nothing */
+  static void AddTimeMark(std::uint8_t* image, int width, int height, int type) noexcept;
 };
 
 }  // namespace orvik
+
+#endif

@@ -5,7 +5,6 @@
 
 #include <functional>
 
-#include "algorithm/algorithm.h"
 #include "algorithm/frame.h"
 
 namespace orvik::test {
@@ -61,7 +60,6 @@ uint32_t sumOfQuotients(const std::vector<uint32_t>& samples, uint32_t bin) {
 /// Random frames: dark ones whose sums stay below the limit, and ones of the full range.
 template <typename Sample>
 void expectBinned(bool mosaic, const Combine& combine) {
-  constexpr bool kIs16 = sizeof(Sample) == 2;
   for (const Size size : kSizes) {
     for (const int bin : kBins) {
       for (const uint32_t max : {uint32_t{510} / static_cast<uint32_t>(bin * bin) + 1,
@@ -76,15 +74,11 @@ void expectBinned(bool mosaic, const Combine& combine) {
             wanted.push_back(static_cast<Sample>(combine(samples, static_cast<uint32_t>(bin))));
           }
         }
-        uint8_t* buf8 = nullptr;
-        uint16_t* buf16 = nullptr;
-        if constexpr (kIs16) {
-          buf16 = image.data();
+        if (mosaic) {
+          binMosaic(image.data(), size.width, size.height, bin);
         } else {
-          buf8 = image.data();
+          binMono(image.data(), size.width, size.height, bin);
         }
-        const auto binFrame = mosaic ? &CAlgorithm::ColorRAWBin : &CAlgorithm::MonoBin;
-        binFrame(buf8, buf16, size.width, size.height, bin, kIs16);
         ASSERT_EQ(image.first(area(size)), wanted);
         ASSERT_TRUE(image.guardsIntact());
       }
@@ -101,8 +95,8 @@ TEST(Binning, DoesNothingWithoutBin) {
   for (const int bin : {1, 0, -2}) {
     auto image = Frame<uint8_t>::random(16, 42);
     const std::vector<uint8_t> before = image.pixels();
-    CAlgorithm::MonoBin(image.data(), nullptr, 4, 4, bin, false);
-    CAlgorithm::ColorRAWBin(image.data(), nullptr, 4, 4, bin, false);
+    binMono(image.data(), 4, 4, bin);
+    binMosaic(image.data(), 4, 4, bin);
     EXPECT_EQ(image.pixels(), before);
   }
 }

@@ -3,7 +3,6 @@
 
 #include <cmath>
 
-#include "algorithm/algorithm.h"
 #include "algorithm/frame.h"
 
 namespace orvik::test {
@@ -22,7 +21,7 @@ TEST(Dark, SubtractsAndLiftsWithinEightBits) {
       for (size_t i = 0; i < 1000; ++i) {
         wanted.push_back(static_cast<uint8_t>(plainDifference(image[i], dark[i], offset)));
       }
-      CAlgorithm::SubtractDark(image.data(), 100, 10, offset, dark.data(), false, 0);
+      subtractDark(image.data(), 100, 10, offset, dark.data());
       ASSERT_EQ(image.pixels(), wanted) << "offset " << offset << ", dark up to " << darkMax;
       ASSERT_TRUE(image.guardsIntact());
     }
@@ -84,8 +83,7 @@ TEST(Dark, WeighsTheSamplesOfABinnedPixel) {
           }
         }
         auto once = image;
-        CAlgorithm::SubtractDark(image.data(), size.width, size.height, offset, dark.data(), true,
-                                 columnStart);
+        subtractBinnedDark(image.data(), size.width, size.height, offset, dark.data(), columnStart);
         ASSERT_EQ(image.pixels(), wanted);
         ASSERT_TRUE(image.guardsIntact());
 

@@ -5,17 +5,14 @@
 
 #include <string>
 
-#include "algorithm/algorithm.h"
+#include "algorithm/flip.h"
 #include "algorithm/frame.h"
 
 namespace orvik::test {
 namespace {
 
-/// The four patterns as text, by number, and the routine named after each.
+/// The four patterns as text, by number.
 const std::array<std::string, 4> kCells{"RGGB", "BGGR", "GRBG", "GBRG"};
-using Routine = void (*)(const uint8_t*, uint8_t*, int, int) noexcept;
-constexpr std::array<Routine, 4> kRoutines{CAlgorithm::Bayer2RGB24_RG, CAlgorithm::Bayer2RGB24_BG,
-                                           CAlgorithm::Bayer2RGB24_GR, CAlgorithm::Bayer2RGB24_GB};
 
 /// The demosaic seen from one pixel: the mean of all samples of a colour among those it may use.
 class PixelView {
@@ -89,12 +86,7 @@ std::vector<uint8_t> expected(const Frame<uint8_t>& raw, Size size, const std::s
   return bgr;
 }
 
-class Demosaic : public testing::Test {
- protected:
-  void TearDown() override { CAlgorithm::RGBYUV_Init(); }
-};
-
-TEST_F(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
+TEST(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
   constexpr std::array<WhiteBalance, 4> kBalances{{{50, 50}, {52, 95}, {99, 1}, {1, 99}}};
   uint32_t seed = 1;
   for (const Size size : kSizes) {
@@ -104,8 +96,8 @@ TEST_F(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
                      std::to_string(size.height) + " red " + std::to_string(balance.red));
         const auto raw = Frame<uint8_t>::random(area(size), seed++);
         Frame<uint8_t> bgr(3 * area(size));
-        CAlgorithm::SetRGBWB(balance.red, balance.blue);
-        kRoutines[pattern](raw.data(), bgr.data(), size.width, size.height);
+        demosaic(raw.data(), bgr.data(), static_cast<BayerPattern>(pattern), size.width,
+                 size.height, balance);
         ASSERT_EQ(bgr.pixels(), expected(raw, size, kCells[pattern], balance));
         ASSERT_TRUE(bgr.guardsIntact());
       }
@@ -113,14 +105,14 @@ TEST_F(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
   }
 }
 
-TEST_F(Demosaic, EveryGainOfEverySampleIsExact) {
+TEST(Demosaic, EveryGainOfEverySampleIsExact) {
   constexpr Size kSize{134, 6};
   Frame<uint8_t> bgr(3 * area(kSize));
   for (int gain = 0; gain <= 101; ++gain) {
-    CAlgorithm::SetRGBWB(gain, 100 - std::min(gain, 100));
+    const WhiteBalance balance{.red = gain, .blue = 100 - std::min(gain, 100)};
     for (int sample = 0; sample < 256; ++sample) {
       const Frame<uint8_t> raw(area(kSize), static_cast<uint8_t>(sample));
-      CAlgorithm::Bayer2RGB24_GB(raw.data(), bgr.data(), kSize.width, kSize.height);
+      demosaic(raw.data(), bgr.data(), BAYER_GB, kSize.width, kSize.height, balance);
       const uint8_t red = gained(sample, gain);
       const uint8_t blue = gained(sample, 100 - std::min(gain, 100));
       for (size_t i = 0; i < bgr.size(); i += 3) {
@@ -131,19 +123,19 @@ TEST_F(Demosaic, EveryGainOfEverySampleIsExact) {
   }
 }
 
-TEST_F(Demosaic, DoesNothingWithoutAPattern) {
+TEST(Demosaic, DoesNothingWithoutAPattern) {
   const Frame<uint8_t> raw(16, 9);
   Frame<uint8_t> bgr(48, 7);
   demosaic(raw.data(), bgr.data(), static_cast<BayerPattern>(4), 4, 4, {});
   EXPECT_EQ(bgr.pixels(), std::vector<uint8_t>(48, 7));
 }
 
-TEST_F(Demosaic, PatternIsThatOfTheFlippedCell) {
+TEST(Demosaic, PatternIsThatOfTheFlippedCell) {
   for (size_t pattern = 0; pattern < 4; ++pattern) {
     for (const bool horizontal : {false, true}) {
       for (const bool vertical : {false, true}) {
         std::string cell = kCells[pattern];
-        CAlgorithm::SoftMisc(cell.data(), 2, 2, 1, false, vertical, horizontal);
+        flip(reinterpret_cast<uint8_t*>(cell.data()), 2, 2, vertical, horizontal);
         const auto seen = std::find(kCells.begin(), kCells.end(), cell) - kCells.begin();
         EXPECT_EQ(flippedPattern(static_cast<BayerPattern>(pattern), horizontal, vertical), seen)
             << kCells[pattern] << " becomes " << cell;

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 
-#include "algorithm/algorithm.h"
 #include "algorithm/frame.h"
 
 namespace orvik::test {
@@ -90,7 +89,7 @@ void expectMapped(const std::vector<Pixel>& table) {
     auto image = Frame<Pixel>::random(area(size), 21);
     std::vector<Pixel> wanted;
     for (const Pixel pixel : image.pixels()) wanted.push_back(table.at(pixel));
-    CAlgorithm::Gamma(image.data(), table.data(), size.width, size.height);
+    applyTable(image.data(), table.data(), size.width, size.height);
     ASSERT_EQ(image.pixels(), wanted);
     ASSERT_TRUE(image.guardsIntact());
   }

@@ -5,7 +5,6 @@
 
 #include <cmath>
 
-#include "algorithm/algorithm.h"
 #include "algorithm/frame.h"
 #include "algorithm/grey10.h"
 
@@ -70,7 +69,7 @@ TEST(RgbConvert, LuminanceIsExactForEveryColour) {
       bgr[3 * i + 1] = static_cast<uint8_t>(i >> 8);
       bgr[3 * i + 2] = static_cast<uint8_t>(i);
     }
-    CAlgorithm::RGB2Y8(bgr.data(), out.data(), 256, 256);
+    luminance(bgr.data(), out.data(), 256, 256);
     ASSERT_EQ(out, expectedLuma(bgr)) << "byte 0 is " << b0;
   }
 }
@@ -86,10 +85,10 @@ TEST(RgbConvert, ReductionsWorkWhereTheOutputOverlapsTheInput) {
   for (const size_t offset : {size_t{0}, 2 * kPixels}) {  // at the front, at the end
     Frame<uint8_t> image = bgr;
     uint8_t* const out = image.data() + offset;
-    CAlgorithm::RGB2Y8(image.data(), out, kSize.width, kSize.height);
+    luminance(image.data(), out, kSize.width, kSize.height);
     EXPECT_EQ(std::vector<uint8_t>(out, out + kPixels), luma) << offset;
     image = bgr;
-    CAlgorithm::RGB2R8(image.data(), image.data() + offset, kSize.width, kSize.height);
+    firstChannel(image.data(), image.data() + offset, kSize.width, kSize.height);
     EXPECT_EQ(std::vector<uint8_t>(image.data() + offset, image.data() + offset + kPixels), channel)
         << offset;
   }
@@ -99,18 +98,18 @@ TEST(RgbConvert, LuminanceAndYuv422FollowTheDefinition) {
   for (const Size size : kSizes) {
     const auto bgr = Frame<uint8_t>::random(3 * area(size), 13);
     Frame<uint8_t> luma(area(size));
-    CAlgorithm::RGB2Y8(bgr.data(), luma.data(), size.width, size.height);
+    luminance(bgr.data(), luma.data(), size.width, size.height);
     ASSERT_EQ(luma.pixels(), expectedLuma(bgr.pixels())) << size.width << "x" << size.height;
     ASSERT_TRUE(luma.guardsIntact());
     for (const bool bottomUp : {false, true}) {
       Frame<uint8_t> out(2 * area(size));
-      CAlgorithm::RGB2YUV2(bgr.data(), out.data(), size.width, size.height, bottomUp);
+      yuv422(bgr.data(), out.data(), size.width, size.height, bottomUp);
       ASSERT_EQ(out.pixels(), expectedYuv(bgr.pixels(), size, bottomUp))
           << size.width << "x" << size.height << " bottomUp " << bottomUp;
       ASSERT_TRUE(out.guardsIntact());
     }
     Frame<uint8_t> inPlace = bgr;
-    CAlgorithm::RGB2YUV2(inPlace.data(), inPlace.data(), size.width, size.height, false);
+    yuv422(inPlace.data(), inPlace.data(), size.width, size.height, false);
     ASSERT_EQ(inPlace.first(2 * area(size)), expectedYuv(bgr.pixels(), size, false));
   }
 }
@@ -118,7 +117,7 @@ TEST(RgbConvert, LuminanceAndYuv422FollowTheDefinition) {
 TEST(RgbConvert, ExtremeColoursStayInTheVideoRange) {
   const std::vector<uint8_t> bgr{0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 255, 255};
   std::vector<uint8_t> out(8);
-  CAlgorithm::RGB2YUV2(bgr.data(), out.data(), 4, 1, false);
+  yuv422(bgr.data(), out.data(), 4, 1, false);
   // Black and white, then blue and yellow: each pair has the chroma of its first pixel.
   EXPECT_EQ(out, (std::vector<uint8_t>{16, 128, 235, 128, 81, 239, 169, 90}));
 }

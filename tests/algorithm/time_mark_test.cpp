@@ -5,7 +5,6 @@
 #include <set>
 #include <string>
 
-#include "algorithm/algorithm.h"
 #include "algorithm/frame.h"
 
 namespace orvik::test {
@@ -91,15 +90,6 @@ TEST(TimeMark, NeverWritesOutsideTheImage) {
   Frame<uint8_t> image(100 * 40, 128);
   drawTimeMark(image.data(), 100, 40, 1, absurd);
   EXPECT_TRUE(image.guardsIntact());
-}
-
-TEST(TimeMark, OnlyEightBitAndColourImages) {
-  Frame<uint8_t> image(kWidth * kHeight * 3, 128);
-  const auto before = image.pixels();
-  for (const int type : {-1, 2, 3, 4}) CAlgorithm::AddTimeMark(image.data(), kWidth, kHeight, type);
-  EXPECT_EQ(image.pixels(), before);
-  CAlgorithm::AddTimeMark(image.data(), kWidth, kHeight, 0);
-  EXPECT_NE(image.pixels(), before);
 }
 
 }  // namespace

@@ -8,9 +8,13 @@
 #include <functional>
 #include <string>
 
-#include "algorithm/algorithm.h"
+#include "algorithm/binning.h"
 #include "algorithm/dark.h"
+#include "algorithm/demosaic.h"
+#include "algorithm/flip.h"
 #include "algorithm/frame.h"
+#include "algorithm/gamma.h"
+#include "algorithm/rgb_convert.h"
 
 namespace orvik::test {
 namespace {
@@ -29,29 +33,35 @@ Bytes bytesOf(const Frame<uint16_t>& image) {
   return bytes;
 }
 
+template <class Sample>
+void binFrame(Sample* image, int width, int height, int bin, bool mosaic) {
+  if (mosaic) {
+    binMosaic(image, width, height, bin);
+  } else {
+    binMono(image, width, height, bin);
+  }
+}
+
 /// @param size what the kernels are told of their images, which have room for kSize
 std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
   const int width = size.width;
   const int height = size.height;
   std::vector<std::pair<std::string, Kernel>> all;
-  for (const auto routine : {CAlgorithm::Bayer2RGB24_RG, CAlgorithm::Bayer2RGB24_BG,
-                             CAlgorithm::Bayer2RGB24_GR, CAlgorithm::Bayer2RGB24_GB}) {
+  for (const BayerPattern pattern : {BAYER_RG, BAYER_BG, BAYER_GR, BAYER_GB}) {
     all.emplace_back("demosaic", [=] {
       const auto raw = Frame<uint8_t>::random(area(kSize), 1);
       Frame<uint8_t> bgr(3 * area(kSize));
-      CAlgorithm::SetRGBWB(52, 95);
-      routine(raw.data(), bgr.data(), width, height);
-      CAlgorithm::RGBYUV_Init();
+      demosaic(raw.data(), bgr.data(), pattern, width, height, {.red = 52, .blue = 95});
       return bgr.pixels();
     });
   }
   all.emplace_back("table", [=] {
     auto image = Frame<uint8_t>::random(area(kSize), 2);
     const auto table = Frame<uint8_t>::random(256, 3);
-    CAlgorithm::Gamma(image.data(), table.data(), width, height);
+    applyTable(image.data(), table.data(), width, height);
     return image.pixels();
   });
-  for (const auto routine : {CAlgorithm::RGB2Y8, CAlgorithm::RGB2R8}) {
+  for (const auto routine : {luminance, firstChannel}) {
     all.emplace_back("luminance", [=] {
       // Every green meets every blue; red makes the sum of weights a multiple of 1000 now and then.
       Frame<uint8_t> bgr(size_t{3} * 65536);
@@ -75,37 +85,37 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
   all.emplace_back("binned dark", [=] {
     auto image = Frame<uint8_t>::random(area(kSize), 4);
     const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
-    CAlgorithm::SubtractDark(image.data(), width, height, 40, dark.data(), true, 0);
+    subtractBinnedDark(image.data(), width, height, 40, dark.data(), 0);
     return image.pixels();
   });
   all.emplace_back("yuv", [=] {
     const auto bgr = Frame<uint8_t>::random(3 * area(kSize), 10);
     Frame<uint8_t> out(2 * area(kSize));
-    CAlgorithm::RGB2YUV2(bgr.data(), out.data(), width, height, true);
+    yuv422(bgr.data(), out.data(), width, height, true);
     return out.pixels();
   });
   for (const bool vertical : {false, true}) {
     all.emplace_back("flip 8", [=] {
       auto image = Frame<uint8_t>::random(area(kSize), 6);
-      CAlgorithm::SoftMisc(image.data(), width, height, 1, false, vertical, true);
+      flip(image.data(), width, height, vertical, true);
       return image.pixels();
     });
     all.emplace_back("flip 16", [=] {
       auto image = Frame<uint16_t>::random(area(kSize), 7);
-      CAlgorithm::SoftMisc(image.data(), width, height, 1, true, vertical, true);
+      flip(image.data(), width, height, vertical, true);
       return bytesOf(image);
     });
   }
   for (const int bin : {2, 3, 4}) {
-    for (const auto routine : {CAlgorithm::MonoBin, CAlgorithm::ColorRAWBin}) {
+    for (const bool mosaic : {false, true}) {
       all.emplace_back("bin 8", [=] {
         auto image = Frame<uint8_t>::random(area(kSize), 8, 100);
-        routine(image.data(), nullptr, width / bin, height / bin, bin, false);
+        binFrame(image.data(), width / bin, height / bin, bin, mosaic);
         return image.pixels();
       });
       all.emplace_back("bin 16", [=] {
         auto image = Frame<uint16_t>::random(area(kSize), 9);
-        routine(nullptr, image.data(), width / bin, height / bin, bin, true);
+        binFrame(image.data(), width / bin, height / bin, bin, mosaic);
         return bytesOf(image);
       });
     }

@@ -76,9 +76,19 @@ class ExamplesTest(unittest.TestCase):
             self.assertLess(max(abs(float(x)), abs(float(y))), 1, "stars of a virtual sky stand")
         run("guiding", "60001", "T15C", good=False)
 
+    def test_class_interface(self):
+        output, _ = run("class_interface", "T13C_C")
+        self.assertRegex(output, r"cameras: 1\nVek T13C COOL: 1304 x 976 pixels\n"
+                                 r"region: 640 x 480, brightest pixel \d+\n"
+                                 r"dark: 5 frames, hot pixels: \d+\n"
+                                 r"sensor: [-\d.]+ degC, cooler at \d+ %\n")
+        _, message = run("class_interface", "T15C", good=False)
+        self.assertIn("opening the first T13C COOL", message)
+
     def test_tell_what_is_wrong(self):
-        for program in ("first_frame", "long_exposure", "video", "cooling", "guiding"):
-            arguments = [] if program == "first_frame" else ["1"]
+        for program in ("first_frame", "long_exposure", "video", "cooling", "guiding",
+                        "class_interface"):
+            arguments = [] if program in ("first_frame", "class_interface") else ["1"]
             _, message = run(program, *arguments, "T99X", good=False)
             self.assertIn("T99X", message)
 

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -17,9 +18,11 @@ namespace orvik::test {
 
 /// An open T15C on a bus where control transfers can fail, with a log of its requests:
 /// "A0 1000/0001 2048" out, "RA0 1000/0001 2048" in: request, value/index, bytes moved.
-class FirmwareBench {
+/// @tparam Model T15C, or the published class
+template <class Model>
+class BasicFirmwareBench {
  public:
-  FirmwareBench() {
+  BasicFirmwareBench() {
     sim::CameraOptions options;
     options.controlObserver = [this](const sim::ControlRecord& record) {
       add(record);
@@ -27,12 +30,16 @@ class FirmwareBench {
     };
     bench_.plug(options);
     installHost(faults_);
-    camera_ = std::make_unique<T15C>();
-    camera_->open(1);
+    camera_ = std::make_unique<Model>();
+    if constexpr (std::is_same_v<Model, T15C>) {
+      camera_->open(1);
+    } else {
+      camera_->OpenCamera(1);
+    }
     take();
   }
 
-  T15C& camera() { return *camera_; }
+  Model& camera() { return *camera_; }
   /// Lets the k-th request from now on fail; 0 for none.
   void failRequest(int k) { failControl(*faults_, k); }
   /// @param script in the language of docs/faults.md; "" for peace
@@ -58,8 +65,10 @@ class FirmwareBench {
   VirtualBench bench_{clock_};
   std::shared_ptr<fault::FaultHost> faults_ =
       std::make_shared<fault::FaultHost>(bench_.sharedHost());
-  std::unique_ptr<T15C> camera_;
+  std::unique_ptr<Model> camera_;
 };
+
+using FirmwareBench = BasicFirmwareBench<T15C>;
 
 /// Tries a few times, as a user would.
 inline bool withPatience(const std::function<bool()>& attempt) {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
+// Firmware images on their way into the memories of a camera, and what it reads back.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "firmware/firmware_bench.h"
+#include "orvik/cameras.h"
 #include "support/own_folder.h"
 
 namespace orvik::test {
@@ -21,16 +23,16 @@ constexpr std::size_t kRecordStreamOverhead = 16;
 
 class DownloadTest : public ::testing::Test {
  protected:
-  T15C& camera() { return bench_.camera(); }
+  CCameraT15C& camera() { return bench_.camera(); }
 
   FX3_FWDWNLOAD_ERROR_CODE toRam(const Bytes& image) {
     return camera().DownloadFwToRam(image.data(), static_cast<std::uint32_t>(image.size()), kRam);
   }
   FX3_FWDWNLOAD_ERROR_CODE toFlash(const Bytes& image) {
-    camera().link().send(VendorRequest::kSwitchBus, 0);
+    camera().EnableGPIF32DQ(false);
     const auto result = camera().DownloadBuftoSPIFLASH(
         image.data(), static_cast<std::uint32_t>(image.size()), kFlash);
-    camera().link().send(VendorRequest::kSwitchBus, 1);
+    camera().EnableGPIF32DQ(true);
     return result;
   }
   bool updateBoot(const Bytes& stream) {
@@ -43,13 +45,13 @@ class DownloadTest : public ::testing::Test {
   }
   Bytes flash(std::uint32_t count) {
     Bytes bytes(count);
-    camera().link().send(VendorRequest::kSwitchBus, 0);
+    camera().EnableGPIF32DQ(false);
     constexpr std::uint32_t kPart = 32768;
     for (std::uint32_t at = 0; at < count; at += kPart) {
       EXPECT_TRUE(
           camera().ReadFromSPIFlash(bytes.data() + at, std::min(kPart, count - at), at, 0xC3));
     }
-    camera().link().send(VendorRequest::kSwitchBus, 1);
+    camera().EnableGPIF32DQ(true);
     return bytes;
   }
   Bytes eeprom(std::uint16_t count) {
@@ -68,7 +70,7 @@ class DownloadTest : public ::testing::Test {
     };
   }
 
-  FirmwareBench bench_;
+  BasicFirmwareBench<CCameraT15C> bench_;
   OwnFolder folder_;
   int answers_ = 0;
 };

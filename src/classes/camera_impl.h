@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <utility>
+
+#include "base/guarded.h"
+#include "camera/camera.h"
+#include "orvik/camera_base.h"
+
+namespace orvik {
+
+/// What a published camera object holds: the camera of the engine. Hidden, because members of an
+/// exported class are exported otherwise.
+struct __attribute__((visibility("hidden"))) CCameraBase::Impl {
+  std::unique_ptr<Camera> camera;
+
+  /// @tparam Model the engine's class. @return null when there is no memory.
+  template <class Model>
+  static std::unique_ptr<Impl> make() noexcept {
+    return guarded(std::unique_ptr<Impl>(),
+                   [] { return std::make_unique<Impl>(Impl{std::make_unique<Model>()}); });
+  }
+};
+
+namespace classes {
+
+/// Runs `body(camera)` for a member of a published class.
+/// @param impl CCameraBase::impl(), which a free function cannot name; may be null
+/// @param onFailure answers for an object without a camera, and for a lack of memory on the way
+template <class Impl, class Result, class Body>
+Result onCamera(Impl* impl, Result onFailure, Body body) noexcept {
+  if (impl == nullptr) return onFailure;
+  return guarded(std::move(onFailure), [&]() -> Result { return body(*impl->camera); });
+}
+
+/// The same for a member without a result.
+template <class Impl, class Body>
+void withCamera(Impl* impl, Body body) noexcept {
+  onCamera(impl, false, [&](Camera& camera) {
+    body(camera);
+    return true;
+  });
+}
+
+/// Stores a result where it is wanted.
+template <class Value, class Given>
+void put(Value* wanted, Given value) {
+  if (wanted != nullptr) *wanted = static_cast<Value>(value);
+}
+
+/// A caller's memory; none where there is no pointer, or the size is below 1.
+template <class Byte, class Size>
+std::span<Byte> memory(Byte* start, Size size) {
+  return start == nullptr || size < 1 ? std::span<Byte>()
+                                      : std::span<Byte>(start, static_cast<std::size_t>(size));
+}
+
+/// Tells CAlgorithm the balance of a camera that leaves it to the host. The engine does not need
+/// it; programs that demosaic raw frames with CAlgorithm do.
+void shareBalance(const Camera& camera);
+
+}  // namespace classes
+}  // namespace orvik
