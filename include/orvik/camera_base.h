@@ -178,6 +178,10 @@ class ORVIK_API CCameraBase {
   /** @return degrees Celsius: what the cooler's thread measured last where it runs, else
    *          GetSensorTemp() */
   float GetTemp() noexcept;
+  /** Whether 8-bit images of a colour camera show the mosaic, instead of the luminance. From the
+   *  next capture on. */
+  void SetRawOutput(bool on) noexcept;
+  bool IsRawOutput() const noexcept;  /**< see SetRawOutput() */
   bool IsTimeMark() const noexcept;   /**< see SetTimeMark() */
   void SetTimeMark(bool on) noexcept; /**< Writes the time into 8-bit and colour images. */
 

@@ -194,6 +194,15 @@ float CCameraBase::GetTemp() noexcept {
   return onCamera(impl(), 0.0F, [](Camera& camera) { return camera.temperature(); });
 }
 
+void CCameraBase::SetRawOutput(bool on) noexcept {
+  withCamera(impl(), [&](Camera& camera) { camera.state().rawOutput = on; });
+}
+
+bool CCameraBase::IsRawOutput() const noexcept {
+  return onCamera(impl(), false,
+                  [](const Camera& camera) { return camera.state().rawOutput.load(); });
+}
+
 bool CCameraBase::IsTimeMark() const noexcept {
   return onCamera(impl(), false,
                   [](const Camera& camera) { return camera.state().timeMark.load(); });

@@ -109,6 +109,7 @@ TEST(ClassMembers, WhatWasSetIsTold) {
 TEST(ClassMembers, ImagesComeInTheFormatThatWasSet) {
   sim::CameraOptions options;
   options.sceneKind = sim::SceneKind::kGrey;
+  options.noise = false;
   T15CBench bench("T15C", options);
   bench.open();
   CCameraT15C& camera = bench.camera;
@@ -117,6 +118,13 @@ TEST(ClassMembers, ImagesComeInTheFormatThatWasSet) {
   ASSERT_TRUE(camera.SetResolution(320, 240, 2, IMAGE_RGB24));
   EXPECT_TRUE(camera.SetStartPos(100, 50));
   EXPECT_THAT(bench.take(3 * 320 * 240), Contains(::testing::Gt(20)));
+  ASSERT_TRUE(camera.SetResolution(64, 64, 1, IMAGE_8BIT));
+  for (const bool raw : {false, true}) {
+    camera.SetRawOutput(raw);
+    EXPECT_EQ(camera.IsRawOutput(), raw);
+    const auto grey = bench.take(64 * 64);
+    EXPECT_EQ(std::abs(grey[1000] - grey[1001]) > 5, raw) << "red beside green";
+  }
   ASSERT_TRUE(camera.SetResolution(64, 64, 1, IMAGE_RAW16));
   EXPECT_TRUE(camera.IsOutput16Bits());
   ASSERT_TRUE(camera.StartCapture(true));
