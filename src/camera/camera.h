@@ -234,6 +234,7 @@ class Camera : public RegulatedSettings {
 
  private:
   bool beginCapture(bool snapshot);
+  void endWork();
   void endLink();
   bool connect(const seam::DeviceInfo& wanted);
   bool connectAgain();
