@@ -38,6 +38,39 @@ if(ORVIK_BUILD_FUZZERS)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# orvik_headers(NAME HEADERS... [USES targets...] [OPTIONS options...]): headers of other libraries,
+# precompiled once. Targets with the same options take them with
+# target_precompile_headers(... REUSE_FROM NAME).
+function(orvik_headers name)
+  cmake_parse_arguments(ARG "" "" "HEADERS;USES;OPTIONS" ${ARGN})
+  file(CONFIGURE OUTPUT empty.cpp CONTENT "")
+  add_library(${name} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp)
+  target_link_libraries(${name} PRIVATE ${ARG_USES} orvik_flags)
+  target_compile_options(${name} PRIVATE ${ARG_OPTIONS})
+  list(TRANSFORM ARG_HEADERS REPLACE "(.+)" "$<$<COMPILE_LANGUAGE:CXX>:<\\1$<ANGLE-R>>")
+  target_precompile_headers(${name} PRIVATE ${ARG_HEADERS})
+endfunction()
+
+set(ORVIK_STANDARD_HEADERS
+  algorithm array atomic chrono cmath condition_variable cstddef cstdint cstring functional limits
+  map memory mutex optional span string string_view thread utility vector)
+orvik_headers(orvik_standard_headers HEADERS ${ORVIK_STANDARD_HEADERS})
+
+# What a Release build gives to code whose speed does not matter, for it to be compiled sooner.
+set(ORVIK_LIGHT $<$<CONFIG:Release>:-O1>)
+
+# orvik_unity(TARGET SOURCES...): compiles these sources of the target as one, which saves the
+# reading of their headers and the code of inline functions that each would have for itself. Their
+# names without linkage must differ. Builds that look at single files switch it off: ORVIK_UNITY.
+function(orvik_unity target)
+  if(NOT ORVIK_UNITY)
+    return()
+  endif()
+  list(GET ARGN 0 group)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  set_source_files_properties(${ARGN} PROPERTIES UNITY_GROUP ${group})
+endfunction()
+
 # orvik_room(NAME SOURCES... [USES targets...]): one folder of the library as a static library,
 # linked into liborvik.so and into the tests.
 function(orvik_room name)
@@ -45,6 +78,7 @@ function(orvik_room name)
   add_library(${name} STATIC ${ARG_SOURCES})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE orvik_flags)
+  target_precompile_headers(${name} REUSE_FROM orvik_standard_headers)
 endfunction()
 
 # orvik_public_library(NAME MAP): what a shared library for users needs: its soname, the list of

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that need no build (--fast), and clang-tidy on top of them (needs build/release).
+# Checks that need no build (--fast), and clang-tidy on top of them (needs build/tidy to be configured).
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -8,7 +8,6 @@ python3 scripts/check_includes.py
 python3 scripts/check_repository.py
 python3 scripts/check_documents.py
 if [ "${1:-}" != --fast ]; then
-  scripts/sources.sh | grep -E '^(src|sim|tools)/.*\.cpp$' |
-    xargs -P "$(nproc)" -n 4 clang-tidy-14 --quiet --warnings-as-errors='*' -p build/release
+  python3 scripts/tidy.py build/tidy
 fi
 echo "checks passed"

@@ -58,18 +58,19 @@
 
 #include <stdint.h>
 
-/** Version of the interface that this header describes. */
+/** Version of the interface that this header describes: its first number. */
 #define ORVIK_VERSION_MAJOR 0
-#define ORVIK_VERSION_MINOR 1
-#define ORVIK_VERSION_PATCH 0
+#define ORVIK_VERSION_MINOR 1 /**< the second number of the version */
+#define ORVIK_VERSION_PATCH 0 /**< the third number of the version */
 
+/** Makes a function of the library visible to programs. */
 #if defined(__GNUC__)
 #define ORVIK_API __attribute__((visibility("default")))
 #else
 #define ORVIK_API
 #endif
 
-/* Every enumeration occupies 32 bits. C++ fixes the type, so that any number may be passed. */
+/** Every enumeration occupies 32 bits. C++ fixes the type, so that any number may be passed. */
 #ifdef __cplusplus
 #define ORVIK_INT32 : int32_t
 extern "C" {
@@ -79,8 +80,8 @@ extern "C" {
 
 /** A boolean of 32 bits; the library always writes exactly 0 or 1. */
 typedef enum ORVIK_INT32 {
-  Orvik_FALSE = 0,
-  Orvik_TRUE = 1,
+  Orvik_FALSE = 0, /**< no */
+  Orvik_TRUE = 1,  /**< yes */
 } Orvik_BOOL;
 
 /** The result of every function. */
@@ -269,8 +270,11 @@ typedef struct _Orvik_CONTROL_CAPS {
 
 /** A user's own mark of a camera, kept in the camera's flash. */
 typedef struct _Orvik_ID {
-  uint8_t id[32];
+  uint8_t id[32]; /**< bytes of the user's choice */
 } Orvik_ID;
+
+/** @addtogroup cameras Finding and opening cameras
+ *  @{ */
 
 /**
  * Looks for cameras and remembers them in order.
@@ -326,6 +330,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
  *      end of such work, by that function's own deadline, where there is any.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikCloseCamera(int index);
+
+/** @}
+ *  @addtogroup controls Controls and settings
+ *  @{ */
 
 /**
  * Tells how many controls a camera offers.
@@ -391,6 +399,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
 ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
                                                 Orvik_BOOL isAuto);
 
+/** @}
+ *  @addtogroup format Image format
+ *  @{ */
+
 /**
  * Sets the size, bin and type of the delivered image, and centres the region on the sensor.
  *
@@ -451,6 +463,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikSetStartPos(int index, int x, int y);
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetStartPos(int index, int* x, int* y);
 
+/** @}
+ *  @addtogroup capture Capture
+ *  @{ */
+
 /**
  * Tells how many frames of the running capture were lost: damaged on the way, or taken too late.
  *
@@ -462,6 +478,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetStartPos(int index, int* x, int* y);
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped);
+
+/** @}
+ *  @addtogroup corrections Corrections
+ *  @{ */
 
 /**
  * Loads a dark frame and subtracts it from 8-bit frames, or tells whether one is in use.
@@ -490,6 +510,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikEnableDarkSubtract(int index, char* bmpPath, Orv
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index);
+
+/** @}
+ *  @addtogroup capture Capture
+ *  @{ */
 
 /**
  * Starts video: the camera sends frame after frame. Does nothing while video is running.
@@ -591,6 +615,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetExpStatus(int index, Orvik_EXPOSURE_STATUS* s
 ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer,
                                                 int32_t bufferSize);
 
+/** @}
+ *  @addtogroup guide Guide port
+ *  @{ */
+
 /**
  * Switches a guide line on. It stays on until switched off; the caller times the pulse.
  *
@@ -611,6 +639,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikPulseGuideOn(int index, GuideD direction);
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuideOff(int index, GuideD direction);
+
+/** @}
+ *  @addtogroup identity Identity
+ *  @{ */
 
 /**
  * Reads the user's mark from the camera's flash.
@@ -643,6 +675,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id);
  * @par Thread: any thread. Capture does not start meanwhile.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id);
+
+/** @} */
 
 #ifdef __cplusplus
 }

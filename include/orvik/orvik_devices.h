@@ -40,6 +40,9 @@
 extern "C" {
 #endif
 
+/** @addtogroup cameras Finding and opening cameras
+ *  @{ */
+
 /** The smallest handle; every index is below it. */
 #define ORVIK_FIRST_HANDLE 0x10000
 
@@ -132,6 +135,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHandle(int index, int* handle);
  * @par Thread: any thread, several at a time. No thread of the library calls into the program.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikWaitForDeviceChange(int32_t* changes, int timeoutMs);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -15,6 +15,9 @@
 extern "C" {
 #endif
 
+/** @addtogroup capture Capture
+ *  @{ */
+
 /**
  * What is known of one image: how it is laid out, when it was exposed, and with which settings.
  * Filled by OrvikGetFrameInfo().
@@ -121,6 +124,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetNoFrameReason(int index, Orvik_NO_FRAME_REASO
  * @par Thread: any thread. Returns at once.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetReadoutInfo(int index, Orvik_READOUT_INFO* info);
+
+/** @} */
 
 #ifdef __cplusplus
 }

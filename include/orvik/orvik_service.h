@@ -79,8 +79,8 @@ typedef struct Orvik_HOT_PIXEL_INFO {
 
 /** A pixel of the sensor, 0-based from its top left corner. */
 typedef struct Orvik_PIXEL {
-  int32_t x;
-  int32_t y;
+  int32_t x; /**< column */
+  int32_t y; /**< row */
 } Orvik_PIXEL;
 
 /** Where the user's settings are kept. Filled by OrvikGetSettingsPlace(). */
@@ -139,12 +139,12 @@ typedef enum ORVIK_INT32 {
 
 /** A firmware file. Filled by OrvikCheckFirmwareFile(). */
 typedef struct Orvik_FIRMWARE_FILE {
-  Orvik_FIRMWARE_FORMAT format;
-  int32_t fileBytes;    /**< length of the file */
-  int32_t parts;        /**< sections or records */
-  int32_t dataBytes;    /**< bytes that go into the bridge's memory */
-  uint32_t entry;       /**< address at which the program starts */
-  Orvik_BOOL fitsFlash; /**< 1 when OrvikFlashFirmware() takes it */
+  Orvik_FIRMWARE_FORMAT format; /**< how it is built up */
+  int32_t fileBytes;            /**< length of the file */
+  int32_t parts;                /**< sections or records */
+  int32_t dataBytes;            /**< bytes that go into the bridge's memory */
+  uint32_t entry;               /**< address at which the program starts */
+  Orvik_BOOL fitsFlash;         /**< 1 when OrvikFlashFirmware() takes it */
 } Orvik_FIRMWARE_FILE;
 
 /** A step of long work. */
@@ -165,7 +165,8 @@ typedef enum ORVIK_INT32 {
  */
 typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int32_t total);
 
-/* --- The library ------------------------------------------------------------------------------ */
+/** @addtogroup library The library
+ *  @{ */
 
 /**
  * Tells the version of the library that is loaded, as "1.2.3"; #ORVIK_VERSION_MAJOR and its
@@ -185,7 +186,9 @@ ORVIK_API const char* OrvikGetVersion(void);
  */
 ORVIK_API const char* OrvikErrorText(Orvik_ERROR_CODE code);
 
-/* --- Products -------------------------------------------------------------------------------- */
+/** @}
+ *  @addtogroup identity Identity
+ *  @{ */
 
 /**
  * Describes a product that the library drives, connected or not. Calling it with 0, 1, ... until it
@@ -197,7 +200,9 @@ ORVIK_API const char* OrvikErrorText(Orvik_ERROR_CODE code);
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product);
 
-/* --- Dark frames ----------------------------------------------------------------------------- */
+/** @}
+ *  @addtogroup corrections Corrections
+ *  @{ */
 
 /**
  * Begins to take a dark frame.
@@ -257,8 +262,6 @@ ORVIK_API Orvik_ERROR_CODE OrvikUseDark(int index, Orvik_BOOL use);
  * @par Thread: any thread. Looks at every pixel of the dark.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetDarkInfo(int index, Orvik_DARK_INFO* info);
-
-/* --- Hot pixels ------------------------------------------------------------------------------ */
 
 /**
  * Makes the table of hot pixels from the dark: all that stand 31 or more above its mean. Pixels
@@ -335,7 +338,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixelInfo(int index, Orvik_HOT_PIXEL_INFO*
 ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int capacity,
                                              int* count);
 
-/* --- Guide port and settings ----------------------------------------------------------------- */
+/** @}
+ *  @addtogroup guide Guide port
+ *  @{ */
 
 /**
  * Gives a guide pulse of a known length, and returns at its end.
@@ -350,6 +355,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int
  * @par Thread: any thread. Takes as long as the pulse and two requests.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds);
+
+/** @}
+ *  @addtogroup controls Controls and settings
+ *  @{ */
 
 /**
  * Keeps the camera's settings now, as the end of a video does, and as OrvikCloseCamera() does where
@@ -371,7 +380,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikSaveSettings(int index);
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place);
 
-/* --- Cooler ---------------------------------------------------------------------------------- */
+/** @}
+ *  @addtogroup cooler Cooler
+ *  @{ */
 
 /**
  * Tells how the cooler of a camera stands. The temperature is measured about every 1.8 s.
@@ -382,7 +393,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place);
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetCoolerStatus(int index, Orvik_COOLER_STATUS* status);
 
-/* --- Firmware and flash ---------------------------------------------------------------------- */
+/** @}
+ *  @addtogroup firmware Firmware and flash
+ *  @{ */
 
 /**
  * Asks the camera for its versions.
@@ -471,6 +484,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikVerifyFirmware(int index, const char* path, Orvi
  */
 ORVIK_API Orvik_ERROR_CODE OrvikReadFlash(int index, uint32_t address, unsigned char* buffer,
                                           int32_t size, Orvik_PROGRESS progress, void* context);
+
+/** @} */
 
 #ifdef __cplusplus
 }

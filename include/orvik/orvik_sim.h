@@ -24,6 +24,9 @@
 extern "C" {
 #endif
 
+/** @addtogroup virtual Virtual cameras
+ *  @{ */
+
 /** One plugged virtual camera. */
 typedef struct Orvik_SIM_CAMERA {
   int32_t id;          /**< number given by OrvikSimPlug(), above 0 */
@@ -115,6 +118,8 @@ ORVIK_API const char* OrvikSimModel(int position);
  * @return one sentence, "" when it did not fail. The text lives until this thread's next call.
  */
 ORVIK_API const char* OrvikSimLastError(void);
+
+/** @} */
 
 #ifdef __cplusplus
 }

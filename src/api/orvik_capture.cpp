@@ -123,6 +123,7 @@ Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped) {
   });
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the published signature
 Orvik_ERROR_CODE OrvikEnableDarkSubtract(int index, char* bmpPath, Orvik_BOOL* inUse) {
   return withCamera(index, Orvik_ERROR_DARK_FILE_FORMAT, [&](OpenCamera& camera) {
     if (inUse == nullptr) return Orvik_ERROR_DARK_FILE_PATH;

@@ -6,8 +6,10 @@
  */
 #pragma once
 
+// NOLINTBEGIN(modernize-deprecated-headers): C reads this as well
 #include <assert.h>
 #include <stddef.h>
+// NOLINTEND(modernize-deprecated-headers)
 
 #include "orvik/orvik_service.h"
 

@@ -72,7 +72,11 @@ Camera::Camera(const ModelRow& model, std::shared_ptr<const FrameProtocol> proto
   followRegion();
 }
 
-Camera::~Camera() { endCapture(); }
+// A model's destructor has called endCapture() before; onClosing() is no longer the model's here.
+Camera::~Camera() {
+  endWork();
+  endLink();
+}
 
 bool Camera::open(int ordinal) {
   if (isOpen()) return true;
@@ -138,12 +142,12 @@ bool Camera::close() {
   const auto lock = lockSettings();
   stopCapture();
   if (isOpen()) saveAtClose();
+  onClosing();
   endLink();
   return true;
 }
 
 void Camera::endLink() {
-  onClosing();
   link().settle();
   if (capture_.isLingering()) {
     link().refuseRequests();  // the device closes when the worker lets go of it
@@ -212,12 +216,17 @@ void Camera::forgetCapture() {
 }
 
 void Camera::endCapture() {
+  endWork();
+  onClosing();
+  endLink();
+}
+
+void Camera::endWork() {
   link().beginClosing();
   guideLines_.letGo();
   saveAfterVideo();
   capture_.stop();
   regulatorAccess_->close();
-  endLink();
 }
 
 bool Camera::setFormat(int width, int height, int bin, IMAGE_TYPE type, bool rawOutput,

@@ -166,7 +166,9 @@ class Camera : public RegulatedSettings {
   /// @return an empty one while capture runs or the camera is being closed.
   [[nodiscard]] MemoryWork::Permit beginMemoryWork();
   /// The way to the flash, for as long as the camera lives.
-  [[nodiscard]] SpiFlash flash(FlashRequests requests = {}) { return {link(), clock(), requests}; }
+  [[nodiscard]] SpiFlash flash(FlashRequests requests = {}) const {
+    return {link(), clock(), requests};
+  }
 
   // The user's settings, one group for each model
   /// Reads the settings into the state, each brought within the model's limits. What is missing or
@@ -232,8 +234,9 @@ class Camera : public RegulatedSettings {
 
  private:
   bool beginCapture(bool snapshot);
+  void endWork();
   void endLink();
-  bool connect(const seam::DeviceInfo& device);
+  bool connect(const seam::DeviceInfo& wanted);
   bool connectAgain();
   void saveAfterVideo();
   /// Keeps the settings after a snapshot, and where they are not those last loaded or saved.

@@ -20,7 +20,7 @@ FrameBuffer FramePool::take() {
     std::unique_ptr<PageBuffer> owned(memory);
     if (const auto home = pool.lock()) home->giveBack(std::move(owned));
   };
-  return FrameBuffer(buffer.release(), std::move(comesBack));
+  return {buffer.release(), std::move(comesBack)};
 }
 
 void FramePool::giveBack(std::unique_ptr<PageBuffer> buffer) {

@@ -24,7 +24,7 @@ Exposure exposureFor(std::uint64_t exposureUs, int rows, int lineLength, int clo
   const double lineTimeUs = lineLength * 1000.0 / clockKhz;
   const auto whole = static_cast<std::uint64_t>(static_cast<double>(exposureUs) / lineTimeUs);
   const std::uint64_t lines = std::max(whole, std::uint64_t{1});
-  const auto shortest = static_cast<std::uint64_t>(rows + kBlankRows);
+  const auto shortest = static_cast<std::uint64_t>(rows) + kBlankRows;
   const std::uint64_t frameLength = std::max(shortest, lines + 1);
   if (exposureUs >= longExposureUs || frameLength > kMaxFrameLength) {
     return {.frameLength = static_cast<std::uint16_t>(shortest), .lines = 0};

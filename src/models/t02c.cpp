@@ -5,7 +5,7 @@
 namespace orvik {
 namespace {
 
-constexpr ModelValues kValues = oldestValues(64, 5'000'000);
+constexpr ModelValues kT02CValues = oldestValues(64, 5'000'000);
 
 }  // namespace
 
@@ -16,7 +16,7 @@ constexpr ModelRow T02C::kRow = modelRow({
                   {identity::PID_T02C_B, "Vek T02C-B"},
                   {identity::PID_T02C_C}}},
     .sensor = {728, 512, 5.6, BAYER_BG},
-    .values = kValues,
+    .values = kT02CValues,
     .probed = true,
     .slowAutoControl = true,
 });

@@ -6,7 +6,7 @@ namespace orvik {
 namespace {
 
 /// Like T06, but with nothing to set beside gain, exposure and clock.
-constexpr ModelValues kValues = {
+constexpr ModelValues kT08MValues = {
     .maxBin = kT06Values.maxBin,
     .gain = kT06Values.gain,
     .exposureUs = {.defaultValue = 33'000, .max = 1'000'000'000, .min = 100},
@@ -25,7 +25,7 @@ constexpr ModelRow T08M::kRow = modelRow({
     .settingsName = "T08M",
     .products = {{{identity::PID_T08M}}},
     .sensor = {1280, 1024, 5.2},
-    .values = kValues,
+    .values = kT08MValues,
 });
 
 constexpr EndMarkFacts T08M::kFacts = {.transferBytes = kSmallTransfer};

@@ -40,6 +40,7 @@ struct DeviceLocation {
   std::vector<std::uint8_t> ports;  ///< from the root hub downwards
   std::uint8_t address = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison for a null pointer
   friend auto operator<=>(const DeviceLocation&, const DeviceLocation&) = default;
 };
 
