@@ -4,37 +4,40 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace orvik {
 namespace {
 
-constexpr size_t kGridColumns = 64;
-constexpr size_t kGridRows = 48;
+constexpr std::size_t kGridColumns = 64;
+constexpr std::size_t kGridRows = 48;
 constexpr int kBrightest = 255;
 
-/// Along one axis: the grid's points in the middle 60 percent.
-template <size_t kPoints>
+/// The points of the grid in the middle 60 percent of one axis.
+template <std::size_t kPoints>
 class MiddlePoints {
  public:
   explicit MiddlePoints(int size) {
     const float step = static_cast<float>(size) / static_cast<float>(kPoints);
-    for (size_t i = 0; i < kPoints; ++i) {
+    for (std::size_t i = 0; i < kPoints; ++i) {
       const long at = std::lround(static_cast<float>(i) * step);
-      if (at > size / 5 && at < int64_t{4} * size / 5) points_[count_++] = static_cast<int>(at);
+      if (at > size / 5 && at < std::int64_t{4} * size / 5)
+        points_[count_++] = static_cast<int>(at);
     }
   }
   [[nodiscard]] std::span<const int> get() const { return std::span(points_).first(count_); }
 
  private:
   std::array<int, kPoints> points_{};
-  size_t count_ = 0;
+  std::size_t count_ = 0;
 };
 
-/// Of an 8-bit image that adds up bin x bin samples.
+/// The brightness of an 8-bit image after bin x bin samples have been added up.
 int brightnessAfterBinning(int brightness, int bin) {
-  const int64_t samples = std::min<int64_t>(int64_t{bin} * bin, kBrightest);
-  return static_cast<int>(std::min<int64_t>(brightness * samples, kBrightest));
+  const std::int64_t samples = std::min<std::int64_t>(std::int64_t{bin} * bin, kBrightest);
+  return static_cast<int>(std::min<std::int64_t>(brightness * samples, kBrightest));
 }
 
 }  // namespace
@@ -43,10 +46,10 @@ std::optional<int> measureBrightness(const RawFrame& frame, int hostBin) {
   if (frame.columns < 1 || frame.rows < 1) return std::nullopt;
   const MiddlePoints<kGridColumns> columns(frame.columns);
   const MiddlePoints<kGridRows> rows(frame.rows);
-  const size_t points = columns.get().size() * rows.get().size();
+  const std::size_t points = columns.get().size() * rows.get().size();
   if (points == 0) return std::nullopt;
 
-  size_t sum = 0;
+  std::size_t sum = 0;
   for (const int y : rows.get()) {
     for (const int x : columns.get()) sum += frame.upperByte(x, y);
   }

@@ -8,6 +8,6 @@ namespace orvik {
 
 /// Exchanges the two bytes of every sample, in place.
 /// @par Thread: any.
-void swapBytes(std::span<uint16_t> samples) noexcept;
+void swapBytes(std::span<std::uint16_t> samples) noexcept;
 
 }  // namespace orvik

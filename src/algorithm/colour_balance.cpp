@@ -13,15 +13,15 @@ constexpr int kBlocks = 16;  ///< along either axis
 constexpr int kPoints = 10;  ///< of a block, along either axis
 constexpr int kBrightest = 255;
 
-enum Colour : size_t { kRed, kGreen, kBlue, kColours };
+enum Colour : std::size_t { kRed, kGreen, kBlue, kColours };
 
-/// Where the colours are in a mosaic's cell; places are counted row by row.
+/// Where the colours are in the cell of a mosaic; places are counted row by row.
 struct CellPlaces {
-  size_t red;
-  size_t blue;
-  std::array<size_t, 2> green;
+  std::size_t red;
+  std::size_t blue;
+  std::array<std::size_t, 2> green;
 
-  [[nodiscard]] Colour colourAt(size_t place) const {
+  [[nodiscard]] Colour colourAt(std::size_t place) const {
     if (place == red) return kRed;
     return place == blue ? kBlue : kGreen;
   }
@@ -44,9 +44,9 @@ constexpr CellPlaces placesOf(BayerPattern pattern) {
 /// The samples of one block, by colour.
 class Samples {
  public:
-  void add(Colour colour, uint8_t value) { values_[colour][count_[colour]++] = value; }
-  void add(Colour colour, uint8_t one, uint8_t other) {
-    uint8_t* const place = values_[colour].data() + count_[colour];
+  void add(Colour colour, std::uint8_t value) { values_[colour][count_[colour]++] = value; }
+  void add(Colour colour, std::uint8_t one, std::uint8_t other) {
+    std::uint8_t* const place = values_[colour].data() + count_[colour];
     place[0] = one;
     place[1] = other;
     count_[colour] += 2;
@@ -54,31 +54,32 @@ class Samples {
 
   [[nodiscard]] int mean(Colour colour) const {
     int sum = 0;
-    for (size_t i = 0; i < count_[colour]; ++i) sum += values_[colour][i];
+    for (std::size_t i = 0; i < count_[colour]; ++i) sum += values_[colour][i];
     return sum / divisor(colour);
   }
   [[nodiscard]] int deviation(Colour colour, int mean) const {
     int sum = 0;
-    for (size_t i = 0; i < count_[colour]; ++i) sum += std::abs(values_[colour][i] - mean);
+    for (std::size_t i = 0; i < count_[colour]; ++i) sum += std::abs(values_[colour][i] - mean);
     return sum / divisor(colour);
   }
 
  private:
-  /// One more than there are, so that a colour without samples divides by something.
+  /// The number of samples plus one, so that a colour without samples does not divide by 0.
   [[nodiscard]] int divisor(Colour colour) const { return static_cast<int>(count_[colour]) + 1; }
 
-  // Of a cell's four samples two are green.
-  static constexpr size_t kMostSamples = size_t{2} * kPoints * kPoints;
-  std::array<std::array<uint8_t, kMostSamples>, kColours> values_{};
-  std::array<size_t, kColours> count_{};
+  // Two of the four samples of a cell are green.
+  static constexpr std::size_t kMostSamples = std::size_t{2} * kPoints * kPoints;
+  std::array<std::array<std::uint8_t, kMostSamples>, kColours> values_{};
+  std::array<std::size_t, kColours> count_{};
 };
 
-/// Where a block's points lie along one axis, from its edge.
+/// The points of a block along one axis, counted from its edge.
 std::array<int, kPoints> pointsOf(int size) {
   const float step = static_cast<float>(size) / kPoints;
   std::array<int, kPoints> points{};
   for (int i = 0; i < kPoints; ++i) {
-    points[static_cast<size_t>(i)] = static_cast<int>(std::lround(static_cast<float>(i) * step));
+    points[static_cast<std::size_t>(i)] =
+        static_cast<int>(std::lround(static_cast<float>(i) * step));
   }
   return points;
 }
@@ -91,14 +92,14 @@ class Mosaic {
   [[nodiscard]] int rows() const { return frame_.rows; }
 
   void addPoint(int x, int y, Samples& samples) const {
-    // From an odd column or row on, each place has changed sides.
-    const size_t shift = ((y & 1) != 0 ? 2U : 0U) + ((x & 1) != 0 ? 1U : 0U);
-    const uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
+    // In a cell that begins at an odd column or row, the columns or rows are swapped.
+    const std::size_t shift = ((y & 1) != 0 ? 2U : 0U) + ((x & 1) != 0 ? 1U : 0U);
+    const std::uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
     const bool hasRight = x + 1 < frame_.columns;
     const bool hasLower = y + 1 < frame_.rows;
     if (hasRight && hasLower) {
-      const uint8_t* const lower = upper + frame_.columns;
-      const std::array<uint8_t, 4> cell = {upper[0], upper[1], lower[0], lower[1]};
+      const std::uint8_t* const lower = upper + frame_.columns;
+      const std::array<std::uint8_t, 4> cell = {upper[0], upper[1], lower[0], lower[1]};
       samples.add(kRed, cell[places_.red ^ shift]);
       samples.add(kBlue, cell[places_.blue ^ shift]);
       samples.add(kGreen, cell[places_.green[0] ^ shift], cell[places_.green[1] ^ shift]);
@@ -116,27 +117,28 @@ class Mosaic {
 
 class Image {
  public:
-  Image(const uint8_t* bgr, int columns, int rows) : bgr_(bgr), columns_(columns), rows_(rows) {}
+  Image(const std::uint8_t* bgr, int columns, int rows)
+      : bgr_(bgr), columns_(columns), rows_(rows) {}
 
   [[nodiscard]] int columns() const { return columns_; }
   [[nodiscard]] int rows() const { return rows_; }
 
   void addPoint(int x, int y, Samples& samples) const {
-    const uint8_t* const pixel = bgr_ + 3 * (ptrdiff_t{y} * columns_ + x);
+    const std::uint8_t* const pixel = bgr_ + 3 * (std::ptrdiff_t{y} * columns_ + x);
     samples.add(kBlue, pixel[0]);
     samples.add(kGreen, pixel[1]);
     samples.add(kRed, pixel[2]);
   }
 
  private:
-  const uint8_t* bgr_;
+  const std::uint8_t* bgr_;
   int columns_;
   int rows_;
 };
 
 int meanAfterBinning(int mean, int hostBin) {
-  const int64_t samples = std::min<int64_t>(int64_t{hostBin} * hostBin, kBrightest);
-  return static_cast<int>(std::min<int64_t>(mean * samples, kBrightest));
+  const std::int64_t samples = std::min<std::int64_t>(std::int64_t{hostBin} * hostBin, kBrightest);
+  return static_cast<int>(std::min<std::int64_t>(mean * samples, kBrightest));
 }
 
 template <class Frame>
@@ -145,10 +147,10 @@ BlockColours measureBlock(const Frame& frame, const FrameBlock& block, int hostB
   const std::array<int, kPoints> ys = pointsOf(block.height);
   Samples samples;
   for (const int dy : ys) {
-    const int64_t y = int64_t{block.row} + dy;
+    const std::int64_t y = std::int64_t{block.row} + dy;
     if (y < 0 || y >= frame.rows()) continue;
     for (const int dx : xs) {
-      const int64_t x = int64_t{block.column} + dx;
+      const std::int64_t x = std::int64_t{block.column} + dx;
       if (x < 0 || x >= frame.columns()) continue;
       frame.addPoint(static_cast<int>(x), static_cast<int>(y), samples);
     }
@@ -166,7 +168,7 @@ BlockColours measureBlock(const Frame& frame, const FrameBlock& block, int hostB
 class WeightedMean {
  public:
   void add(int mean, int deviation) {
-    weighted_ += int64_t{mean} * deviation;
+    weighted_ += std::int64_t{mean} * deviation;
     weight_ += deviation;
     plain_ += mean;
   }
@@ -178,9 +180,9 @@ class WeightedMean {
   }
 
  private:
-  int64_t weighted_ = 0;
-  int64_t weight_ = 0;
-  int64_t plain_ = 0;
+  std::int64_t weighted_ = 0;
+  std::int64_t weight_ = 0;
+  std::int64_t plain_ = 0;
 };
 
 template <class Frame>
@@ -209,11 +211,11 @@ std::optional<ColourValues> measureColour(const Frame& frame, int hostBin) {
 /// @param mean of the colour that the value amplifies
 int nextValue(int value, int mean, int green) {
   constexpr int kSmall = 5;
-  const int64_t scaled = int64_t{value} * green / (mean + 1);
+  const std::int64_t scaled = std::int64_t{value} * green / (mean + 1);
   const bool stuck = scaled <= value && green > mean && value < kSmall;
-  return static_cast<int>(std::clamp<int64_t>(stuck ? scaled + 1 : scaled,
-                                              std::numeric_limits<int>::min(),
-                                              std::numeric_limits<int>::max()));
+  return static_cast<int>(std::clamp<std::int64_t>(stuck ? scaled + 1 : scaled,
+                                                   std::numeric_limits<int>::min(),
+                                                   std::numeric_limits<int>::max()));
 }
 
 }  // namespace
@@ -221,7 +223,8 @@ int nextValue(int value, int mean, int green) {
 void storeBlock(const BlockColours& block, const std::array<int*, 3>& deviations,
                 const std::array<int*, 3>& means) {
   const auto store = [&](Colour colour, int deviation, int mean) {
-    // For who passes 0 the n samples are counted instead, as n / (n + 1): that is 0 again.
+    // For a caller that passes 0, the interface defines the deviation of n samples as n / (n + 1),
+    // which truncates to 0.
     if (*deviations[colour] != 0) *deviations[colour] = deviation;
     *means[colour] = mean;
   };
@@ -239,12 +242,13 @@ std::optional<ColourValues> mosaicColour(const RawFrame& frame, BayerPattern pat
   return measureColour(Mosaic(frame, pattern), hostBin);
 }
 
-BlockColours imageBlock(const uint8_t* bgr, int columns, int rows, const FrameBlock& block,
+BlockColours imageBlock(const std::uint8_t* bgr, int columns, int rows, const FrameBlock& block,
                         int hostBin) {
   return measureBlock(Image(bgr, columns, rows), block, hostBin);
 }
 
-std::optional<ColourValues> imageColour(const uint8_t* bgr, int columns, int rows, int hostBin) {
+std::optional<ColourValues> imageColour(const std::uint8_t* bgr, int columns, int rows,
+                                        int hostBin) {
   return measureColour(Image(bgr, columns, rows), hostBin);
 }
 

@@ -11,38 +11,39 @@
 namespace orvik {
 namespace {
 
-/// Whether the vectors can do these gains; other ones go through their tables.
+/// Whether the vector routine can apply these gains. Others are applied with their tables.
 bool isArithmetic(WhiteBalance balance) {
   const auto fits = [](int gain) { return gain >= 1 && gain <= 99; };
   return fits(balance.red) && fits(balance.blue);
 }
 
-/// Where the second column or row of a cell lies from its first: beside it, or on the other side
-/// where the frame ends, or where the first is, in a frame of one.
+/// The distance of the second column or row of a cell from the first: 1; where the frame ends, the
+/// one before the first (-1); in a frame of one, the first itself (0).
 int secondFrom(int first, int size) { return first + 1 < size ? 1 : (first > 0 ? -1 : 0); }
 
-/// Fills what there is of a cell that the frame's edge cuts off: the copy worker fills a whole cell
-/// aside, of which the pixels inside the frame are kept.
+/// Fills the pixels of a cell that the edge of the frame cuts off: the copy worker fills a
+/// temporary whole cell, of which the pixels inside the frame are copied.
 template <CellWorker kCopy>
-void copyCutCell(const uint8_t* row, uint8_t* bgr, int x, int y, int width, int height,
+void copyCutCell(const std::uint8_t* row, std::uint8_t* bgr, int x, int y, int width, int height,
                  const GainTables& gains) {
-  const ptrdiff_t right = secondFrom(x, width);
-  const ptrdiff_t below = secondFrom(y, height) * ptrdiff_t{width};
-  const uint8_t* const first = row + x;
-  const std::array<uint8_t, 4> cellRaw{first[0], first[right], first[below], first[below + right]};
-  std::array<uint8_t, 12> cellBgr;
+  const std::ptrdiff_t right = secondFrom(x, width);
+  const std::ptrdiff_t below = secondFrom(y, height) * std::ptrdiff_t{width};
+  const std::uint8_t* const first = row + x;
+  const std::array<std::uint8_t, 4> cellRaw{first[0], first[right], first[below],
+                                            first[below + right]};
+  std::array<std::uint8_t, 12> cellBgr;
   kCopy(cellRaw.data(), cellBgr.data(), 0, 0, 2, gains);
 
   const int columnsLeft = std::min(2, width - x);
   const int rowsLeft = std::min(2, height - y);
   for (int n = 0; n < rowsLeft; ++n) {
-    std::copy_n(cellBgr.data() + ptrdiff_t{6} * n, 3 * columnsLeft,
-                bgr + 3 * (ptrdiff_t{n} * width + x));
+    std::copy_n(cellBgr.data() + std::ptrdiff_t{6} * n, 3 * columnsLeft,
+                bgr + 3 * (std::ptrdiff_t{n} * width + x));
   }
 }
 
 template <CellWorker kCopy>
-void copyBorderCell(const uint8_t* row, uint8_t* bgr, int x, int y, int width, int height,
+void copyBorderCell(const std::uint8_t* row, std::uint8_t* bgr, int x, int y, int width, int height,
                     const GainTables& gains) {
   if (x + 1 < width && y + 1 < height) {
     kCopy(row, bgr, x, 0, width, gains);
@@ -56,7 +57,8 @@ void copyBorderCell(const uint8_t* row, uint8_t* bgr, int x, int y, int width, i
 struct CellRowDemosaic::Making {
   /// @tparam kRedX, kRedY column and row, 0 or 1, of a cell's red site
   template <CellWorker kBilinear, CellWorker kCopy, int kRedX, int kRedY>
-  static void cells(const CellRowDemosaic& self, const uint8_t* row, int y, uint8_t* bgr) {
+  static void cells(const CellRowDemosaic& self, const std::uint8_t* row, int y,
+                    std::uint8_t* bgr) {
     const int width = self.width_;
     const int lastX = (width - 1) / 2 * 2;
     const auto copy = [&](int x) {
@@ -74,10 +76,10 @@ struct CellRowDemosaic::Making {
     if (lastX > 0) copy(lastX);
   }
 
-  static void nothing(const CellRowDemosaic&, const uint8_t*, int, uint8_t*) {}
+  static void nothing(const CellRowDemosaic&, const std::uint8_t*, int, std::uint8_t*) {}
 
   static Make of(BayerPattern pattern) {
-    // The workers read their cell from the other corner, hence the crossed names.
+    // The names of the workers spell the cell from the opposite corner.
     switch (pattern) {
       case BAYER_RG:
         return cells<BayerBilinear_BG, BayerCopy_BG, 0, 0>;
@@ -101,11 +103,11 @@ CellRowDemosaic::CellRowDemosaic(BayerPattern pattern, int width, int height,
       inVectors_(isArithmetic(balance)),
       gains_(balance) {}
 
-void demosaic(const uint8_t* raw, uint8_t* bgr, BayerPattern pattern, int width, int height,
-              WhiteBalance balance) noexcept {
+void demosaic(const std::uint8_t* raw, std::uint8_t* bgr, BayerPattern pattern, int width,
+              int height, WhiteBalance balance) noexcept {
   if (width < 1 || height < 1) return;
   const CellRowDemosaic rows(pattern, width, height, balance);
-  for (int y = 0; y < height; y += 2) rows.make(raw, y, bgr + ptrdiff_t{3} * width * y);
+  for (int y = 0; y < height; y += 2) rows.make(raw, y, bgr + std::ptrdiff_t{3} * width * y);
 }
 
 }  // namespace orvik

@@ -15,11 +15,11 @@ bool contains(const SampleFrame<Sample>& frame, int x, int y) {
 
 template <typename Sample>
 Sample& at(const SampleFrame<Sample>& frame, int x, int y) {
-  return frame.samples[static_cast<ptrdiff_t>(y) * frame.width + x];
+  return frame.samples[static_cast<std::ptrdiff_t>(y) * frame.width + x];
 }
 
 /// Calls `use(x, y)` for those of the eight positions around, `step` away, that lie in the frame,
-/// until it says no.
+/// until it returns false.
 template <typename Sample, class Use>
 bool forAllAround(const SampleFrame<Sample>& frame, int x, int y, int step, Use use) {
   for (int dy = -1; dy <= 1; ++dy) {
@@ -40,14 +40,14 @@ bool isFlat(int sample, int next) {
 }  // namespace
 
 template <typename Sample>
-uint16_t riseAboveRow(const SampleFrame<Sample>& frame, int x, int y) noexcept {
+std::uint16_t riseAboveRow(const SampleFrame<Sample>& frame, int x, int y) noexcept {
   if (!contains(frame, x, y)) return 0;
   const bool leftwards = x > frame.width / 2;
   const int step = leftwards ? -frame.colourStep : frame.colourStep;
   for (int c = leftwards ? x - 4 : x + 4; c >= 0 && c + frame.colourStep < frame.width; c += step) {
     const int background = at(frame, c, y);
     if (!isFlat(background, at(frame, c + frame.colourStep, y))) continue;
-    return static_cast<uint16_t>(std::max(int{at(frame, x, y)} - background, 0));
+    return static_cast<std::uint16_t>(std::max(int{at(frame, x, y)} - background, 0));
   }
   return 0;
 }
@@ -79,9 +79,9 @@ bool mendIfHot(const SampleFrame<Sample>& frame, int x, int y) noexcept {
   return true;
 }
 
-template uint16_t riseAboveRow(const SampleFrame<uint8_t>&, int, int) noexcept;
-template uint16_t riseAboveRow(const SampleFrame<uint16_t>&, int, int) noexcept;
-template bool mendIfHot(const SampleFrame<uint8_t>&, int, int) noexcept;
-template bool mendIfHot(const SampleFrame<uint16_t>&, int, int) noexcept;
+template std::uint16_t riseAboveRow(const SampleFrame<std::uint8_t>&, int, int) noexcept;
+template std::uint16_t riseAboveRow(const SampleFrame<std::uint16_t>&, int, int) noexcept;
+template bool mendIfHot(const SampleFrame<std::uint8_t>&, int, int) noexcept;
+template bool mendIfHot(const SampleFrame<std::uint16_t>&, int, int) noexcept;
 
 }  // namespace orvik

@@ -9,26 +9,26 @@ namespace orvik {
 namespace {
 
 constexpr int kToleratedPercent = 15;
-constexpr uint64_t kLongExposureUs = 100'000;
-constexpr int kLowestGain = 1;  ///< with exposure and gain on automatic
+constexpr std::uint64_t kLongExposureUs = 100'000;
+constexpr int kLowestGain = 1;  ///< with automatic exposure and gain
 
-/// The nearest int: goal and gain may be anything.
-int toInt(int64_t value) {
-  return static_cast<int>(
-      std::clamp<int64_t>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+/// The nearest int. Goal and gain may have any value.
+int toInt(std::int64_t value) {
+  return static_cast<int>(std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(),
+                                                   std::numeric_limits<int>::max()));
 }
 
 class Step {
  public:
   Step(int brightness, const ExposureGoal& goal, ExposureDials& dials)
-      : goal_(goal), dials_(dials), excess_(int64_t{brightness} - goal.brightness) {}
+      : goal_(goal), dials_(dials), excess_(std::int64_t{brightness} - goal.brightness) {}
 
   [[nodiscard]] bool isTooBright() const { return excess_ > shareOfGoal(kToleratedPercent); }
   [[nodiscard]] bool isTooDark() const { return -excess_ > shareOfGoal(kToleratedPercent); }
 
   void darken() {
     if (!goal_.exposureAuto) {
-      turnGain(-smallGainStep());  // as low as the model goes
+      turnGain(-smallGainStep());  // the model limits it
       return;
     }
     if (isLong()) {
@@ -38,7 +38,7 @@ class Step {
     if (!isTooCoarse()) dials_.setExposure(shorterExposure());
     if (!goal_.gainAuto) return;
     lowerGain();
-    if (dials_.exposureLines() < 3) lowerGain();  // there is hardly any time left to give back
+    if (dials_.exposureLines() < 3) lowerGain();  // the exposure can hardly become shorter
   }
 
   void brighten() {
@@ -52,7 +52,7 @@ class Step {
     }
     raiseGain(smallGainStep());
     if (isLong()) {
-      // Time is dear by now: all the gain that is allowed comes first.
+      // The exposure is long already: raise the gain to its maximum first.
       if (dials_.gain() < goal_.maxGain) {
         raiseGain(largeGainStep());
       } else {
@@ -65,56 +65,60 @@ class Step {
   }
 
  private:
-  [[nodiscard]] int64_t shareOfGoal(int percent) const {
-    return int64_t{goal_.brightness} * percent / 100;
+  [[nodiscard]] std::int64_t shareOfGoal(int percent) const {
+    return std::int64_t{goal_.brightness} * percent / 100;
   }
   [[nodiscard]] bool isLong() const { return dials_.exposureUs() > kLongExposureUs; }
 
-  /// Whether one line more or less would do more than the error asks for.
+  /// Whether one line more or less would change the brightness by more than the error.
   [[nodiscard]] bool isTooCoarse() const {
-    const uint32_t lines = dials_.exposureLines();
-    const int64_t error = std::abs(excess_);
+    const std::uint32_t lines = dials_.exposureLines();
+    const std::int64_t error = std::abs(excess_);
     return (lines < 3 && error < shareOfGoal(30)) || (lines < 2 && error < shareOfGoal(45));
   }
 
-  // One and two percent of the range. Below a hundred steps one percent of them is less than one,
-  // and a gain that steps by 0 would never come down again.
-  [[nodiscard]] int64_t smallGainStep() const { return std::max(goal_.gainRange / 100, 1); }
-  [[nodiscard]] int64_t largeGainStep() const {
-    return std::max<int64_t>(int64_t{2} * goal_.gainRange / 100, 1);
+  // One and two percent of the range. In a range below 100, one percent is less than one step, and
+  // a gain that changes by 0 would never come down again.
+  [[nodiscard]] std::int64_t smallGainStep() const { return std::max(goal_.gainRange / 100, 1); }
+  [[nodiscard]] std::int64_t largeGainStep() const {
+    return std::max<std::int64_t>(std::int64_t{2} * goal_.gainRange / 100, 1);
   }
 
-  void turnGain(int64_t by) { dials_.setGain(toInt(dials_.gain() + by)); }
+  void turnGain(std::int64_t by) { dials_.setGain(toInt(dials_.gain() + by)); }
   void lowerGain() {
-    dials_.setGain(toInt(std::max<int64_t>(kLowestGain, dials_.gain() - smallGainStep())));
+    dials_.setGain(toInt(std::max<std::int64_t>(kLowestGain, dials_.gain() - smallGainStep())));
   }
-  void raiseGain(int64_t by) {
-    dials_.setGain(toInt(std::min<int64_t>(dials_.gain() + by, goal_.maxGain)));
-  }
-
-  /// The exposure times the error, over `divisor`. No exposure of a camera comes near the 2^32
-  /// microseconds from which the product could wrap around, which the unsigned type makes harmless.
-  [[nodiscard]] int64_t change(int64_t error, int64_t divisor) const {
-    return static_cast<int64_t>(dials_.exposureUs() * static_cast<uint64_t>(error)) / divisor;
+  void raiseGain(std::int64_t by) {
+    dials_.setGain(toInt(std::min<std::int64_t>(dials_.gain() + by, goal_.maxGain)));
   }
 
-  [[nodiscard]] uint64_t shorterExposure() const {
-    const uint64_t shorter = dials_.exposureUs() - static_cast<uint64_t>(change(excess_, 400));
-    // A goal below any brightness can ask for less than nothing.
-    return static_cast<int64_t>(shorter) < 0 ? 0 : shorter;
+  /// The exposure times the error, divided by `divisor`. The product could wrap around from 2^32
+  /// microseconds on, which no exposure of a camera comes near; with the unsigned type, wrapping
+  /// around is harmless.
+  [[nodiscard]] std::int64_t change(std::int64_t error, std::int64_t divisor) const {
+    return static_cast<std::int64_t>(dials_.exposureUs() * static_cast<std::uint64_t>(error)) /
+           divisor;
   }
 
-  [[nodiscard]] uint64_t longerExposure() const {
-    // Within 32 bits, which hold 4294 s, more than any camera's longest; beyond that it wraps
+  [[nodiscard]] std::uint64_t shorterExposure() const {
+    const std::uint64_t shorter =
+        dials_.exposureUs() - static_cast<std::uint64_t>(change(excess_, 400));
+    // With a goal below any brightness the result can be negative.
+    return static_cast<std::int64_t>(shorter) < 0 ? 0 : shorter;
+  }
+
+  [[nodiscard]] std::uint64_t longerExposure() const {
+    // 32 bits hold 4294 s, more than the longest exposure of any camera; a larger value wraps
     // around.
-    const uint32_t limitUs = static_cast<uint32_t>(goal_.maxExposureSeconds) * 1'000'000U;
-    const uint64_t longer = dials_.exposureUs() + static_cast<uint64_t>(change(-excess_, 200));
-    return std::min<uint64_t>(longer, limitUs);
+    const std::uint32_t limitUs = static_cast<std::uint32_t>(goal_.maxExposureSeconds) * 1'000'000U;
+    const std::uint64_t longer =
+        dials_.exposureUs() + static_cast<std::uint64_t>(change(-excess_, 200));
+    return std::min<std::uint64_t>(longer, limitUs);
   }
 
   const ExposureGoal& goal_;
   ExposureDials& dials_;
-  const int64_t excess_;  ///< of brightness over the goal
+  const std::int64_t excess_;  ///< brightness above the goal
 };
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 namespace orvik {
 
-/// What automatic exposure is to reach, and how far it may go for it.
+/// The target of automatic exposure and the limits of what it may set.
 struct ExposureGoal {
   int brightness = 100;        ///< as measureBrightness() gives it
   int maxGain = 0;             ///< gain steps
@@ -15,8 +15,8 @@ struct ExposureGoal {
   bool gainAuto = false;       ///< the gain may be changed
 };
 
-/// The dials of a camera that automatic exposure reads and turns. A camera keeps what it is set to
-/// within its own limits, and may change the number of lines with the exposure.
+/// The settings of a camera that automatic exposure reads and changes. A camera clamps them to its
+/// own limits, and may change the number of lines with the exposure.
 class ExposureDials {
  public:
   ExposureDials() = default;
@@ -25,21 +25,22 @@ class ExposureDials {
   virtual ~ExposureDials() = default;
 
   [[nodiscard]] virtual int gain() const = 0;
-  [[nodiscard]] virtual uint64_t exposureUs() const = 0;     ///< microseconds
-  [[nodiscard]] virtual uint32_t exposureLines() const = 0;  ///< sensor lines
+  [[nodiscard]] virtual std::uint64_t exposureUs() const = 0;     ///< microseconds
+  [[nodiscard]] virtual std::uint32_t exposureLines() const = 0;  ///< sensor lines
   virtual void setGain(int gain) = 0;
-  virtual void setExposure(uint64_t exposureUs) = 0;
+  virtual void setExposure(std::uint64_t exposureUs) = 0;
 };
 
-/// One step towards the goal; nothing within 15 percent of it, and nothing when neither exposure
-/// nor gain is on automatic. No state: what it has learnt is in the dials.
+/// Makes one step towards the goal. Does nothing within 15 percent of it, or when neither exposure
+/// nor gain is automatic. It keeps no state other than the dials.
 ///
-/// The steps are unequal on purpose. A dark picture's exposure grows by 1/200 for each step of the
-/// error, a bright one's shrinks by 1/400: far above the goal pixels are full, and the error says
-/// little about the time. With both on automatic a dark picture takes gain before time, which keeps
-/// the frame rate, and a bright one gives time back before gain.
+/// The steps are unequal on purpose. For each unit of the error, the exposure of a dark image grows
+/// by 1/200, that of a bright one shrinks by 1/400: far above the goal pixels are saturated, and
+/// the error says little about the right exposure. If both are automatic, a dark image raises the
+/// gain before the exposure, which keeps the frame rate, and a bright one shortens the exposure
+/// before it lowers the gain.
 ///
-/// @param brightness of a frame taken with the dials as they stand
+/// @param brightness of a frame taken with the present settings of the dials
 void regulateExposure(int brightness, const ExposureGoal& goal, ExposureDials& dials);
 
 }  // namespace orvik

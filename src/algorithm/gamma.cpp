@@ -15,30 +15,30 @@ namespace {
 constexpr int kLinear = 50;
 
 float exponentOf(int value) {
-  // As float from the start: the numerator must not overflow for any value.
+  // Computed as float, so that the numerator does not overflow for any value.
   const auto gamma = static_cast<float>(value);
   return (value <= kLinear ? 200.0F - 2.0F * gamma : 150.0F - gamma) / 100.0F;
 }
 
-template <typename Entry, size_t kEntries>
+template <typename Entry, std::size_t kEntries>
 void fillPowerTable(std::span<Entry, kEntries> table, float exponent) {
   constexpr auto kMax = static_cast<int>(kEntries - 1);
   for (int i = 0; i <= kMax; ++i) {
     const float x = static_cast<float>(i) / static_cast<float>(kMax);
     const auto power = static_cast<float>(std::pow(double{x}, double{exponent}));
     const double scaled = double{power} * kMax;
-    // A negative exponent makes the power of 0 infinite; written so that it lands at the top, as
-    // would anything that is not a number.
+    // With a negative exponent the power of 0 is infinite. In this form of the comparison infinity
+    // and NaN become the maximum.
     const double limited = scaled <= kMax ? scaled : kMax;
-    table[static_cast<size_t>(i)] = static_cast<Entry>(std::lround(limited));
+    table[static_cast<std::size_t>(i)] = static_cast<Entry>(std::lround(limited));
   }
 }
 
-/// Four at a time: no load has to wait for the store just before it, which might have changed the
-/// table for all that the compiler and the processor know.
+/// Does four pixels at a time, so that no load has to wait for the store just before it, which
+/// might have changed the table as far as the compiler and the processor know.
 template <typename Pixel>
-void applyTableTo(Pixel* image, size_t pixels, const Pixel* table) {
-  size_t i = 0;
+void applyTableTo(Pixel* image, std::size_t pixels, const Pixel* table) {
+  std::size_t i = 0;
   for (; i + 4 <= pixels; i += 4) {
     const Pixel a = table[image[i]];
     const Pixel b = table[image[i + 1]];
@@ -58,8 +58,8 @@ int nextGamma(int stored, int argument) noexcept { return stored > 100 ? 100 : a
 
 void buildGammaTables(int value, GammaTable8 table8, GammaTable16 table16) noexcept {
   if (value == kLinear) {
-    std::iota(table8.begin(), table8.end(), uint8_t{0});
-    std::iota(table16.begin(), table16.end(), uint16_t{0});
+    std::iota(table8.begin(), table8.end(), std::uint8_t{0});
+    std::iota(table16.begin(), table16.end(), std::uint16_t{0});
     return;
   }
   const float exponent = exponentOf(value);
@@ -67,13 +67,13 @@ void buildGammaTables(int value, GammaTable8 table8, GammaTable16 table16) noexc
   fillPowerTable(table16, exponent);
 }
 
-void applyTable(uint8_t* image, const uint8_t* table, int width, int height) noexcept {
-  const size_t pixels = pixelCount(width, height);
-  const size_t done = applyTableRun(image, pixels, table);
+void applyTable(std::uint8_t* image, const std::uint8_t* table, int width, int height) noexcept {
+  const std::size_t pixels = pixelCount(width, height);
+  const std::size_t done = applyTableRun(image, pixels, table);
   applyTableTo(image + done, pixels - done, table);
 }
 
-void applyTable(uint16_t* image, const uint16_t* table, int width, int height) noexcept {
+void applyTable(std::uint16_t* image, const std::uint16_t* table, int width, int height) noexcept {
   applyTableTo(image, pixelCount(width, height), table);
 }
 

@@ -5,10 +5,10 @@
 
 namespace orvik {
 
-void grey10(const uint16_t* samples, uint8_t* words, size_t count) noexcept {
-  constexpr uint32_t kThreeTimes = 1U | 1U << 10U | 1U << 20U;
-  for (size_t i = 0; i < count; ++i) {
-    const uint32_t word = samples[i] * kThreeTimes;
+void grey10(const std::uint16_t* samples, std::uint8_t* words, std::size_t count) noexcept {
+  constexpr std::uint32_t kThreeTimes = 1U | 1U << 10U | 1U << 20U;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint32_t word = samples[i] * kThreeTimes;
     std::memcpy(words + 4 * i, &word, sizeof word);
   }
 }

@@ -18,13 +18,14 @@ constexpr std::array<Direction, 8> kAround = {
 
 /// Calls `use(x, y)` for each marked pixel of the rows from `firstRow` up to `endRow`.
 template <class Use>
-void forEachMarked(std::span<const uint8_t> table, int sensorWidth, int firstRow, int endRow,
+void forEachMarked(std::span<const std::uint8_t> table, int sensorWidth, int firstRow, int endRow,
                    Use use) {
-  const auto width = static_cast<size_t>(sensorWidth);
-  const size_t end = std::min(table.size(), (static_cast<size_t>(endRow) * width + 7) / 8);
-  for (size_t j = static_cast<size_t>(firstRow) * width / 8; j < end; ++j) {
+  const auto width = static_cast<std::size_t>(sensorWidth);
+  const std::size_t end =
+      std::min(table.size(), (static_cast<std::size_t>(endRow) * width + 7) / 8);
+  for (std::size_t j = static_cast<std::size_t>(firstRow) * width / 8; j < end; ++j) {
     for (unsigned bits = table[j]; bits != 0; bits &= bits - 1) {
-      const size_t pixel = 8 * j + static_cast<size_t>(std::countr_zero(bits));
+      const std::size_t pixel = 8 * j + static_cast<std::size_t>(std::countr_zero(bits));
       use(static_cast<int>(pixel % width), static_cast<int>(pixel / width));
     }
   }
@@ -42,21 +43,21 @@ class HotMap {
            !hot_[index(column, row)];
   }
 
-  [[nodiscard]] uint8_t goodNeighbours(uint32_t sample) const {
+  [[nodiscard]] std::uint8_t goodNeighbours(std::uint32_t sample) const {
     const int column = static_cast<int>(sample) % region_.columns;
     const int row = static_cast<int>(sample) / region_.columns;
     unsigned good = 0;
-    for (size_t n = 0; n < kAround.size(); ++n) {
+    for (std::size_t n = 0; n < kAround.size(); ++n) {
       const bool usable = isGood(column + kAround[n].x * region_.colourStep,
                                  row + kAround[n].y * region_.colourStep);
       good |= unsigned{usable} << n;
     }
-    return static_cast<uint8_t>(good);
+    return static_cast<std::uint8_t>(good);
   }
 
-  [[nodiscard]] uint32_t index(int column, int row) const {
-    return static_cast<uint32_t>(row) * static_cast<uint32_t>(region_.columns) +
-           static_cast<uint32_t>(column);
+  [[nodiscard]] std::uint32_t index(int column, int row) const {
+    return static_cast<std::uint32_t>(row) * static_cast<std::uint32_t>(region_.columns) +
+           static_cast<std::uint32_t>(column);
   }
 
  private:
@@ -66,17 +67,18 @@ class HotMap {
 
 template <typename Sample>
 void correct(Sample* image, const HotSites& sites) {
-  std::array<ptrdiff_t, 8> offsets;
-  for (size_t n = 0; n < kAround.size(); ++n) {
-    offsets[n] = ptrdiff_t{sites.region.colourStep} *
-                 (ptrdiff_t{kAround[n].y} * sites.region.columns + kAround[n].x);
+  std::array<std::ptrdiff_t, 8> offsets;
+  for (std::size_t n = 0; n < kAround.size(); ++n) {
+    offsets[n] = std::ptrdiff_t{sites.region.colourStep} *
+                 (std::ptrdiff_t{kAround[n].y} * sites.region.columns + kAround[n].x);
   }
   for (const HotSites::Site& site : sites.sites) {
     std::array<Sample, 8> good{};  // ascending
-    size_t count = 0;
+    std::size_t count = 0;
     for (unsigned bits = site.goodNeighbours; bits != 0; bits &= bits - 1) {
-      const Sample next = image[site.index + offsets[static_cast<size_t>(std::countr_zero(bits))]];
-      size_t at = count++;
+      const Sample next =
+          image[site.index + offsets[static_cast<std::size_t>(std::countr_zero(bits))]];
+      std::size_t at = count++;
       for (; at > 0 && good[at - 1] > next; --at) good[at] = good[at - 1];
       good[at] = next;
     }
@@ -87,11 +89,12 @@ void correct(Sample* image, const HotSites& sites) {
 
 }  // namespace
 
-HotSites cutHotPixels(std::span<const uint8_t> table, int sensorWidth, const FrameRegion& region) {
+HotSites cutHotPixels(std::span<const std::uint8_t> table, int sensorWidth,
+                      const FrameRegion& region) {
   HotSites cut{.region = region, .sites = {}};
   if (sensorWidth < 1 || region.x < 0 || region.y < 0) return cut;
   HotMap map(region);
-  std::vector<uint32_t> hot;
+  std::vector<std::uint32_t> hot;
   forEachMarked(table, sensorWidth, region.y, region.y + region.rows * region.bin,
                 [&](int x, int y) {
                   if (x < region.x || y < region.y) return;
@@ -103,14 +106,18 @@ HotSites cutHotPixels(std::span<const uint8_t> table, int sensorWidth, const Fra
                 });
   std::ranges::sort(hot);
   cut.sites.reserve(hot.size());
-  for (const uint32_t index : hot) {
+  for (const std::uint32_t index : hot) {
     cut.sites.push_back({.index = index, .goodNeighbours = map.goodNeighbours(index)});
   }
   return cut;
 }
 
-void correctHotPixels(uint8_t* image, const HotSites& sites) noexcept { correct(image, sites); }
+void correctHotPixels(std::uint8_t* image, const HotSites& sites) noexcept {
+  correct(image, sites);
+}
 
-void correctHotPixels(uint16_t* image, const HotSites& sites) noexcept { correct(image, sites); }
+void correctHotPixels(std::uint16_t* image, const HotSites& sites) noexcept {
+  correct(image, sites);
+}
 
 }  // namespace orvik

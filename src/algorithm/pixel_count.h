@@ -5,10 +5,10 @@
 
 namespace orvik {
 
-/// The pixels of a frame; none where a side is below 1.
-[[nodiscard]] constexpr size_t pixelCount(int width, int height) noexcept {
+/// The number of pixels of a frame; 0 if a side is below 1.
+[[nodiscard]] constexpr std::size_t pixelCount(int width, int height) noexcept {
   if (width < 1 || height < 1) return 0;
-  return static_cast<size_t>(width) * static_cast<size_t>(height);
+  return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
 }
 
 }  // namespace orvik

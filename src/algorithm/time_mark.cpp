@@ -16,9 +16,9 @@ constexpr int kGlyphRows = 11;
 constexpr int kMargin = 8;
 constexpr std::string_view kCharacters = "0123456789:";
 
-/// A byte a row, the leftmost pixel in its highest bit. The bottom row comes first; of the sixteen
-/// bytes eleven are drawn.
-constexpr std::array<std::array<uint8_t, 16>, kCharacters.size()> kFont = {{
+/// One byte per row, the leftmost pixel in the highest bit. The bottom row comes first; the first
+/// eleven of the sixteen bytes are drawn.
+constexpr std::array<std::array<std::uint8_t, 16>, kCharacters.size()> kFont = {{
     {0x00, 0x7C, 0xC6, 0xC6, 0xE6, 0xF6, 0xDE, 0xCE, 0xC6, 0x7C, 0x00, 0x00, 0x00, 0x00, 0x00,
      0x00},  // 0
     {0x00, 0x7E, 0x18, 0x18, 0x18, 0x18, 0x18, 0x78, 0x38, 0x18, 0x00, 0x00, 0x00, 0x00, 0x00,
@@ -44,24 +44,25 @@ constexpr std::array<std::array<uint8_t, 16>, kCharacters.size()> kFont = {{
 }};
 
 struct Canvas {
-  uint8_t* image;
+  std::uint8_t* image;
   int width;
   int height;
   int bytesPerPixel;
 
   void put(int x, int y, bool ink) const {
     if (x >= width || y >= height) return;
-    const ptrdiff_t pixel = static_cast<ptrdiff_t>(y) * width + x;
-    std::fill_n(image + pixel * bytesPerPixel, bytesPerPixel, ink ? uint8_t{255} : uint8_t{0});
+    const std::ptrdiff_t pixel = static_cast<std::ptrdiff_t>(y) * width + x;
+    std::fill_n(image + pixel * bytesPerPixel, bytesPerPixel,
+                ink ? std::uint8_t{255} : std::uint8_t{0});
   }
 };
 
 void drawText(const Canvas& canvas, int left, int top, std::string_view text) {
   for (const char character : text) {
-    const size_t glyph = kCharacters.find(character);
+    const std::size_t glyph = kCharacters.find(character);
     if (glyph != std::string_view::npos) {
       for (int row = 0; row < kGlyphRows; ++row) {
-        const unsigned bits = kFont[glyph][static_cast<size_t>(kGlyphRows - 1 - row)];
+        const unsigned bits = kFont[glyph][static_cast<std::size_t>(kGlyphRows - 1 - row)];
         for (int x = 0; x < kGlyphWidth; ++x) {
           canvas.put(left + x, top + row, (bits >> (kGlyphWidth - 1 - x) & 1U) != 0);
         }
@@ -73,9 +74,9 @@ void drawText(const Canvas& canvas, int left, int top, std::string_view text) {
 
 }  // namespace
 
-// The image is drawn into, through a canvas that the check does not follow.
+// The function writes to the image through a canvas, which the check does not follow.
 // NOLINTNEXTLINE(readability-non-const-parameter)
-void drawTimeMark(uint8_t* image, int width, int height, int bytesPerPixel,
+void drawTimeMark(std::uint8_t* image, int width, int height, int bytesPerPixel,
                   const TimeOfDay& time) noexcept {
   std::array<char, 64> date{};
   std::array<char, 64> clock{};

@@ -13,13 +13,13 @@ struct TimeOfDay {
 };
 
 /// Writes date and time ("20261121" and "18:05:09:042") into the top left corner of an image, white
-/// on black, 8 pixels from its edges: on one line, or on two where the image is too narrow. What
-/// does not fit into the image is left out.
+/// on black, 8 pixels from its edges: on one line, or on two if the image is too narrow. The part
+/// that does not fit into the image is left out.
 /// @param image rows without padding, the top row first
 /// @param width, height pixels
 /// @param bytesPerPixel 1 or 3
 /// @par Thread: any.
-void drawTimeMark(uint8_t* image, int width, int height, int bytesPerPixel,
+void drawTimeMark(std::uint8_t* image, int width, int height, int bytesPerPixel,
                   const TimeOfDay& time) noexcept;
 
 }  // namespace orvik

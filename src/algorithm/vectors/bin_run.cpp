@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT
-// In blocks: first the rows are added, column by column, into a buffer; then neighbours in it. The
-// buffer stays in the nearest cache, and loads from it part the neighbours.
+// SPDX-License-Identifier: MIT Works in blocks: first the rows are added, column by column, into a
+// buffer; then the neighbours in the buffer are added. The buffer stays in the first-level cache,
+// and interleaved loads from it separate the neighbours.
 #include "algorithm/vectors/bin_run.h"
 
 #include <algorithm>
@@ -14,27 +14,27 @@ HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-using Rows8 = std::span<const uint8_t* const>;
-using Rows16 = std::span<const uint16_t* const>;
+using Rows8 = std::span<const std::uint8_t* const>;
+using Rows16 = std::span<const std::uint16_t* const>;
 
 #if HWY_TARGET == HWY_SCALAR
-size_t Sum(Rows8, uint8_t*, size_t) { return 0; }
-size_t SumMosaic(Rows8, uint8_t*, size_t) { return 0; }
-size_t Mean(Rows16, uint16_t*, size_t) { return 0; }
-size_t SumQuotients(Rows16, uint16_t*, size_t) { return 0; }
+std::size_t Sum(Rows8, std::uint8_t*, std::size_t) { return 0; }
+std::size_t SumMosaic(Rows8, std::uint8_t*, std::size_t) { return 0; }
+std::size_t Mean(Rows16, std::uint16_t*, std::size_t) { return 0; }
+std::size_t SumQuotients(Rows16, std::uint16_t*, std::size_t) { return 0; }
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Longs = hn::ScalableTag<uint32_t>;
-using Words = hn::Repartition<uint16_t, Longs>;
-using Bytes = hn::Repartition<uint8_t, Longs>;
+using Longs = hn::ScalableTag<std::uint32_t>;
+using Words = hn::Repartition<std::uint16_t, Longs>;
+using Bytes = hn::Repartition<std::uint8_t, Longs>;
 
-/// Results of a block, in units: samples, or pairs of them in a mosaic.
-constexpr size_t kBlock = 512;
+/// Results in a block, in units: a unit is a sample, or a pair of samples in a mosaic.
+constexpr std::size_t kBlock = 512;
 
-/// `add` of the kBin units that begin at `units`, for each lane.
-template <size_t kBin, class Tag, class Add>
+/// Combines with `add`, for each lane, kBin neighbouring units of those that begin at `units`.
+template <std::size_t kBin, class Tag, class Add>
 HWY_INLINE hn::Vec<Tag> addNeighbours(Tag tag, const hn::TFromD<Tag>* units, Add add) {
   hn::Vec<Tag> a, b, c, d;
   if constexpr (kBin == 2) {
@@ -49,20 +49,21 @@ HWY_INLINE hn::Vec<Tag> addNeighbours(Tag tag, const hn::TFromD<Tag>* units, Add
   }
 }
 
-/// Calls `work(first, count)` for blocks of units, all but the last of kBlock and all of whole
-/// vectors. @return the units done.
+/// Calls `work(first, count)` for blocks of whole vectors; all blocks but the last have kBlock
+/// units.
+/// @return the units done.
 template <class Work>
-HWY_INLINE size_t forBlocks(size_t units, size_t lanes, Work work) {
-  const size_t whole = units / lanes * lanes;
-  for (size_t first = 0; first < whole; first += kBlock) {
+HWY_INLINE std::size_t forBlocks(std::size_t units, std::size_t lanes, Work work) {
+  const std::size_t whole = units / lanes * lanes;
+  for (std::size_t first = 0; first < whole; first += kBlock) {
     work(first, std::min(kBlock, whole - first));
   }
   return whole;
 }
 
-/// @tparam Unit uint8_t, or uint16_t for pairs
-template <size_t kBin, typename Unit>
-size_t sumBytes(Rows8 rows, uint8_t* out, size_t units) {
+/// @tparam Unit std::uint8_t, or std::uint16_t for pairs
+template <std::size_t kBin, typename Unit>
+std::size_t sumBytes(Rows8 rows, std::uint8_t* out, std::size_t units) {
   const Bytes bytes;
   const hn::Repartition<Unit, Longs> tag;
   alignas(64) Unit buffer[kBlock * kBin];
@@ -71,19 +72,19 @@ size_t sumBytes(Rows8 rows, uint8_t* out, size_t units) {
     const hn::Repartition<Unit, Longs> back;
     return hn::BitCast(back, hn::SaturatedAdd(hn::BitCast(in, a), hn::BitCast(in, b)));
   };
-  const size_t lanes = hn::Lanes(tag);
-  const size_t step = hn::Lanes(bytes);
-  return forBlocks(units, lanes, [&](size_t first, size_t count) HWY_ATTR {
-    auto* const sums = reinterpret_cast<uint8_t*>(buffer);
-    const size_t from = first * kBin * sizeof(Unit);
-    for (size_t i = 0; i < count * kBin * sizeof(Unit); i += step) {
+  const std::size_t lanes = hn::Lanes(tag);
+  const std::size_t step = hn::Lanes(bytes);
+  return forBlocks(units, lanes, [&](std::size_t first, std::size_t count) HWY_ATTR {
+    auto* const sums = reinterpret_cast<std::uint8_t*>(buffer);
+    const std::size_t from = first * kBin * sizeof(Unit);
+    for (std::size_t i = 0; i < count * kBin * sizeof(Unit); i += step) {
       auto sum = hn::LoadU(bytes, rows[0] + from + i);
-      for (size_t row = 1; row < kBin; ++row) {
+      for (std::size_t row = 1; row < kBin; ++row) {
         sum = hn::SaturatedAdd(sum, hn::LoadU(bytes, rows[row] + from + i));
       }
       hn::StoreU(sum, bytes, sums + i);
     }
-    for (size_t i = 0; i < count; i += lanes) {
+    for (std::size_t i = 0; i < count; i += lanes) {
       const auto result = addNeighbours<kBin>(tag, buffer + kBin * i, add);
       hn::StoreU(hn::BitCast(bytes, result), bytes, out + (first + i) * sizeof(Unit));
     }
@@ -91,36 +92,36 @@ size_t sumBytes(Rows8 rows, uint8_t* out, size_t units) {
 }
 
 /// Divides by kBin * kBin, truncating.
-template <size_t kBin>
+template <std::size_t kBin>
 HWY_INLINE hn::Vec<Words> quotient(hn::Vec<Words> samples) {
   if constexpr (kBin == 2) return hn::ShiftRight<2>(samples);
   if constexpr (kBin == 4) return hn::ShiftRight<4>(samples);
-  // 58255 / 2^19 is 1 / 9 and so little more that no quotient of 16 bits is reached too early.
+  // 58255 / 2^19 is greater than 1 / 9 by so little that all 16-bit quotients are exact.
   return hn::ShiftRight<3>(hn::MulHigh(samples, hn::Set(Words(), 58255)));
 }
 
-template <size_t kBin>
-size_t sumQuotients(Rows16 rows, uint16_t* out, size_t pairs) {
+template <std::size_t kBin>
+std::size_t sumQuotients(Rows16 rows, std::uint16_t* out, std::size_t pairs) {
   const Words words;
   const Longs longs;
-  alignas(64) uint32_t buffer[kBlock * kBin];
+  alignas(64) std::uint32_t buffer[kBlock * kBin];
   const auto add = [](auto a, auto b) HWY_ATTR {
     const Words in;
     return hn::BitCast(Longs(), hn::Add(hn::BitCast(in, a), hn::BitCast(in, b)));
   };
-  const size_t lanes = hn::Lanes(longs);
-  const size_t step = hn::Lanes(words);
-  return forBlocks(pairs, lanes, [&](size_t first, size_t count) HWY_ATTR {
-    auto* const sums = reinterpret_cast<uint16_t*>(buffer);
-    const size_t from = first * kBin * 2;
-    for (size_t i = 0; i < count * kBin * 2; i += step) {
+  const std::size_t lanes = hn::Lanes(longs);
+  const std::size_t step = hn::Lanes(words);
+  return forBlocks(pairs, lanes, [&](std::size_t first, std::size_t count) HWY_ATTR {
+    auto* const sums = reinterpret_cast<std::uint16_t*>(buffer);
+    const std::size_t from = first * kBin * 2;
+    for (std::size_t i = 0; i < count * kBin * 2; i += step) {
       auto sum = quotient<kBin>(hn::LoadU(words, rows[0] + from + i));
-      for (size_t row = 1; row < kBin; ++row) {
+      for (std::size_t row = 1; row < kBin; ++row) {
         sum = hn::Add(sum, quotient<kBin>(hn::LoadU(words, rows[row] + from + i)));
       }
       hn::StoreU(sum, words, sums + i);
     }
-    for (size_t i = 0; i < count; i += lanes) {
+    for (std::size_t i = 0; i < count; i += lanes) {
       const auto result = addNeighbours<kBin>(longs, buffer + kBin * i, add);
       hn::StoreU(hn::BitCast(words, result), words, out + (first + i) * 2);
     }
@@ -128,61 +129,61 @@ size_t sumQuotients(Rows16 rows, uint16_t* out, size_t pairs) {
 }
 
 /// @param sums below 2^24
-template <size_t kBin>
+template <std::size_t kBin>
 HWY_INLINE hn::Vec<hn::RebindToSigned<Longs>> meanOf(hn::Vec<Longs> sums) {
   const hn::RebindToSigned<Longs> signs;
   const auto whole = hn::BitCast(signs, sums);
   if constexpr (kBin == 2) return hn::ShiftRight<2>(whole);
   if constexpr (kBin == 4) return hn::ShiftRight<4>(whole);
-  // The half keeps exact ninths above their whole number, by more than a float can be wrong.
+  // The half keeps exact multiples of 9 above their quotient by more than the error of a float.
   const hn::Rebind<float, Longs> floats;
   const auto half = hn::Set(floats, 0.5F);
   const auto ninth = hn::Set(floats, 1.0F / 9.0F);
   return hn::ConvertTo(signs, hn::Mul(hn::Add(hn::ConvertTo(floats, whole), half), ninth));
 }
 
-template <size_t kBin>
-size_t meanOfWords(Rows16 rows, uint16_t* out, size_t columns) {
+template <std::size_t kBin>
+std::size_t meanOfWords(Rows16 rows, std::uint16_t* out, std::size_t columns) {
   const Longs longs;
-  const hn::Rebind<uint16_t, Longs> words;
-  alignas(64) uint32_t buffer[kBlock * kBin];
+  const hn::Rebind<std::uint16_t, Longs> words;
+  alignas(64) std::uint32_t buffer[kBlock * kBin];
   const auto add = [](auto a, auto b) HWY_ATTR { return hn::Add(a, b); };
-  const size_t lanes = hn::Lanes(longs);
-  return forBlocks(columns, lanes, [&](size_t first, size_t count) HWY_ATTR {
-    const size_t from = first * kBin;
-    for (size_t i = 0; i < count * kBin; i += lanes) {
+  const std::size_t lanes = hn::Lanes(longs);
+  return forBlocks(columns, lanes, [&](std::size_t first, std::size_t count) HWY_ATTR {
+    const std::size_t from = first * kBin;
+    for (std::size_t i = 0; i < count * kBin; i += lanes) {
       auto sum = hn::PromoteTo(longs, hn::LoadU(words, rows[0] + from + i));
-      for (size_t row = 1; row < kBin; ++row) {
+      for (std::size_t row = 1; row < kBin; ++row) {
         sum = hn::Add(sum, hn::PromoteTo(longs, hn::LoadU(words, rows[row] + from + i)));
       }
       hn::StoreU(sum, longs, buffer + i);
     }
-    for (size_t i = 0; i < count; i += lanes) {
+    for (std::size_t i = 0; i < count; i += lanes) {
       const auto mean = meanOf<kBin>(addNeighbours<kBin>(longs, buffer + kBin * i, add));
       hn::StoreU(hn::DemoteTo(words, mean), words, out + first + i);
     }
   });
 }
 
-size_t Sum(Rows8 rows, uint8_t* out, size_t columns) {
-  if (rows.size() == 2) return sumBytes<2, uint8_t>(rows, out, columns);
-  if (rows.size() == 3) return sumBytes<3, uint8_t>(rows, out, columns);
-  return rows.size() == 4 ? sumBytes<4, uint8_t>(rows, out, columns) : 0;
+std::size_t Sum(Rows8 rows, std::uint8_t* out, std::size_t columns) {
+  if (rows.size() == 2) return sumBytes<2, std::uint8_t>(rows, out, columns);
+  if (rows.size() == 3) return sumBytes<3, std::uint8_t>(rows, out, columns);
+  return rows.size() == 4 ? sumBytes<4, std::uint8_t>(rows, out, columns) : 0;
 }
 
-size_t SumMosaic(Rows8 rows, uint8_t* out, size_t columns) {
-  if (rows.size() == 2) return 2 * sumBytes<2, uint16_t>(rows, out, columns / 2);
-  if (rows.size() == 3) return 2 * sumBytes<3, uint16_t>(rows, out, columns / 2);
-  return rows.size() == 4 ? 2 * sumBytes<4, uint16_t>(rows, out, columns / 2) : 0;
+std::size_t SumMosaic(Rows8 rows, std::uint8_t* out, std::size_t columns) {
+  if (rows.size() == 2) return 2 * sumBytes<2, std::uint16_t>(rows, out, columns / 2);
+  if (rows.size() == 3) return 2 * sumBytes<3, std::uint16_t>(rows, out, columns / 2);
+  return rows.size() == 4 ? 2 * sumBytes<4, std::uint16_t>(rows, out, columns / 2) : 0;
 }
 
-size_t Mean(Rows16 rows, uint16_t* out, size_t columns) {
+std::size_t Mean(Rows16 rows, std::uint16_t* out, std::size_t columns) {
   if (rows.size() == 2) return meanOfWords<2>(rows, out, columns);
   if (rows.size() == 3) return meanOfWords<3>(rows, out, columns);
   return rows.size() == 4 ? meanOfWords<4>(rows, out, columns) : 0;
 }
 
-size_t SumQuotients(Rows16 rows, uint16_t* out, size_t columns) {
+std::size_t SumQuotients(Rows16 rows, std::uint16_t* out, std::size_t columns) {
   if (rows.size() == 2) return 2 * sumQuotients<2>(rows, out, columns / 2);
   if (rows.size() == 3) return 2 * sumQuotients<3>(rows, out, columns / 2);
   return rows.size() == 4 ? 2 * sumQuotients<4>(rows, out, columns / 2) : 0;
@@ -201,19 +202,23 @@ HWY_EXPORT(SumMosaic);
 HWY_EXPORT(Mean);
 HWY_EXPORT(SumQuotients);
 
-size_t binSumRun(std::span<const uint8_t* const> rows, uint8_t* out, size_t columns) noexcept {
+std::size_t binSumRun(std::span<const std::uint8_t* const> rows, std::uint8_t* out,
+                      std::size_t columns) noexcept {
   return HWY_DYNAMIC_DISPATCH(Sum)(rows, out, columns);
 }
 
-size_t binMosaicRun(std::span<const uint8_t* const> rows, uint8_t* out, size_t columns) noexcept {
+std::size_t binMosaicRun(std::span<const std::uint8_t* const> rows, std::uint8_t* out,
+                         std::size_t columns) noexcept {
   return HWY_DYNAMIC_DISPATCH(SumMosaic)(rows, out, columns);
 }
 
-size_t binMeanRun(std::span<const uint16_t* const> rows, uint16_t* out, size_t columns) noexcept {
+std::size_t binMeanRun(std::span<const std::uint16_t* const> rows, std::uint16_t* out,
+                       std::size_t columns) noexcept {
   return HWY_DYNAMIC_DISPATCH(Mean)(rows, out, columns);
 }
 
-size_t binMosaicRun(std::span<const uint16_t* const> rows, uint16_t* out, size_t columns) noexcept {
+std::size_t binMosaicRun(std::span<const std::uint16_t* const> rows, std::uint16_t* out,
+                         std::size_t columns) noexcept {
   return HWY_DYNAMIC_DISPATCH(SumQuotients)(rows, out, columns);
 }
 

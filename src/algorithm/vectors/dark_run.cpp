@@ -11,16 +11,17 @@ namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
-size_t Subtract(uint8_t*, size_t, uint16_t, const uint16_t*) { return 0; }
+std::size_t Subtract(std::uint8_t*, std::size_t, std::uint16_t, const std::uint16_t*) { return 0; }
 #else
-size_t Subtract(uint8_t* samples, size_t count, uint16_t offset, const uint16_t* dark) {
+std::size_t Subtract(std::uint8_t* samples, std::size_t count, std::uint16_t offset,
+                     const std::uint16_t* dark) {
   namespace hn = hwy::HWY_NAMESPACE;
-  const hn::ScalableTag<uint16_t> words;
+  const hn::ScalableTag<std::uint16_t> words;
   const hn::RebindToSigned<decltype(words)> signs;
-  const hn::Rebind<uint8_t, decltype(words)> bytes;
+  const hn::Rebind<std::uint8_t, decltype(words)> bytes;
   const auto lift = hn::Set(words, offset);
-  const size_t step = hn::Lanes(words);
-  size_t done = 0;
+  const std::size_t step = hn::Lanes(words);
+  std::size_t done = 0;
   for (; done + step <= count; done += step) {
     const auto lifted = hn::Add(hn::PromoteTo(words, hn::LoadU(bytes, samples + done)), lift);
     const auto difference = hn::SaturatedSub(lifted, hn::LoadU(words, dark + done));
@@ -39,8 +40,8 @@ namespace orvik {
 
 HWY_EXPORT(Subtract);
 
-size_t subtractDarkRun(uint8_t* samples, size_t count, uint16_t offset,
-                       const uint16_t* dark) noexcept {
+std::size_t subtractDarkRun(std::uint8_t* samples, std::size_t count, std::uint16_t offset,
+                            const std::uint16_t* dark) noexcept {
   return HWY_DYNAMIC_DISPATCH(Subtract)(samples, count, offset, dark);
 }
 

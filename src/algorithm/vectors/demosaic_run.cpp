@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Each lane of 16 bits holds a pair of pixels: the low byte an even column, the high byte the odd
-// one beside it. Two loads of a row, one pixel to the left and one to the right, bring a pair with
+// Each 16-bit lane holds a pair of pixels: an even column in the low byte, the odd one beside it in
+// the high byte. Two loads of a row, one pixel to the left and one to the right, give a pair and
 // both its neighbours.
 //
-// A gain is arithmetic here: with M = ceil(gain * 16384 / 50), the upper half of 4 * i * M is
-// floor(i * gain / 50) for all gains from 1 to 99 and all samples i. Means are not shifted first:
-// the upper half of (sum of four & ~3) * M, or of (sum of two & ~1) * 2 * M, is the same.
+// A gain is a multiplication here: with M = ceil(gain * 16384 / 50), the upper half of 4 * i * M is
+// floor(i * gain / 50) for all gains from 1 to 99 and all samples i. Means need no shift first: the
+// upper half of (sum of four & ~3) * M, or of (sum of two & ~1) * 2 * M, gives the same.
 #include "algorithm/vectors/demosaic_run.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -18,13 +18,13 @@ namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
-// A processor without vectors: the caller's cells one by one are as good.
-bool Demosaic(const CellRun&, uint16_t, uint16_t) { return false; }
+// Without vector instructions the caller does the cells one by one.
+bool Demosaic(const CellRun&, std::uint16_t, std::uint16_t) { return false; }
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Words = hn::ScalableTag<uint16_t>;
+using Words = hn::ScalableTag<std::uint16_t>;
 using Pairs = hn::Vec<Words>;
 
 /// A row of pairs with their neighbours.
@@ -35,9 +35,9 @@ struct Row {
   Pairs afterOdd;  ///< the even column to the right
 };
 
-HWY_INLINE Row load(const uint8_t* pixel) {
+HWY_INLINE Row load(const std::uint8_t* pixel) {
   const Words words;
-  const hn::Repartition<uint8_t, Words> bytes;
+  const hn::Repartition<std::uint8_t, Words> bytes;
   const auto low = hn::Set(words, 0xFF);
   const Pairs left = hn::BitCast(words, hn::LoadU(bytes, pixel - 1));
   const Pairs right = hn::BitCast(words, hn::LoadU(bytes, pixel + 1));
@@ -51,9 +51,9 @@ struct Colours {
 
 /// The factor of a gain, and twice it.
 struct Factor {
-  explicit HWY_INLINE Factor(uint16_t factor)
+  explicit HWY_INLINE Factor(std::uint16_t factor)
       : once(hn::Set(Words(), factor)),
-        twice(hn::Set(Words(), static_cast<uint16_t>(2 * factor))) {}
+        twice(hn::Set(Words(), static_cast<std::uint16_t>(2 * factor))) {}
   Pairs once, twice;
 };
 
@@ -67,24 +67,23 @@ HWY_INLINE Pairs meanOfFour(Pairs sum, const Factor& factor) {
   return hn::MulHigh(hn::And(sum, hn::Set(Words(), 0xFFFC)), factor.once);
 }
 
-/// The bytes of both columns, with what is above 255 at 255.
-HWY_INLINE hn::Vec<hn::Repartition<uint8_t, Words>> join(Pairs even, Pairs odd) {
-  const hn::Repartition<uint8_t, Words> bytes;
+/// The bytes of both columns, limited to 255.
+HWY_INLINE hn::Vec<hn::Repartition<std::uint8_t, Words>> join(Pairs even, Pairs odd) {
+  const hn::Repartition<std::uint8_t, Words> bytes;
   const auto most = hn::Set(Words(), 0xFF);
   return hn::BitCast(bytes, hn::Or(hn::Min(even, most), hn::ShiftLeft<8>(hn::Min(odd, most))));
 }
 
-HWY_INLINE void store(const Colours& even, const Colours& odd, uint8_t* bgr) {
-  const hn::Repartition<uint8_t, Words> bytes;
+HWY_INLINE void store(const Colours& even, const Colours& odd, std::uint8_t* bgr) {
+  const hn::Repartition<std::uint8_t, Words> bytes;
   const auto green = hn::BitCast(bytes, hn::Or(even.green, hn::ShiftLeft<8>(odd.green)));
   hn::StoreInterleaved3(join(even.blue, odd.blue), green, join(even.red, odd.red), bytes, bgr);
 }
 
-/// One row of the cells. `kColourX` is the column of its coloured site; `kIsRed` tells whether that
-/// is the red one.
+/// One row of the cells. `kColourX` is the column of its red or blue site; `kIsRed` tells which.
 template <int kColourX, bool kIsRed>
 HWY_INLINE void interpolate(const Row& above, const Row& here, const Row& below, const Factor& red,
-                            const Factor& blue, uint8_t* bgr) {
+                            const Factor& blue, std::uint8_t* bgr) {
   const Factor& mine = kIsRed ? red : blue;
   const Factor& other = kIsRed ? blue : red;
   Pairs site, beside, upright, diagonal;  // of the coloured site: itself, sums of its neighbours
@@ -118,12 +117,12 @@ HWY_INLINE void interpolate(const Row& above, const Row& here, const Row& below,
 
 template <int kRedX, int kRedY>
 HWY_INLINE void demosaicCells(const CellRun& run, const Factor& red, const Factor& blue) {
-  const ptrdiff_t width = run.width;
-  const auto step = static_cast<ptrdiff_t>(2 * hn::Lanes(Words()));
+  const std::ptrdiff_t width = run.width;
+  const auto step = static_cast<std::ptrdiff_t>(2 * hn::Lanes(Words()));
   constexpr int kUpperX = kRedY == 0 ? kRedX : 1 - kRedX;
-  for (ptrdiff_t x = 0;;) {
-    const uint8_t* const pixel = run.raw + x;
-    uint8_t* const bgr = run.bgr + 3 * x;
+  for (std::ptrdiff_t x = 0;;) {
+    const std::uint8_t* const pixel = run.raw + x;
+    std::uint8_t* const bgr = run.bgr + 3 * x;
     const Row above = load(pixel - width);
     const Row upper = load(pixel);
     const Row lower = load(pixel + width);
@@ -131,11 +130,11 @@ HWY_INLINE void demosaicCells(const CellRun& run, const Factor& red, const Facto
     interpolate<kUpperX, kRedY == 0>(above, upper, lower, red, blue, bgr);
     interpolate<1 - kUpperX, kRedY == 1>(upper, lower, below, red, blue, bgr + 3 * width);
     if (x + step >= run.columns) return;
-    x = std::min(x + step, run.columns - step);  // the last one may do some cells again
+    x = std::min(x + step, run.columns - step);  // the last step may do some cells twice
   }
 }
 
-bool Demosaic(const CellRun& run, uint16_t redFactor, uint16_t blueFactor) {
+bool Demosaic(const CellRun& run, std::uint16_t redFactor, std::uint16_t blueFactor) {
   if (run.columns < static_cast<int>(2 * hn::Lanes(Words()))) return false;
   const Factor red(redFactor);
   const Factor blue(blueFactor);
@@ -158,7 +157,9 @@ namespace orvik {
 HWY_EXPORT(Demosaic);
 
 bool demosaicRun(const CellRun& run, WhiteBalance balance) noexcept {
-  const auto factorOf = [](int gain) { return static_cast<uint16_t>((gain * 16384 + 49) / 50); };
+  const auto factorOf = [](int gain) {
+    return static_cast<std::uint16_t>((gain * 16384 + 49) / 50);
+  };
   return HWY_DYNAMIC_DISPATCH(Demosaic)(run, factorOf(balance.red), factorOf(balance.blue));
 }
 

@@ -9,16 +9,16 @@ namespace orvik {
 
 /// A run of whole cells in one row of cells, none of which touches the frame's border.
 struct CellRun {
-  const uint8_t* raw;  ///< top left pixel of the first cell
-  uint8_t* bgr;        ///< the same pixel in the colour frame
-  int width;           ///< of the frame, pixels
-  int columns;         ///< of the run, pixels: even
-  int redX;            ///< column and row, 0 or 1, of a cell's red site
+  const std::uint8_t* raw;  ///< top left pixel of the first cell
+  std::uint8_t* bgr;        ///< the same pixel in the colour frame
+  int width;                ///< of the frame, pixels
+  int columns;              ///< of the run, pixels: even
+  int redX;                 ///< column and row, 0 or 1, of a cell's red site
   int redY;
 };
 
-/// Interpolates a run with the widest vectors of this processor: to the byte what the workers of
-/// bayer_cell.h give.
+/// Interpolates a run with the widest vectors of this processor. The result is identical to that of
+/// the workers in bayer_cell.h.
 /// @param balance gains from 1 to 99
 /// @return false, with nothing done, when the run is too narrow for a vector.
 bool demosaicRun(const CellRun& run, WhiteBalance balance) noexcept;

@@ -11,14 +11,14 @@ namespace orvik::HWY_NAMESPACE {
 namespace {
 
 #if HWY_TARGET == HWY_SCALAR
-size_t Swap8(uint8_t*, uint8_t*, size_t) { return 0; }
-size_t Swap16(uint16_t*, uint16_t*, size_t) { return 0; }
+std::size_t Swap8(std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
+std::size_t Swap16(std::uint16_t*, std::uint16_t*, std::size_t) { return 0; }
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Words = hn::ScalableTag<uint16_t>;
-using Bytes = hn::Repartition<uint8_t, Words>;
+using Words = hn::ScalableTag<std::uint16_t>;
+using Bytes = hn::Repartition<std::uint8_t, Words>;
 
 HWY_INLINE hn::Vec<Words> mirrored(Words words, hn::Vec<Words> samples) {
   return hn::Reverse(words, samples);
@@ -31,9 +31,9 @@ HWY_INLINE hn::Vec<Bytes> mirrored(Bytes bytes, hn::Vec<Bytes> samples) {
 }
 
 template <class Tag, typename Sample>
-HWY_INLINE size_t swap(Tag tag, Sample* front, Sample* backEnd, size_t count) {
-  const size_t step = hn::Lanes(tag);
-  size_t done = 0;
+HWY_INLINE std::size_t swap(Tag tag, Sample* front, Sample* backEnd, std::size_t count) {
+  const std::size_t step = hn::Lanes(tag);
+  std::size_t done = 0;
   for (; done + step <= count; done += step) {
     Sample* const left = front + done;
     Sample* const right = backEnd - done - step;
@@ -45,10 +45,10 @@ HWY_INLINE size_t swap(Tag tag, Sample* front, Sample* backEnd, size_t count) {
   return done;
 }
 
-size_t Swap8(uint8_t* front, uint8_t* backEnd, size_t count) {
+std::size_t Swap8(std::uint8_t* front, std::uint8_t* backEnd, std::size_t count) {
   return swap(Bytes(), front, backEnd, count);
 }
-size_t Swap16(uint16_t* front, uint16_t* backEnd, size_t count) {
+std::size_t Swap16(std::uint16_t* front, std::uint16_t* backEnd, std::size_t count) {
   return swap(Words(), front, backEnd, count);
 }
 #endif
@@ -63,11 +63,13 @@ namespace orvik {
 HWY_EXPORT(Swap8);
 HWY_EXPORT(Swap16);
 
-size_t swapMirroredRun(uint8_t* front, uint8_t* backEnd, size_t count) noexcept {
+std::size_t swapMirroredRun(std::uint8_t* front, std::uint8_t* backEnd,
+                            std::size_t count) noexcept {
   return HWY_DYNAMIC_DISPATCH(Swap8)(front, backEnd, count);
 }
 
-size_t swapMirroredRun(uint16_t* front, uint16_t* backEnd, size_t count) noexcept {
+std::size_t swapMirroredRun(std::uint16_t* front, std::uint16_t* backEnd,
+                            std::size_t count) noexcept {
   return HWY_DYNAMIC_DISPATCH(Swap16)(front, backEnd, count);
 }
 

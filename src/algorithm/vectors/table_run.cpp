@@ -1,8 +1,8 @@
-// SPDX-License-Identifier: MIT
-// A vector looks up 16 bytes at a time, or 128 where the processor permutes bytes across two
-// vectors. With 16: the table is cut into blocks, of which each holds its difference to the block
-// before. An index that has been lowered by 16 for each block is negative from its own block on,
-// and looks up 0 there: the differences up to its block are what is added.
+// SPDX-License-Identifier: MIT A vector instruction looks up in a table of 16 bytes, or of 128 if
+// the processor permutes bytes across two vectors. With 16, the table is cut into blocks, each
+// stored as its exclusive or with the block before. The index is lowered by 16 from block to block;
+// after its own block it is negative and looks up 0. So the exclusive or of all lookups combines
+// the blocks up to its own, which gives the entry.
 #include "algorithm/vectors/table_run.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -17,15 +17,15 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET == HWY_SCALAR
-size_t Apply(uint8_t*, size_t, const uint8_t*) { return 0; }
+std::size_t Apply(std::uint8_t*, std::size_t, const std::uint8_t*) { return 0; }
 #elif HWY_TARGET == HWY_AVX3_DL
-size_t Apply(uint8_t* samples, size_t count, const uint8_t* table) {
-  const hn::ScalableTag<uint8_t> bytes;
+std::size_t Apply(std::uint8_t* samples, std::size_t count, const std::uint8_t* table) {
+  const hn::ScalableTag<std::uint8_t> bytes;
   const auto first = hn::LoadU(bytes, table).raw;
   const auto second = hn::LoadU(bytes, table + 64).raw;
   const auto third = hn::LoadU(bytes, table + 128).raw;
   const auto fourth = hn::LoadU(bytes, table + 192).raw;
-  size_t done = 0;
+  std::size_t done = 0;
   for (; done + 64 <= count; done += 64) {
     const auto index = hn::LoadU(bytes, samples + done).raw;
     const auto lower = _mm512_permutex2var_epi8(first, index, second);
@@ -36,30 +36,30 @@ size_t Apply(uint8_t* samples, size_t count, const uint8_t* table) {
   return done;
 }
 #else
-using Bytes = hn::ScalableTag<uint8_t>;
+using Bytes = hn::ScalableTag<std::uint8_t>;
 using Indices = hn::Vec<Bytes>;
 
-/// Half of the table as differences from block to block.
+/// Half of the table, each block as its exclusive or with the one before.
 struct Half {
-  static constexpr size_t kBlocks = 8;
+  static constexpr std::size_t kBlocks = 8;
 
-  explicit HWY_INLINE Half(const uint8_t* entries) {
-    for (size_t n = 0; n < kBlocks; ++n) {
-      for (size_t i = 0; i < 16; ++i) {
-        const uint8_t before = n == 0 ? uint8_t{0} : entries[16 * (n - 1) + i];
-        differences[16 * n + i] = static_cast<uint8_t>(entries[16 * n + i] ^ before);
+  explicit HWY_INLINE Half(const std::uint8_t* entries) {
+    for (std::size_t n = 0; n < kBlocks; ++n) {
+      for (std::size_t i = 0; i < 16; ++i) {
+        const std::uint8_t before = n == 0 ? std::uint8_t{0} : entries[16 * (n - 1) + i];
+        differences[16 * n + i] = static_cast<std::uint8_t>(entries[16 * n + i] ^ before);
       }
     }
   }
-  alignas(16) uint8_t differences[16 * kBlocks];
+  alignas(16) std::uint8_t differences[16 * kBlocks];
 };
 
-/// @param index 0 to 127; others give nonsense
+/// @param index 0 to 127; the result for others is undefined
 HWY_INLINE Indices lookUp(const Half& half, Indices index) {
   const Bytes bytes;
   const auto block = hn::Set(bytes, 16);
   Indices found = hn::Zero(bytes);
-  for (size_t n = 0; n < Half::kBlocks; ++n) {
+  for (std::size_t n = 0; n < Half::kBlocks; ++n) {
     const auto differences = hn::LoadDup128(bytes, half.differences + 16 * n);
     found = hn::Xor(found, hn::TableLookupBytesOr0(differences, index));
     index = hn::Sub(index, block);
@@ -67,14 +67,14 @@ HWY_INLINE Indices lookUp(const Half& half, Indices index) {
   return found;
 }
 
-size_t Apply(uint8_t* samples, size_t count, const uint8_t* table) {
+std::size_t Apply(std::uint8_t* samples, std::size_t count, const std::uint8_t* table) {
   const Bytes bytes;
   const hn::RebindToSigned<Bytes> signs;
   const Half lower(table);
   const Half upper(table + 128);
   const auto middle = hn::Set(bytes, 128);
-  const size_t step = hn::Lanes(bytes);
-  size_t done = 0;
+  const std::size_t step = hn::Lanes(bytes);
+  std::size_t done = 0;
   for (; done + step <= count; done += step) {
     const auto index = hn::LoadU(bytes, samples + done);
     const auto isUpper = hn::RebindMask(bytes, hn::Lt(hn::BitCast(signs, index), hn::Zero(signs)));
@@ -95,7 +95,8 @@ namespace orvik {
 
 HWY_EXPORT(Apply);
 
-size_t applyTableRun(uint8_t* samples, size_t count, const uint8_t* table) noexcept {
+std::size_t applyTableRun(std::uint8_t* samples, std::size_t count,
+                          const std::uint8_t* table) noexcept {
   return HWY_DYNAMIC_DISPATCH(Apply)(samples, count, table);
 }
 

@@ -10,6 +10,7 @@ namespace orvik {
 /// processor.
 /// @param table 256 entries
 /// @return how many of `count` were replaced; the last few may be left.
-size_t applyTableRun(uint8_t* samples, size_t count, const uint8_t* table) noexcept;
+std::size_t applyTableRun(std::uint8_t* samples, std::size_t count,
+                          const std::uint8_t* table) noexcept;
 
 }  // namespace orvik
