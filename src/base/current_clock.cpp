@@ -12,7 +12,7 @@ std::shared_ptr<seam::Clock> installedClock;
 }  // namespace
 
 std::shared_ptr<seam::Clock> currentClock() {
-  // Never destroyed: threads may still ask for it when the program ends.
+  // Never destroyed: threads may still use it when the program ends.
   static const auto& steady = *new auto(std::make_shared<seam::SteadyClock>());
   const std::lock_guard lock(mutex);
   if (installedClock) return installedClock;

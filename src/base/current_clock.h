@@ -7,12 +7,12 @@
 
 namespace orvik {
 
-/// The clock that cameras made from now on live by: the one installed, else the machine's steady
-/// clock. Any thread.
+/// The clock that a camera made now will use: the installed one, else the steady clock of the
+/// system. Any thread.
 std::shared_ptr<seam::Clock> currentClock();
 
-/// Puts another clock in the steady clock's place, or gives it its place back (null). Cameras that
-/// exist keep theirs. Any thread.
+/// Replaces the steady clock by another clock, or restores it (null). Existing cameras keep their
+/// clock. Any thread.
 void installClock(std::shared_ptr<seam::Clock> clock);
 
 }  // namespace orvik

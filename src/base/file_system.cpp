@@ -14,9 +14,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr mode_t kFileMode = 0644;
-constexpr int kMaxLinks = 40;  ///< in a row, as the kernel has it
+constexpr int kMaxLinks = 40;  ///< in a row; the limit of the kernel
 
-/// Whether this user may use a file so. @return an errno, or 0
+/// Checks whether this user may access a file with `mode`. @return an errno, or 0
 int accessError(const fs::path& file, int mode) {
   return ::faccessat(AT_FDCWD, file.c_str(), mode, AT_EACCESS) == 0 ? 0 : errno;
 }
@@ -41,14 +41,14 @@ FileSystem& FileSystem::system() {
 }
 
 FileSystem::Read FileSystem::read(const fs::path& file, std::size_t limit, std::string& text) {
-  // Without waiting: a pipe in the file's place must not hold the camera up.
+  // O_NONBLOCK: if the file is a pipe, opening it must not block the camera.
   const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (descriptor < 0) return errno == ENOENT ? Read::kMissing : Read::kFailed;
   const Closer closer(descriptor);
   struct stat status = {};
   if (fstat(descriptor, &status) != 0) return Read::kFailed;
   if (!S_ISREG(status.st_mode)) return Read::kUnfit;
-  // One byte more than the file has: a file that grows meanwhile shows.
+  // Asks for one byte more than the file has, to notice a file that grows meanwhile.
   const auto size = static_cast<std::size_t>(status.st_size);
   if (size > limit) return Read::kUnfit;
   text.resize(size + 1);

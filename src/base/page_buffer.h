@@ -9,8 +9,8 @@
 
 namespace orvik {
 
-/// Page-aligned memory that reads as zero and costs nothing until it is touched: a buffer for a
-/// full-size frame can be had when a camera object is made, long before (or without) any capture.
+/// Page-aligned memory that reads as zero and costs nothing until it is touched. So a camera object
+/// can reserve a buffer for a full-size frame when it is made, long before any capture.
 class PageBuffer {
  public:
   /// Reserves `bytes` of address space. The buffer is empty when the system refuses.
@@ -31,11 +31,11 @@ class PageBuffer {
   std::size_t size_ = 0;
 };
 
-/// A frame's memory. Frames move from hand to hand by exchanging these, not by copying.
+/// The memory of a frame. Frames are passed on by exchanging these pointers, not by copying.
 using FrameBuffer = std::shared_ptr<PageBuffer>;
 
-/// Memory for the frame that arrives and for the one that follows it. Shared, so that what one
-/// capture exchanged the next one finds: no buffer is ever in two hands.
+/// Memory for the frame that arrives and for the one that follows it. Shared, so that the next
+/// capture sees the buffers that the previous one exchanged: no buffer ever has two users.
 using FramePair = std::array<FrameBuffer, 2>;
 
 }  // namespace orvik

@@ -7,8 +7,8 @@
 
 namespace orvik {
 
-/// A value that one thread replaces while others use it: a user keeps what it took, unchanged, for
-/// as long as it holds it. The lock lasts for the exchange of a pointer only.
+/// A value that one thread replaces while others use it. A reader keeps the value that it got,
+/// unchanged, for as long as it holds the pointer. The lock is held only to exchange a pointer.
 template <class Value>
 class Published {
  public:
@@ -22,7 +22,7 @@ class Published {
   void set(Pointer value) {
     const std::lock_guard lock(mutex_);
     value_.swap(value);
-  }  // the old value goes when the lock has been left
+  }  // the old value is destroyed after the lock has been released
 
  private:
   mutable std::mutex mutex_;

@@ -7,7 +7,7 @@
 
 namespace orvik {
 
-/// The nearest int: a caller's numbers may be anything, and no sum of them may overflow.
+/// The nearest int. A caller may pass any numbers, and their sums must not overflow.
 constexpr int saturatedInt(std::int64_t value) {
   return static_cast<int>(std::clamp<std::int64_t>(value, std::numeric_limits<int>::min(),
                                                    std::numeric_limits<int>::max()));

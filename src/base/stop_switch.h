@@ -11,15 +11,15 @@
 
 namespace orvik {
 
-/// The stop switch of one worker thread: the caller throws it, the worker polls it and sleeps on
-/// it.
+/// The stop switch of one worker thread. The worker checks it, and sleeps until it is thrown or a
+/// time has passed.
 class StopSwitch {
  public:
   explicit StopSwitch(std::shared_ptr<seam::Clock> clock) : clock_(std::move(clock)) {}
 
   [[nodiscard]] bool running() const { return !stopped_; }
 
-  /// Ends the work; wakes whoever sleeps. Any thread.
+  /// Ends the work and wakes sleepFor(). Any thread.
   void stop() {
     {
       const std::lock_guard lock(mutex_);
@@ -28,7 +28,7 @@ class StopSwitch {
     wake_.notify_all();
   }
 
-  /// Sleeps, but not beyond stop().
+  /// Sleeps until the time has passed or stop() is called.
   /// @return whether the work goes on.
   bool sleepFor(seam::Clock::Duration duration) {
     std::unique_lock lock(mutex_);

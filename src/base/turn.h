@@ -8,14 +8,14 @@
 
 namespace orvik {
 
-/// A mutex that is waited for with a timeout. std::timed_mutex would do, but the thread sanitizer
-/// does not see it being locked.
+/// A mutex with a timeout. Used instead of std::timed_mutex, whose locking the thread sanitizer
+/// does not see.
 class Turn {
  public:
-  /// Holds the mutex, if it was free in time.
+  /// Holds the mutex if it became free in time.
   class Holder {
    public:
-    /// @param timeout longest wait; none waits as long as it takes
+    /// @param timeout longest wait; without a value there is no limit
     Holder(Turn& turn, std::optional<std::chrono::milliseconds> timeout)
         : turn_(turn), holds_(turn.take(timeout)) {}
     ~Holder() {

@@ -16,7 +16,7 @@ bool WorkerThread::start(std::function<void()> work) {
   try {
     thread_ = std::thread([work = std::move(work), completion]() mutable {
       work();
-      work = nullptr;  // what the work owned is gone before anyone is told that it ended
+      work = nullptr;  // releases what the work owns before join() can return
       const std::lock_guard lock(completion->mutex);
       completion->ended = true;
       completion->changed.notify_all();
@@ -28,11 +28,11 @@ bool WorkerThread::start(std::function<void()> work) {
   return true;
 }
 
-bool WorkerThread::join(std::chrono::milliseconds limit) {
+bool WorkerThread::join(std::chrono::milliseconds timeout) {
   if (!thread_.joinable()) return true;
   std::unique_lock lock(completion_->mutex);
   const bool ended =
-      completion_->changed.wait_for(lock, limit, [this] { return completion_->ended; });
+      completion_->changed.wait_for(lock, timeout, [this] { return completion_->ended; });
   lock.unlock();
   if (ended) thread_.join();
   return ended;

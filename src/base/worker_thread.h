@@ -10,24 +10,24 @@
 
 namespace orvik {
 
-/// A thread that can be waited for with a limit. For one owner thread at a time.
+/// A thread that can be joined with a timeout. For one owner thread at a time.
 class WorkerThread {
  public:
   WorkerThread() = default;
-  /// Leaves a thread that still runs to itself; join() first.
+  /// Detaches a thread that still runs; call join() first.
   ~WorkerThread();
   WorkerThread(const WorkerThread&) = delete;
   WorkerThread& operator=(const WorkerThread&) = delete;
 
-  /// Starts `work` on a new thread. One that has not ended yet is left to itself.
-  /// `work` owns, by shared ownership, all that it touches.
-  /// @return false when the system has no thread to give.
+  /// Starts `work` on a new thread. A previous thread that has not ended yet is detached.
+  /// `work` shares the ownership of everything that it uses.
+  /// @return false when the system cannot start another thread.
   bool start(std::function<void()> work);
 
-  /// Waits until the thread has ended, at most `limit`.
-  /// @return true when it has, or never started; false when it goes on, and can be waited for
-  /// again.
-  bool join(std::chrono::milliseconds limit);
+  /// Waits until the thread has ended, at most `timeout`.
+  /// @return true when it has ended or never started; false when it still runs and can be joined
+  /// later.
+  bool join(std::chrono::milliseconds timeout);
 
  private:
   struct Completion {
