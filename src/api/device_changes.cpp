@@ -14,9 +14,9 @@ DeviceChanges& DeviceChanges::instance() {
   return *changes;
 }
 
-Orvik_ERROR_CODE DeviceChanges::wait(std::int32_t& count, std::chrono::milliseconds limit) {
+Orvik_ERROR_CODE DeviceChanges::wait(std::int32_t& count, std::chrono::milliseconds timeout) {
   using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + limit;
+  const auto deadline = Clock::now() + timeout;
   for (;;) {
     const auto host = currentHost();
     const auto changes = host->changes();
@@ -34,8 +34,8 @@ Orvik_ERROR_CODE DeviceChanges::wait(std::int32_t& count, std::chrono::milliseco
   }
 }
 
-/// Brings the count up to date with the host's. The host's never goes down, so an older one than
-/// another thread has brought is replaced by that.
+/// Brings the count up to date with that of the host, which never goes down: if another thread has
+/// seen a higher one already, that one is used.
 std::int32_t DeviceChanges::update(const std::shared_ptr<seam::Host>& host,
                                    std::uint64_t& hostCount) {
   const std::lock_guard lock(mutex_);

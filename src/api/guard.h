@@ -11,7 +11,7 @@ using orvik::guarded;
 
 /// Runs `body(camera)` for the open camera `index`, or returns the code for a bad index or a camera
 /// that is not open.
-/// @param onException code for a failure that the function has no code of its own for
+/// @param onException code for a failure for which the function has no other code
 template <class Body>
 Orvik_ERROR_CODE withCamera(int index, Orvik_ERROR_CODE onException, Body body) noexcept {
   return guarded(onException, [&] {
@@ -21,14 +21,14 @@ Orvik_ERROR_CODE withCamera(int index, Orvik_ERROR_CODE onException, Body body) 
   });
 }
 
-/// What a function that has set something answers: `whenGone` where the camera turned out to be
-/// unplugged, whatever the setter made of the requests that failed.
+/// The code that a setter returns: `whenGone` if the camera turned out to be unplugged, even if the
+/// setter ignored the requests that failed.
 inline Orvik_ERROR_CODE unlessGone(const OpenCamera& camera, Orvik_ERROR_CODE result,
                                    Orvik_ERROR_CODE whenGone) {
   return result == Orvik_OK && camera.driver->isUnplugged() ? whenGone : result;
 }
 
-/// The code for work that capture forbids, while it runs; else Orvik_OK.
+/// The code of a function that is not allowed during capture: Orvik_OK if no capture runs.
 inline Orvik_ERROR_CODE captureCode(const CaptureSession& session) {
   const auto capture = session.current();
   if (!capture || !capture->isRunning()) return Orvik_OK;

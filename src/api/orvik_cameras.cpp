@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The flat functions that find, describe, open and close cameras and reach their controls.
+// The flat functions that find, describe, open and close cameras and access their controls.
 #include <algorithm>
+#include <cstdint>
 
 #include "api/guard.h"
 #include "controls/control_table.h"
@@ -14,10 +15,10 @@ using orvik::api::withCamera;
 
 namespace {
 
-/// What a control is set to when `value` is asked for: the nearest value that it can have. A
-/// negative exposure counts as too long; a flip that does not exist is left to the camera, which
-/// ignores it.
-int32_t withinLimits(const Camera& camera, Orvik_CONTROL_TYPE type, int32_t value) {
+/// The value that a control is set to: the nearest one to `value` that it can have. A negative
+/// exposure counts as too long. A flip that does not exist is passed to the camera, which ignores
+/// it.
+std::int32_t withinLimits(const Camera& camera, Orvik_CONTROL_TYPE type, std::int32_t value) {
   if (!camera.model().controls.has(type) || type == Orvik_CTL_FLIP) return value;
   const orvik::ControlRange range = orvik::controlRange(camera.model(), type);
   if (type == Orvik_CTL_EXPOSURE && value < 0) return range.max;
@@ -62,7 +63,7 @@ Orvik_ERROR_CODE OrvikGetControlCaps(int index, int controlIndex, Orvik_CONTROL_
   });
 }
 
-Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t* value,
+Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE type, std::int32_t* value,
                                       Orvik_BOOL* isAuto) {
   return withCamera(index, Orvik_ERROR_CONTROL, [&](OpenCamera& camera) {
     if (value == nullptr || isAuto == nullptr) return Orvik_ERROR_CONTROL;
@@ -75,7 +76,7 @@ Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE type, int32_
   });
 }
 
-Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
+Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, std::int32_t value,
                                       Orvik_BOOL isAuto) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     value = withinLimits(*camera.driver, type, value);

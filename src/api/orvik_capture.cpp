@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 #include "api/guard.h"
@@ -38,12 +39,13 @@ Orvik_NO_FRAME_REASON publicReason(NoFrame why) {
   return Orvik_NO_FRAME_FAILED;
 }
 
-/// Delivers an image into a buffer that has room for the format that was set; its own can differ.
-std::optional<NoFrame> deliver(OpenCamera& camera, unsigned char* buffer, int32_t bufferSize,
+/// Delivers an image into a buffer that has room for the format that was set. The format of the
+/// image can be an earlier one.
+std::optional<NoFrame> deliver(OpenCamera& camera, unsigned char* buffer, std::int32_t bufferSize,
                                FrameQueue::Timeout timeout) {
   Camera& driver = *camera.driver;
   const auto size = static_cast<std::size_t>(std::max(bufferSize, 0));
-  if (driver.isUnplugged()) timeout = std::chrono::milliseconds(0);  // what is there already
+  if (driver.isUnplugged()) timeout = std::chrono::milliseconds(0);  // only frames already there
   auto missing = driver.takeImage({buffer, size}, timeout);
   if (missing && missing != NoFrame::kDoesNotFit && driver.isUnplugged()) {
     missing = NoFrame::kUnplugged;
@@ -52,7 +54,7 @@ std::optional<NoFrame> deliver(OpenCamera& camera, unsigned char* buffer, int32_
   return missing;
 }
 
-bool isTooSmall(const OpenCamera& camera, const unsigned char* buffer, int32_t bufferSize) {
+bool isTooSmall(const OpenCamera& camera, const unsigned char* buffer, std::int32_t bufferSize) {
   return buffer == nullptr || bufferSize < camera.imageBytes;
 }
 
@@ -91,7 +93,7 @@ Orvik_ERROR_CODE OrvikSetStartPos(int index, int x, int y) {
     Camera& driver = *camera.driver;
     const CameraState& state = driver.state();
     const std::int64_t bin = state.bin;
-    // With a readout that counts rows from the bottom, y still counts from the image's top.
+    // If the read-out counts rows from the bottom, y still counts from the top of the image.
     const std::int64_t sensorX = bin * x;
     const std::int64_t sensorY =
         state.rowMirror ? driver.model().maxHeight - (state.height + std::int64_t{y}) * bin
@@ -164,7 +166,7 @@ Orvik_ERROR_CODE OrvikStopVideoCapture(int index) {
   });
 }
 
-Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t bufferSize,
+Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, std::int32_t bufferSize,
                                    int waitMs) {
   return withCamera(index, Orvik_ERROR_NO_FRAME, [&](OpenCamera& camera) {
     if (isTooSmall(camera, buffer, bufferSize)) return Orvik_ERROR_BUFFER_SMALL;
@@ -177,7 +179,7 @@ Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t buf
 Orvik_ERROR_CODE OrvikStartExposure(int index) {
   return withCamera(index, Orvik_ERROR_NO_CAMERA_OBJECT, [](OpenCamera& camera) {
     if (camera.driver->capture().isRunning()) return Orvik_ERROR_VIDEO_RUNNING;
-    camera.driver->startCapture(true);  // the status tells how it went
+    camera.driver->startCapture(true);  // the exposure status reports a failure
     return Orvik_OK;
   });
 }
@@ -198,10 +200,10 @@ Orvik_ERROR_CODE OrvikGetExpStatus(int index, Orvik_EXPOSURE_STATUS* status) {
   });
 }
 
-Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer, int32_t bufferSize) {
+Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer, std::int32_t bufferSize) {
   return withCamera(index, Orvik_ERROR_BUFFER_SMALL, [&](OpenCamera& camera) {
     if (isTooSmall(camera, buffer, bufferSize)) return Orvik_ERROR_BUFFER_SMALL;
-    // That there is no image is told by the status, but an image that stays behind is not silent.
+    // A missing image is reported by the status only, but an image that does not fit is an error.
     const auto missing = deliver(camera, buffer, bufferSize, std::nullopt);
     return missing == NoFrame::kDoesNotFit ? Orvik_ERROR_NO_FRAME : Orvik_OK;
   });

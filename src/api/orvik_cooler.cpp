@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The service function that tells how a cooler stands.
+// The service function that reports the status of a cooler.
 #include <chrono>
+#include <cstdint>
 
 #include "api/guard.h"
 #include "cooler/cooler.h"
@@ -25,9 +26,9 @@ Orvik_COOLER_FAULT publicFault(CoolerFault fault) {
   return Orvik_COOLER_NO_FAULT;
 }
 
-int32_t secondsSince(orvik::seam::Clock::Duration readAt, orvik::seam::Clock::Duration now) {
+std::int32_t secondsSince(orvik::seam::Clock::Duration readAt, orvik::seam::Clock::Duration now) {
   if (readAt == CameraState::kNever) return -1;
-  return static_cast<int32_t>(
+  return static_cast<std::int32_t>(
       std::chrono::duration_cast<std::chrono::seconds>(now - readAt).count());
 }
 
@@ -40,8 +41,8 @@ Orvik_ERROR_CODE OrvikGetCoolerStatus(int index, Orvik_COOLER_STATUS* status) {
     const CameraState& now = camera.driver->state();
     status->isRegulating = now.coolerOn ? Orvik_TRUE : Orvik_FALSE;
     status->aim = orvik::cooler::aimOf(now.targetTemperature);
-    status->power = static_cast<int32_t>(now.coolerPower);
-    status->temperature = static_cast<int32_t>(now.temperature * 10.0);
+    status->power = static_cast<std::int32_t>(now.coolerPower);
+    status->temperature = static_cast<std::int32_t>(now.temperature * 10.0);
     status->isValid = now.temperatureValid ? Orvik_TRUE : Orvik_FALSE;
     status->secondsSinceReading = secondsSince(now.temperatureAt, camera.driver->clock().now());
     status->fault = publicFault(now.coolerFault);

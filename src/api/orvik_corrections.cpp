@@ -22,7 +22,7 @@ namespace {
 
 Orvik_BOOL publicBool(bool value) { return value ? Orvik_TRUE : Orvik_FALSE; }
 
-/// Whether frames of the present format can be averaged into a dark.
+/// Whether frames of the present format can be averaged into a dark frame.
 bool showsWholeSensor(const Camera& driver) {
   const FrameFormat format = driver.format();
   return !format.is16Bits && format.columns() == driver.model().maxWidth &&

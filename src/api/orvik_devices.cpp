@@ -3,6 +3,7 @@
 #include "orvik/orvik_devices.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <span>
 
@@ -72,7 +73,7 @@ Orvik_ERROR_CODE OrvikGetHandle(int index, int* handle) {
   });
 }
 
-Orvik_ERROR_CODE OrvikWaitForDeviceChange(int32_t* changes, int timeoutMs) {
+Orvik_ERROR_CODE OrvikWaitForDeviceChange(std::int32_t* changes, int timeoutMs) {
   if (changes == nullptr || timeoutMs < 0) return Orvik_ERROR_ARGUMENT;
   return guarded(Orvik_ERROR_DRIVER_FAILED, [&] {
     return DeviceChanges::instance().wait(*changes, std::chrono::milliseconds(timeoutMs));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The flat functions for what a camera has beside its pictures: guide port, identity, settings.
+// The flat functions for guide port, identity and settings of a camera.
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -18,7 +18,7 @@ using orvik::settings::SettingsStore;
 
 namespace {
 
-/// A direction that does not exist stays one that does not.
+/// Converts through an unsigned type, so that an invalid direction stays invalid.
 std::size_t lineOf(GuideD direction) { return static_cast<std::uint32_t>(direction); }
 
 }  // namespace

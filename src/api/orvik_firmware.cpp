@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The service functions for firmware and flash.
 #include <array>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -95,7 +96,8 @@ Orvik_ERROR_CODE readFile(const char* path, Bytes& bytes, Orvik_FIRMWARE_FILE& f
   return Orvik_OK;
 }
 
-/// Reads a file with firmware for the camera's bridge. @param[out] bytes changed on success only
+/// Reads a file that must contain firmware for the USB bridge of this camera.
+/// @param[out] bytes changed on success only
 Orvik_ERROR_CODE readFileFor(const Camera& driver, const char* path, Bytes& bytes,
                              Orvik_FIRMWARE_FILE& file) {
   Bytes read;
@@ -114,7 +116,8 @@ Orvik_ERROR_CODE verify(FlashPort& flash, const Bytes& image,
   return same ? Orvik_OK : Orvik_ERROR_VERIFY;
 }
 
-/// Calls `work(flash)` with the flash's bus taken, and capture and closing kept off.
+/// Calls `work(flash)` with the bus of the flash taken, while no capture can start and the camera
+/// cannot be closed.
 template <class Work>
 Orvik_ERROR_CODE withFlash(Camera& driver, Work work) {
   const auto permit = driver.beginMemoryWork();
@@ -196,8 +199,8 @@ Orvik_ERROR_CODE OrvikVerifyFirmware(int index, const char* path, Orvik_PROGRESS
   });
 }
 
-Orvik_ERROR_CODE OrvikReadFlash(int index, uint32_t address, unsigned char* buffer, int32_t size,
-                                Orvik_PROGRESS progress, void* context) {
+Orvik_ERROR_CODE OrvikReadFlash(int index, std::uint32_t address, unsigned char* buffer,
+                                std::int32_t size, Orvik_PROGRESS progress, void* context) {
   return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [&](OpenCamera& camera) {
     if (buffer == nullptr || size < 1 || address % FlashPort::kPageBytes != 0 ||
         address >= FlashPort::kMaxBytes ||

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The flat function that tells what is known of an image.
+// The flat function that describes a delivered image.
 #include <cstdint>
 
 #include "api/guard.h"

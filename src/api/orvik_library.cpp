@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The flat functions about the library itself: its version, and what its codes mean.
+// The flat functions for the version of the library and the texts of its codes.
 #include <string_view>
 
 #include "orvik/orvik_service.h"
@@ -14,7 +14,7 @@ static_assert(std::string_view(ORVIK_PROJECT_VERSION) ==
 
 const char* OrvikGetVersion() { return ORVIK_PROJECT_VERSION; }
 
-// A switch, so that the compiler names a code that was forgotten.
+// A switch, so that the compiler reports a missing code.
 const char* OrvikErrorText(Orvik_ERROR_CODE code) {
   switch (code) {
     case Orvik_OK:

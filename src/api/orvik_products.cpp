@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The list of products, for programs that look at devices by themselves.
+// The list of products, for programs that look for devices themselves.
 #include <cstdio>
 
 #include "models/catalogue.h"

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * Where the fields of the public records lie. Programs are compiled with these numbers: a record
- * that changes breaks those that were compiled before. Checked while the library is compiled, in C
- * and in C++.
+ * The offsets of the fields of the public records. Programs are compiled with these numbers: a
+ * record that changes breaks programs that were compiled before. Checked when the library is
+ * compiled, in C and in C++.
  */
 #pragma once
 

@@ -23,7 +23,7 @@ bool sameSerial(const std::string& one, const std::string& other) {
   return strcasecmp(one.c_str(), other.c_str()) == 0;
 }
 
-/// The devices that an identity means: the one at that port, else those with that serial number.
+/// The devices that an identity matches: the one at that port, else those with that serial number.
 std::vector<ConnectedDevice> meantBy(const std::string& identity,
                                      std::vector<ConnectedDevice> devices) {
   const auto isAtPort = [&](const ConnectedDevice& each) {
@@ -75,8 +75,8 @@ Registry::CameraPtr Registry::cameraAt(int index) const {
   return cameras_[static_cast<std::size_t>(index)];
 }
 
-/// Which camera of its model this one is, counted from 1. All products of a model count, because
-/// the model's driver counts its devices the same way.
+/// The ordinal of this camera among those of its model, counted from 1. All products of a model
+/// count, because the driver of the model counts its devices the same way.
 int Registry::sameModelOrdinal(int index) const {
   const std::lock_guard lock(tables_);
   const auto end = productIds_.begin() + index;
@@ -158,15 +158,15 @@ Orvik_ERROR_CODE Registry::property(Orvik_CAMERA_INFO& info, int number) {
   }
   const auto unopened = createCamera(productAt(number));
   if (!unopened) return Orvik_ERROR_NO_CAMERA_OBJECT;
-  // Some models learn which of their variants they are from the device. One that cannot be opened
-  // at present is described as the model.
+  // Some models have variants, which only the device knows. A device that cannot be opened at
+  // present is described as the model.
   const bool opened = unopened->model().probed && unopened->open(sameModelOrdinal(number));
   unopened->describe(info);
   if (opened) unopened->close();
   return Orvik_OK;
 }
 
-/// What comes after the device has been opened, whichever way.
+/// Common to all ways of opening a device; called when it is open.
 void Registry::prepare(OpenCamera& camera, const seam::Host& host) {
   camera.host = &host;
   camera.device = camera.driver->device();
@@ -216,7 +216,8 @@ Orvik_ERROR_CODE Registry::openByIdentity(const ConnectedDevice& device, OpenCam
   camera.driver = createCamera(device.device.productId);
   if (!camera.driver) return Orvik_ERROR_NO_CAMERA_OBJECT;
   if (!camera.driver->open(device.device)) return Orvik_ERROR_OPEN_FAILED;
-  // The device has been asked itself now. One that does not tell was found by its place.
+  // The serial number comes from the device itself this time. A device that reports none is
+  // accepted at its port.
   const std::string serialNumber = camera.driver->serialNumber();
   if (!serialNumber.empty() && !device.serialNumber.empty() &&
       !sameSerial(serialNumber, device.serialNumber)) {
@@ -250,7 +251,7 @@ Orvik_ERROR_CODE Registry::close(int number) {
   const std::lock_guard controlling(controlling_);
   Orvik_ERROR_CODE error = Orvik_OK;
   find(number, error);
-  // An index may have gone away under its open camera, which is to be closed all the same.
+  // The index may no longer exist although its camera is still open; it is closed all the same.
   if (const CameraPtr camera = take(number)) camera->driver->close();
   return error == Orvik_ERROR_NO_CAMERA_OBJECT ? Orvik_OK : error;
 }

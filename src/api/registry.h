@@ -16,15 +16,15 @@
 
 namespace orvik {
 
-/// An open camera as the flat functions use it. Shared: a camera that is closed while another
-/// thread is inside a call goes away after that call.
+/// An open camera as the flat functions use it. Shared, so that a camera that is closed while
+/// another thread is inside a call is destroyed after that call.
 struct OpenCamera {
   std::unique_ptr<Camera> driver;
   std::atomic<int> imageBytes{0};  ///< of one delivered image; 0 until a format has been set
-  /// Of the last delivery; set by the frame thread at its end.
+  /// Of the last delivery; set by the delivering thread at its end.
   std::atomic<Orvik_NO_FRAME_REASON> noFrameReason{Orvik_NO_FRAME_NONE};
 
-  // Set before anybody else sees the camera, and constant from then on.
+  // Set before any other thread sees the camera, and constant from then on.
   int handle = 0;
   const seam::Host* host = nullptr;  ///< kept alive by the driver's device
   seam::DeviceInfo device;
@@ -35,14 +35,14 @@ struct OpenCamera {
 struct ConnectedDevice {
   seam::DeviceInfo device;
   std::string serialNumber;  ///< "" for none
-  int handle = 0;            ///< of the camera that has it open; 0 for none
+  int handle = 0;            ///< of the camera that has opened it; 0 for none
 };
 
-/// The process's cameras: by index, what is connected and what is open under it; by handle, all
-/// that are open.
+/// The cameras of the process: by index, the enumerated devices and the cameras that were opened by
+/// index; by handle, all open cameras.
 ///
-/// Looking up and listing are for any thread; enumeration, opening, closing and property queries
-/// are for one thread at a time, and a lock makes sure of it.
+/// Lookup may run on any thread. Enumeration, opening, closing and property queries run on one
+/// thread at a time, which a lock ensures.
 class Registry {
  public:
   static constexpr std::size_t kMaxCameras = 128;
@@ -50,15 +50,15 @@ class Registry {
 
   static Registry& instance();
 
-  /// Walks the device-interface classes in their order and remembers the maker's devices.
-  /// @return how many there are, at most kMaxCameras.
+  /// Lists the maker's devices, by device-interface class, and stores them.
+  /// @return their number, at most kMaxCameras.
   int enumerate();
   /// @param number index or handle
   Orvik_ERROR_CODE property(Orvik_CAMERA_INFO& info, int number);
   Orvik_ERROR_CODE open(int number);
   Orvik_ERROR_CODE close(int number);
 
-  /// The devices that are plugged in, in the order of enumeration, whatever was enumerated.
+  /// The devices that are plugged in now, in the order of enumeration, regardless of enumerate().
   std::vector<ConnectedDevice> connected();
   /// Opens a device by serial number or port.
   /// @param handle changed on success only
@@ -67,7 +67,7 @@ class Registry {
   /// Finds an open camera.
   /// @param number index or handle
   /// @param error receives the code for a bad number or a camera that is not open
-  /// @return null in that case.
+  /// @return null in both cases.
   std::shared_ptr<OpenCamera> find(int number, Orvik_ERROR_CODE& error) const;
 
  private:
@@ -80,22 +80,22 @@ class Registry {
   [[nodiscard]] std::uint16_t productAt(int index) const;
   [[nodiscard]] CameraPtr cameraAt(int index) const;
   [[nodiscard]] int sameModelOrdinal(int index) const;
-  /// The camera that has a device open at present. @return null when none has.
+  /// The camera that has the device open at present; null if there is none.
   [[nodiscard]] CameraPtr cameraWith(const seam::Host& host, const seam::DeviceInfo& device) const;
-  /// Makes an opened camera known under a new handle.
+  /// Registers an opened camera under a new handle.
   void add(const CameraPtr& camera);
-  /// Forgets the camera with this number. @return the camera, or null.
+  /// Removes the camera with this number from the tables. @return the camera, or null.
   CameraPtr take(int number);
 
-  // For the controlling thread.
+  // To be called with controlling_ held.
   [[nodiscard]] CameraPtr cameraOfDeviceAt(int index) const;
   static Orvik_ERROR_CODE openByIdentity(const ConnectedDevice& device, OpenCamera& camera);
   static void prepare(OpenCamera& camera, const seam::Host& host);
 
   std::mutex controlling_;     ///< held for a whole enumeration, query, open or close
-  mutable std::mutex tables_;  ///< held for a look at the tables
+  mutable std::mutex tables_;  ///< held for each access to the tables
   std::vector<std::uint16_t> productIds_;
-  std::array<CameraPtr, kMaxCameras> cameras_;  ///< by index, those that were opened by it
+  std::array<CameraPtr, kMaxCameras> cameras_;  ///< by index, those that were opened by index
   std::map<int, CameraPtr> open_;               ///< by handle, all
   int nextHandle_ = kFirstHandle;
   SerialNumbers serialNumbers_;

@@ -5,8 +5,8 @@
 
 namespace orvik {
 
-/// Has a cancellation of this thread wait until the call returns. It would unwind the middle of a
-/// request, through functions that let nothing through, which ends the process.
+/// Delays a cancellation of this thread until the call returns. Otherwise it would unwind the stack
+/// in the middle of a request, through noexcept functions, which ends the process.
 class CancellationHeld {
  public:
   CancellationHeld() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
@@ -18,9 +18,9 @@ class CancellationHeld {
   int before_ = PTHREAD_CANCEL_ENABLE;
 };
 
-/// Runs `body` for a published function; an exception ends here and becomes `onException`.
-/// Elsewhere exceptions stop only where a failure must not keep a camera from closing: at the
-/// settings, and at an image file.
+/// Runs `body` for a published function; an exception ends here and becomes `onException`. In other
+/// places exceptions are caught only in threads, and where a failure must not prevent more
+/// important work: at the settings, for example, which must not keep a camera from closing.
 template <class Result, class Body>
 Result guarded(Result onException, Body body) noexcept {
   const CancellationHeld held;

@@ -27,7 +27,7 @@ using namespace std::chrono_literals;
 constexpr auto kReconnectPause = 50ms;
 constexpr auto kSecondTryPause = 1000ms;
 
-/// A device object for the class that the model's devices belong to.
+/// A device object for the device-interface class of the model.
 std::unique_ptr<CUsbDevice> newDevice(const ModelRow& model) {
   const int deviceClass = identity::classOfProduct(model.products.front().id);
   return std::make_unique<CUsbDevice>(identity::classGuid(deviceClass));
@@ -97,7 +97,7 @@ bool Camera::connect(const seam::DeviceInfo& wanted) {
   CUsbDevice& device = link().device();
   device.Open(wanted);
   const Product* product = model_.findProduct(device.productId());
-  // A device that another program holds stays with it.
+  // claim() fails while another program uses the device.
   if (device.vendorId() != identity::kVendorId || product == nullptr || !device.claim()) {
     device.Close();
     return false;
@@ -126,7 +126,7 @@ bool Camera::reconnect() {
   return connectAgain();
 }
 
-/// A camera that was opened by its ordinal is found by it; another one by the port that it was at.
+/// A camera that was opened by ordinal is found by its ordinal, any other one by its former port.
 bool Camera::connectAgain() {
   if (ordinal_ != 0) return open(ordinal_);
   const auto device = deviceAtPortOf(device_, model_, link().device().presentDevices());
@@ -134,9 +134,9 @@ bool Camera::connectAgain() {
 }
 
 bool Camera::close() {
-  // The telescope must not move on while anything else takes its time.
+  // Stop the telescope first: the rest may take a while.
   if (memoryWork_.isGoingOn()) guideLines_.letGo();
-  memoryWork_.close();  // before the lock, for which work that begins waits
+  memoryWork_.close();  // before the settings lock, which beginMemoryWork() waits for
   link().beginClosing();
   guideLines_.letGo();
   const auto lock = lockSettings();
@@ -150,14 +150,14 @@ bool Camera::close() {
 void Camera::endLink() {
   link().settle();
   if (capture_.isLingering()) {
-    link().refuseRequests();  // the device closes when the worker lets go of it
+    link().refuseRequests();  // the device is closed when the worker releases it
   } else {
     link().close();
   }
 }
 
-// Starting and stopping hold the settings lock, so that they are safe beside a setter that restarts
-// capture. The worker never waits for this lock.
+// Starting and stopping hold the settings lock, so that they do not collide with a setter that
+// restarts capture. The worker never waits for this lock.
 bool Camera::startCapture(bool snapshot) {
   const auto lock = lockSettings();
   if (!isOpen()) return false;
@@ -173,7 +173,7 @@ bool Camera::beginCapture(bool snapshot) {
     capture_.startFailed(snapshot, format);
     return false;
   }
-  // Where there is no thread to be had, the caller learns of it from the status.
+  // If the system cannot start another thread, the exposure status reports it.
   capture_.start(snapshot, format,
                  {.link = link_,
                   .state = state_,
@@ -188,8 +188,8 @@ bool Camera::beginCapture(bool snapshot) {
   return true;
 }
 
-// Under the settings lock, so that no permit is given while a setter has stopped a video only to
-// start it again.
+// Under the settings lock, so that no permit is given while a setter has stopped a video that it is
+// about to restart.
 MemoryWork::Permit Camera::beginMemoryWork() {
   const auto lock = lockSettings();
   if (capture_.isRunning() || capture_.isLingering() || !capture_.waitForPrevious()) return {};
@@ -234,7 +234,7 @@ bool Camera::setFormat(int width, int height, int bin, IMAGE_TYPE type, bool raw
   const auto lock = lockSettings();
   state_->rawOutput = rawOutput;
   const bool done = setResolution(width, height, bin, type);
-  publishFormat();  // a refused format leaves the flag behind
+  publishFormat();  // also after a failure, because the raw-output flag has changed
   if (done && changed) changed(format());
   return done;
 }
@@ -314,8 +314,8 @@ double Camera::expectedFrameRate() const {
   if (lineLength == 0 || clockKhz == 0) return 0;
   const auto exposure = static_cast<double>(state_->exposureUs);
   const double readOut = frameTimeUs(state_->rowsDelivered(), lineLength, clockKhz);
-  // A sensor that times itself exposes one frame while it reads another one out. One that the host
-  // times does one after the other.
+  // A sensor that times itself exposes one frame while it reads out another. If the host times the
+  // exposure, one follows the other.
   return kSecondUs / (state_->longExposure ? exposure + readOut : std::max(exposure, readOut));
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The controls of a camera by their public numbers: where a value goes, and where it comes from.
-// What a control is called and how far it can be set stands in controls/control_table.cpp.
+// Sets and reads the controls of a camera by their public numbers. Their names and ranges are in
+// controls/control_table.cpp.
 #include "camera/camera.h"
 #include "controls/control_table.h"
 
@@ -18,7 +18,7 @@ Orvik_ERROR_CODE Camera::setControl(int type, std::int32_t value, bool automatic
     case Orvik_CTL_GAIN:
       return resultOf(setGain(value, automatic));
     case Orvik_CTL_EXPOSURE:
-      // A negative value becomes a huge one, which the model sets to its longest exposure.
+      // A negative value becomes a huge one, which the model limits to its longest exposure.
       return resultOf(
           setExposure(static_cast<std::uint64_t>(static_cast<std::int64_t>(value)), automatic));
     case Orvik_CTL_GAMMA:
@@ -85,7 +85,8 @@ std::optional<Camera::ControlValue> Camera::readControl(int type) {
       return {{now.overClock}};
     case Orvik_CTL_TEMPERATURE: {
       const auto tenths = static_cast<std::int32_t>(temperature() * 10.0);
-      // A sensor that cannot be asked has no temperature; a model without a thermometer tells 0.
+      // If the sensor cannot be read, there is no temperature; a model without thermometer reports
+      // 0.
       const bool isKnown =
           !model_.controls.has(Orvik_CTL_TEMPERATURE) || now.temperatureIsRecent(clock_->now());
       return isKnown ? std::optional<ControlValue>{{tenths}} : std::nullopt;

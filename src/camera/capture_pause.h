@@ -5,9 +5,9 @@
 
 namespace orvik {
 
-/// While it lives, the camera does not capture: a capture that was running has ended, and another
-/// of its kind begins at the end. Held by setters that change what the stream looks like, with the
-/// settings locked. Who waits for a frame goes on waiting.
+/// Interrupts capture while it exists: a running capture is stopped, and another one of the same
+/// kind is started at the end. Held by setters that change the format of the stream, with the
+/// settings locked. Callers that wait for a frame go on waiting.
 class Camera::CapturePause {
  public:
   explicit CapturePause(Camera& camera);

@@ -13,9 +13,9 @@
 
 namespace orvik {
 
-/// A camera that has no gains of its own for red and blue: they are applied while its frames are
-/// demosaiced (hostBalance()). The raw frame does not change with the balance, so
-/// automatic white balance looks at the demosaiced image.
+/// A camera without gains of its own for red and blue: they are applied while its frames are
+/// demosaiced (hostBalance()). The raw frame does not change with the balance, so automatic white
+/// balance measures the demosaiced image.
 /// @tparam Base the camera's family
 template <class Base>
 class HostWhiteBalance : public Base {
@@ -28,7 +28,7 @@ class HostWhiteBalance : public Base {
   }
 
  private:
-  /// As the sensor sees it: a flip changes no colour.
+  /// Not flipped, since a flip changes no colour.
   const std::uint8_t* demosaicked(const std::uint8_t* raw, int columns, int rows) {
     rgb_.resize(std::size_t{3} * static_cast<std::size_t>(columns) *
                 static_cast<std::size_t>(rows));
@@ -37,7 +37,7 @@ class HostWhiteBalance : public Base {
     return rgb_.data();
   }
 
-  std::vector<std::uint8_t> rgb_;  ///< guarded by the lock for settings
+  std::vector<std::uint8_t> rgb_;  ///< guarded by the settings lock
 };
 
 }  // namespace orvik

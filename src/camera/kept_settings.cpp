@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How a camera comes up as it was left: the settings of Camera in the user's store.
+// Loads and saves the settings of a Camera in the store of the user.
 #include <algorithm>
 #include <exception>
 #include <string>
@@ -12,8 +12,8 @@
 
 namespace orvik {
 
-// A missing or broken store must not keep a camera from opening or closing, and the destructor
-// saves as well: nothing leaves these functions, not even the lack of memory.
+// A missing or broken store must not prevent a camera from opening or closing, and the destructor
+// saves as well: no exception leaves these functions, not even std::bad_alloc.
 
 void Camera::loadSettings(std::string_view name) noexcept try {
   const auto store = settings::SettingsStore::ofUser(settingsFolder_);
@@ -34,15 +34,16 @@ void Camera::loadSettings(std::string_view name) noexcept try {
 } catch (const std::exception&) {
 }
 
-/// Loads the dark that the settings have switched on. A camera that is only asked what it is never
-/// needs that file, which is as large as the sensor.
+/// Loads the dark frame that the settings have switched on. The file is as large as the sensor; a
+/// camera that is opened only to be described does not load it.
 void Camera::loadKeptDark() {
   const std::string path = dark_.path();
   if (dark_.isSwitchedOn() && !dark_.isLoaded() && !path.empty()) dark_.load(path);
 }
 
-/// Brings what is kept of dark frame and hot pixels up to date. A dark that no file holds, or whose
-/// path is too long to be kept, will not be there next time: nor is its being switched on kept.
+/// Brings the saved settings of dark frame and hot pixels up to date. A dark frame without a file,
+/// or with a path that is too long to be saved, cannot be loaded next time, so it is saved as
+/// switched off.
 void Camera::noteCorrections() {
   state_->hotPixelCorrection = hotPixels_.isSwitchedOn();
   const std::string path = dark_.path();
@@ -75,7 +76,7 @@ bool Camera::saveSettings(std::string_view name) noexcept try {
 }
 
 void Camera::saveAtClose() noexcept try {
-  // A camera that was not set up has nothing of its own to keep.
+  // A camera that was not initialised has nothing to save.
   if (capture_.lastWasSnapshot() || (kept_ && *kept_ != presentSettings())) keepSettings();
 } catch (const std::exception&) {
 }

@@ -9,15 +9,15 @@
 
 namespace orvik {
 
-/// The device that an ordinal means: the ordinal-th of the model's devices in the order of
-/// enumeration. All products of a model count.
-/// @param present what the host lists
+/// The ordinal-th device of the model, in the order of enumeration. All products of the model
+/// count.
+/// @param present the devices that the host lists
 /// @param ordinal counted from 1
 /// @return nothing when there are fewer.
 std::optional<seam::DeviceInfo> deviceOfModel(const ModelRow& model,
                                               std::vector<seam::DeviceInfo> present, int ordinal);
 
-/// The model's device at the same port as `former`, whatever its address.
+/// The device of the model at the same port as `former`. Its address may be another one.
 std::optional<seam::DeviceInfo> deviceAtPortOf(const seam::DeviceInfo& former,
                                                const ModelRow& model,
                                                const std::vector<seam::DeviceInfo>& present);
