@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Pause before asking again a system that takes not even one read.
+/// Pause before a retry when the system does not accept a single read.
 constexpr auto kRefusalPause = 10ms;
 
 }  // namespace
@@ -52,8 +52,8 @@ void BulkStream::restart() {
   submitAhead();
 }
 
-// A read may go ahead of the oldest one by a frame: then it lands where the following frame
-// belongs.
+// A read may be up to a frame ahead of the oldest one: it then goes into the memory of the
+// following frame.
 void BulkStream::submitAhead() {
   while (nextToSubmit_ < nextToRead_ + readsPerFrame_ && submit(nextToSubmit_)) ++nextToSubmit_;
 }
@@ -112,7 +112,8 @@ BulkStream::Result BulkStream::readFrame(std::chrono::milliseconds timeout) {
   return received == 0 ? Result::kFailed : Result::kIncomplete;
 }
 
-// A read that has ended before anybody waits for it ended at some moment since the last look.
+// A read that has completed before the wait begins completed at an unknown time since the last
+// wait.
 bool BulkStream::waitForOldest(std::chrono::milliseconds timeout) {
   TransferContext& oldest = *inFlight_.front().context;
   const bool isLate = !oldest.inFlight();

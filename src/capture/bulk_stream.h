@@ -16,26 +16,26 @@ namespace orvik {
 
 /// Reads frames from the bulk endpoint with the reads of a whole frame always in flight.
 ///
-/// Two frames are in hand at a time: the one that is being filled and the one that follows. Each
-/// read that completes makes room for the same read of the following frame, so the device never
-/// waits for the host between frames. When the system refuses a further read (its memory for USB is
-/// limited), as many stay in flight as it takes, and the rest follow as others complete.
+/// It works on two frames at a time: the one that is being filled and the one that follows. When a
+/// read completes, the same read of the following frame is submitted, so the device never waits for
+/// the host between frames. If the system refuses a further read (its memory for USB is limited),
+/// as many stay in flight as it accepts, and the rest follow as others complete.
 ///
-/// For one thread at a time. The endpoint's abort() from any thread ends its waits.
+/// For one thread at a time. The endpoint's abort(), from any thread, ends its waits.
 class BulkStream {
  public:
   enum class Result : std::uint8_t {
     kComplete,    ///< exactly a frame's bytes have arrived: advance()
-    kEmpty,       ///< nothing arrived in time; the reads stay in flight
-    kFailed,      ///< nothing arrived, and the pipe gave up: restart()
+    kEmpty,       ///< nothing arrived before the timeout; the reads stay in flight
+    kFailed,      ///< nothing arrived and a read failed: restart()
     kIncomplete,  ///< less than a frame arrived, or a read failed: restart()
     kGone,        ///< the device is gone
   };
 
-  /// When the frame was found complete, on the clock of the stream.
+  /// When the frame was found to be complete, on the clock of the stream.
   struct Arrival {
     std::chrono::nanoseconds time{};
-    /// It may have been complete so much earlier: the thread was busy elsewhere.
+    /// It may have been complete earlier by up to this time, because the thread was busy elsewhere.
     std::chrono::nanoseconds uncertainty{};
   };
 
@@ -49,24 +49,24 @@ class BulkStream {
   BulkStream(const BulkStream&) = delete;
   BulkStream& operator=(const BulkStream&) = delete;
 
-  /// Gives up what is in flight, clears the pipe and starts anew at a frame's first byte.
+  /// Cancels the reads in flight, clears the pipe and starts again at the first byte of a frame.
   void restart();
 
   /// Waits for the rest of the frame that is being filled.
-  /// @param timeout longest time for one read
+  /// @param timeout longest time to wait for each read
   Result readFrame(std::chrono::milliseconds timeout);
 
-  /// Of the frame that readFrame() completed.
+  /// When the frame of readFrame() arrived.
   [[nodiscard]] Arrival arrival() const { return arrival_; }
 
-  /// Whether a read has ended that readFrame() has not seen yet.
+  /// Whether a read has completed that readFrame() has not processed yet.
   [[nodiscard]] bool hasArrived() const;
 
-  /// Reads and discards what a camera that has been halted still sends, until nothing comes any
-  /// more; at most a frame.
+  /// Reads and discards the data that a halted camera still sends, until no more arrives; at most
+  /// one frame.
   void drain();
 
-  /// Whether the device has gone, without waiting for anything.
+  /// Whether the device is gone. Does not wait.
   [[nodiscard]] bool isGone() const;
 
   /// The memory of the frame that readFrame() completed. May be exchanged for other memory of the
@@ -74,16 +74,16 @@ class BulkStream {
   [[nodiscard]] FrameBuffer& frame() { return bufferOf(frameNumber_); }
   [[nodiscard]] const FrameBuffer& frame() const { return bufferOf(frameNumber_); }
 
-  /// Turns to the following frame; the completed one's memory receives the one after it.
+  /// Goes on to the following frame. The memory of the completed one receives the frame after it.
   void advance();
 
-  /// Gives up what is in flight; ends within a second.
+  /// Cancels the reads in flight; takes at most a second.
   void stop();
 
  private:
   struct Read {
     std::unique_ptr<TransferContext> context;
-    std::shared_ptr<std::uint8_t[]> slot;  ///< to copy from; null: the frame is filled in place
+    std::shared_ptr<std::uint8_t[]> slot;  ///< to copy from; null if the frame is filled in place
   };
 
   void submitAhead();
@@ -103,7 +103,7 @@ class BulkStream {
   DeviceSlots slots_;
   std::deque<Read> inFlight_;  ///< oldest first
 
-  // Frames and reads are numbered through; frame f consists of the reads from f * readsPerFrame_.
+  // Frames and reads are numbered consecutively; frame f begins with read f * readsPerFrame_.
   std::uint64_t frameNumber_ = 0;
   std::uint64_t nextToRead_ = 0;
   std::uint64_t nextToSubmit_ = 0;

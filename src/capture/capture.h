@@ -9,9 +9,9 @@
 
 namespace orvik {
 
-/// One capture, from its start to its end and for as long as somebody asks how it ended: a video,
-/// or a snapshot. What it is does not change; how it stands belongs to it alone, so that a worker
-/// that could not be stopped in time reports to nobody but its own capture.
+/// One capture, a video or a snapshot: its constant properties and its status, which remains
+/// readable after the end. Each capture has a status of its own, so that a worker that could not be
+/// stopped in time changes only that of its own capture.
 class Capture {
  public:
   /// @param number counted from 1 for each camera object
@@ -22,16 +22,16 @@ class Capture {
   [[nodiscard]] bool isSnapshot() const { return snapshot_; }
   [[nodiscard]] const FrameFormat& format() const { return format_; }
 
-  /// Whether frames may still come.
+  /// Whether frames may still arrive.
   [[nodiscard]] bool isRunning() const { return running_; }
-  /// Of a video: #Orvik_EXPSTATE_EXPOSING while it runs.
+  /// #Orvik_EXPSTATE_EXPOSING while it runs, also for a video.
   [[nodiscard]] Orvik_EXPOSURE_STATUS status() const { return status_; }
   /// Frames lost so far; 0 once it has ended.
   [[nodiscard]] int lostFrames() const { return lostFrames_; }
 
   void countLostFrame() { ++lostFrames_; }
-  /// No frames will come any more. Who learns the status from elsewhere may start the next capture
-  /// at once, so the status is told last.
+  /// Ends the capture: no more frames will arrive. The status is set last, because a thread that
+  /// sees it may start the next capture at once.
   void end(Orvik_EXPOSURE_STATUS status) {
     lostFrames_ = 0;
     running_ = false;

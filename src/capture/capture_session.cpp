@@ -9,12 +9,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kStopLimit = 5000ms;
+constexpr auto kStopTimeout = 5000ms;
 
 void runWorker(const CaptureParts& parts) {
   try {
     CaptureWorker(parts).run();
-  } catch (const std::exception&) {  // out of memory: the capture ends, the program does not
+  } catch (const std::exception&) {  // out of memory: end the capture, not the program
     parts.capture->end(Orvik_EXPSTATE_FAILED);
     parts.queue->end(parts.capture->number(), NoFrame::kFailed);
   }
@@ -55,7 +55,7 @@ std::shared_ptr<Capture> CaptureSession::newCapture(bool snapshot, const FrameFo
 
 bool CaptureSession::isLingering() { return !stop_ && !thread_.join(0ms); }
 
-bool CaptureSession::waitForPrevious() { return thread_.join(kStopLimit); }
+bool CaptureSession::waitForPrevious() { return thread_.join(kStopTimeout); }
 
 bool CaptureSession::start(bool snapshot, const FrameFormat& format, CaptureParts parts) {
   const auto capture = newCapture(snapshot, format);
@@ -85,9 +85,9 @@ void CaptureSession::startFailed(bool snapshot, const FrameFormat& format) {
 bool CaptureSession::stopWorker() {
   if (!stop_) return thread_.join(0ms);
   stop_->stop();
-  // A worker that waits for data is woken by the end of its reads.
+  // Aborting the reads wakes a worker that waits for data.
   if (CCyBulkEndPoint* bulkIn = link_->device().bulkIn()) bulkIn->abort();
-  const bool ended = thread_.join(kStopLimit);
+  const bool ended = thread_.join(kStopTimeout);
   stop_.reset();
   link_.reset();
   return ended;

@@ -12,48 +12,49 @@
 
 namespace orvik {
 
-/// The captures of one camera, one after the other: starts and stops their worker, and tells how
-/// the present one stands. What tells is for any thread; what starts and stops is for one thread at
-/// a time.
+/// The captures of one camera, one after the other: starts and stops their worker, and reports the
+/// status of the present one. Status queries are for any thread, starting and stopping for one
+/// thread at a time.
 class CaptureSession {
  public:
   CaptureSession(std::shared_ptr<FrameQueue> queue, std::shared_ptr<FramePool> pool)
       : queue_(std::move(queue)), pool_(std::move(pool)) {}
 
-  /// The capture that runs, or the one that has ended by itself; null before the first, and after
-  /// stop().
+  /// The capture that runs, or one that has ended by itself; null before the first, and after
+  /// stop() unless that kept the image of a snapshot.
   [[nodiscard]] std::shared_ptr<const Capture> current() const;
   [[nodiscard]] bool isRunning() const;
   [[nodiscard]] Orvik_EXPOSURE_STATUS status() const;
   /// Whether the last capture that was started was a snapshot.
   [[nodiscard]] bool lastWasSnapshot() const;
 
-  /// Whether a worker did not stop in time and still uses the device. Nothing can be started until
-  /// it has ended.
+  /// Whether a worker did not stop in time and still uses the device. No capture can be started
+  /// until it has ended.
   [[nodiscard]] bool isLingering();
-  /// Waits until a worker that has ended its capture has put the camera to rest, at most five
-  /// seconds.
+  /// Waits until a worker that has ended its capture has brought the camera to rest and ended, at
+  /// most five seconds.
   /// @return false when it has not.
   bool waitForPrevious();
 
-  /// Starts a capture; the worker before must have ended.
-  /// @param parts all but those that are made anew for each capture
-  /// @return false when no thread or no memory could be had; the capture has then failed.
+  /// Starts a capture; the previous worker must have ended.
+  /// @param parts all except those that are made for each capture
+  /// @return false when there is no memory or the system cannot start another thread; the capture
+  /// has then failed.
   bool start(bool snapshot, const FrameFormat& format, CaptureParts parts);
-  /// Notes a capture that could not be started.
+  /// Records a capture that could not be started.
   void startFailed(bool snapshot, const FrameFormat& format);
 
-  /// Ends the capture and wakes who waits for a frame; then waits for the worker, at most five
-  /// seconds, after which it is left to itself. The image of a snapshot that has ended by itself
-  /// stays.
+  /// Ends the capture and wakes callers that wait for a frame; then waits for the worker, at most
+  /// five seconds, after which the worker goes on alone. The image of a snapshot that has ended by
+  /// itself stays.
   /// @return whether the worker has ended.
   bool stop();
-  /// The same for a capture that another one follows at once: who waits for a frame goes on
+  /// The same for a capture that another one follows at once: callers that wait for a frame go on
   /// waiting.
   bool suspend();
-  /// The capture that was to follow does not.
+  /// Reports that the capture that should follow suspend() could not be started.
   void cannotResume() { queue_->end(0, NoFrame::kFailed); }
-  /// Forgets the present capture, which has ended, and its image.
+  /// Drops the present capture, which has ended, and its image.
   void forget();
 
  private:

@@ -13,12 +13,12 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kEmptyReadsBeforeRestart = 4;
-/// After so many bad frames in a row the stream has lost its beat: the reads no longer begin where
-/// the camera's frames do, and only a camera that starts anew brings them together.
+/// After this many bad frames in a row the stream is out of step: the reads no longer begin where
+/// the frames of the camera do, and only a restart of the camera aligns them again.
 constexpr int kBadFramesBeforeRestart = 4;
 constexpr auto kSensorWakeTime = 20ms;
-/// A frame can be found complete so much later than it was: the bus and the scheduler take their
-/// time. Settings have to be older by this before a frame counts as exposed with them.
+/// Bus and scheduler can delay the detection of a complete frame by this time. Settings must be
+/// older by this much before a frame counts as exposed with them.
 constexpr auto kLateness = 20ms;
 constexpr auto kExposureSlice = 200ms;
 constexpr auto kExposureInOneSleep = 1001ms;
@@ -49,7 +49,7 @@ void CaptureWorker::run() {
 
 void CaptureWorker::start() {
   longExposure_ = state_.longExposure;
-  // The bridge first: a program that crashed may have left it streaming.
+  // The bridge first: a crashed program may have left it streaming.
   link_.send(VendorRequest::kStopStreaming);
   protocol_.halt(link_, longExposure_);
   link_.send(VendorRequest::kStartStreaming);
@@ -70,7 +70,7 @@ CaptureWorker::Next CaptureWorker::step() {
 
   switch (result) {
     case BulkStream::Result::kGone:
-      link_.noteGone();  // before anybody who waits for a frame is woken
+      link_.noteGone();  // before callers that wait for a frame are woken
       return end(Orvik_EXPSTATE_FAILED, NoFrame::kUnplugged);
     case BulkStream::Result::kEmpty:
       return onEmpty(false);
@@ -86,9 +86,10 @@ CaptureWorker::Next CaptureWorker::step() {
   return Next::kGoOn;
 }
 
-// The exposure can cross the border to long exposures while capture runs; the camera then has to be
-// told who times its frames. What it has exposed in the former way and not sent yet must not be
-// taken for a frame of the new way, so the stream starts anew.
+// The exposure can cross the threshold of long exposures while capture runs; the camera must then
+// be switched between timing frames itself and timing by the host. A frame that was exposed in the
+// former mode and has not been sent yet must not be taken for one of the new mode, so the camera is
+// restarted.
 void CaptureWorker::followExposureMode() {
   const bool wanted = state_.longExposure;
   if (wanted == longExposure_) return;
@@ -96,9 +97,9 @@ void CaptureWorker::followExposureMode() {
   restartCamera();
 }
 
-// Whatever arrives before the exposure ends belongs to a frame from before: one that came too late
-// to be waited for, for instance. Taken for the frame of this exposure it would leave every later
-// one an exposure late.
+// Data that arrives before the exposure ends belongs to an earlier frame, for example one that
+// missed its timeout. If it were taken for the frame of this exposure, every later frame would be
+// one exposure late.
 void CaptureWorker::discardStaleData() {
   if (stream_.hasArrived()) stream_.restart();
 }
@@ -159,7 +160,7 @@ void CaptureWorker::restartCamera() {
   stream_.stop();
   link_.resetBulkPipe();
   stop_.sleepFor(100ms);
-  // The sensor first, unlike at the start: no new frame may enter a bridge that is to run empty.
+  // The sensor first, unlike at the start: no new frame may enter the bridge while it is emptied.
   protocol_.halt(link_, longExposure_);
   link_.send(VendorRequest::kStopStreaming);
   stop_.sleepFor(10ms);
@@ -257,7 +258,7 @@ CaptureWorker::Next CaptureWorker::end(Orvik_EXPOSURE_STATUS status, NoFrame why
 }
 
 void CaptureWorker::finish() {
-  // Whoever waits for a frame learns at once that none will come, however slowly the camera stops.
+  // Tell waiting callers at once that no frame will arrive: stopping the camera may take long.
   if (parts_.capture->isRunning()) end(Orvik_EXPSTATE_NONE, NoFrame::kStopped);
   automatic_.end();
   protocol_.finish(link_, longExposure_);

@@ -18,8 +18,8 @@
 
 namespace orvik {
 
-/// All that a capture worker touches, by shared ownership: a worker that could not be stopped in
-/// time is left to itself, and nothing that it may still use goes away under it.
+/// All objects that a capture worker uses, by shared ownership: they stay valid for a worker that
+/// could not be stopped in time.
 struct CaptureParts {
   std::shared_ptr<VendorLink> link;
   std::shared_ptr<CameraState> state;
@@ -28,7 +28,7 @@ struct CaptureParts {
   std::shared_ptr<seam::Clock> clock;
   AutoPace autoPace;
 
-  // Made anew for each capture, by CaptureSession
+  // Made for each capture by CaptureSession
   std::shared_ptr<Capture> capture;
   std::shared_ptr<FrameQueue> queue;
   std::shared_ptr<StopSwitch> stop;
@@ -36,7 +36,8 @@ struct CaptureParts {
 };
 
 /// Reads frames from the camera until it is stopped, or in snapshot mode until one frame is good.
-/// The only reader of the bulk endpoint. Lives on a thread of its own, which calls run() once.
+/// It is the only reader of the bulk endpoint, and lives on a thread of its own, which calls run()
+/// once.
 class CaptureWorker {
  public:
   explicit CaptureWorker(CaptureParts parts);
@@ -73,7 +74,7 @@ class CaptureWorker {
   StopSwitch& stop_;
 
   const FrameFormat format_;
-  bool longExposure_ = false;  ///< the mode that the camera runs in
+  bool longExposure_ = false;  ///< the mode in which the camera runs
   BulkStream stream_;
   BandwidthFallback fallback_;
   AutoControl automatic_;  ///< idle in snapshot mode
@@ -81,8 +82,8 @@ class CaptureWorker {
   int badFramesInARow_ = 0;
   int emptyReads_ = 0;
   std::uint64_t frameNumber_ = 0;    ///< of the frame that is being read; lost ones are counted
-  std::uint32_t lostSincePush_ = 0;  ///< frames lost since the last that was queued
-  Time runningSince_{};              ///< since when the sensor runs
+  std::uint32_t lostSincePush_ = 0;  ///< frames lost since the last one that was queued
+  Time runningSince_{};              ///< when the sensor was started
   Time exposureBegun_{};             ///< of the last exposure that the host timed
   Time exposureEnded_{};
 };

@@ -9,7 +9,7 @@
 namespace orvik {
 namespace {
 
-/// Shortest of a few times that it takes to copy `bytes` out of `from`.
+/// The shortest of a few measurements of the time to copy `bytes` out of `from`.
 std::chrono::nanoseconds copyTime(const std::uint8_t* from, std::uint8_t* to, std::size_t bytes) {
   constexpr int kTries = 3;
   auto best = std::chrono::nanoseconds::max();

@@ -10,24 +10,23 @@
 
 namespace orvik {
 
-/// Memory that the device writes to without a copy in the kernel, in slots of one read each.
+/// Memory to which the device writes without a copy in the kernel, in slots of one read each.
 ///
 /// Not every system has such memory, and on some machines it is not cached, so that reading it
-/// costs far more than the copy it spares: the first slot is tried out, and only a fast one is
-/// used.
+/// costs far more than the copy it saves: the first slot is measured, and the memory is used only
+/// if it is fast.
 class DeviceSlots {
  public:
   DeviceSlots(CUsbDevice& device, std::size_t slotBytes) : device_(device), slotBytes_(slotBytes) {}
 
-  /// Whether reads go through slots here. False once the system has turned out to have no (fast)
-  /// memory of this kind.
+  /// Whether reads use slots. False once the system has turned out to have no such memory, or only
+  /// slow one.
   [[nodiscard]] bool inUse() const { return inUse_; }
 
-  /// @return null when there is none at present (more are in flight than the system gives), or none
-  ///         at all.
+  /// @return null when all the memory that the system grants is in flight, or there is none at all.
   std::shared_ptr<std::uint8_t[]> take();
 
-  /// Null is ignored.
+  /// @param slot null is ignored
   void giveBack(std::shared_ptr<std::uint8_t[]> slot);
 
  private:

@@ -10,14 +10,14 @@
 
 namespace orvik {
 
-/// The memory for frames of one camera. A buffer that nobody holds any more comes back and is given
-/// out again, so that captures one after the other touch the same pages. Any thread.
+/// The memory for the frames of one camera. A buffer that is no longer referenced returns to the
+/// pool and is reused, so that successive captures touch the same pages. Any thread.
 class FramePool : public std::enable_shared_from_this<FramePool> {
  public:
   /// @param frameBytes of the camera's largest frame
   explicit FramePool(std::size_t frameBytes) : frameBytes_(frameBytes) {}
 
-  /// @return null when there is no memory to be had.
+  /// @return null when there is no memory.
   FrameBuffer take();
 
  private:

@@ -10,14 +10,14 @@
 
 namespace orvik {
 
-/// How long a read of a frame may take: so many frame times, and so much more.
+/// How long a read of a frame may take: a number of frame times plus a margin.
 struct TimeoutLaw {
   int frameTimes;
   std::chrono::milliseconds margin;
 };
 
-/// How a generation of cameras streams: its registers for start and stop, and the marks by which it
-/// frames its pixels. Without state of its own; all requests go to the link that is handed in.
+/// How a generation of cameras streams: its registers for start and stop, and the marks that
+/// enclose the pixels of a frame. Stateless; all requests go to the link that is passed in.
 class FrameProtocol {
  public:
   FrameProtocol() = default;
@@ -35,9 +35,10 @@ class FrameProtocol {
   virtual void halt(VendorLink& link, bool longExposure) const = 0;
   /// Wakes the sensor after halt().
   virtual void wake(VendorLink& link) const = 0;
-  /// Lets the pixel stream run: frame after frame, or one by one as the host times them.
+  /// Starts the pixel stream: continuous frames, or with `longExposure` single ones that the host
+  /// times.
   virtual void run(VendorLink& link, bool longExposure) const = 0;
-  /// Halts at the end of a capture; a model that keeps its sensor awake leaves it so.
+  /// Halts at the end of a capture; some models leave their sensor awake.
   virtual void finish(VendorLink& link, bool longExposure) const = 0;
 
   /// Begins and ends an exposure that the host times.
@@ -48,7 +49,7 @@ class FrameProtocol {
   [[nodiscard]] virtual bool hasMarks(std::span<const std::uint8_t> frame) const = 0;
   /// Sets the pixels that carried the marks to 0.
   virtual void clearMarks(std::span<std::uint8_t> frame) const = 0;
-  /// Puts near pixels of the same colour in the place of those that carried the marks.
+  /// Replaces the pixels that carried the marks by nearby pixels of the same colour.
   /// @param rowBytes bytes of one row
   virtual void mendMarks(std::span<std::uint8_t> frame, std::size_t rowBytes) const = 0;
 };

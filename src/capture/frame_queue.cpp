@@ -6,7 +6,7 @@
 namespace orvik {
 namespace {
 
-/// Those who lost the camera, or the capture with it, need not wait for another one.
+/// Whether waiting for another capture is pointless: the camera is gone or has failed.
 bool isFinal(NoFrame why) { return why == NoFrame::kUnplugged || why == NoFrame::kFailed; }
 
 }  // namespace
@@ -84,7 +84,7 @@ std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Timeout t
     changed_.wait_until(lock, std::chrono::steady_clock::now() + *timeout, isOver);
   }
   missing = take(frame, room);
-  // Another capture may have begun since the one that was waited for ended.
+  // A capture has ended during the wait, but another one may have begun since.
   const bool hasEnded = missing == NoFrame::kTimeout && endings_ != endingsBefore;
   return hasEnded ? NoFrame::kStopped : missing;
 }
