@@ -14,10 +14,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kFirstRoundAfter = 200ms;
-constexpr auto kEndLimit = 500ms;
+constexpr auto kEndTimeout = 500ms;
 
 Wanted wantedNow(const CameraState& state) {
-  // 16-bit frames are for those who balance colours themselves.
+  // Users of 16-bit frames balance the colours themselves.
   return {.brightness = state.exposureAuto || state.gainAuto,
           .colour = state.whiteBalanceAuto && !state.output16Bits};
 }
@@ -55,7 +55,7 @@ void AutoControl::start() {
   thread_.start([parts = parts_, probe = probe_] {
     try {
       runRounds(parts, *probe);
-    } catch (const std::exception&) {  // out of memory: the picture stays as it is
+    } catch (const std::exception&) {  // out of memory: automatic control ends, capture goes on
     }
   });
 }
@@ -75,7 +75,7 @@ void AutoControl::look(std::span<const std::uint8_t> frame, const FrameFormat& f
   if (slow_ && !secondFrame_) return;
   const Wanted wanted = slow_ ? wantedNow(*parts_.state) : probe_->wanted();
   if (!wanted.any()) return;
-  if (!facts.isSettled) {  // nothing can be said in this round
+  if (!facts.isSettled) {  // no measurement is possible in this round
     measured_.emplace();
     return;
   }
@@ -97,7 +97,7 @@ void AutoControl::act() {
 void AutoControl::end() {
   parts_.stop->stop();
   probe_->close();
-  thread_.join(kEndLimit);
+  thread_.join(kEndTimeout);
 }
 
 }  // namespace orvik

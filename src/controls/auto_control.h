@@ -19,30 +19,30 @@
 
 namespace orvik {
 
-/// How often automatic control takes a step.
+/// How often automatic control makes a step.
 struct AutoPace {
   std::chrono::milliseconds round{};
-  int roundsPerBalance = 1;       ///< the white balance takes a step every so many rounds
-  std::uint64_t slowFrameUs = 0;  ///< from this exposure or frame time on, frames set the pace
+  int roundsPerBalance = 1;       ///< number of rounds from one white balance step to the next
+  std::uint64_t slowFrameUs = 0;  ///< frames are slow from this exposure or frame time on
 };
 
 AutoPace autoPaceOf(const ModelRow& model);
 
 /// Automatic exposure, gain and white balance during one video.
 ///
-/// Fast frames are judged in rounds, by a thread that asks for the measurement of a fresh frame and
-/// then takes a step; slow ones by the capture worker itself, every second one. No frame is judged
-/// twice, and none that was not exposed wholly with the present settings: a frame that was on its
-/// way when they changed says nothing about them.
+/// Fast frames are evaluated in rounds, by a thread that requests the measurement of a new frame
+/// and then makes a step; slow ones by the capture worker itself, every second one. No frame is
+/// evaluated twice, and only frames that were exposed entirely with the present settings are used:
+/// a frame that was on its way when they changed tells nothing about them.
 ///
-/// Both only try the settings lock (RegulatorAccess). When a setter is at work they leave the step
-/// out, and they take it from the values that stand when they hold the lock: what was switched off
-/// or set by hand since the frame was measured stays as it is.
+/// Both threads only try the settings lock (RegulatorAccess). They skip the step while a setter is
+/// at work, and base it on the values at the time when they hold the lock: a value that was set by
+/// hand, or switched to manual, since the measurement stays as it is.
 ///
-/// All but the thread's part belongs to the capture worker.
+/// All functions are for the capture worker.
 class AutoControl {
  public:
-  /// What thread and worker share, by shared ownership.
+  /// The objects that thread and worker use, by shared ownership.
   struct Parts {
     AutoPace pace;
     std::shared_ptr<const CameraState> state;
@@ -51,23 +51,22 @@ class AutoControl {
   };
 
   explicit AutoControl(Parts parts);
-  /// As end().
+  /// Calls end().
   ~AutoControl();
   AutoControl(const AutoControl&) = delete;
   AutoControl& operator=(const AutoControl&) = delete;
 
-  /// Starts the thread. Without one to be had, pictures stay as they are.
+  /// Starts the thread. If the system cannot start one, fast frames are not regulated.
   void start();
 
-  /// Sees a good frame, which is left as it is, and measures it if that is due.
+  /// Looks at a good frame, without changing it, and measures it if that is due.
   void look(std::span<const std::uint8_t> frame, const FrameFormat& format,
             const FrameFacts& facts);
-  /// Does with the measurement what there is to do. It may take a while: the frame should be on its
-  /// way.
+  /// Acts on the measurement. This may take a while, so pass the frame on first.
   void act();
 
-  /// Throws the stop switch and waits for the thread, half a second at most. A thread that is still
-  /// in the middle of a request to the camera then ends by itself, with it.
+  /// Throws the stop switch and waits for the thread, half a second at most. A thread that is in
+  /// the middle of a request ends when the request does.
   void end();
 
  private:
@@ -77,7 +76,7 @@ class AutoControl {
   std::shared_ptr<FrameProbe> probe_;
   WorkerThread thread_;
   std::optional<FrameMeasurement> measured_;
-  bool slow_ = false;        ///< the frame that was measured
+  bool slow_ = false;        ///< whether the last frame was a slow one
   bool secondFrame_ = true;  ///< whether the next slow frame is the second of two
 };
 

@@ -12,12 +12,12 @@ namespace {
 enum class Automatic : std::uint8_t { kNo, kYes, kAsModel };
 enum class Access : std::uint8_t { kReadOnly, kWritable };
 
-/// Longest exposure that automatic exposure may be allowed, in seconds.
+/// The upper limit, in seconds, of the longest exposure that automatic exposure may use.
 std::int32_t autoExposureLimit(const ModelRow& model) {
   return std::min(model.exposureUs.max / 1000 / 1000, 60);
 }
 
-/// What a control is, for every model.
+/// The properties of a control, for all models.
 struct ControlRow {
   Orvik_CONTROL_TYPE type;
   std::string_view name;

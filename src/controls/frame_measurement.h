@@ -9,8 +9,8 @@
 
 namespace orvik {
 
-/// What automatic control wants to know of a frame. Aligned as one word, so that every compiler
-/// loads and stores it as one.
+/// The measurements that automatic control needs. Aligned to 2 bytes, so that every compiler loads
+/// and stores it as one word.
 struct alignas(2) Wanted {
   bool brightness = false;
   bool colour = false;
@@ -18,8 +18,8 @@ struct alignas(2) Wanted {
   [[nodiscard]] bool any() const { return brightness || colour; }
 };
 
-/// What automatic control knows of a frame, and the settings that it was taken with: who changes
-/// them meanwhile has made the measurement worthless.
+/// The measurements of a frame and the settings that it was taken with: if these have changed
+/// since, the measurement is useless.
 struct FrameMeasurement {
   std::optional<int> brightness;       ///< as measureBrightness() gives it
   std::optional<ColourValues> colour;  ///< 0 to 255

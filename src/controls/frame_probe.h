@@ -10,22 +10,22 @@
 
 namespace orvik {
 
-/// Brings what is asked about frames to the thread that sees them, and its answer back. A frame
-/// that nobody asks about costs one load, and none is ever copied.
+/// Passes requests for measurements to the thread that sees the frames, and its answers back. A
+/// frame without a request costs one load; frames are never copied.
 ///
-/// One thread asks, one answers; close() from any.
+/// One thread asks, one answers; close() may be called from any thread.
 class FrameProbe {
  public:
-  /// Waits for the measurement of a frame that comes from now on. Ends with the next frame, or by
-  /// close(): the capture that brings the frames ends it.
-  /// @return none when closed.
+  /// Waits for the measurement of the next frame, without a timeout: the capture calls close() when
+  /// it ends.
+  /// @return nothing when closed.
   std::optional<FrameMeasurement> ask(Wanted wanted);
 
-  /// What is asked about the next frame.
+  /// The measurements that are requested for the next frame.
   [[nodiscard]] Wanted wanted() const { return wanted_; }
   void answer(const FrameMeasurement& measurement);
 
-  /// No frames will come any more.
+  /// No more frames will come; ends ask().
   void close();
 
  private:

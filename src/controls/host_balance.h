@@ -7,8 +7,8 @@
 
 namespace orvik {
 
-/// The white balance that is left to the host: the camera's own, where its sensor has no gains for
-/// colours; else neutral. Every camera has its own, whatever others are set to.
+/// The white balance that the host applies: that of the camera if its sensor has no colour gains,
+/// else neutral.
 [[nodiscard]] inline WhiteBalance hostBalance(const ModelRow& model, const CameraState& state) {
   if (!model.whiteBalanceOnHost) return {};
   return {.red = state.whiteBalanceRed, .blue = state.whiteBalanceBlue};

@@ -9,8 +9,8 @@
 namespace orvik {
 namespace {
 
-/// A camera's own exposure and gain. Each is set with the automatic flag that it has. At a limit
-/// the same value is wanted again and again: the camera is told of a change only.
+/// The exposure and gain of a camera. Setting them keeps the automatic flag. At a limit the same
+/// value is set again and again, so a value is sent to the camera only when it changes.
 class CameraDials final : public ExposureDials {
  public:
   CameraDials(const ModelRow& model, const CameraState& state, RegulatedSettings& settings)

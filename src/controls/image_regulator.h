@@ -14,8 +14,8 @@
 
 namespace orvik {
 
-/// The settings that automatic control changes, and the colour that it goes by. A camera implements
-/// it; the calls come with its settings locked.
+/// The settings that automatic control changes, and the measurement of the colour. Implemented by a
+/// camera, and called with its settings locked.
 class RegulatedSettings {
  public:
   RegulatedSettings() = default;
@@ -23,20 +23,21 @@ class RegulatedSettings {
   RegulatedSettings& operator=(const RegulatedSettings&) = delete;
   virtual ~RegulatedSettings() = default;
 
-  /// Out of range values are limited. @return whether the camera was told.
+  /// @param gain limited to its range
+  /// @return whether the value reached the camera.
   virtual bool setGain(int gain, bool automatic) = 0;
-  /// @param exposureUs microseconds; limited as well
+  /// @param exposureUs microseconds; limited to its range
   virtual bool setExposure(std::uint64_t exposureUs, bool automatic) = 0;
-  /// @param red, blue 50 is neutral; limited as well
+  /// @param red, blue 50 is neutral; limited to their range
   virtual void setWhiteBalance(int red, int blue, bool automatic) = 0;
-  /// @param percent share of the USB bandwidth; limited as well
+  /// @param percent share of the USB bandwidth; limited to its range
   virtual bool setBandwidth(int percent, bool automatic) = 0;
-  /// The mean colour of an 8-bit raw frame as an image of it will show it.
+  /// The mean colour that an image made from this 8-bit raw frame will have.
   virtual std::optional<ColourValues> measureColour(const RawFrame& frame, int hostBin) = 0;
 };
 
-/// Measures frames, and takes the steps of automatic exposure, gain and white balance that follow.
-/// Everything with the settings locked.
+/// Measures frames, and makes the resulting steps of automatic exposure, gain and white balance.
+/// Must be used with the settings locked.
 class ImageRegulator {
  public:
   /// @param model, state, settings of the camera; must outlive the regulator
@@ -46,21 +47,24 @@ class ImageRegulator {
   [[nodiscard]] const CameraState& state() const { return state_; }
   [[nodiscard]] RegulatedSettings& settings() { return settings_; }
 
-  /// A frame as the kernels take it. @param frame of the format's size
+  /// A frame in the form that the kernels expect. @param frame of the size of the format
   [[nodiscard]] RawFrame rawFrame(const std::uint8_t* frame, const FrameFormat& format) const;
 
-  /// What a good frame shows, as far as it is wanted.
-  /// @param frame as it came from the camera; @param format, settings that it was taken with
+  /// Measures a good frame.
+  /// @param frame as it came from the camera
+  /// @param format, settings that the frame was taken with
+  /// @param wanted the measurements to make
   FrameMeasurement measure(std::span<const std::uint8_t> frame, const FrameFormat& format,
                            const FrameSettings& settings, Wanted wanted);
-  /// Takes the steps that are still on automatic, unless what was measured has been changed since.
+  /// Makes the steps of those controls that are still automatic, unless the settings of the
+  /// measurement have been changed since.
   void follow(const FrameMeasurement& measured);
 
-  /// Changes what is on automatic of exposure and gain; see regulateExposure().
+  /// Changes exposure and gain, if automatic; see regulateExposure().
   /// @param brightness as measureBrightness() gives it
   void followBrightness(int brightness);
-  /// Takes a step of white balance from a colour that was measured with the present one; see
-  /// nextBalance().
+  /// Makes a step of white balance; see nextBalance().
+  /// @param colour measured with the present balance
   void followColour(const ColourValues& colour);
 
  private:
