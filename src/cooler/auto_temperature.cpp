@@ -14,7 +14,7 @@ constexpr auto kBeforeMeasurement = 200ms;
 constexpr auto kAfterMeasurement = 1590ms;
 constexpr int kMeasurementsPerStep = 2;
 
-/// A request for which there was no memory is left out; the next round makes up for it.
+/// Skips a step for which there is no memory; the next round repeats it.
 template <class Step>
 void attempt(Step step) {
   try {

@@ -12,7 +12,8 @@ CooledCamera::CooledCamera(const ModelRow& model, std::shared_ptr<const FramePro
     : Camera(model, std::move(protocol)),
       cooler_(std::make_shared<cooler::Cooler>(sharedState(), sharedLink(), sharedClock())) {}
 
-// The model's destructor has done it while the camera still answered; but no thread outlives this.
+// The destructor of the model has done this already, while the camera still answered. Repeated here
+// so that the thread ends in any case.
 CooledCamera::~CooledCamera() { CooledCamera::onClosing(); }
 
 bool CooledCamera::setTargetTemperature(int celsius) {

@@ -13,12 +13,12 @@ namespace orvik {
 
 /// A camera with a thermo-electric cooler, and with the thread that regulates its temperature.
 ///
-/// initialise() starts the thread with the cooler off; close() and the destructor end it and take
-/// the power away where the camera still answers.
+/// initialise() starts the thread with the cooler off; close() and the destructor end it and switch
+/// the power off if the camera still answers.
 ///
 /// Threads: startThread() and stopThread() as initialise() and close(); everything else for any
-/// thread. Requests end by the timeout of VendorLink; one that changes the drive waits for the one
-/// before it.
+/// thread. Requests end by the timeout of VendorLink; a request that changes the drive waits for
+/// the previous one.
 class CooledCamera : public Camera {
  public:
   ~CooledCamera() override;
@@ -28,15 +28,16 @@ class CooledCamera : public Camera {
 
   bool setTargetTemperature(int celsius) override;
   bool switchCooler(bool on) override;
-  /// From the thermistor; see Cooler::measure().
+  /// Reads the thermistor; see Cooler::measure().
   float readTemperature() override;
 
   /// Whether the thread that regulates the temperature has been started.
   [[nodiscard]] bool isThreadRunning() const { return threadRunning_; }
-  /// Starts the thread, unless it runs. Without a thread to be had, isThreadRunning() stays false.
+  /// Starts the thread, unless it runs. If the system cannot start one, isThreadRunning() stays
+  /// false.
   void startThread();
-  /// Ends the thread, if it runs, and takes the cooler's power away. A thread that does not end
-  /// within 500 ms, because its request hangs, is left to itself: it has nothing more to say.
+  /// Ends the thread, if it runs, and switches the power of the cooler off. A thread that does not
+  /// end within 500 ms, because its request hangs, ends later without changing anything.
   void stopThread();
 
  protected:

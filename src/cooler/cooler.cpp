@@ -120,7 +120,7 @@ bool Cooler::requestPower(float percent) {
 bool Cooler::requestDrive(int drive) {
   requested_ = drive;
   if (acknowledged_ == drive) return true;
-  acknowledged_.reset();  // a request without an answer may have arrived or not
+  acknowledged_.reset();  // unknown until acknowledged: a lost request may have arrived or not
   const bool done = drive == kDriveOff ? link_->sendSafe(SafeRequest::kCoolerOff)
                                        : link_->send(VendorRequest::kCoolerDrive,
                                                      static_cast<std::uint16_t>(drive));
@@ -128,7 +128,7 @@ bool Cooler::requestDrive(int drive) {
   return done;
 }
 
-/// A lost request for no power may have arrived since: the link repeats it.
+/// The link repeats a lost request to switch off the power, so it may have been acknowledged since.
 void Cooler::followLink() {
   if (acknowledged_ || requested_ != kDriveOff || !link_->isSettled(SafeRequest::kCoolerOff))
     return;

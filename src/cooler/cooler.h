@@ -17,71 +17,72 @@
 
 namespace orvik::cooler {
 
-/// The coldest target that regulation aims at, degrees Celsius. Colder ones count as this one: just
-/// below it the thermistor's range ends, and what is colder cannot be told from what is much
-/// colder.
+/// The coldest target that regulation uses, degrees Celsius; colder ones are raised to it. Just
+/// below it the range of the thermistor ends, and colder temperatures cannot be distinguished.
 inline constexpr int kColdestAim = kLowestCelsius + 1;
 constexpr int aimOf(int target) { return std::max(target, kColdestAim); }
 
-/// The cooler of one camera: its drive, its thermometer and the regulation between the two. The
-/// camera object and the thread that regulates share it, so that either may outlive the other.
+/// The cooler of one camera: its drive, its thermometer and the regulation. The camera object and
+/// the thread that regulates share it, so that either may outlive the other.
 ///
-/// Whatever changes the drive is done by one thread at a time, to the end of its request: a
-/// regulation step that is under way when somebody switches the cooler off can never have the last
-/// word. The power in the camera's state is the one that the camera has acknowledged. Any thread.
+/// Changes of the drive are serialised, including their request: a regulation step that is running
+/// when the cooler is switched off can never take effect after that. The power in the camera's
+/// state is the one that the camera has acknowledged. Any thread.
 class Cooler {
  public:
   Cooler(std::shared_ptr<CameraState> state, std::shared_ptr<VendorLink> link,
          std::shared_ptr<seam::Clock> clock);
 
-  /// Forgets what was known of the camera, which has been opened.
+  /// Resets what is known about the camera; called when it has been opened.
   void begin();
 
-  /// Sends a value to the cooler's drive, unless it is the one that the camera acknowledged last.
+  /// Sends a value to the drive of the cooler, unless the camera acknowledged the same value last.
   /// @param drive 255 (off) down to 47 (full current)
   void setDrive(int drive);
 
-  /// @param percent limited to 0 to 100; of the largest current
+  /// @param percent of the largest current; limited to 0 to 100
   /// @return whether the camera has acknowledged it.
   bool setPower(float percent);
 
   /// Percent of the largest current, as the camera acknowledged it last; truncated.
   [[nodiscard]] int power() const { return static_cast<int>(state_->coolerPower); }
 
-  /// Starts the controller anew.
+  /// Resets the controller.
   void resetController(const PidController::Gains& gains);
 
-  /// Regulation and its target; each change of either starts the controller anew.
+  /// Sets regulation and its target; a change of either resets the controller.
   /// @param target degrees Celsius, rounded towards zero
   void setRegulation(bool on, float target);
   void setTarget(int celsius);
-  /// Off also takes the power away, in one step that no regulation comes between.
-  /// @return false when it is to be off and the camera has not acknowledged that: it is sent again
-  ///         with the next request that gets through.
+  /// Switching off also switches off the power, in one step that regulation cannot interrupt.
+  /// @return false when the camera did not acknowledge the switching off: it is repeated after the
+  ///         next request that succeeds.
   bool setOn(bool on);
 
-  /// One step of regulation.
+  /// Makes one step of regulation.
   /// @param celsius temperature of the sensor
   void regulate(float celsius);
-  /// The same with the temperature measured last, if there was one; nothing once `work` has been
-  /// stopped. A sensor colder than the thermistor's range counts as one at its end.
+  /// The same with the temperature measured last, if there is one. Does nothing once `work` has
+  /// been stopped. A sensor colder than the range of the thermistor counts as one at the end of the
+  /// range.
   void regulate(const StopSwitch& work);
 
-  /// Asks the thermistor. @return degrees Celsius; this camera's last valid reading when it does
-  /// not answer, or with nonsense.
+  /// Reads the thermistor. @return degrees Celsius; the last valid reading of this camera if there
+  /// is no valid answer.
   [[nodiscard]] float readTemperature();
-  /// The same, and puts a valid reading into the camera's state. Without one for kReadingLifetime
-  /// regulation takes the power away, until there is one again.
+  /// The same, and stores a valid reading in the camera's state. After kReadingLifetime without a
+  /// valid reading, regulation switches the power off until there is one again.
   float measure();
-  /// The temperature that a converter's value stands for.
+  /// Converts a value of the converter to a temperature.
   /// @param value, referenceKiloOhms see thermistorCelsius()
-  /// @return degrees Celsius; outside the thermistor's range this camera's last valid reading.
+  /// @return degrees Celsius; outside the range of the thermistor the last valid reading of this
+  ///         camera.
   float believedCelsius(std::uint8_t value, int referenceKiloOhms);
 
  private:
   using Lock = std::lock_guard<std::mutex>;
 
-  /// What asking the thermistor has brought.
+  /// The result of reading the thermistor.
   struct Reading {
     enum class Kind : std::uint8_t { kNoAnswer, kCelsius, kTooCold, kNonsense };
     Kind kind = Kind::kNoAnswer;
@@ -109,8 +110,8 @@ class Cooler {
   Reading reading_;  ///< the last one
   seam::Clock::Duration
       readableAt_{};                 ///< of the last valid reading, or when the camera was opened
-  std::optional<int> requested_;     ///< last value requested for this camera
-  std::optional<int> acknowledged_;  ///< its drive's value, where it is known
+  std::optional<int> requested_;     ///< drive value that was requested last
+  std::optional<int> acknowledged_;  ///< present drive value, if known
 };
 
 }  // namespace orvik::cooler

@@ -24,7 +24,7 @@ int percentForDrive(int drive) {
 
 float usablePercent(float percent) {
   constexpr float kLeast = kMinCurrent * 100 / kMaxCurrent;
-  // Written so that a value that is not a number becomes the least one.
+  // In this form of the comparison NaN becomes the lowest power.
   return percent >= kLeast ? std::min(percent, 100.0F) : kLeast;
 }
 

@@ -6,13 +6,13 @@
 
 namespace orvik::cooler {
 
-/// One calibration point of the cooler's supply.
+/// One calibration point of the cooler's power supply.
 struct DrivePoint {
-  float drive;    ///< value of the 8-bit DA converter
+  float drive;    ///< value of the 8-bit D/A converter
   float current;  ///< through the cooler, amperes
 };
 
-/// The supply works upside down: 255 is off, and the current grows as the value falls.
+/// The drive is inverted: 255 is off, and the current grows as the value falls.
 inline constexpr std::array<DrivePoint, 11> kDrivePoints = {{
     {255.0F, 0.0F},
     {220.0F, 0.1F},
@@ -35,17 +35,17 @@ inline constexpr float kMinCurrent =
 inline constexpr float kMaxCurrent =
     std::ranges::max(kDrivePoints, {}, &DrivePoint::current).current;
 
-/// The drive value that makes a current flow.
-/// @param current amperes; beyond the table the nearest of its currents counts
+/// The drive value for a current.
+/// @param current amperes; limited to the range of the table
 /// @return 47 to 255, rounded down, towards more current.
 int driveForCurrent(float current);
 
-/// The power that a drive value stands for.
+/// The power at a drive value.
 /// @return percent of the largest current, 0 to 100, rounded down.
 int percentForDrive(int drive);
 
-/// The power as the cooler can have it.
-/// @return `percent` within 0 to 100; the least for a value that is not a number.
+/// Limits a power to what the cooler can be set to.
+/// @return `percent` limited to 0 to 100; the lowest power for NaN.
 float usablePercent(float percent);
 
 /// @param percent of the largest current, 0 to 100

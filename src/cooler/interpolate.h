@@ -8,9 +8,9 @@
 
 namespace orvik::cooler {
 
-/// Looks `x` up in column `from` of a table and answers the value of column `to`, linear between
-/// rows. Column `from` runs in one direction, up or down.
-/// @return none when no segment between two rows, ends included, holds `x`.
+/// Looks up `x` in column `from` of a table and returns the value of column `to`, interpolated
+/// linearly between rows. Column `from` must be monotonic.
+/// @return nothing when `x` lies outside the table.
 template <class Row, std::size_t kRows, class Number>
 std::optional<Number> interpolate(const std::array<Row, kRows>& table, Number Row::*from,
                                   Number Row::*to, Number x) {

@@ -5,7 +5,7 @@ namespace orvik::cooler {
 
 bool GlitchFilter::accept(float celsius, std::uint32_t nowMs) {
   constexpr float kFastest = 2.0F;  // degrees per second
-  // A last reading of exactly 0 is the one that nobody has taken yet.
+  // A last reading of exactly 0 counts as none, as well as a time of 0.
   if (lastMs_ != 0 && lastCelsius_ != 0) {
     const auto elapsedMs = static_cast<float>(nowMs - lastMs_);
     const float rate = std::abs((celsius - lastCelsius_) * 1000 / elapsedMs);

@@ -6,24 +6,23 @@
 
 namespace orvik::cooler {
 
-/// Keeps readings out that no sensor of this mass can follow. For one thread at a time.
+/// Rejects readings that change faster than a sensor of this mass can. For one thread at a time.
 class GlitchFilter {
  public:
-  /// Judges a reading; one that is refused leaves no trace, so that a change which lasts is
-  /// believed once enough time has passed for it.
+  /// Checks a reading. A rejected one is not stored, so that a lasting change is accepted once
+  /// enough time has passed for it.
   /// @param celsius the reading
   /// @param nowMs milliseconds of a clock that may wrap around
   /// @return false when the temperature moved by 2 degrees per second or more.
   bool accept(float celsius, std::uint32_t nowMs);
 
  private:
-  std::uint32_t lastMs_ = 0;  ///< 0: there was no reading yet
+  std::uint32_t lastMs_ = 0;  ///< 0 before the first reading
   float lastCelsius_ = -100.0F;
 };
 
-/// A PID controller of the temperature, in steps of the calling thread. Its output is the change of
-/// power, downwards, in percent; so the power itself does the integrating. For one thread at a
-/// time.
+/// A PID controller of the temperature, with one step per call. Its output is the reduction of the
+/// power in percent, so the power itself is the integral of the output. For one thread at a time.
 class PidController {
  public:
   struct Gains {
@@ -32,12 +31,12 @@ class PidController {
     float differential;
   };
 
-  /// Forgets what has been, and takes these gains.
+  /// Resets the controller and sets the gains.
   void reset(const Gains& gains);
 
-  /// One step.
-  /// @param error target less temperature, degrees
-  /// @return percent of power to take away.
+  /// Makes one step.
+  /// @param error target minus temperature, degrees
+  /// @return the reduction of the power in percent.
   float step(float error);
 
   [[nodiscard]] float error() const { return error_; }
@@ -47,7 +46,7 @@ class PidController {
   [[nodiscard]] float outputMin() const { return outputMin_; }
 
  private:
-  static constexpr float kNoError = -200.0F;  ///< marks that there was no step yet
+  static constexpr float kNoError = -200.0F;  ///< there was no step yet
 
   Gains gains_{0, 0, 0};
   float error_ = 0;
@@ -58,11 +57,11 @@ class PidController {
   float outputMin_ = -20.0F;
 };
 
-/// Takes the controller's output from the power, until the cooler's drive, which is coarser than
-/// the power, has moved by at least one step. An error of up to 0.4 degrees is not worth that:
-/// then, and for an output of 0, the power is set once.
-/// @param power percent, from which to start
-/// @param setPower called with the percentages, which may lie beyond 0 to 100; answers whether the
+/// Subtracts the output of the controller from the power, repeatedly until the drive of the cooler,
+/// which has coarser steps than the power, has moved by at least one step. With an error of up to
+/// 0.4 degrees, or an output of 0, the power is set only once.
+/// @param power percent to start from
+/// @param setPower called with the percentages, which may lie beyond 0 to 100; returns whether the
 ///        drive changed
 template <class SetPower>
 void movePower(float power, float output, float error, SetPower setPower) {
@@ -73,7 +72,7 @@ void movePower(float power, float output, float error, SetPower setPower) {
   }
   while (!(power >= 100 && output <= 0) && !(power <= 0 && output >= 0)) {
     const float next = power - output;
-    if (next == power || setPower(next)) return;  // too small an output moves nothing, ever
+    if (next == power || setPower(next)) return;  // next == power: the output is below resolution
     power = next;
   }
 }

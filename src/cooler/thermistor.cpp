@@ -9,7 +9,7 @@
 namespace orvik::cooler {
 namespace {
 
-/// A 10 kilohm NTC thermistor: its resistance at each whole degree.
+/// The resistance of the 10 kilohm NTC thermistor at each whole degree.
 constexpr std::array kKiloOhms = {
     97.6037, 92.0947, 86.9305, 82.0877, 77.5442, 73.2798, 69.2759, 65.5149, 61.9809, 58.6587,
     55.5345, 52.5954, 49.8294, 47.2253, 44.7727, 42.462,  40.2841, 38.2307, 36.294,  34.4668,
