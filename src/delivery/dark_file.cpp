@@ -21,7 +21,7 @@ constexpr std::size_t kPixelOffset = kHeaderBytes + kPaletteBytes;
 
 using Header = std::array<std::uint8_t, kPixelOffset>;
 
-// Where the numbers stand in the header.
+// Offsets of the numbers in the header.
 constexpr std::size_t kFileSizeAt = 2;
 constexpr std::size_t kPixelOffsetAt = 10;
 constexpr std::size_t kHeaderSizeAt = 14;
@@ -107,20 +107,20 @@ class Descriptor {
   int number_;
 };
 
-/// Whether `path` is free for a file: nothing there, or a regular file.
+/// Whether a file can be written to `path`: nothing is there, or a regular file.
 bool isReplaceable(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 ? S_ISREG(status.st_mode) : errno == ENOENT;
 }
 
-/// A name beside `path` that no other writer uses, neither in this process nor in another.
+/// A name in the same folder as `path` that no other writer uses, in this process or another.
 std::string temporaryName(const std::string& path) {
   static std::atomic<unsigned> count{0};
   return path + ".part-" + std::to_string(getpid()) + "-" + std::to_string(count++);
 }
 
-/// Makes the new name itself survive a power cut. Some file systems cannot; the file is complete
-/// either way.
+/// Makes the new name survive a power failure. Some file systems cannot do this; the file is
+/// complete in any case.
 void syncFolderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
@@ -151,7 +151,7 @@ DarkFileResult readDarkFile(const ReadAt& readAt, int width, int height,
 
 DarkFileResult readDarkFile(const std::string& path, int width, int height,
                             std::span<std::uint8_t> pixels) {
-  // Without O_NONBLOCK the opening of a named pipe would wait for its other end.
+  // Without O_NONBLOCK, opening a named pipe would wait for its other end.
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file.isOpen()) return DarkFileResult::kCannotOpen;
   if (!file.isRegularFile()) return DarkFileResult::kNotUsable;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-/// The file of a dark frame: a BMP of 8 bits per pixel with a grey palette, of the sensor's size.
+/// The file of a dark frame: a BMP of the size of the sensor, with 8 bits per pixel and a grey
+/// palette.
 ///
-/// The rows stand in the order of the frame, the top one first, without padding, although the
-/// header gives the height as positive: a viewer shows the picture upside down. Reading and writing
-/// agree on it. All functions may be called from any thread.
+/// The rows are in the order of the frame, the top one first, without padding, although the height
+/// in the header is positive: a viewer shows the image upside down. Reading and writing are
+/// consistent. All functions may be called from any thread.
 #pragma once
 
 #include <cstdint>
@@ -14,21 +15,21 @@
 namespace orvik {
 
 enum class DarkFileResult : int {
-  kNotUsable = 0,   ///< not an 8-bit bitmap, or cut off
+  kNotUsable = 0,   ///< not an 8-bit bitmap, truncated, or too large for the memory
   kDone = 1,        ///< read
   kCannotOpen = 6,  ///< no such file, or no permission
   kOtherSize = 7,   ///< a bitmap of another size
 };
 
-/// Reads up to as many bytes as `bytes` has from `offset` on. @return how many there were.
+/// Reads up to bytes.size() bytes from `offset` on. @return how many were read.
 using ReadAt = std::function<std::size_t(std::uint64_t offset, std::span<std::uint8_t> bytes)>;
 
 /// Reads a dark frame.
 ///
-/// Only what the pixels' place and meaning hang on is looked at: signature, size, depth,
-/// compression, offset of the pixels. Whatever the header claims, nothing larger than `pixels` is
-/// read.
-/// @param pixels width * height bytes; receives the picture, and on failure is left undefined
+/// Checks only the fields that determine the position and meaning of the pixels: signature, size,
+/// depth, compression, offset of the pixels. Never reads more than `pixels` can hold, whatever the
+/// header says.
+/// @param pixels width * height bytes; receives the image; undefined on failure
 DarkFileResult readDarkFile(const ReadAt& readAt, int width, int height,
                             std::span<std::uint8_t> pixels);
 
@@ -37,9 +38,9 @@ DarkFileResult readDarkFile(const std::string& path, int width, int height,
                             std::span<std::uint8_t> pixels);
 
 /// Writes a dark frame. The file appears under its name only when it is complete and on the disk;
-/// until then, and on failure, an older one of that name stays as it was.
+/// until then, and on failure, an older file of that name stays unchanged.
 /// @param pixels width * height bytes
-/// @return false when it could not be written, or `path` is something else than a regular file.
+/// @return false when it could not be written, or `path` exists and is not a regular file.
 bool writeDarkFile(const std::string& path, int width, int height,
                    std::span<const std::uint8_t> pixels);
 

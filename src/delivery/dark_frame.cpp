@@ -6,7 +6,7 @@
 namespace orvik {
 namespace {
 
-/// Whether each sample of a frame comes from four pixels that the sensor itself combined by colour.
+/// Whether the sensor combines four pixels of one colour into each sample of a frame.
 bool isBinnedByColour(const FrameRegion& region) {
   return region.bin == 2 && region.colourStep == 2;
 }
@@ -77,7 +77,7 @@ std::shared_ptr<const DarkFrame::Cut> DarkFrame::makeCut(const PageBuffer& plane
                                                          const FrameRegion& region) const {
   auto cut = std::make_shared<Cut>();
   cut->region = region;
-  // What the sensor combines by colour has weights of its own: there its single pixels are needed.
+  // Samples combined by colour are weighted by binDark(), which needs the single pixels.
   FrameRegion source = region;
   if (isBinnedByColour(region)) {
     source.columns *= 2;
@@ -131,7 +131,7 @@ void DarkFrame::addFrame(std::span<const std::uint8_t> frame, int columns, int r
   const auto dark = newPlane();
   if (!dark) return;
   recording->finish(dark->bytes());
-  if (!isCurrent(recording)) return;  // ended or begun anew meanwhile
+  if (!isCurrent(recording)) return;  // cancelled or restarted meanwhile
   adopt(dark);
   const std::lock_guard lock(labels_);
   if (recording_ == recording) recordingOver_ = true;

@@ -7,7 +7,7 @@
 namespace orvik {
 namespace {
 
-/// With the count known when compiled, the division becomes a multiplication of whole registers.
+/// With a compile-time count the division becomes a vectorized multiplication.
 template <int kFrames>
 void divide(const std::uint16_t* sums, std::span<std::uint8_t> mean) {
   for (std::size_t i = 0; i < mean.size(); ++i) {

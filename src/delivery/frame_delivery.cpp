@@ -20,14 +20,13 @@ namespace {
 
 constexpr int kNeutralGamma = 50;
 constexpr std::size_t kBytesPerColourPixel = 3;
-/// Below it automatic exposure is at work on a bright object, whose brightness it measures on
-/// frames as they are; there is no dark worth subtracting.
+/// With automatic exposure, the dark frame is not subtracted below this exposure: the object is
+/// bright, its brightness is measured on uncorrected frames, and the dark current is negligible.
 constexpr std::uint64_t kShortestDarkWithAutoExposureUs = 500'000;
 
 }  // namespace
 
-/// What one image is made of and how: its frame's own format, and the settings of the moment, read
-/// once.
+/// How one image is made: the format of its frame, and the present settings, read once.
 struct FrameDelivery::Job : FrameFormat {
   explicit Job(const FrameFormat& format) : FrameFormat(format) {}
 
@@ -77,7 +76,7 @@ std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
   const Turn::Holder turn(turn_, timeout);
   if (!turn) return NoFrame::kTimeout;
   if (!isUsable()) return NoFrame::kFailed;
-  if (timeout) {  // less what the turn has taken
+  if (timeout) {  // minus the time spent waiting for the turn
     const auto waited = std::chrono::steady_clock::now() - start;
     *timeout -= std::min(*timeout, std::chrono::duration_cast<std::chrono::milliseconds>(waited));
   }
@@ -200,7 +199,7 @@ void FrameDelivery::convertToLuminance(const Job& job, std::uint8_t* image) {
   }
 }
 
-/// Upside down: the last row of the frame is the first of the image.
+/// The image is upside down: the last row of the frame is its first.
 void FrameDelivery::convertToYuv(const Job& job, std::uint8_t* image) {
   const CellRowDemosaic cells = demosaicOf(job);
   for (int y = 0; y < job.height; y += 2) {

@@ -22,7 +22,7 @@
 
 namespace orvik {
 
-/// What is known of an image that was delivered.
+/// The facts about an image that was delivered.
 struct DeliveredImage {
   FrameFormat format;
   FrameFacts facts;
@@ -30,13 +30,13 @@ struct DeliveredImage {
   bool flipVertical = false;
 };
 
-/// Takes frames out of the queue and makes images of them: marks mended, dark subtracted, gamma,
-/// hot pixels mended, flip, binning, conversion and time mark, in that order. What an image looks
-/// like follows from the format that its frame carries; flips, gamma and corrections are those of
-/// the moment. One thread at a time; a second one waits its turn.
+/// Takes frames from the queue and makes images of them: replaces the marks, subtracts the dark
+/// frame, applies gamma, corrects hot pixels, flips, bins, converts and adds the time mark, in that
+/// order. The format of an image is that of its frame; flips, gamma and corrections are those at
+/// the time of delivery. One thread at a time; a second one waits its turn.
 class FrameDelivery {
  public:
-  /// What the camera puts right in each frame.
+  /// The corrections that are applied to each frame.
   struct Corrections {
     DarkFrame& dark;
     const HotPixels& hotPixels;
@@ -44,30 +44,30 @@ class FrameDelivery {
   /// Where frames come from.
   struct Source {
     FrameQueue& queue;
-    FrameBuffer memory;  ///< for the frame in work; exchanged with the queue's
+    FrameBuffer memory;  ///< for the frame being processed; exchanged with those of the queue
   };
 
   /// @param model, protocol, state, source, corrections of the camera; must outlive the delivery
   FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
                 Source source, Corrections corrections);
 
-  /// Whether there is memory to work in.
+  /// Whether there is memory for a frame.
   [[nodiscard]] bool isUsable() const { return frame_.memory != nullptr; }
 
   /// Delivers the oldest frame as an image.
-  /// @param image receives the image, if it fits whole; a frame whose image does not fit stays
-  ///        where it is
-  /// @param timeout longest wait for a frame; none waits as long as a capture runs
-  /// @return why there is no image, and `image` is as it was; none when there is.
+  /// @param image receives the image; a frame whose image does not fit stays in the queue
+  /// @param timeout longest wait for a frame; without a value it waits as long as a capture runs
+  /// @return why there is no image, and `image` is unchanged; nothing when there is one.
   std::optional<NoFrame> deliver(std::span<std::uint8_t> image, FrameQueue::Timeout timeout);
 
-  /// Of the last image; none before the first.
+  /// The facts about the last image; nothing before the first.
   [[nodiscard]] std::optional<DeliveredImage> lastImage() const;
 
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
 
-  /// Calls `use(frame)` with the memory of the frame last taken, unless a delivery is under way.
+  /// Calls `use(frame)` with the memory of the frame that was taken last, unless a delivery is
+  /// running.
   template <class Use>
   void useFrame(Use use) {
     const Turn::Holder turn(turn_, std::chrono::milliseconds(0));
@@ -102,10 +102,10 @@ class FrameDelivery {
   FrameQueue& queue_;
   const Corrections corrections_;
   Turn turn_;
-  Frame frame_;                           ///< the frame in work
-  std::vector<std::uint8_t> colourRows_;  ///< a row of cells on the way to another type
+  Frame frame_;                           ///< the frame being processed
+  std::vector<std::uint8_t> colourRows_;  ///< a row of cells as an intermediate result
   std::mutex gammaMutex_;
-  std::shared_ptr<const GammaTables> gamma_;  ///< null: linear, nothing to do
+  std::shared_ptr<const GammaTables> gamma_;  ///< null if linear
   mutable std::mutex lastMutex_;
   std::optional<DeliveredImage> last_;
 };

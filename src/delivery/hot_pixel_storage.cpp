@@ -23,7 +23,7 @@ bool eraseSectors(FlashPort& port, std::size_t bytes) {
   return true;
 }
 
-/// Writing the same bytes once more does no harm: their bits are cleared already.
+/// Writing the same bytes again is harmless: their bits are cleared already.
 bool writeVerified(FlashPort& port, std::size_t offset, std::span<const std::uint8_t> piece) {
   std::vector<std::uint8_t> back(piece.size());
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -56,7 +56,7 @@ HotPixelSaving saveHotPixels(FlashPort& port, std::span<const std::uint8_t> tabl
   const auto writePiece = [&](std::size_t at) {
     return writeVerified(port, at, all.subspan(at, std::min(kPieceBytes, all.size() - at)));
   };
-  // The header is written last, so that a reader does not take an incomplete table for one.
+  // The header is written last, so that no reader accepts an incomplete table.
   for (std::size_t at = kPieceBytes; at < all.size(); at += kPieceBytes) {
     if (!writePiece(at)) return HotPixelSaving::kFailed;
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-/// The table of hot pixels in the camera's flash: it travels with the sensor that it describes.
+/// The table of hot pixels in the flash of the camera, where it stays with its sensor.
 #pragma once
 
 #include <cstdint>
@@ -13,28 +13,27 @@ namespace orvik {
 
 /// How saving a table ended.
 enum class HotPixelSaving : std::uint8_t {
-  kDone,    ///< all of it was written and read back the same, and the table comes back from that
-  kNoRoom,  ///< no stored form has room for its pixels; the flash is as it was
-  kFailed,  ///< a request failed, or something else was read back
+  kDone,    ///< the table was written and verified
+  kNoRoom,  ///< the table has too many pixels for the stored form; the flash is unchanged
+  kFailed,  ///< a request failed, or the data read back differ
 };
 
-/// Brings the table into its stored form, erases the sectors that this needs, writes and verifies
-/// it.
+/// Converts the table to its stored form, erases the sectors that it needs, writes and verifies it.
 ///
-/// Nothing is erased before the bus is the flash's. The bus is with the pixel stream again in the
-/// end, whatever happens. A save that breaks off later leaves no table, and can be repeated.
+/// Nothing is erased before the flash has the bus. In the end the pixel stream always has the bus
+/// again. If a save fails after erasing, there is no table in the flash; the save can be repeated.
 /// @par Thread: any, one at a time, not during capture. Takes seconds.
 HotPixelSaving saveHotPixels(FlashPort& port, std::span<const std::uint8_t> table);
 
-/// What could be read of a stored table.
+/// The part of a stored table that could be read.
 struct LoadedHotPixels {
-  std::optional<HotPixelTable> table;  ///< none: nothing usable is stored
-  bool isComplete = false;             ///< false: pages at the end could not be read
+  std::optional<HotPixelTable> table;  ///< empty if nothing usable is stored
+  bool isComplete = false;             ///< false if pages at the end could not be read
 };
 
-/// Reads a table. Nothing that is stored there can do harm.
-/// @param tableBytes of the sensor's table
-/// @par Thread: as for saveHotPixels(). One request when no table is stored.
+/// Reads a table. Any contents of the flash are handled safely.
+/// @param tableBytes size of the table of this sensor
+/// @par Thread: as for saveHotPixels(). Takes one request when no table is stored.
 LoadedHotPixels loadHotPixels(FlashPort& port, std::size_t tableBytes);
 
 }  // namespace orvik

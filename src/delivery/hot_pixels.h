@@ -18,17 +18,17 @@
 namespace orvik {
 
 /// The hot pixels of a camera: the table of the whole sensor, and its cut, the sites of the present
-/// region, which are mended in every frame while the correction is switched on.
+/// region, which are corrected in every frame while the correction is switched on.
 ///
-/// Threads: correct() for the thread that delivers, everything else for any thread; save() and
-/// load() not during capture, whose stream they would break.
+/// Threads: correct() for the delivering thread, everything else for any thread; save() and load()
+/// not during capture, because they would interrupt the stream.
 class HotPixels {
  public:
   /// @param width, height of the sensor, pixels
   HotPixels(int width, int height);
 
-  /// Makes the table from a dark frame of the whole sensor; see deriveHotPixels(). What was marked
-  /// by hand stays so.
+  /// Makes the table from a dark frame of the whole sensor; see deriveHotPixels(). Marks made by
+  /// hand are kept.
   void derive(std::span<const std::uint8_t> dark);
   /// Marks one pixel by hand, as hot or as good.
   /// @param x, y sensor pixels
@@ -40,31 +40,30 @@ class HotPixels {
 
   /// Saves the table in the flash; see saveHotPixels(). Without a table it fails.
   HotPixelSaving save(FlashPort& port) const;
-  /// Takes over the table stored in the flash; see loadHotPixels(). What could be read of one that
-  /// is damaged is used all the same.
-  /// @return whether it was read whole.
+  /// Loads the table stored in the flash; see loadHotPixels(). Of a damaged table, the readable
+  /// part is used.
+  /// @return whether it was read completely.
   bool load(FlashPort& port);
 
   /// Switches the correction on or off.
   void use(bool on);
-  /// The same, but not on without a table. @return whether it was done.
+  /// The same, but refuses to switch on without a table. @return whether it was done.
   bool useTable(bool on) {
     if (on && !hasTable()) return false;
     use(on);
     return true;
   }
   [[nodiscard]] bool isSwitchedOn() const { return on_; }
-  /// Follows the camera to another region. The table is cut now if the correction is on, else when
-  /// it is switched on.
+  /// Adapts to another region. The cut is made now if the correction is on, else when it is
+  /// switched on.
   void follow(const FrameRegion& region);
 
-  /// Mends the frame's hot samples, if the correction is on.
-  /// @param region that the frame shows; for another one than the present a cut is made for this
-  ///        frame alone
+  /// Corrects the hot samples of a frame, if the correction is on.
+  /// @param region of the frame; if it is not the present one, a cut is made for this frame only
   void correct(std::span<std::uint8_t> frame, const FrameRegion& region) const;
   void correct(std::span<std::uint16_t> frame, const FrameRegion& region) const;
 
-  /// Hot pixels of the whole sensor, and hot samples of the cut.
+  /// The number of hot pixels of the whole sensor, and of hot samples in the cut.
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] std::size_t countInRegion() const;
 

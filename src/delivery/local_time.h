@@ -7,7 +7,7 @@
 
 namespace orvik {
 
-/// The present local time; none where the system does not know it. Any thread.
+/// The present local time; nothing if the system does not know it. Any thread.
 std::optional<TimeOfDay> localTimeOfDay();
 
 }  // namespace orvik
