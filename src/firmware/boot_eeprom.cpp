@@ -13,7 +13,7 @@ namespace orvik::firmware {
 namespace {
 
 constexpr VendorRequest kBridgeMemory = VendorRequest::kBridgeMemory;
-/// What the helper calls a block; the camera's own firmware means something else by this number.
+/// The helper's request for a block. In the camera's own firmware this number means something else.
 constexpr VendorRequest kHelperBlock = VendorRequest::kHelperBlock;
 constexpr std::size_t kBlockBytes = 4096;
 constexpr int kRounds = 3;
@@ -72,7 +72,7 @@ FX3_FWDWNLOAD_ERROR_CODE writeI2cImage(VendorLink& link, std::span<const std::ui
 }
 
 bool writeThroughHelper(VendorLink& link, std::span<const std::uint8_t> image) {
-  // Without the helper the camera's firmware would take the blocks for something else.
+  // Without the helper, the camera's firmware would misinterpret the blocks.
   return startHelper(link) && writeBlocks(link, image);
 }
 

@@ -12,7 +12,7 @@ constexpr VendorRequest kBridgeMemory = VendorRequest::kBridgeMemory;
 constexpr std::uint16_t kProcessorControl = 0xE600;
 constexpr std::size_t kMaxTransferBytes = 0xFFFF;
 constexpr int kAttempts = 3;
-/// A device that leaves the bus is reported as gone some time after its last answer.
+/// How long after its last answer a device that leaves the bus is reported as gone.
 constexpr auto kLeaveTime = std::chrono::milliseconds(100);
 
 std::uint16_t lowHalf(std::uint32_t address) { return static_cast<std::uint16_t>(address); }
@@ -72,7 +72,7 @@ FX3_FWDWNLOAD_ERROR_CODE startProgram(const VendorLink& link, seam::Clock& clock
 bool writeMemory(VendorLink& link, std::uint32_t address, std::span<const std::uint8_t> data,
                  VendorRequest request) {
   if (data.size() > kMaxTransferBytes) return false;
-  // The link sends from memory that it may write to; what is sent here is somebody else's.
+  // The link needs a mutable buffer; the data belong to the caller.
   std::vector<std::uint8_t> copy(data.begin(), data.end());
   return link.send(request, lowHalf(address), highHalf(address), copy);
 }
@@ -127,7 +127,7 @@ void runRecords(VendorLink& link, const std::vector<Record>& records) {
 FX3_FWDWNLOAD_ERROR_CODE startRecords(VendorLink& link, seam::Clock& clock,
                                       const std::vector<Record>& records) {
   if (!untilDone([&] { return holdProcessor(link, true); })) {
-    holdProcessor(link, false);  // where only the answers were lost
+    holdProcessor(link, false);  // in case only the answers were lost
     return FWDWNLOAD_FAILED;
   }
   for (const Record& record : records) {

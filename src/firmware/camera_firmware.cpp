@@ -11,7 +11,7 @@ FX3_FWDWNLOAD_ERROR_CODE loadFirmware(Camera& camera, std::span<const std::uint8
   const auto permit = camera.beginMemoryWork();
   if (!permit || !camera.isOpen()) return FWDWNLOAD_FAILED;
   VendorLink& link = camera.link();
-  const auto lock = link.lockFlash();  // a program that starts would break off work on the flash
+  const auto lock = link.lockFlash();  // starting a program would interrupt work on the flash
   if (camera.model().usb3) {
     Image program;
     const FX3_FWDWNLOAD_ERROR_CODE checked = parseImage(file, program);

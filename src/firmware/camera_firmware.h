@@ -8,14 +8,14 @@
 #include "orvik/class_types.h"
 #include "orvik/orvik.h"
 
-/// Firmware and user's mark of a whole camera. Each fails during capture, which does not start
-/// meanwhile; see Camera::beginMemoryWork().
+/// Firmware and user ID of a camera. Each function fails during capture, and no capture starts
+/// while it runs; see Camera::beginMemoryWork().
 namespace orvik::firmware {
 
-/// Loads a firmware file of the format of the model's bridge, verifies and starts it. The file is
-/// read to its end before any of it is sent.
-/// @return FWDWNLOAD_SUCCESS only when the program has been started, or has taken the camera off
-///         the bus. After a failure a USB 2 bridge may be held.
+/// Loads a firmware file in the format of the bridge of this model, verifies and starts it. The
+/// whole file is checked before any of it is sent.
+/// @return FWDWNLOAD_SUCCESS only when the program has been started, or the camera has left the
+///         bus. After a failure the processor of a USB 2 bridge may be held.
 FX3_FWDWNLOAD_ERROR_CODE loadFirmware(Camera& camera, std::span<const std::uint8_t> file);
 
 /// readId() and writeId(), through the camera's flash.

@@ -4,8 +4,8 @@
 #include "link/flash_port.h"
 #include "orvik/orvik.h"
 
-/// The user's mark of a camera, in a page of the SPI flash: the bytes "ID", then the 32 of the
-/// mark, then zeros. Its sector holds nothing else.
+/// The ID that a user gives a camera, in a page of the SPI flash: the bytes "ID", then the 32 bytes
+/// of the ID, then zeros. Its sector holds nothing else.
 namespace orvik::firmware {
 
 /// @param[out] id changed on success only

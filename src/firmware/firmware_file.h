@@ -8,8 +8,8 @@
 namespace orvik::firmware {
 
 /// Reads a firmware file. Any thread.
-/// @return none when there is no such file, it is empty, larger than any camera's memory, or not a
-///         regular file.
+/// @return nothing when the file cannot be read, is empty, larger than the memory of any camera, or
+///         not a regular file.
 std::optional<std::vector<std::uint8_t>> readFirmwareFile(const char* path);
 
 }  // namespace orvik::firmware

@@ -45,7 +45,7 @@ FX3_FWDWNLOAD_ERROR_CODE parseImage(std::span<const std::uint8_t> bytes, Image& 
     sections.push_back({address, rest.first(static_cast<std::size_t>(length))});
     rest = rest.subspan(static_cast<std::size_t>(length));
   }
-  return FWDWNLOAD_SECTION_OVERRUN;  // no end
+  return FWDWNLOAD_SECTION_OVERRUN;  // the end is missing
 }
 
 std::optional<std::uint32_t> eepromBytesOf(std::span<const std::uint8_t> bytes) {

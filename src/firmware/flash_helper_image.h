@@ -11,10 +11,10 @@ namespace orvik::firmware {
 inline constexpr std::size_t kHelperFirstBytes = 2048;
 inline constexpr std::size_t kHelperSecondBytes = 1427;
 
-/// The program that lets the USB 2 bridge reach its boot EEPROM.
+/// The helper program with which the USB 2 bridge accesses its boot EEPROM.
 ///
 /// Provisional, here and nowhere else: a marked development image, which the virtual camera knows.
-/// A real bridge needs the maker's program of the same length in its place.
+/// A real bridge needs the maker's program, of the same length, instead.
 inline constexpr auto kFlashHelper = [] {
   constexpr std::string_view kMark = "ORVIK-FLASH-HELP";
   std::array<std::uint8_t, kHelperFirstBytes + kHelperSecondBytes> image{};

@@ -30,7 +30,7 @@ bool untilDone(Request request) {
   return false;
 }
 
-/// The part with the signature, which is written last.
+/// The part that contains the signature and is written last.
 Bytes beginningOf(Bytes image) { return image.first(std::min(kPieceBytes, image.size())); }
 
 bool eraseFor(FlashPort& port, Bytes image, const FlashProgress& progress) {
@@ -65,7 +65,7 @@ bool writeBeginning(FlashPort& port, Bytes image, const FlashProgress& progress)
   return true;
 }
 
-/// Compares what follows the beginning. @param[out] same changed on success only
+/// Compares the part after the beginning. @param[out] same changed on success only
 bool compareAllButBeginning(FlashPort& port, Bytes image, bool& same) {
   const Bytes rest = image.subspan(beginningOf(image).size());
   std::vector<std::uint8_t> back(rest.size());
