@@ -6,14 +6,14 @@
 #include "link/vendor_link.h"
 #include "state/fpga_version.h"
 
-/// What a camera tells about itself.
+/// Versions and port speed as reported by the camera.
 namespace orvik {
 
-/// The firmware's version. @param version 1 when the camera's answer is not a version
+/// Reads the version of the firmware. @param version 1 when the answer is not a version
 /// @return whether the camera answered.
 bool readFirmwareVersion(VendorLink& link, std::uint8_t& version);
 
-/// The FPGA's version. @param version with zeros where the camera did not answer
+/// Reads the version of the FPGA. @param version parts that the camera did not answer are 0
 /// @return whether the camera answered the last of the three requests.
 bool readFpgaVersion(VendorLink& link, FpgaVersion& version);
 

@@ -25,7 +25,7 @@ struct AllLinks {
 };
 
 AllLinks& allLinks() {
-  // Never destroyed: the last camera may end after every static object.
+  // Never destroyed: the last camera may be destroyed after all static objects.
   static auto* const all = new AllLinks;
   return *all;
 }
@@ -34,7 +34,7 @@ void leaveAllSafe() {
   const auto deadline = std::chrono::steady_clock::now() + kLeaveTime;
   AllLinks& all = allLinks();
   const std::lock_guard lock(all.mutex);
-  // A camera that does not answer loses its turn, not that of the others.
+  // In rounds, so that a camera that does not answer delays the others only once per round.
   for (int round = 0; round < kRounds; ++round) {
     for (VendorLink* link : all.links) link->settleBy(deadline);
   }

@@ -5,10 +5,10 @@ namespace orvik {
 
 class VendorLink;
 
-/// While it lives, the end of the program leaves the camera behind `link` safe: it is sent what it
-/// is owed, while threads, cameras and the USB host still live. That takes 3 s and one request at
-/// most, for all cameras together, whatever other threads are inside of. A process that was forked
-/// off does not own the cameras and leaves them alone; one that is killed cannot do anything, which
+/// While it exists, the exit of the program leaves the camera behind `link` safe: outstanding safe
+/// requests are sent while threads, cameras and the USB host still exist. That takes at most 3 s
+/// plus one request, for all cameras together, whatever other threads are doing. A forked process
+/// does not own the cameras and leaves them alone. A process that is killed can do nothing, which
 /// is why opening a camera makes it safe as well.
 class ExitGuard {
  public:
@@ -18,8 +18,8 @@ class ExitGuard {
   ExitGuard(const ExitGuard&) = delete;
   ExitGuard& operator=(const ExitGuard&) = delete;
 
-  /// To be called once the USB host is there, which then lives until the guards have done their
-  /// work: handlers run in the reverse order of their registration.
+  /// Must be called after the USB host has been made. Exit handlers run in the reverse order of
+  /// their registration, so the host then exists until the guards have done their work.
   static void arm();
 
  private:

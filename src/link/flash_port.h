@@ -7,21 +7,21 @@
 
 namespace orvik {
 
-/// The camera's serial flash: pages of 256 bytes in sectors of 64 KiB. Erasing sets a sector's
-/// bits, writing can only clear bits.
+/// The serial flash of a camera: pages of 256 bytes in sectors of 64 KiB. Erasing sets the bits of
+/// a sector, writing can only clear bits.
 ///
 /// The flash shares its bus with the pixel stream: while the stream has it, sectors can be erased
-/// and pages cannot be written. Whoever uses the flash takes the bus first and gives it back in the
-/// end (see FlashSession). Each operation is false when the camera refused or did not answer.
+/// but pages cannot be written. A user of the flash takes the bus first and gives it back in the
+/// end (see FlashSession). Each operation returns false when the camera refused or did not answer.
 class FlashPort {
  public:
   static constexpr std::uint32_t kPageBytes = 256;
   static constexpr std::uint32_t kSectorBytes = 0x10000;
-  /// What one request moves, as far as this library chooses it.
+  /// The size of the requests that this library makes.
   static constexpr std::uint32_t kPieceBytes = 2048;
   /// Pages have 16-bit numbers.
   static constexpr std::uint32_t kMaxBytes = 0x10000 * kPageBytes;
-  /// How often users of the flash try a request that failed before they give up.
+  /// How often users of the flash try a request before they give up.
   static constexpr int kAttempts = 3;
 
   FlashPort() = default;
@@ -29,12 +29,12 @@ class FlashPort {
   FlashPort& operator=(const FlashPort&) = delete;
   virtual ~FlashPort() = default;
 
-  /// The right to use the flash; one thread has it at a time. Waits for it.
+  /// Waits for the right to use the flash, which one thread has at a time.
   [[nodiscard]] virtual std::unique_lock<std::mutex> lock() = 0;
   /// Takes the bus for the flash. @return whether the camera acknowledged it; nothing may be erased
   ///         otherwise.
   virtual bool takeBus() = 0;
-  /// Gives the bus back to the pixel stream, also where it is not known who has it.
+  /// Gives the bus back to the pixel stream, also if it is unknown which side has it.
   virtual void giveBusBack() = 0;
   /// @param address of a page; @param bytes one page or several, or a part of the last one; at most
   ///        65535 bytes
@@ -45,8 +45,8 @@ class FlashPort {
   virtual bool eraseSector(std::uint32_t sector) = 0;
 };
 
-/// For the life of this object the flash belongs to this thread, and the bus to the flash if the
-/// camera has acknowledged that. Where it has not, the flash is to be left alone.
+/// While it exists, this thread has the right to use the flash, and the flash has the bus if the
+/// camera has acknowledged that. If hasBus() is false, the flash must not be used.
 class FlashSession {
  public:
   explicit FlashSession(FlashPort& port)

@@ -32,7 +32,7 @@ bool GuideLines::pulse(std::size_t line, seam::Clock& clock, seam::Clock::Durati
     std::unique_lock lock(mutex_);
     clock.waitUntil(lock, ended_, clock.now() + length, [&] { return !pulsing_.at(line); });
   }
-  const bool off = switchOff(line);  // also where the answer to the first request was lost
+  const bool off = switchOff(line);  // also after a failure: only the answer may have been lost
   return on && off;
 }
 

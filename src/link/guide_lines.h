@@ -12,26 +12,26 @@
 namespace orvik {
 
 /// The four lines of a camera's guide port. A line that is on moves the telescope until it is
-/// switched off; so a request to switch one off is a safe request, which the link remembers until
-/// the camera has taken it. Any thread.
+/// switched off; so switching off is a safe request, which the link repeats until the camera has
+/// acknowledged it. Any thread.
 class GuideLines {
  public:
   static constexpr std::size_t kCount = 4;
 
   explicit GuideLines(VendorLink& link) : link_(link) {}
 
-  /// @return whether the camera took the request; false for a line that does not exist.
+  /// @return whether the camera acknowledged the request; false for a line that does not exist.
   bool switchOn(std::size_t line);
   bool switchOff(std::size_t line);
 
-  /// Switches a line on for so long, and keeps the calling thread until it is off again. Whoever
-  /// switches the line off meanwhile ends the pulse.
+  /// Switches a line on for the given time, and returns when it is off again. Switching the line
+  /// off from another thread ends the pulse.
   /// @param clock that measures the length
-  /// @return whether the camera took both requests.
+  /// @return whether the camera acknowledged both requests.
   bool pulse(std::size_t line, seam::Clock& clock, seam::Clock::Duration length);
 
-  /// Switches off whatever may be on and ends all pulses. To be called after
-  /// VendorLink::beginClosing(), so that no line goes on again.
+  /// Switches off all lines that may be on, and ends all pulses. Must be called after
+  /// VendorLink::beginClosing(), so that no line is switched on again.
   void letGo();
 
  private:
@@ -40,7 +40,7 @@ class GuideLines {
   VendorLink& link_;
   std::mutex mutex_;
   std::condition_variable ended_;
-  std::array<bool, kCount> pulsing_{};  ///< a pulse that nobody has ended yet
+  std::array<bool, kCount> pulsing_{};  ///< a pulse that has not been ended yet
 };
 
 }  // namespace orvik

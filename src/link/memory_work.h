@@ -7,14 +7,14 @@
 
 namespace orvik {
 
-/// Counts the threads that work on a camera's memories: its flash, its boot memory, the RAM of its
-/// bridge. An interrupted write can leave the camera unusable, so capture is refused while any of
-/// them holds a permit, and closing waits until none does. Any thread.
+/// Counts the threads that work on the memories of a camera: its flash, its boot memory, the RAM of
+/// its bridge. An interrupted write can leave the camera unusable, so capture is refused while any
+/// thread holds a permit, and closing waits until none does. Any thread.
 ///
 /// Several threads may hold permits at a time; those that use the flash take its lock in turn.
 class MemoryWork {
  public:
-  /// Permission to work, held for the life of this object. An empty one is a refusal.
+  /// Permission to work while this object exists. An empty permit is a refusal.
   class Permit {
    public:
     Permit() = default;
@@ -46,8 +46,8 @@ class MemoryWork {
     return permits_ > 0;
   }
 
-  /// Refuses further permits and waits for the end of those that are held. Ends by the deadline of
-  /// the operations that hold them.
+  /// Refuses further permits and waits until none is held. The operations that hold permits end by
+  /// their own timeouts.
   void close() {
     std::unique_lock lock(mutex_);
     closing_ = true;

@@ -10,9 +10,9 @@
 
 namespace orvik {
 
-/// The requests that leave a camera safe. A camera that misses one of them keeps moving the
-/// telescope, cooling, streaming, or denying its flash's bus to the pixels, until somebody sends it
-/// again. In the order in which they are sent where several are owed.
+/// The requests that leave a camera safe. A camera that misses one of them goes on moving the
+/// telescope, cooling or streaming, or keeps the bus with the flash, until the request is sent
+/// again. If several are outstanding, they are sent in this order.
 enum class SafeRequest : std::uint8_t {
   kGuideOff0,
   kGuideOff1,
@@ -26,40 +26,42 @@ enum class SafeRequest : std::uint8_t {
 /// Switches off one guide line, 0 to 3.
 constexpr SafeRequest guideOff(std::size_t line) { return static_cast<SafeRequest>(line); }
 
-/// Which of the safe requests a camera is still owed. VendorLink keeps one of these, tells it of
-/// every request, and sends what is due. Only an acknowledgement settles a request.
+/// Records which of the safe requests are outstanding. VendorLink has one of these objects, reports
+/// every request to it, and sends the requests that are due. Only an acknowledgement settles a
+/// request.
 ///
 /// Callers that switch something back use VendorLink::sendSafe(), for example
 ///
 ///     link.sendSafe(SafeRequest::kBusToStream);  // the flash session is over
 ///
-/// and need not remember a failure: the request stays due, and is sent again after the next request
-/// that gets through, and when the camera is closed.
+/// and need not handle a failure: the request stays due, and is sent again after the next request
+/// that succeeds, and when the camera is closed.
 ///
 /// For one thread at a time.
 class SafeRequests {
  public:
   static constexpr std::size_t kCount = 7;
 
-  /// A request as it goes over the wire, without data.
+  /// A request as sent to the camera, without data.
   struct Words {
     VendorRequest request;
     std::uint16_t value;
   };
   static Words wordsOf(SafeRequest request);
-  /// Which safe request this is, if it is one.
+  /// The safe request that this one is, if any.
   static std::optional<SafeRequest> settledBy(VendorRequest request, std::uint16_t value);
-  /// Which safe request a camera is owed from the moment at which this one is sent.
+  /// The safe request that becomes outstanding when this one is sent, if any.
   static std::optional<SafeRequest> endangeredBy(VendorRequest request, std::uint16_t value);
 
-  /// The contrary of `request` is about to be sent on purpose: it is owed in the end, not now.
+  /// The opposite of `request` is about to be sent on purpose: `request` is needed in the end, not
+  /// now.
   void endanger(SafeRequest request) { at(request).state = State::kOwed; }
-  /// `request` is wanted now.
+  /// `request` is due now.
   void demand(SafeRequest request) { at(request).state = State::kDue; }
-  /// Everything that is owed is wanted now.
+  /// All outstanding requests are due now.
   void demandAllOwed();
-  /// Nothing is known of the camera: everything is wanted.
-  /// @param hasCooler whether it knows the request for one
+  /// Nothing is known about the camera: all requests are due.
+  /// @param hasCooler whether it supports the request for the cooler
   void demandAll(bool hasCooler);
   /// The camera has acknowledged `request`.
   void settle(SafeRequest request) { at(request).state = State::kSettled; }
@@ -69,7 +71,7 @@ class SafeRequests {
   }
   [[nodiscard]] bool isDue(SafeRequest request) const { return at(request).state == State::kDue; }
 
-  /// The first request that is due, counted from `from` on and round to it again.
+  /// The first request that is due, starting at `from` and wrapping around.
   [[nodiscard]] std::optional<SafeRequest> nextDue(SafeRequest from) const;
   static SafeRequest after(SafeRequest request);
 
@@ -81,8 +83,8 @@ class SafeRequests {
  private:
   enum class State : std::uint8_t {
     kSettled,
-    kOwed,  ///< when the camera is let go of
-    kDue,   ///< as soon as possible
+    kOwed,  ///< to be sent when the camera is closed
+    kDue,   ///< to be sent as soon as possible
   };
   struct Entry {
     State state = State::kSettled;

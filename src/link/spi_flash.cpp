@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// No flash of this size takes more than a few seconds for a sector.
+// A flash of this size needs at most a few seconds for a sector.
 constexpr auto kEraseLimit = 30s;
 constexpr auto kPollInterval = 1ms;
 constexpr std::size_t kMaxTransferBytes = 0xFFFF;
@@ -37,7 +37,7 @@ bool SpiFlash::read(std::uint32_t address, std::span<std::uint8_t> bytes) {
 
 bool SpiFlash::write(std::uint32_t address, std::span<const std::uint8_t> bytes) {
   if (bytes.size() > kMaxTransferBytes) return false;
-  // The link sends from memory that it may write to; what is written here is somebody else's.
+  // The link needs a mutable buffer; the data belong to the caller.
   std::vector<std::uint8_t> data(bytes.begin(), bytes.end());
   return link_.send(requests_.write, 0, pageOf(address), data);
 }
@@ -49,7 +49,7 @@ bool SpiFlash::eraseSector(std::uint32_t sector) {
   const auto end = clock_.now() + kEraseLimit;
   for (int attempt = 1; !link_.send(requests_.sector, kErase, index); ++attempt) {
     if (attempt >= requests_.eraseAttempts) return false;
-    // Where only the answer was lost, the flash is erasing and would refuse the next command.
+    // If only the answer was lost, the flash is erasing and would refuse the next command.
     if (!waitUntilErased(index, end)) return false;
   }
   return waitUntilErased(index, end);

@@ -7,19 +7,19 @@
 
 namespace orvik {
 
-/// The vendor requests that reach the flash. Programs of the class interface may name others.
+/// The vendor requests for the flash. Programs that use the class interface may specify others.
 struct FlashRequests {
   VendorRequest read = VendorRequest::kReadFlash;
   VendorRequest write = VendorRequest::kWriteFlash;
   VendorRequest sector = VendorRequest::kFlashSector;  ///< erase and poll
-  /// Tries of the erase command, and of a poll, before erasing has failed.
+  /// Attempts at the erase command, and failed polls, before erasing counts as failed.
   int eraseAttempts = FlashPort::kAttempts;
 };
 
-/// The flash of a camera, through vendor requests: the only way to it. Reading and writing take one
-/// request each. Taking and giving back the bus, the erase command and each poll of its status are
-/// tried up to three times. Erasing ends within 30 s whatever the flash says. A closed camera fails
-/// at once.
+/// The flash of a camera, accessed by vendor requests. Reading and writing take one request each.
+/// Taking and giving back the bus, the erase command and each poll of its status are tried up to
+/// three times. Erasing ends within 30 s, whatever status the flash reports. On a closed camera all
+/// operations fail at once.
 class SpiFlash final : public FlashPort {
  public:
   /// @param link, clock must outlive the port

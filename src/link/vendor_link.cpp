@@ -19,9 +19,10 @@ constexpr std::uint8_t kRecipientDevice = 0;
 constexpr std::uint8_t kVendorType = 2;
 
 constexpr int kSafeTries = 3;
-/// How long after its first try a safe request may be tried again.
+/// How long after the first attempt a safe request may be repeated.
 constexpr auto kSafeTime = 1s;
-/// After a repetition that failed. A request that the camera never takes must not slow every other.
+/// The pause after a failed repetition. A request that the camera never acknowledges must not slow
+/// down all others.
 constexpr auto kRepeatPause = 1s;
 constexpr auto kClosingTime = 2s;
 
@@ -46,7 +47,7 @@ bool VendorLink::transfer(bool read, VendorRequest request, std::uint16_t value,
                           std::uint16_t index, std::span<std::uint8_t> data) {
   if (!open_ || leaving_) return false;
   const std::lock_guard lock(deviceLock_);
-  if (!open_ || leaving_) return false;  // since this one began to wait for its turn
+  if (!open_ || leaving_) return false;  // may have changed while waiting for the lock
   const bool plain = !read && index == 0 && data.empty();
   const auto settled = plain ? SafeRequests::settledBy(request, value) : std::nullopt;
   const auto endangered = plain ? SafeRequests::endangeredBy(request, value) : std::nullopt;
@@ -56,7 +57,7 @@ bool VendorLink::transfer(bool read, VendorRequest request, std::uint16_t value,
     done = trySafe(*settled);
   } else {
     if (isSilent() || (endangered && closing_)) return false;
-    if (endangered) safe_.endanger(*endangered);  // though the answer be lost
+    if (endangered) safe_.endanger(*endangered);  // before sending: the answer may be lost
     done = exchange(read, request, value, index, data);
   }
   if (done) repeatDue();
@@ -93,7 +94,7 @@ void VendorLink::repeatDue() {
   while (const auto due = safe_.nextDue(repeatFrom_)) {
     if (trySafe(*due)) continue;
     repeatAgain_ = Clock::now() + kRepeatPause;
-    repeatFrom_ = SafeRequests::after(*due);  // the others have their turn before this one again
+    repeatFrom_ = SafeRequests::after(*due);  // the other requests are sent before this one again
     return;
   }
 }
@@ -119,7 +120,7 @@ bool VendorLink::sendSafe(SafeRequest request) {
       if (tries == 1) {
         safe_.demand(request);
       } else if (!safe_.isDue(request)) {
-        return safe_.isSettled(request);  // another thread has sent it, or the contrary
+        return safe_.isSettled(request);  // another thread has sent it, or its opposite
       }
       if (trySafe(request)) {
         repeatDue();

@@ -5,7 +5,7 @@
 
 namespace orvik {
 
-/// The vendor requests that cameras know.
+/// The vendor requests of the cameras.
 enum class VendorRequest : std::uint8_t {
   kBridgeMemory = 0xA0,
   kSensorClock24MHz = 0xA3,
@@ -13,7 +13,7 @@ enum class VendorRequest : std::uint8_t {
   kWriteSensorWord = 0xA6,
   kReadSensorWord = 0xA7,
   kStartStreaming = 0xA9,
-  kHelperBlock = 0xA9,  ///< to the program that reaches the USB 2 bridge's boot EEPROM
+  kHelperBlock = 0xA9,  ///< to the helper program for the boot EEPROM of the USB 2 bridge
   kStopStreaming = 0xAA,
   kOutput8Bits = 0xAB,
   kOutput16Bits = 0xAC,
