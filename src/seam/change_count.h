@@ -10,13 +10,13 @@
 
 namespace orvik::seam {
 
-/// Counts how often devices have come or gone on a bus, and wakes whoever waits for the next time.
-/// Any thread.
+/// Counts how often devices have been plugged or unplugged on a bus, and wakes threads that wait
+/// for a change. Any thread.
 class ChangeCount {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// @return the count; it only ever grows.
+  /// @return the count, which never decreases.
   [[nodiscard]] std::uint64_t now() const {
     const std::lock_guard lock(mutex_);
     return countAt(Clock::now());
@@ -28,18 +28,18 @@ class ChangeCount {
     changed_.notify_all();
   }
 
-  /// Announces a change that will happen at `time`, such as a device that comes back by then.
+  /// Announces a change that will happen at `time`, such as a device that comes back.
   void addAt(Clock::time_point time) {
     const std::lock_guard lock(mutex_);
     announced_.push_back(time);
     changed_.notify_all();
   }
 
-  /// Waits at most `limit` until the count is no longer `seen`.
-  /// @return whether it is another one now.
-  bool waitForOther(std::uint64_t seen, std::chrono::milliseconds limit) {
+  /// Waits until the count differs from `seen`, at most `timeout`.
+  /// @return whether it differs.
+  bool waitForOther(std::uint64_t seen, std::chrono::milliseconds timeout) {
     std::unique_lock lock(mutex_);
-    const auto deadline = Clock::now() + limit;
+    const auto deadline = Clock::now() + timeout;
     for (;;) {
       const auto now = Clock::now();
       if (countAt(now) != seen) return true;

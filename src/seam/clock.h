@@ -9,9 +9,8 @@
 
 namespace orvik::seam {
 
-/// Time as the library and the virtual cameras see it. Injected, so that a test need not live
-/// through a long exposure. Time-outs of USB transfers are not measured with it: they belong to the
-/// host.
+/// The time of the library and the virtual cameras. Injected, so that a test need not wait for a
+/// long exposure. Timeouts of USB transfers are not measured with it: they belong to the host.
 class Clock {
  public:
   using Duration = std::chrono::nanoseconds;
@@ -21,20 +20,20 @@ class Clock {
   Clock& operator=(const Clock&) = delete;
   virtual ~Clock() = default;
 
-  /// Time since some fixed moment; never goes back.
+  /// Time since a fixed moment; monotonic.
   [[nodiscard]] virtual Duration now() const = 0;
 
-  /// Waits on `condition` until `ready()` holds or `deadline` has come on this clock.
+  /// Waits on `condition` until `ready()` returns true or this clock reaches `deadline`.
   /// @param lock held by the caller; `ready` is only called while it is held
-  /// @return what `ready()` said last.
+  /// @return the last result of `ready()`.
   virtual bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
                          Duration deadline, const std::function<bool()>& ready) = 0;
 
-  /// Sleeps without a way to be woken.
+  /// Sleeps; cannot be woken.
   virtual void sleepFor(Duration duration) = 0;
 };
 
-/// The machine's steady clock.
+/// The steady clock of the system.
 class SteadyClock final : public Clock {
  public:
   [[nodiscard]] Duration now() const override {

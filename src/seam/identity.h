@@ -4,7 +4,8 @@
 #include <array>
 #include <cstdint>
 
-/// Who the cameras are on the bus. Development values: a maker sets its own here, and nowhere else.
+/// The USB identities of the cameras. Development values: a maker sets its own here and nowhere
+/// else.
 namespace orvik::identity {
 
 inline constexpr std::uint16_t kVendorId = 0x4F56;
@@ -50,7 +51,7 @@ inline constexpr std::uint16_t PID_T15C = 0x1500;
 /// The driver's device-interface classes, in the order in which cameras are enumerated.
 inline constexpr int kClassCount = 10;
 
-/// The class that takes the maker's devices whose product ID is in no class.
+/// The class of those of the maker's devices whose product ID is in no other class.
 inline constexpr int kCatchAllClass = 9;
 
 struct ProductClass {
@@ -74,7 +75,7 @@ inline constexpr std::array kProducts = {
     ProductClass{PID_T15C, 9},
 };
 
-/// A 16-byte class identity in its canonical byte order (as written, left to right).
+/// A 16-byte class GUID in canonical byte order (as written, left to right).
 using Guid = std::array<std::uint8_t, 16>;
 
 /// {6F72766B-0000-4000-8000-00000000000n} for class n.
@@ -83,7 +84,7 @@ constexpr Guid classGuid(int deviceClass) {
           0x80, 0,    0,    0,    0, 0, 0,    static_cast<std::uint8_t>(deviceClass)};
 }
 
-/// @return the class that `guid` names, or -1.
+/// @return the class with this GUID, or -1.
 constexpr int classOf(const Guid& guid) {
   for (int n = 0; n < kClassCount; ++n) {
     if (guid == classGuid(n)) return n;
@@ -91,7 +92,7 @@ constexpr int classOf(const Guid& guid) {
   return -1;
 }
 
-/// The class that a device of the maker with this product ID belongs to.
+/// The class of a device of the maker with this product ID.
 constexpr int classOfProduct(std::uint16_t productId) {
   for (const ProductClass& product : kProducts) {
     if (product.productId == productId) return product.deviceClass;

@@ -7,8 +7,8 @@
 
 namespace orvik::seam {
 
-/// The port that a device is plugged into, as Linux names it: "2-1.4" is port 4 of the hub at port
-/// 1 of bus 2.
+/// The port that a device is plugged into, in the notation of Linux: "2-1.4" is port 4 of the hub
+/// at port 1 of bus 2.
 inline std::string portText(const DeviceLocation& location) {
   std::string text = std::to_string(location.bus);
   char separator = '-';

@@ -13,28 +13,28 @@
 
 #include "seam/change_count.h"
 
-/// The seam at the wire: all that the library asks of a USB host, and all that a virtual camera has
-/// to give. Implementations: libusb (src/usb), the virtual cameras (sim), and decorators around
-/// either, which record, replay or inject faults.
+/// The USB interface of the library: everything that it needs from a USB host, and that a virtual
+/// camera has to provide. Implementations: libusb (src/usb), the virtual cameras (sim), and
+/// decorators around either, which record, replay or inject faults.
 ///
 /// Nothing here throws. Every function may be called from any thread.
 namespace orvik::seam {
 
 enum class Speed : std::uint8_t { kUnknown, kLow, kFull, kHigh, kSuper };
 
-/// How a transfer ended, or why it could not begin.
+/// How a transfer ended, or why it could not be submitted.
 enum class TransferStatus : std::uint8_t {
-  kOk,         ///< all or, at a short packet, a part of the data has moved
+  kOk,         ///< all data, or after a short packet a part of it, have been transferred
   kCancelled,  ///< ended by cancel()
-  kTimedOut,   ///< ended by the host's own time-out
+  kTimedOut,   ///< ended by the timeout of the host
   kStalled,    ///< the device refused (STALL); a bulk pipe then needs clearHalt()
   kOverflow,   ///< the device sent more than was asked for
   kNoDevice,   ///< the device is gone
-  kNoMemory,   ///< submit only: the system takes no further transfer at present
+  kNoMemory,   ///< submit only: the system accepts no further transfer at present
   kError,      ///< anything else
 };
 
-/// Where a device is plugged. The order of the members is the order of enumeration.
+/// Where a device is plugged in. The order of the members is the order of enumeration.
 struct DeviceLocation {
   std::uint8_t bus = 0;
   std::vector<std::uint8_t> ports;  ///< from the root hub downwards
@@ -52,7 +52,7 @@ struct DeviceInfo {
   friend bool operator==(const DeviceInfo&, const DeviceInfo&) = default;
 };
 
-/// The eight bytes that open a control transfer, length apart: that is the data's.
+/// The setup packet of a control transfer, without the length, which is that of the data.
 struct SetupPacket {
   std::uint8_t requestType = 0;  ///< bit 7: device to host; bits 6..5: type; bits 4..0: recipient
   std::uint8_t request = 0;
@@ -61,15 +61,15 @@ struct SetupPacket {
 };
 
 /// Memory that a transfer reads or writes. The host holds `owner` until the transfer has completed,
-/// so that a caller who gives up waiting can never leave the device writing into freed memory.
+/// so that the device never writes into freed memory, even if the caller stops waiting.
 struct TransferBuffer {
   std::span<std::uint8_t> bytes;
   std::shared_ptr<const void> owner;
 };
 
-/// One transfer, submitted as often as wanted, in flight once at a time.
+/// One transfer, which can be submitted again after it has completed.
 ///
-/// A transfer dropped while in flight is cancelled, and lives on inside the host until it has
+/// A transfer that is destroyed in flight is cancelled; the host keeps its resources until it has
 /// completed.
 class Transfer {
  public:
@@ -78,37 +78,37 @@ class Transfer {
   Transfer& operator=(const Transfer&) = delete;
   virtual ~Transfer() = default;
 
-  /// Asks for the end of the transfer, which then completes with kCancelled unless it just ended
+  /// Requests cancellation: the transfer completes with kCancelled unless it has just ended
   /// otherwise. Returns at once. Without effect when not in flight.
   virtual void cancel() = 0;
 
-  /// Waits until the transfer has completed, at most `limit` (zero only asks).
-  /// @return true when it is not in flight any more.
-  virtual bool wait(std::chrono::milliseconds limit) = 0;
+  /// Waits until the transfer has completed, at most `timeout` (zero does not wait).
+  /// @return true when it is no longer in flight.
+  virtual bool wait(std::chrono::milliseconds timeout) = 0;
 
-  /// Of the last completed submission; meaningless while in flight.
+  /// The status of the last completed submission; undefined while in flight.
   [[nodiscard]] virtual TransferStatus status() const = 0;
-  /// Bytes moved by the last completed submission.
+  /// Bytes transferred by the last completed submission.
   [[nodiscard]] virtual std::size_t actualBytes() const = 0;
 };
 
 class ControlTransfer : public Transfer {
  public:
   /// Starts a control transfer; wLength is the size of the buffer (at most 65535).
-  /// @param timeout the host controller's own limit; zero for none
-  /// @return kOk when in flight, otherwise why not; then nothing is to be waited for.
+  /// @param timeout of the host; zero for none
+  /// @return kOk when in flight, otherwise the reason why not.
   virtual TransferStatus submit(const SetupPacket& setup, TransferBuffer buffer,
                                 std::chrono::milliseconds timeout) = 0;
 };
 
 class BulkTransfer : public Transfer {
  public:
-  /// Starts a bulk transfer without a limit of its own.
-  /// @return kOk when in flight, kNoMemory when the system holds as much as it is willing to.
+  /// Starts a bulk transfer without a timeout.
+  /// @return kOk when in flight, kNoMemory when the system accepts no further transfer at present.
   virtual TransferStatus submit(TransferBuffer buffer) = 0;
 };
 
-/// An open device. Closed when the last transfer made by it has completed and it is dropped.
+/// An open device. It is closed when this object is destroyed and its last transfer has completed.
 class Port {
  public:
   Port() = default;
@@ -118,22 +118,22 @@ class Port {
 
   [[nodiscard]] virtual Speed speed() const = 0;
 
-  /// Takes an interface for this process; needed before bulk transfers.
-  /// @return false when another program holds it or the device is gone.
+  /// Claims an interface for this process; needed before bulk transfers.
+  /// @return false when another program has claimed it or the device is gone.
   virtual bool claimInterface(std::uint8_t number) = 0;
 
   virtual std::unique_ptr<ControlTransfer> newControlTransfer() = 0;
   /// @param endpoint address with its direction bit
   virtual std::unique_ptr<BulkTransfer> newBulkTransfer(std::uint8_t endpoint) = 0;
 
-  /// Memory that the device's transfers can use without a copy in the kernel.
-  /// @return null where there is none to be had.
+  /// Memory that transfers of the device can use without a copy in the kernel.
+  /// @return null when the system provides none.
   virtual std::shared_ptr<std::uint8_t[]> allocateDeviceMemory(std::size_t bytes) = 0;
 
-  /// Clears the halt of an endpoint and starts its data toggle anew. Nothing may be in flight on
-  /// it.
+  /// Clears the halt of an endpoint and resets its data toggle. It must have no transfers in
+  /// flight.
   virtual TransferStatus clearHalt(std::uint8_t endpoint) = 0;
-  /// Resets the device's port. Nothing may be in flight.
+  /// Resets the port of the device. There must be no transfers in flight.
   virtual TransferStatus reset() = 0;
 };
 
@@ -144,31 +144,31 @@ class Host {
   Host& operator=(const Host&) = delete;
   virtual ~Host() = default;
 
-  /// The devices present, in no particular order. Empty where there is no USB.
+  /// The connected devices, in no particular order. Empty if there is no USB.
   virtual std::vector<DeviceInfo> devices() = 0;
 
   /// @return null when the device is gone, or may not be opened.
   virtual std::unique_ptr<Port> open(const DeviceInfo& device) = 0;
 
-  /// The serial number of a present device as the system remembers it from the moment of plugging,
-  /// without a word to the device.
-  /// @return "" for a device that has none; nothing where the system does not tell.
+  /// The serial number of a connected device as the system read it when the device was plugged in.
+  /// Sends nothing to the device.
+  /// @return "" for a device that has none; nothing if the system does not know it.
   virtual std::optional<std::string> serialNumber(const DeviceInfo&) { return std::nullopt; }
 
-  /// How often devices have come or gone. Up to date at the time of the call, and during
-  /// waitForChange().
-  /// @return null for a host that is not told.
+  /// How often devices have been plugged or unplugged. Up to date at the time of the call, and
+  /// during waitForChange().
+  /// @return null for a host without hot plug events.
   virtual std::shared_ptr<ChangeCount> changes() { return nullptr; }
 
-  /// Waits at most `limit` until the count of changes is no longer `seen`.
-  /// @return whether it is another one now; false at once for a host that is not told.
-  virtual bool waitForChange(std::uint64_t seen, std::chrono::milliseconds limit) {
+  /// Waits until the count of changes differs from `seen`, at most `timeout`.
+  /// @return whether it differs; false at once for a host without hot plug events.
+  virtual bool waitForChange(std::uint64_t seen, std::chrono::milliseconds timeout) {
     const auto count = changes();
-    return count && count->waitForOther(seen, limit);
+    return count && count->waitForOther(seen, timeout);
   }
 
-  /// The folder, below that of the user's settings, for settings of this host's cameras: a virtual
-  /// camera must not change how a real one of its model comes up. "" for the machine's own bus.
+  /// The folder, below that of the user's settings, for the settings of the cameras of this host: a
+  /// virtual camera must not change the settings of a real one of its model. "" for real USB.
   [[nodiscard]] virtual std::string settingsFolder() const { return {}; }
 };
 
