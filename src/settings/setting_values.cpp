@@ -12,11 +12,11 @@ namespace {
 using Json = nlohmann::json;
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t kNumberBytes = 4;  ///< the most that a number has
+constexpr std::size_t kNumberBytes = 4;  ///< of the longest number
 constexpr std::size_t kDwordBytes = 4;
 
-/// The library reads any depth, but writes by recursion, which costs the stack. A settings file has
-/// three levels.
+/// The JSON library reads any depth, but writes recursively and could exhaust the stack. A settings
+/// file has three levels.
 constexpr int kMaxDepth = 20;
 
 std::optional<Json> parse(std::string_view text) {
@@ -36,7 +36,7 @@ std::optional<Json> parse(std::string_view text) {
 std::optional<Bytes> bytesOfNumber(std::int64_t number, std::size_t count) {
   if (count == 0 || count > kNumberBytes) return std::nullopt;
   const auto bits = static_cast<unsigned>(8 * count);
-  // Four bytes are signed; whoever writes them unsigned is understood as well.
+  // Numbers of four bytes are signed; unsigned ones are accepted as well.
   const std::int64_t min =
       count == kNumberBytes ? std::int64_t{std::numeric_limits<std::int32_t>::min()} : 0;
   if (number < min || number >= std::int64_t{1} << bits) return std::nullopt;
@@ -58,14 +58,14 @@ std::int64_t numberOf(std::span<const std::uint8_t> bytes) {
 
 std::optional<Bytes> bytesOfText(const std::string& text, std::optional<std::size_t> count) {
   const std::size_t size = count.value_or(text.size() + 1);
-  // The last byte stays a zero: it ends the text.
+  // The last byte stays 0 and terminates the text.
   if (size > kMaxBytes || text.size() >= size) return std::nullopt;
   Bytes bytes(size);
   std::ranges::copy(text, bytes.begin());
   return bytes;
 }
 
-/// An integer that 64 bits hold with their sign.
+/// The integer in the node, if it fits in a signed 64-bit integer.
 std::optional<std::int64_t> integerIn(const Json& node) {
   if (!node.is_number_integer()) return std::nullopt;
   constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
@@ -121,7 +121,7 @@ std::optional<Value> readValue(const std::string& name, const Json& entry) {
   return Value{name, *type, std::move(*bytes)};
 }
 
-/// An object with a member a line, each written by `write`.
+/// The text of an object with one member per line, each written by `write`.
 template <class Write>
 std::string objectText(const Json& object, const char* indent, Write write) {
   std::string text = "{";
@@ -134,8 +134,8 @@ std::string objectText(const Json& object, const char* indent, Write write) {
   return text.append("\n").append(indent).append("}");
 }
 
-/// A value a line, which is how a person would write it; the library knows all in one line, or an
-/// element a line.
+/// The text of the file with one value per line, as a person would write it. The JSON library can
+/// only write everything in one line, or every element on a line of its own.
 std::string textOf(const Json& file) {
   const auto onALine = [](const Json& value) { return value.dump(); };
   return objectText(file, "",
@@ -145,8 +145,8 @@ std::string textOf(const Json& file) {
          "\n";
 }
 
-/// The text that the bytes are, with nothing but zeros after it; none for other bytes. A path need
-/// not be valid UTF-8, and then it is no text.
+/// The text in the bytes, if it is valid UTF-8 and followed by zeros only; else nothing. A path
+/// need not be valid UTF-8.
 std::optional<std::string> textIn(std::span<const std::uint8_t> bytes) {
   const auto end = std::ranges::find(bytes, std::uint8_t{0});
   const auto isZero = [](std::uint8_t byte) { return byte == 0; };
@@ -201,7 +201,7 @@ std::optional<std::string> withValues(std::string_view text, const std::string& 
   auto file = parse(text);
   if (!file) return std::nullopt;
   Json& kept = file->emplace(model, Json::object()).first.value();
-  // What is no object under a model's name is nothing that could have been written here.
+  // A member that is not an object was not written by this function.
   if (!kept.is_object()) return std::nullopt;
   for (const Value& value : values) kept[value.name] = entryOf(value);
   return textOf(*file);

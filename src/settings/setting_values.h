@@ -11,10 +11,10 @@
 
 namespace orvik::settings {
 
-/// The type tag of a stored value. It tells nothing of the value's length.
+/// The type tag of a stored value. It does not determine the length of the value.
 enum class Type : std::uint8_t {
   kBinary = 3,  ///< bytes
-  kDword = 4,   ///< as a rule a 32-bit little-endian number
+  kDword = 4,   ///< usually a 32-bit little-endian number
 };
 
 /// A stored value: a name, a type tag, and bytes.
@@ -26,7 +26,7 @@ struct Value {
   friend bool operator==(const Value&, const Value&) = default;
 };
 
-/// No value is longer.
+/// The length of the longest value.
 inline constexpr std::size_t kMaxBytes = 4096;
 
 /// The values of one model.
@@ -47,20 +47,19 @@ const Value* find(const Group& group, std::string_view name);
 ///     }
 ///
 /// A value of 1 to 4 bytes is a number, signed when it has 4 bytes; true and false stand for 1
-/// and 0. A longer one is a text that zeros fill up, or else a list of its bytes. Where `bytes` is
-/// missing, "dword" has 4 bytes, a binary number 1 byte, and a text or a list what it needs.
-/// Remarks, as // and /* */, are understood, but not kept. An empty text is a file without values.
+/// and 0. A longer one is a text padded with zeros, or else a list of its bytes. If `bytes` is
+/// missing, "dword" has 4 bytes, a binary number 1 byte, and a text or a list as many as it needs.
+/// Comments (// and /* */) are accepted, but not preserved. An empty text is a file without values.
 ///
-/// Any text may be given to these functions; they depend on nothing else, and any thread may call
-/// them.
+/// These are pure functions that accept any text; any thread may call them.
 
 /// Reads the values of one model.
-/// @return none when the text is no settings file or has no such model. A value that does not
-/// follow the rules above is left out.
+/// @return nothing when the text is no settings file or has no such model. A value that does not
+/// follow the rules above is ignored.
 std::optional<Group> readGroup(std::string_view text, const std::string& model);
 
-/// Puts values into the text of a settings file: each replaces that of its name, all others stay.
-/// @return none when the text is no settings file; the text returned always is one.
+/// Sets values in the text of a settings file; all others stay.
+/// @return nothing when the text is no settings file; the returned text always is one.
 std::optional<std::string> withValues(std::string_view text, const std::string& model,
                                       std::span<const Value> values);
 

@@ -13,12 +13,12 @@ namespace orvik::settings {
 namespace fs = std::filesystem;
 namespace {
 
-/// A settings file of all models has some 60 KiB.
+/// A settings file of all models has about 60 KiB.
 constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20U;
 constexpr int kMaxDamaged = 100;
 constexpr std::chrono::milliseconds kLockPause{5};
 
-/// An open file that is closed, and so unlocked, at the end of a scope.
+/// An open file that is closed, and so unlocked, at the end of the scope.
 class OpenFile {
  public:
   OpenFile(FileSystem& files, int descriptor) : files_(files), descriptor_(descriptor) {}
@@ -35,9 +35,9 @@ class OpenFile {
   int descriptor_;
 };
 
-bool lockWithin(FileSystem& files, int descriptor, std::chrono::milliseconds limit) {
-  // Between programs there is no other clock than the machine's.
-  const auto end = std::chrono::steady_clock::now() + limit;
+bool lockWithin(FileSystem& files, int descriptor, std::chrono::milliseconds timeout) {
+  // The lock is shared by programs, so the time is that of the system, not of an injected clock.
+  const auto end = std::chrono::steady_clock::now() + timeout;
   while (!files.tryLock(descriptor)) {
     if (std::chrono::steady_clock::now() >= end) return false;
     std::this_thread::sleep_for(kLockPause);
@@ -45,14 +45,14 @@ bool lockWithin(FileSystem& files, int descriptor, std::chrono::milliseconds lim
   return true;
 }
 
-/// An absolute path; others are to be ignored.
+/// The folder in an environment variable; paths that are not absolute are ignored.
 std::optional<fs::path> folderFrom(const char* variable) {
   const char* text = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): nobody sets it here
   if (text == nullptr || *text != '/') return std::nullopt;
   return fs::path(text);
 }
 
-/// The user's home in the system's list of users: services often have no $HOME.
+/// The home of the user in the user database: services often have no $HOME.
 std::optional<fs::path> listedHome() {
   std::array<char, 16384> texts{};
   passwd entry{};
@@ -88,10 +88,10 @@ std::optional<Group> SettingsStore::load(const std::string& model) const {
 }
 
 bool SettingsStore::save(const std::string& model, std::span<const Value> values,
-                         std::chrono::milliseconds limit) const {
+                         std::chrono::milliseconds timeout) const {
   if (!files_->makeFolder(folder_)) return false;
   const OpenFile lock(*files_, files_->openLock(lockFile()));
-  return lock.isOpen() && lockWithin(*files_, lock.descriptor(), limit) &&
+  return lock.isOpen() && lockWithin(*files_, lock.descriptor(), timeout) &&
          saveLocked(model, values);
 }
 
@@ -101,7 +101,7 @@ int SettingsStore::obstacle() const {
 }
 
 bool SettingsStore::saveLocked(const std::string& model, std::span<const Value> values) const {
-  // A link stays: people keep their configurations elsewhere, and link them.
+  // A symbolic link is kept: some users store their configuration elsewhere.
   const fs::path target = files_->behindLinks(file());
   std::string old;
   const FileSystem::Read read = files_->read(target, kMaxFileBytes, old);
@@ -125,7 +125,7 @@ bool SettingsStore::putAside(const fs::path& damaged) const {
 }
 
 bool SettingsStore::replace(const fs::path& old, const std::string& text) const {
-  // The lock's holder is the only writer: what a crash left here is its to take.
+  // The holder of the lock is the only writer: it may overwrite the remains of a crash.
   fs::path fresh = old;
   fresh += ".new";
   {
@@ -136,7 +136,7 @@ bool SettingsStore::replace(const fs::path& old, const std::string& text) const 
     }
   }
   if (!files_->rename(fresh, old)) return false;
-  files_->syncFolder(old.parent_path());  // the file is whole either way
+  files_->syncFolder(old.parent_path());  // the file is complete even if this fails
   return true;
 }
 

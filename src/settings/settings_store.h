@@ -12,37 +12,38 @@
 
 namespace orvik::settings {
 
-/// A user's settings: the file `settings.json` in a folder, or what it links to.
+/// The settings of a user: the file `settings.json` in a folder, or the target of that link.
 ///
-/// A save replaces the file as a whole, so that a reader, a crash or a full disk never meets half
-/// of it; a lock beside it (`settings.lock`) keeps the saves of several programs apart. A file that
-/// is damaged reads as empty; the next save puts it aside as `settings.damaged-<n>.json`, where its
-/// owner can mend it. Reading writes nothing.
+/// A save replaces the whole file atomically, so that no reader ever sees half of it, even after a
+/// crash or with a full disk; the lock file `settings.lock` in the same folder serialises the saves
+/// of several programs. A damaged file reads as empty; the next save renames it to
+/// `settings.damaged-<n>.json`, where the user can repair it. Reading writes nothing.
 ///
-/// Nothing here throws but for want of memory. Any thread, any number of processes.
+/// Nothing here throws except std::bad_alloc. Any thread, any number of processes.
 class SettingsStore {
  public:
   explicit SettingsStore(std::filesystem::path folder, FileSystem& files = FileSystem::system());
 
-  /// The user's own: `$XDG_CONFIG_HOME/orvik`, or else `.config/orvik` in `$HOME`, or else in the
-  /// home that the system's list of users names.
-  /// @param folder below it, "" for itself
-  /// @return none where the user has none of these.
+  /// The store of the user: `$XDG_CONFIG_HOME/orvik`, or else `.config/orvik` in `$HOME`, or else
+  /// in the home according to the user database.
+  /// @param folder below that folder, "" for the folder itself
+  /// @return nothing if the user has none of these.
   static std::optional<SettingsStore> ofUser(const std::filesystem::path& folder = {});
 
-  /// Reads the values of one model. @return none when there are none to be had.
+  /// Reads the values of one model. @return nothing when there are none.
   [[nodiscard]] std::optional<Group> load(const std::string& model) const;
 
-  /// Replaces values of one model and leaves all others as they are. Waits up to `limit` for
-  /// another program's save.
-  /// @return false when the values could not be kept; then the file is as it was.
+  /// Replaces values of one model; all others stay. Waits up to `timeout` for the save of another
+  /// program.
+  /// @return false when the values could not be saved; the file is then unchanged.
   bool save(const std::string& model, std::span<const Value> values,
-            std::chrono::milliseconds limit = kLockLimit) const;
+            std::chrono::milliseconds timeout = kLockLimit) const;
 
   static constexpr std::chrono::milliseconds kLockLimit{1000};
 
   [[nodiscard]] std::filesystem::path file() const { return folder_ / "settings.json"; }
-  /// What keeps this user from saving, as far as it shows without writing. @return an errno, or 0
+  /// What prevents this user from saving, as far as that can be found out without writing.
+  /// @return an errno, or 0
   [[nodiscard]] int obstacle() const;
 
  private:

@@ -11,7 +11,7 @@
 namespace orvik::settings {
 namespace {
 
-/// Numbers that have the limits of a control.
+/// A number that has the range of a control.
 struct Number {
   const char* name;
   std::atomic<int> CameraState::*member;
@@ -36,7 +36,7 @@ struct Flag {
   std::atomic<bool> CameraState::*member;
 };
 
-// The way of reading out is taken over only where the model offers the choice.
+// The read-out mode is applied only if the model offers the control.
 constexpr std::array kReadoutFlags = {
     std::pair{Flag{"HighSpeed", &CameraState::highSpeedMode}, Orvik_CTL_HIGH_SPEED_MODE},
     std::pair{Flag{"HardwareBin", &CameraState::hardwareBin}, Orvik_CTL_HARDWARE_BIN},
@@ -62,7 +62,7 @@ constexpr const char* kCoolerPower = "CoolPowerPctg";
 constexpr const char* kDarkPath = "BMPPATH";
 
 constexpr std::uint64_t kLongestStoredExposureUs = 100'000;
-// No sensor of these cameras has a clock beyond.
+// The clocks of all sensors of these cameras lie within this range.
 constexpr std::uint32_t kMinPlausibleClockKhz = 1'000;
 constexpr std::uint32_t kMaxPlausibleClockKhz = 100'000;
 
@@ -83,7 +83,7 @@ Value dword(const char* name, int number) {
   return dword(name, static_cast<std::uint32_t>(number));
 }
 
-/// The number whose low bytes the value sets. @return `present` without such a value.
+/// Replaces the low bytes of a number by a value. @return `present` without such a value.
 std::uint32_t lowBytesSet(const Group& group, const char* name, std::uint32_t present) {
   const Value* value = find(group, name);
   if (value == nullptr || value->bytes.size() > sizeof present) return present;
@@ -95,7 +95,7 @@ std::uint32_t lowBytesSet(const Group& group, const char* name, std::uint32_t pr
   return present;
 }
 
-/// A value of one byte. @return none without such a value.
+/// A value of one byte. @return nothing without such a value.
 std::optional<std::uint8_t> byteOf(const Group& group, const char* name) {
   const Value* value = find(group, name);
   if (value == nullptr || value->bytes.size() != 1) return std::nullopt;
@@ -127,7 +127,7 @@ void applyExposure(const Group& group, const ModelRow& model, CameraState& state
 void applyDarkPath(const Group& group, CameraState& state) {
   const Value* value = find(group, kDarkPath);
   if (value == nullptr || value->bytes.size() > state.darkPath.size()) return;
-  if (std::ranges::find(value->bytes, std::uint8_t{0}) == value->bytes.end()) return;  // cut off
+  if (std::ranges::find(value->bytes, std::uint8_t{0}) == value->bytes.end()) return;  // truncated
   std::ranges::transform(value->bytes, state.darkPath.begin(),
                          [](std::uint8_t byte) { return static_cast<char>(byte); });
 }
@@ -144,7 +144,7 @@ Group groupOf(const CameraState& state) {
     group.push_back(dword(number.name, state.*number.member));
   }
   for (std::size_t i = 0; i < kOffsets.size(); ++i) {
-    // One byte under the tag of a number: the tag has always been so, and stays.
+    // One byte, but with the tag of a number, for compatibility with existing files.
     group.push_back({kOffsets[i], Type::kDword, {state.blackLevelOffsets[i]}});
   }
   for (const Flag& flag : kFlags) group.push_back(valueOf(flag, state));

@@ -5,15 +5,16 @@
 #include "state/camera_state.h"
 #include "state/model_row.h"
 
-/// What of a camera's state is kept, under which names and in how many bytes.
+/// Converts between the state of a camera and its stored settings: names and lengths of the values.
 namespace orvik::settings {
 
-/// The settings of a camera. The bandwidth goes under the name for the host's generation.
+/// The settings of a camera. The bandwidth is stored under the name for the USB generation of the
+/// host.
 Group groupOf(const CameraState& state);
 
-/// Puts settings into a camera's state. A value comes within the model's limits; one that is
-/// missing, or has more bytes than its member, leaves the member as it is; one with fewer bytes
-/// sets the member's low ones. Sends nothing to the camera.
+/// Applies settings to the state of a camera. Values are limited to the ranges of the model. A
+/// value that is missing, or has more bytes than its member, leaves the member unchanged; one with
+/// fewer bytes sets the low bytes of the member. Sends nothing to the camera.
 void apply(const Group& group, const ModelRow& model, CameraState& state);
 
 }  // namespace orvik::settings
