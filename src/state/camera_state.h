@@ -14,19 +14,20 @@
 
 namespace orvik {
 
-/// Why a cooler gets no power though its temperature is regulated.
+/// Why a cooler has no power although its temperature is regulated.
 enum class CoolerFault : std::uint8_t {
   kNone,
-  kNoReading,   ///< the thermistor has not been read for kReadingLifetime
-  kOutOfRange,  ///< for as long it has shown what no thermistor within its range shows
+  kNoReading,   ///< the thermistor could not be read for kReadingLifetime
+  kOutOfRange,  ///< for kReadingLifetime it has reported values outside its range
 };
 
-/// How long a temperature counts as that of the sensor. The longest time, too, for which a cooler
-/// is left its power without one: at full current a sensor cools by less than twenty degrees in it.
+/// How long a reading counts as the temperature of the sensor. Also the longest time for which a
+/// cooler keeps its power without a reading: at full current a sensor cools by less than twenty
+/// degrees in this time.
 inline constexpr auto kReadingLifetime = std::chrono::seconds(30);
 
-/// The values of a camera that more than one thread sees: one side writes, the other polls. The
-/// capture worker holds them by shared ownership, so that it can outlive the camera object.
+/// The values of a camera that several threads use: one writes, others read. The capture worker
+/// holds them by shared ownership, so that it can outlive the camera object.
 struct CameraState {
   static constexpr seam::Clock::Duration kNever = seam::Clock::Duration::min();
 
@@ -41,7 +42,7 @@ struct CameraState {
   std::atomic<bool> output16Bits{false};
   std::atomic<bool> hardwareBin{false};
   std::atomic<bool> highSpeedMode{false};
-  std::atomic<bool> rowMirror{false};  ///< readout counts rows from the bottom; no model does yet
+  std::atomic<bool> rowMirror{false};  ///< read-out counts rows from the bottom; no model does yet
 
   // Control values
   std::atomic<int> gain{0};
@@ -63,16 +64,15 @@ struct CameraState {
   std::atomic<int> autoMaxExposure{30};  ///< seconds
   std::atomic<int> autoTargetBrightness{100};
 
-  // Kept with the settings, beside the control values
-  std::atomic<int> bandwidthUsb3{0};  ///< percent; what a USB 3 host starts with
+  // Saved with the settings, in addition to the control values
+  std::atomic<int> bandwidthUsb3{0};  ///< percent; the initial value with a USB 3 host
   std::atomic<bool> autoBlackLevel{false};
   std::array<std::atomic<std::uint8_t>, 4> blackLevelOffsets{};  ///< OO, EE, OE, EO
   std::atomic<bool> timeMark{false};  ///< 8-bit and colour images carry the time
   std::atomic<bool> hotPixelCorrection{false};
   std::atomic<bool> usingDark{false};
-  std::array<char, 256> darkPath{};  ///< zero-terminated; guarded by the lock for settings
-
-  /// Which settings the sensor had when.
+  std::array<char, 256> darkPath{};  ///< zero-terminated; guarded by the settings lock
+  /// The settings of the sensor over time.
   SettingsHistory settingsHistory;
 
   // Timing
@@ -80,18 +80,18 @@ struct CameraState {
   std::atomic<int> lineLength{0};  ///< clock cycles
   std::atomic<std::uint32_t> exposureLines{0};
   std::atomic<bool> longExposure{false};  ///< the host times the exposure
-  std::atomic<float> maxFrameRate{0};     ///< frames a second
-  std::atomic<float> dataRate{0};         ///< megapixels a second
+  std::atomic<float> maxFrameRate{0};     ///< frames per second
+  std::atomic<float> dataRate{0};         ///< megapixels per second
 
   // What the camera reported
   std::atomic<bool> usb3Host{false};
   std::atomic<std::uint8_t> firmwareVersion{0};         ///< as read when the camera was initialised
   std::atomic<FpgaVersion> fpgaVersion{FpgaVersion{}};  ///< as read when the camera was initialised
   std::atomic<float> temperature{0};                    ///< degrees Celsius, last valid reading
-  /// Whether the thermometer gave a valid reading when it was asked last.
+  /// Whether the last reading of the thermometer was valid.
   std::atomic<bool> temperatureValid{false};
-  /// When it did so last, on the camera's clock; kNever before the first since the camera was
-  /// opened.
+  /// Time of the last valid reading, on the camera's clock; kNever before the first since the
+  /// camera was opened.
   std::atomic<seam::Clock::Duration> temperatureAt{kNever};
 
   // Cooler
@@ -106,20 +106,21 @@ struct CameraState {
     temperatureAt = now;
     temperatureValid = true;
   }
-  /// Whether `temperature` is that of the sensor.
+  /// Whether `temperature` is recent enough to be that of the sensor.
   [[nodiscard]] bool temperatureIsRecent(seam::Clock::Duration now) const {
     const seam::Clock::Duration readAt = temperatureAt;
     return readAt != kNever && now - readAt <= kReadingLifetime;
   }
 
-  /// The bin factor that is left to the host.
+  /// The bin factor that the host applies.
   [[nodiscard]] int softwareBin() const { return hardwareBin ? 1 : bin.load(); }
   /// Rows of a frame on the wire.
   [[nodiscard]] int rowsDelivered() const { return height * softwareBin(); }
   /// Columns of a frame on the wire.
   [[nodiscard]] int columnsDelivered() const { return width * softwareBin(); }
   [[nodiscard]] int bytesPerSample() const { return output16Bits ? 2 : 1; }
-  /// The size and layout that these values make. Consistent for who holds the lock for settings.
+  /// The size and layout of frames with these values. Consistent if the caller holds the settings
+  /// lock.
   [[nodiscard]] FrameFormat frameFormat() const {
     return {.width = width,
             .height = height,
@@ -129,7 +130,7 @@ struct CameraState {
             .rawOutput = rawOutput,
             .type = imageType};
   }
-  /// What a frame that is exposed with these values is exposed with.
+  /// The settings of a frame that is exposed with these values.
   [[nodiscard]] FrameSettings frameSettings() const {
     return {.exposureUs = exposureUs,
             .gain = gain,

@@ -13,7 +13,7 @@ namespace orvik {
 struct FrameSettings {
   std::uint64_t exposureUs = 0;
   int gain = 0;
-  int brightness = 0;  ///< black level, sensor's steps
+  int brightness = 0;  ///< black level, in steps of the sensor
   WhiteBalance balance{};
   int startX = 0;  ///< left edge of the region, sensor pixels
   int startY = 0;  ///< top edge of the region, sensor pixels
@@ -21,7 +21,7 @@ struct FrameSettings {
   friend bool operator==(const FrameSettings&, const FrameSettings&) = default;
 };
 
-/// What is known of one frame. Times are those of the capture worker's clock.
+/// The facts about one frame. Times are those of the capture worker's clock.
 struct FrameFacts {
   using Time = std::chrono::nanoseconds;
 
@@ -30,18 +30,18 @@ struct FrameFacts {
   std::uint32_t lostBefore = 0;  ///< frames lost since the frame that was queued before this one
   bool snapshot = false;
 
-  // A rolling shutter exposes each row as long as the first one, and a line time later. Start and
-  // end are those of the first row.
+  // A rolling shutter exposes each row for the same time, one line time after the previous row.
+  // Start and end are those of the first row.
   Time exposureStart{};
   Time exposureEnd{};
-  Time firstByte{};    ///< computed: the last byte's time less the time of the read-out
-  Time lastByte{};     ///< when the worker found the frame complete
-  Time uncertainty{};  ///< all four may be earlier by so much
+  Time firstByte{};    ///< computed: time of the last byte minus the read-out time
+  Time lastByte{};     ///< when the worker found the frame to be complete
+  Time uncertainty{};  ///< all four may be earlier by up to this time
   Time utcOffset{};    ///< to be added for UTC, counted from 1970
 
   FrameSettings settings{};
   bool isSettled = false;  ///< the settings were in effect for the whole of the exposure
-  std::optional<float> temperature{};  ///< degrees Celsius; none where it is not known
+  std::optional<float> temperature{};  ///< degrees Celsius, if known
 };
 
 }  // namespace orvik

@@ -9,18 +9,18 @@
 
 namespace orvik {
 
-/// The size and layout of the frames of one capture, and of the images that are made of them. A
-/// capture keeps its format from its start to its end, and each of its frames carries it along.
+/// The size and layout of the frames of one capture, and of the images that are made from them. The
+/// format of a capture is constant, and each of its frames has a copy of it.
 struct FrameFormat {
   int width = 0;   ///< of the image, pixels after binning
   int height = 0;  ///< of the image, pixels after binning
   int bin = 1;
-  bool hardwareBin = false;  ///< the camera bins; otherwise the host does
+  bool hardwareBin = false;  ///< the camera bins; otherwise the host
   bool is16Bits = false;     ///< samples on the wire have 2 bytes
   bool rawOutput = false;    ///< an 8-bit image shows the mosaic; otherwise the luminance
   IMAGE_TYPE type = IMAGE_8BIT;
 
-  /// The bin factor that is left to the host.
+  /// The bin factor that the host applies.
   [[nodiscard]] int hostBin() const { return hardwareBin ? 1 : bin; }
   /// The bin factor of the samples on the wire.
   [[nodiscard]] int cameraBin() const { return hardwareBin ? bin : 1; }

@@ -3,7 +3,7 @@
 
 namespace orvik {
 
-/// A frame takes this many line times more than it has rows: the sensor's vertical blanking.
+/// The vertical blanking of the sensor: a frame takes this many line times more than it has rows.
 inline constexpr int kBlankRows = 18;
 
 /// Time of one line, microseconds; 0 before the clock is known. @param lineLength clock cycles

@@ -11,17 +11,17 @@
 
 namespace orvik {
 
-/// What an image type is. How its images are made is FrameDelivery::convert().
+/// The properties of an image type. FrameDelivery::convert() makes its images.
 struct ImageTypeRow {
   IMAGE_TYPE type;
   std::uint8_t bytesPerPixel;
-  bool is16Bits;  ///< made of samples of 16 bits
+  bool is16Bits;  ///< made from 16-bit samples
   bool carriesTimeMark;
   IMG_TYPE publicType;     ///< of the flat interface; Orvik_IMG_END for none
-  IMG_TYPE publicRawType;  ///< the same with raw output; Orvik_IMG_END where that is no other
+  IMG_TYPE publicRawType;  ///< the same with raw output; Orvik_IMG_END if that makes no difference
 };
 
-/// Every image type, found by its number.
+/// All image types, indexed by number.
 inline constexpr std::array<ImageTypeRow, 5> kImageTypes = {{
     {IMAGE_8BIT, 1, false, true, Orvik_IMG_Y8, Orvik_IMG_RAW8},
     {IMAGE_RGB24, 3, false, true, Orvik_IMG_RGB24, Orvik_IMG_END},
@@ -39,13 +39,13 @@ constexpr const ImageTypeRow& rowOf(IMAGE_TYPE type) {
   return kImageTypes[static_cast<std::size_t>(type)];
 }
 
-/// A public image type as the drivers know it.
+/// The representation of a public image type in the drivers.
 struct DriverType {
   IMAGE_TYPE type;
   bool rawOutput;
 };
 
-/// @return none for a number that is no public image type.
+/// @return nothing for a number that is no public image type.
 constexpr std::optional<DriverType> driverTypeOf(int publicType) {
   if (publicType < 0) return std::nullopt;
   for (const ImageTypeRow& row : kImageTypes) {
@@ -55,8 +55,8 @@ constexpr std::optional<DriverType> driverTypeOf(int publicType) {
   return std::nullopt;
 }
 
-/// The public image type of images that the drivers call so. Types that the flat interface does not
-/// have, which only the camera classes can set, are told as Y8.
+/// The public image type for a type of the drivers. Types that only the camera classes can set are
+/// reported as Y8.
 constexpr IMG_TYPE publicTypeOf(IMAGE_TYPE type, bool rawOutput) {
   const ImageTypeRow& row = rowOf(type);
   if (row.publicType == Orvik_IMG_END) return Orvik_IMG_Y8;
@@ -64,7 +64,7 @@ constexpr IMG_TYPE publicTypeOf(IMAGE_TYPE type, bool rawOutput) {
 }
 
 namespace detail {
-/// Not called: a new image type without a case here, and without a row, does not compile.
+/// Makes the compilation fail if an image type has no case here or no row.
 constexpr int positionOf(IMAGE_TYPE type) {
   switch (type) {
     case IMAGE_8BIT:

@@ -10,14 +10,14 @@
 
 namespace orvik {
 
-/// Limits of a control: what a new camera starts with, and how far it can be set.
+/// Default and range of a control.
 struct ControlRange {
   std::int32_t defaultValue = 0;
   std::int32_t max = 0;
   std::int32_t min = 0;
 };
 
-/// Which public image types a model offers.
+/// The public image types that a model offers.
 struct ImageTypes {
   bool raw8 = true;
   bool rgb24 = false;
@@ -41,10 +41,10 @@ struct ImageTypes {
   }
 };
 
-/// A product that is this model.
+/// A product of a model.
 struct Product {
-  std::uint16_t id = 0;        ///< USB product ID; 0 fills up a row's list
-  const char* name = nullptr;  ///< display name, where it is not the model's
+  std::uint16_t id = 0;        ///< USB product ID; 0 for an unused element of the list
+  const char* name = nullptr;  ///< display name, if it differs from that of the model
 };
 
 /// The controls that a model offers, in the order in which they are listed.
@@ -66,38 +66,38 @@ class ControlList {
   std::size_t size_ = 0;
 };
 
-/// What a model is: one row of facts, the same for every camera of the model.
+/// The facts about a model, the same for every camera of the model.
 struct ModelRow {
   const char* name;                      ///< display name
-  const char* settingsName;              ///< of its group among the user's settings
-  std::array<Product, 3> products;       ///< all products that are this model
-  bool probed;                           ///< opened for a moment when it is asked what it is
+  const char* settingsName;              ///< name of its group in the settings of the user
+  std::array<Product, 3> products;       ///< all products of this model
+  bool probed;                           ///< has variants; must be opened to be described
   std::int32_t maxWidth;                 ///< sensor width, pixels
   std::int32_t maxHeight;                ///< sensor height, pixels
   double pixelSizeUm;                    ///< pixel pitch, micrometres
   bool colour;                           ///< has a colour filter mosaic
-  BayerPattern bayer;                    ///< its order at the sensor's top left
+  BayerPattern bayer;                    ///< pattern of the mosaic at the top left of the sensor
   bool cooled;                           ///< has a thermo-electric cooler
   bool usb3;                             ///< built for USB 3
   std::array<std::int8_t, 16> bins;      ///< bin factors; ends before the first below 1
   ImageTypes imageTypes;                 ///< image types offered
-  ControlRange gain;                     ///< sensor's gain steps
+  ControlRange gain;                     ///< gain steps of the sensor
   ControlRange exposureUs;               ///< microseconds
   ControlRange gamma;                    ///< 50 is linear
   std::int32_t whiteBalanceRedDefault;   ///< 50 is neutral
   std::int32_t whiteBalanceBlueDefault;  ///< 50 is neutral
   std::int32_t whiteBalanceMax;          ///< of red and of blue
   std::int32_t whiteBalanceMin;          ///< of red and of blue
-  ControlRange brightness;               ///< black level, sensor's steps
+  ControlRange brightness;               ///< black level, in steps of the sensor
   std::int32_t bandwidthMin;             ///< percent
   std::int32_t bandwidthMax;             ///< percent
-  bool bandwidthAutoSupported;           ///< can find its bandwidth by itself
-  bool hardwareBinAtStart;               ///< bins in the camera unless told otherwise
+  bool bandwidthAutoSupported;           ///< offers automatic bandwidth
+  bool hardwareBinAtStart;               ///< bins in the camera by default
   ControlList controls;                  ///< controls offered
-  bool highByteFirst = false;            ///< 16-bit samples come high byte first
-  /// Automatic control takes rounds of 200 ms, up to 600 ms exposure.
+  bool highByteFirst = false;            ///< 16-bit samples are big-endian
+  /// Automatic control works in rounds of 200 ms, up to an exposure of 600 ms.
   bool slowAutoControl = false;
-  bool whiteBalanceOnHost = false;  ///< the sensor has no gains for colours
+  bool whiteBalanceOnHost = false;  ///< the sensor has no colour gains
 
   /// Bytes of the largest frame that the camera sends.
   [[nodiscard]] constexpr std::size_t largestFrameBytes() const {
