@@ -3,7 +3,7 @@
 
 #include "state/frame_time.h"
 
-/// How fast a camera may send its lines, and what frame rate comes of it. Pure functions, the same
+/// The line length that a bandwidth allows, and the resulting frame rate. Pure functions, the same
 /// for every sensor.
 namespace orvik {
 
@@ -12,33 +12,33 @@ inline constexpr int kMaxLineLength = 65535;
 inline constexpr int kMinBandwidth = 40;
 inline constexpr int kMaxBandwidth = 100;
 
-/// What the link can carry, bytes a second for 1 percent and a tenth.
+/// What the link can carry: a tenth of the bytes per second at 1 percent of bandwidth.
 inline constexpr int kBytesPerPercentUsb3 = 190906;
 inline constexpr int kBytesPerPercentUsb2 = 43272;
 
-/// Bandwidth that automatic bandwidth starts with, percent.
+/// The initial value of automatic bandwidth, percent.
 constexpr int automaticBandwidth(bool usb3Host) { return usb3Host ? 100 : 80; }
 
-/// What a line may not go below.
+/// The lower limits of the line length.
 struct LineLimits {
-  int bytesPerPercent;  ///< what the port carries
+  int bytesPerPercent;  ///< capacity of the port, as kBytesPerPercentUsb3
   int minLineLength;    ///< shortest line of the sensor, clock cycles
 };
 
-/// A frame on the wire.
+/// The size of a frame on the wire.
 struct FrameShape {
   int rows;
   int columns;
   bool output16Bits;
 };
 
-/// Clock cycles of one line at which the link just carries the frames. Single precision, because
-/// the cameras' register values are defined by it.
+/// The line length in clock cycles at which the frames just fit the bandwidth. Single precision,
+/// because the register values of the cameras are defined by it.
 /// @param bandwidth percent
-/// @return the sensor's shortest line to kMaxLineLength
+/// @return limits.minLineLength to kMaxLineLength
 int lineLengthFor(int bandwidth, LineLimits limits, FrameShape frame, int clockKhz);
 
-/// Frames a second at this timing.
+/// The frame rate at this timing, frames per second.
 /// @param lineLength clock cycles
 float maxFrameRate(int rows, int lineLength, int clockKhz);
 

@@ -14,7 +14,7 @@ std::unique_ptr<Camera> create() {
   return std::make_unique<Model>();
 }
 
-// Two lists of one order.
+// Two lists in the same order.
 #define ORVIK_ROW(code, Family) &code::kRow,
 #define ORVIK_CREATE(code, Family) &create<code>,
 constexpr std::array kRows = {ORVIK_MODELS(ORVIK_ROW)};

@@ -6,11 +6,11 @@
 
 namespace orvik {
 
-/// The end-mark models whose sensor takes commands; see CommandSensor.
+/// The end-mark models whose sensor is controlled by commands; see CommandSensor.
 class CommandCamera : public EndMarkCamera {
  public:
   [[nodiscard]] CommandSensor& sensor() const { return *sensor_; }
-  /// The sensor's code of a gain: a power of two, and 32nds between it and the next.
+  /// The sensor's code for a gain: a power of two, and 32nds of the interval to the next one.
   /// @param gain 0 to 100
   static int gainCode(int gain);
 

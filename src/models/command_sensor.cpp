@@ -10,7 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // Registers of 8 bits
-constexpr std::uint16_t kCommand = 0x0010;  ///< reads 0 when the command has been carried out
+constexpr std::uint16_t kCommand = 0x0010;  ///< reads 0 when the command has been executed
 constexpr std::uint16_t kState = 0x0011;
 constexpr std::uint16_t kAddress = 0x0012;  ///< 2 bytes, high byte first
 constexpr std::uint16_t kValue = 0x0014;    ///< 2 bytes, high byte first

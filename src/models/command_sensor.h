@@ -10,13 +10,13 @@
 
 namespace orvik {
 
-/// A sensor with a processor of its own: it takes commands, and keeps its settings as variables of
-/// 16 bits. One conversation at a time; any thread. None lasts longer than its polls and requests:
-/// 50 or 100 polls a millisecond apart.
+/// A sensor with a processor of its own, which executes commands and has its settings in 16-bit
+/// variables. One operation at a time; any thread. An operation takes at most 50 or 100 polls, a
+/// millisecond apart, plus its requests.
 class CommandSensor {
  public:
   enum class Command : std::uint8_t {
-    kApply = 1,  ///< takes over the variables
+    kApply = 1,  ///< applies the variables
     kStandby = 2,
     kRun = 3,
     kWriteVariable = 4,
@@ -29,23 +29,23 @@ class CommandSensor {
     kChanging = 3,
   };
 
-  /// @param clock to wait on between polls
+  /// @param clock for the pauses between polls
   explicit CommandSensor(std::shared_ptr<seam::Clock> clock);
 
-  /// Gives a command and waits until it has been carried out. @return false when it is not.
+  /// Issues a command and waits until it has been executed. @return false when it was not.
   bool issue(VendorLink& link, std::uint8_t command);
   bool issue(VendorLink& link, Command command) {
     return issue(link, static_cast<std::uint8_t>(command));
   }
   static State readState(VendorLink& link);
-  /// Lets the written variables take effect. @return false when the sensor does not get done.
+  /// Applies the written variables. @return false when the sensor does not finish.
   bool apply(VendorLink& link);
-  /// A written variable takes effect with the next apply().
+  /// Writes a variable, which takes effect with the next apply().
   bool write(VendorLink& link, std::uint16_t address, std::uint16_t value);
   /// @param value 0 when the read fails
   bool read(VendorLink& link, std::uint16_t address, std::uint16_t& value);
 
-  /// Held over what belongs together; the same thread may then call the above.
+  /// Held during operations that belong together. The lock is recursive.
   [[nodiscard]] std::unique_lock<std::recursive_mutex> lock() { return std::unique_lock(mutex_); }
 
  private:

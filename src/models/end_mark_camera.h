@@ -9,13 +9,13 @@
 
 namespace orvik {
 
-/// What sets one end-mark model apart from the others, beside its ModelRow.
+/// The facts of an end-mark model that are not in its ModelRow.
 struct EndMarkFacts {
   std::size_t transferBytes = std::size_t{1} << 20;  ///< of one read
-  std::uint64_t longExposureUs = 1'000'000;          ///< from here on the host times exposures
+  std::uint64_t longExposureUs = 1'000'000;          ///< the host times exposures from here on
 };
 
-/// What can be told to the sensor of an end-mark model: 16 bits each.
+/// The settings of the sensor of an end-mark model, 16 bits each.
 enum class SensorValue : std::uint8_t {
   kFirstRow,
   kFirstColumn,
@@ -23,15 +23,15 @@ enum class SensorValue : std::uint8_t {
   kColumns,
   kFrameLength,    ///< lines
   kLineLength,     ///< clock cycles
-  kExposureLines,  ///< 0: the host times the exposure
+  kExposureLines,  ///< 0 if the host times the exposure
   kGain,
   kRedGain,   ///< 128 is unity
   kBlueGain,  ///< 128 is unity
   kBlackLevel,
 };
 
-/// The family of the models whose frames end with one mark: everything is told to the sensor, which
-/// holds it in 16 bits. USB 2, without cooler; binned on the host.
+/// The family of the models whose frames end with one mark: all settings are in the sensor, 16 bits
+/// each. USB 2, no cooler; binning on the host.
 class EndMarkCamera : public ModelCamera<Camera> {
  public:
   using Facts = EndMarkFacts;
@@ -49,7 +49,7 @@ class EndMarkCamera : public ModelCamera<Camera> {
     SensorValue what;
     int value;
   };
-  /// Tells the sensor what belongs together; it takes effect together.
+  /// Writes settings to the sensor that take effect together.
   virtual bool tellSensor(std::initializer_list<Setting> settings) = 0;
 
   void writeStartPosition() override;

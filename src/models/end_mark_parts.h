@@ -4,14 +4,14 @@
 #include "models/end_mark_camera.h"
 #include "models/model_values.h"
 
-/// What several end-mark models have in common.
+/// Facts that several end-mark models have in common.
 namespace orvik {
 
 // Sensors of more than one model
 inline constexpr Sensor kSensorT06C = {1280, 960, 3.75, BAYER_GR};
 inline constexpr Sensor kSensorT06M = {1280, 960, 3.75};
 
-/// Limits of the oldest models, with samples of 8 bits and one clock.
+/// Ranges of the oldest models, with 8-bit samples and one clock.
 /// @param shortestUs, longestUs exposure, microseconds
 constexpr ModelValues oldestValues(std::int32_t shortestUs, std::int32_t longestUs) {
   return {
@@ -39,7 +39,7 @@ inline constexpr ModelValues kT06Values = {
 /// Bytes of one read of T06C, T06M and T08M.
 inline constexpr std::size_t kSmallTransfer = 307'200;
 
-/// A sensor without gains for colours starts with none.
+/// The default of a sensor without colour gains.
 inline constexpr WhiteBalanceDefaults kNeutralWhiteBalance = {.red = 50, .blue = 50};
 
 }  // namespace orvik

@@ -14,7 +14,8 @@ constexpr std::array<std::uint8_t, 4> kMark = {0x11, 0xAA, 0x00, 0xBB};
 
 }  // namespace
 
-// A frame in one transfer comes whole or not at all; several take turns on the bus.
+// A frame in one transfer arrives complete or not at all; several transfers share the bus with
+// others.
 TimeoutLaw EndMarkProtocol::timeoutLaw(std::size_t readsPerFrame) const {
   return {.frameTimes = 1, .margin = readsPerFrame <= 1 ? 2ms : 10ms};
 }
@@ -39,7 +40,7 @@ void EndMarkProtocol::clearMarks(std::span<std::uint8_t> frame) const {
   std::ranges::fill(frame.last(kMark.size()), std::uint8_t{0});
 }
 
-// Two rows away the mosaic has the same colour.
+// Two rows away the mosaic has the same colours.
 void EndMarkProtocol::mendMarks(std::span<std::uint8_t> frame, std::size_t rowBytes) const {
   if (frame.size() < 3 * rowBytes || rowBytes < kMark.size()) return;
   const std::size_t mark = frame.size() - kMark.size();

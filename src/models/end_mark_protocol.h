@@ -6,7 +6,7 @@
 namespace orvik {
 
 /// Streaming of the models whose frames end with one mark: the last four bytes are 0xBB00AA11,
-/// lowest byte first. How the sensor stops and runs is for the kinds of sensor to say.
+/// lowest byte first. Derived classes define how the sensor stops and runs.
 class EndMarkProtocol : public FrameProtocol {
  public:
   explicit EndMarkProtocol(std::size_t transferBytes) : transferBytes_(transferBytes) {}

@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kSensorStartTime = 20ms;
-/// The width of the sensor for which the lengths of lines are given.
+/// The width of the sensor for which the line lengths are given.
 constexpr int kReferenceWidth = 1304;
 constexpr int kClockAtStartKhz = 9281;
 constexpr int kLineLengthAtStart = 292;
@@ -23,7 +23,7 @@ constexpr int kLineLengthAtStart = 292;
 constexpr std::uint8_t lowByte(int value) { return static_cast<std::uint8_t>(value & 0xFF); }
 constexpr std::uint8_t highByte(int value) { return static_cast<std::uint8_t>(value >> 8 & 0xFF); }
 
-/// A length of line, clock cycles, for a sensor of another width.
+/// Scales a line length, clock cycles, to the width of the model's sensor.
 int scaledToWidth(int lineLength, const ModelRow& model) {
   return lineLength * model.maxWidth / kReferenceWidth;
 }
@@ -120,7 +120,7 @@ template <class Base>
 void MarkedFrameCamera<Base>::setSampleDepth(bool on) {
   CameraState& now = state();
   now.output16Bits = on;
-  if (now.highSpeedMode && !on && !binsOnSensor()) {  // 10 bits from the converter, twice as fast
+  if (now.highSpeedMode && !on && !binsOnSensor()) {  // 10 converter bits, twice as fast
     link().writeSensorByte(sensor::kConverter, 0xE0);
     link().writeSensorByte(sensor::kConverterDepth, 0);
     link().writeFpga(fpga::kDepth, fpga::kDepthFast);

@@ -17,14 +17,14 @@ struct InitStep {
   std::uint16_t value;
 };
 
-/// What sets one marked-frame model apart from the others, beside its ModelRow.
+/// The facts of a marked-frame model that are not in its ModelRow.
 struct MarkedFacts {
   std::span<const InitStep> initTable;
   bool keepsSensorAwake = false;  ///< after a capture
 };
 
-/// The family of the models whose FPGA marks each frame: registers of 8 bits in sensor and FPGA,
-/// and the readout and timing made of them.
+/// The family of the models whose FPGA marks each frame: 8-bit registers in sensor and FPGA, and
+/// the resulting read-out and timing.
 /// @tparam Base Camera, or the cooled camera that derives from it
 template <class Base>
 class MarkedFrameCamera : public ModelCamera<Base> {
@@ -38,7 +38,7 @@ class MarkedFrameCamera : public ModelCamera<Base> {
 
   void writeRegionSize() override;
   void selectClock() override;
-  /// An unknown clock is taken at its word.
+  /// An unknown frequency is accepted as it is.
   bool selectClock(int khz) override;
   void setSampleDepth(bool on) override;
   [[nodiscard]] int converterBits() const override;
@@ -67,7 +67,7 @@ class MarkedFrameCamera : public ModelCamera<Base> {
 
   const MarkedFacts& facts_;
   std::atomic<int> minLineLength_{0};    ///< clock cycles, of the present clock
-  std::atomic<int> bytesPerPercent_{0};  ///< what the port carries
+  std::atomic<int> bytesPerPercent_{0};  ///< capacity of the port
 };
 
 }  // namespace orvik

@@ -56,7 +56,7 @@ void MarkedFrameProtocol::clearMarks(std::span<std::uint8_t> frame) const {
   std::ranges::fill(frame.last(mark::kBytes), std::uint8_t{0});
 }
 
-// Two rows away the mosaic has the same colour.
+// Two rows away the mosaic has the same colours.
 void MarkedFrameProtocol::mendMarks(std::span<std::uint8_t> frame, std::size_t rowBytes) const {
   if (frame.size() < 3 * rowBytes || rowBytes < mark::kBytes) return;
   const std::size_t lastMark = frame.size() - mark::kBytes;

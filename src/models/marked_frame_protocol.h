@@ -5,12 +5,12 @@
 
 namespace orvik {
 
-/// Streaming of the models whose FPGA marks each frame in its own pixel data, as 16-bit
-/// little-endian words: the first is 0x5A7E, the last 0x3CF0, and the second and the last but one
-/// carry the same sequence value.
+/// Streaming of the models whose FPGA marks each frame in its pixel data, with 16-bit little-endian
+/// words: the first is 0x5A7E, the last 0x3CF0, and the second and the last but one are the same
+/// sequence number.
 class MarkedFrameProtocol final : public FrameProtocol {
  public:
-  /// @param keepsSensorAwake whether the sensor is not put to standby after a capture
+  /// @param keepsSensorAwake whether the sensor stays awake after a capture
   explicit MarkedFrameProtocol(bool keepsSensorAwake) : keepsSensorAwake_(keepsSensorAwake) {}
 
   [[nodiscard]] std::size_t transferBytes() const override { return std::size_t{1} << 20; }

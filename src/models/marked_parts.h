@@ -6,7 +6,7 @@
 #include "models/marked_frame_camera.h"
 #include "models/model_values.h"
 
-/// What several marked-frame models have in common.
+/// Facts that several marked-frame models have in common.
 namespace orvik {
 
 // Sensors of more than one model
@@ -44,7 +44,7 @@ inline constexpr ModelValues kT11Values = {
     .hasHighSpeedMode = true,
 };
 
-/// T12 and, with a wider range of the gain, T13 to T15.
+/// T12 and, with a wider gain range, T13 to T15.
 constexpr ModelValues binningSensorValues(std::int32_t maxGain) {
   return {
       .maxBin = 4,

@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <utility>
 
-/// Registers and frame marks of the marked-frame models, all of them. Values of more than 8 bits
-/// stand low byte first in consecutive registers.
+/// All registers and frame marks of the marked-frame models. Values of more than 8 bits are in
+/// consecutive registers, low byte first.
 namespace orvik {
 
 /// Sensor registers, 8 bits each.
 namespace sensor {
-inline constexpr std::uint16_t kExposureMode = 0x0000;  ///< 0xE1 timed by the host, 0x21 by itself
+inline constexpr std::uint16_t kExposureMode = 0x0000;  ///< timed by: 0xE1 host, 0x21 sensor
 inline constexpr std::uint16_t kStandby = 0x3000;       ///< 1 in standby, 0 awake
 inline constexpr std::uint16_t kHold = 0x3001;          ///< see SensorHold
 inline constexpr std::uint16_t kMasterStart = 0x3002;
@@ -35,7 +35,7 @@ namespace fpga {
 inline constexpr std::uint16_t kMode = 0;
 inline constexpr std::uint16_t kModeReset = 0x00;
 inline constexpr std::uint16_t kModeReady = 0x30;
-// While streaming: the FPGA times the frames, or the host times each exposure.
+// Modes while streaming and halted. The FPGA times the frames, or the host times each exposure.
 inline constexpr std::uint16_t kModeRun = 0x21;
 inline constexpr std::uint16_t kModeRunTimedByHost = 0xE1;
 inline constexpr std::uint16_t kModeHalt = 0x31;
@@ -52,15 +52,15 @@ inline constexpr std::uint16_t kDepth16 = 17;
 inline constexpr std::uint16_t kExposure = 11;  ///< 1 while the host exposes
 inline constexpr std::uint16_t kRedGain = 12;
 inline constexpr std::uint16_t kBlueGain = 15;
-/// Red, the two greens, blue.
+/// The gains of red, the two greens, and blue.
 inline constexpr std::array<std::uint16_t, 4> kColourGains = {kRedGain, 13, 14, kBlueGain};
 inline constexpr std::uint16_t kUnityGain = 128;
 inline constexpr std::uint16_t kFrameLength = 16;  ///< 3 bytes, lines
 inline constexpr std::uint16_t kLineLength = 19;   ///< 2 bytes, clock cycles
 }  // namespace fpga
 
-/// The marks at both ends of a frame, 16-bit words. The second word and the last but one carry the
-/// number of the frame.
+/// The marks at both ends of a frame, 16-bit words. The second word and the last but one are the
+/// sequence number of the frame.
 namespace mark {
 inline constexpr std::uint16_t kStart = 0x5A7E;
 inline constexpr std::uint16_t kEnd = 0x3CF0;
@@ -68,7 +68,7 @@ inline constexpr std::uint16_t kEnd = 0x3CF0;
 inline constexpr std::size_t kBytes = 4;
 }  // namespace mark
 
-/// Written once after every initialisation table.
+/// Written after every initialisation table.
 inline constexpr std::array<std::pair<std::uint16_t, std::uint8_t>, 8> kFixedSensorWrites = {{
     {0x305C, 0x20},
     {0x305E, 0x20},

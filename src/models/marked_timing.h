@@ -3,26 +3,26 @@
 
 #include <cstdint>
 
-/// Timing of the marked-frame models: what exposure and mode mean in lines and clock cycles. The
-/// FPGA holds line length and frame length, the sensor the line at which the shutter opens. Pure
-/// functions; arithmetic in single precision where a fraction of a line is cut off, because the
-/// cameras' register values are defined by it.
+/// Timing of the marked-frame models: exposure and mode in lines and clock cycles. The FPGA stores
+/// line length and frame length, the sensor the line at which the shutter opens. Pure functions.
+/// Values that are truncated to whole lines are computed in single precision, because the register
+/// values of the cameras are defined by it.
 namespace orvik::marked {
 
 inline constexpr std::uint64_t kLongExposureUs = 1'000'000;
 
-/// A clock of the sensor, and what belongs to it.
+/// A clock of the sensor and the values that belong to it.
 struct SensorClock {
   std::uint8_t registerValue;  ///< of sensor register 0x3009
   int khz;
   int minLineLength;  ///< clock cycles, on a sensor 1304 pixels wide
 };
 
-/// The clock that the mode asks for.
+/// The clock for a mode.
 SensorClock clockForMode(bool binsOnSensor, bool highSpeed, bool output16Bits);
 
-/// The clock that a number of kHz asks for. An unknown clock is taken at its word, with the
-/// register value of the slowest.
+/// The clock with this frequency. An unknown frequency is accepted as it is, with the register
+/// value of the slowest clock.
 SensorClock clockForKhz(int khz, bool binsOnSensor);
 
 /// Length of one frame and of its exposure, in lines.

@@ -12,7 +12,7 @@
 namespace orvik {
 namespace {
 
-/// Below it a camera has not been set up yet.
+/// With a lower clock a camera has not been initialised yet.
 constexpr int kLowestClockKhz = 9281;
 
 }  // namespace
@@ -28,7 +28,7 @@ ModelCamera<Base>::ModelCamera(const ModelRow& row, std::shared_ptr<const FrameP
 
 template <class Base>
 bool ModelCamera<Base>::startCapture(bool snapshot) {
-  // A camera that was never told a region reads its whole sensor.
+  // If no region has been set, the whole sensor is read.
   if (isOpen() && !regionTold_) {
     setResolution(state().width, state().height, state().bin, state().imageType);
   }
@@ -41,12 +41,12 @@ bool ModelCamera<Base>::initialise() {
   const auto lock = lockSettings();
   const auto settings = this->presentSettings();
   this->loadKeptDark();
-  link().makeSafe(model().cooled);  // a program that crashed may have left it in any state
+  link().makeSafe(model().cooled);  // a crashed program may have left it in any state
   state().usb3Host = isAtUsb3Port(link());
   if (state().usb3Host) state().bandwidth = state().bandwidthUsb3.load();
   this->hotPixels().use(this->loadHotPixels());
   noteVersions();
-  regionTold_ = false;  // the sensor starts anew
+  regionTold_ = false;  // startSensor() resets the sensor
   startSensor();
   reapplyControls();
   this->onInitialised();
@@ -132,11 +132,11 @@ bool ModelCamera<Base>::setHighSpeedMode(bool on) {
   if (!offers(Orvik_CTL_HIGH_SPEED_MODE)) return false;
   const auto lock = lockSettings();
   CameraState& now = state();
-  if (binsOnSensor()) {  // which has a pace of its own
+  if (binsOnSensor()) {  // the binned read-out has a clock of its own
     now.highSpeedMode = on;
     return true;
   }
-  // Depth and clock change one after the other, and no frame should be exposed between them.
+  // Depth and clock change one after the other, and no frame may be exposed between them.
   const typename Base::CapturePause pause(*this);
   now.highSpeedMode = on;
   setSampleDepth(now.output16Bits);
@@ -150,8 +150,8 @@ template <class Base>
 void ModelCamera<Base>::followClock() {
   CameraState& now = state();
   applyBandwidth(now.bandwidth, now.bandwidthAuto);
-  // applyBandwidth() has written the exposure too, but not to a camera that was never set up. It is
-  // written once more in every case: that is the sequence which recorded conversations contain.
+  // applyBandwidth() has written the exposure, too, except to a camera that was not initialised. It
+  // is written again in every case, because recordings contain this sequence.
   setExposure(now.exposureUs, now.exposureAuto);
 }
 
@@ -237,8 +237,9 @@ void ModelCamera<Base>::setWhiteBalance(int red, int blue, bool automatic) {
   this->noteSettings();
 }
 
-// Cooled cameras have a thermistor in the place of the thermometer chip, whose answer is
-// a 12-bit two's complement number of 1/16 degree, its low four bits in the upper half of byte 0.
+// Cooled cameras have a thermistor instead of the thermometer chip. The answer of the chip is a
+// 12-bit two's complement number of 1/16 degree, with the low four bits in the upper half of byte
+// 0.
 template <class Base>
 float ModelCamera<Base>::readTemperature() {
   if (model().cooled || !offers(Orvik_CTL_TEMPERATURE)) return Base::readTemperature();

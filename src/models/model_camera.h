@@ -10,8 +10,9 @@
 
 namespace orvik {
 
-/// What the drivers of all models share: a camera's life, the limits of its settings, and the order
-/// in which they reach the sensor. A family of models says in which registers.
+/// The common part of the drivers of all models: the life cycle of a camera, the ranges of its
+/// settings, and the order in which they are written to the sensor. The family of a model defines
+/// the registers.
 ///
 /// A control that the model does not offer is refused, and nothing is sent.
 /// @tparam Base Camera, or the cooled camera that derives from it
@@ -37,15 +38,15 @@ class ModelCamera : public Base {
   float readTemperature() override;
   bool startCapture(bool snapshot) override;
 
-  // What the published class interface names besides
-  /// Tells the camera the region's size and who bins.
+  // Functions that only the published class interface needs as public ones
+  /// Writes the size of the region, and whether camera or host bins.
   virtual void writeRegionSize() = 0;
   /// Selects the clock of the current mode.
   virtual void selectClock() = 0;
   /// Selects a clock by its frequency. @return false when not open, or there is no such clock.
   virtual bool selectClock(int khz) = 0;
   virtual void setSampleDepth(bool on) = 0;
-  /// Works out frame rate and data rate, for exposures below 100 ms.
+  /// Computes frame rate and data rate, for exposures below 100 ms.
   void updateFrameRate();
 
  protected:
@@ -55,8 +56,8 @@ class ModelCamera : public Base {
   /// Whether the sensor itself bins the present region.
   [[nodiscard]] bool binsOnSensor() const { return state().hardwareBin && state().bin == 2; }
 
-  // What a family does in its own way. Called with the settings locked and the state up to date.
-  /// Brings the sensor of an open camera from nothing to standby.
+  // Implemented by a family. Called with the settings locked and the state up to date.
+  /// Initialises the sensor of an open camera and leaves it in standby.
   virtual void startSensor() = 0;
   virtual void writeStartPosition() = 0;
   virtual void writeGain() = 0;
@@ -64,11 +65,11 @@ class ModelCamera : public Base {
   /// Colour models only.
   virtual void writeWhiteBalance() = 0;
   virtual void writeLineLength() = 0;
-  /// Works out the exposure's lines, tells the sensor, and notes who times the exposure.
+  /// Computes the lines of the exposure, writes them, and records whether sensor or host times it.
   virtual bool writeExposure() = 0;
   [[nodiscard]] virtual LineLimits lineLimits() const = 0;
 
-  /// What a change of the clock entails.
+  /// Updates what depends on the clock.
   void followClock();
 
  private:
@@ -76,7 +77,7 @@ class ModelCamera : public Base {
   void noteVersions();
   void reapplyControls();
 
-  std::atomic<bool> regionTold_{false};  ///< whether the sensor knows what to read
+  std::atomic<bool> regionTold_{false};  ///< whether a region has been written to the sensor
 };
 
 }  // namespace orvik

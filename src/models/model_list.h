@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// All models: a line each, MODEL(code, family). The line makes the class <code> and puts it
-/// into the catalogue; the file <code>.cpp, in small letters, holds the model's row and facts.
+/// All models, one line each: MODEL(code, family). The line defines the class <code> and adds it to
+/// the catalogue; the file <code>.cpp, in lower case, holds the row and facts of the model.
 #define ORVIK_MODELS(MODEL)                      \
   MODEL(T01C, HostWhiteBalance<RegisterCamera>)  \
   MODEL(T02C, CommandCamera)                     \

@@ -8,20 +8,20 @@
 #include "seam/identity.h"
 #include "state/model_row.h"
 
-/// What rows of models are made of: a model says which sensor it has, which limits and modes go
-/// with it, and what is its own; modelRow() makes the row.
+/// The parts of the rows of models: sensor, shared ranges and modes, and the facts of the model
+/// itself. modelRow() makes the row.
 namespace orvik {
 
 struct Sensor {
   std::int32_t width;                       ///< pixels
   std::int32_t height;                      ///< pixels
   double pixelSizeUm;                       ///< pixel pitch, micrometres
-  std::optional<BayerPattern> mosaic = {};  ///< none: monochrome
+  std::optional<BayerPattern> mosaic = {};  ///< empty for monochrome
 };
 
-/// Limits and modes that several models share.
+/// Ranges and modes that several models share.
 struct ModelValues {
-  std::int8_t maxBin;  ///< bins 1 to this
+  std::int8_t maxBin;  ///< largest bin factor; all smaller ones are offered
   ControlRange gain;
   ControlRange exposureUs;
   std::optional<ControlRange> brightness;
@@ -35,13 +35,13 @@ struct ModelValues {
   bool highByteFirst = false;
 };
 
-/// Where a white balance starts.
+/// The default white balance.
 struct WhiteBalanceDefaults {
   std::int32_t red = 52;
   std::int32_t blue = 95;
 };
 
-/// What is a model's own.
+/// The facts of one model.
 struct ModelFacts {
   const char* name;
   const char* settingsName;

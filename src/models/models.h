@@ -8,11 +8,11 @@
 #include "models/model_list.h"
 #include "models/register_camera.h"
 
-/// The driver classes T01C to T15C: each its family with the model's row and facts.
-/// Their destructors end capture before any part of the object goes.
+/// The driver classes T01C to T15C: each is its family with the row and facts of the model. Their
+/// destructors end capture before any part of the object is destroyed.
 namespace orvik {
 
-// NOLINTBEGIN(bugprone-macro-parentheses): a base class has none
+// NOLINTBEGIN(bugprone-macro-parentheses): a base class cannot be in parentheses
 #define ORVIK_DECLARE_MODEL(code, Family) \
   class code final : public Family {      \
    public:                                \

@@ -33,7 +33,8 @@ bool offersType(const ModelRow& model, IMAGE_TYPE type) {
   return false;
 }
 
-/// `wanted` rounded down to a multiple of `step`, so that `length` pixels fit in front of `end`.
+/// `wanted` rounded down to a multiple of `step`, but not so large that `length` pixels reach
+/// beyond `end`.
 int fit(int wanted, int step, int length, int end) {
   const int rounded = std::max(wanted, 0) / step * step;
   return std::min(rounded, end - length);

@@ -6,7 +6,7 @@
 
 namespace orvik {
 
-/// Where on the sensor a region may lie. Pure functions.
+/// The positions that a region can have on the sensor. Pure functions.
 
 /// Whether the model can deliver such an image: the bin factor and image type are offered, the
 /// width is a multiple of 4, the height even, and the region fits on the sensor.
@@ -23,8 +23,9 @@ struct SensorPosition {
 /// The position of a region in the middle of the sensor, before rounding.
 SensorPosition centred(const ModelRow& model, int width, int height, int bin);
 
-/// The nearest position that the sensor can read from: columns in steps of 4, rows in steps of 2
-/// (so that the mosaic keeps its phase), pushed back to end at the sensor's last pixel.
+/// The nearest position that the sensor can read: columns are rounded down to a multiple of 4, rows
+/// to a multiple of 2 (so that the mosaic keeps its phase), and the region is moved back if it
+/// reaches beyond the last pixel of the sensor.
 SensorPosition readablePosition(const ModelRow& model, SensorPosition wanted, int width, int height,
                                 int bin);
 

@@ -18,7 +18,7 @@ constexpr std::uint16_t kRun = 0x10DC;
 constexpr std::uint16_t kHoldRegister = 0x3001;
 constexpr std::uint16_t kClockPercentRegister = 0x300E;
 
-/// FPGA registers, 8 bits each: the line's length, low byte and high byte.
+/// FPGA registers, 8 bits each: low byte and high byte of the line length.
 constexpr std::uint16_t kFpgaLineLength = 19;
 
 constexpr std::uint16_t registerOf(SensorValue what) {
@@ -77,7 +77,7 @@ bool RegisterCamera::tellSensor(std::initializer_list<Setting> settings) {
   return link().writeSensorWord(kHoldRegister, 0) && told;
 }
 
-// The FPGA collects the lines at the sensor's pace.
+// The FPGA must know the line length as well.
 void RegisterCamera::writeLineLength() {
   EndMarkCamera::writeLineLength();
   const int length = state().lineLength;

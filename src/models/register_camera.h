@@ -5,15 +5,15 @@
 
 namespace orvik {
 
-/// The end-mark models whose sensor has a register of 16 bits for each setting. Some have a second
-/// clock, 16-bit samples, or can be clocked beyond their frequency; a model's controls and image
-/// types say which.
+/// The end-mark models whose sensor has a 16-bit register for each setting. Some have a second
+/// clock, 16-bit samples or overclocking; this follows from the controls and image types of the
+/// model.
 class RegisterCamera : public EndMarkCamera {
  public:
   void selectClock() override;
   bool selectClock(int khz) override;
   void setSampleDepth(bool on) override;
-  /// @param percent 0 to 30 beyond the sensor's frequency
+  /// @param percent 0 to 30 above the nominal frequency of the sensor
   bool setOverclock(int percent) override;
 
  protected:

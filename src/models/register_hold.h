@@ -6,8 +6,8 @@
 
 namespace orvik {
 
-/// While it lives, the sensor stores what is written to its registers without using it; at its end
-/// all values take effect together, so that no frame is exposed with half of them.
+/// While it exists, the sensor stores register writes without applying them. At its end all values
+/// take effect together, so that no frame is exposed with only some of them.
 class SensorHold {
  public:
   explicit SensorHold(VendorLink& link) : link_(link) { link_.writeSensorByte(sensor::kHold, 1); }
@@ -27,7 +27,7 @@ class SensorHold {
   bool released_ = false;
 };
 
-/// The same for the FPGA's registers.
+/// The same for the registers of the FPGA.
 class FpgaHold {
  public:
   explicit FpgaHold(VendorLink& link) : link_(link) { link_.writeFpga(fpga::kHold, 1); }
