@@ -15,9 +15,9 @@ namespace {
 using Words = std::vector<std::string_view>;
 
 constexpr std::string_view kTitle = "orvik-conversation 1";
-/// Longer reads than any camera's, and no more memory than a file can honestly ask for.
+/// More than the longest read of any camera, and a limit for the memory that a file can claim.
 constexpr std::size_t kLongestRead = std::size_t{64} << 20U;
-constexpr std::size_t kMostPorts = 7;  ///< hubs that USB puts in a row
+constexpr std::size_t kMostPorts = 7;  ///< longest chain of hubs in USB
 
 Words wordsOf(std::string_view line) {
   Words words;
@@ -73,7 +73,7 @@ class Reader {
  public:
   explicit Reader(Conversation& conversation) : conversation_(conversation) {}
 
-  /// @return whether the line is one of a recording.
+  /// @return whether the line is valid.
   bool take(std::size_t number, const Words& words) {
     line_ = number;
     const std::string_view kind = words.front();
@@ -171,7 +171,7 @@ std::string readConversation(std::string_view text, Conversation& conversation) 
   Reader reader(conversation);
   for (std::size_t number = 1; !text.empty(); ++number) {
     const std::size_t end = text.find('\n');
-    if (end == std::string_view::npos) break;  // cut off while it was written
+    if (end == std::string_view::npos) break;  // an incomplete last line
     const std::string_view line = text.substr(0, end);
     text.remove_prefix(end + 1);
     if (number == 1) {

@@ -14,15 +14,15 @@
 
 namespace orvik::trace {
 
-/// How a transfer went.
+/// The outcome of a transfer.
 struct Outcome {
   seam::TransferStatus status = seam::TransferStatus::kOk;
-  bool refused = false;  ///< it could not begin; the status says why
+  bool refused = false;  ///< it could not be submitted; the status says why
 
   friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
-/// Whether a request is one of those that all USB devices have.
+/// Whether a request is a standard USB request.
 constexpr bool isStandard(const seam::SetupPacket& setup) {
   return (setup.requestType & 0x60U) == 0;
 }
@@ -32,7 +32,7 @@ struct ControlEvent {
   seam::SetupPacket setup;
   std::uint16_t length = 0;
   Outcome outcome;
-  std::vector<std::uint8_t> data;  ///< answered by the device, or sent to it
+  std::vector<std::uint8_t> data;  ///< received from the device, or sent to it
 
   [[nodiscard]] bool isIn() const { return (setup.requestType & 0x80U) != 0; }
 };
@@ -40,20 +40,20 @@ struct ControlEvent {
 struct BulkEvent {
   std::size_t line = 0;
   std::uint8_t endpoint = 0;
-  std::size_t length = 0;  ///< asked for
+  std::size_t length = 0;  ///< requested
   Outcome outcome;
   std::size_t bytes = 0;  ///< received
   std::uint64_t hash = 0;
-  std::vector<std::uint8_t> head;  ///< the first bytes; all of them in a whole recording
-  std::vector<std::uint8_t> tail;  ///< the last bytes, where `head` has not all
+  std::vector<std::uint8_t> head;  ///< the first bytes, or all
+  std::vector<std::uint8_t> tail;  ///< the last bytes, if `head` is incomplete
 };
 
-/// What was said while a device was open.
+/// The events from the opening of a device to its closing.
 struct Opening {
   seam::DeviceLocation location;
   bool opened = false;
   seam::Speed speed = seam::Speed::kUnknown;
-  std::optional<bool> claimed;  ///< none when it was not tried
+  std::optional<bool> claimed;  ///< empty if it was not tried
   std::vector<ControlEvent> controls;
   std::vector<BulkEvent> bulks;
 
@@ -70,11 +70,11 @@ struct Conversation {
   std::vector<Opening> openings;
 };
 
-/// Reads a recording. Any bytes may be given; a recording that was cut off gives what is whole.
-/// @return "" or one sentence that names the line and what is wrong with it.
+/// Reads a recording. Accepts any bytes; of a truncated recording, the complete lines are used.
+/// @return "", or one sentence that names the line and the error.
 std::string readConversation(std::string_view text, Conversation& conversation);
 
-/// FNV-1a, 64 bits: tells data apart, for no more than that.
+/// FNV-1a, 64 bits: to compare data, not for security.
 constexpr std::uint64_t hashOf(std::span<const std::uint8_t> data) {
   std::uint64_t hash = 0xCBF29CE484222325U;
   for (const std::uint8_t byte : data) hash = (hash ^ byte) * 0x100000001B3U;

@@ -26,7 +26,7 @@ std::string hex(std::span<const std::uint8_t> bytes) {
   return text;
 }
 
-/// Words with a space between them.
+/// The words, separated by spaces.
 std::string lineOf(std::initializer_list<std::string_view> words) {
   std::string line;
   for (const std::string_view word : words) {
@@ -64,7 +64,7 @@ void Journal::write(const std::string& line) {
   const std::lock_guard lock(mutex_);
   std::fputs(line.c_str(), file_);
   std::fputc('\n', file_);
-  std::fflush(file_);  // what was said before a crash is what matters most
+  std::fflush(file_);  // the last lines before a crash are the most important ones
 }
 
 std::string Journal::now() const {

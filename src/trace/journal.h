@@ -24,15 +24,15 @@ class Journal {
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
-  /// A number for an opening of a device.
+  /// A new number for an opening of a device.
   std::uint32_t newId() { return ++lastId_; }
 
-  /// Each device once, however often it is listed.
+  /// Writes each device once, even if it is listed several times.
   void device(const seam::DeviceInfo& device);
   void open(std::uint32_t id, const seam::DeviceLocation& location, const seam::Port* port);
   void claim(std::uint32_t id, std::uint8_t interface, bool ok);
   void control(std::uint32_t id, const ControlEvent& event);
-  /// @param data what was received; whole or its ends
+  /// @param data received data, of which all or both ends are written
   void bulk(std::uint32_t id, const BulkEvent& event, std::span<const std::uint8_t> data,
             bool whole);
   /// `kind` is "clear", "reset" or "close".
@@ -46,7 +46,7 @@ class Journal {
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::atomic<std::uint32_t> lastId_{0};
   std::mutex mutex_;
-  std::set<std::string> listed_;  ///< lines of the devices
+  std::set<std::string> listed_;  ///< device lines written so far
   std::FILE* const file_;
 };
 

@@ -7,7 +7,7 @@
 namespace orvik::trace {
 namespace {
 
-/// How far ahead a request is looked for that another thread of the driver may have overtaken.
+/// How far ahead a request is searched for, in case threads of the driver run in another order.
 constexpr std::size_t kLookAhead = 64;
 
 std::string nameOf(const seam::SetupPacket& setup) {

@@ -18,15 +18,15 @@
 
 namespace orvik::trace {
 
-/// Where a driver has departed from a recording. Any thread.
+/// The departures of a driver from a recording. Any thread.
 class Departures {
  public:
-  /// @param listener hears of each when it comes, one at a time
+  /// @param listener called for each departure, one at a time
   explicit Departures(std::function<void(const std::string&)> listener)
       : listener_(std::move(listener)) {}
 
   void add(std::string what);
-  /// One sentence each, in the order in which they came.
+  /// One sentence for each departure, in the order in which they occurred.
   [[nodiscard]] std::vector<std::string> list() const;
 
  private:
@@ -35,23 +35,23 @@ class Departures {
   std::vector<std::string> list_;
 };
 
-/// What a recording has of one device, while it is played. Any thread.
+/// The playback of the recording of one device. Any thread.
 ///
-/// How often a program looks at what is plugged in is its own affair: openings in which a driver
-/// only read descriptors are not played one by one. Descriptors are answered in the order of the
-/// recording, and as the last one when there are no more.
+/// A program may list devices as often as it likes: openings in which only descriptors were read
+/// are not played one by one. Descriptors are answered in the order of the recording, and with the
+/// last answer when there are no more.
 class DevicePlay {
  public:
   DevicePlay(std::vector<Opening> openings, std::shared_ptr<Departures> departures);
 
-  /// @return false when the device refused to be opened here.
+  /// @return false when the device could not be opened at this point of the recording.
   bool open();
   [[nodiscard]] seam::Speed speed() const { return speed_; }
   /// @return the answer to a standard request; null when the recording has none.
   const ControlEvent* describe(const seam::SetupPacket& setup, std::size_t length);
-  /// @return the next opening that was more than a look; none when there is no further one.
+  /// @return the next opening that is not a look (see Opening::isLook()); nothing at the end.
   std::optional<Opening> takeOpening();
-  /// A port was closed after no more than a look.
+  /// A port was closed after a look.
   void endLook();
   [[nodiscard]] Departures& departures() { return *departures_; }
 
@@ -70,7 +70,7 @@ class DevicePlay {
   std::deque<Opening> ahead_;
 };
 
-/// One opening of a device while it is played. Any thread.
+/// The playback of one opening of a device. Any thread.
 class Play {
  public:
   explicit Play(std::shared_ptr<DevicePlay> device) : device_(std::move(device)) {}
@@ -80,7 +80,7 @@ class Play {
 
   [[nodiscard]] seam::Speed speed() const { return device_->speed(); }
   bool claim();
-  /// @return null when the recording has no such request here.
+  /// @return null when the recording has no such request at this point.
   const ControlEvent* next(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
   /// @return null when the recording has no further read of this endpoint.
   const BulkEvent* nextRead(std::uint8_t endpoint);
@@ -91,8 +91,8 @@ class Play {
 
   const std::shared_ptr<DevicePlay> device_;
   std::mutex mutex_;
-  std::optional<Opening> opening_;  ///< none while there was no more than a look
-  std::size_t first_ = 0;           ///< request that may not have been played yet
+  std::optional<Opening> opening_;  ///< empty during a look
+  std::size_t first_ = 0;           ///< first request that may not have been played yet
   std::vector<bool> played_;
   std::map<std::uint8_t, std::size_t> reads_;
 };

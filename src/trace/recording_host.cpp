@@ -15,7 +15,7 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-/// One opening of a device, in the journal.
+/// One opening of a device in the journal.
 struct Entry {
   Entry(std::shared_ptr<Journal> all, BulkData bulkData)
       : journal(std::move(all)), id(journal->newId()), data(bulkData) {}
@@ -25,8 +25,8 @@ struct Entry {
   const BulkData data;
 };
 
-/// A transfer that is written down once, by whoever first learns that it has ended; or when it is
-/// dropped in flight.
+/// A transfer that is recorded once: by the first call that finds that it has ended, or when it is
+/// destroyed in flight.
 template <class Kind>
 class RecordedTransfer : public Kind {
  public:
@@ -34,8 +34,8 @@ class RecordedTransfer : public Kind {
       : entry_(std::move(entry)), inner_(std::move(inner)) {}
 
   void cancel() override { inner_->cancel(); }
-  bool wait(milliseconds limit) override {
-    if (!inner_->wait(limit)) return false;
+  bool wait(milliseconds timeout) override {
+    if (!inner_->wait(timeout)) return false;
     if (open_.exchange(false)) note({inner_->status(), false}, inner_->actualBytes());
     return true;
   }
@@ -46,7 +46,7 @@ class RecordedTransfer : public Kind {
   Kind& inner() { return *inner_; }
   Entry& entry() { return *entry_; }
 
-  /// Remembers a submission, or writes down that it was refused.
+  /// Remembers a submission, or records that it failed.
   TransferStatus begun(TransferStatus status) {
     if (status == TransferStatus::kOk) {
       open_ = true;
@@ -55,7 +55,7 @@ class RecordedTransfer : public Kind {
     }
     return status;
   }
-  /// To be called by destructors: an abandoned transfer was said as well.
+  /// To be called by destructors: an abandoned transfer is recorded as well.
   void noteIfDropped() {
     if (open_.exchange(false)) note({TransferStatus::kCancelled, false}, 0);
   }
@@ -183,8 +183,8 @@ class RecordingHost final : public seam::Host {
     return inner_->serialNumber(device);
   }
   std::shared_ptr<seam::ChangeCount> changes() override { return inner_->changes(); }
-  bool waitForChange(std::uint64_t seen, milliseconds limit) override {
-    return inner_->waitForChange(seen, limit);
+  bool waitForChange(std::uint64_t seen, milliseconds timeout) override {
+    return inner_->waitForChange(seen, timeout);
   }
   [[nodiscard]] std::string settingsFolder() const override { return inner_->settingsFolder(); }
 
@@ -194,7 +194,7 @@ class RecordingHost final : public seam::Host {
   const BulkData data_;
 };
 
-/// The journal that the environment asks for; null when it asks for none.
+/// The journal that the environment requests; null when there is none.
 const std::shared_ptr<Journal>& journalOnRequest() {
   static const auto& journal = *new auto([]() -> std::shared_ptr<Journal> {
     const char* const name = std::getenv("ORVIK_RECORD");  // NOLINT(concurrency-mt-unsafe)

@@ -17,11 +17,11 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-/// Departures that are told on the standard error stream: one brings others with it.
+/// The maximum number of departures on the standard error stream, since one causes others.
 constexpr int kTold = 20;
 constexpr milliseconds kEver = std::chrono::hours(24 * 365);
 
-/// A transfer that has ended when it begins, or waits for its cancellation.
+/// A transfer that either ends as soon as it is submitted, or waits for its cancellation.
 template <class Kind>
 class ReplayedTransfer : public Kind {
  public:
@@ -33,9 +33,9 @@ class ReplayedTransfer : public Kind {
     status_ = TransferStatus::kCancelled;
     ended_.notify_all();
   }
-  bool wait(milliseconds limit) override {
+  bool wait(milliseconds timeout) override {
     std::unique_lock lock(mutex_);
-    return ended_.wait_for(lock, std::clamp(limit, milliseconds(0), kEver),
+    return ended_.wait_for(lock, std::clamp(timeout, milliseconds(0), kEver),
                            [this] { return !inFlight_; });
   }
   [[nodiscard]] TransferStatus status() const override {
@@ -49,11 +49,11 @@ class ReplayedTransfer : public Kind {
 
  protected:
   Play& play() { return *play_; }
-  /// @param outcome none for a transfer that nobody answers
+  /// @param outcome empty for a transfer without an answer
   TransferStatus end(const std::optional<Outcome>& outcome, std::size_t bytes) {
     const std::lock_guard lock(mutex_);
     bytes_ = bytes;
-    // What was cancelled before was waited for then, and is now.
+    // A transfer that was cancelled in the recording waits for its cancellation again.
     inFlight_ = !outcome || outcome->status == TransferStatus::kCancelled;
     if (!inFlight_) status_ = outcome->status;
     return outcome && outcome->refused ? outcome->status : TransferStatus::kOk;

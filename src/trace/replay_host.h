@@ -10,28 +10,28 @@
 
 namespace orvik::trace {
 
-/// A host that plays a recording to a driver, at the driver's own pace.
+/// A host that plays a recording to a driver, at the pace of the driver.
 ///
-/// A device's openings are played in the order of the recording; looks at what is plugged in are
-/// free. A control transfer is answered as the next recorded one with the same setup and the same
-/// data to the device; those that a driver's threads may exchange are found a little further on.
-/// Where there is none, the driver has departed: the transfer stalls. Bulk reads get what was
-/// recorded, in order; of a recording that kept only the ends of a read, the middle is 0. After the
-/// last one reads are not answered any more. Any thread.
+/// The openings of a device are played in the order of the recording, except those that only read
+/// descriptors. A control transfer is answered with the next recorded one that has the same setup
+/// and the same data to the device. The search goes a little ahead, since threads of a driver may
+/// run in another order. If there is none, that is a departure, and the transfer stalls. Bulk reads
+/// return the recorded data in order; if only the ends of a read were recorded, the middle is 0.
+/// After the last one, reads are no longer answered. Any thread.
 class ReplayHost final : public seam::Host {
  public:
-  /// @param listener hears of each departure when it comes, on the thread that departs
+  /// @param listener called for each departure, on the thread that departs
   explicit ReplayHost(Conversation conversation,
                       std::function<void(const std::string&)> listener = {});
   ~ReplayHost() override;
 
-  /// What the driver did otherwise so far; requests that it left out count once its device is
+  /// The departures so far; requests that the driver left out are reported when its device is
   /// closed.
   [[nodiscard]] std::vector<std::string> departures() const { return departures_->list(); }
 
   std::vector<seam::DeviceInfo> devices() override;
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
-  /// Apart from those of real cameras, which a replay must not change.
+  /// Separate from that of real cameras, whose settings a replay must not change.
   [[nodiscard]] std::string settingsFolder() const override { return "replay"; }
 
  private:
@@ -45,9 +45,9 @@ class ReplayHost final : public seam::Host {
   std::vector<Place> places_;
 };
 
-/// The replay that the environment asks for: ORVIK_REPLAY names a recording. The first departures
-/// are told on the standard error stream.
-/// @return null when none is asked for; a host without devices when the recording cannot be read
+/// The replay that the environment requests: ORVIK_REPLAY names a recording. The first departures
+/// are reported on the standard error stream.
+/// @return null when none is requested; a host without devices when the recording cannot be read
 std::shared_ptr<seam::Host> replayOnRequest();
 
 }  // namespace orvik::trace

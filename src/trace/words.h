@@ -6,7 +6,7 @@
 
 #include "seam/usb_host.h"
 
-// The words that a recording has for the values of the seam.
+// The words in a recording for the values of seam/usb_host.h.
 namespace orvik::trace {
 
 template <typename T>
