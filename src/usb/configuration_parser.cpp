@@ -18,7 +18,7 @@ std::optional<Companion> takeCompanion(DescriptorWalk& walk) {
   return Companion{.maxBurst = d[2], .attributes = d[3], .bytesPerInterval = readU16(d, 4)};
 }
 
-/// An endpoint from its descriptor, and from the companion that follows it where one must.
+/// Parses an endpoint descriptor, and the companion descriptor that follows it if required.
 std::optional<Endpoint> parseEndpoint(Bytes d, DescriptorWalk& walk, Companions companions) {
   if (d.size() < kEndpointBytes) return std::nullopt;
   Endpoint endpoint{
@@ -30,8 +30,8 @@ std::optional<Endpoint> parseEndpoint(Bytes d, DescriptorWalk& walk, Companions 
   return endpoint;
 }
 
-/// The endpoints of an interface: as many as it announced, with foreign descriptors between them
-/// skipped. The next interface's descriptor is no such foreigner: there the count was a lie.
+/// Parses the endpoints of an interface, as many as it announced. Other descriptors between them
+/// are skipped, except the descriptor of the next interface: then the announced count was wrong.
 std::optional<std::vector<Endpoint>> takeEndpoints(std::size_t count, DescriptorWalk& walk,
                                                    Companions companions) {
   if (count > kMaxDataEndpoints) return std::nullopt;

@@ -11,7 +11,7 @@
 namespace orvik {
 namespace {
 
-/// A bus with nothing on it.
+/// A host without devices.
 class EmptyHost final : public seam::Host {
  public:
   std::vector<seam::DeviceInfo> devices() override { return {}; }
@@ -30,8 +30,8 @@ std::shared_ptr<seam::Host> currentHost() {
   if (!systemHost) systemHost = trace::replayOnRequest();
   if (!systemHost) systemHost = trace::recordedOnRequest(makeLibusbHost());
   if (systemHost) return systemHost;
-  // For this once: the bus may be there at the next call, when a driver has been loaded or a
-  // container has been given its devices.
+  // Not stored: USB may be available at the next call, when a driver has been loaded or a container
+  // has been given its devices.
   static const auto nothing = std::make_shared<EmptyHost>();
   return nothing;
 }
@@ -44,9 +44,9 @@ void installHost(std::shared_ptr<seam::Host> host) {
     former = installedHost ? installedHost : systemHost;
     installedHost.swap(host);
   }
-  // Whoever waits for a change on the former host is to look at its successor.
+  // Wakes threads that wait for a change on the former host, so that they use the new one.
   if (const auto changes = former ? former->changes() : nullptr) changes->add();
-  // The former host ends here, outside the lock: its end may take a moment.
+  // The former host is destroyed here, outside the lock, because that may take a moment.
 }
 
 }  // namespace orvik

@@ -11,11 +11,12 @@
 
 namespace orvik {
 
-/// Reads a device's descriptors over its control endpoint, each request within 500 ms and all of
-/// them within a budget. When that is used up, every further request fails without being sent.
+/// Reads the descriptors of a device over its control endpoint, with a timeout of 500 ms for each
+/// request and a time budget for all. When the budget is used up, every further request fails
+/// without being sent.
 ///
-/// A device that stops answering can hold the caller beyond the budget for as long as
-/// CCyUSBEndPoint::transfer() needs to be rid of one request: 1050 ms.
+/// A device that stops answering can exceed the budget by the time that CCyUSBEndPoint::transfer()
+/// needs to cancel one request: 1050 ms.
 class DescriptorReader {
  public:
   using Bytes = std::vector<std::uint8_t>;
@@ -23,18 +24,19 @@ class DescriptorReader {
   DescriptorReader(std::shared_ptr<seam::Port> port, std::chrono::milliseconds budget);
 
   /// GET_DESCRIPTOR.
-  /// @param length bytes asked for
-  /// @return what came, which may be fewer bytes; none when the request failed.
+  /// @param length bytes requested
+  /// @return the bytes received, which may be fewer; nothing when the request failed.
   std::optional<Bytes> read(std::uint8_t type, std::uint8_t index, std::uint16_t language,
                             std::uint16_t length);
 
-  /// A configuration or BOS descriptor with all that belongs to it: first the header, then the
-  /// length that it announces.
-  /// @return what came; the header alone when that is malformed; none when a request failed.
+  /// Reads a complete configuration or BOS descriptor: first the header, then the length that it
+  /// announces.
+  /// @return the bytes received; only the header when that is malformed; nothing when a request
+  /// failed.
   std::optional<Bytes> readWhole(std::uint8_t type, std::uint8_t index, std::size_t headerBytes);
 
-  /// A string descriptor: first its length, then all of it. Index 0 is the list of languages.
-  /// @return what came; none when a request failed.
+  /// Reads a string descriptor: first its length, then all of it. Index 0 is the list of languages.
+  /// @return the bytes received; nothing when a request failed.
   std::optional<Bytes> readString(std::uint8_t index, std::uint16_t language);
 
   /// GET_INTERFACE.

@@ -17,15 +17,15 @@ inline std::uint32_t readU32(Bytes bytes, std::size_t at) {
   return readU16(bytes, at) | static_cast<std::uint32_t>(readU16(bytes, at + 2)) << 16;
 }
 
-/// Steps through a row of descriptors by their length bytes. Every descriptor it hands out has at
-/// least its two bytes of length and type and lies within the row; so each step moves on.
+/// Walks through a sequence of descriptors by their length bytes. Every returned descriptor has at
+/// least the two bytes for length and type and lies within the sequence, so each step advances.
 class DescriptorWalk {
  public:
   explicit DescriptorWalk(Bytes bytes) : rest_(bytes) {}
 
   [[nodiscard]] bool atEnd() const { return rest_.empty(); }
 
-  /// The next descriptor; none when its length is a lie, or at the end.
+  /// The next descriptor; nothing when its length is invalid, or at the end.
   std::optional<Bytes> take() {
     if (rest_.size() < 2 || rest_[0] < 2 || rest_[0] > rest_.size()) return std::nullopt;
     const Bytes next = rest_.first(rest_[0]);

@@ -12,8 +12,8 @@ constexpr std::uint8_t kCapabilityUsb20Extension = 2;
 constexpr std::uint8_t kCapabilitySuperSpeed = 3;
 constexpr std::uint8_t kCapabilityContainerId = 4;
 
-/// Stores a device capability in the BOS; other types are passed over.
-/// @return false when it is shorter than its type asks for.
+/// Stores a device capability in the BOS; unknown types are ignored.
+/// @return false when it is shorter than its type requires.
 bool addCapability(Bytes bytes, Bos& bos) {
   switch (bytes[2]) {
     case kCapabilityUsb20Extension:
@@ -38,7 +38,8 @@ bool addCapability(Bytes bytes, Bos& bos) {
   }
 }
 
-/// The descriptor at the start of the bytes, if it is a string descriptor of whole units.
+/// The contents of a string descriptor at the start of the bytes, if it consists of whole 16-bit
+/// units.
 std::optional<Bytes> stringUnits(Bytes bytes) {
   const auto descriptor = DescriptorWalk(bytes).take(kTypeString, 2);
   if (!descriptor || descriptor->size() % 2 != 0) return std::nullopt;

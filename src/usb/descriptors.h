@@ -8,9 +8,8 @@
 #include <string>
 #include <vector>
 
-/// USB descriptors from the bytes a device sent. Pure functions: any bytes may be given, and what
-/// is malformed, truncated or contradicts itself is refused (no value). Multi-byte fields of USB
-/// are little-endian.
+/// Parsing of USB descriptors. Pure functions that accept any bytes; malformed, truncated or
+/// inconsistent descriptors are rejected (no value). Multi-byte fields of USB are little-endian.
 namespace orvik::descriptors {
 
 inline constexpr std::uint8_t kTypeDevice = 1;
@@ -26,11 +25,11 @@ inline constexpr std::size_t kDeviceBytes = 18;
 inline constexpr std::size_t kConfigurationHeaderBytes = 9;
 inline constexpr std::size_t kBosHeaderBytes = 5;
 
-/// What a configuration may hold at most; later interfaces are not read.
+/// The maximum number of interfaces of a configuration; further ones are not read.
 inline constexpr std::size_t kMaxInterfaces = 8;
-/// Endpoints of one interface, the control endpoint apart.
+/// The maximum number of endpoints of one interface, without the control endpoint.
 inline constexpr std::size_t kMaxDataEndpoints = 31;
-/// Foreign descriptors tolerated among the endpoints of one interface.
+/// The number of other descriptors that are tolerated between the endpoints of one interface.
 inline constexpr int kMaxSkips = 11;
 
 inline constexpr std::uint16_t kEnglishUs = 0x0409;
@@ -49,7 +48,7 @@ struct Device {
   std::uint8_t serialIndex = 0;
   std::uint8_t configurationCount = 0;
 
-  /// The major version of USB: the high byte of bcdUsb.
+  /// The major USB version: the high byte of bcdUsb.
   [[nodiscard]] std::uint8_t usbMajor() const { return static_cast<std::uint8_t>(bcdUsb >> 8); }
 };
 
@@ -80,18 +79,18 @@ struct Interface {
   std::uint8_t subClass = 0;
   std::uint8_t protocol = 0;
   std::uint8_t stringIndex = 0;
-  std::uint8_t alternateSettingCount = 0;  ///< interfaces here with the same number
+  std::uint8_t alternateSettingCount = 0;  ///< number of settings of this interface number
   std::vector<Endpoint> endpoints{};       ///< at most kMaxDataEndpoints
 };
 
 struct Configuration {
   std::uint16_t totalLength = 0;
-  std::uint8_t interfaceCount = 0;  ///< as the header says; settings are not counted
+  std::uint8_t interfaceCount = 0;  ///< according to the header; settings are not counted
   std::uint8_t value = 0;
   std::uint8_t stringIndex = 0;
   std::uint8_t attributes = 0;
   std::uint8_t maxPower = 0;            ///< 2 mA at USB 2, 8 mA at USB 3
-  std::vector<Interface> interfaces{};  ///< every alternate setting is one; at most kMaxInterfaces
+  std::vector<Interface> interfaces{};  ///< one for each alternate setting; at most kMaxInterfaces
 };
 
 struct Usb20Extension {
@@ -110,7 +109,7 @@ struct ContainerId {
   std::array<std::uint8_t, 16> uuid{};
 };
 
-/// Binary Object Store. Of a capability that comes twice, the last one counts.
+/// Binary Object Store. If a capability occurs twice, the last one counts.
 struct Bos {
   std::uint16_t totalLength = 0;
   std::uint8_t capabilityCount = 0;
@@ -124,21 +123,22 @@ enum class Companions : bool { kNone, kRequired };
 
 std::optional<Device> parseDevice(std::span<const std::uint8_t> bytes);
 
-/// The whole length that the header of a configuration or BOS descriptor announces.
-/// @return none when the bytes are no such header, or the length is shorter than it.
+/// The total length that the header of a configuration or BOS descriptor announces.
+/// @return nothing when the bytes are no such header, or the length is less than that of the
+///   header.
 std::optional<std::uint16_t> totalLengthOf(std::span<const std::uint8_t> header, std::uint8_t type);
 
-/// @param bytes exactly as many as the header announces, otherwise it lies
+/// @param bytes rejected unless there are exactly as many as the header announces
 std::optional<Configuration> parseConfiguration(std::span<const std::uint8_t> bytes,
                                                 Companions companions);
 
-/// @param bytes exactly as many as the header announces
+/// @param bytes the same
 std::optional<Bos> parseBos(std::span<const std::uint8_t> bytes);
 
 /// Whether a string descriptor 0 lists the language.
 bool listsLanguage(std::span<const std::uint8_t> bytes, std::uint16_t language);
 
-/// The text of a string descriptor, which is UTF-16LE: at most 126 units.
+/// The text of a string descriptor, UTF-16LE with at most 126 units.
 std::optional<std::u16string> parseString(std::span<const std::uint8_t> bytes);
 
 }  // namespace orvik::descriptors

@@ -9,7 +9,7 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-// Until a cancelled transfer has come back, first and at the very last.
+// Waits for a cancelled transfer to complete, after the first and after the second abort.
 constexpr milliseconds kAbortWait{50};
 constexpr milliseconds kLastWait{1000};
 
@@ -79,8 +79,8 @@ bool CCyUSBEndPoint::finishTransfer(std::unique_ptr<TransferContext> context, st
   return context->status() == TransferStatus::kOk;
 }
 
-bool CCyUSBEndPoint::waitForTransfer(TransferContext& context, milliseconds limit) const {
-  return context.wait(limit);
+bool CCyUSBEndPoint::waitForTransfer(TransferContext& context, milliseconds timeout) const {
+  return context.wait(timeout);
 }
 
 bool CCyUSBEndPoint::transfer(std::span<std::uint8_t> bytes, std::size_t& length) {

@@ -14,25 +14,25 @@
 
 namespace orvik {
 
-/// How data reaches a transfer.
+/// The memory that a transfer uses.
 enum class TransferMode : std::uint8_t {
-  kBuffered,  ///< through memory of the transfer's own
-  kDirect,    ///< into and out of the caller's memory
+  kBuffered,  ///< a copy, which belongs to the transfer
+  kDirect,    ///< the caller's memory
 };
 
-/// Bytes an endpoint moves in one service interval:
+/// Bytes that an endpoint transfers in one service interval:
 /// (wMaxPacketSize & 0x7FF) x (((wMaxPacketSize >> 11) & 3) + 1), with a companion x (bMaxBurst +
 /// 1), and for an isochronous one also x ((companion bmAttributes & 3) + 1).
 std::uint32_t effectivePacketBytes(const descriptors::Endpoint& endpoint);
 
-/// The limit given to the host for a control transfer with this `timeoutMs`. The protocol counts
-/// whole seconds: 1 to 999 ms become 1 s, longer times lose their fraction, 0 stays none.
+/// The timeout given to the host for a control transfer with this `timeoutMs`. The protocol uses
+/// whole seconds: 1 to 999 ms become 1 s, longer times are truncated, 0 means none.
 std::chrono::milliseconds hostTimeout(std::uint32_t timeoutMs);
 
-/// A pipe of an open device. Made by CUsbDevice.
+/// An endpoint of an open device. Made by CUsbDevice.
 ///
-/// Transfers come in two forms: transfer() does one and returns, bounded in time; the triple
-/// beginTransfer(), waitForTransfer(), finishTransfer() keeps many in flight. Contexts may be
+/// There are two ways of transfer: transfer() does one and returns, with a timeout;
+/// beginTransfer(), waitForTransfer() and finishTransfer() keep many in flight. Contexts may be
 /// finished in any order, each once. abort(), lastStatus() and bytesTransferred() may be called
 /// from any thread at any time; the rest by one thread at a time.
 class CCyUSBEndPoint {
@@ -40,50 +40,50 @@ class CCyUSBEndPoint {
   CCyUSBEndPoint(std::shared_ptr<seam::Port> port, const descriptors::Endpoint& descriptor);
   CCyUSBEndPoint(const CCyUSBEndPoint&) = delete;
   CCyUSBEndPoint& operator=(const CCyUSBEndPoint&) = delete;
-  /// Contexts still in flight stay valid.
+  /// Contexts that are still in flight stay valid.
   virtual ~CCyUSBEndPoint() = default;
 
   /// Starts a transfer on the caller's memory, without a copy. The host holds `buffer.owner` until
-  /// the transfer has ended; without an owner the memory must last that long by itself.
-  /// @return null when it could not begin: lastStatus() says why, kNoMemory meaning that the system
-  ///         takes no further transfer until one has ended.
+  /// the transfer has ended; without an owner the caller must keep the memory for that long.
+  /// @return null when it could not be submitted: lastStatus() says why. kNoMemory means that the
+  ///         system accepts no further transfer until one has ended.
   virtual std::unique_ptr<TransferContext> beginDirectTransfer(seam::TransferBuffer buffer);
 
-  /// Starts a transfer on a copy of the caller's memory. What is received is copied to `bytes` by
-  /// finishTransfer(), and by nothing else: `bytes` must last until then, and no longer if the
-  /// context is dropped instead.
+  /// Starts a transfer on a copy of the caller's memory. Only finishTransfer() copies received data
+  /// to `bytes`, which must exist until then, or until the context is destroyed instead.
   /// @return as for beginDirectTransfer()
   virtual std::unique_ptr<TransferContext> beginBufferedTransfer(std::span<std::uint8_t> bytes);
 
-  /// Starts a transfer in the way of transferMode().
+  /// Starts a transfer according to transferMode().
   virtual std::unique_ptr<TransferContext> beginTransfer(seam::TransferBuffer buffer) = 0;
 
   /// Ends a transfer without waiting, and frees its context.
-  /// @param[out] length the bytes moved, also when the transfer failed after some
-  /// @return true when the transfer had ended well. One still in flight is cancelled: false.
+  /// @param[out] length bytes transferred, also if the transfer failed
+  /// @return true when the transfer had succeeded. One that is still in flight is cancelled: false.
   virtual bool finishTransfer(std::unique_ptr<TransferContext> context, std::size_t& length);
 
-  /// @return true when the transfer has ended, well or not, within `limit`. Cancels nothing.
-  bool waitForTransfer(TransferContext& context, std::chrono::milliseconds limit) const;
+  /// @return true when the transfer has ended within `timeout`, successfully or not. Cancels
+  ///   nothing.
+  bool waitForTransfer(TransferContext& context, std::chrono::milliseconds timeout) const;
 
-  /// One transfer from begin to end. Waits `timeoutMs`; then aborts the endpoint and waits 50 ms
-  /// more; then aborts once more and waits 1000 ms at most, after which the transfer is left to
-  /// itself and the call fails. Always buffered, so that then nothing of the caller's is touched.
-  /// @param[out] length the bytes moved
+  /// Does one complete transfer. Waits `timeoutMs`; then aborts the endpoint and waits 50 ms; then
+  /// aborts again and waits at most 1000 ms, after which the transfer is abandoned and the call
+  /// fails. Always buffered, so that an abandoned transfer does not use the caller's memory.
+  /// @param[out] length bytes transferred
   bool transfer(std::span<std::uint8_t> bytes, std::size_t& length);
 
-  /// Asks for the end of every transfer in flight here; returns at once. One that begins meanwhile
-  /// may be missed.
+  /// Cancels every transfer in flight on this endpoint; returns at once. A transfer that begins
+  /// meanwhile may be missed.
   bool abort();
 
-  /// Aborts, and waits up to 1000 ms until what was in flight has ended.
+  /// Aborts, and waits up to 1000 ms until no transfer is in flight.
   bool settle();
 
   /// Settles, then clears the endpoint's halt.
   bool resetPipe();
 
-  /// Notes in what portions the caller is going to read: `bytes`, raised to whole packets. Without
-  /// effect when maxPacketBytes() is 0.
+  /// Sets the size of the transfers that the caller will make: `bytes`, rounded up to whole
+  /// packets. Without effect when maxPacketBytes() is 0.
   void setTransferSize(std::size_t bytes);
   [[nodiscard]] std::size_t transferSize() const { return transferSize_; }
 
@@ -96,7 +96,7 @@ class CCyUSBEndPoint {
   [[nodiscard]] TransferMode transferMode() const { return transferMode_; }
   void setTransferMode(TransferMode mode) { transferMode_ = mode; }
 
-  /// Of the last transfer that was finished or could not begin.
+  /// The status of the last transfer that was finished or could not be submitted.
   [[nodiscard]] seam::TransferStatus lastStatus() const { return lastStatus_; }
   [[nodiscard]] std::size_t bytesTransferred() const { return bytesTransferred_; }
 
@@ -107,8 +107,8 @@ class CCyUSBEndPoint {
   [[nodiscard]] seam::Port& port() const { return *port_; }
 
  private:
-  /// Puts a transfer in flight.
-  /// @param[out] status why not
+  /// Submits a transfer. @return null when that fails.
+  /// @param[out] status the reason
   virtual std::shared_ptr<seam::Transfer> submit(seam::TransferBuffer buffer,
                                                  seam::TransferStatus& status) = 0;
   std::unique_ptr<TransferContext> begin(seam::TransferBuffer buffer,
@@ -126,8 +126,8 @@ class CCyUSBEndPoint {
   std::atomic<std::size_t> bytesTransferred_{0};
 };
 
-/// The control endpoint. Callers set the fields of the request, then call transfer(); from the
-/// first field to the end of the transfer they hold a lock of their own.
+/// The control endpoint. Callers set the fields of the request, then call transfer(), and hold a
+/// lock of their own from the first field to the end of the transfer.
 class CCyControlEndPoint final : public CCyUSBEndPoint {
  public:
   static constexpr std::uint8_t kTargetDevice = 0;
@@ -138,10 +138,10 @@ class CCyControlEndPoint final : public CCyUSBEndPoint {
   static constexpr std::uint8_t kDirectionIn = 1;
 
   CCyControlEndPoint(std::shared_ptr<seam::Port> port, std::uint8_t maxPacketSize);
-  /// For a control endpoint other than 0, which a configuration may hold. It is never used.
+  /// For a control endpoint other than 0, which a configuration may contain. It is never used.
   CCyControlEndPoint(std::shared_ptr<seam::Port> port, const descriptors::Endpoint& descriptor);
 
-  /// Always buffered: a caller's stack variable is safe even when the transfer is abandoned.
+  /// Always buffered, so that a caller's stack variable is safe even if the transfer is abandoned.
   std::unique_ptr<TransferContext> beginTransfer(seam::TransferBuffer buffer) override;
   [[nodiscard]] bool isIn() const override { return direction != kDirectionOut; }
 
@@ -157,7 +157,7 @@ class CCyControlEndPoint final : public CCyUSBEndPoint {
                                          seam::TransferStatus& status) override;
 };
 
-/// What bulk and interrupt endpoints have in common.
+/// The common part of bulk and interrupt endpoints.
 class DataEndPoint : public CCyUSBEndPoint {
  public:
   using CCyUSBEndPoint::CCyUSBEndPoint;
@@ -173,15 +173,15 @@ class CCyBulkEndPoint final : public DataEndPoint {
   using DataEndPoint::DataEndPoint;
 };
 
-/// Single interrupt transfers. They go through the host's bulk transfers: the kernel looks at the
-/// endpoint's type and makes interrupt transfers of them.
+/// Single interrupt transfers. They use the bulk transfers of the host: the kernel makes interrupt
+/// transfers of them, according to the type of the endpoint.
 class CCyInterruptEndPoint final : public DataEndPoint {
  public:
   using DataEndPoint::DataEndPoint;
 };
 
-/// Known and counted, but no camera has one and the host offers no isochronous transfers: none can
-/// begin here (kError).
+/// Listed, but without transfers: no camera has one and the host offers no isochronous transfers,
+/// so every submission fails (kError).
 class CCyIsocEndPoint final : public CCyUSBEndPoint {
  public:
   using CCyUSBEndPoint::CCyUSBEndPoint;
@@ -192,7 +192,7 @@ class CCyIsocEndPoint final : public CCyUSBEndPoint {
                                          seam::TransferStatus& status) override;
 };
 
-/// The endpoint object for a descriptor, chosen by its type.
+/// Makes the endpoint object for a descriptor, according to its type.
 std::unique_ptr<CCyUSBEndPoint> makeEndpoint(const std::shared_ptr<seam::Port>& port,
                                              const descriptors::Endpoint& descriptor);
 

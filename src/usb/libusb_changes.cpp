@@ -10,7 +10,7 @@ namespace {
 
 int LIBUSB_CALL onChange(libusb_context*, libusb_device*, libusb_hotplug_event, void* count) {
   static_cast<seam::ChangeCount*>(count)->add();
-  return 0;  // and be told of the next one
+  return 0;  // stay registered
 }
 
 }  // namespace
@@ -18,8 +18,8 @@ int LIBUSB_CALL onChange(libusb_context*, libusb_device*, libusb_hotplug_event, 
 std::shared_ptr<seam::ChangeCount> countChanges(libusb_context* context) {
   if (libusb_has_capability(LIBUSB_CAP_HAS_HOTPLUG) == 0) return nullptr;
   auto count = std::make_shared<seam::ChangeCount>();
-  // Registered for as long as the context lives: a callback that is taken back may still be running
-  // on another thread, one that ends with its context cannot.
+  // Registered for the life of the context: a deregistered callback may still be running on another
+  // thread, but none runs after the context has ended.
   const int result = libusb_hotplug_register_callback(
       context, LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT,
       LIBUSB_HOTPLUG_NO_FLAGS, identity::kVendorId, LIBUSB_HOTPLUG_MATCH_ANY,

@@ -9,9 +9,9 @@ struct libusb_context;
 
 namespace orvik {
 
-/// Lets libusb count the plugging and unplugging of the maker's devices; it does so whenever it
-/// handles events of the context.
-/// @return the count, which has to live as long as the context; null where libusb is not told.
+/// Registers for the hot plug events of the maker's devices, which libusb delivers while it handles
+/// events of the context.
+/// @return the count, which must exist as long as the context; null without hot plug support.
 std::shared_ptr<seam::ChangeCount> countChanges(libusb_context* context);
 
 }  // namespace orvik

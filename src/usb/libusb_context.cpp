@@ -12,16 +12,17 @@
 namespace orvik {
 namespace {
 
-// How long the event thread sleeps when nothing wakes it; whatever has to be done wakes it.
+// How long the event thread sleeps if nothing wakes it; all events wake it.
 constexpr timeval kIdle{60, 0};
 
-// A pause between attempts when libusb cannot even wait for events.
+// The pause between attempts when libusb cannot wait for events.
 constexpr std::chrono::milliseconds kAfterError{10};
 
 // The context whose events this thread handles.
 thread_local const LibusbContext* handledHere = nullptr;
 
-/// Keeps the application's signal handlers away from threads started in its lifetime.
+/// Blocks all signals for threads that are started while it exists, so that signal handlers of the
+/// application do not run on them.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
@@ -48,7 +49,7 @@ std::shared_ptr<LibusbContext> LibusbContext::create() {
 LibusbContext::LibusbContext(libusb_context* raw) : raw_(raw), changes_(countChanges(raw)) {}
 
 LibusbContext::~LibusbContext() {
-  // The thread shares in the ownership, so it may be the last to let go, and cannot join itself.
+  // The thread shares the ownership, so it may be the last owner, and it cannot join itself.
   if (handledHere == this) {
     thread_.detach();
   } else {
@@ -80,8 +81,8 @@ bool LibusbContext::startThread() {
 void LibusbContext::run() {
   handledHere = this;
   while (!stop_) {
-    timeval limit = kIdle;
-    const int result = libusb_handle_events_timeout_completed(raw_, &limit, nullptr);
+    timeval timeout = kIdle;
+    const int result = libusb_handle_events_timeout_completed(raw_, &timeout, nullptr);
     closeWaitingHandles();
     if (result != LIBUSB_SUCCESS && result != LIBUSB_ERROR_INTERRUPTED) {
       std::this_thread::sleep_for(kAfterError);
@@ -111,7 +112,7 @@ void LibusbContext::leave() {
   if (--openHandles_ > 0) return;
   stop_ = true;
   idle_.notify_all();
-  if (handledHere == this) return;  // run() ends by itself; whoever needs that joins later
+  if (handledHere == this) return;  // run() ends by itself and is joined later
   libusb_interrupt_event_handler(raw_);
   join();
 }
@@ -127,9 +128,9 @@ void LibusbContext::dropStaleEvents() {
   libusb_handle_events_timeout_completed(raw_, &none, nullptr);
 }
 
-void LibusbContext::drain(std::chrono::milliseconds limit) {
+void LibusbContext::drain(std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
-  if (idle_.wait_for(lock, limit, [this] { return openHandles_ == 0; })) join();
+  if (idle_.wait_for(lock, timeout, [this] { return openHandles_ == 0; })) join();
 }
 
 }  // namespace orvik

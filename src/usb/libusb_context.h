@@ -16,14 +16,14 @@ struct libusb_device_handle;
 
 namespace orvik {
 
-/// A libusb session, and the one thread that handles its events. The thread runs while a device is
+/// A libusb context, and the thread that handles its events. The thread runs while a device is
 /// open: the first handle starts it, the last one ends it.
 ///
-/// libusb calls a transfer's completion while it still works with the transfer's device handle. So
-/// a handle whose last owner lets go inside a completion is closed only when libusb has returned.
+/// libusb still uses the device handle of a transfer while it calls the completion. So a handle
+/// whose last owner disappears inside a completion is closed only after libusb has returned.
 class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
  public:
-  /// @return null where libusb cannot initialise.
+  /// @return null when libusb cannot be initialised.
   static std::shared_ptr<LibusbContext> create();
 
   explicit LibusbContext(libusb_context* raw);
@@ -33,23 +33,23 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
 
   [[nodiscard]] libusb_context* raw() const { return raw_; }
 
-  /// Counts what comes and goes while events are handled; null where libusb is not told.
+  /// Counts hot plug events while events are handled; null without hot plug support.
   [[nodiscard]] const std::shared_ptr<seam::ChangeCount>& changes() const { return changes_; }
 
-  /// Has events handled from now on, on behalf of a handle that is open or of somebody who waits
-  /// for a change. Each success wants its leave() or close().
-  /// @return false when the system gives no thread.
+  /// Handles events from now on, for an open handle or for a thread that waits for a change. Each
+  /// success requires a leave() or close().
+  /// @return false when the system cannot start a thread.
   bool enter();
   void leave();
 
-  /// Closes a handle for which enter() succeeded. Any thread, also inside a completion.
+  /// Closes a handle for which enter() succeeded. Any thread, even inside a completion.
   void close(libusb_device_handle* handle);
 
-  /// Drops what libusb keeps of devices that came and went while nobody handled events.
+  /// Discards pending hot plug events of the time when no events were handled.
   void dropStaleEvents();
 
-  /// Waits, at most `limit`, for the last handle to be closed and the thread to end.
-  void drain(std::chrono::milliseconds limit);
+  /// Waits until the last handle is closed and the thread has ended, at most `timeout`.
+  void drain(std::chrono::milliseconds timeout);
 
  private:
   bool startThread();
@@ -58,12 +58,11 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
   void join();
 
   libusb_context* const raw_;
-  const std::shared_ptr<seam::ChangeCount> changes_;  // used by libusb until the context ends
+  const std::shared_ptr<seam::ChangeCount> changes_;  // libusb uses it until the context ends
   std::atomic<bool> stop_{false};
-  std::vector<libusb_device_handle*> closing_;  // the event thread's own
-
-  // Held while the thread is started and joined. The thread takes it only to close a handle, and
-  // while a handle is open nobody joins: so neither waits for the other.
+  std::vector<libusb_device_handle*> closing_;  // used by the event thread only
+  // Held while the thread is started and joined. The thread locks it only to close a handle, and it
+  // is not joined while a handle is open, so there is no deadlock.
   std::mutex mutex_;
   std::condition_variable idle_;
   int openHandles_ = 0;

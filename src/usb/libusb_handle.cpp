@@ -13,7 +13,7 @@ std::shared_ptr<LibusbHandle> LibusbHandle::open(const std::shared_ptr<LibusbCon
     libusb_close(raw);
     return nullptr;
   }
-  // Where the platform cannot detach kernel drivers there is none to detach.
+  // This fails only on platforms without kernel drivers to detach.
   libusb_set_auto_detach_kernel_driver(raw, 1);
   return std::make_shared<LibusbHandle>(context, raw);
 }

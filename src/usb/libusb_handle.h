@@ -13,7 +13,7 @@ struct libusb_device;
 namespace orvik {
 
 /// An open device. Shared by the port, its transfers and its device memory, and closed when the
-/// last of them is gone.
+/// last of them has been destroyed.
 class LibusbHandle {
  public:
   /// @return null when the device is gone or may not be opened.
@@ -34,7 +34,7 @@ class LibusbHandle {
   libusb_device_handle* const raw_;
 };
 
-/// What an error code of a libusb call says in the terms of the seam.
+/// The transfer status for an error code of libusb.
 seam::TransferStatus statusOfError(int error);
 
 }  // namespace orvik

@@ -14,7 +14,7 @@
 namespace orvik {
 namespace {
 
-// For cancelled transfers to come back when the host goes; they take a few milliseconds.
+// Wait for cancelled transfers when the host is destroyed; they take a few milliseconds.
 constexpr std::chrono::milliseconds kDrainLimit{200};
 
 // The deepest chain of hubs that USB allows.
@@ -99,10 +99,10 @@ class LibusbHost final : public seam::Host {
     return context_->changes();
   }
 
-  bool waitForChange(std::uint64_t seen, std::chrono::milliseconds limit) override {
+  bool waitForChange(std::uint64_t seen, std::chrono::milliseconds timeout) override {
     const auto& count = context_->changes();
     if (!count || !context_->enter()) return false;
-    const bool changed = count->waitForOther(seen, limit);
+    const bool changed = count->waitForOther(seen, timeout);
     context_->leave();
     return changed;
   }

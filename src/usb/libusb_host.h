@@ -7,12 +7,13 @@
 
 namespace orvik {
 
-/// The machine's USB, by libusb. A session of its own; one thread while a device is open.
+/// Makes the host for real USB, with libusb. It has a libusb context of its own, and one thread
+/// while a device is open.
 ///
-/// Dropping the host waits, for a short while at most, until transfers that were dropped in flight
-/// have ended.
+/// The destructor of the host waits, at most for a short time, until cancelled transfers have
+/// ended.
 ///
-/// @return null where libusb cannot initialise.
+/// @return null when libusb cannot be initialised.
 std::shared_ptr<seam::Host> makeLibusbHost();
 
 }  // namespace orvik

@@ -54,7 +54,7 @@ seam::TransferStatus LibusbPort::clearHalt(std::uint8_t endpoint) {
 
 seam::TransferStatus LibusbPort::reset() {
   const int error = libusb_reset_device(handle_->raw());
-  // "Not found": the device came back as another one, and this handle leads nowhere.
+  // "Not found": after the reset it is a different device, and this handle is no longer valid.
   return error == LIBUSB_ERROR_NOT_FOUND ? seam::TransferStatus::kNoDevice : statusOfError(error);
 }
 

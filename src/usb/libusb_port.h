@@ -9,7 +9,7 @@
 namespace orvik {
 
 /// A device opened through libusb. claimInterface(), clearHalt() and reset() block in the kernel,
-/// which bounds each at some seconds by itself.
+/// which has timeouts of a few seconds for each.
 class LibusbPort final : public seam::Port {
  public:
   explicit LibusbPort(std::shared_ptr<LibusbHandle> handle) : handle_(std::move(handle)) {}

@@ -13,7 +13,7 @@ using seam::TransferStatus;
 
 constexpr std::size_t kMaxControlBytes = 0xFFFF;
 
-// A limit that, added to the present, stays inside the clock's range.
+// The longest timeout; added to the present time, it stays within the range of the clock.
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
 TransferStatus statusOfCompletion(libusb_transfer_status status) {
@@ -35,7 +35,7 @@ TransferStatus statusOfCompletion(libusb_transfer_status status) {
   }
 }
 
-// libusb's time-outs are unsigned, with zero for none.
+// Timeouts of libusb are unsigned, zero for none.
 unsigned libusbTimeout(std::chrono::milliseconds timeout) {
   constexpr std::chrono::milliseconds::rep kMax = UINT_MAX;
   return static_cast<unsigned>(std::clamp(timeout.count(), decltype(kMax){0}, kMax));
@@ -85,11 +85,12 @@ TransferStatus LibusbTransferState::submitBulk(std::uint8_t endpoint, seam::Tran
   return submitFilled(std::move(buffer));
 }
 
-// Called with the lock held: a cancel from another thread finds the transfer either not begun or
-// fully in libusb's hands. libusb calls completions without locks of its own that submitting takes.
+// Called with the lock held, so that a cancel from another thread finds the transfer either not
+// begun or completely submitted. When libusb calls completions, it does not hold the locks that
+// submitting takes, so there is no deadlock.
 //
-// On the few host controllers for which libusb must cut a transfer into several requests, a refusal
-// for want of memory after the first of them comes not from here but as a completion with kError.
+// On the few host controllers for which libusb must split a transfer into several requests, a lack
+// of memory after the first of them is reported as a completion with kError, not here.
 TransferStatus LibusbTransferState::submitFilled(seam::TransferBuffer buffer) {
   buffer_ = std::move(buffer);
   self_ = shared_from_this();
@@ -103,7 +104,7 @@ TransferStatus LibusbTransferState::submitFilled(seam::TransferBuffer buffer) {
 void LibusbTransferState::complete() {
   const auto moved = static_cast<std::size_t>(raw_->actual_length);
   if (raw_->type == LIBUSB_TRANSFER_TYPE_CONTROL) copyControlData(moved);
-  // Before anyone learns of the end: whoever has waited may count on the owner being released.
+  // Before the end is reported: a thread that has waited may rely on the owner being released.
   buffer_ = {};
 
   std::shared_ptr<LibusbTransferState> keepUntilUnlocked;
@@ -125,9 +126,9 @@ void LibusbTransferState::cancel() {
   if (self_) libusb_cancel_transfer(raw_);
 }
 
-bool LibusbTransferState::wait(std::chrono::milliseconds limit) {
+bool LibusbTransferState::wait(std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
-  return ended_.wait_for(lock, std::min(limit, kLongestWait), [this] { return !self_; });
+  return ended_.wait_for(lock, std::min(timeout, kLongestWait), [this] { return !self_; });
 }
 
 TransferStatus LibusbTransferState::status() const {

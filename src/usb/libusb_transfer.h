@@ -13,8 +13,8 @@ struct libusb_transfer;
 
 namespace orvik {
 
-/// What a transfer's object and libusb share. While in flight it owns itself, so it outlives an
-/// object that is dropped; with it live the device handle and the caller's buffer.
+/// The state that a transfer object shares with libusb. While in flight it owns itself, so it
+/// outlives a transfer object that is destroyed, together with the device handle and the buffer.
 class LibusbTransferState : public std::enable_shared_from_this<LibusbTransferState> {
  public:
   /// @return null when there is no memory for it.
@@ -30,7 +30,7 @@ class LibusbTransferState : public std::enable_shared_from_this<LibusbTransferSt
   seam::TransferStatus submitBulk(std::uint8_t endpoint, seam::TransferBuffer buffer);
 
   void cancel();
-  bool wait(std::chrono::milliseconds limit);
+  bool wait(std::chrono::milliseconds timeout);
   [[nodiscard]] seam::TransferStatus status() const;
   [[nodiscard]] std::size_t actualBytes() const;
 
@@ -44,15 +44,15 @@ class LibusbTransferState : public std::enable_shared_from_this<LibusbTransferSt
   const std::shared_ptr<LibusbHandle> handle_;
   libusb_transfer* const raw_;
 
-  // Untouched by the caller's side while in flight, so the completion needs no lock for them.
-  std::vector<std::uint8_t> controlPacket_;  // setup and data in one piece, as libusb wants them
+  // Not used by the caller's threads while in flight, so the completion needs no lock for them.
+  std::vector<std::uint8_t> controlPacket_;  // setup and data in one block, as libusb requires
   seam::TransferBuffer buffer_;
 
   mutable std::mutex mutex_;
   std::condition_variable ended_;
   seam::TransferStatus status_ = seam::TransferStatus::kOk;
   std::size_t actualBytes_ = 0;
-  std::shared_ptr<LibusbTransferState> self_;  // set exactly while in flight
+  std::shared_ptr<LibusbTransferState> self_;  // set if and only if in flight
 };
 
 class LibusbControlTransfer final : public seam::ControlTransfer {
@@ -66,7 +66,7 @@ class LibusbControlTransfer final : public seam::ControlTransfer {
     return state_->submitControl(setup, std::move(buffer), timeout);
   }
   void cancel() override { state_->cancel(); }
-  bool wait(std::chrono::milliseconds limit) override { return state_->wait(limit); }
+  bool wait(std::chrono::milliseconds timeout) override { return state_->wait(timeout); }
   [[nodiscard]] seam::TransferStatus status() const override { return state_->status(); }
   [[nodiscard]] std::size_t actualBytes() const override { return state_->actualBytes(); }
 
@@ -84,7 +84,7 @@ class LibusbBulkTransfer final : public seam::BulkTransfer {
     return state_->submitBulk(endpoint_, std::move(buffer));
   }
   void cancel() override { state_->cancel(); }
-  bool wait(std::chrono::milliseconds limit) override { return state_->wait(limit); }
+  bool wait(std::chrono::milliseconds timeout) override { return state_->wait(timeout); }
   [[nodiscard]] seam::TransferStatus status() const override { return state_->status(); }
   [[nodiscard]] std::size_t actualBytes() const override { return state_->actualBytes(); }
 

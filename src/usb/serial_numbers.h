@@ -11,22 +11,22 @@
 
 namespace orvik {
 
-/// A device's text as ASCII: what is not printable becomes '?'.
+/// The text of a device as ASCII: characters that are not printable become '?'.
 std::string printable(const std::u16string& text);
 std::string printable(const std::string& text);
 
 /// The serial numbers of devices that are plugged in but not open here.
 ///
-/// The system is asked first. Where it does not tell, the device is opened for a moment, once for
-/// each time that it is plugged in; a device that could not be read is tried again at the next
-/// call. Any thread.
+/// They come from the system if it knows them. Otherwise the device is opened briefly, once each
+/// time that it is plugged in; a device that could not be read is tried again at the next call. Any
+/// thread.
 class SerialNumbers {
  public:
-  /// @return "" for a device that has none, or does not tell it. At once, or within 2.1 s where a
-  /// device has to be opened and does not answer.
+  /// Returns at once, or within 2.1 s if the device has to be opened and does not answer.
+  /// @return "" for a device that has none, or whose serial number cannot be read.
   std::string of(seam::Host& host, const seam::DeviceInfo& device);
 
-  /// Forgets devices of `host` that are not among `present`.
+  /// Drops devices of `host` that are not in `present`.
   void keepOnly(const seam::Host& host, const std::vector<seam::DeviceInfo>& present);
 
  private:

@@ -19,7 +19,7 @@ std::optional<std::string> firstLine(const std::string& file) {
 
 std::optional<std::string> rememberedSerialNumber(const seam::DeviceLocation& location) {
   const std::string folder = "/sys/bus/usb/devices/" + seam::portText(location) + '/';
-  // The port's present guest may be another one than the device that is meant.
+  // Another device may be plugged into the port by now.
   if (firstLine(folder + "devnum") != std::to_string(location.address)) return std::nullopt;
   return firstLine(folder + "serial").value_or("");
 }

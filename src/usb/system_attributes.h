@@ -8,9 +8,9 @@
 
 namespace orvik {
 
-/// What Linux remembers of a device's serial number from the moment of plugging. Reads a file of
-/// /sys; the device is not opened and need not be permitted.
-/// @return "" for a device without one; nothing where the system does not know this device.
+/// The serial number of a device that Linux stored when the device was plugged in. Reads a file in
+/// /sys; the device is not opened, and permission to open it is not needed.
+/// @return "" for a device without one; nothing if the system does not know this device.
 std::optional<std::string> rememberedSerialNumber(const seam::DeviceLocation& location);
 
 }  // namespace orvik

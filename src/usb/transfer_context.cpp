@@ -20,14 +20,14 @@ void BegunTransfers::cancelAll() {
   for (const auto& transfer : transfers_) transfer->cancel();
 }
 
-bool BegunTransfers::waitForAll(std::chrono::milliseconds limit) {
+bool BegunTransfers::waitForAll(std::chrono::milliseconds timeout) {
   // Waits without the lock, so that others can finish or abort meanwhile.
   std::vector<std::shared_ptr<seam::Transfer>> waitedFor;
   {
     const std::lock_guard lock(mutex_);
     waitedFor = transfers_;
   }
-  const auto deadline = std::chrono::steady_clock::now() + limit;
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
   return std::ranges::all_of(waitedFor, [deadline](const auto& transfer) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
         deadline - std::chrono::steady_clock::now());
@@ -47,7 +47,7 @@ TransferContext::TransferContext(std::shared_ptr<BegunTransfers> begun,
 }
 
 TransferContext::~TransferContext() {
-  transfer_->cancel();  // somebody who waits for all transfers may still hold it
+  transfer_->cancel();  // waitForAll() may still hold it
   begun_->remove(transfer_.get());
 }
 

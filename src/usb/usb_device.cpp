@@ -63,8 +63,8 @@ bool CUsbDevice::Open(const seam::DeviceInfo& device) {
 
 bool CUsbDevice::openAt(const std::vector<seam::DeviceInfo>& devices, std::size_t n) {
   forgetDevice();
-  // Known without a word from the device: so a camera that cannot be opened is still counted, and
-  // the cameras after it keep their index.
+  // Known without opening the device. So a camera that cannot be opened is still counted, and the
+  // cameras after it keep their index.
   location_ = devices[n].location;
   device_.vendorId = devices[n].vendorId;
   device_.productId = devices[n].productId;
@@ -114,7 +114,7 @@ void CUsbDevice::readStrings(DescriptorReader& reader) {
   serialNumber_ = stringAt(reader, device_.serialIndex);
 }
 
-/// @return false only when the BOS that came is malformed: a device that gives none has none.
+/// @return false only when a malformed BOS was received; a device need not have one.
 bool CUsbDevice::readBos(DescriptorReader& reader) {
   if (device_.usbMajor() != 3) return true;
   const auto bytes = reader.readWhole(descriptors::kTypeBos, 0, descriptors::kBosHeaderBytes);
@@ -123,7 +123,7 @@ bool CUsbDevice::readBos(DescriptorReader& reader) {
   return bos_.has_value();
 }
 
-/// @return false only when a configuration that came is malformed.
+/// @return false only when a malformed configuration was received.
 bool CUsbDevice::readConfigurations(DescriptorReader& reader) {
   const auto companions =
       device_.usbMajor() == 2 ? descriptors::Companions::kNone : descriptors::Companions::kRequired;
@@ -164,9 +164,9 @@ bool CUsbDevice::selectAltSetting(std::uint8_t alt) {
   const auto found = std::ranges::find(interfaces, alt, &descriptors::Interface::alternateSetting);
   if (found == interfaces.end()) return false;
 
-  // Where there is only one setting, nobody is asked: at a request to an interface the kernel
-  // claims it for whoever asks, and merely looking at a camera would keep another program from
-  // using it.
+  // With only one setting the device is not asked: for a request to an interface, the kernel claims
+  // the interface for the caller, and then merely listing a camera would prevent another program
+  // from using it.
   alternateSetting_ = 0;
   if (found->alternateSettingCount > 1) {
     DescriptorReader reader(port_, kSelectBudget);

@@ -17,14 +17,14 @@ namespace orvik {
 
 class DescriptorReader;
 
-/// A device of one interface class: found, opened, and known by its descriptors.
+/// A device of one interface class: finds and opens it, and reads its descriptors.
 ///
-/// Not here, because Linux has no source for them: a friendly name, a driver key name, the versions
-/// of driver and bus interface; and a window to notify, for want of windows: whoever wants to know
-/// what was plugged counts again.
+/// Friendly name, driver key name, and the versions of driver and bus interface are missing,
+/// because Linux does not provide them; so is a window for notifications: count the devices again
+/// to detect changes.
 ///
-/// One thread at a time, and no endpoint in use by another while the device is opened, closed or
-/// reset. Endpoint pointers are valid until Close().
+/// For one thread at a time; no other thread may use an endpoint while the device is opened, closed
+/// or reset. Endpoint pointers are valid until Close().
 class CUsbDevice {
  public:
   /// @param interfaceClass identity::classGuid(0 to 9)
@@ -35,50 +35,51 @@ class CUsbDevice {
   CUsbDevice& operator=(const CUsbDevice&) = delete;
   ~CUsbDevice();
 
-  /// Counts the present devices of the class anew; modulo 256.
+  /// Counts the connected devices of the class; modulo 256.
   std::uint8_t deviceCount();
 
   /// All devices that the host lists, of any class and maker.
   [[nodiscard]] std::vector<seam::DeviceInfo> presentDevices() const { return host_->devices(); }
 
-  /// Opens the n-th device of the class, having closed the one that was open, and reads its
-  /// descriptors. Takes 3.1 s at most (4.7 s where the device falls silent only after that).
+  /// Closes the open device, opens the n-th device of the class and reads its descriptors. Takes at
+  /// most 3.1 s (4.7 s if the device stops answering only after that).
   ///
   /// @return true when the device has a configuration with an alternate setting 0. Otherwise:
   /// - n is not below the count: nothing else has changed;
-  /// - the device may not be opened: closed, vendorId() and productId() as the bus lists them;
-  /// - its descriptors are malformed: closed, those two as read, a line on standard error;
-  /// - it answers not enough: open, with a control endpoint, and those two as far as known.
+  /// - the device could not be opened: closed, vendorId() and productId() as listed by the bus;
+  /// - its descriptors are malformed: closed, the two IDs as read, a line on standard error;
+  /// - it did not answer enough requests: open, with a control endpoint, and the IDs if known.
   bool Open(std::uint8_t n);
-  /// Opens one device, whatever its position in the class. Otherwise as the other one.
-  /// @param device as the host lists it; one that has been plugged anew since is another one
+  /// Opens one device, independently of its position in the class; otherwise as above.
+  /// @param device as listed by the host; after replugging it is a different device
   bool Open(const seam::DeviceInfo& device);
   [[nodiscard]] bool isOpen() const { return port_ != nullptr; }
 
-  /// Makes the endpoints of the interface with this alternate setting current. Nothing is changed
-  /// in the device.
-  /// @return false when there is none; then the selection stays.
+  /// Selects the endpoints of the interface with this alternate setting. Changes nothing in the
+  /// device.
+  /// @return false when there is none; the selection then stays.
   bool selectAltSetting(std::uint8_t alt);
 
-  /// Endpoints of the current interface with the control endpoint; 0 when closed.
+  /// The number of endpoints of the current interface, including the control endpoint; 0 when
+  /// closed.
   [[nodiscard]] std::uint8_t endpointCount() const;
   /// @param slot 0 is the control endpoint
-  /// @return null from endpointCount() upwards.
+  /// @return null for slots from endpointCount() on.
   [[nodiscard]] CCyUSBEndPoint* endpoint(std::size_t slot) const;
 
-  /// Closes the device and drops its configurations and endpoints. What is known of the device
-  /// otherwise stays readable. Without effect when closed.
+  /// Closes the device and drops its configurations and endpoints. All other information about the
+  /// device stays available. Without effect when closed.
   void Close();
 
-  /// Resets the device's port, having aborted all transfers.
+  /// Aborts all transfers and resets the port of the device.
   bool resetDevice();
 
-  /// Takes the current interface for this process: needed before data is transferred.
-  /// @return false when another program has it, or nothing is open.
+  /// Claims the current interface for this process; needed before data is transferred.
+  /// @return false when another program has claimed it, or the device is not open.
   bool claim();
 
-  /// Memory that bulk transfers use without a copy; it keeps the device open at the host.
-  /// @return null where there is none to be had.
+  /// Memory that bulk transfers use without a copy; while it exists the host keeps the device open.
+  /// @return null when the system provides none.
   std::shared_ptr<std::uint8_t[]> allocateDeviceMemory(std::size_t bytes);
 
   /// Null when closed.
@@ -102,7 +103,7 @@ class CUsbDevice {
   [[nodiscard]] std::uint8_t configurationCount() const { return device_.configurationCount; }
   [[nodiscard]] const descriptors::Device& deviceDescriptor() const { return device_; }
 
-  /// 0x0409 when the device speaks it; otherwise 0, and there are no strings.
+  /// 0x0409 when the device supports it; otherwise 0, and there are no strings.
   [[nodiscard]] std::uint16_t languageId() const { return languageId_; }
   [[nodiscard]] const std::u16string& manufacturer() const { return manufacturer_; }
   [[nodiscard]] const std::u16string& product() const { return product_; }
@@ -111,18 +112,18 @@ class CUsbDevice {
   [[nodiscard]] bool isHighSpeed() const { return speed_ == seam::Speed::kHigh; }
   [[nodiscard]] bool isSuperSpeed() const { return speed_ == seam::Speed::kSuper; }
   [[nodiscard]] std::uint8_t usbAddress() const { return location_.address; }
-  /// Where the device that was opened last is plugged, for messages.
+  /// The location of the device that was opened last, for messages.
   [[nodiscard]] const seam::DeviceLocation& location() const { return location_; }
-  /// The position in the class at which the open device was found.
+  /// The position of the open device in the class.
   [[nodiscard]] std::uint8_t deviceNumber() const { return deviceNumber_; }
 
   /// USB 3 devices only.
   [[nodiscard]] const std::optional<descriptors::Bos>& bos() const { return bos_; }
-  /// Of the first configuration and the current interface; null when closed or without any.
+  /// The descriptors of the first configuration and the current interface; null when there is none.
   [[nodiscard]] const descriptors::Configuration* configuration() const;
   [[nodiscard]] const descriptors::Interface* interface() const;
-  /// The alternate setting that the device itself named when one was selected here; 0 if it did
-  /// not, or has no other.
+  /// The alternate setting that the device reported at the last selection; 0 if it did not, or has
+  /// no other.
   [[nodiscard]] std::uint8_t alternateSetting() const { return alternateSetting_; }
 
  private:
@@ -130,7 +131,7 @@ class CUsbDevice {
 
   struct Configuration {
     descriptors::Configuration descriptor;
-    std::vector<Endpoints> endpoints;  ///< of each interface in the descriptor, slot 0 apart
+    std::vector<Endpoints> endpoints;  ///< of each interface in the descriptor, without slot 0
   };
 
   struct TypedEndpoints {
