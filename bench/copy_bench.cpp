@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the machine allows: memcpy of frames of 1, 2 and 3 bytes per pixel.
+// The speed limit of the machine: memcpy of frames of 1, 2 and 3 bytes per pixel.
 #include <cstring>
 
 #include "bench/frames.h"
@@ -10,8 +10,9 @@ namespace {
 const bool registered = [] {
   for (const int bytes : {1, 2, 3}) {
     addCase("memcpy", std::to_string(8 * bytes) + " bit", bytes, [bytes](Size size) {
-      const size_t count = size.pixels() * static_cast<size_t>(bytes);
-      return [count, &in = skyFrame<uint8_t>(count), out = std::vector<uint8_t>(count)]() mutable {
+      const std::size_t count = size.pixels() * static_cast<std::size_t>(bytes);
+      return [count, &in = skyFrame<std::uint8_t>(count),
+              out = std::vector<std::uint8_t>(count)]() mutable {
         std::memcpy(out.data(), in.data(), count);
         benchmark::DoNotOptimize(out.data());
       };

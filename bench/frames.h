@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-/// What the kernel benchmarks have in common: frame sizes, frames, and how a case is registered.
+/// Common parts of the kernel benchmarks: frame sizes, frames, and the registration of cases.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -22,8 +22,8 @@ struct Size {
   int width;
   int height;
 
-  [[nodiscard]] size_t pixels() const {
-    return static_cast<size_t>(width) * static_cast<size_t>(height);
+  [[nodiscard]] std::size_t pixels() const {
+    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   }
 };
 
@@ -32,16 +32,16 @@ inline constexpr std::array<Size, 3> kSizes{
     {{"S", 1304, 976}, {"M", 3096, 2080}, {"L", 7380, 4928}}};
 
 /// A frame of `samples` samples like a night sky: a soft gradient, noise and a few bright pixels.
-/// Made once per size.
+/// Made once for each size.
 template <typename Sample>
-const std::vector<Sample>& skyFrame(size_t samples) {
-  static std::map<size_t, std::vector<Sample>> made;
+const std::vector<Sample>& skyFrame(std::size_t samples) {
+  static std::map<std::size_t, std::vector<Sample>> made;
   std::vector<Sample>& frame = made[samples];
   if (!frame.empty()) return frame;
   frame.resize(samples);
   constexpr double kMax = std::numeric_limits<Sample>::max();
   std::minstd_rand generator(1);
-  for (size_t i = 0; i < samples; ++i) {
+  for (std::size_t i = 0; i < samples; ++i) {
     const double gradient = 0.15 + 0.2 * static_cast<double>(i) / static_cast<double>(samples);
     const double noise = static_cast<double>(generator() % 1024) / 1024.0 * 0.04;
     const double star = generator() % 500 == 0 ? 0.5 : 0.0;
@@ -52,9 +52,9 @@ const std::vector<Sample>& skyFrame(size_t samples) {
 
 /// Registers `kernel/variant/size` for every size.
 ///
-/// @param bytesPerPixel how much of the input a pixel is; the report sets the case against a memcpy
+/// @param bytesPerPixel bytes of input for each pixel; the report compares the case with a memcpy
 ///   of as many bytes
-/// @param make called with a Size before the measurement; returns what is measured
+/// @param make called with a Size before the measurement; returns the function to measure
 template <typename Make>
 void addCase(const std::string& kernel, const std::string& variant, int bytesPerPixel, Make make) {
   for (const Size& size : kSizes) {
@@ -62,12 +62,12 @@ void addCase(const std::string& kernel, const std::string& variant, int bytesPer
     benchmark::RegisterBenchmark(
         name.c_str(), [make, size, bytesPerPixel](benchmark::State& state) {
           auto run = make(size);
-          run();  // brings in the pages of an output that is allocated on first use
+          run();  // touches the pages of an output that is allocated on first use
           for (auto _ : state) {
             run();
             benchmark::ClobberMemory();
           }
-          state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(size.pixels()));
+          state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(size.pixels()));
           state.counters["bytesPerPixel"] = bytesPerPixel;
         });
   }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The kernels of the library as the camera classes call them. Kernels that work in place run again
-// and again over one buffer; their speed does not depend on what is in it, but for the 16-bit
-// table, which is chosen so that a frame returns every second time.
+// The kernels of the library as the camera classes call them. Kernels that work in place run
+// repeatedly over one buffer. Their speed does not depend on its contents, except with the 16-bit
+// table, which is chosen so that the frame is restored every second time.
+#include <cstdint>
+
 #include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
 #include "algorithm/hot_pixel_table.h"
@@ -18,9 +20,9 @@ const std::string kOurs = "orvik";
 /// A table that is its own inverse.
 template <typename Pixel>
 std::vector<Pixel> negative() {
-  constexpr size_t kMax = std::numeric_limits<Pixel>::max();
+  constexpr std::size_t kMax = std::numeric_limits<Pixel>::max();
   std::vector<Pixel> table(kMax + 1);
-  for (size_t i = 0; i <= kMax; ++i) table[i] = static_cast<Pixel>(kMax - i);
+  for (std::size_t i = 0; i <= kMax; ++i) table[i] = static_cast<Pixel>(kMax - i);
   return table;
 }
 
@@ -43,11 +45,11 @@ void addFlip(const std::string& name, bool vertical, bool horizontal) {
   });
 }
 
-using BinRoutine = void (*)(uint8_t*, uint16_t*, int, int, int, bool) noexcept;
+using BinRoutine = void (*)(std::uint8_t*, std::uint16_t*, int, int, int, bool) noexcept;
 
 void addBin8(const std::string& name, BinRoutine routine, int bin) {
   addCase(name + std::to_string(bin), kOurs, 1, [routine, bin](Size size) {
-    return [=, image = skyFrame<uint8_t>(size.pixels())]() mutable {
+    return [=, image = skyFrame<std::uint8_t>(size.pixels())]() mutable {
       routine(image.data(), nullptr, size.width / bin, size.height / bin, bin, false);
     };
   });
@@ -55,31 +57,31 @@ void addBin8(const std::string& name, BinRoutine routine, int bin) {
 
 void addBin16(const std::string& name, BinRoutine routine, int bin) {
   addCase(name + std::to_string(bin), kOurs, 2, [routine, bin](Size size) {
-    return [=, image = skyFrame<uint16_t>(size.pixels())]() mutable {
+    return [=, image = skyFrame<std::uint16_t>(size.pixels())]() mutable {
       routine(nullptr, image.data(), size.width / bin, size.height / bin, bin, true);
     };
   });
 }
 
-/// A dark of a few steps everywhere and a hot pixel here and there.
-std::vector<uint16_t> darkFrame(size_t pixels) {
-  std::vector<uint16_t> dark(pixels);
+/// A dark frame with a few steps everywhere and some hot pixels.
+std::vector<std::uint16_t> darkFrame(std::size_t pixels) {
+  std::vector<std::uint16_t> dark(pixels);
   std::minstd_rand generator(5);
-  for (uint16_t& sample : dark) {
-    sample = static_cast<uint16_t>(generator() % 16 + (generator() % 5000 == 0 ? 150 : 0));
+  for (std::uint16_t& sample : dark) {
+    sample = static_cast<std::uint16_t>(generator() % 16 + (generator() % 5000 == 0 ? 150 : 0));
   }
   return dark;
 }
 
 void addDark() {
   addCase("dark", kOurs, 1, [](Size size) {
-    return [size, image = skyFrame<uint8_t>(size.pixels()),
+    return [size, image = skyFrame<std::uint8_t>(size.pixels()),
             dark = darkFrame(size.pixels())]() mutable {
       CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), false, 0);
     };
   });
   addCase("dark of binned", kOurs, 1, [](Size size) {
-    return [size, image = skyFrame<uint8_t>(size.pixels()),
+    return [size, image = skyFrame<std::uint8_t>(size.pixels()),
             dark = darkFrame(size.pixels())]() mutable {
       CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), true, 0);
     };
@@ -87,9 +89,9 @@ void addDark() {
   addCase("hot pixels", kOurs, 1, [](Size size) {
     HotPixelTable table(hotPixelTableBytes(size.width, size.height));
     std::minstd_rand generator(6);
-    for (size_t i = 0; i < size.pixels() / 5000; ++i) table[generator() % table.size()] = 4;
+    for (std::size_t i = 0; i < size.pixels() / 5000; ++i) table[generator() % table.size()] = 4;
     return
-        [image = skyFrame<uint8_t>(size.pixels()),
+        [image = skyFrame<std::uint8_t>(size.pixels()),
          sites = cutHotPixels(table, size.width, {0, 0, size.width, size.height, 1, 2})]() mutable {
           correctHotPixels(image.data(), sites);
         };
@@ -99,32 +101,32 @@ void addDark() {
 void addConversions() {
   addCase("demosaic", kOurs, 1, [](Size size) {
     CAlgorithm::SetRGBWB(52, 95);
-    return [size, &raw = skyFrame<uint8_t>(size.pixels()),
-            bgr = std::vector<uint8_t>(3 * size.pixels())]() mutable {
+    return [size, &raw = skyFrame<std::uint8_t>(size.pixels()),
+            bgr = std::vector<std::uint8_t>(3 * size.pixels())]() mutable {
       CAlgorithm::Bayer2RGB24_RG(raw.data(), bgr.data(), size.width, size.height);
     };
   });
   addCase("luminance", kOurs, 3, [](Size size) {
-    return [size, &bgr = skyFrame<uint8_t>(3 * size.pixels()),
-            out = std::vector<uint8_t>(size.pixels())]() mutable {
+    return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
+            out = std::vector<std::uint8_t>(size.pixels())]() mutable {
       CAlgorithm::RGB2Y8(bgr.data(), out.data(), size.width, size.height);
     };
   });
   addCase("first channel", kOurs, 3, [](Size size) {
-    return [size, &bgr = skyFrame<uint8_t>(3 * size.pixels()),
-            out = std::vector<uint8_t>(size.pixels())]() mutable {
+    return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
+            out = std::vector<std::uint8_t>(size.pixels())]() mutable {
       CAlgorithm::RGB2R8(bgr.data(), out.data(), size.width, size.height);
     };
   });
   addCase("4:2:2", kOurs, 3, [](Size size) {
-    return [size, &bgr = skyFrame<uint8_t>(3 * size.pixels()),
-            out = std::vector<uint8_t>(2 * size.pixels())]() mutable {
+    return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
+            out = std::vector<std::uint8_t>(2 * size.pixels())]() mutable {
       CAlgorithm::RGB2YUV2(bgr.data(), out.data(), size.width, size.height, true);
     };
   });
   addCase("10-bit grey", kOurs, 2, [](Size size) {
-    return [&in = skyFrame<uint16_t>(size.pixels()),
-            out = std::vector<uint8_t>(4 * size.pixels())]() mutable {
+    return [&in = skyFrame<std::uint16_t>(size.pixels()),
+            out = std::vector<std::uint8_t>(4 * size.pixels())]() mutable {
       grey10(in.data(), out.data(), in.size());
     };
   });
@@ -133,14 +135,14 @@ void addConversions() {
 const bool registered = [] {
   addConversions();
   addDark();
-  addGamma<uint8_t>("table 8");
-  addGamma<uint16_t>("table 16");
-  addFlip<uint8_t>("flip 8 horizontal", false, true);
-  addFlip<uint8_t>("flip 8 vertical", true, false);
-  addFlip<uint8_t>("flip 8 both", true, true);
-  addFlip<uint16_t>("flip 16 horizontal", false, true);
-  addFlip<uint16_t>("flip 16 vertical", true, false);
-  addFlip<uint16_t>("flip 16 both", true, true);
+  addGamma<std::uint8_t>("table 8");
+  addGamma<std::uint16_t>("table 16");
+  addFlip<std::uint8_t>("flip 8 horizontal", false, true);
+  addFlip<std::uint8_t>("flip 8 vertical", true, false);
+  addFlip<std::uint8_t>("flip 8 both", true, true);
+  addFlip<std::uint16_t>("flip 16 horizontal", false, true);
+  addFlip<std::uint16_t>("flip 16 vertical", true, false);
+  addFlip<std::uint16_t>("flip 16 both", true, true);
   for (const int bin : {2, 3, 4}) addBin8("mono bin 8 x", CAlgorithm::MonoBin, bin);
   for (const int bin : {2, 3, 4}) addBin16("mono bin 16 x", CAlgorithm::MonoBin, bin);
   for (const int bin : {2, 3, 4}) addBin8("mosaic bin 8 x", CAlgorithm::ColorRAWBin, bin);
@@ -148,11 +150,11 @@ const bool registered = [] {
   return true;
 }();
 
-// What happens once per camera or per frame, whatever the frame's size.
+// Work that is done once per camera or frame, independently of the size of the frame.
 
 void gammaTables(benchmark::State& state) {
-  std::vector<uint8_t> table8(256);
-  std::vector<uint16_t> table16(65536);
+  std::vector<std::uint8_t> table8(256);
+  std::vector<std::uint16_t> table16(65536);
   for (auto _ : state) {
     buildGammaTables(static_cast<int>(state.range(0)), GammaTable8(table8), GammaTable16(table16));
     benchmark::ClobberMemory();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The whole road of a frame, from a bulk read to the caller's buffer, with a virtual camera that
-// sends as fast as it is asked; beside a memcpy of the same image. Run it on one core (taskset) to
-// see what one core does: camera, capture worker and caller then share it.
+// The whole path of a frame, from a bulk read to the caller's buffer, with a virtual camera that
+// sends as fast as the host reads; compared with a memcpy of the same image. Run it on one core
+// (taskset) to measure one core, which camera, capture worker and caller then share.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -26,7 +26,7 @@ std::size_t bytesPerPixel(IMG_TYPE type) {
   }
 }
 
-/// A virtual T15C that captures video, for as long as the object lives.
+/// A virtual T15C that captures video while the object exists.
 class Video {
  public:
   explicit Video(IMG_TYPE type) : image_(std::size_t{kWidth} * kHeight * bytesPerPixel(type)) {
@@ -43,7 +43,7 @@ class Video {
   Video& operator=(const Video&) = delete;
 
   bool take() {
-    return running_ && OrvikGetVideoData(0, image_.data(), static_cast<int32_t>(image_.size()),
+    return running_ && OrvikGetVideoData(0, image_.data(), static_cast<std::int32_t>(image_.size()),
                                          5000) == Orvik_OK;
   }
   [[nodiscard]] std::size_t bytes() const { return image_.size(); }
@@ -55,7 +55,7 @@ class Video {
 
 void road(benchmark::State& state, IMG_TYPE type) {
   Video video(type);
-  for (int n = 0; n < 10; ++n) video.take();  // pictures are made, pages touched
+  for (int n = 0; n < 10; ++n) video.take();  // until images are made and pages touched
   for (auto _ : state) {
     if (!video.take()) {
       state.SkipWithError("no frame");

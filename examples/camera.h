@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the examples in C++ have in common: a camera that closes itself, and errors as exceptions.
+// Common parts of the examples in C++: a camera that closes itself, and errors as exceptions.
 #pragma once
 
 #include <orvik/orvik_service.h>
@@ -26,7 +26,7 @@ class Camera {
     if (OrvikGetNumOfConnectedCameras() == 0) throw std::runtime_error("No camera found.");
     check(OrvikOpenCamera(0), "opening the camera");
   }
-  ~Camera() { OrvikCloseCamera(0); }  // ends whatever it is doing
+  ~Camera() { OrvikCloseCamera(0); }  // also stops capture
   Camera(const Camera&) = delete;
   Camera& operator=(const Camera&) = delete;
 

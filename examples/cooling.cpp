@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cooling: brings the sensor to a temperature and tells when it is there.
+// Cooling: cools the sensor to a temperature and reports when it is reached.
 //
 //   cooling -10              with the first camera on the USB bus
 //   cooling -10 T13C_C       with a virtual camera
@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 constexpr double kNearEnough = 0.5;  // degrees Celsius
 constexpr auto kLongest = 10min;
 
-/// The control counts tenths of a degree.
+/// The control is in tenths of a degree.
 double sensorCelsius() { return Camera::get(Orvik_CTL_TEMPERATURE) / 10.0; }
 
 void tell() {
@@ -28,7 +28,7 @@ void tell() {
 
 void coolTo(int target) {
   Camera::set(Orvik_CTL_TARGET_TEMP, target);
-  Camera::set(Orvik_CTL_COOLER_ON, 1);  // from here on the library regulates, until told otherwise
+  Camera::set(Orvik_CTL_COOLER_ON, 1);  // the library regulates until the cooler is switched off
   const auto end = std::chrono::steady_clock::now() + kLongest;
   while (std::abs(sensorCelsius() - target) > kNearEnough) {
     if (std::chrono::steady_clock::now() > end) {
@@ -45,7 +45,7 @@ void run(int target, const char* model) {
   coolTo(target);
   tell();
   std::cout << "Now is the time for darks and long exposures.\n";
-  // Done: let the sensor warm up by itself. It does so slowly enough; heating it would not.
+  // Done. The sensor now warms up by itself, which is slow enough; do not heat it.
   Camera::set(Orvik_CTL_COOLER_ON, 0);
 }
 

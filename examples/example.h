@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: MIT */
-/* What the examples in C have in common: a camera to work with, and words for what goes wrong. */
+/* Common parts of the examples in C: opening a camera, and error messages. */
 #pragma once
 
 #include <orvik/orvik_service.h>
 #include <orvik/orvik_sim.h>
 #include <stdio.h>
 
-/* Whether a call succeeded; tells what went wrong if not. */
+/* Returns whether a call succeeded; prints the error if not. */
 static inline int succeeded(Orvik_ERROR_CODE code, const char* doing) {
   if (code != Orvik_OK) fprintf(stderr, "%s: %s\n", doing, OrvikErrorText(code));
   return code == Orvik_OK;

@@ -4,14 +4,14 @@
  *   first_frame          with the first camera on the USB bus
  *   first_frame T15C     with a virtual camera
  *
- * Everything stands in this one file; the other examples share example.h and camera.h for what is
- * the same in all of them. */
+ * Everything is in this one file; the other examples have their common parts in example.h and
+ * camera.h. */
 #include <orvik/orvik_service.h>
 #include <orvik/orvik_sim.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Tells what went wrong. */
+/* Prints the error. */
 static int failed(const char* doing, Orvik_ERROR_CODE code) {
   fprintf(stderr, "%s: %s\n", doing, OrvikErrorText(code));
   return EXIT_FAILURE;
@@ -22,7 +22,7 @@ static int writePgm(const char* name, const unsigned char* pixels, int width, in
   FILE* file = fopen(name, "wb");
   int good = file != NULL && fprintf(file, "P5\n%d %d\n255\n", width, height) > 0 &&
              fwrite(pixels, 1, count, file) == count;
-  if (file != NULL && fclose(file) != 0) good = 0; /* what was buffered is written only now */
+  if (file != NULL && fclose(file) != 0) good = 0; /* buffered data are written only now */
   if (!good) perror(name);
   return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: MIT */
-/* Guiding, its first step: gives a pulse on each line of the guide port, and measures how far the
- * brightest star moved on the sensor. From that a guider knows which line moves the mount where.
+/* The first step of guiding: gives a pulse on each line of the guide port, and measures how far the
+ * brightest star moved on the sensor. This tells a guider in which direction a line moves the
+ * mount.
  *
  *   guiding 500          pulses of 500 ms with the first camera on the USB bus
  *   guiding 500 T15C     with a virtual camera, whose stars stand still */
@@ -26,7 +27,7 @@ static Star findStar(const unsigned char* pixels) {
   for (int y = y0 - kReach; y <= y0 + kReach; ++y) {
     for (int x = x0 - kReach; x <= x0 + kReach; ++x) {
       if (x < 0 || y < 0 || x >= kWidth || y >= kHeight) continue;
-      /* Half of the peak is taken off, so that the sky around the star has no weight. */
+      /* Half of the peak is subtracted, so that the sky around the star has no weight. */
       const double weight = pixels[y * kWidth + x] - pixels[brightest] / 2.0;
       if (weight <= 0) continue;
       light += weight;
@@ -40,7 +41,7 @@ static Star findStar(const unsigned char* pixels) {
 
 /* Measures the star in a frame that was exposed after this call. */
 static int measure(unsigned char* pixels, Star* star) {
-  for (int frame = 0; frame <= kSkippedFrames; ++frame) { /* those under way are from before */
+  for (int frame = 0; frame <= kSkippedFrames; ++frame) { /* skips frames exposed before */
     if (!succeeded(OrvikGetVideoData(0, pixels, kWidth * kHeight, 5000), "taking a frame")) {
       return 0;
     }
@@ -53,7 +54,7 @@ static int tryLines(unsigned char* pixels, int milliseconds) {
   Star before, after;
   if (!measure(pixels, &before)) return 0;
   for (int line = 0; line < kLines; ++line) {
-    /* Returns at the end of the pulse; the line is off again even if this program is stopped. */
+    /* Returns at the end of the pulse. The library switches the line off if this program exits. */
     if (!succeeded(OrvikPulseGuide(0, (GuideD)line, milliseconds), "guiding")) return 0;
     if (!measure(pixels, &after)) return 0;
     printf("line %d: the star moved by %+.2f, %+.2f pixels\n", line, after.x - before.x,

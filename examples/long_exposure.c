@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A long exposure: a snapshot with 16 bits, written as long_exposure.pgm. Ctrl-C ends it early.
+/* A long exposure: a 16-bit snapshot, written as long_exposure.pgm. Ctrl-C ends it early.
  *
  *   long_exposure 30           30 seconds with the first camera on the USB bus
  *   long_exposure 30 T15C      with a virtual camera */
@@ -30,12 +30,12 @@ static int waitForImage(void) {
     if (!succeeded(OrvikGetExpStatus(0, &status), "asking for the status")) return 0;
   }
   if (status == Orvik_EXPSTATE_READY) return 1;
-  OrvikStopExposure(0); /* an exposure that is not wanted any more; does no harm after a failure */
+  OrvikStopExposure(0); /* cancels the exposure; harmless after a failure */
   fprintf(stderr, interrupted ? "Interrupted.\n" : "The exposure failed.\n");
   return 0;
 }
 
-/* Samples arrive low byte first; a PGM file of 16 bits has the high byte first. */
+/* Samples arrive low byte first; a 16-bit PGM file has the high byte first. */
 static int writePgm16(const char* name, const unsigned char* samples, int width, int height) {
   const size_t count = (size_t)width * (size_t)height;
   FILE* file = fopen(name, "wb");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Video of a planet: a small region around the sensor's middle, as fast as the camera sends it,
-// written frame behind frame into video.raw (8 bits, colours in the sensor's mosaic).
+// Video of a planet: a small region in the middle of the sensor, as fast as the camera sends it,
+// written frame after frame to video.raw (8 bits, with the colour mosaic of the sensor).
 //
 //   video 10           10 seconds with the first camera on the USB bus
 //   video 10 T15C      with a virtual camera
@@ -23,7 +23,7 @@ struct Count {
   int lost = 0;
 };
 
-/// Whether the frame that did not come is only late: capture goes on, and the camera is there.
+/// Whether the missing frame is only late: capture goes on, and the camera is still there.
 bool isLate() {
   Orvik_NO_FRAME_REASON reason = Orvik_NO_FRAME_NONE;
   check(OrvikGetNoFrameReason(0, &reason), "asking for the reason");
@@ -32,7 +32,7 @@ bool isLate() {
 
 Count record(std::chrono::duration<double> length, std::ostream& file) {
   std::vector<unsigned char> frame(std::size_t{kWidth} * kHeight);
-  // Twice the exposure and some time for the read-out; a frame that has not come by then will not.
+  // Twice the exposure and some time for the read-out; a frame that takes longer has been lost.
   constexpr int kWaitMs = 2 * kExposureUs / 1000 + 500;
   Count count;
   check(OrvikStartVideoCapture(0), "starting video");
@@ -40,12 +40,12 @@ Count record(std::chrono::duration<double> length, std::ostream& file) {
   while (std::chrono::steady_clock::now() < end) {
     const auto code =
         OrvikGetVideoData(0, frame.data(), static_cast<std::int32_t>(frame.size()), kWaitMs);
-    if (code == Orvik_ERROR_NO_FRAME && isLate()) continue;  // one got lost; the camera goes on
+    if (code == Orvik_ERROR_NO_FRAME && isLate()) continue;  // a frame was lost; capture goes on
     check(code, "taking a frame");
     file.write(reinterpret_cast<const char*>(frame.data()), std::streamsize{kWidth} * kHeight);
     ++count.frames;
   }
-  // Asked before the end of capture, at which the camera forgets it.
+  // Before capture is stopped, which resets the count.
   check(OrvikGetDroppedFrames(0, &count.lost), "counting lost frames");
   check(OrvikStopVideoCapture(0), "stopping video");
   return count;
@@ -53,7 +53,7 @@ Count record(std::chrono::duration<double> length, std::ostream& file) {
 
 void run(double seconds, const char* model) {
   const Camera camera(model, "scene=planet");
-  // The region comes to lie in the middle. Move it with OrvikSetStartPos() to follow the planet.
+  // The region is centred. Move it with OrvikSetStartPos() to follow the planet.
   check(OrvikSetROIFormat(0, kWidth, kHeight, 1, Orvik_IMG_RAW8), "setting the format");
   Camera::set(Orvik_CTL_EXPOSURE, kExposureUs);
   std::ofstream file("video.raw", std::ios::binary);

@@ -8,7 +8,7 @@
 
 #include "trace/replay_host.h"
 
-/// Reads a recording, and plays it to somebody who asks for exactly what is in it.
+/// Reads a recording, and plays it to a client that requests exactly the recorded transfers.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace orvik;  // NOLINT(google-build-using-namespace)
   using std::chrono::milliseconds;

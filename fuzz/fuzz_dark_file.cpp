@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Any bytes as a dark frame's file: either refused, or the pixels are those at the file's offset.
+// SPDX-License-Identifier: MIT Any bytes as the file of a dark frame: either it is rejected, or the
+// pixels are those at the offset in the file.
 #include <algorithm>
 #include <cstdlib>
 #include <vector>

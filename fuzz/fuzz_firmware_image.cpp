@@ -7,7 +7,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// What a parser returns has to lie within what it was given.
+/// The data that a parser returns must lie within its input.
 void requireWithin(Bytes part, Bytes whole) {
   if (part.empty()) return;
   if (part.data() < whole.data() || part.data() + part.size() > whole.data() + whole.size()) {

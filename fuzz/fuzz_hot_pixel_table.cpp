@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as the content of a camera's flash: the table read from it can be cut for any region,
-// can mend a frame, and comes back the same when it is stored.
+// Any bytes as the contents of a camera's flash: the table read from it can be cut for any region,
+// can correct a frame, and is unchanged after it has been stored and read again.
 #include <algorithm>
 #include <cstdlib>
 #include <mutex>
@@ -15,7 +15,7 @@ constexpr int kWidth = 64;
 constexpr int kHeight = 64;
 constexpr std::uint32_t kTableAddress = 0x40000;
 
-/// A flash that holds the input where the table is stored, erased cells behind it.
+/// A flash with the input at the address of the table, followed by erased cells.
 class InputFlash final : public orvik::FlashPort {
  public:
   explicit InputFlash(std::span<const std::uint8_t> input) : input_(input) {}
@@ -47,7 +47,7 @@ void useTable(const orvik::HotPixelTable& table) {
       const orvik::FrameRegion region{4, 2, 60 / bin / 4 * 4, 62 / bin / 2 * 2, bin, step};
       std::vector<std::uint16_t> frame(region.samples(), 100);
       orvik::correctHotPixels(frame.data(), orvik::cutHotPixels(table, kWidth, region));
-      // Where all samples are alike the median of some of them is, too.
+      // If all samples are equal, the median of some of them is equal, too.
       if (std::ranges::count(frame, 100) != static_cast<std::ptrdiff_t>(frame.size())) std::abort();
     }
   }

@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     settings::apply(*group, T15C::kRow, state);
     if (state.gain > T15C::kRow.gain.max || state.exposureUs > 100'000) std::abort();
   }
-  // What is written comes back, whatever stood in the file, and is a file that can be written to.
+  // The values that are written can be read back, whatever the file contained, and the result is a
+  // valid settings file.
   const settings::Group mine = settings::groupOf(state);
   const auto written = settings::withValues(text, "T15C", mine);
   if (!written) return 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Runs a fuzzer's function on the files of its corpus, one after another, with any compiler:
-// what was once found stays found. usage: PROGRAM FILE_OR_FOLDER...
+// Runs the function of a fuzzer on the files of its corpus, with any compiler, so that faults found
+// before do not return. usage: PROGRAM FILE_OR_FOLDER...
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 void replay(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
-  // The sanitizers see a read beyond the end of memory that is exactly as long as the input.
+  // The memory is exactly as long as the input, so that the sanitizers find reads beyond its end.
   const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
   LLVMFuzzerTestOneInput(input.data(), input.size());
 }

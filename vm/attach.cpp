@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Imports one device of a USB/IP server and hands it to the kernel's virtual host controller:
-// what `usbip attach` does, without its service files and databases.
+// Imports one device from a USB/IP server and passes it to the virtual host controller of the
+// kernel, as `usbip attach` does, but without service files and databases.
 //
-//   attach ADDRESS PORT BUSID     prints the controller's port
+//   attach ADDRESS PORT BUSID     prints the port of the controller
 //
-// The controller has its ports for high speed first, and then those for SuperSpeed.
+// The ports of the controller for high speed come first, then those for SuperSpeed.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -50,12 +50,12 @@ int connectTo(const char* address, const char* port) {
   return socket;
 }
 
-/// The first free port that takes this speed. Lines of the status file: hub, port, state, speed,
-/// device, socket, bus id; state 4 is a free port.
+/// The first free port for this speed. Lines of the status file: hub, port, state, speed, device,
+/// socket, bus id; state 4 is a free port.
 int freePort(bool superSpeed) {
   std::ifstream status(std::string(kController) + "status");
   std::string line;
-  std::getline(status, line);  // the heading
+  std::getline(status, line);  // the header
   while (std::getline(status, line)) {
     std::istringstream words(line);
     std::string hub;

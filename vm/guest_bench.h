@@ -19,7 +19,7 @@ namespace orvik::vm {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// The guest's processor is emulated, and slow.
+/// The processor of the guest is emulated and slow.
 inline constexpr auto kPatience = 30s;
 
 inline std::string environment(const char* name) {
@@ -36,8 +36,8 @@ bool waitFor(Condition condition, Clock::duration limit = kPatience) {
   return true;
 }
 
-/// A camera on the guest's bus while it lives: plugged into the server outside by its console,
-/// and imported by the guest's kernel.
+/// A camera on the bus of the guest while the object exists: plugged into the server on the host
+/// through its console, and imported by the kernel of the guest.
 class PluggedCamera {
  public:
   explicit PluggedCamera(const std::string& description)
@@ -55,14 +55,14 @@ class PluggedCamera {
     EXPECT_TRUE(waitFor([&] { return OrvikGetNumOfConnectedCameras() <= before_; }));
   }
 
-  /// Returns when the server has pulled it out; the kernel learns it a moment later.
+  /// Returns when the server has unplugged it; the kernel notices that a moment later.
   void unplug() {
     command("unplug " + busId_, " unplugged");
     busId_.clear();
   }
 
  private:
-  /// @return the first word of the server's answer, which ends in `answerEnd`.
+  /// @return the first word of the answer of the server, which ends in `answerEnd`.
   static std::string command(const std::string& line, const std::string& answerEnd) {
     const std::string log = environment("ORVIK_SERVER_LOG");
     std::ifstream seen(log, std::ios::ate);
@@ -85,7 +85,7 @@ class PluggedCamera {
   std::string busId_;
 };
 
-/// An open camera; closed with the object.
+/// An open camera; the destructor closes it.
 class OpenCamera {
  public:
   explicit OpenCamera(int index) : index_(index) { EXPECT_EQ(OrvikOpenCamera(index_), Orvik_OK); }
@@ -97,7 +97,7 @@ class OpenCamera {
   void set(Orvik_CONTROL_TYPE control, std::int32_t value) const {
     EXPECT_EQ(OrvikSetControlValue(index_, control, value, Orvik_FALSE), Orvik_OK);
   }
-  /// Sets a format and makes room for its images.
+  /// Sets a format and allocates a buffer for its images.
   void format(int width, int height, int bin, IMG_TYPE type) {
     ASSERT_EQ(OrvikSetROIFormat(index_, width, height, bin, type), Orvik_OK);
     const int bytes = type == Orvik_IMG_RAW16 ? 2 : type == Orvik_IMG_RGB24 ? 3 : 1;

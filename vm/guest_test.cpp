@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The driver through libusb, usbfs and the kernel's USB core. Runs in the guest only, beside a
-// server of virtual cameras outside (scripts/vm.sh).
+// The driver on libusb, usbfs and the USB core of the kernel. Runs in the guest only, with a server
+// of virtual cameras on the host (scripts/vm.sh).
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,7 +18,7 @@
 namespace orvik::vm {
 namespace {
 
-/// The promise is one second; the rest is the emulated processor's.
+/// The library promises one second; the rest is for the emulated processor.
 constexpr auto kUnplugNoticed = 5s;
 constexpr auto kCloseLimit = 15s;
 
@@ -79,7 +79,8 @@ TEST(Guest, ReportsItsThroughput) {
 TEST(Guest, AnUnplugIsSeenInEveryPhase) {
   struct Phase {
     const char* name;
-    /// Brings the camera into the phase, and returns what waits in it; that ends with a failure.
+    /// Brings the camera into the phase, and returns a call that waits in it and ends with a
+    /// failure.
     std::function<std::function<Orvik_ERROR_CODE()>(OpenCamera&)> enter;
   };
   const auto nothing = [] { return Orvik_ERROR_NO_FRAME; };
@@ -191,7 +192,7 @@ TEST(Guest, StartsAndStopsInAHurry) {
   EXPECT_EQ(camera.videoFrame(), Orvik_OK);
 }
 
-/// Runs a program of its own. @return its exit status, or -1 when it was killed.
+/// Runs `work` in a process of its own. @return its exit status, or -1 when it was killed.
 int run(const std::vector<std::string>& words, int killAfterMs = 0) {
   const pid_t child = fork();
   if (child == 0) {
@@ -286,7 +287,7 @@ TEST(Guest, FourCamerasCaptureAtOnce) {
   for (std::thread& reader : readers) reader.join();
   std::printf("four cameras: %d frames in 20 s\n", frames.load());
   cameras.clear();
-  while (!plugged.empty()) plugged.pop_back();  // each waits for the number that it found
+  while (!plugged.empty()) plugged.pop_back();  // in reverse: each waits for its initial count
 }
 
 TEST(Guest, TheLargestFrameFitsUnderTheUsualLimit) {

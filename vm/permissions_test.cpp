@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The udev rule, read by the real udev of the guest.
+// Tests the udev rule with the real udev of the guest.
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
@@ -24,7 +24,7 @@ std::string firstLine(const fs::path& file) {
   return line;
 }
 
-/// The only camera on the bus, in sysfs; "" when there is none.
+/// The sysfs folder of the only camera on the bus; "" when there is none.
 fs::path camera() {
   for (const auto& device : fs::directory_iterator("/sys/bus/usb/devices")) {
     if (firstLine(device.path() / "idVendor") == "4f56") return device.path();
@@ -39,8 +39,8 @@ std::string nodeOf(const fs::path& device) {
   return node;
 }
 
-/// Whether a user without rights of his own can open a file to read and write.
-/// @param group the one that he is a member of
+/// Whether a user without privileges can open a file for reading and writing.
+/// @param group of which the user is a member
 bool mayOpen(const std::string& file, std::optional<gid_t> group) {
   constexpr uid_t kNobody = 65534;
   const pid_t child = fork();

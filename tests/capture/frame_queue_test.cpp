@@ -33,8 +33,8 @@ class FrameQueueTest : public ::testing::Test {
   }
 
   /// @return the frame's mark, or the reason for having none as a negative number.
-  int pop(FrameQueue::Timeout wait = 0ms, std::size_t room = kBytes) {
-    const auto missing = queue_.pop(frame_, room, wait);
+  int pop(FrameQueue::Timeout timeout = 0ms, std::size_t room = kBytes) {
+    const auto missing = queue_.pop(frame_, room, timeout);
     return missing ? minus(*missing) : frame_.memory->data()[0];
   }
   static int minus(NoFrame reason) { return -1 - static_cast<int>(reason); }
@@ -108,13 +108,13 @@ TEST_F(FrameQueueTest, PollingLeavesNoEventsBehind) {
 TEST_F(FrameQueueTest, AnEndWakesWhoWaitsAndSaysWhy) {
   std::uint64_t capture = kFirst;
   for (const NoFrame why : {NoFrame::kStopped, NoFrame::kUnplugged, NoFrame::kFailed}) {
-    for (const FrameQueue::Timeout& wait : {FrameQueue::Timeout{}, FrameQueue::Timeout{20s}}) {
+    for (const FrameQueue::Timeout& timeout : {FrameQueue::Timeout{}, FrameQueue::Timeout{20s}}) {
       queue_.begin(++capture);
       std::thread ender([&] {
         std::this_thread::sleep_for(10ms);
         queue_.end(capture, why);
       });
-      EXPECT_EQ(pop(wait), minus(why));
+      EXPECT_EQ(pop(timeout), minus(why));
       ender.join();
       EXPECT_EQ(pop(std::nullopt), minus(why)) << "a wait without limit would never end";
       const auto taken = timeOf([&] { EXPECT_EQ(pop(30ms), minus(why)); });

@@ -10,10 +10,10 @@ PROGRAM = os.path.abspath(sys.argv.pop(1))
 LIMIT = 60  # seconds that no run may take
 
 
-def run(*arguments, code=0, sim="T15C", limit=LIMIT):
+def run(*arguments, code=0, sim="T15C", timeout=LIMIT):
     """Runs the program, checks its exit code unless it is None, and returns (stdout, stderr)."""
     command = [PROGRAM, *arguments] + (["--sim", sim] if sim else [])
-    done = subprocess.run(command, capture_output=True, text=True, timeout=limit,
+    done = subprocess.run(command, capture_output=True, text=True, timeout=timeout,
                           stdin=subprocess.DEVNULL)
     if code is not None and done.returncode != code:
         raise AssertionError(f"{command}: {done.returncode}, not {code}\n{done.stderr}")

@@ -22,7 +22,7 @@ def plugged(model):
 def reports_of_pair(models):
     sims = [part for model in models for part in ("--sim", plugged(model))]
     # The report names what failed; the exit code would only say that something did.
-    text, _ = run("selftest", "--quick", "--json", *sims, sim=None, code=None, limit=250)
+    text, _ = run("selftest", "--quick", "--json", *sims, sim=None, code=None, timeout=250)
     return json.loads(text)["cameras"]
 
 
