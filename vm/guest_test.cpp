@@ -192,7 +192,7 @@ TEST(Guest, StartsAndStopsInAHurry) {
   EXPECT_EQ(camera.videoFrame(), Orvik_OK);
 }
 
-/// Runs `work` in a process of its own. @return its exit status, or -1 when it was killed.
+/// Runs another program. @return its exit status, or -1 when it was killed.
 int run(const std::vector<std::string>& words, int killAfterMs = 0) {
   const pid_t child = fork();
   if (child == 0) {

@@ -9,26 +9,26 @@
  *
  * A camera is addressed by a small index, 0-based, into the list that
  * OrvikGetNumOfConnectedCameras() builds. Indices are stable while nothing is plugged or unplugged;
- * enumerate before opening. Programs that tell cameras apart, or that run while cameras come and
- * go, open them by serial number or port and use handles (orvik_devices.h): every function takes a
- * handle in the place of an index.
+ * enumerate before opening. Programs that distinguish cameras, or that run while cameras are
+ * plugged or unplugged, should open them by serial number or port and use handles
+ * (orvik_devices.h): every function accepts a handle instead of an index.
  *
  * ## Results
  *
- * Every function but OrvikGetNumOfConnectedCameras() returns an ::Orvik_ERROR_CODE, #Orvik_OK (0)
- * on success. Checks are made in this order: the index against the number of connected cameras
- * (#Orvik_ERROR_CAMERA_INDEX; OrvikGetCameraProperty() alone answers #Orvik_ERROR_INFO_INDEX), then
+ * Every function except OrvikGetNumOfConnectedCameras() returns an ::Orvik_ERROR_CODE, #Orvik_OK
+ * (0) on success. Checks are made in this order: the index against the number of connected cameras
+ * (#Orvik_ERROR_CAMERA_INDEX; only OrvikGetCameraProperty() returns #Orvik_ERROR_INFO_INDEX), then
  * whether the camera is open (#Orvik_ERROR_NO_CAMERA_OBJECT), then the function's own arguments. A
  * call that fails changes nothing and writes nothing through its pointers, unless its own
  * documentation says otherwise. A null pointer is refused with the error named in the function's
  * documentation. No function throws or ends the process. None prints, with two exceptions: a device
- * whose descriptors are malformed is named on the standard error stream, and so is what goes wrong
- * in a replay that the environment asked for (ORVIK_REPLAY).
+ * with malformed descriptors is reported on the standard error stream, and so are the problems of a
+ * replay that the environment requests (ORVIK_REPLAY).
  *
  * ## Unloading
  *
- * Once loaded, the library stays: dlclose() leaves it, its threads and the open cameras as they
- * are. Close the cameras first.
+ * Once loaded, the library stays loaded: dlclose() does not affect it, its threads or the open
+ * cameras. Close the cameras first.
  *
  * ## Threads
  *
@@ -40,18 +40,18 @@
  *
  * A thread that is cancelled (pthread_cancel) inside a call ends after the call.
  *
- * Every call ends by a deadline. A request to the camera takes at most 1.6 s (500 ms, 50 ms after
- * a cancellation, and up to 1 s for a controller that does not give the request back), on a healthy
- * bus well under a millisecond. Stopping waits at most 5 s for the capture worker.
+ * Every call has a deadline. A request to the camera takes at most 1.6 s (500 ms, 50 ms after a
+ * cancellation, and up to 1 s for a controller that does not return the request), on a healthy bus
+ * well under a millisecond. Stopping waits at most 5 s for the capture worker.
  *
- * ## What must not go on
+ * ## Safe requests
  *
- * A guide line that is on, a cooler with power, and a stream go on by themselves until the camera
- * is told otherwise. The requests that end them are repeated when they are lost, for up to 2.6 s,
- * and remembered until the camera has acknowledged them: they are sent again after the next request
- * that gets through, and when the camera is closed or the program ends. A program that is killed
- * cannot send them; OrvikOpenCamera() does, to whatever camera it opens. The end of a program takes
- * up to 5 s longer where a camera does not answer.
+ * A guide line that is on, a cooler with power, and a stream stay on until the camera receives a
+ * request to switch them off. If such a request is lost, it is repeated for up to 2.6 s, and
+ * remembered until the camera has acknowledged it: it is sent again after the next request that
+ * succeeds, and when the camera is closed or the program exits. A program that is killed cannot
+ * send them; OrvikOpenCamera() does, for every camera that it opens. If a camera does not answer,
+ * the exit of a program takes up to 5 s longer.
  */
 #ifndef ORVIK_ORVIK_H
 #define ORVIK_ORVIK_H
@@ -108,24 +108,23 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_IMAGE_TYPE = 9,
   /** The camera refused the start position. */
   Orvik_ERROR_START_POS = 10,
-  /** No frame came: not in time, or capture has ended, or the camera is gone, or it does not fit.
-   */
+  /** No frame: timeout, capture has ended, the camera is gone, or the image does not fit. */
   Orvik_ERROR_NO_FRAME = 11,
   /** Never returned; the value is kept free. */
   Orvik_ERROR_RESERVED_12 = 12,
   /** The buffer is smaller than an image of the present format. */
   Orvik_ERROR_BUFFER_SMALL = 13,
-  /** A snapshot, or work that capture forbids, was asked for while video is running. */
+  /** A snapshot, or an operation that is not possible during capture, while video is running. */
   Orvik_ERROR_VIDEO_RUNNING = 14,
-  /** Video, or work that capture forbids, was asked for while a snapshot is being exposed. */
+  /** Video, or an operation that is not possible during capture, while a snapshot is exposed. */
   Orvik_ERROR_EXPOSING = 15,
-  /** The camera did not do what was asked. */
+  /** The camera did not execute a request. */
   Orvik_ERROR_DRIVER_FAILED = 16,
 
-  /* From here on: answered by the functions of orvik_service.h only. */
-  /** A pointer is null, or a number outside the range that the function names. */
+  /* From here on: returned by the functions of orvik_service.h only. */
+  /** A pointer is null, or a number is outside the documented range. */
   Orvik_ERROR_ARGUMENT = 32,
-  /** The camera has no dark frame, taken or loaded. */
+  /** The camera has no dark frame, recorded or loaded. */
   Orvik_ERROR_NO_DARK = 33,
   /** The camera has no table of hot pixels. */
   Orvik_ERROR_NO_TABLE = 34,
@@ -135,7 +134,7 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_FIRMWARE_IMAGE = 36,
   /** A sector of the flash could not be erased. */
   Orvik_ERROR_FLASH_ERASE = 37,
-  /** What was read back from the camera is something else than what should be there. */
+  /** The data read back from the camera differ from the expected ones. */
   Orvik_ERROR_VERIFY = 38,
   /** More hot pixels are marked than the camera's flash has room for. */
   Orvik_ERROR_TABLE_TOO_LARGE = 39,
@@ -143,7 +142,7 @@ typedef enum ORVIK_INT32 {
   Orvik_ERROR_NO_DEVICE = 40,
   /** Several cameras that are plugged in have this serial number. */
   Orvik_ERROR_SEVERAL_DEVICES = 41,
-  /** What was waited for did not happen in time. */
+  /** The awaited event did not happen before the timeout. */
   Orvik_ERROR_TIMEOUT = 42,
   /** The system cannot do this. */
   Orvik_ERROR_NOT_SUPPORTED = 43,
@@ -167,8 +166,8 @@ typedef enum ORVIK_INT32 {
   Orvik_CTL_BANDWIDTH = 6,
   /** Over-clocking, percent above the normal clock. */
   Orvik_CTL_OVERCLK = 7,
-  /** Sensor temperature in tenths of a degree Celsius; read only. It cannot be read when the camera
-      has not told a valid one for 30 s. */
+  /** Sensor temperature in tenths of a degree Celsius; read only. It cannot be read when there has
+      been no valid reading for 30 s. */
   Orvik_CTL_TEMPERATURE = 8,
   /** 0 none, 1 horizontal, 2 vertical, 3 both. */
   Orvik_CTL_FLIP = 9,
@@ -180,7 +179,7 @@ typedef enum ORVIK_INT32 {
   Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS = 12,
   /** 1 lets the camera bin, 0 bins on the host. */
   Orvik_CTL_HARDWARE_BIN = 13,
-  /** 1 reads 8-bit frames out faster with fewer bits in the converter. */
+  /** 1 reads out 8-bit frames faster, with fewer bits in the converter. */
   Orvik_CTL_HIGH_SPEED_MODE = 14,
   /** Cooler power that the camera acknowledged last, percent; read only. */
   Orvik_CTL_COOL_POWER_PERC = 15,
@@ -188,7 +187,7 @@ typedef enum ORVIK_INT32 {
      it can measure reliably. */
   Orvik_CTL_TARGET_TEMP = 16,
   /** 1 regulates the temperature, 0 switches the cooler off. Without a valid temperature for 30 s
-      regulation takes the power away until there is one; see OrvikGetCoolerStatus(). */
+      regulation switches off the power until there is one; see OrvikGetCoolerStatus(). */
   Orvik_CTL_COOLER_ON = 17,
 } Orvik_CONTROL_TYPE;
 
@@ -196,13 +195,13 @@ typedef enum ORVIK_INT32 {
 typedef enum ORVIK_INT32 {
   /** End of a list of image types. */
   Orvik_IMG_END = -1,
-  /** Raw sensor data (the colour mosaic on a colour camera), 1 byte a pixel. */
+  /** Raw sensor data (the colour mosaic on a colour camera), 1 byte per pixel. */
   Orvik_IMG_RAW8 = 0,
-  /** Colour, 3 bytes a pixel: blue, green, red. */
+  /** Colour, 3 bytes per pixel: blue, green, red. */
   Orvik_IMG_RGB24 = 1,
-  /** Raw sensor data, 2 bytes a pixel, little-endian, in the upper bits. */
+  /** Raw sensor data, 2 bytes per pixel, little-endian, in the upper bits. */
   Orvik_IMG_RAW16 = 2,
-  /** Luminance, 1 byte a pixel. */
+  /** Luminance, 1 byte per pixel. */
   Orvik_IMG_Y8 = 3,
 } IMG_TYPE;
 
@@ -218,7 +217,8 @@ typedef enum ORVIK_INT32 {
   BAYER_GB = 3,
 } BayerPattern;
 
-/** A line of the ST4 guide port. Which line moves the mount where is the camera's wiring. */
+/** A line of the ST4 guide port. The wiring determines the direction in which it moves the mount.
+ */
 typedef enum ORVIK_INT32 {
   Orvik_GUIDE_DIR_0 = 0,
   Orvik_GUIDE_DIR_1 = 1,
@@ -226,7 +226,7 @@ typedef enum ORVIK_INT32 {
   Orvik_GUIDE_DIR_3 = 3,
 } GuideD;
 
-/** How a snapshot stands. */
+/** The status of a snapshot. */
 typedef enum ORVIK_INT32 {
   /** No exposure, or it was stopped. */
   Orvik_EXPSTATE_NONE = 0,
@@ -234,11 +234,11 @@ typedef enum ORVIK_INT32 {
   Orvik_EXPSTATE_EXPOSING = 1,
   /** The image waits for OrvikGetDataAfterExp(). */
   Orvik_EXPSTATE_READY = 2,
-  /** The exposure or its readout failed. */
+  /** The exposure or its read-out failed. */
   Orvik_EXPSTATE_FAILED = 3,
 } Orvik_EXPOSURE_STATUS;
 
-/** What a camera is. Filled by OrvikGetCameraProperty(). */
+/** The properties of a camera. Filled by OrvikGetCameraProperty(). */
 typedef struct _Orvik_CAMERA_INFO {
   char name[64];          /**< display name of the model, zero-terminated */
   int32_t cameraIndex;    /**< the index that was asked about */
@@ -252,11 +252,11 @@ typedef struct _Orvik_CAMERA_INFO {
   Orvik_BOOL hasShutter;  /**< mechanical shutter: always 0 */
   Orvik_BOOL hasST4;      /**< guide port: always 1 */
   Orvik_BOOL hasCooler;   /**< 1 for a camera with a thermo-electric cooler */
-  Orvik_BOOL usb3Host;    /**< 1 when the open camera reported that it sits on a USB 3 port */
+  Orvik_BOOL usb3Host;    /**< 1 when the open camera reported that it is at a USB 3 port */
   Orvik_BOOL usb3Camera;  /**< 1 for a model built for USB 3 */
 } Orvik_CAMERA_INFO;
 
-/** What a control is. Filled by OrvikGetControlCaps(). */
+/** The properties of a control. Filled by OrvikGetControlCaps(). */
 typedef struct _Orvik_CONTROL_CAPS {
   char name[64];                  /**< name of the control, zero-terminated */
   char description[128];          /**< one line of description, zero-terminated */
@@ -268,7 +268,7 @@ typedef struct _Orvik_CONTROL_CAPS {
   Orvik_CONTROL_TYPE controlType; /**< which control this is */
 } Orvik_CONTROL_CAPS;
 
-/** A user's own mark of a camera, kept in the camera's flash. */
+/** An ID that the user gives a camera, stored in the camera's flash. */
 typedef struct _Orvik_ID {
   uint8_t id[32]; /**< bytes of the user's choice */
 } Orvik_ID;
@@ -277,23 +277,23 @@ typedef struct _Orvik_ID {
  *  @{ */
 
 /**
- * Looks for cameras and remembers them in order.
+ * Searches for cameras and stores the list.
  *
- * Open cameras stay open, but their index can shift if devices came or went since.
+ * Open cameras stay open, but their index can shift if devices have been plugged or unplugged.
  *
- * @return the number of connected cameras, 0 to 128; 0 also where the system has no USB.
- * @par Thread: controlling thread. Opens each camera's device shortly.
+ * @return the number of connected cameras, 0 to 128; also 0 if the system has no USB.
+ * @par Thread: controlling thread. Opens the device of each camera briefly.
  */
 ORVIK_API int OrvikGetNumOfConnectedCameras(void);
 
 /**
  * Describes a camera, open or not.
  *
- * `usb3Host`, and of some models which variant `name` tells, are known only once the camera is
- * open. The camera is left as it was.
+ * `usb3Host`, and for some models the variant in `name`, are known only once the camera is open.
+ * The state of the camera does not change.
  *
  * @param info receives the description. Nothing is written past its last field.
- * @param index camera index. Note the order: here the record comes first.
+ * @param index camera index. Note the order: in this function the record comes first.
  * @retval Orvik_ERROR_INFO_INDEX no such index, or `info` is null
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT the device is of an unknown model (`cameraIndex` is written)
  * @par Thread: controlling thread.
@@ -301,33 +301,32 @@ ORVIK_API int OrvikGetNumOfConnectedCameras(void);
 ORVIK_API Orvik_ERROR_CODE OrvikGetCameraProperty(Orvik_CAMERA_INFO* info, int index);
 
 /**
- * Opens a camera and prepares its sensor: guide lines, cooler and stream are off, whatever it was
- * doing. Opening an open camera does nothing.
+ * Opens a camera and prepares its sensor; guide lines, cooler and stream are switched off. Opening
+ * an open camera does nothing.
  *
  * Enumerates first if that has not been done.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT the device is of an unknown model
- * @retval Orvik_ERROR_OPEN_FAILED the device is gone, not permitted, held by another program, or
+ * @retval Orvik_ERROR_OPEN_FAILED the device is gone, not permitted, used by another program, or
  *         open in this process under a handle or another index
  * @par Thread: controlling thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikOpenCamera(int index);
 
 /**
- * Stops capture, keeps the settings that have changed since they were last kept, and closes a
+ * Stops capture, saves the settings if they have changed since they were last saved, and closes a
  * camera. Closing a closed camera does nothing.
  *
- * No other thread may be inside a call on this camera, with one exception: where a thread is at
- * work on the camera's flash or firmware (OrvikSetID(), OrvikFlashFirmware() and the like), closing
- * waits for its end, because an
- * interrupted write could leave the camera unusable. A camera that was unplugged is to be closed as
- * well.
+ * No other thread may be inside a call on this camera, with one exception: if a thread works on the
+ * camera's flash or firmware (OrvikSetID(), OrvikFlashFirmware() and similar functions), closing
+ * waits for it, because an interrupted write could leave the camera unusable. A camera that was
+ * unplugged must be closed as well.
  *
- * @retval Orvik_ERROR_CAMERA_INDEX no such index, since the last enumeration found fewer cameras; a
- *         camera that was opened under it has been closed all the same
- * @par Thread: controlling thread. Ends within 12 s even when the device does not answer; after the
- *      end of such work, by that function's own deadline, where there is any.
+ * @retval Orvik_ERROR_CAMERA_INDEX no such index, because the last enumeration found fewer cameras;
+ *         a camera that was opened under it has been closed all the same
+ * @par Thread: controlling thread. Takes at most 12 s, even if the device does not answer, plus the
+ *      wait for such work, which ends by the deadline of its own function.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikCloseCamera(int index);
 
@@ -336,7 +335,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikCloseCamera(int index);
  *  @{ */
 
 /**
- * Tells how many controls a camera offers.
+ * Returns how many controls a camera offers.
  *
  * @param count receives the number of controls
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
@@ -362,10 +361,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlCaps(int index, int controlIndex,
 /**
  * Reads a control.
  *
- * @param type which control; those the camera does not list can be read as well, but the cooler's
- *        only on a cooled camera
+ * @param type which control; those that the camera does not list can be read as well, except that
+ *        those of the cooler exist only on a cooled camera
  * @param value receives the value, in the unit of ::Orvik_CONTROL_TYPE
- * @param isAuto receives whether the control is on automatic; 0 also when there is no such control
+ * @param isAuto receives whether the control is automatic; 0 also when there is no such control
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_CONTROL no such control, or a pointer is null
@@ -377,23 +376,23 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetControlValue(int index, Orvik_CONTROL_TYPE ty
 /**
  * Sets a control.
  *
- * A value beyond the limits that OrvikGetControlCaps() tells sets the control to the nearest limit;
- * what was set can be read back. Two values have no nearest one: a negative exposure counts as too
- * long, and a flip that does not exist is ignored. Setting a read-only control succeeds and changes
- * nothing.
+ * A value beyond the limits that OrvikGetControlCaps() returns sets the control to the nearest
+ * limit; the actual value can be read back. There are two exceptions: a negative exposure counts as
+ * too long, and a flip that does not exist is ignored. Setting a read-only control succeeds and
+ * changes nothing.
  *
- * What is on automatic moves while a video runs: exposure and gain towards the brightness of
- * #Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, the white balance, of 8-bit frames only, towards grey. A
- * snapshot is taken with the values as they are.
+ * Automatic controls change while a video runs: exposure and gain, until the brightness is that of
+ * #Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, and white balance, with 8-bit frames only, until the mean
+ * colour is grey. A snapshot is taken with the present values.
  *
  * @param value the value, in the unit of ::Orvik_CONTROL_TYPE
- * @param isAuto exactly #Orvik_TRUE puts the control on automatic, starting from `value`
+ * @param isAuto exactly #Orvik_TRUE makes the control automatic, starting from `value`
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_CONTROL no such control
- * @retval Orvik_ERROR_DRIVER_FAILED the camera did not take the value, does not have the control,
- *         or is unplugged. A cooler that is to be off is off with the next request that gets
- * through.
+ * @retval Orvik_ERROR_DRIVER_FAILED the camera did not accept the value, does not have the control,
+ *         or is unplugged. If switching off the cooler fails, it is repeated after the next request
+ *         that succeeds.
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE type, int32_t value,
@@ -406,11 +405,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE ty
 /**
  * Sets the size, bin and type of the delivered image, and centres the region on the sensor.
  *
- * On most models width must be a multiple of 4 and height even, and size times bin must lie within
- * the sensor. A capture that is running ends, and another of its kind begins with the new format;
- * what had been exposed in the former one is lost, except for the image of a snapshot that is
- * ready, which keeps its format until it is fetched. Who waits in OrvikGetVideoData() goes on
- * waiting.
+ * Width must be a multiple of 4 and height even, and size times bin must lie within the sensor. A
+ * running capture is restarted with the new format; frames exposed before are lost, except the
+ * image of a snapshot that is ready, which keeps its format until it is fetched. A waiting
+ * OrvikGetVideoData() goes on waiting.
  *
  * @param width, height size of the delivered image, pixels after binning
  * @param bin bin factor, one of the camera's `bins`
@@ -418,9 +416,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikSetControlValue(int index, Orvik_CONTROL_TYPE ty
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_IMAGE_TYPE `type` is none of ::IMG_TYPE
- * @retval Orvik_ERROR_ROI_SIZE the camera refused, and the region stays as it was, but of an 8-bit
- *         format it is remembered whether #Orvik_IMG_RAW8 or another type was asked for; or it is
- *         unplugged
+ * @retval Orvik_ERROR_ROI_SIZE the camera is unplugged, or it refused the format. The region is
+ *         then unchanged, but later 8-bit images are #Orvik_IMG_RAW8 if and only if `type` was
+ *         that.
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetROIFormat(int index, int width, int height, int bin,
@@ -441,8 +439,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetROIFormat(int index, int* width, int* height,
 /**
  * Moves the region on the sensor.
  *
- * The position is rounded down to what the sensor can do and kept within it; read it back with
- * OrvikGetStartPos().
+ * The position is rounded down to one that the sensor supports and limited to the sensor; read it
+ * back with OrvikGetStartPos().
  *
  * @param x, y top left corner of the region, pixels after binning
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
@@ -468,9 +466,10 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetStartPos(int index, int* x, int* y);
  *  @{ */
 
 /**
- * Tells how many frames of the running capture were lost: damaged on the way, or taken too late.
+ * Returns how many frames of the running capture were lost: damaged in transfer, or fetched too
+ * late.
  *
- * The count starts again at 0 when capture ends, also when a new format begins another.
+ * The count is reset to 0 when capture ends, also when a new format restarts it.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -484,20 +483,20 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDroppedFrames(int index, int* dropped);
  *  @{ */
 
 /**
- * Loads a dark frame and subtracts it from 8-bit frames, or tells whether one is in use.
+ * Loads a dark frame and subtracts it from 8-bit frames, or returns whether one is in use.
  *
- * What is subtracted is how far each pixel of the dark lies above or below the dark's mean: the
- * black level stays, its pattern goes. Images of more than 8 bits a sample stay as they are, and so
- * do those of automatic exposure below half a second.
+ * The difference between each pixel of the dark frame and its mean is subtracted: the pattern is
+ * removed, the black level stays. Images with more than 8 bits per sample are not corrected, nor
+ * are those with automatic exposure below half a second.
  *
- * @param bmpPath 8-bit bitmap of the sensor's full size; may be null when only asking. Another run
- *        finds it again if it is absolute and has at most 255 bytes.
- * @param inUse in: non-zero loads the file, 0 only asks; out, when asked: whether one is in use
+ * @param bmpPath 8-bit bitmap of the sensor's full size; may be null for a query. If it is absolute
+ *        and has at most 255 bytes, the file is found again the next time the program runs.
+ * @param inUse in: non-zero loads the file, 0 is a query; out, for a query: whether one is in use
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_DARK_FILE_PATH the file cannot be opened, and no dark is in use any more; or
- * a pointer is null
- * @retval Orvik_ERROR_DARK_FILE_FORMAT not such a bitmap; the dark in use stays
+ * @retval Orvik_ERROR_DARK_FILE_PATH the file cannot be opened, and no dark frame is in use any
+ *         more; or a pointer is null
+ * @retval Orvik_ERROR_DARK_FILE_FORMAT not such a bitmap; the present dark frame stays in use
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikEnableDarkSubtract(int index, char* bmpPath, Orvik_BOOL* inUse);
@@ -516,11 +515,11 @@ ORVIK_API Orvik_ERROR_CODE OrvikDisableDarkSubtract(int index);
  *  @{ */
 
 /**
- * Starts video: the camera sends frame after frame. Does nothing while video is running.
+ * Starts video: the camera sends frames continuously. Does nothing while video is running.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open, known to be unplugged, or capture could not be
- *         started, as while another thread is at work on the camera's flash or firmware
+ *         started, for example while another thread works on the camera's flash or firmware
  * @retval Orvik_ERROR_EXPOSING a snapshot is being exposed
  * @par Thread: any thread, one at a time.
  */
@@ -531,28 +530,28 @@ ORVIK_API Orvik_ERROR_CODE OrvikStartVideoCapture(int index);
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open, or capture could not be stopped
- * @par Thread: any thread, one at a time. Ends within 5 s.
+ * @par Thread: any thread, one at a time. Takes at most 5 s.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikStopVideoCapture(int index);
 
 /**
- * Delivers the oldest frame that waits, or the next to come.
+ * Delivers the oldest frame in the queue, or waits for the next one.
  *
- * Two frames wait at most; a slow reader costs frames, never memory. An image is in the format that
- * was set when its capture began; OrvikGetFrameInfo() tells which it is, where formats change while
- * another thread reads.
+ * The queue has two frames at most; a slow reader loses frames, but needs no more memory. An image
+ * has the format that was set when its capture began; if another thread changes formats,
+ * OrvikGetFrameInfo() returns which one it is.
  *
  * @param buffer receives the image
  * @param bufferSize size of `buffer` in bytes, at least that of one image
- * @param waitMs longest wait, milliseconds; 0 does not wait. A negative value has no limit: such a
- *        wait ends with a frame, a stop or an unplug, and at once where no capture is running. A
- *        good value is twice the exposure + 500 ms.
+ * @param waitMs longest wait, milliseconds; 0 does not wait. With a negative value there is no
+ *        limit: the wait ends with a frame, a stop or an unplug, and at once if no capture is
+ *        running. A good value is twice the exposure + 500 ms.
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
- * @retval Orvik_ERROR_NO_FRAME none came in time, or its image is larger than the buffer, and
- *         stays; the buffer is as it was. At once where the camera is known to be unplugged.
- *         OrvikGetNoFrameReason() (orvik_frames.h) tells why.
+ * @retval Orvik_ERROR_NO_FRAME none arrived in time, or its image is larger than the buffer and
+ *         stays in the queue; the buffer is unchanged. Returned at once if the camera is known to
+ *         be unplugged. OrvikGetNoFrameReason() (orvik_frames.h) returns the reason.
  * @par Thread: frame thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, int32_t bufferSize,
@@ -560,34 +559,34 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetVideoData(int index, unsigned char* buffer, i
 
 /**
  * Starts a snapshot: one exposure. Poll OrvikGetExpStatus(), then fetch the image with
- * OrvikGetDataAfterExp(). One that could not be started, as while another thread is at work on the
- * camera's flash or firmware, has the status #Orvik_EXPSTATE_FAILED at once.
+ * OrvikGetDataAfterExp(). If the snapshot cannot be started, for example while another thread works
+ * on the camera's flash or firmware, its status is #Orvik_EXPSTATE_FAILED at once.
+ *
+ * If the image of the previous snapshot has not been fetched, it is dropped. A snapshot fails when
+ * it cannot be started, when the camera is unplugged, or when the damaged frames amount to more
+ * than a second of exposure. During the first twenty seconds of automatic bandwidth, damaged frames
+ * that it has counted as a group of three do not count.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * An image of the snapshot before that nobody has fetched is forgotten. A snapshot fails when it
- * cannot be started, when the camera is unplugged, and when the frames that came damaged are worth
- * more than a second of exposure; while automatic bandwidth looks for a pace that the link can
- * keep, in its first twenty seconds, those that made it lower the bandwidth do not count.
- *
  * @retval Orvik_ERROR_VIDEO_RUNNING capture is running
- * @par Thread: any thread, one at a time. Returns at once, except that a former capture may need up
- *      to 5 s to end.
+ * @par Thread: any thread, one at a time. Returns at once, except that a previous capture may need
+ *      up to 5 s to end.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikStartExposure(int index);
 
 /**
- * Aborts a snapshot, or forgets the image of one that is ready, and sets its status to
+ * Aborts a snapshot, or drops the image of one that is ready, and sets its status to
  * #Orvik_EXPSTATE_NONE.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @par Thread: any thread, one at a time. Ends within 5 s.
+ * @par Thread: any thread, one at a time. Takes at most 5 s.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikStopExposure(int index);
 
 /**
- * Tells how a snapshot stands.
+ * Returns the status of a snapshot.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -599,18 +598,18 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetExpStatus(int index, Orvik_EXPOSURE_STATUS* s
 /**
  * Delivers the image of a snapshot whose status is #Orvik_EXPSTATE_READY.
  *
- * Returns #Orvik_OK even when there is no image; then the buffer is as it was. Ask
- * OrvikGetExpStatus() first: where it says #Orvik_EXPSTATE_READY there is one, in the format that
- * was set when the snapshot was started.
+ * Returns #Orvik_OK even when there is no image; the buffer is then unchanged. Call
+ * OrvikGetExpStatus() first: with #Orvik_EXPSTATE_READY there is an image, in the format that was
+ * set when the snapshot was started.
  *
  * @param buffer receives the image
  * @param bufferSize size of `buffer` in bytes, at least that of one image
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
  * @retval Orvik_ERROR_BUFFER_SMALL `bufferSize` is too small, or `buffer` is null
- * @retval Orvik_ERROR_NO_FRAME the image is larger than the buffer although the format that is set
- *         by now is not; it stays
- * @par Thread: frame thread. While the exposure is still going on, waits for its end.
+ * @retval Orvik_ERROR_NO_FRAME the image is larger than the buffer, although an image of the
+ *         present format is not; it stays in the queue
+ * @par Thread: frame thread. During the exposure, waits for its end.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer,
                                                 int32_t bufferSize);
@@ -622,9 +621,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
 /**
  * Switches a guide line on. It stays on until switched off; the caller times the pulse.
  *
- * A direction above 3 and a request that fails on the way are ignored. Lines that are on go off
- * when the camera is closed or the program ends; those that a killed program has left on, when the
- * camera is opened again.
+ * A direction above 3 and a failed request are ignored. Lines that are on are switched off when the
+ * camera is closed or the program exits; after a program was killed, when the camera is opened
+ * again.
  *
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
@@ -633,8 +632,8 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetDataAfterExp(int index, unsigned char* buffer
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuideOn(int index, GuideD direction);
 
 /**
- * Switches a guide line off. A request that is lost is repeated, and remembered until the camera
- * has acknowledged it. Otherwise as OrvikPulseGuideOn().
+ * Switches a guide line off. A lost request is repeated, and remembered until the camera has
+ * acknowledged it. Otherwise the same as OrvikPulseGuideOn().
  *
  * @par Thread: any thread.
  */
@@ -645,34 +644,34 @@ ORVIK_API Orvik_ERROR_CODE OrvikPulseGuideOff(int index, GuideD direction);
  *  @{ */
 
 /**
- * Reads the user's mark from the camera's flash.
+ * Reads the ID from the camera's flash.
  *
  * @param id receives the 32 bytes
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running, whose stream has the
- *         flash's bus
+ * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running, and its stream has
+ *         the bus of the flash
  * @retval Orvik_ERROR_DRIVER_FAILED there is none, it cannot be read, the camera is being closed,
- * or `id` is null
- * @par Thread: any thread. Capture does not start meanwhile.
+ *         or `id` is null
+ * @par Thread: any thread. Capture cannot be started meanwhile.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetID(int index, Orvik_ID* id);
 
 /**
- * Writes the user's mark into the camera's flash and verifies it.
+ * Writes the ID to the camera's flash and verifies it.
  *
- * Takes about a second, and a minute at most when the flash does not answer as it should. Nothing
- * is erased before the camera has acknowledged that the flash has its bus; after a failure later
- * than that the camera may have no mark.
+ * Takes about a second, or up to a minute if the flash does not answer properly. Nothing is erased
+ * before the camera has acknowledged that the flash has the bus; after a later failure the camera
+ * may have no ID.
  *
  * @param id the 32 bytes, any values
  * @retval Orvik_ERROR_CAMERA_INDEX no such index
  * @retval Orvik_ERROR_NO_CAMERA_OBJECT not open
- * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running, whose stream has the
- *         flash's bus
- * @retval Orvik_ERROR_DRIVER_FAILED the mark could not be written or verified, or the camera is
- *         being closed
- * @par Thread: any thread. Capture does not start meanwhile.
+ * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running, and its stream has
+ *         the bus of the flash
+ * @retval Orvik_ERROR_DRIVER_FAILED the ID could not be written or verified, or the camera is being
+ *         closed
+ * @par Thread: any thread. Capture cannot be started meanwhile.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSetID(int index, Orvik_ID id);
 

@@ -1,33 +1,32 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file orvik_service.h
- * What goes beyond capturing: cameras by their identity (orvik_devices.h) and what is known of
- * their images (orvik_frames.h), which this header includes; texts for errors, recording darks, hot
- * pixels, timed guide pulses, settings, the cooler's state, firmware and flash. A companion of
- * orvik.h.
+ * Functions beyond capture: cameras by identity (orvik_devices.h) and information about images
+ * (orvik_frames.h), which this header includes; error texts, recording of dark frames, hot pixels,
+ * timed guide pulses, settings, cooler status, firmware and flash. A companion of orvik.h.
  *
  * Valid C99 and C++. The functions are in liborvik.so and follow the rules of orvik.h: the order of
  * checks (index, open camera, arguments), no exceptions, no output, nothing written through
- * pointers by a call that fails. A null pointer, or a number outside the range that a function
- * names, is refused with #Orvik_ERROR_ARGUMENT. Work that capture would spoil, or that would spoil
- * capture, is refused while it runs: with #Orvik_ERROR_VIDEO_RUNNING during video, and
- * #Orvik_ERROR_EXPOSING during a snapshot. Every function can answer #Orvik_ERROR_CAMERA_INDEX and
- * #Orvik_ERROR_NO_CAMERA_OBJECT, as those of orvik.h do; their lists below name the rest.
+ * pointers by a call that fails. A null pointer, or a number outside the documented range, is
+ * refused with #Orvik_ERROR_ARGUMENT. Operations that would disturb capture, or be disturbed by it,
+ * are refused while it runs: with #Orvik_ERROR_VIDEO_RUNNING during video, and with
+ * #Orvik_ERROR_EXPOSING during a snapshot. Every function can return #Orvik_ERROR_CAMERA_INDEX and
+ * #Orvik_ERROR_NO_CAMERA_OBJECT, as those of orvik.h do; the lists below name the other codes.
  *
  * ## Threads
  *
- * "Any thread", "controlling thread" and "frame thread" mean what they mean in orvik.h. "Service
- * thread": any thread, one at a time per camera. Capture that is asked for meanwhile does not
- * start, and OrvikCloseCamera() from another thread waits for the end.
+ * "Any thread", "controlling thread" and "frame thread" are defined in orvik.h. "Service thread":
+ * any thread, one at a time per camera. During such a call capture cannot be started, and
+ * OrvikCloseCamera() on another thread waits for its end.
  *
  * ## Flash
  *
- * A camera's flash holds its firmware from address 0, the table of hot pixels from 0x40000, and the
- * user's mark at 0x70000. It is erased in sectors of 64 KiB. Nothing is erased before the camera
- * has acknowledged that the flash has the bus, which it shares with the images. A request that
- * fails is tried up to three times. The beginning of firmware and table, by which they are
- * recognised, is erased first and written last: a write that was interrupted leaves none in the
- * flash, and doing it again from its start mends it. All functions that use the flash answer
+ * The flash of a camera contains its firmware from address 0, the table of hot pixels from 0x40000,
+ * and the camera ID at 0x70000. It is erased in sectors of 64 KiB. Nothing is erased before the
+ * camera has acknowledged that the flash has the bus, which it shares with the images. A request is
+ * tried up to three times. The beginning of firmware and table, which identifies them, is erased
+ * first and written last: after an interrupted write there is no firmware or table in the flash,
+ * and repeating the write repairs that. All functions that use the flash return
  * #Orvik_ERROR_DRIVER_FAILED while the camera is being closed.
  */
 #ifndef ORVIK_ORVIK_SERVICE_H
@@ -43,10 +42,10 @@
 extern "C" {
 #endif
 
-/** Room for the path of a dark frame's file, with its end. */
+/** Size of the path of a dark frame file, including the terminating zero. */
 #define ORVIK_PATH_BYTES 256
 
-/** Bytes of flash that firmware may take: what lies behind belongs to hot pixels and identity. */
+/** Bytes of flash for firmware: the rest is for hot pixels and camera ID. */
 #define ORVIK_FIRMWARE_AREA_BYTES 0x40000
 
 /** The longest guide pulse, milliseconds. */
@@ -54,18 +53,18 @@ extern "C" {
 
 /** A camera's dark frame. Filled by OrvikGetDarkInfo(). */
 typedef struct Orvik_DARK_INFO {
-  Orvik_BOOL hasDark;          /**< 1 when one has been taken or loaded */
-  Orvik_BOOL inUse;            /**< 1 when 8-bit frames are subtracted from */
-  int32_t mean;                /**< mean of its pixels, 0 to 255; 0 without a dark */
-  int32_t hotPixels;           /**< pixels that stand 31 or more above the mean */
-  char path[ORVIK_PATH_BYTES]; /**< the file last loaded or saved, zero-terminated; "" for none,
-                                    and for a path that does not fit */
+  Orvik_BOOL hasDark;          /**< 1 when there is one, recorded or loaded */
+  Orvik_BOOL inUse;            /**< 1 when it is subtracted from 8-bit frames */
+  int32_t mean;                /**< mean of its pixels, 0 to 255; 0 without a dark frame */
+  int32_t hotPixels;           /**< pixels that are 31 or more above the mean */
+  char path[ORVIK_PATH_BYTES]; /**< the file last loaded or saved, zero-terminated; "" if there is
+                                    none, or the path does not fit */
 } Orvik_DARK_INFO;
 
-/** The recording of a dark. Filled by OrvikGetDarkRecording(). */
+/** The recording of a dark frame. Filled by OrvikGetDarkRecording(). */
 typedef struct Orvik_DARK_RECORDING {
   int32_t framesTaken;  /**< frames averaged so far */
-  int32_t framesWanted; /**< frames that make the dark, 1 to 5; 1 before the first recording */
+  int32_t framesWanted; /**< frames needed, 1 to 5; 1 before the first recording */
   Orvik_BOOL isOver;    /**< 1 when the last recording was completed */
 } Orvik_DARK_RECORDING;
 
@@ -74,7 +73,7 @@ typedef struct Orvik_HOT_PIXEL_INFO {
   Orvik_BOOL hasTable; /**< 1 when a table was made, or read from the camera */
   Orvik_BOOL isOn;     /**< 1 when frames are corrected */
   int32_t onSensor;    /**< hot pixels of the sensor */
-  int32_t inRegion;    /**< hot samples in frames of the present region; 0 while it is off */
+  int32_t inRegion;    /**< hot samples in frames of the present region; 0 if correction is off */
 } Orvik_HOT_PIXEL_INFO;
 
 /** A pixel of the sensor, 0-based from its top left corner. */
@@ -83,50 +82,50 @@ typedef struct Orvik_PIXEL {
   int32_t y; /**< row */
 } Orvik_PIXEL;
 
-/** Where the user's settings are kept. Filled by OrvikGetSettingsPlace(). */
+/** Where the settings of the user are stored. Filled by OrvikGetSettingsPlace(). */
 typedef struct Orvik_SETTINGS_PLACE {
-  char file[4096];  /**< the file, zero-terminated; "" for a user who has no home, and for a path
-                         that does not fit */
-  int32_t obstacle; /**< 0 when settings can be kept, else the system's error number (errno) */
+  char file[4096];  /**< the file, zero-terminated; "" if the user has no home, or the path does not
+                         fit */
+  int32_t obstacle; /**< 0 when settings can be saved, else the system's error number (errno) */
 } Orvik_SETTINGS_PLACE;
 
-/** A product that the library drives. Filled by OrvikGetProduct(). */
+/** A product that the library supports. Filled by OrvikGetProduct(). */
 typedef struct Orvik_PRODUCT {
   char name[64];             /**< display name, zero-terminated */
   int32_t vendorId;          /**< USB vendor ID */
   int32_t productId;         /**< USB product ID */
-  int32_t largestFrameBytes; /**< bytes of the sensor's full size at its widest samples */
+  int32_t largestFrameBytes; /**< bytes of a frame of the full sensor with the largest samples */
   Orvik_BOOL usb3Camera;     /**< 1 for a model built for USB 3 */
 } Orvik_PRODUCT;
 
-/** Why a cooler has no power though it is to hold a temperature. */
+/** Why a cooler has no power although regulation is on. */
 typedef enum ORVIK_INT32 {
   Orvik_COOLER_NO_FAULT = 0,
   /** The thermistor has not answered for 30 s. */
   Orvik_COOLER_NO_READING = 1,
-  /** For 30 s it has shown nothing from -20 to 113 degrees Celsius: it is broken, or the sensor is
-      colder. */
+  /** For 30 s all its readings were outside -20 to 113 degrees Celsius: it is broken, or the sensor
+      is colder. */
   Orvik_COOLER_OUT_OF_RANGE = 2,
 } Orvik_COOLER_FAULT;
 
-/** How a cooler stands. Filled by OrvikGetCoolerStatus(). */
+/** The status of a cooler. Filled by OrvikGetCoolerStatus(). */
 typedef struct Orvik_COOLER_STATUS {
-  Orvik_BOOL isRegulating; /**< 1 while the cooler is to hold a temperature */
-  int32_t aim;             /**< which one, degrees Celsius: #Orvik_CTL_TARGET_TEMP, but never below
-                                -19, the coldest that the thermistor can tell from colder ones */
+  Orvik_BOOL isRegulating; /**< 1 while regulation is on */
+  int32_t aim;             /**< target of regulation, degrees Celsius: #Orvik_CTL_TARGET_TEMP, but
+                                at least -19; colder ones cannot be measured reliably */
   int32_t power;           /**< power that the camera acknowledged last, percent, 0 to 100 */
   int32_t temperature;     /**< last valid reading, tenths of a degree Celsius */
-  Orvik_BOOL isValid;      /**< 1 when the thermistor gave a valid reading when asked last */
+  Orvik_BOOL isValid;      /**< 1 when the last reading of the thermistor was valid */
   int32_t secondsSinceReading; /**< age of the last valid reading; -1 when there was none yet */
-  Orvik_COOLER_FAULT fault;    /**< other than 0: regulation has taken the power away, and goes on
-                                    with the next valid reading */
+  Orvik_COOLER_FAULT fault;    /**< other than 0: regulation has switched off the power, and
+                                    continues with the next valid reading */
 } Orvik_COOLER_STATUS;
 
-/** What a camera runs. Filled by OrvikGetFirmwareVersion(). */
+/** The versions of a camera. Filled by OrvikGetFirmwareVersion(). */
 typedef struct Orvik_FIRMWARE_VERSION {
   int32_t firmware;  /**< version of the USB bridge's firmware, 0 to 255 */
   int32_t fpgaMajor; /**< version of the FPGA, first part, 0 to 255 */
-  int32_t fpgaMinor; /**< second part, 0 to 65535, shown as four hexadecimal digits */
+  int32_t fpgaMinor; /**< second part, 0 to 65535, displayed as four hexadecimal digits */
 } Orvik_FIRMWARE_VERSION;
 
 /** The format of a firmware file. */
@@ -139,15 +138,15 @@ typedef enum ORVIK_INT32 {
 
 /** A firmware file. Filled by OrvikCheckFirmwareFile(). */
 typedef struct Orvik_FIRMWARE_FILE {
-  Orvik_FIRMWARE_FORMAT format; /**< how it is built up */
+  Orvik_FIRMWARE_FORMAT format; /**< format of the file */
   int32_t fileBytes;            /**< length of the file */
   int32_t parts;                /**< sections or records */
-  int32_t dataBytes;            /**< bytes that go into the bridge's memory */
+  int32_t dataBytes;            /**< bytes that are loaded into the bridge's memory */
   uint32_t entry;               /**< address at which the program starts */
-  Orvik_BOOL fitsFlash;         /**< 1 when OrvikFlashFirmware() takes it */
+  Orvik_BOOL fitsFlash;         /**< 1 when OrvikFlashFirmware() accepts it */
 } Orvik_FIRMWARE_FILE;
 
-/** A step of long work. */
+/** A step of a long operation. */
 typedef enum ORVIK_INT32 {
   Orvik_STEP_ERASE = 0,
   Orvik_STEP_WRITE = 1,
@@ -155,12 +154,13 @@ typedef enum ORVIK_INT32 {
 } Orvik_STEP;
 
 /**
- * Told how far long work has come: at the beginning of a step, after each part, and at its end.
+ * Called with the progress of a long operation: at the beginning of a step, after each part, and at
+ * its end.
  *
- * Runs on the thread that called the function, which waits for it; it must not call a function on
+ * Runs on the thread that called the function, which waits for it; it must not call functions for
  * the same camera.
  *
- * @param context what the caller gave with the function
+ * @param context pointer that the caller passed with the callback
  * @param done, total bytes of this step
  */
 typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int32_t total);
@@ -169,10 +169,10 @@ typedef void (*Orvik_PROGRESS)(void* context, Orvik_STEP step, int32_t done, int
  *  @{ */
 
 /**
- * Tells the version of the library that is loaded, as "1.2.3"; #ORVIK_VERSION_MAJOR and its
- * companions tell that of the header.
+ * Returns the version of the library that is loaded, as "1.2.3"; #ORVIK_VERSION_MAJOR,
+ * #ORVIK_VERSION_MINOR and #ORVIK_VERSION_PATCH are that of the header.
  *
- * @return never null. The text lives as long as the library is loaded.
+ * @return never null. The text is valid as long as the library is loaded.
  * @par Thread: any thread. Needs no camera.
  */
 ORVIK_API const char* OrvikGetVersion(void);
@@ -180,8 +180,8 @@ ORVIK_API const char* OrvikGetVersion(void);
 /**
  * Explains an error code in English: what happened, and what to do about it.
  *
- * @param code any number; one that the library does not know has a text of its own
- * @return one or more sentences, never null. The text lives as long as the library is loaded.
+ * @param code any number; there is a text for unknown codes, too
+ * @return one or more sentences, never null. The text is valid as long as the library is loaded.
  * @par Thread: any thread. Needs no camera.
  */
 ORVIK_API const char* OrvikErrorText(Orvik_ERROR_CODE code);
@@ -191,8 +191,8 @@ ORVIK_API const char* OrvikErrorText(Orvik_ERROR_CODE code);
  *  @{ */
 
 /**
- * Describes a product that the library drives, connected or not. Calling it with 0, 1, ... until it
- * fails lists all.
+ * Describes a product that the library supports, connected or not. To list all, call it with 0,
+ * 1, ... until it fails.
  *
  * @param position 0 to the number of products - 1
  * @retval Orvik_ERROR_ARGUMENT no such position, or `product` is null
@@ -205,70 +205,70 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetProduct(int position, Orvik_PRODUCT* product)
  *  @{ */
 
 /**
- * Begins to take a dark frame.
+ * Begins the recording of a dark frame.
  *
  * The next frames that OrvikGetVideoData() or OrvikGetDataAfterExp() deliver are averaged into it,
- * from 5 at exposures up to 100 ms down to 1 from 776 ms on. Cover the telescope first. The present
+ * from 5 at exposures up to 100 ms to 1 from 776 ms on. Cover the telescope first. The present
  * format must show every sensor pixel in 8 bits: full size, bin 1, #Orvik_IMG_RAW8, #Orvik_IMG_Y8
- * or #Orvik_IMG_RGB24; frames of other formats, set meanwhile, are passed over. A dark taken before
- * stays until this one is complete. A recording that was going on is begun anew.
+ * or #Orvik_IMG_RGB24. If the format is changed meanwhile, frames of other formats are ignored. A
+ * previous dark frame stays until this one is complete. A running recording is restarted.
  *
- * @param framesWanted receives how many frames it takes, 1 to 5; may be null
- * @retval Orvik_ERROR_ROI_SIZE the format is another one
+ * @param framesWanted receives how many frames are needed, 1 to 5; may be null
+ * @retval Orvik_ERROR_ROI_SIZE the present format is a different one
  * @par Thread: any thread, also during capture. Returns at once.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikStartDarkRecording(int index, int* framesWanted);
 
 /**
- * Ends the recording of a dark before its time; the dark from before stays. Without one, does
- * nothing.
+ * Cancels the recording of a dark frame; the previous dark frame stays. Does nothing if no
+ * recording is running.
  *
  * @par Thread: any thread. Returns at once.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikStopDarkRecording(int index);
 
 /**
- * Tells how the recording of a dark stands.
+ * Returns the progress of the recording of a dark frame.
  *
  * @par Thread: any thread. Returns at once.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetDarkRecording(int index, Orvik_DARK_RECORDING* recording);
 
 /**
- * Saves the dark, taken or loaded, as an 8-bit bitmap that OrvikEnableDarkSubtract() reads.
+ * Saves the dark frame as an 8-bit bitmap that OrvikEnableDarkSubtract() can read.
  *
- * The file appears under its name when it is complete; until then, and on failure, an older one of
- * that name stays. The path is kept as that of the camera's dark; give an absolute one if another
- * run is to find it.
+ * The file appears under its name only when it is complete; until then, and on failure, an older
+ * file of that name stays. The path is stored as that of the camera's dark frame; use an absolute
+ * one, so that it can be found the next time the program runs.
  *
  * @param path file to write
  * @retval Orvik_ERROR_NO_DARK there is none
  * @retval Orvik_ERROR_FILE the file cannot be written
- * @par Thread: any thread. As long as the disk takes.
+ * @par Thread: any thread. Takes as long as the disk.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSaveDark(int index, const char* path);
 
 /**
- * Switches the subtraction of the dark at hand, taken or loaded, on or off.
+ * Switches the subtraction of the present dark frame on or off.
  *
- * @retval Orvik_ERROR_NO_DARK it is to be switched on, and there is none
+ * @retval Orvik_ERROR_NO_DARK it should be switched on, but there is none
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikUseDark(int index, Orvik_BOOL use);
 
 /**
- * Tells of the camera's dark frame.
+ * Describes the dark frame of the camera.
  *
- * @par Thread: any thread. Looks at every pixel of the dark.
+ * @par Thread: any thread. Evaluates every pixel of the dark frame.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetDarkInfo(int index, Orvik_DARK_INFO* info);
 
 /**
- * Makes the table of hot pixels from the dark: all that stand 31 or more above its mean. Pixels
- * marked by hand stay as they were marked.
+ * Makes the table of hot pixels from the dark frame: all that are 31 or more above its mean. Pixels
+ * marked by hand keep their marks.
  *
  * @param count receives the number of hot pixels; may be null
- * @retval Orvik_ERROR_NO_DARK there is no dark
+ * @retval Orvik_ERROR_NO_DARK there is no dark frame
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikDetectHotPixels(int index, int* count);
@@ -282,17 +282,16 @@ ORVIK_API Orvik_ERROR_CODE OrvikDetectHotPixels(int index, int* count);
 ORVIK_API Orvik_ERROR_CODE OrvikMarkHotPixel(int index, Orvik_PIXEL pixel, Orvik_BOOL isHot);
 
 /**
- * Saves the table of hot pixels in the camera's flash and verifies it. Where there is a dark, the
- * table is made from it first.
+ * Saves the table of hot pixels in the camera's flash and verifies it. If there is a dark frame,
+ * the table is made from it first.
  *
- * A saved table reads back as it was. Of scattered hot pixels there is room for nearly one in
- * sixteen of the sensor's, or 80000, whichever is less; for more where some are neighbours in a
- * row.
+ * Saving loses nothing. There is room for nearly one in sixteen of the sensor's pixels, or 80000,
+ * whichever is less, if the hot pixels are scattered; for more if some are neighbours in a row.
  *
- * @retval Orvik_ERROR_NO_TABLE there is neither a table nor a dark
+ * @retval Orvik_ERROR_NO_TABLE there is neither a table nor a dark frame
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
  * @retval Orvik_ERROR_TABLE_TOO_LARGE more hot pixels than the flash has room for; the table in it
- *         is as it was
+ *         is unchanged
  * @retval Orvik_ERROR_DRIVER_FAILED it could not be written or verified
  * @par Thread: service thread. Takes seconds; ends at the first request that fails three times, or
  *      30 s after the erasing of a sector began.
@@ -303,24 +302,25 @@ ORVIK_API Orvik_ERROR_CODE OrvikSaveHotPixels(int index);
  * Reads the table of hot pixels from the camera's flash, as OrvikOpenCamera() does.
  *
  * @param count receives the number of hot pixels; may be null
- * @retval Orvik_ERROR_NO_TABLE none is stored, or it cannot be read whole; what could be read of it
+ * @retval Orvik_ERROR_NO_TABLE none is stored, or it cannot be read completely; the readable part
  *         is used
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
- * @par Thread: service thread. Well under a second; some 5 s per 2 KiB of table at worst.
+ * @par Thread: service thread. Takes well under a second, at worst about 5 s per 2 KiB of the
+ *   table.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikLoadHotPixels(int index, int* count);
 
 /**
- * Switches the correction of hot pixels on or off. OrvikOpenCamera() switches it on where the
- * camera's flash holds a table, and off where it holds none.
+ * Switches the correction of hot pixels on or off. OrvikOpenCamera() switches it on if there is a
+ * table in the camera's flash, else off.
  *
- * @retval Orvik_ERROR_NO_TABLE it is to be switched on, and there is no table
+ * @retval Orvik_ERROR_NO_TABLE it should be switched on, but there is no table
  * @par Thread: any thread.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikUseHotPixels(int index, Orvik_BOOL use);
 
 /**
- * Tells of the camera's hot pixels.
+ * Describes the hot pixels of the camera.
  *
  * @par Thread: any thread.
  */
@@ -343,15 +343,16 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int
  *  @{ */
 
 /**
- * Gives a guide pulse of a known length, and returns at its end.
+ * Gives a guide pulse of the given length, and returns at its end.
  *
  * OrvikPulseGuideOff() for the same line, from another thread, ends the pulse. Pulses on different
  * lines may overlap.
  *
  * @param direction 0 to 3
  * @param milliseconds 0 to #ORVIK_MAX_PULSE_MS
- * @retval Orvik_ERROR_DRIVER_FAILED the camera did not take a request. If the line may still be on,
- *         the next request that gets through switches it off, and so does closing the camera.
+ * @retval Orvik_ERROR_DRIVER_FAILED the camera did not acknowledge a request. If the line may still
+ *         be on, it is switched off after the next request that succeeds, or when the camera is
+ *         closed.
  * @par Thread: any thread. Takes as long as the pulse and two requests.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds);
@@ -361,19 +362,20 @@ ORVIK_API Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int mill
  *  @{ */
 
 /**
- * Keeps the camera's settings now, as the end of a video does, and as OrvikCloseCamera() does where
- * something has changed: a camera of its model comes up with them. Exposures above 0.1 s come up as
- * 0.1 s, and a dark frame that no file of a path of at most 255 bytes holds does not come up.
+ * Saves the camera's settings now, as the end of a video does, and OrvikCloseCamera() if they have
+ * changed. A camera of this model has them when it is opened the next time, except that exposures
+ * above 0.1 s become 0.1 s, and that a dark frame is restored only from a file with a path of at
+ * most 255 bytes.
  *
  * @retval Orvik_ERROR_FILE there is no place for them, or they cannot be written; see
  *         OrvikGetSettingsPlace()
- * @par Thread: any thread. Waits up to a second for another program's saving.
+ * @par Thread: any thread. Waits up to a second while another program saves.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikSaveSettings(int index);
 
 /**
- * Tells where the settings of real cameras are kept, and what would keep this user from writing
- * them. Writes nothing: a full disk does not show.
+ * Returns where the settings of real cameras are stored, and what would prevent this user from
+ * writing them. Writes nothing, so a full disk is not detected.
  *
  * @retval Orvik_ERROR_ARGUMENT `place` is null
  * @par Thread: any thread. Needs no camera.
@@ -385,7 +387,7 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place);
  *  @{ */
 
 /**
- * Tells how the cooler of a camera stands. The temperature is measured about every 1.8 s.
+ * Returns the status of the cooler. The temperature is measured about every 1.8 s.
  *
  * @param status receives the record
  * @retval Orvik_ERROR_DRIVER_FAILED the camera has no cooler
@@ -398,42 +400,41 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetCoolerStatus(int index, Orvik_COOLER_STATUS* 
  *  @{ */
 
 /**
- * Asks the camera for its versions.
+ * Reads the versions of the camera.
  *
  * @retval Orvik_ERROR_DRIVER_FAILED it did not answer
- * @par Thread: any thread, also during capture. Four requests.
+ * @par Thread: any thread, also during capture. Takes four requests.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikGetFirmwareVersion(int index, Orvik_FIRMWARE_VERSION* version);
 
 /**
- * Reads a firmware file to its end and tells what it is. Needs no camera.
+ * Reads a complete firmware file and describes it. Needs no camera.
  *
- * That a file is sound does not mean that it is for the camera at hand.
+ * A valid file is not necessarily made for a certain camera.
  *
  * @param path a file of at most 16 MiB
  * @retval Orvik_ERROR_ARGUMENT a pointer is null
  * @retval Orvik_ERROR_FILE the file cannot be read, is empty, or too large
- * @retval Orvik_ERROR_FIRMWARE_IMAGE it is no firmware, or is cut off
- * @par Thread: any thread. As long as the disk takes.
+ * @retval Orvik_ERROR_FIRMWARE_IMAGE it is no firmware, or is truncated
+ * @par Thread: any thread. Takes as long as the disk.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikCheckFirmwareFile(const char* path, Orvik_FIRMWARE_FILE* file);
 
 /**
  * Loads firmware into the bridge's memory and starts it. It runs until the camera loses power.
  *
- * The file is checked before anything is sent, and read back from the bridge before it starts. The
- * camera may leave the bus as the firmware starts: close it, wait a few seconds, and enumerate
- * again.
+ * The file is checked before anything is sent, and read back from the bridge before it is started.
+ * The camera may leave the bus when the firmware starts: close it, wait a few seconds, and
+ * enumerate again.
  *
  * @retval Orvik_ERROR_FILE as OrvikCheckFirmwareFile()
- * @retval Orvik_ERROR_FIRMWARE_IMAGE the same, or it is of the other format than the model's
- * bridge: #Orvik_FIRMWARE_SECTIONS for models that are built for USB 3, #Orvik_FIRMWARE_RECORDS for
+ * @retval Orvik_ERROR_FIRMWARE_IMAGE the same, or its format is not that of the model's bridge:
+ *         #Orvik_FIRMWARE_SECTIONS for models that are built for USB 3, #Orvik_FIRMWARE_RECORDS for
  *         the others
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
- * @retval Orvik_ERROR_DRIVER_FAILED a part could not be written, or read back differently, and
- *         nothing was started; or the bridge did not acknowledge the start. Power the camera off
- * and on.
- * @par Thread: service thread. Six requests per 2 KiB; ends at the first part that fails.
+ * @retval Orvik_ERROR_DRIVER_FAILED a part could not be written or verified, and nothing was
+ *         started; or the bridge did not acknowledge the start. Power the camera off and on.
+ * @par Thread: service thread. Takes six requests per 2 KiB; ends at the first part that fails.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path);
 
@@ -441,19 +442,20 @@ ORVIK_API Orvik_ERROR_CODE OrvikLoadFirmware(int index, const char* path);
  * Writes firmware of #Orvik_FIRMWARE_SECTIONS into the camera's flash and verifies all of it.
  *
  * The file is checked before anything is sent. Do not unplug the camera meanwhile. After a failure
- * call it again; until it has succeeded the camera may not start.
+ * call the function again; until it has succeeded, the camera may not boot.
  *
- * @param progress may be null; @param context is handed to it
+ * @param progress may be null
+ * @param context is passed to `progress`
  * @retval Orvik_ERROR_FILE as OrvikCheckFirmwareFile()
- * @retval Orvik_ERROR_FIRMWARE_IMAGE the same, or it is no such firmware, or longer than
- *         #ORVIK_FIRMWARE_AREA_BYTES, or the model is not built for USB 3, and starts from
- * elsewhere
+ * @retval Orvik_ERROR_FIRMWARE_IMAGE the same, or it is firmware of another format, or longer than
+ *         #ORVIK_FIRMWARE_AREA_BYTES, or the model is not built for USB 3 and does not boot from
+ *         this flash
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
  * @retval Orvik_ERROR_FLASH_ERASE a sector could not be erased
- * @retval Orvik_ERROR_VERIFY all was written, and something else is read back
+ * @retval Orvik_ERROR_VERIFY all was written, but the data read back differ
  * @retval Orvik_ERROR_DRIVER_FAILED a request failed three times
- * @par Thread: service thread. Seconds; ends at the first request that fails for good, and at the
- *      latest 30 s after the erasing of each sector began.
+ * @par Thread: service thread. Takes seconds; ends at the first request that fails three times, or
+ *      30 s after the erasing of a sector began.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikFlashFirmware(int index, const char* path, Orvik_PROGRESS progress,
                                               void* context);
@@ -461,26 +463,29 @@ ORVIK_API Orvik_ERROR_CODE OrvikFlashFirmware(int index, const char* path, Orvik
 /**
  * Compares the beginning of the camera's flash with a firmware file.
  *
- * @param progress may be null; @param context is handed to it
+ * @param progress may be null
+ * @param context is passed to `progress`
  * @retval Orvik_ERROR_FILE, Orvik_ERROR_FIRMWARE_IMAGE as OrvikFlashFirmware()
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
- * @retval Orvik_ERROR_VERIFY the flash holds something else
+ * @retval Orvik_ERROR_VERIFY the contents of the flash differ
  * @retval Orvik_ERROR_DRIVER_FAILED a request failed three times
- * @par Thread: service thread. One request per 2 KiB.
+ * @par Thread: service thread. Takes one request per 2 KiB.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikVerifyFirmware(int index, const char* path, Orvik_PROGRESS progress,
                                                void* context);
 
 /**
- * Reads a stretch of the camera's flash.
+ * Reads a part of the camera's flash.
  *
  * @param address a multiple of 256, below 16 MiB
  * @param buffer receives the bytes; after a failure its contents are undefined
- * @param size bytes, 1 or more; the stretch ends within the first 16 MiB
- * @param progress may be null; @param context is handed to it
+ * @param size bytes, 1 or more; the part must end within the first 16 MiB
+ * @param progress may be null
+ * @param context is passed to `progress`
  * @retval Orvik_ERROR_VIDEO_RUNNING, Orvik_ERROR_EXPOSING capture is running
  * @retval Orvik_ERROR_DRIVER_FAILED a request failed three times, or the flash is smaller
- * @par Thread: service thread. One request per 2 KiB; at worst 5 s for each before it gives up.
+ * @par Thread: service thread. Takes one request per 2 KiB, each of which can take up to 5 s before
+ *      it fails.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikReadFlash(int index, uint32_t address, unsigned char* buffer,
                                           int32_t size, Orvik_PROGRESS progress, void* context);
