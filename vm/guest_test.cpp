@@ -79,8 +79,8 @@ TEST(Guest, ReportsItsThroughput) {
 TEST(Guest, AnUnplugIsSeenInEveryPhase) {
   struct Phase {
     const char* name;
-    /// Brings the camera into the phase, and returns a call that waits in it and ends with a
-    /// failure.
+    // Brings the camera into the phase, and returns a call that waits in it and ends with a
+    // failure.
     std::function<std::function<Orvik_ERROR_CODE()>(OpenCamera&)> enter;
   };
   const auto nothing = [] { return Orvik_ERROR_NO_FRAME; };

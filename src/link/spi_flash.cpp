@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A flash of this size needs at most a few seconds for a sector.
+/// A flash of this size needs at most a few seconds for a sector.
 constexpr auto kEraseLimit = 30s;
 constexpr auto kPollInterval = 1ms;
 constexpr std::size_t kMaxTransferBytes = 0xFFFF;

@@ -238,8 +238,7 @@ void ModelCamera<Base>::setWhiteBalance(int red, int blue, bool automatic) {
 }
 
 // Cooled cameras have a thermistor instead of the thermometer chip. The answer of the chip is a
-// 12-bit two's complement number of 1/16 degree, with the low four bits in the upper half of byte
-// 0.
+// 12-bit two's complement number of 1/16 degree; the upper half of byte 0 has its low four bits.
 template <class Base>
 float ModelCamera<Base>::readTemperature() {
   if (model().cooled || !offers(Orvik_CTL_TEMPERATURE)) return Base::readTemperature();

@@ -9,7 +9,7 @@ namespace {
 using seam::TransferStatus;
 using std::chrono::milliseconds;
 
-// Waits for a cancelled transfer to complete, after the first and after the second abort.
+/// Waits for a cancelled transfer to complete, after the first and after the second abort.
 constexpr milliseconds kAbortWait{50};
 constexpr milliseconds kLastWait{1000};
 

@@ -12,13 +12,13 @@
 namespace orvik {
 namespace {
 
-// How long the event thread sleeps if nothing wakes it; all events wake it.
+/// How long the event thread sleeps if nothing wakes it; all events wake it.
 constexpr timeval kIdle{60, 0};
 
-// The pause between attempts when libusb cannot wait for events.
+/// The pause between attempts when libusb cannot wait for events.
 constexpr std::chrono::milliseconds kAfterError{10};
 
-// The context whose events this thread handles.
+/// The context whose events this thread handles.
 thread_local const LibusbContext* handledHere = nullptr;
 
 /// Blocks all signals for threads that are started while it exists, so that signal handlers of the

@@ -58,11 +58,11 @@ class LibusbContext : public std::enable_shared_from_this<LibusbContext> {
   void join();
 
   libusb_context* const raw_;
-  const std::shared_ptr<seam::ChangeCount> changes_;  // libusb uses it until the context ends
+  const std::shared_ptr<seam::ChangeCount> changes_;  ///< libusb uses it until the context ends
   std::atomic<bool> stop_{false};
-  std::vector<libusb_device_handle*> closing_;  // used by the event thread only
-  // Held while the thread is started and joined. The thread locks it only to close a handle, and it
-  // is not joined while a handle is open, so there is no deadlock.
+  std::vector<libusb_device_handle*> closing_;  ///< used by the event thread only
+  /// Held while the thread is started and joined. The thread locks it only to close a handle, and
+  /// it is not joined while a handle is open, so there is no deadlock.
   std::mutex mutex_;
   std::condition_variable idle_;
   int openHandles_ = 0;

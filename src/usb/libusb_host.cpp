@@ -14,10 +14,10 @@
 namespace orvik {
 namespace {
 
-// Wait for cancelled transfers when the host is destroyed; they take a few milliseconds.
+/// Wait for cancelled transfers when the host is destroyed; they take a few milliseconds.
 constexpr std::chrono::milliseconds kDrainLimit{200};
 
-// The deepest chain of hubs that USB allows.
+/// The deepest chain of hubs that USB allows.
 constexpr std::size_t kMaxPortDepth = 7;
 
 /// The devices present at one moment.

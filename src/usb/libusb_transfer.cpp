@@ -13,7 +13,7 @@ using seam::TransferStatus;
 
 constexpr std::size_t kMaxControlBytes = 0xFFFF;
 
-// The longest timeout; added to the present time, it stays within the range of the clock.
+/// The longest timeout; added to the present time, it stays within the range of the clock.
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(24 * 365);
 
 TransferStatus statusOfCompletion(libusb_transfer_status status) {
@@ -35,7 +35,7 @@ TransferStatus statusOfCompletion(libusb_transfer_status status) {
   }
 }
 
-// Timeouts of libusb are unsigned, zero for none.
+/// Timeouts of libusb are unsigned, zero for none.
 unsigned libusbTimeout(std::chrono::milliseconds timeout) {
   constexpr std::chrono::milliseconds::rep kMax = UINT_MAX;
   return static_cast<unsigned>(std::clamp(timeout.count(), decltype(kMax){0}, kMax));

@@ -45,14 +45,14 @@ class LibusbTransferState : public std::enable_shared_from_this<LibusbTransferSt
   libusb_transfer* const raw_;
 
   // Not used by the caller's threads while in flight, so the completion needs no lock for them.
-  std::vector<std::uint8_t> controlPacket_;  // setup and data in one block, as libusb requires
+  std::vector<std::uint8_t> controlPacket_;  ///< setup and data in one block, as libusb requires
   seam::TransferBuffer buffer_;
 
   mutable std::mutex mutex_;
   std::condition_variable ended_;
   seam::TransferStatus status_ = seam::TransferStatus::kOk;
   std::size_t actualBytes_ = 0;
-  std::shared_ptr<LibusbTransferState> self_;  // set if and only if in flight
+  std::shared_ptr<LibusbTransferState> self_;  ///< set if and only if in flight
 };
 
 class LibusbControlTransfer final : public seam::ControlTransfer {

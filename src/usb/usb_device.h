@@ -159,7 +159,7 @@ class CUsbDevice {
   std::uint8_t deviceNumber_ = 0;
   std::uint8_t deviceCount_ = 0;
 
-  std::shared_ptr<seam::Port> port_;  // null when closed
+  std::shared_ptr<seam::Port> port_;  ///< null when closed
   seam::DeviceLocation location_;
   seam::Speed speed_ = seam::Speed::kUnknown;
   descriptors::Device device_;
@@ -169,9 +169,9 @@ class CUsbDevice {
   std::u16string serialNumber_;
   std::optional<descriptors::Bos> bos_;
 
-  std::vector<Configuration> configurations_;  // at most 2
+  std::vector<Configuration> configurations_;  ///< at most 2
   std::unique_ptr<CCyControlEndPoint> controlEndpoint_;
-  std::optional<std::size_t> currentInterface_;  // in the first configuration
+  std::optional<std::size_t> currentInterface_;  ///< in the first configuration
   std::uint8_t alternateSetting_ = 0;
   TypedEndpoints typed_;
 };
