@@ -5,7 +5,7 @@
 namespace orvik {
 namespace {
 
-/// Like T06, but with nothing to set beside gain, exposure and clock.
+/// Like T06, but only gain, exposure and clock can be set.
 constexpr ModelValues kT08MValues = {
     .maxBin = kT06Values.maxBin,
     .gain = kT06Values.gain,
