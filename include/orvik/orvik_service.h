@@ -138,7 +138,7 @@ typedef enum ORVIK_INT32 {
 
 /** A firmware file. Filled by OrvikCheckFirmwareFile(). */
 typedef struct Orvik_FIRMWARE_FILE {
-  Orvik_FIRMWARE_FORMAT format; /**< how it is built up */
+  Orvik_FIRMWARE_FORMAT format; /**< format of the file */
   int32_t fileBytes;            /**< length of the file */
   int32_t parts;                /**< sections or records */
   int32_t dataBytes;            /**< bytes that are loaded into the bridge's memory */
