@@ -119,11 +119,12 @@ TEST(ClassMembers, ImagesComeInTheFormatThatWasSet) {
   EXPECT_TRUE(camera.SetStartPos(100, 50));
   EXPECT_THAT(bench.take(3 * 320 * 240), Contains(::testing::Gt(20)));
   ASSERT_TRUE(camera.SetResolution(64, 64, 1, IMAGE_8BIT));
+  camera.SetRGBBalance(25, 75, false);
   for (const bool raw : {false, true}) {
     camera.SetRawOutput(raw);
     EXPECT_EQ(camera.IsRawOutput(), raw);
     const auto grey = bench.take(64 * 64);
-    EXPECT_EQ(std::abs(grey[1024] - grey[1025]) > 5, raw) << "red beside green";
+    EXPECT_EQ(std::abs(grey[1024] - grey[1025]) > 5, raw) << "red beside green: " << +grey[1024];
   }
   ASSERT_TRUE(camera.SetResolution(64, 64, 1, IMAGE_RAW16));
   EXPECT_TRUE(camera.IsOutput16Bits());
