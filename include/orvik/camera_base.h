@@ -168,9 +168,11 @@ class ORVIK_API CCameraBase {
   std::uint8_t GetFWVer() const noexcept;      /**< firmware's version, as InitCamera() read it */
   /** @return microseconds, the low 32 bits */
   std::uint32_t GetExp(bool* automatic) const noexcept;
+  /** See SetRGBBalance(). */
   void GetRGBBalance(int* red, int* blue, bool* automatic) const noexcept;
   /** Flips the images from the next one on. */
   void SetMisc(bool flipHorizontal, bool flipVertical) noexcept;
+  /** See SetMisc(). */
   void GetMisc(bool* flipHorizontal, bool* flipVertical) const noexcept;
   /** @param frameRate frames a second @param dataRate megapixels a second. Both hold for exposures
    *         below 100 ms, and are 0 before InitCamera(). */
@@ -200,6 +202,7 @@ class ORVIK_API CCameraBase {
   /** Not checked. @param maxGain gain steps @param maxExposure seconds
    *  @param targetBrightness mean of 255 */
   void SetAutoPara(int maxGain, int maxExposure, int targetBrightness) noexcept;
+  /** See SetAutoPara(). */
   void GetAutoPara(int* maxGain, int* maxExposure, int* targetBrightness) const noexcept;
   /** Changes what is on automatic of exposure and gain. */
   void AutoExpGain(const std::uint8_t* frame) noexcept;
@@ -277,37 +280,46 @@ class ORVIK_API CCameraBase {
   std::optional<std::vector<std::uint8_t>> Uncompress(const std::uint8_t* stored,
                                                       int length) const noexcept;
 
-  /* The guide port. True whatever becomes of the request; a direction that does not exist does
-   * nothing. A line that is on is switched off by CloseCamera() at the latest. */
+  /* The guide port. The results are always true, even if a request fails; a direction that
+   * does not exist does nothing. A line that is on is switched off by CloseCamera() at the latest.
+   */
 
-  bool pulseGuideOn(GuideD direction) noexcept;
-  bool pulseGuideOff(GuideD direction) noexcept;
+  bool pulseGuideOn(GuideD direction) noexcept;  /**< Switches a guide line on. */
+  bool pulseGuideOff(GuideD direction) noexcept; /**< Switches a guide line off. */
   /** Returns after the pulse, or when somebody switches the line off. @param ms milliseconds */
   bool pulseGuide(GuideD direction, int ms) noexcept;
 
   /* Vendor requests, one at a time; see orvik.h for how long one takes. A register that cannot be
    * read becomes 0. While the sensor's clock is stopped, sensor registers fail without a request.
-   * Whoever writes registers answers for what the sensor makes of them. */
+   * The caller is responsible for the effect of the values that it writes. */
 
   bool SendCMD(std::uint8_t command) noexcept; /**< Without data. */
   /** @param read whether the camera sends @param length bytes of `buffer`, at most 65535; fewer
    *         than 1 for none */
   bool SendCMD(std::uint8_t command, std::uint16_t value, std::uint16_t index, bool read,
                std::uint8_t* buffer, std::int32_t length) noexcept;
+  /** Writes a sensor register of 16 bits. */
   bool WriteCameraRegister(std::uint16_t address, std::uint16_t value) noexcept;
+  /** Writes a sensor register of 8 bits. */
   bool WriteCameraRegisterByte(std::uint16_t address, std::uint8_t value) noexcept;
+  /** Reads a sensor register of 16 bits. */
   bool ReadCameraRegister(std::uint16_t address, std::uint16_t* value) noexcept;
+  /** Reads a sensor register of 8 bits. */
   bool ReadCameraRegisterByte(std::uint16_t address, std::uint8_t* value) noexcept;
+  /** The same as WriteCameraRegisterByte(). */
   bool WriteSONYREG(std::uint16_t address, std::uint8_t value) noexcept;
+  /** The same as ReadCameraRegisterByte(). */
   bool ReadSONYREG(std::uint16_t address, std::uint8_t* value) noexcept;
+  /** Writes an FPGA register. @param value of which the camera uses the low 8 bits */
   bool WriteFPGAREG(std::uint16_t address, std::uint16_t value) noexcept;
+  /** Reads an FPGA register of 8 bits. */
   bool ReadFPGAREG(std::uint16_t address, std::uint8_t* value) noexcept;
   /** Gives the flash's bus to the pixel stream, or takes it back for the flash. */
   bool EnableGPIF32DQ(bool enable) noexcept;
-  bool StartUSBStreaming() noexcept;
-  bool StopUSBStreaming() noexcept;
-  bool StartSensorCLK() noexcept;
-  bool StopSensorCLK() noexcept;
+  bool StartUSBStreaming() noexcept; /**< Lets the bridge send pixels. */
+  bool StopUSBStreaming() noexcept;  /**< Stops the bridge from sending pixels. */
+  bool StartSensorCLK() noexcept;    /**< Starts the clock of the sensor. */
+  bool StopSensorCLK() noexcept;     /**< Stops the clock of the sensor. */
   /** @param version 1 when the camera's answer is not a version */
   bool GetFirmwareVer(std::uint8_t* version) noexcept;
   /** @param major the FPGA's version @param digits receives four more numbers, 0 to 15 each */
@@ -379,10 +391,12 @@ class ORVIK_API CCameraBase {
   void SaveSetting(const wchar_t* key) noexcept;
 
  protected:
+  /** @cond */
   /** The camera itself, which the library's own classes bring. */
   struct Impl;
   explicit CCameraBase(std::unique_ptr<Impl> impl) noexcept;
   Impl* impl() const noexcept { return impl_.get(); }
+  /** @endcond */
 
  private:
   std::unique_ptr<Impl> impl_;

@@ -68,7 +68,9 @@ class ORVIK_API CCameraCool : public CCameraBase {
   float CalculTempuature(unsigned char ad, int refKOhm) noexcept;
 
  protected:
+  /** @cond */
   explicit CCameraCool(std::unique_ptr<Impl> impl) noexcept;
+  /** @endcond */
 };
 
 }  // namespace orvik

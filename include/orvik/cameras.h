@@ -3,8 +3,6 @@
  * @file cameras.h
  * The camera classes, one for each model. An object is a camera of its model, once OpenCamera() has
  * found one.
- *
- * The argument of the constructors is not used.
  */
 #ifndef ORVIK_CAMERAS_H
 #define ORVIK_CAMERAS_H
@@ -17,6 +15,7 @@ namespace orvik {
 /** Vek T01C: 640 x 480 pixels of 6.0 micrometres, colour. Its white balance is made on the host. */
 class ORVIK_API CCameraT01C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT01C(void* reserved = nullptr) noexcept;
   ~CCameraT01C() override;
 
@@ -36,6 +35,7 @@ class ORVIK_API CCameraT01C final : public CCameraBase {
 /** Vek T02C: 728 x 512 pixels of 5.6 micrometres, colour. Its sensor takes commands. */
 class ORVIK_API CCameraT02C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT02C(void* reserved = nullptr) noexcept;
   ~CCameraT02C() override;
 
@@ -56,6 +56,7 @@ class ORVIK_API CCameraT02C final : public CCameraBase {
 /** Vek T03C: 752 x 480 pixels of 6.0 micrometres, colour. Its white balance is made on the host. */
 class ORVIK_API CCameraT03C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT03C(void* reserved = nullptr) noexcept;
   ~CCameraT03C() override;
 
@@ -75,6 +76,7 @@ class ORVIK_API CCameraT03C final : public CCameraBase {
 /** Vek T03M: 752 x 480 pixels of 6.0 micrometres, monochrome. */
 class ORVIK_API CCameraT03M final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT03M(void* reserved = nullptr) noexcept;
   ~CCameraT03M() override;
 };
@@ -82,6 +84,7 @@ class ORVIK_API CCameraT03M final : public CCameraBase {
 /** Vek T04C COOL: 4944 x 3284 pixels of 4.86 micrometres, colour, cooled. */
 class ORVIK_API CCameraT04C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT04C(void* reserved = nullptr) noexcept;
   ~CCameraT04C() override;
 };
@@ -89,6 +92,7 @@ class ORVIK_API CCameraT04C final : public CCameraCool {
 /** Vek T05C COOL: 7380 x 4928 pixels of 5.97 micrometres, colour, cooled. */
 class ORVIK_API CCameraT05C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT05C(void* reserved = nullptr) noexcept;
   ~CCameraT05C() override;
 };
@@ -96,6 +100,7 @@ class ORVIK_API CCameraT05C final : public CCameraCool {
 /** Vek T06C: 1280 x 960 pixels of 3.75 micrometres, colour. */
 class ORVIK_API CCameraT06C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT06C(void* reserved = nullptr) noexcept;
   ~CCameraT06C() override;
 };
@@ -103,6 +108,7 @@ class ORVIK_API CCameraT06C final : public CCameraBase {
 /** Vek T06C-S: 1280 x 960 pixels of 3.75 micrometres, colour. */
 class ORVIK_API CCameraT06C_S final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT06C_S(void* reserved = nullptr) noexcept;
   ~CCameraT06C_S() override;
 };
@@ -110,6 +116,7 @@ class ORVIK_API CCameraT06C_S final : public CCameraBase {
 /** Vek T06M: 1280 x 960 pixels of 3.75 micrometres, monochrome. */
 class ORVIK_API CCameraT06M final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT06M(void* reserved = nullptr) noexcept;
   ~CCameraT06M() override;
 };
@@ -117,6 +124,7 @@ class ORVIK_API CCameraT06M final : public CCameraBase {
 /** Vek T06M-S: 1280 x 960 pixels of 3.75 micrometres, monochrome. */
 class ORVIK_API CCameraT06M_S final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT06M_S(void* reserved = nullptr) noexcept;
   ~CCameraT06M_S() override;
 };
@@ -124,6 +132,7 @@ class ORVIK_API CCameraT06M_S final : public CCameraBase {
 /** Vek T07C COOL: 6036 x 4032 pixels of 5.97 micrometres, colour, cooled. */
 class ORVIK_API CCameraT07C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT07C(void* reserved = nullptr) noexcept;
   ~CCameraT07C() override;
 };
@@ -131,6 +140,7 @@ class ORVIK_API CCameraT07C final : public CCameraCool {
 /** Vek T08M: 1280 x 1024 pixels of 5.2 micrometres, monochrome. */
 class ORVIK_API CCameraT08M final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT08M(void* reserved = nullptr) noexcept;
   ~CCameraT08M() override;
 };
@@ -138,6 +148,7 @@ class ORVIK_API CCameraT08M final : public CCameraBase {
 /** Vek T09C: 1944 x 1224 pixels of 2.8 micrometres, colour. */
 class ORVIK_API CCameraT09C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT09C(void* reserved = nullptr) noexcept;
   ~CCameraT09C() override;
 };
@@ -145,6 +156,7 @@ class ORVIK_API CCameraT09C final : public CCameraBase {
 /** Vek T10C: 1936 x 1216 pixels of 5.86 micrometres, colour. */
 class ORVIK_API CCameraT10C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT10C(void* reserved = nullptr) noexcept;
   ~CCameraT10C() override;
 };
@@ -152,6 +164,7 @@ class ORVIK_API CCameraT10C final : public CCameraBase {
 /** Vek T10C COOL: 1936 x 1216 pixels of 5.86 micrometres, colour, cooled. */
 class ORVIK_API CCameraT10C_C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT10C_C(void* reserved = nullptr) noexcept;
   ~CCameraT10C_C() override;
 };
@@ -159,6 +172,7 @@ class ORVIK_API CCameraT10C_C final : public CCameraCool {
 /** Vek T10M: 1936 x 1216 pixels of 5.86 micrometres, monochrome. */
 class ORVIK_API CCameraT10M final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT10M(void* reserved = nullptr) noexcept;
   ~CCameraT10M() override;
 };
@@ -166,6 +180,7 @@ class ORVIK_API CCameraT10M final : public CCameraBase {
 /** Vek T10M COOL: 1936 x 1216 pixels of 5.86 micrometres, monochrome, cooled. */
 class ORVIK_API CCameraT10M_C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT10M_C(void* reserved = nullptr) noexcept;
   ~CCameraT10M_C() override;
 };
@@ -173,6 +188,7 @@ class ORVIK_API CCameraT10M_C final : public CCameraCool {
 /** Vek T11C: 3096 x 2080 pixels of 2.4 micrometres, colour. */
 class ORVIK_API CCameraT11C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT11C(void* reserved = nullptr) noexcept;
   ~CCameraT11C() override;
 };
@@ -180,6 +196,7 @@ class ORVIK_API CCameraT11C final : public CCameraBase {
 /** Vek T11C COOL: 3096 x 2080 pixels of 2.4 micrometres, colour, cooled. */
 class ORVIK_API CCameraT11C_C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT11C_C(void* reserved = nullptr) noexcept;
   ~CCameraT11C_C() override;
 };
@@ -187,6 +204,7 @@ class ORVIK_API CCameraT11C_C final : public CCameraCool {
 /** Vek T12C: 1944 x 1224 pixels of 3.75 micrometres, colour. */
 class ORVIK_API CCameraT12C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT12C(void* reserved = nullptr) noexcept;
   ~CCameraT12C() override;
 };
@@ -194,6 +212,7 @@ class ORVIK_API CCameraT12C final : public CCameraBase {
 /** Vek T12C COOL: 1944 x 1224 pixels of 3.75 micrometres, colour, cooled. */
 class ORVIK_API CCameraT12C_C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT12C_C(void* reserved = nullptr) noexcept;
   ~CCameraT12C_C() override;
 };
@@ -201,6 +220,7 @@ class ORVIK_API CCameraT12C_C final : public CCameraCool {
 /** Vek T13C: 1304 x 976 pixels of 3.75 micrometres, colour. */
 class ORVIK_API CCameraT13C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT13C(void* reserved = nullptr) noexcept;
   ~CCameraT13C() override;
 };
@@ -208,6 +228,7 @@ class ORVIK_API CCameraT13C final : public CCameraBase {
 /** Vek T13C COOL: 1304 x 976 pixels of 3.75 micrometres, colour, cooled. */
 class ORVIK_API CCameraT13C_C final : public CCameraCool {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT13C_C(void* reserved = nullptr) noexcept;
   ~CCameraT13C_C() override;
 };
@@ -215,6 +236,7 @@ class ORVIK_API CCameraT13C_C final : public CCameraCool {
 /** Vek T14C: 1304 x 976 pixels of 3.75 micrometres, colour. */
 class ORVIK_API CCameraT14C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT14C(void* reserved = nullptr) noexcept;
   ~CCameraT14C() override;
 };
@@ -222,6 +244,7 @@ class ORVIK_API CCameraT14C final : public CCameraBase {
 /** Vek T15C: 1304 x 976 pixels of 3.75 micrometres, colour. */
 class ORVIK_API CCameraT15C final : public CCameraBase {
  public:
+  /** Makes a closed camera. @param reserved not used */
   explicit CCameraT15C(void* reserved = nullptr) noexcept;
   ~CCameraT15C() override;
 };
