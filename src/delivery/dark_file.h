@@ -11,6 +11,8 @@
 #include <span>
 #include <string>
 
+#include "base/file_system.h"
+
 namespace orvik {
 
 enum class DarkFileResult : int {
@@ -41,6 +43,6 @@ DarkFileResult readDarkFile(const std::string& path, int width, int height,
 /// @param pixels width * height bytes
 /// @return false when it could not be written, or `path` is something else than a regular file.
 bool writeDarkFile(const std::string& path, int width, int height,
-                   std::span<const std::uint8_t> pixels);
+                   std::span<const std::uint8_t> pixels, FileSystem& files = FileSystem::system());
 
 }  // namespace orvik
