@@ -207,6 +207,11 @@ TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
   EXPECT_THAT(conversation_.take(), ElementsAre("F13=80"));
   EXPECT_TRUE(camera_.link().startSensorClock());
   EXPECT_TRUE(camera_.link().writeSensorByte(0x3014, 1));
+  ASSERT_TRUE(camera_.link().stopSensorClock());
+  ASSERT_TRUE(camera_.reconnect());
+  conversation_.take();
+  camera_.link().writeSensorByte(0x3014, 1);
+  EXPECT_THAT(conversation_.take(), ElementsAre("S3014=01")) << "that was another device's clock";
 }
 
 TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "api/registry.h"
 #include "delivery/dark_file.h"
 #include "models/models.h"
 #include "settings/settings_store.h"
@@ -220,6 +221,17 @@ TEST_F(SavingTest, CloseSavesWhatHasChangedSinceTheLastSave) {
       eventually([&] { return camera_->isUnplugged() && !camera_->capture().isRunning(); }));
   camera_->close();
   EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 125)) << "after an unplug";
+}
+
+TEST(Settings, TheFlatInterfaceKnowsNoTimeMark) {
+  VirtualBench bench;
+  bench.plug();
+  store({flag("TimeMark", true)});
+  ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 1);
+  ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
+  Orvik_ERROR_CODE error = Orvik_OK;
+  EXPECT_FALSE(Registry::instance().find(0, error)->driver->state().timeMark);
+  OrvikCloseCamera(0);
 }
 
 TEST(Saving, WhatACameraSettlesByItselfIsNoChange) {
