@@ -210,6 +210,18 @@ TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
   asker.join();
 }
 
+TEST_F(FrameOwnership, WaitingForAnotherReaderIsPartOfTheWait) {
+  open([](auto&) { return false; });
+  ASSERT_TRUE(camera_->startCapture(false));
+  std::thread first([&] {
+    std::vector<unsigned char> image(image_.size());
+    EXPECT_FALSE(takeImage(*camera_, image, std::chrono::seconds(2)));
+  });
+  std::this_thread::sleep_for(50ms);
+  EXPECT_LT(timeOf([&] { EXPECT_FALSE(getImage(2500ms)); }), 4200ms) << "not one after the other";
+  first.join();
+}
+
 TEST_F(FrameOwnership, AWaitLastsAcrossAChangeOfTheFormat) {
   open();
   camera_->setExposure(200'000, false);

@@ -5,8 +5,10 @@
 #include <semaphore.h>
 
 #include <cstring>
+#include <future>
 #include <thread>
 
+#include "base/turn.h"
 #include "support/time_of.h"
 
 namespace orvik {
@@ -152,6 +154,22 @@ TEST_F(FrameQueueTest, ACaptureThatGivesWayToAnotherKeepsWaitersWaiting) {
   });
   EXPECT_EQ(pop(std::nullopt), 9);
   next.join();
+}
+
+TEST(Turns, WhoWaitsWithoutLimitHasTheNext) {
+  const auto turn = std::make_shared<Turn>();
+  std::promise<bool> taken;
+  auto isTaken = taken.get_future();
+  {
+    const Turn::Holder first(*turn, std::nullopt);
+    EXPECT_FALSE(Turn::Holder(*turn, 1ms));
+    std::thread([turn, taken = std::move(taken)]() mutable {
+      taken.set_value(static_cast<bool>(Turn::Holder(*turn, std::nullopt)));
+    }).detach();  // who is not woken stays behind
+    EXPECT_EQ(isTaken.wait_for(50ms), std::future_status::timeout);
+  }
+  ASSERT_EQ(isTaken.wait_for(20s), std::future_status::ready);
+  EXPECT_TRUE(isTaken.get());
 }
 
 TEST_F(FrameQueueTest, NothingIsLostOrDoubledBetweenTwoThreads) {

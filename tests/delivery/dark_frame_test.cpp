@@ -119,6 +119,9 @@ TEST_F(DarkFrameTest, AveragesFramesOfTheWholeSensor) {
   EXPECT_EQ(taken, 2) << "half a frame does not count";
   EXPECT_EQ(wanted, 3);
   dark_.addFrame(Bytes(kPixels, 0), kWidth, kHeight);
+  dark_.stopRecording();
+  dark_.recordingCount(taken, wanted);
+  EXPECT_EQ(taken, 3) << "what is over stays so";
   EXPECT_TRUE(dark_.isRecordingOver());
   EXPECT_TRUE(dark_.isInUse());
   Bytes mean(kPixels, 88);  // 265 / 3

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 #include <set>
 
@@ -47,22 +46,6 @@ TEST(CatalogueTest, TheClassMadeIsTheModels) {
     EXPECT_EQ(&camera->model(), model);
     EXPECT_EQ(camera->cooled() != nullptr, model->cooled) << model->name;
     EXPECT_EQ(camera->state().hardwareBin, model->hardwareBinAtStart);
-  }
-}
-
-TEST(CatalogueTest, WhatRowsHaveByRule) {
-  for (const ModelRow* model : allModels()) {
-    SCOPED_TRACE(model->name);
-    const auto offers = [&](Orvik_CONTROL_TYPE type) {
-      return std::ranges::count(model->controls, type) == 1;
-    };
-    EXPECT_EQ(offers(Orvik_CTL_WB_R), model->colour);
-    EXPECT_EQ(offers(Orvik_CTL_WB_B), model->colour);
-    EXPECT_EQ(offers(Orvik_CTL_TARGET_TEMP), model->cooled);
-    EXPECT_EQ(offers(Orvik_CTL_COOLER_ON), model->cooled);
-    EXPECT_EQ(model->usb3, model->bandwidthAutoSupported);
-    EXPECT_EQ(model->imageTypes.rgb24, model->colour);
-    EXPECT_EQ(model->bins[0], 1);
   }
 }
 
