@@ -388,6 +388,12 @@ TEST_F(ScriptedIdentity, ADeviceThatIsAnotherOneOnceOpenIsRefused) {
   camera.device->requests.clear();
   EXPECT_THAT(serials(), ElementsAre("AAAA"));
   EXPECT_TRUE(camera.device->requests.empty()) << "what is open here is not asked";
+
+  OrvikCloseCamera(handle);
+  ASSERT_THAT(serials(), ElementsAre("AAAA"));
+  setSerial(camera, u"");
+  ASSERT_EQ(OrvikOpenDevice("AAAA", &handle), Orvik_OK);
+  EXPECT_THAT(serials(), ElementsAre("AAAA")) << "it was found by what it had told before";
 }
 
 TEST(LibraryText, EveryCodeHasAText) {

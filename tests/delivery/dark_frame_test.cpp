@@ -141,6 +141,24 @@ TEST_F(DarkFrameTest, AveragesFramesOfTheWholeSensor) {
   EXPECT_TRUE(std::ranges::equal(dark_.plane()->bytes(), mean));
 }
 
+TEST_F(DarkFrameTest, TakesAsManyFramesAsTheExposureAsksFor) {
+  const std::vector<std::pair<std::uint64_t, int>> counts = {
+      {32, 5},      {100'999, 5}, {101'000, 4}, {325'999, 4}, {326'000, 3},
+      {550'999, 3}, {551'000, 2}, {775'999, 2}, {776'000, 1}, {60'000'000, 1}};
+  for (const auto& [exposureUs, frames] : counts) {
+    ASSERT_EQ(darkFrameCount(exposureUs), frames) << exposureUs;
+    dark_.startRecording(frames);
+    int sum = 0;
+    for (int n = 0; n < frames; ++n) {
+      EXPECT_FALSE(dark_.isRecordingOver());
+      sum += 40 + 7 * n;
+      dark_.addFrame(darkWithHot(3, static_cast<std::uint8_t>(40 + 7 * n)), kWidth, kHeight);
+    }
+    EXPECT_TRUE(dark_.isRecordingOver());
+    EXPECT_EQ(dark_.plane()->data()[3], sum / frames);
+  }
+}
+
 TEST_F(DarkFrameTest, SettersAndDeliveryAtTheSameTime) {
   const std::string path = store(darkWithHot(20, 60));
   std::atomic<bool> stop{false};

@@ -111,6 +111,7 @@ TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
   bench_.plug();
   ASSERT_TRUE(camera_->open(1));
   EXPECT_FALSE(camera_->isUnplugged()) << "what is plugged in again is another one";
+  EXPECT_TRUE(camera_->beginMemoryWork());
 }
 
 // The camera object is left as it is when the process ends, as one held by the flat interface is.

@@ -177,6 +177,7 @@ class SavingTest : public ::testing::Test {
 TEST_F(SavingTest, VideoIsSavedWhenItStops) {
   camera_->stopCapture();
   EXPECT_FALSE(hasSaved()) << "nothing was captured";
+  camera_->setGain(123, false);
   camera_->startCapture(false);
   EXPECT_FALSE(hasSaved());
   camera_->stopCapture();
@@ -276,6 +277,9 @@ TEST_F(KeptDark, IsReadWhenTheCameraIsSetUp) {
   EXPECT_EQ(*find(stored().value(), "CutDark"), flag("CutDark", true));
   ASSERT_TRUE(camera.open(1) && camera.initialise());
   EXPECT_TRUE(camera.dark().isInUse());
+  camera.dark().setPath("/d");
+  camera.saveSettings(kModel);
+  EXPECT_EQ(*find(stored().value(), "BMPPATH"), text("BMPPATH", "/d", 256)) << "and nothing else";
 }
 
 TEST_F(KeptDark, IsNotSwitchedOnWithoutAPath) {
