@@ -199,16 +199,6 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
   std::vector<unsigned char> image_;
 };
 
-TEST_P(EveryModelTest, IsWhatItSays) {
-  const sim::Model& model = GetParam();
-  EXPECT_STREQ(info_.name, model.displayName);
-  EXPECT_EQ(info_.maxWidth, model.sensor.width);
-  EXPECT_EQ(info_.maxHeight, model.sensor.height);
-  EXPECT_EQ(info_.colour == Orvik_TRUE, model.sensor.mosaic != sim::Mosaic::kMono);
-  EXPECT_EQ(info_.hasCooler == Orvik_TRUE, model.cooled);
-  EXPECT_EQ(info_.usb3Camera, info_.usb3Host) << "plugged into a USB 3 port";
-}
-
 TEST_P(EveryModelTest, EveryTypeAndBinShowsTheScene) {
   const bool onBoth = offers(Orvik_CTL_HARDWARE_BIN);
   for (const IMG_TYPE type : info_.imageTypes) {

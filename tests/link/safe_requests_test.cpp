@@ -131,7 +131,7 @@ TEST_F(SafeState, ALostRequestFollowsTheNextThatGetsThrough) {
   OrvikSetControlValue(0, Orvik_CTL_BRIGHTNESS, 21, Orvik_FALSE);
   EXPECT_EQ(doing().linesOn, std::set{2});
 
-  setFaults("control B0 delay 2000");
+  setFaults("control B0 deaf 1800");
   OrvikPulseGuideOn(0, Orvik_GUIDE_DIR_0);
   EXPECT_EQ(doing().linesOn.size(), 2U) << "though the answer was lost";
   OrvikCloseCamera(0);

@@ -224,7 +224,9 @@ TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
 
 TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {
   open();
+  EXPECT_TRUE(camera_.link().send(VendorRequest::kSwitchBus, 0));
   EXPECT_TRUE(camera_.close());
+  EXPECT_THAT(conversation_.take(), ElementsAre("BE", "BE")) << "what it is owed comes first";
   std::uint16_t value = 7;
   EXPECT_FALSE(camera_.link().send(VendorRequest::kStopStreaming));
   EXPECT_FALSE(camera_.link().readSensorWord(0x3000, value));

@@ -117,6 +117,8 @@ TEST(Settings, ValuesComeWithinTheModelsLimits) {
 
   store({{"Gain", Type::kDword, {44}}, {"Exposure", Type::kDword, {}}});
   EXPECT_EQ(T15C().state().gain, 44);
+  ASSERT_TRUE(place().save("T01C", Group{flag("AutoFPS", true)}));
+  EXPECT_FALSE(T01C().state().bandwidthAuto) << "it cannot find its bandwidth by itself";
 }
 
 TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
