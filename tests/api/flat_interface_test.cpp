@@ -86,9 +86,7 @@ TEST_F(FlatInterfaceTest, ControlsAreSetWithinTheirLimits) {
                                          {Orvik_CTL_FLIP, 7, 3},
                                          {Orvik_CTL_FLIP, -1, 3},
                                          {Orvik_CTL_FLIP, 1, 1},
-                                         {Orvik_CTL_HIGH_SPEED_MODE, 5, 1},
-                                         {Orvik_CTL_HARDWARE_BIN, 0, 0},
-                                         {Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, 120, 120}}) {
+                                         {Orvik_CTL_HIGH_SPEED_MODE, 5, 1}}) {
     EXPECT_EQ(OrvikSetControlValue(0, c.type, c.set, Orvik_FALSE), Orvik_OK) << c.type;
     EXPECT_EQ(value(c.type), c.read) << "control " << c.type << " set to " << c.set;
   }
@@ -96,8 +94,6 @@ TEST_F(FlatInterfaceTest, ControlsAreSetWithinTheirLimits) {
   EXPECT_NEAR(value(Orvik_CTL_TEMPERATURE), 200, 30) << "read only, in tenths of a degree";
   EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_OVERCLK, 1, Orvik_FALSE), Orvik_ERROR_DRIVER_FAILED)
       << "this model does not over-clock";
-  EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_COOL_POWER_PERC, 1, Orvik_FALSE), Orvik_OK)
-      << "read only, also where there is none";
 
   Orvik_BOOL automatic = Orvik_FALSE;
   std::int32_t read = 0;
