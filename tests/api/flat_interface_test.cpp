@@ -90,8 +90,6 @@ TEST_F(FlatInterfaceTest, ControlsAreSetWithinTheirLimits) {
     EXPECT_EQ(OrvikSetControlValue(0, c.type, c.set, Orvik_FALSE), Orvik_OK) << c.type;
     EXPECT_EQ(value(c.type), c.read) << "control " << c.type << " set to " << c.set;
   }
-  EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_TEMPERATURE, 5, Orvik_FALSE), Orvik_OK);
-  EXPECT_NEAR(value(Orvik_CTL_TEMPERATURE), 200, 30) << "read only, in tenths of a degree";
   EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_OVERCLK, 1, Orvik_FALSE), Orvik_ERROR_DRIVER_FAILED)
       << "this model does not over-clock";
 
