@@ -8,7 +8,8 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
+#include <filesystem>
+#include <string_view>
 
 namespace orvik {
 namespace {
@@ -92,16 +93,6 @@ class Descriptor {
     }
     return done;
   }
-  [[nodiscard]] bool write(std::span<const std::uint8_t> bytes) const {
-    while (!bytes.empty()) {
-      const ssize_t count = ::write(number_, bytes.data(), bytes.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) return false;
-      bytes = bytes.subspan(static_cast<std::size_t>(count));
-    }
-    return true;
-  }
-  [[nodiscard]] bool sync() const { return fsync(number_) == 0; }
 
  private:
   int number_;
@@ -119,13 +110,8 @@ std::string temporaryName(const std::string& path) {
   return path + ".part-" + std::to_string(getpid()) + "-" + std::to_string(count++);
 }
 
-/// Makes the new name survive a power failure. Some file systems cannot do this; the file is
-/// complete in any case.
-void syncFolderOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  const Descriptor handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (handle.isOpen()) static_cast<void>(handle.sync());
+std::string_view textOf(std::span<const std::uint8_t> bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 }  // namespace
@@ -161,20 +147,22 @@ DarkFileResult readDarkFile(const std::string& path, int width, int height,
 }
 
 bool writeDarkFile(const std::string& path, int width, int height,
-                   std::span<const std::uint8_t> pixels) {
+                   std::span<const std::uint8_t> pixels, FileSystem& files) {
   if (!isReplaceable(path)) return false;
   const std::string temporary = temporaryName(path);
-  bool written = false;
-  {
-    const Descriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!file.isOpen()) return false;
-    written = file.write(headerOf(width, height)) && file.write(pixels) && file.sync();
-  }
-  if (!written || std::rename(temporary.c_str(), path.c_str()) != 0) {
+  const int file = files.openNew(temporary);
+  if (file < 0) return false;
+  const bool written = files.write(file, textOf(headerOf(width, height))) &&
+                       files.write(file, textOf(pixels)) && files.sync(file);
+  files.close(file);
+  if (!written || !files.rename(temporary, path)) {
     unlink(temporary.c_str());
     return false;
   }
-  syncFolderOf(path);
+  // Some file systems cannot make the new name survive a power cut; the file is complete either
+  // way.
+  const auto folder = std::filesystem::path(path).parent_path();
+  files.syncFolder(folder.empty() ? "." : folder);
   return true;
 }
 

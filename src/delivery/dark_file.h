@@ -12,6 +12,8 @@
 #include <span>
 #include <string>
 
+#include "base/file_system.h"
+
 namespace orvik {
 
 enum class DarkFileResult : int {
@@ -42,6 +44,6 @@ DarkFileResult readDarkFile(const std::string& path, int width, int height,
 /// @param pixels width * height bytes
 /// @return false when it could not be written, or `path` exists and is not a regular file.
 bool writeDarkFile(const std::string& path, int width, int height,
-                   std::span<const std::uint8_t> pixels);
+                   std::span<const std::uint8_t> pixels, FileSystem& files = FileSystem::system());
 
 }  // namespace orvik

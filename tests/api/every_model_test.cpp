@@ -199,24 +199,6 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
   std::vector<unsigned char> image_;
 };
 
-TEST_P(EveryModelTest, IsWhatItSays) {
-  const sim::Model& model = GetParam();
-  EXPECT_STREQ(info_.name, model.displayName);
-  EXPECT_EQ(info_.maxWidth, model.sensor.width);
-  EXPECT_EQ(info_.maxHeight, model.sensor.height);
-  EXPECT_EQ(info_.colour == Orvik_TRUE, model.sensor.mosaic != sim::Mosaic::kMono);
-  EXPECT_EQ(info_.hasCooler == Orvik_TRUE, model.cooled);
-  EXPECT_EQ(info_.usb3Camera, info_.usb3Host) << "plugged into a USB 3 port";
-  if (offers(Orvik_CTL_TEMPERATURE)) {
-    std::int32_t tenths = 0;
-    Orvik_BOOL automatic = Orvik_FALSE;
-    EXPECT_TRUE(eventually([&] {
-      OrvikGetControlValue(0, Orvik_CTL_TEMPERATURE, &tenths, &automatic);
-      return tenths > 150 && tenths < 300;
-    })) << tenths;
-  }
-}
-
 TEST_P(EveryModelTest, EveryTypeAndBinShowsTheScene) {
   const bool onBoth = offers(Orvik_CTL_HARDWARE_BIN);
   for (const IMG_TYPE type : info_.imageTypes) {

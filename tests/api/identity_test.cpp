@@ -388,6 +388,19 @@ TEST_F(ScriptedIdentity, ADeviceThatIsAnotherOneOnceOpenIsRefused) {
   camera.device->requests.clear();
   EXPECT_THAT(serials(), ElementsAre("AAAA"));
   EXPECT_TRUE(camera.device->requests.empty()) << "what is open here is not asked";
+
+  OrvikCloseCamera(handle);
+  ASSERT_THAT(serials(), ElementsAre("AAAA"));
+  setSerial(camera, u"");
+  ASSERT_EQ(OrvikOpenDevice("AAAA", &handle), Orvik_OK);
+  EXPECT_THAT(serials(), ElementsAre("AAAA")) << "it was found by what it had told before";
+
+  camera.device->control = [](const auto&) {
+    return testing::Answer{.status = seam::TransferStatus::kNoDevice};
+  };
+  OrvikSetControlValue(handle, Orvik_CTL_GAIN, 5, Orvik_FALSE);
+  EXPECT_EQ(listed()[0].handle, 0) << "what is there now is not what went";
+  OrvikCloseCamera(handle);
 }
 
 TEST(LibraryText, EveryCodeHasAText) {

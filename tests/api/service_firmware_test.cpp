@@ -137,6 +137,10 @@ TEST_F(ServiceFirmwareTest, AWriteOutlivesALostRequestAndMoreNeverLeaveHalfAnIma
       EXPECT_EQ(read(0, 4), Bytes(4, 0xFF)) << "nothing starts without its signature, at " << k;
     }
   }
+  ASSERT_EQ(OrvikSetID(0, {}), Orvik_OK);
+  disturb("control C3 flip 0 at 1");
+  EXPECT_EQ(flash(after), Orvik_ERROR_VERIFY);
+  EXPECT_EQ(read(0, 4), Bytes(4, 0xFF)) << "nor does what reads back differently";
 }
 
 TEST_F(ServiceFirmwareTest, NothingIsErasedWithoutTheBus) {
@@ -216,6 +220,11 @@ TEST_F(ServiceFirmwareTest, RecordsAreReadBackBeforeTheyRun) {
   EXPECT_EQ(load(), Orvik_OK) << "a part that reads back differently is written again";
   disturb("control A0 flip 0");
   EXPECT_EQ(load(), Orvik_ERROR_DRIVER_FAILED);
+  disturb("");
+  ASSERT_EQ(load(), Orvik_OK);
+  disturb("control A0 deaf 1800 to 3");
+  EXPECT_EQ(load(), Orvik_ERROR_DRIVER_FAILED);
+  EXPECT_EQ(OrvikReadFlash(0, 0, &byte, 1, nullptr, nullptr), Orvik_OK) << "held without an answer";
 }
 
 TEST_F(ServiceFirmwareTest, AnExceptionOfTheCallerGoesNoFurther) {

@@ -234,7 +234,7 @@ TEST_F(ServiceTest, APulseIsAsLongAsToldAndTellsOfALine) {
   EXPECT_GE(log[1].at - log[0].at, std::chrono::milliseconds(30));
 
   failRequest(1);
-  EXPECT_EQ(OrvikPulseGuide(0, Orvik_GUIDE_DIR_0, 60000), Orvik_ERROR_DRIVER_FAILED);
+  EXPECT_EQ(OrvikPulseGuide(0, Orvik_GUIDE_DIR_0, ORVIK_MAX_PULSE_MS), Orvik_ERROR_DRIVER_FAILED);
   EXPECT_THAT(conversation_.take(), ::testing::ElementsAre("B0", "B1", "B1"))
       << "a line that may be on goes off, without a pulse";
   failRequest(2);

@@ -11,6 +11,7 @@
 #include "capture/capture_bench.h"
 #include "support/fault_script.h"
 #include "support/limited_host.h"
+#include "support/scripted_bench.h"
 #include "support/time_of.h"
 
 namespace orvik::test {
@@ -67,28 +68,54 @@ TEST_F(CaptureTest, ASlowReaderLosesFramesAndFindsTheOldestTwo) {
   ASSERT_TRUE(eventually([&] { return dropped() >= 10; }));
   EXPECT_TRUE(getImage(0ms));
   EXPECT_TRUE(getImage(0ms));
+  const int before = dropped();
+  ASSERT_TRUE(eventually([&] { return dropped() > before; })) << "two wait again";
   camera_->stopCapture();
   EXPECT_FALSE(getImage(0ms)) << "frames of a video that has ended are gone";
 }
 
-TEST_F(CaptureTest, FourEmptyReadsRestartTheStream) {
-  const auto silent = std::make_shared<std::atomic<bool>>(true);
-  open([silent](auto&) { return !*silent; });
-  setRegion(640, 480, IMAGE_8BIT);
-  conversation_.take();
-  ASSERT_TRUE(camera_->startCapture(false));
-  // Twice the frame time of 7.8 ms and 50 ms for each read, and 130 ms for the restart itself.
+TEST_F(CaptureTest, FourBadReadsInARowStartTheCameraAnew) {
+  const auto system = std::make_shared<BulkLimit>();
+  const auto faults = std::make_shared<fault::FaultHost>(
+      std::make_shared<LimitedHost>(bench_.sharedHost(), system));
+  installHost(faults);
+  const auto spoilt = std::make_shared<std::atomic<int>>(0);
+  open([spoilt](auto& frame) {
+    if (*spoilt > 0) frame[0] ^= 1;
+    *spoilt -= *spoilt > 0 ? 1 : 0;
+    return true;
+  });
+  camera_->setExposure(100'000, false);  // time enough to begin anew between two frames
+  camera_->setBandwidth(100, false);
   std::vector<std::string> sent;
-  ASSERT_TRUE(eventually([&] {
-    for (auto& line : conversation_.take()) sent.push_back(std::move(line));
-    return sent.size() >= 12;
-  }));
+  const auto startsWith = [&](const char* script, unsigned bad) {
+    faults->setScript(scriptOf(script));
+    *spoilt = static_cast<int>(bad);
+    system->clears = 0;
+    conversation_.take();
+    EXPECT_TRUE(camera_->startCapture(false));
+    std::uint64_t next = 0;
+    for (int n = 0; n < 6; ++n) {
+      EXPECT_TRUE(getImage());
+      const FrameFacts facts = camera_->lastImage().value().facts;
+      EXPECT_TRUE(n > 0 || facts.lostBefore == bad) << "a frame that never was is not a lost one";
+      EXPECT_EQ(facts.number, next + facts.lostBefore);
+      next = facts.number + 1;
+    }
+    EXPECT_TRUE(camera_->stopCapture());
+    sent = conversation_.take();
+    return std::ranges::count(sent, "A9");
+  };
+  EXPECT_EQ(startsWith("bulk fail to 3", 0), 1);
+  EXPECT_EQ(system->clears, 1 + 3 + 1) << "at the start, after each, and at the end";
+  EXPECT_EQ(startsWith("bulk fail to 4", 0), 2);
+  EXPECT_EQ(system->clears, 1 + 3 + 2 + 1) << "before what is left is drained, and behind it";
   using ::testing::ElementsAre;
   EXPECT_THAT(std::vector<std::string>(sent.begin() + 6, sent.begin() + 12),
               ElementsAre("F0=31", "S3000=01", "AA", "A9", "S3000=00", "F0=21"));
-  *silent = false;
-  EXPECT_TRUE(getImage());
-  EXPECT_EQ(dropped(), 0) << "a frame that never was is not a lost one";
+  EXPECT_EQ(startsWith("bulk fail every 2 to 12", 0), 1) << "never two in a row";
+  EXPECT_EQ(startsWith("", 3), 1);
+  EXPECT_EQ(startsWith("", 4), 2);
 }
 
 TEST_F(CaptureTest, SnapshotEndsByItselfAndTheNextMayFollowAtOnce) {
@@ -171,11 +198,12 @@ TEST_F(CaptureTest, StopsAtAnyMoment) {
 
 TEST_F(CaptureTest, StoppingWakesAWaitWithoutLimit) {
   open([](auto&) { return false; });
+  camera_->setExposure(900'000, false);
   ASSERT_TRUE(camera_->startCapture(false));
   auto waiting = std::async(std::launch::async, [&] { return getImage(kNoTimeout); });
   std::this_thread::sleep_for(20ms);
   EXPECT_EQ(waiting.wait_for(0ms), std::future_status::timeout);
-  camera_->stopCapture();
+  EXPECT_LT(timeOf([&] { camera_->stopCapture(); }), 1500ms) << "less than a read may last";
   ASSERT_EQ(waiting.wait_for(5s), std::future_status::ready);
   EXPECT_FALSE(waiting.get());
 }
@@ -189,11 +217,13 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
       auto waiting = std::async(std::launch::async, [&] {
         while (getImage(kNoTimeout)) {
         }
-        return true;
+        return camera_->isUnplugged();
       });
       std::this_thread::sleep_for(100ms);
       bench_.host().unplug(id_);
-      EXPECT_EQ(waiting.wait_for(5s), std::future_status::ready);
+      ASSERT_EQ(waiting.wait_for(5s), std::future_status::ready);
+      const bool wasOver = snapshot && exposureUs == 1000;
+      EXPECT_TRUE(waiting.get() || wasOver) << "who is woken finds it told";
       if (snapshot && exposureUs > 1000) {
         // It is told last: who sees it may start anew at once.
         EXPECT_TRUE(eventually([&] { return status() == Orvik_EXPSTATE_FAILED; }, 1s));
@@ -202,6 +232,26 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
       EXPECT_LT(timeOf([&] { camera_->close(); }), 2s);
       camera_.reset();
     }
+  }
+}
+
+TEST(BulkStreamTest, AReadThatEndedUnseenMayHaveEndedBefore) {
+  ScriptedBench bench;
+  ScriptedCamera camera(identity::PID_T01C);
+  bench.plug(camera);
+  CUsbDevice device(identity::classGuid(0), true, bench.host);
+  constexpr std::size_t kBytes = 1024;
+  const auto frames = std::make_shared<FramePair>(
+      FramePair{std::make_shared<PageBuffer>(kBytes), std::make_shared<PageBuffer>(kBytes)});
+  BulkStream stream(device, *bench.clock, frames, kBytes, kBytes);
+  for (const auto late : {0ms, 100ms}) {
+    camera.device->bulk = [late](auto) {
+      return testing::Answer{.data = std::vector<std::uint8_t>(kBytes), .delay = late};
+    };
+    stream.restart();
+    bench.clock->sleepFor(50ms);
+    ASSERT_EQ(stream.readFrame(20s), BulkStream::Result::kComplete);
+    EXPECT_EQ(stream.arrival().uncertainty, late == 0ms ? 50ms : 0ms);
   }
 }
 
@@ -258,6 +308,7 @@ TEST_F(CaptureTest, ChangingTheRegionRestartsCapture) {
   open();
   ASSERT_TRUE(camera_->startCapture(false));
   ASSERT_TRUE(getImage());
+  EXPECT_LT(timeOf([&] { EXPECT_FALSE(camera_->reconnect()); }), 2s) << "not during capture";
   setRegion(640, 480, IMAGE_RAW16);
   EXPECT_TRUE(camera_->capture().isRunning());
   EXPECT_TRUE(getImage());
@@ -268,6 +319,12 @@ TEST_F(CaptureTest, ChangingTheRegionRestartsCapture) {
   EXPECT_EQ(camera_->state().startY, 50);
   image_.resize(320 * 240);
   EXPECT_TRUE(getImage());
+  camera_->stopCapture();
+  camera_->setExposure(300'000, false);
+  ASSERT_TRUE(camera_->startCapture(true));
+  setRegion(320, 240, IMAGE_8BIT);
+  EXPECT_TRUE(snapshotEnds());
+  EXPECT_EQ(status(), Orvik_EXPSTATE_READY) << "it is a snapshot still";
 }
 
 TEST_F(CaptureTest, ADeviceThatIsHeldElsewhereDoesNotOpen) {

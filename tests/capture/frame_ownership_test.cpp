@@ -89,6 +89,7 @@ TEST_F(FrameOwnership, FactsTellOneCaptureFromBeginToEnd) {
   camera_->setStartPosition(100, 50);
   camera_->setFlip(true, false);
   camera_->setExposure(30'000, false);
+  camera_->setBrightness(33);
   const auto before = camera_->clock().now();
   ASSERT_TRUE(camera_->startCapture(false));
   FrameFacts former;
@@ -105,6 +106,7 @@ TEST_F(FrameOwnership, FactsTellOneCaptureFromBeginToEnd) {
         5s);
     EXPECT_EQ(facts.settings.exposureUs, 30'000U);
     EXPECT_EQ(facts.settings.gain, 150);
+    EXPECT_EQ(facts.settings.brightness, 33);
     EXPECT_EQ(facts.settings.startX, 100);
     EXPECT_EQ(facts.settings.startY, 50);
     EXPECT_TRUE(facts.isSettled);
@@ -208,6 +210,18 @@ TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
   stop = true;
   reader.join();
   asker.join();
+}
+
+TEST_F(FrameOwnership, WaitingForAnotherReaderIsPartOfTheWait) {
+  open([](auto&) { return false; });
+  ASSERT_TRUE(camera_->startCapture(false));
+  std::thread first([&] {
+    std::vector<unsigned char> image(image_.size());
+    EXPECT_FALSE(takeImage(*camera_, image, std::chrono::seconds(2)));
+  });
+  std::this_thread::sleep_for(50ms);
+  EXPECT_LT(timeOf([&] { EXPECT_FALSE(getImage(2500ms)); }), 4200ms) << "not one after the other";
+  first.join();
 }
 
 TEST_F(FrameOwnership, AWaitLastsAcrossAChangeOfTheFormat) {

@@ -185,17 +185,22 @@ constexpr std::array kTempers = {
             .clearHalt = Temperament::ClearHalt::kKeep}},
 };
 
-using Both = std::pair<const Change*, const Temper*>;
+struct Both {
+  const Change* change;
+  const Temper* temper;
+};
 
 std::string nameOf(const Both& both) {
-  return std::string(both.first->name) + "On" + both.second->name;
+  return std::string(both.change->name) + "On" + both.temper->name;
 }
+
+void PrintTo(const Both& both, std::ostream* out) { *out << nameOf(both); }
 
 std::vector<Both> combinations() {
   std::vector<Both> all;
   for (const Change& change : kChanges) {
     for (const Temper& temper : kTempers) {
-      all.emplace_back(&change, &temper);
+      all.push_back({&change, &temper});
     }
   }
   return all;

@@ -6,6 +6,7 @@
 
 #include "controls/automatic_bench.h"
 #include "models/models.h"
+#include "support/process.h"
 
 namespace orvik::test {
 namespace {
@@ -43,6 +44,9 @@ TEST(Automatic, WhiteBalanceTakesEveryFourthRound) {
   EXPECT_EQ(bench.now().whiteBalanceRed, 20);
   ASSERT_TRUE(bench.pass(1ms));
   EXPECT_GT(bench.now().whiteBalanceRed, 20);
+  bench.camera().setWhiteBalance(20, 20, true);
+  ASSERT_TRUE(bench.pass(399ms));
+  EXPECT_EQ(bench.now().whiteBalanceRed, 20);
 }
 
 TEST(Automatic, SixteenBitFramesKeepTheirColours) {
@@ -77,6 +81,19 @@ TEST(Automatic, NoThreadOutlivesItsVideo) {
     ASSERT_TRUE(bench.camera().stopCapture());
     EXPECT_TRUE(bench.passIdle(1s));
   }
+}
+
+TEST(Automatic, AThreadThatWaitsForAFrameEndsWithItsVideo) {
+  sim::CameraOptions options;
+  options.frameFilter = [](auto&) { return false; };
+  AutomaticBench bench("T15C", options);
+  bench.camera().setExposure(100, true);
+  const auto before = processCounts().threads;
+  bench.start();
+  bench.tick(200ms);
+  std::this_thread::sleep_for(20ms);
+  ASSERT_TRUE(bench.camera().stopCapture());
+  EXPECT_TRUE(eventually([&] { return processCounts().threads <= before; }, 10s));
 }
 
 TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {

@@ -92,9 +92,12 @@ TEST_F(CoolerFaults, OnlyAnAcknowledgedOffIsToldAndItArrivesInTheEnd) {
 }
 
 struct BrokenThermistor {
+  const char* name;
   const char* script;
   Orvik_COOLER_FAULT fault;
 };
+
+void PrintTo(const BrokenThermistor& broken, std::ostream* out) { *out << broken.name; }
 
 class BrokenThermistors : public CoolerFaults,
                           public ::testing::WithParamInterface<BrokenThermistor> {};
@@ -130,11 +133,9 @@ TEST_P(BrokenThermistors, LoseTheirCoolerThePowerUntilTheyWorkAgain) {
 
 INSTANTIATE_TEST_SUITE_P(
     , BrokenThermistors,
-    ::testing::Values(BrokenThermistor{"control C7 fail", Orvik_COOLER_NO_READING},
-                      BrokenThermistor{"control C7 short 2", Orvik_COOLER_OUT_OF_RANGE}),
-    [](const auto& instance) {
-      return instance.param.fault == Orvik_COOLER_NO_READING ? "Silent" : "Shorted";
-    });
+    ::testing::Values(BrokenThermistor{"Silent", "control C7 fail", Orvik_COOLER_NO_READING},
+                      BrokenThermistor{"Shorted", "control C7 short 2", Orvik_COOLER_OUT_OF_RANGE}),
+    [](const auto& instance) { return instance.param.name; });
 
 TEST_F(CoolerFaults, ATargetBelowTheThermistorsRangeIsHeldAtItsEnd) {
   open(5);

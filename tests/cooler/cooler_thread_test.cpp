@@ -102,6 +102,29 @@ TEST_F(SilentCameraTest, ClosingEndsByItsDeadline) {
   EXPECT_TRUE(noThreadLeft(threads_));
 }
 
+TEST_F(SilentCameraTest, AReopenedCameraHasAllItsTimeForAReading) {
+  camera_->close();
+  bench_.clock->sleepFor(60s);
+  faults_->setScript(scriptOf("control C7 fail"));
+  ASSERT_TRUE(camera_->open(1) && camera_->initialise());
+  ASSERT_TRUE(bench_.clock->run(20s));
+  EXPECT_EQ(camera_->state().coolerFault, CoolerFault::kNone);
+}
+
+TEST_F(SilentCameraTest, WhatWasBeforeAFaultIsNoChangeOfTheTemperature) {
+  camera_->stopThread();
+  cooler::Cooler& cooler = camera_->cooler();
+  cooler.regulate(20);
+  faults_->setScript(scriptOf("control C7 fail"));
+  bench_.clock->sleepFor(31s);
+  cooler.measure();
+  ASSERT_EQ(camera_->state().coolerFault, CoolerFault::kNoReading);
+  faults_->setScript({});
+  cooler.measure();
+  cooler.regulate(-5);
+  EXPECT_GT(cooler.power(), 0) << "still five degrees to go";
+}
+
 TEST_F(SilentCameraTest, TheObjectMayGoBeforeItsThread) {
   fallSilent();
   EXPECT_LT(timeOf([&] { camera_.reset(); }), 2 * kOneRequest + 1000ms);

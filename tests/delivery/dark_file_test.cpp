@@ -118,6 +118,28 @@ TEST_F(DarkFileTest, WhatIsNoFile) {
   EXPECT_EQ(folder_.count(), 2) << "no temporary file is left";
 }
 
+/// A disk that loses power when a file gets its name: what has not been waited for is lost.
+class PowerCut final : public FileSystem {
+ public:
+  bool sync(int descriptor) override {
+    isOnDisk_ = FileSystem::sync(descriptor);
+    return isOnDisk_;
+  }
+  bool rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
+    if (!isOnDisk_) std::filesystem::resize_file(from, 0);
+    return FileSystem::rename(from, to);
+  }
+
+ private:
+  bool isOnDisk_ = false;
+};
+
+TEST_F(DarkFileTest, AFileIsOnTheDiskBeforeItHasItsName) {
+  PowerCut files;
+  EXPECT_TRUE(writeDarkFile(path_, kWidth, kHeight, picture(), files));
+  EXPECT_EQ(bytesOfFile(path_), good_);
+}
+
 TEST_F(DarkFileTest, AFailedSaveLeavesTheOldFile) {
   const SmallFilesOnly limit(1000);
   EXPECT_FALSE(writeDarkFile(path_, kWidth, kHeight, Bytes(kPixels)));

@@ -119,6 +119,9 @@ TEST_F(DarkFrameTest, AveragesFramesOfTheWholeSensor) {
   EXPECT_EQ(taken, 2) << "half a frame does not count";
   EXPECT_EQ(wanted, 3);
   dark_.addFrame(Bytes(kPixels, 0), kWidth, kHeight);
+  dark_.stopRecording();
+  dark_.recordingCount(taken, wanted);
+  EXPECT_EQ(taken, 3) << "what is over stays so";
   EXPECT_TRUE(dark_.isRecordingOver());
   EXPECT_TRUE(dark_.isInUse());
   Bytes mean(kPixels, 88);  // 265 / 3
@@ -136,6 +139,24 @@ TEST_F(DarkFrameTest, AveragesFramesOfTheWholeSensor) {
   dark_.addFrame(Bytes(kPixels, 1), kWidth, kHeight);
   EXPECT_FALSE(dark_.isRecordingOver()) << "ended before its time";
   EXPECT_TRUE(std::ranges::equal(dark_.plane()->bytes(), mean));
+}
+
+TEST_F(DarkFrameTest, TakesAsManyFramesAsTheExposureAsksFor) {
+  const std::vector<std::pair<std::uint64_t, int>> counts = {
+      {32, 5},      {100'999, 5}, {101'000, 4}, {325'999, 4}, {326'000, 3},
+      {550'999, 3}, {551'000, 2}, {775'999, 2}, {776'000, 1}, {60'000'000, 1}};
+  for (const auto& [exposureUs, frames] : counts) {
+    ASSERT_EQ(darkFrameCount(exposureUs), frames) << exposureUs;
+    dark_.startRecording(frames);
+    int sum = 0;
+    for (int n = 0; n < frames; ++n) {
+      EXPECT_FALSE(dark_.isRecordingOver());
+      sum += 40 + 7 * n;
+      dark_.addFrame(darkWithHot(3, static_cast<std::uint8_t>(40 + 7 * n)), kWidth, kHeight);
+    }
+    EXPECT_TRUE(dark_.isRecordingOver());
+    EXPECT_EQ(dark_.plane()->data()[3], sum / frames);
+  }
 }
 
 TEST_F(DarkFrameTest, SettersAndDeliveryAtTheSameTime) {

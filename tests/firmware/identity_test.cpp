@@ -28,6 +28,12 @@ TEST(Identity, ComesBackAsItWasWritten) {
                                         "C2 0000/0700 256", "RC3 0000/0700 256", "BE 0001/0000 0"));
   EXPECT_TRUE(readCameraId(bench.camera(), id));
   EXPECT_THAT(id.id, ElementsAreArray(kId.id));
+  bench.disturb("control C4 deaf 1800 at 1");
+  EXPECT_TRUE(writeCameraId(bench.camera(), kId)) << "the flash that is erasing is waited for";
+  bench.disturb("control C3 flip 33 to 2");
+  EXPECT_TRUE(writeCameraId(bench.camera(), kId)) << "read back alike at the third try";
+  bench.disturb("control C3 flip 33");
+  EXPECT_FALSE(writeCameraId(bench.camera(), kId));
 }
 
 TEST(Identity, OutlivesALostRequestAndCanBeWrittenAgainAfterMore) {

@@ -29,6 +29,7 @@ class GuidingTest : public ::testing::Test {
     sim::CameraOptions options;
     options.controlObserver = [this](const sim::ControlRecord& record) {
       const seam::SetupPacket& setup = record.setup;
+      if (setup.request == 0xAA) lines_.emplace_back("stop");
       if (setup.request != 0xB0 && setup.request != 0xB1) return;
       lines_.push_back((setup.request == 0xB0 ? "on " : "off ") + std::to_string(setup.value));
     };
@@ -84,16 +85,20 @@ TEST_F(GuidingTest, LinesGoOffWithTheCamera) {
   camera_->guideLines().switchOn(0);
   camera_->guideLines().switchOn(2);
   camera_->guideLines().switchOff(0);
+  camera_->startCapture(false);
+  EXPECT_TRUE(clock_->run(0ms)) << "the worker lets the sensor wake up";
   take();
   camera_->close();
-  EXPECT_THAT(take(), ElementsAre("off 2"));
+  EXPECT_THAT(take(), ElementsAre("off 2", "stop")) << "the telescope first";
   EXPECT_FALSE(camera_->guideLines().switchOn(1)) << "closed";
   EXPECT_THAT(take(), IsEmpty());
 
   ASSERT_TRUE(camera_->open(1));
   camera_->guideLines().switchOn(1);
+  EXPECT_TRUE(camera_->reconnect());
+  camera_->guideLines().switchOn(3);
   camera_.reset();
-  EXPECT_THAT(take(), ElementsAre("on 1", "off 1"));
+  EXPECT_THAT(take(), ElementsAre("on 1", "off 1", "on 3", "off 3"));
 }
 
 TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
@@ -101,7 +106,12 @@ TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
   bench_.host().unplug(id_);
   EXPECT_FALSE(camera_->guideLines().switchOn(1));
   EXPECT_FALSE(camera_->guideLines().switchOff(0));
+  EXPECT_TRUE(camera_->isUnplugged());
   EXPECT_TRUE(camera_->close());
+  bench_.plug();
+  ASSERT_TRUE(camera_->open(1));
+  EXPECT_FALSE(camera_->isUnplugged()) << "what is plugged in again is another one";
+  EXPECT_TRUE(camera_->beginMemoryWork());
 }
 
 // The camera object is left as it is when the process ends, as one held by the flat interface is.

@@ -130,6 +130,12 @@ TEST_F(SafeState, ALostRequestFollowsTheNextThatGetsThrough) {
   OrvikPulseGuideOn(0, Orvik_GUIDE_DIR_2);
   OrvikSetControlValue(0, Orvik_CTL_BRIGHTNESS, 21, Orvik_FALSE);
   EXPECT_EQ(doing().linesOn, std::set{2});
+
+  setFaults("control B0 deaf 1800");
+  OrvikPulseGuideOn(0, Orvik_GUIDE_DIR_0);
+  EXPECT_EQ(doing().linesOn.size(), 2U) << "though the answer was lost";
+  OrvikCloseCamera(0);
+  EXPECT_EQ(doing(), kNothing);
 }
 
 TEST_F(SafeState, ARequestThatIsNeverTakenDoesNotSlowTheOthers) {

@@ -122,6 +122,8 @@ TEST_F(CommandConversationTest, ASensorThatDoesNotGetDoneIsGivenUp) {
   scripted_.conversation.take();
   EXPECT_FALSE(camera_.sensor().apply(camera_.link()));
   EXPECT_EQ(scripted_.conversation.take().size(), 2U + 100);
+  scripted_.bytes[0x0011] = 0;
+  EXPECT_FALSE(camera_.sensor().apply(camera_.link()));
   scripted_.bytes[0x0011] = 2;
   EXPECT_TRUE(camera_.sensor().apply(camera_.link()));
 }

@@ -155,8 +155,10 @@ TEST_F(ConversationTest, BandwidthIsLimitedAndStartsAnewOnAutomatic) {
   camera_.setBandwidth(30, false);
   EXPECT_EQ(state.bandwidth, 40);
   EXPECT_FALSE(state.bandwidthAuto);
+  const auto before = camera_.clock().now();
   camera_.setBandwidth(60, true);
   EXPECT_EQ(state.bandwidth, 100);
+  EXPECT_GE(state.bandwidthAutoSince.load(), before);
   camera_.setBandwidth(60, true);
   EXPECT_EQ(state.bandwidth, 60) << "already on automatic: the value counts";
 }
@@ -193,6 +195,12 @@ TEST_F(ConversationTest, StartAndStop) {
   EXPECT_THAT(conversation_.take(), ElementsAre("F0=31", "S3000=01", "AA"));
   ASSERT_TRUE(camera_.stopCapture());
   EXPECT_THAT(conversation_.take(), IsEmpty());
+
+  ASSERT_TRUE(camera_.close());
+  open();
+  ASSERT_TRUE(camera_.startCapture(false));
+  EXPECT_THAT(conversation_.take(), Contains("S303E=18"))
+      << "a sensor that began anew has no region";
 }
 
 TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
@@ -207,11 +215,18 @@ TEST_F(ConversationTest, NoSensorRegisterWithoutItsClock) {
   EXPECT_THAT(conversation_.take(), ElementsAre("F13=80"));
   EXPECT_TRUE(camera_.link().startSensorClock());
   EXPECT_TRUE(camera_.link().writeSensorByte(0x3014, 1));
+  ASSERT_TRUE(camera_.link().stopSensorClock());
+  ASSERT_TRUE(camera_.reconnect());
+  conversation_.take();
+  camera_.link().writeSensorByte(0x3014, 1);
+  EXPECT_THAT(conversation_.take(), ElementsAre("S3014=01")) << "that was another device's clock";
 }
 
 TEST_F(ConversationTest, AClosedCameraIsNotSpokenTo) {
   open();
+  EXPECT_TRUE(camera_.link().send(VendorRequest::kSwitchBus, 0));
   EXPECT_TRUE(camera_.close());
+  EXPECT_THAT(conversation_.take(), ElementsAre("BE", "BE")) << "what it is owed comes first";
   std::uint16_t value = 7;
   EXPECT_FALSE(camera_.link().send(VendorRequest::kStopStreaming));
   EXPECT_FALSE(camera_.link().readSensorWord(0x3000, value));

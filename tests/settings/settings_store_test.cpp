@@ -38,11 +38,15 @@ class TroubledFiles final : public FileSystem {
     const bool half = FileSystem::write(descriptor, text.substr(0, text.size() / 2));
     return !troubled() && half && FileSystem::write(descriptor, text.substr(text.size() / 2));
   }
-  bool sync(int descriptor) override { return !troubled() && FileSystem::sync(descriptor); }
+  bool sync(int descriptor) override {
+    synced_ = !troubled() && FileSystem::sync(descriptor);
+    return synced_;
+  }
   bool syncFolder(const fs::path& folder) override {
     return !troubled() && FileSystem::syncFolder(folder);
   }
   bool rename(const fs::path& from, const fs::path& to) override {
+    EXPECT_TRUE(synced_) << "a name for what the disk may not have yet";
     return !troubled() && FileSystem::rename(from, to);
   }
   [[nodiscard]] bool wasReached() const { return left_ <= 0; }
@@ -56,6 +60,7 @@ class TroubledFiles final : public FileSystem {
 
   int left_;
   Then then_;
+  bool synced_ = false;
 };
 
 /// Runs `body` in a process of its own, which then ends without any tidying up.

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "api/registry.h"
 #include "delivery/dark_file.h"
 #include "models/models.h"
 #include "settings/settings_store.h"
@@ -116,6 +117,8 @@ TEST(Settings, ValuesComeWithinTheModelsLimits) {
 
   store({{"Gain", Type::kDword, {44}}, {"Exposure", Type::kDword, {}}});
   EXPECT_EQ(T15C().state().gain, 44);
+  ASSERT_TRUE(place().save("T01C", Group{flag("AutoFPS", true)}));
+  EXPECT_FALSE(T01C().state().bandwidthAuto) << "it cannot find its bandwidth by itself";
 }
 
 TEST(Settings, ReachTheSensorAndTheBandwidthOfTheHostsGeneration) {
@@ -176,6 +179,7 @@ class SavingTest : public ::testing::Test {
 TEST_F(SavingTest, VideoIsSavedWhenItStops) {
   camera_->stopCapture();
   EXPECT_FALSE(hasSaved()) << "nothing was captured";
+  camera_->setGain(123, false);
   camera_->startCapture(false);
   EXPECT_FALSE(hasSaved());
   camera_->stopCapture();
@@ -222,6 +226,17 @@ TEST_F(SavingTest, CloseSavesWhatHasChangedSinceTheLastSave) {
   EXPECT_EQ(*find(stored().value(), "Gain"), dword("Gain", 125)) << "after an unplug";
 }
 
+TEST(Settings, TheFlatInterfaceKnowsNoTimeMark) {
+  VirtualBench bench;
+  bench.plug();
+  store({flag("TimeMark", true)});
+  ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 1);
+  ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
+  Orvik_ERROR_CODE error = Orvik_OK;
+  EXPECT_FALSE(Registry::instance().find(0, error)->driver->state().timeMark);
+  OrvikCloseCamera(0);
+}
+
 TEST(Saving, WhatACameraSettlesByItselfIsNoChange) {
   VirtualBench bench;
   bench.plug({}, "T13C_C");
@@ -264,6 +279,9 @@ TEST_F(KeptDark, IsReadWhenTheCameraIsSetUp) {
   EXPECT_EQ(*find(stored().value(), "CutDark"), flag("CutDark", true));
   ASSERT_TRUE(camera.open(1) && camera.initialise());
   EXPECT_TRUE(camera.dark().isInUse());
+  camera.dark().setPath("/d");
+  camera.saveSettings(kModel);
+  EXPECT_EQ(*find(stored().value(), "BMPPATH"), text("BMPPATH", "/d", 256)) << "and nothing else";
 }
 
 TEST_F(KeptDark, IsNotSwitchedOnWithoutAPath) {

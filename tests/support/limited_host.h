@@ -17,6 +17,7 @@ struct BulkLimit {
   std::atomic<int> inFlight{0};
   std::atomic<int> highest{0};
   std::atomic<int> refusals{0};
+  std::atomic<int> clears{0};  ///< of a pipe's halt
 };
 
 /// A bulk transfer that counts against the limit while it is in flight.
@@ -76,6 +77,7 @@ class LimitedPort final : public seam::Port {
     return inner_->allocateDeviceMemory(bytes);
   }
   seam::TransferStatus clearHalt(std::uint8_t endpoint) override {
+    ++limit_->clears;
     return inner_->clearHalt(endpoint);
   }
   seam::TransferStatus reset() override { return inner_->reset(); }

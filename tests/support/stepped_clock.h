@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <list>
 #include <mutex>
-#include <set>
 #include <thread>
 
 #include "seam/clock.h"
@@ -13,7 +16,8 @@
 namespace orvik::test {
 
 /// A clock that a test moves from deadline to deadline of the threads that sleep on it, so that
-/// they live through hours in a moment, in the order in which they would.
+/// they live through hours in a moment, in the order in which they would. Whoever is to wake them
+/// before has to notify them, as on any other clock: a sleeper that nobody wakes fails the test.
 class SteppedClock final : public seam::Clock {
  public:
   [[nodiscard]] Duration now() const override {
@@ -23,18 +27,22 @@ class SteppedClock final : public seam::Clock {
 
   bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
                  Duration deadline, const std::function<bool()>& ready) override {
-    const auto place = fallAsleep(deadline);
-    while (!ready() && now() < *place) condition.wait_for(lock, std::chrono::microseconds(50));
+    constexpr auto kLook = std::chrono::seconds(4);  // of real time
+    const auto place = fallAsleep({deadline, lock.mutex(), &condition});
+    const auto isOver = [&] { return ready() || now() >= deadline; };
+    while (!isOver()) {
+      if (condition.wait_for(lock, kLook) == std::cv_status::no_timeout || !isOver()) continue;
+      // Who has just made it ready may not have come to notify yet.
+      if (condition.wait_for(lock, kLook) == std::cv_status::no_timeout) continue;
+      ADD_FAILURE() << "what a thread slept for came, and nobody woke it";
+    }
     const std::lock_guard guard(mutex_);
-    deadlines_.erase(place);
+    sleepers_.erase(place);
     return ready();
   }
 
   /// Who sleeps without a way to be woken moves the clock.
-  void sleepFor(Duration duration) override {
-    const std::lock_guard guard(mutex_);
-    now_ += duration;
-  }
+  void sleepFor(Duration duration) override { moveTo(now() + duration); }
 
   /// Lets time pass.
   /// @param sleepers how many threads live by this clock
@@ -43,36 +51,71 @@ class SteppedClock final : public seam::Clock {
     const Duration end = now() + duration;
     for (;;) {
       if (!waitUntilAsleep(sleepers)) return false;
-      const std::lock_guard guard(mutex_);
-      const Duration next = deadlines_.empty() ? end : *deadlines_.begin();
-      now_ = std::min(next, end);
+      const Duration next = nextDeadline();
+      moveTo(std::min(next, end));
       if (next > end) return true;
-      if (deadlines_.empty()) return true;
     }
   }
 
  private:
-  std::multiset<Duration>::iterator fallAsleep(Duration deadline) {
+  struct Sleeper {
+    Duration deadline;
+    std::mutex* lock;
+    std::condition_variable* wake;
+    bool woken = false;
+  };
+
+  std::list<Sleeper>::iterator fallAsleep(const Sleeper& sleeper) {
     const std::lock_guard guard(mutex_);
-    return deadlines_.insert(deadline);
+    changed_.notify_all();
+    return sleepers_.insert(sleepers_.end(), sleeper);
   }
 
-  bool waitUntilAsleep(std::size_t sleepers) {
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    for (;;) {
-      {
-        const std::lock_guard guard(mutex_);
-        const auto due = deadlines_.upper_bound(now_);
-        if (static_cast<std::size_t>(std::distance(due, deadlines_.end())) == sleepers) return true;
-      }
-      if (std::chrono::steady_clock::now() > giveUp) return false;
-      std::this_thread::sleep_for(std::chrono::microseconds(20));
+  void moveTo(Duration time) {
+    std::unique_lock guard(mutex_);
+    now_ = std::max(now_, time);
+    changed_.notify_all();
+    while (!wakeDue()) {
+      guard.unlock();
+      std::this_thread::yield();
+      guard.lock();
     }
   }
 
+  /// @return false when a sleeper's lock was taken: it may be between its look at the clock and its
+  ///         sleep, in which it would miss the notification.
+  bool wakeDue() {
+    return std::ranges::all_of(sleepers_, [this](Sleeper& sleeper) {
+      if (sleeper.woken || sleeper.deadline > now_) return true;
+      sleeper.woken = sleeper.lock->try_lock();
+      if (!sleeper.woken) return false;
+      sleeper.wake->notify_all();
+      sleeper.lock->unlock();
+      return true;
+    });
+  }
+
+  Duration nextDeadline() {
+    const std::lock_guard guard(mutex_);
+    Duration next = Duration::max();
+    for (const Sleeper& sleeper : sleepers_) {
+      if (sleeper.deadline > now_) next = std::min(next, sleeper.deadline);
+    }
+    return next;
+  }
+
+  bool waitUntilAsleep(std::size_t sleepers) {
+    std::unique_lock guard(mutex_);
+    return changed_.wait_for(guard, std::chrono::seconds(20), [&] {
+      const auto sleeps = [this](const Sleeper& sleeper) { return sleeper.deadline > now_; };
+      return static_cast<std::size_t>(std::ranges::count_if(sleepers_, sleeps)) == sleepers;
+    });
+  }
+
   mutable std::mutex mutex_;
+  std::condition_variable changed_;  ///< somebody sleeps, or time has moved
   Duration now_ = std::chrono::seconds(1);
-  std::multiset<Duration> deadlines_;
+  std::list<Sleeper> sleepers_;
 };
 
 }  // namespace orvik::test

@@ -101,8 +101,12 @@ TEST_F(Endpoints, FailuresLeaveTheirStatus) {
   device->control = [](const FakeRequest&) { return Answer{.status = TransferStatus::kStalled}; };
   EXPECT_FALSE(control.transfer({}, length));
   EXPECT_EQ(control.lastStatus(), TransferStatus::kStalled);
+  device->control = [](const FakeRequest&) { return Answer{}; };
+  std::array<std::uint8_t, 3> data{};
+  EXPECT_TRUE(control.transfer(data, length));
   device->control = [](const FakeRequest&) { return Answer{.refusal = TransferStatus::kNoDevice}; };
   EXPECT_FALSE(control.transfer({}, length));
+  EXPECT_EQ(control.bytesTransferred(), 0U) << "nothing of the one before";
   EXPECT_EQ(control.lastStatus(), TransferStatus::kNoDevice);
 }
 

@@ -145,7 +145,8 @@ TEST_F(UsbDevice, OpenBeyondTheCountOnlyCloses) {
 TEST_F(UsbDevice, OpeningAnotherForgetsTheFirst) {
   auto second = plugAnother();
   DescriptorTable table = t15cTable();
-  table.entries.erase(0x0303);
+  table.entries.erase(0x0300);
+  table.entries.erase(0x0F00);
   second->control = table;
   ASSERT_TRUE(device.Open(0));
   ASSERT_TRUE(device.Open(1));
@@ -153,6 +154,10 @@ TEST_F(UsbDevice, OpeningAnotherForgetsTheFirst) {
   EXPECT_EQ(device.deviceNumber(), 1);
   EXPECT_EQ(device.usbAddress(), 6);
   EXPECT_EQ(device.serialNumber(), u"");
+  EXPECT_EQ(device.manufacturer(), u"");
+  EXPECT_EQ(device.product(), u"");
+  EXPECT_EQ(device.languageId(), 0);
+  EXPECT_FALSE(device.bos());
 }
 
 TEST_F(UsbDevice, ADeviceThatMayNotBeOpenedIsStillKnown) {
