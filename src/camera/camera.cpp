@@ -140,10 +140,12 @@ bool Camera::close() {
   link().beginClosing();
   guideLines_.letGo();
   const auto lock = lockSettings();
-  stopCapture();
-  if (isOpen()) saveAtClose();
+  const auto unsaved = settingsToSave();
+  capture_.stop();
   onClosing();
   endLink();
+  // A slow disk must not delay the requests that bring the camera to rest.
+  if (unsaved) saveGroup(model_.settingsName, *unsaved);
   return true;
 }
 
@@ -196,17 +198,16 @@ MemoryWork::Permit Camera::beginMemoryWork() {
   return memoryWork_.begin();
 }
 
-void Camera::saveAfterVideo() {
-  if (capture_.isRunning() && isOpen() && !capture_.lastWasSnapshot()) {
-    keepSettings();
-  }
+bool Camera::isVideoRunning() const {
+  return capture_.isRunning() && isOpen() && !capture_.lastWasSnapshot();
 }
 
 bool Camera::stopCapture() {
   const auto lock = lockSettings();
   if (capture_.isRunning() && !isOpen()) return false;
-  saveAfterVideo();
+  const bool endsVideo = isVideoRunning();
   capture_.stop();
+  if (endsVideo) keepSettings();
   return true;
 }
 
@@ -216,15 +217,16 @@ void Camera::forgetCapture() {
 }
 
 void Camera::endCapture() {
+  const auto unsaved = isVideoRunning() ? settingsToSave() : std::nullopt;
   endWork();
   onClosing();
   endLink();
+  if (unsaved) saveGroup(model_.settingsName, *unsaved);
 }
 
 void Camera::endWork() {
   link().beginClosing();
   guideLines_.letGo();
-  saveAfterVideo();
   capture_.stop();
   regulatorAccess_->close();
 }

@@ -244,9 +244,11 @@ class Camera : public RegulatedSettings {
   void endLink();
   bool connect(const seam::DeviceInfo& wanted);
   bool connectAgain();
-  void saveAfterVideo();
-  /// Saves the settings after a snapshot, or if they differ from those last loaded or saved.
-  void saveAtClose() noexcept;
+  [[nodiscard]] bool isVideoRunning() const;
+  bool saveGroup(std::string_view name, const settings::Group& group) noexcept;
+  /// What is to be saved when the camera is closed: after a video or a snapshot, and if the
+  /// settings differ from those last loaded or saved.
+  [[nodiscard]] std::optional<settings::Group> settingsToSave() noexcept;
   void noteCorrections();
   [[nodiscard]] std::optional<ControlValue> ofCooler(std::int32_t value) const;
 

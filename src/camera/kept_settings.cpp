@@ -64,21 +64,30 @@ void Camera::settleSettings(const settings::Group& before) {
 }
 
 bool Camera::saveSettings(std::string_view name) noexcept try {
+  return saveGroup(name, presentSettings());
+} catch (const std::exception&) {
+  return false;
+}
+
+bool Camera::saveGroup(std::string_view name, const settings::Group& group) noexcept try {
   const auto store = settings::SettingsStore::ofUser(settingsFolder_);
-  if (!store) return false;
-  auto group = presentSettings();
-  if (!store->save(std::string(name), group)) return false;
+  if (!store || !store->save(std::string(name), group)) return false;
   const auto lock = lockSettings();
-  kept_ = std::move(group);
+  kept_ = group;
   return true;
 } catch (const std::exception&) {
   return false;
 }
 
-void Camera::saveAtClose() noexcept try {
+std::optional<settings::Group> Camera::settingsToSave() noexcept try {
+  if (!isOpen()) return std::nullopt;
+  settings::Group present = presentSettings();
   // A camera that was not initialised has nothing to save.
-  if (capture_.lastWasSnapshot() || (kept_ && *kept_ != presentSettings())) keepSettings();
+  const bool hasChanged = kept_ && *kept_ != present;
+  if (!isVideoRunning() && !capture_.lastWasSnapshot() && !hasChanged) return std::nullopt;
+  return present;
 } catch (const std::exception&) {
+  return std::nullopt;
 }
 
 }  // namespace orvik

@@ -30,7 +30,8 @@ BulkStream::BulkStream(CUsbDevice& device, const seam::Clock& clock,
 BulkStream::~BulkStream() { stop(); }
 
 void BulkStream::stop() {
-  if (endpoint_ != nullptr) endpoint_->settle();
+  if (endpoint_ == nullptr) return;
+  endpoint_->settle();
   while (!inFlight_.empty()) {
     std::size_t bytes = 0;
     endpoint_->finishTransfer(std::move(inFlight_.front().context), bytes);

@@ -65,6 +65,8 @@ CaptureWorker::Next CaptureWorker::step() {
   }
   followExposureMode();
   if (longExposure_) exposeLong();
+  // stop() aborts the reads that are in flight. A restart above may have begun new ones since.
+  if (!stop_.running()) return Next::kLeave;
   const BulkStream::Result result = stream_.readFrame(readTimeout());
   if (!stop_.running()) return Next::kLeave;
 

@@ -182,6 +182,7 @@ void VendorLink::allowRequests() {
   const std::lock_guard lock(deviceLock_);
   unanswered_ = 0;
   gone_ = false;
+  sensorClockStopped_ = false;  // of the device before
   closing_ = false;
   open_ = true;
 }
