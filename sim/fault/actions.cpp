@@ -85,7 +85,9 @@ bool ActionFacts::mayHappenTo(Target target) const {
 }
 
 // A switch, so that the compiler names a fault that has no row.
-ActionFacts actionFacts(Action action) {
+namespace {
+
+constexpr ActionFacts factsOf(Action action) {
   using enum Amount::Kind;
   switch (action) {
     case Action::kFail:
@@ -170,5 +172,11 @@ ActionFacts actionFacts(Action action) {
   }
   return {};
 }
+
+static_assert(factsOf(static_cast<Action>(kActions)).name.empty(), "kActions counts all actions");
+
+}  // namespace
+
+ActionFacts actionFacts(Action action) { return factsOf(action); }
 
 }  // namespace orvik::fault

@@ -58,8 +58,8 @@ Orvik_ERROR_CODE OrvikGetControlCaps(int index, int controlIndex, Orvik_CONTROL_
     const orvik::ModelRow& model = camera.driver->model();
     const auto position = static_cast<std::size_t>(controlIndex);
     if (caps == nullptr || position >= model.controls.size()) return Orvik_ERROR_CONTROL;
-    orvik::describeControl(model, model.controls[position], *caps);
-    return Orvik_OK;
+    return orvik::describeControl(model, model.controls[position], *caps) ? Orvik_OK
+                                                                          : Orvik_ERROR_CONTROL;
   });
 }
 

@@ -2,6 +2,7 @@
 #include "camera/camera.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <exception>
@@ -13,9 +14,9 @@
 #include "base/current_clock.h"
 #include "camera/model_devices.h"
 #include "controls/control_table.h"
-#include "controls/host_balance.h"
 #include "seam/identity.h"
 #include "state/frame_time.h"
+#include "state/image_type.h"
 #include "usb/current_host.h"
 #include "usb/serial_numbers.h"
 
@@ -26,6 +27,17 @@ using namespace std::chrono_literals;
 
 constexpr auto kReconnectPause = 50ms;
 constexpr auto kSecondTryPause = 1000ms;
+
+/// The image types in the order in which a camera lists them.
+constexpr std::array kListedTypes = {Orvik_IMG_RAW8, Orvik_IMG_RGB24, Orvik_IMG_Y8,
+                                     Orvik_IMG_RAW16};
+constexpr bool listsAllTypes() {
+  for (int number = 0; driverTypeOf(number); ++number) {
+    if (std::ranges::find(kListedTypes, number) == kListedTypes.end()) return false;
+  }
+  return true;
+}
+static_assert(listsAllTypes());
 
 /// A device object for the device-interface class of the model.
 std::unique_ptr<CUsbDevice> newDevice(const ModelRow& model) {
@@ -337,7 +349,7 @@ void Camera::describe(Orvik_CAMERA_INFO& info) const {
   }
   if (bins < std::size(info.bins)) info.bins[bins] = 0;
   IMG_TYPE* next = info.imageTypes;
-  for (const IMG_TYPE type : {Orvik_IMG_RAW8, Orvik_IMG_RGB24, Orvik_IMG_Y8, Orvik_IMG_RAW16}) {
+  for (const IMG_TYPE type : kListedTypes) {
     if (model_.imageTypes.offers(type)) *next++ = type;
   }
   *next = Orvik_IMG_END;

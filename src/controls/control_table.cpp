@@ -2,8 +2,9 @@
 #include "controls/control_table.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 namespace orvik {
@@ -19,7 +20,6 @@ std::int32_t autoExposureLimit(const ModelRow& model) {
 
 /// The properties of a control, for all models.
 struct ControlRow {
-  Orvik_CONTROL_TYPE type;
   std::string_view name;
   std::string_view description;
   Automatic automatic;
@@ -29,90 +29,92 @@ struct ControlRow {
 
 ControlRange onOff(const ModelRow&) { return {0, 1, 0}; }
 
-// In the order of the control types.
-constexpr std::array<ControlRow, kControlCount> kControls = {{
-    {Orvik_CTL_GAIN, "Gain", "Gain", Automatic::kYes, Access::kWritable,
-     [](const ModelRow& model) { return model.gain; }},
-    {Orvik_CTL_EXPOSURE, "Exposure", "Exposure Time(us)", Automatic::kYes, Access::kWritable,
-     [](const ModelRow& model) { return model.exposureUs; }},
-    {Orvik_CTL_GAMMA, "Gamma", "Gamma", Automatic::kNo, Access::kWritable,
-     [](const ModelRow& model) { return model.gamma; }},
-    {Orvik_CTL_WB_R, "WB_R", "White balance: Red", Automatic::kYes, Access::kWritable,
-     [](const ModelRow& model) {
-       return ControlRange{model.whiteBalanceRedDefault, model.whiteBalanceMax,
-                           model.whiteBalanceMin};
-     }},
-    {Orvik_CTL_WB_B, "WB_B", "White balance: Blue", Automatic::kYes, Access::kWritable,
-     [](const ModelRow& model) {
-       return ControlRange{model.whiteBalanceBlueDefault, model.whiteBalanceMax,
-                           model.whiteBalanceMin};
-     }},
-    {Orvik_CTL_BRIGHTNESS, "Brightness", "Brightness", Automatic::kNo, Access::kWritable,
-     [](const ModelRow& model) { return model.brightness; }},
-    {Orvik_CTL_BANDWIDTH, "BandWidth", "USB bandwidth percentage", Automatic::kAsModel,
-     Access::kWritable,
-     [](const ModelRow& model) {
-       return ControlRange{50, model.bandwidthMax, model.bandwidthMin};
-     }},
-    {Orvik_CTL_OVERCLK, "OverCLK", "Set over clocking percentage", Automatic::kNo,
-     Access::kWritable,
-     [](const ModelRow&) {
-       return ControlRange{0, 30, 0};
-     }},
-    {Orvik_CTL_TEMPERATURE, "Temperature", "Sensor temperature(degrees Celsius)", Automatic::kNo,
-     Access::kReadOnly,
-     [](const ModelRow&) {
-       return ControlRange{20, 1000, -500};
-     }},
-    {Orvik_CTL_FLIP, "Flip", "Flip: 0->None 1->Horiz 2->Vert 3->Both", Automatic::kNo,
-     Access::kWritable,
-     [](const ModelRow&) {
-       return ControlRange{0, 3, 0};
-     }},
-    {Orvik_CTL_AUTO_EXP_MAX_GAIN, "AutoExpMaxGain", "Auto exposure maximum gain value",
-     Automatic::kNo, Access::kWritable,
-     [](const ModelRow& model) {
-       return ControlRange{(model.gain.max + model.gain.min) / 2, model.gain.max, model.gain.min};
-     }},
-    {Orvik_CTL_AUTO_EXP_MAX_EXP, "AutoExpMaxExp",
-     "Auto exposure maximum exposure value(unit second)", Automatic::kNo, Access::kWritable,
-     [](const ModelRow& model) {
-       const std::int32_t limit = autoExposureLimit(model);
-       return ControlRange{std::min(30, limit), limit, 1};
-     }},
-    {Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS, "AutoExpMaxBrightness",
-     "Auto exposure maximum brightness value", Automatic::kNo, Access::kWritable,
-     [](const ModelRow&) {
-       return ControlRange{100, 160, 50};
-     }},
-    {Orvik_CTL_HARDWARE_BIN, "HardwareBin", "Is hardware bin2:0->No 1->Yes", Automatic::kNo,
-     Access::kWritable, &onOff},
-    {Orvik_CTL_HIGH_SPEED_MODE, "HighSpeedMode", "Is high speed mode:0->No 1->Yes", Automatic::kNo,
-     Access::kWritable, &onOff},
-    {Orvik_CTL_COOL_POWER_PERC, "CoolPowerPerc", "Cooler power percent", Automatic::kNo,
-     Access::kReadOnly,
-     [](const ModelRow&) {
-       return ControlRange{0, 100, 0};
-     }},
-    {Orvik_CTL_TARGET_TEMP, "TargetTemp", "Target temperature(cool camera only)", Automatic::kNo,
-     Access::kWritable,
-     [](const ModelRow&) {
-       return ControlRange{0, 30, -35};
-     }},
-    {Orvik_CTL_COOLER_ON, "Cooler on", "turn on/off cooler(cool camera only)", Automatic::kNo,
-     Access::kWritable, &onOff},
-}};
-
-constexpr bool isInOrder() {
-  for (std::size_t n = 0; n < kControls.size(); ++n) {
-    if (kControls[n].type != static_cast<int>(n) || kControls[n].range == nullptr) return false;
+/// The table of controls. A switch, so that the compiler names a control that has no row.
+/// @return nothing for a number that is no control.
+std::optional<ControlRow> controlRow(int number) {
+  switch (static_cast<Orvik_CONTROL_TYPE>(number)) {
+    case Orvik_CTL_GAIN:
+      return ControlRow{"Gain", "Gain", Automatic::kYes, Access::kWritable,
+                        [](const ModelRow& model) { return model.gain; }};
+    case Orvik_CTL_EXPOSURE:
+      return ControlRow{"Exposure", "Exposure Time(us)", Automatic::kYes, Access::kWritable,
+                        [](const ModelRow& model) { return model.exposureUs; }};
+    case Orvik_CTL_GAMMA:
+      return ControlRow{"Gamma", "Gamma", Automatic::kNo, Access::kWritable,
+                        [](const ModelRow& model) { return model.gamma; }};
+    case Orvik_CTL_WB_R:
+      return ControlRow{"WB_R", "White balance: Red", Automatic::kYes, Access::kWritable,
+                        [](const ModelRow& model) {
+                          return ControlRange{model.whiteBalanceRedDefault, model.whiteBalanceMax,
+                                              model.whiteBalanceMin};
+                        }};
+    case Orvik_CTL_WB_B:
+      return ControlRow{"WB_B", "White balance: Blue", Automatic::kYes, Access::kWritable,
+                        [](const ModelRow& model) {
+                          return ControlRange{model.whiteBalanceBlueDefault, model.whiteBalanceMax,
+                                              model.whiteBalanceMin};
+                        }};
+    case Orvik_CTL_BRIGHTNESS:
+      return ControlRow{"Brightness", "Brightness", Automatic::kNo, Access::kWritable,
+                        [](const ModelRow& model) { return model.brightness; }};
+    case Orvik_CTL_BANDWIDTH:
+      return ControlRow{"BandWidth", "USB bandwidth percentage", Automatic::kAsModel,
+                        Access::kWritable, [](const ModelRow& model) {
+                          return ControlRange{50, model.bandwidthMax, model.bandwidthMin};
+                        }};
+    case Orvik_CTL_OVERCLK:
+      return ControlRow{"OverCLK", "Set over clocking percentage", Automatic::kNo,
+                        Access::kWritable, [](const ModelRow&) {
+                          return ControlRange{0, 30, 0};
+                        }};
+    case Orvik_CTL_TEMPERATURE:
+      return ControlRow{"Temperature", "Sensor temperature(degrees Celsius)", Automatic::kNo,
+                        Access::kReadOnly, [](const ModelRow&) {
+                          return ControlRange{20, 1000, -500};
+                        }};
+    case Orvik_CTL_FLIP:
+      return ControlRow{"Flip", "Flip: 0->None 1->Horiz 2->Vert 3->Both", Automatic::kNo,
+                        Access::kWritable, [](const ModelRow&) {
+                          return ControlRange{0, 3, 0};
+                        }};
+    case Orvik_CTL_AUTO_EXP_MAX_GAIN:
+      return ControlRow{"AutoExpMaxGain", "Auto exposure maximum gain value", Automatic::kNo,
+                        Access::kWritable, [](const ModelRow& model) {
+                          return ControlRange{(model.gain.max + model.gain.min) / 2, model.gain.max,
+                                              model.gain.min};
+                        }};
+    case Orvik_CTL_AUTO_EXP_MAX_EXP:
+      return ControlRow{"AutoExpMaxExp", "Auto exposure maximum exposure value(unit second)",
+                        Automatic::kNo, Access::kWritable, [](const ModelRow& model) {
+                          const std::int32_t limit = autoExposureLimit(model);
+                          return ControlRange{std::min(30, limit), limit, 1};
+                        }};
+    case Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS:
+      return ControlRow{"AutoExpMaxBrightness", "Auto exposure maximum brightness value",
+                        Automatic::kNo, Access::kWritable, [](const ModelRow&) {
+                          return ControlRange{100, 160, 50};
+                        }};
+    case Orvik_CTL_HARDWARE_BIN:
+      return ControlRow{"HardwareBin", "Is hardware bin2:0->No 1->Yes", Automatic::kNo,
+                        Access::kWritable, &onOff};
+    case Orvik_CTL_HIGH_SPEED_MODE:
+      return ControlRow{"HighSpeedMode", "Is high speed mode:0->No 1->Yes", Automatic::kNo,
+                        Access::kWritable, &onOff};
+    case Orvik_CTL_COOL_POWER_PERC:
+      return ControlRow{"CoolPowerPerc", "Cooler power percent", Automatic::kNo, Access::kReadOnly,
+                        [](const ModelRow&) {
+                          return ControlRange{0, 100, 0};
+                        }};
+    case Orvik_CTL_TARGET_TEMP:
+      return ControlRow{"TargetTemp", "Target temperature(cool camera only)", Automatic::kNo,
+                        Access::kWritable, [](const ModelRow&) {
+                          return ControlRange{0, 30, -35};
+                        }};
+    case Orvik_CTL_COOLER_ON:
+      return ControlRow{"Cooler on", "turn on/off cooler(cool camera only)", Automatic::kNo,
+                        Access::kWritable, &onOff};
   }
-  return true;
-}
-static_assert(isInOrder(), "a control is found by its number");
-
-const ControlRow& rowOf(Orvik_CONTROL_TYPE type) {
-  return kControls[static_cast<std::size_t>(type)];
+  return std::nullopt;
 }
 
 bool autoSupported(const ModelRow& model, const ControlRow& row) {
@@ -128,21 +130,24 @@ void copyText(char (&field)[N], std::string_view text) {
 
 }  // namespace
 
+bool isControlType(int number) { return controlRow(number).has_value(); }
+
 ControlRange controlRange(const ModelRow& model, Orvik_CONTROL_TYPE type) {
-  return isControlType(type) ? rowOf(type).range(model) : ControlRange{};
+  const auto row = controlRow(type);
+  return row ? row->range(model) : ControlRange{};
 }
 
 bool describeControl(const ModelRow& model, Orvik_CONTROL_TYPE type, Orvik_CONTROL_CAPS& caps) {
-  if (!isControlType(type)) return false;
-  const ControlRow& row = rowOf(type);
-  const ControlRange range = row.range(model);
-  copyText(caps.name, row.name);
-  copyText(caps.description, row.description);
+  const auto row = controlRow(type);
+  if (!row) return false;
+  const ControlRange range = row->range(model);
+  copyText(caps.name, row->name);
+  copyText(caps.description, row->description);
   caps.maxValue = range.max;
   caps.minValue = range.min;
   caps.defaultValue = range.defaultValue;
-  caps.autoSupported = autoSupported(model, row) ? Orvik_TRUE : Orvik_FALSE;
-  caps.writable = row.access == Access::kWritable ? Orvik_TRUE : Orvik_FALSE;
+  caps.autoSupported = autoSupported(model, *row) ? Orvik_TRUE : Orvik_FALSE;
+  caps.writable = row->access == Access::kWritable ? Orvik_TRUE : Orvik_FALSE;
   caps.controlType = type;
   return true;
 }

@@ -6,11 +6,8 @@
 
 namespace orvik {
 
-/// Number of control types; the valid ones are 0 to kControlCount - 1.
-inline constexpr int kControlCount = 18;
-
-/// Whether a number is a valid control type.
-constexpr bool isControlType(int type) { return type >= 0 && type < kControlCount; }
+/// Whether a number is that of a control type.
+bool isControlType(int number);
 
 /// The range of a control of a model; all 0 when there is no such control type.
 ControlRange controlRange(const ModelRow& model, Orvik_CONTROL_TYPE type);

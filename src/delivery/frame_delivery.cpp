@@ -124,7 +124,7 @@ void FrameDelivery::flipAndBin(const Job& job, Sample* samples) const {
 }
 
 void FrameDelivery::markTime(const Job& job, std::uint8_t* image) {
-  const ImageTypeRow& type = rowOf(job.type);
+  const ImageTypeRow type = rowOf(job.type);
   const auto now = type.carriesTimeMark ? localTimeOfDay() : std::nullopt;
   if (now) drawTimeMark(image, job.width, job.height, type.bytesPerPixel, *now);
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -13,30 +12,45 @@ namespace orvik {
 
 /// The properties of an image type. FrameDelivery::convert() makes its images.
 struct ImageTypeRow {
-  IMAGE_TYPE type;
-  std::uint8_t bytesPerPixel;
-  bool is16Bits;  ///< made from 16-bit samples
-  bool carriesTimeMark;
-  IMG_TYPE publicType;     ///< of the flat interface; Orvik_IMG_END for none
-  IMG_TYPE publicRawType;  ///< the same with raw output; Orvik_IMG_END if that makes no difference
+  std::uint8_t bytesPerPixel = 0;
+  bool is16Bits = false;         ///< made from 16-bit samples
+  bool carriesTimeMark = false;  ///< for types of 1 or 3 bytes a pixel
+  /// In the flat interface; Orvik_IMG_END for none.
+  IMG_TYPE publicType = Orvik_IMG_END;
+  /// The same with raw output; Orvik_IMG_END if that makes no difference.
+  IMG_TYPE publicRawType = Orvik_IMG_END;
 };
 
-/// All image types, indexed by number.
-inline constexpr std::array<ImageTypeRow, 5> kImageTypes = {{
-    {IMAGE_8BIT, 1, false, true, Orvik_IMG_Y8, Orvik_IMG_RAW8},
-    {IMAGE_RGB24, 3, false, true, Orvik_IMG_RGB24, Orvik_IMG_END},
-    {IMAGE_YUV422, 2, false, false, Orvik_IMG_END, Orvik_IMG_END},
-    {IMAGE_GREY30, 4, true, false, Orvik_IMG_END, Orvik_IMG_END},
-    {IMAGE_RAW16, 2, true, false, Orvik_IMG_RAW16, Orvik_IMG_RAW16},
-}};
-
-constexpr bool isImageType(int number) {
-  return number >= 0 && number < static_cast<int>(kImageTypes.size());
+/// The table of image types. A switch, so that the compiler names a type that has no row.
+/// @return nothing for a number that is no image type.
+constexpr std::optional<ImageTypeRow> imageTypeRow(int number) {
+  switch (static_cast<IMAGE_TYPE>(number)) {
+    case IMAGE_8BIT:
+      return ImageTypeRow{.bytesPerPixel = 1,
+                          .carriesTimeMark = true,
+                          .publicType = Orvik_IMG_Y8,
+                          .publicRawType = Orvik_IMG_RAW8};
+    case IMAGE_RGB24:
+      return ImageTypeRow{
+          .bytesPerPixel = 3, .carriesTimeMark = true, .publicType = Orvik_IMG_RGB24};
+    case IMAGE_YUV422:
+      return ImageTypeRow{.bytesPerPixel = 2};
+    case IMAGE_GREY30:
+      return ImageTypeRow{.bytesPerPixel = 4, .is16Bits = true};
+    case IMAGE_RAW16:
+      return ImageTypeRow{.bytesPerPixel = 2,
+                          .is16Bits = true,
+                          .publicType = Orvik_IMG_RAW16,
+                          .publicRawType = Orvik_IMG_RAW16};
+  }
+  return std::nullopt;
 }
 
+constexpr bool isImageType(int number) { return imageTypeRow(number).has_value(); }
+
 /// @param type one of IMAGE_TYPE; see isImageType()
-constexpr const ImageTypeRow& rowOf(IMAGE_TYPE type) {
-  return kImageTypes[static_cast<std::size_t>(type)];
+constexpr ImageTypeRow rowOf(IMAGE_TYPE type) {
+  return imageTypeRow(type).value_or(ImageTypeRow{});
 }
 
 /// The representation of a public image type in the drivers.
@@ -48,9 +62,10 @@ struct DriverType {
 /// @return nothing for a number that is no public image type.
 constexpr std::optional<DriverType> driverTypeOf(int publicType) {
   if (publicType < 0) return std::nullopt;
-  for (const ImageTypeRow& row : kImageTypes) {
-    if (row.publicRawType == publicType) return DriverType{row.type, true};
-    if (row.publicType == publicType) return DriverType{row.type, false};
+  for (int number = 0; isImageType(number); ++number) {
+    const auto type = static_cast<IMAGE_TYPE>(number);
+    if (rowOf(type).publicRawType == publicType) return DriverType{type, true};
+    if (rowOf(type).publicType == publicType) return DriverType{type, false};
   }
   return std::nullopt;
 }
@@ -58,32 +73,9 @@ constexpr std::optional<DriverType> driverTypeOf(int publicType) {
 /// The public image type for a type of the drivers. Types that only the camera classes can set are
 /// reported as Y8.
 constexpr IMG_TYPE publicTypeOf(IMAGE_TYPE type, bool rawOutput) {
-  const ImageTypeRow& row = rowOf(type);
+  const ImageTypeRow row = rowOf(type);
   if (row.publicType == Orvik_IMG_END) return Orvik_IMG_Y8;
   return rawOutput && row.publicRawType != Orvik_IMG_END ? row.publicRawType : row.publicType;
 }
-
-namespace detail {
-/// Makes the compilation fail if an image type has no case here or no row.
-constexpr int positionOf(IMAGE_TYPE type) {
-  switch (type) {
-    case IMAGE_8BIT:
-    case IMAGE_RGB24:
-    case IMAGE_YUV422:
-    case IMAGE_GREY30:
-    case IMAGE_RAW16:
-      return static_cast<int>(type);
-  }
-  return -1;
-}
-constexpr bool isInOrder() {
-  int position = 0;
-  for (const ImageTypeRow& row : kImageTypes) {
-    if (positionOf(row.type) != position++) return false;
-  }
-  return true;
-}
-static_assert(isInOrder(), "an image type is found by its number");
-}  // namespace detail
 
 }  // namespace orvik

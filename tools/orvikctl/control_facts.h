@@ -24,6 +24,7 @@ struct ControlOption {
 
 /// All that the program knows of a control, beyond the record that the camera gives of it.
 struct ControlFacts {
+  bool isControl = true;    ///< false for a number that is no control
   std::string_view unit{};  ///< of its whole-number value; "" for plain steps
   bool isTime = false;      ///< typed and shown with a unit of time; the value is in microseconds
   ControlOption option{};
@@ -77,15 +78,15 @@ constexpr ControlFacts controlFacts(Orvik_CONTROL_TYPE type) {
     case Orvik_CTL_AUTO_EXP_MAX_GAIN:
     case Orvik_CTL_AUTO_EXP_MAX_BRIGHTNESS:
     case Orvik_CTL_COOLER_ON:
-      break;
+      return {};
   }
-  return {};
+  return {.isControl = false};
 }
 
 /// Calls `use(type, option)` for each control with an option, in the order of their numbers.
 template <typename Use>
 void forEachControlOption(Use use) {
-  for (int number = Orvik_CTL_GAIN; number <= Orvik_CTL_COOLER_ON; ++number) {
+  for (int number = 0; controlFacts(Orvik_CONTROL_TYPE{number}).isControl; ++number) {
     const Orvik_CONTROL_TYPE type{number};
     const ControlOption option = controlFacts(type).option;
     if (option.name != nullptr) use(type, option);
