@@ -73,10 +73,14 @@ FrameDelivery::Job FrameDelivery::jobOf(const Frame& frame) const {
 std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
                                               FrameQueue::Timeout timeout) {
   const auto start = std::chrono::steady_clock::now();
-  const Turn::Holder turn(turn_, timeout);
-  if (!turn) return NoFrame::kTimeout;
+  std::unique_lock delivery(delivering_, std::defer_lock);
+  if (!timeout) {
+    delivery.lock();
+  } else if (!delivery.try_lock_for(*timeout)) {
+    return NoFrame::kTimeout;
+  }
   if (!isUsable()) return NoFrame::kFailed;
-  if (timeout) {  // minus the time spent waiting for the turn
+  if (timeout) {  // minus the time spent waiting for the delivery before
     const auto waited = std::chrono::steady_clock::now() - start;
     *timeout -= std::min(*timeout, std::chrono::duration_cast<std::chrono::milliseconds>(waited));
   }

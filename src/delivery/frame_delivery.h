@@ -12,7 +12,7 @@
 
 #include "algorithm/demosaic.h"
 #include "algorithm/gamma.h"
-#include "base/turn.h"
+#include "base/timed_mutex.h"
 #include "capture/frame_protocol.h"
 #include "capture/frame_queue.h"
 #include "delivery/dark_frame.h"
@@ -70,8 +70,8 @@ class FrameDelivery {
   /// running.
   template <class Use>
   void useFrame(Use use) {
-    const Turn::Holder turn(turn_, std::chrono::milliseconds(0));
-    if (turn && isUsable()) use(*frame_.memory);
+    const std::unique_lock delivery(delivering_, std::try_to_lock);
+    if (delivery && isUsable()) use(*frame_.memory);
   }
 
  private:
@@ -101,7 +101,7 @@ class FrameDelivery {
   const CameraState& state_;
   FrameQueue& queue_;
   const Corrections corrections_;
-  Turn turn_;
+  TimedMutex delivering_;
   Frame frame_;                           ///< the frame being processed
   std::vector<std::uint8_t> colourRows_;  ///< a row of cells as an intermediate result
   std::mutex gammaMutex_;

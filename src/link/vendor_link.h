@@ -8,6 +8,7 @@
 #include <mutex>
 #include <span>
 
+#include "base/timed_mutex.h"
 #include "link/exit_guard.h"
 #include "link/safe_requests.h"
 #include "link/vendor_request.h"
@@ -116,8 +117,8 @@ class VendorLink {
   void noteAnswer(seam::TransferStatus status);
 
   std::unique_ptr<CUsbDevice> device_;
-  std::timed_mutex deviceLock_;  ///< guards the control endpoint from its setup to its answer
-  std::mutex flashLock_;         ///< taken before deviceLock_
+  TimedMutex deviceLock_;  ///< guards the control endpoint from its setup to its answer
+  std::mutex flashLock_;   ///< taken before deviceLock_
   // Under the device lock
   int unanswered_ = 0;          ///< requests in a row without an answer
   Clock::time_point askAgain_;  ///< end of the pause for a silent camera

@@ -7,7 +7,7 @@
 #include <future>
 #include <thread>
 
-#include "base/turn.h"
+#include "base/timed_mutex.h"
 #include "support/time_of.h"
 
 namespace orvik {
@@ -139,16 +139,16 @@ TEST_F(FrameQueueTest, ACaptureThatGivesWayToAnotherKeepsWaitersWaiting) {
   next.join();
 }
 
-TEST(Turns, WhoWaitsWithoutLimitHasTheNext) {
-  const auto turn = std::make_shared<Turn>();
+TEST(TimedMutexTest, WhoWaitsWithoutLimitIsNext) {
+  const auto mutex = std::make_shared<TimedMutex>();
   std::promise<bool> taken;
   auto isTaken = taken.get_future();
   {
-    const Turn::Holder first(*turn, std::nullopt);
-    EXPECT_FALSE(Turn::Holder(*turn, 1ms));
-    std::thread([turn, taken = std::move(taken)]() mutable {
-      taken.set_value(static_cast<bool>(Turn::Holder(*turn, std::nullopt)));
-    }).detach();  // who is not woken stays behind
+    const std::lock_guard first(*mutex);
+    EXPECT_FALSE(mutex->try_lock() || mutex->try_lock_for(1ms));
+    std::thread([mutex, taken = std::move(taken)]() mutable {
+      taken.set_value(std::unique_lock(*mutex).owns_lock());
+    }).detach();  // a thread that is not woken stays behind
     EXPECT_EQ(isTaken.wait_for(50ms), std::future_status::timeout);
   }
   ASSERT_EQ(isTaken.wait_for(20s), std::future_status::ready);
