@@ -86,7 +86,7 @@ typedef enum ORVIK_INT32 {
 
 /** The result of every function. */
 typedef enum ORVIK_INT32 {
-  /** The call did what was asked. */
+  /** The call succeeded. */
   Orvik_OK = 0,
   /** OrvikGetCameraProperty() only: no camera has this index. */
   Orvik_ERROR_INFO_INDEX = 1,

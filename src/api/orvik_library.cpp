@@ -18,11 +18,11 @@ const char* OrvikGetVersion() { return ORVIK_PROJECT_VERSION; }
 const char* OrvikErrorText(Orvik_ERROR_CODE code) {
   switch (code) {
     case Orvik_OK:
-      return "The call did what was asked.";
+      return "The call succeeded.";
     case Orvik_ERROR_INFO_INDEX:
     case Orvik_ERROR_CAMERA_INDEX:
       return "No camera has this index or handle. Indices shift when cameras are plugged or "
-             "unplugged: list the cameras anew, or use handles.";
+             "unplugged: list the cameras again, or use handles.";
     case Orvik_ERROR_CONTROL:
       return "The camera has no such control, or its value could not be read. Ask for the list of "
              "its controls.";
@@ -31,7 +31,7 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
              "be started or stopped. Open it again; if it was unplugged, close it first.";
     case Orvik_ERROR_OPEN_FAILED:
       return "The camera could not be opened. Is it plugged in? Is another program using it, or "
-             "has this one opened it already? Is it permitted? `orvikctl doctor` finds out.";
+             "has this one opened it already? Is it permitted? `orvikctl doctor` examines it.";
     case Orvik_ERROR_DARK_FILE_PATH:
       return "The file of the dark frame could not be opened. Check its path, and that you may "
              "read it.";
@@ -59,11 +59,12 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
     case Orvik_ERROR_EXPOSING:
       return "A snapshot is being exposed. Wait for its end, or stop it.";
     case Orvik_ERROR_DRIVER_FAILED:
-      return "The camera did not do what was asked. Is it still plugged in? If so, unplug it, plug "
-             "it in again and repeat.";
+      return "The camera did not carry out the request. Is it still plugged in? If so, unplug it, "
+             "plug "
+             "it in again and repeat the call.";
     case Orvik_ERROR_ARGUMENT:
-      return "A pointer is null, or a value is outside its range. The function's documentation "
-             "tells what it takes.";
+      return "A pointer is null, or a value is outside its range. The documentation of the "
+             "function names the valid values.";
     case Orvik_ERROR_NO_DARK:
       return "The camera has no dark frame. Record one, or load a file.";
     case Orvik_ERROR_NO_TABLE:
@@ -76,10 +77,11 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
       return "The file is no firmware, is damaged, does not fit, or is for another kind of USB "
              "bridge. Fetch it again from where it came.";
     case Orvik_ERROR_FLASH_ERASE:
-      return "A sector of the camera's flash could not be erased. Repeat what was begun.";
+      return "A sector of the camera's flash could not be erased. Repeat the operation.";
     case Orvik_ERROR_VERIFY:
-      return "What was read back from the camera is something else. If it was just written, write "
-             "it again.";
+      return "The data that was read back from the camera differs from what was expected. If it "
+             "was "
+             "just written, write it again.";
     case Orvik_ERROR_TABLE_TOO_LARGE:
       return "More hot pixels are marked than the camera's flash has room for; its table is as it "
              "was. Was the dark taken with the telescope covered? A shorter exposure, or a cooler "
@@ -90,9 +92,9 @@ const char* OrvikErrorText(Orvik_ERROR_CODE code) {
     case Orvik_ERROR_SEVERAL_DEVICES:
       return "Several cameras have this serial number. Name the one that is meant by its port.";
     case Orvik_ERROR_TIMEOUT:
-      return "What was waited for did not happen in time. Wait again, or longer.";
+      return "The event did not occur before the timeout. Wait again, or longer.";
     case Orvik_ERROR_NOT_SUPPORTED:
-      return "The system cannot do this. Do without it.";
+      return "This system does not support the call.";
   }
   return "This version of the library has no such code. Program and library may be of different "
          "versions.";

@@ -16,8 +16,8 @@ size_t fullArea(Size size, int bin) { return area(size) * static_cast<size_t>(bi
 
 /// The bin * bin samples that make up output pixel (x, y), in a frame `bin` times as large.
 template <typename Sample>
-std::vector<uint32_t> samplesOf(const Frame<Sample>& image, Size size, int bin, bool mosaic, int x,
-                                int y) {
+std::vector<std::uint32_t> samplesOf(const Frame<Sample>& image, Size size, int bin, bool mosaic,
+                                     int x, int y) {
   const int fullWidth = size.width * bin;
   const int fullHeight = size.height * bin;
   const auto coordinate = [&](int at, int k, int full) {
@@ -27,7 +27,7 @@ std::vector<uint32_t> samplesOf(const Frame<Sample>& image, Size size, int bin, 
     while (sample >= full) sample -= 2;
     return sample;
   };
-  std::vector<uint32_t> samples;
+  std::vector<std::uint32_t> samples;
   for (int j = 0; j < bin; ++j) {
     for (int i = 0; i < bin; ++i) {
       const int row = coordinate(y, j, fullHeight);
@@ -37,23 +37,23 @@ std::vector<uint32_t> samplesOf(const Frame<Sample>& image, Size size, int bin, 
   return samples;
 }
 
-using Combine = std::function<uint32_t(const std::vector<uint32_t>&, uint32_t bin)>;
+using Combine = std::function<std::uint32_t(const std::vector<std::uint32_t>&, std::uint32_t bin)>;
 
-uint32_t saturatingSum(const std::vector<uint32_t>& samples, uint32_t) {
-  uint32_t sum = 0;
-  for (const uint32_t sample : samples) sum = std::min(sum + sample, 255U);
+std::uint32_t saturatingSum(const std::vector<std::uint32_t>& samples, std::uint32_t) {
+  std::uint32_t sum = 0;
+  for (const std::uint32_t sample : samples) sum = std::min(sum + sample, 255U);
   return sum;
 }
 
-uint32_t meanOfSum(const std::vector<uint32_t>& samples, uint32_t bin) {
-  uint32_t sum = 0;
-  for (const uint32_t sample : samples) sum += sample;
+std::uint32_t meanOfSum(const std::vector<std::uint32_t>& samples, std::uint32_t bin) {
+  std::uint32_t sum = 0;
+  for (const std::uint32_t sample : samples) sum += sample;
   return sum / (bin * bin);
 }
 
-uint32_t sumOfQuotients(const std::vector<uint32_t>& samples, uint32_t bin) {
-  uint32_t sum = 0;
-  for (const uint32_t sample : samples) sum += sample / (bin * bin);
+std::uint32_t sumOfQuotients(const std::vector<std::uint32_t>& samples, std::uint32_t bin) {
+  std::uint32_t sum = 0;
+  for (const std::uint32_t sample : samples) sum += sample / (bin * bin);
   return std::min(sum, 65535U);
 }
 
@@ -62,8 +62,9 @@ template <typename Sample>
 void expectBinned(bool mosaic, const Combine& combine) {
   for (const Size size : kSizes) {
     for (const int bin : kBins) {
-      for (const uint32_t max : {uint32_t{510} / static_cast<uint32_t>(bin * bin) + 1,
-                                 uint32_t{std::numeric_limits<Sample>::max()}}) {
+      for (const std::uint32_t max :
+           {std::uint32_t{510} / static_cast<std::uint32_t>(bin * bin) + 1,
+            std::uint32_t{std::numeric_limits<Sample>::max()}}) {
         SCOPED_TRACE(std::to_string(size.width) + "x" + std::to_string(size.height) + " bin " +
                      std::to_string(bin));
         auto image = Frame<Sample>::random(fullArea(size, bin), 41, max);
@@ -71,7 +72,8 @@ void expectBinned(bool mosaic, const Combine& combine) {
         for (int y = 0; y < size.height; ++y) {
           for (int x = 0; x < size.width; ++x) {
             const auto samples = samplesOf(image, size, bin, mosaic, x, y);
-            wanted.push_back(static_cast<Sample>(combine(samples, static_cast<uint32_t>(bin))));
+            wanted.push_back(
+                static_cast<Sample>(combine(samples, static_cast<std::uint32_t>(bin))));
           }
         }
         if (mosaic) {
@@ -86,15 +88,15 @@ void expectBinned(bool mosaic, const Combine& combine) {
   }
 }
 
-TEST(Binning, Mono8IsTheSaturatingSum) { expectBinned<uint8_t>(false, saturatingSum); }
-TEST(Binning, Mono16IsTheMean) { expectBinned<uint16_t>(false, meanOfSum); }
-TEST(Binning, Mosaic8IsTheSaturatingSum) { expectBinned<uint8_t>(true, saturatingSum); }
-TEST(Binning, Mosaic16SumsQuotients) { expectBinned<uint16_t>(true, sumOfQuotients); }
+TEST(Binning, Mono8IsTheSaturatingSum) { expectBinned<std::uint8_t>(false, saturatingSum); }
+TEST(Binning, Mono16IsTheMean) { expectBinned<std::uint16_t>(false, meanOfSum); }
+TEST(Binning, Mosaic8IsTheSaturatingSum) { expectBinned<std::uint8_t>(true, saturatingSum); }
+TEST(Binning, Mosaic16SumsQuotients) { expectBinned<std::uint16_t>(true, sumOfQuotients); }
 
 TEST(Binning, DoesNothingWithoutBin) {
   for (const int bin : {1, 0, -2}) {
-    auto image = Frame<uint8_t>::random(16, 42);
-    const std::vector<uint8_t> before = image.pixels();
+    auto image = Frame<std::uint8_t>::random(16, 42);
+    const std::vector<std::uint8_t> before = image.pixels();
     binMono(image.data(), 4, 4, bin);
     binMosaic(image.data(), 4, 4, bin);
     EXPECT_EQ(image.pixels(), before);

@@ -11,7 +11,7 @@
 namespace orvik::test {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using Bytes = std::vector<std::uint8_t>;
 
 std::optional<int> brightness(const Bytes& bytes, int columns, int rows, int hostBin = 1) {
   return measureBrightness({.samples = bytes.data(), .columns = columns, .rows = rows}, hostBin);

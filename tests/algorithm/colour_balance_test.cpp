@@ -13,7 +13,7 @@
 namespace orvik::test {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::array kPatterns = {BAYER_RG, BAYER_BG, BAYER_GR, BAYER_GB};
 /// 0 red, 1 green, 2 blue, row by row of the cell, in the order of the patterns.
@@ -30,7 +30,7 @@ Bytes mosaic(BayerPattern pattern, Size size, std::array<int, 3> colour, int swi
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
       const int sign = (x / 2 + y / 2) % 2 == 0 ? 1 : -1;
-      bytes[static_cast<size_t>(y * size.width + x)] = static_cast<uint8_t>(
+      bytes[static_cast<size_t>(y * size.width + x)] = static_cast<std::uint8_t>(
           colour.at(static_cast<size_t>(colourAt(pattern, x, y))) + sign * swing);
     }
   }
@@ -85,7 +85,7 @@ TEST(ColourBalance, BlocksAreAsTheRuleSaysWhereverTheyLie) {
   for (int n = 0; n < 400; ++n) {
     const Size size{1 + upTo(90), 1 + upTo(90)};
     Bytes bytes(area(size));
-    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+    for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
     // Some lie beyond the frame, in part or wholly.
     const FrameBlock block{upTo(100) - 10, upTo(100) - 10, upTo(60), upTo(60)};
     for (const BayerPattern pattern : kPatterns) {
@@ -119,7 +119,7 @@ TEST(ColourBalance, FindsTheColoursOfEveryPatternAndOfAnImage) {
     EXPECT_EQ(mosaicColour(frameOf(bytes, kSize), pattern, 2)->blue, 255);
   }
   Bytes image(3 * area(kSize));
-  for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(180 - i % 3 * 60);
+  for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<std::uint8_t>(180 - i % 3 * 60);
   const auto colour = imageColour(image.data(), kSize.width, kSize.height, 1);
   EXPECT_NEAR(colour->red, 60, 2);
   EXPECT_NEAR(colour->green, 120, 2);

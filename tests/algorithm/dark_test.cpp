@@ -14,12 +14,12 @@ int plainDifference(int pixel, int dark, int offset) {
 
 TEST(Dark, SubtractsAndLiftsWithinEightBits) {
   for (const int offset : {0, 5, 30, 255, 32512, 32513, 70000, -1, -300, 2'000'000'000}) {
-    for (const uint32_t darkMax : {60U, 255U, 65535U}) {
-      auto image = Frame<uint8_t>::random(1000, 7);
-      const auto dark = Frame<uint16_t>::random(1000, 8, darkMax);
-      std::vector<uint8_t> wanted;
+    for (const std::uint32_t darkMax : {60U, 255U, 65535U}) {
+      auto image = Frame<std::uint8_t>::random(1000, 7);
+      const auto dark = Frame<std::uint16_t>::random(1000, 8, darkMax);
+      std::vector<std::uint8_t> wanted;
       for (size_t i = 0; i < 1000; ++i) {
-        wanted.push_back(static_cast<uint8_t>(plainDifference(image[i], dark[i], offset)));
+        wanted.push_back(static_cast<std::uint8_t>(plainDifference(image[i], dark[i], offset)));
       }
       subtractDark(image.data(), 100, 10, offset, dark.data());
       ASSERT_EQ(image.pixels(), wanted) << "offset " << offset << ", dark up to " << darkMax;
@@ -39,13 +39,13 @@ int plainTenths(const std::vector<int>& four, int offset) {
   return -1;
 }
 
-uint8_t plainBinnedDifference(int pixel, const std::vector<int>& four, int offset) {
+std::uint8_t plainBinnedDifference(int pixel, const std::vector<int>& four, int offset) {
   const int tenths = plainTenths(four, offset);
   const double dark = tenths >= 0 ? 0.0 : (four[0] + four[1] + four[2] + four[3]) * 0.25;
   // Tenths are kept whole, so that halves are halves.
   const double difference =
       tenths >= 0 ? (10.0 * (pixel + offset) - tenths) / 10 : pixel + offset - dark;
-  return static_cast<uint8_t>(std::clamp(std::floor(difference + 0.5), 0.0, 255.0));
+  return static_cast<std::uint8_t>(std::clamp(std::floor(difference + 0.5), 0.0, 255.0));
 }
 
 /// `at`, brought back by twos until it lies inside.
@@ -63,10 +63,10 @@ TEST(Dark, WeighsTheSamplesOfABinnedPixel) {
         const int columns = size.width / 2;
         const int rows = size.height / 2;
         // Mostly near the threshold, on both sides of it.
-        const auto dark = Frame<uint16_t>::random(area(size), 5, 60);
-        auto image =
-            Frame<uint8_t>::random(static_cast<size_t>(columns) * static_cast<size_t>(rows), 6);
-        std::vector<uint8_t> wanted;
+        const auto dark = Frame<std::uint16_t>::random(area(size), 5, 60);
+        auto image = Frame<std::uint8_t>::random(
+            static_cast<size_t>(columns) * static_cast<size_t>(rows), 6);
+        std::vector<std::uint8_t> wanted;
         for (int y = 0; y < rows; ++y) {
           for (int x = 0; x < columns; ++x) {
             const int r = 2 * y - y % 2;
@@ -88,7 +88,7 @@ TEST(Dark, WeighsTheSamplesOfABinnedPixel) {
         ASSERT_TRUE(image.guardsIntact());
 
         if (columnStart != 0) continue;
-        Frame<uint16_t> binned(wanted.size());
+        Frame<std::uint16_t> binned(wanted.size());
         binDark(dark.data(), size.width, size.height, offset, binned.data());
         subtractDark(once.data(), columns, rows, offset, binned.data());
         ASSERT_EQ(once.pixels(), wanted) << "binned beforehand";
@@ -100,13 +100,13 @@ TEST(Dark, WeighsTheSamplesOfABinnedPixel) {
 TEST(Dark, CutsWhatAFrameOfTheRegionShows) {
   constexpr int kWidth = 48;
   constexpr int kHeight = 36;
-  const auto plane = Frame<uint8_t>::random(kWidth * kHeight, 3);
+  const auto plane = Frame<std::uint8_t>::random(kWidth * kHeight, 3);
   const SensorPlane sensor{plane.data(), kWidth, kHeight};
   for (const int step : {1, 2}) {
     for (const int bin : {1, 2, 3, 4}) {
       for (const int start : {0, 4, -4, 20}) {
         const FrameRegion region{start, start / 2, 8, 6, bin, step};
-        Frame<uint16_t> cut(region.samples(), 9);
+        Frame<std::uint16_t> cut(region.samples(), 9);
         cutPlane(sensor, region, cut.data());
         for (int y = 0; y < 6; ++y) {
           for (int x = 0; x < 8; ++x) {
@@ -139,10 +139,10 @@ TEST(Dark, HotSamplesStandThirtyOneAboveTheMean) {
   EXPECT_FALSE(isHot(40, 10));
   EXPECT_TRUE(isHot(41, 10));
   EXPECT_FALSE(isHot(10, 41));
-  const std::vector<uint16_t> dark = {2, 2, 2, 2, 2, 200, 2, 66};
+  const std::vector<std::uint16_t> dark = {2, 2, 2, 2, 2, 200, 2, 66};
   EXPECT_EQ(darkMean(dark), 34U) << "34.75, truncated";
-  EXPECT_EQ(hotSamples(dark, 34), (std::vector<uint32_t>{5, 7}));
-  EXPECT_EQ(darkMean(std::span<const uint8_t>{}), 0U);
+  EXPECT_EQ(hotSamples(dark, 34), (std::vector<std::uint32_t>{5, 7}));
+  EXPECT_EQ(darkMean(std::span<const std::uint8_t>{}), 0U);
 }
 
 }  // namespace

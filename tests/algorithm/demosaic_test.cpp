@@ -17,7 +17,7 @@ const std::array<std::string, 4> kCells{"RGGB", "BGGR", "GRBG", "GBRG"};
 /// The demosaic seen from one pixel: the mean of all samples of a colour among those it may use.
 class PixelView {
  public:
-  PixelView(const Frame<uint8_t>& raw, Size size, const std::string& cell)
+  PixelView(const Frame<std::uint8_t>& raw, Size size, const std::string& cell)
       : raw_(raw), size_(size), cell_(cell) {}
 
   int colour(int x, int y, char wanted) const {
@@ -63,23 +63,23 @@ class PixelView {
     return sum / count;
   }
 
-  const Frame<uint8_t>& raw_;
+  const Frame<std::uint8_t>& raw_;
   Size size_;
   std::string cell_;
 };
 
-uint8_t gained(int value, int gain) {
-  return static_cast<uint8_t>(std::min(value * gain / 50, 255));
+std::uint8_t gained(int value, int gain) {
+  return static_cast<std::uint8_t>(std::min(value * gain / 50, 255));
 }
 
-std::vector<uint8_t> expected(const Frame<uint8_t>& raw, Size size, const std::string& cell,
-                              WhiteBalance balance) {
+std::vector<std::uint8_t> expected(const Frame<std::uint8_t>& raw, Size size,
+                                   const std::string& cell, WhiteBalance balance) {
   const PixelView view(raw, size, cell);
-  std::vector<uint8_t> bgr;
+  std::vector<std::uint8_t> bgr;
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
       bgr.push_back(gained(view.colour(x, y, 'B'), balance.blue));
-      bgr.push_back(static_cast<uint8_t>(view.colour(x, y, 'G')));
+      bgr.push_back(static_cast<std::uint8_t>(view.colour(x, y, 'G')));
       bgr.push_back(gained(view.colour(x, y, 'R'), balance.red));
     }
   }
@@ -88,14 +88,14 @@ std::vector<uint8_t> expected(const Frame<uint8_t>& raw, Size size, const std::s
 
 TEST(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
   constexpr std::array<WhiteBalance, 4> kBalances{{{50, 50}, {52, 95}, {99, 1}, {1, 99}}};
-  uint32_t seed = 1;
+  std::uint32_t seed = 1;
   for (const Size size : kSizes) {
     for (size_t pattern = 0; pattern < 4; ++pattern) {
       for (const WhiteBalance balance : kBalances) {
         SCOPED_TRACE(kCells[pattern] + " " + std::to_string(size.width) + "x" +
                      std::to_string(size.height) + " red " + std::to_string(balance.red));
-        const auto raw = Frame<uint8_t>::random(area(size), seed++);
-        Frame<uint8_t> bgr(3 * area(size));
+        const auto raw = Frame<std::uint8_t>::random(area(size), seed++);
+        Frame<std::uint8_t> bgr(3 * area(size));
         demosaic(raw.data(), bgr.data(), static_cast<BayerPattern>(pattern), size.width,
                  size.height, balance);
         ASSERT_EQ(bgr.pixels(), expected(raw, size, kCells[pattern], balance));
@@ -107,14 +107,14 @@ TEST(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
 
 TEST(Demosaic, EveryGainOfEverySampleIsExact) {
   constexpr Size kSize{134, 6};
-  Frame<uint8_t> bgr(3 * area(kSize));
+  Frame<std::uint8_t> bgr(3 * area(kSize));
   for (int gain = 0; gain <= 101; ++gain) {
     const WhiteBalance balance{.red = gain, .blue = 100 - std::min(gain, 100)};
     for (int sample = 0; sample < 256; ++sample) {
-      const Frame<uint8_t> raw(area(kSize), static_cast<uint8_t>(sample));
+      const Frame<std::uint8_t> raw(area(kSize), static_cast<std::uint8_t>(sample));
       demosaic(raw.data(), bgr.data(), BAYER_GB, kSize.width, kSize.height, balance);
-      const uint8_t red = gained(sample, gain);
-      const uint8_t blue = gained(sample, 100 - std::min(gain, 100));
+      const std::uint8_t red = gained(sample, gain);
+      const std::uint8_t blue = gained(sample, 100 - std::min(gain, 100));
       for (size_t i = 0; i < bgr.size(); i += 3) {
         ASSERT_TRUE(bgr[i] == blue && bgr[i + 1] == sample && bgr[i + 2] == red)
             << "gain " << gain << " of " << sample;
@@ -124,10 +124,10 @@ TEST(Demosaic, EveryGainOfEverySampleIsExact) {
 }
 
 TEST(Demosaic, DoesNothingWithoutAPattern) {
-  const Frame<uint8_t> raw(16, 9);
-  Frame<uint8_t> bgr(48, 7);
+  const Frame<std::uint8_t> raw(16, 9);
+  Frame<std::uint8_t> bgr(48, 7);
   demosaic(raw.data(), bgr.data(), static_cast<BayerPattern>(4), 4, 4, {});
-  EXPECT_EQ(bgr.pixels(), std::vector<uint8_t>(48, 7));
+  EXPECT_EQ(bgr.pixels(), std::vector<std::uint8_t>(48, 7));
 }
 
 TEST(Demosaic, PatternIsThatOfTheFlippedCell) {
@@ -135,7 +135,7 @@ TEST(Demosaic, PatternIsThatOfTheFlippedCell) {
     for (const bool horizontal : {false, true}) {
       for (const bool vertical : {false, true}) {
         std::string cell = kCells[pattern];
-        flip(reinterpret_cast<uint8_t*>(cell.data()), 2, 2, vertical, horizontal);
+        flip(reinterpret_cast<std::uint8_t*>(cell.data()), 2, 2, vertical, horizontal);
         const auto seen = std::find(kCells.begin(), kCells.end(), cell) - kCells.begin();
         EXPECT_EQ(flippedPattern(static_cast<BayerPattern>(pattern), horizontal, vertical), seen)
             << kCells[pattern] << " becomes " << cell;

@@ -11,13 +11,13 @@ constexpr int kHeight = 16;
 
 class Field {
  public:
-  explicit Field(uint8_t background, int step)
+  explicit Field(std::uint8_t background, int step)
       : pixels_(kWidth * kHeight, background), step_(step) {}
-  uint8_t& at(int x, int y) { return pixels_[static_cast<size_t>(y * kWidth + x)]; }
-  SampleFrame<uint8_t> frame() { return {pixels_.data(), kWidth, kHeight, step_}; }
+  std::uint8_t& at(int x, int y) { return pixels_[static_cast<size_t>(y * kWidth + x)]; }
+  SampleFrame<std::uint8_t> frame() { return {pixels_.data(), kWidth, kHeight, step_}; }
 
  private:
-  Frame<uint8_t> pixels_;
+  Frame<std::uint8_t> pixels_;
   int step_;
 };
 
@@ -46,18 +46,18 @@ TEST(Denoise, SparesWhatIsNotASingleBrightPixel) {
         Case{"a fifth is missing", 200, 240, 200, 200, false},
         Case{"the wing of a star on two sides", 50, 200, 120, 120, false},
         Case{"a wing on one side", 50, 200, 120, 50, true}}) {
-    Field field(static_cast<uint8_t>(c.background), 2);
-    field.at(10, 8) = static_cast<uint8_t>(c.peak);
-    field.at(11, 8) = static_cast<uint8_t>(c.beside);
-    field.at(10, 9) = static_cast<uint8_t>(c.below);
+    Field field(static_cast<std::uint8_t>(c.background), 2);
+    field.at(10, 8) = static_cast<std::uint8_t>(c.peak);
+    field.at(11, 8) = static_cast<std::uint8_t>(c.beside);
+    field.at(10, 9) = static_cast<std::uint8_t>(c.below);
     EXPECT_EQ(mendIfHot(field.frame(), 10, 8), c.mended) << c.what;
   }
 }
 
 TEST(Denoise, SixteenBitsHaveTheirOwnThreshold) {
-  std::vector<uint16_t> pixels(kWidth * kHeight, 1000);
-  const SampleFrame<uint16_t> frame{pixels.data(), kWidth, kHeight, 1};
-  uint16_t& sample = pixels[5 * kWidth + 5];
+  std::vector<std::uint16_t> pixels(kWidth * kHeight, 1000);
+  const SampleFrame<std::uint16_t> frame{pixels.data(), kWidth, kHeight, 1};
+  std::uint16_t& sample = pixels[5 * kWidth + 5];
   sample = 1000 + 7680;
   EXPECT_FALSE(mendIfHot(frame, 5, 5));
   sample = 1000 + 7681;
@@ -77,7 +77,8 @@ TEST(Denoise, RiseIsMeasuredAgainstTheFlatPartOfTheRow) {
   EXPECT_EQ(riseAboveRow(field.frame(), 2, 3), 0) << "not above its background";
 
   Field slope(0, 1);
-  for (int x = 0; x < kWidth; ++x) slope.at(x, 0) = static_cast<uint8_t>(x % 2 == 0 ? 10 : 200);
+  for (int x = 0; x < kWidth; ++x)
+    slope.at(x, 0) = static_cast<std::uint8_t>(x % 2 == 0 ? 10 : 200);
   for (int x = 0; x < kWidth; ++x)
     EXPECT_EQ(riseAboveRow(slope.frame(), x, 0), 0) << "no flat part";
 }
@@ -85,17 +86,17 @@ TEST(Denoise, RiseIsMeasuredAgainstTheFlatPartOfTheRow) {
 TEST(Denoise, OutsideAndTinyFrames) {
   for (const int step : {1, 2}) {
     for (const Size size : kSizes) {
-      auto pixels = Frame<uint8_t>::random(area(size), 4);
-      const SampleFrame<uint8_t> frame{pixels.data(), size.width, size.height, step};
+      auto pixels = Frame<std::uint8_t>::random(area(size), 4);
+      const SampleFrame<std::uint8_t> frame{pixels.data(), size.width, size.height, step};
       for (int y = -1; y <= size.height; ++y) {
         for (int x = -1; x <= size.width; ++x) mendIfHot(frame, x, y);
       }
       ASSERT_TRUE(pixels.guardsIntact());
     }
   }
-  uint8_t only = 255;
-  EXPECT_FALSE(mendIfHot(SampleFrame<uint8_t>{&only, 1, 1, 1}, 0, 0));
-  EXPECT_FALSE(mendIfHot(SampleFrame<uint8_t>{&only, 0, 0, 1}, 0, 0));
+  std::uint8_t only = 255;
+  EXPECT_FALSE(mendIfHot(SampleFrame<std::uint8_t>{&only, 1, 1, 1}, 0, 0));
+  EXPECT_FALSE(mendIfHot(SampleFrame<std::uint8_t>{&only, 0, 0, 1}, 0, 0));
 }
 
 }  // namespace

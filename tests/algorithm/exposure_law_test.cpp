@@ -16,8 +16,8 @@ using ::testing::IsEmpty;
 
 /// What a camera is set to.
 struct Settings {
-  uint64_t exposure = 10000;
-  uint32_t lines = 600;
+  std::uint64_t exposure = 10000;
+  std::uint32_t lines = 600;
   int gain = 200;
 };
 
@@ -27,15 +27,15 @@ class Camera final : public ExposureDials {
   explicit Camera(const Settings& settings) : now_(settings) {}
 
   [[nodiscard]] int gain() const override { return now_.gain; }
-  [[nodiscard]] uint64_t exposureUs() const override { return now_.exposure; }
-  [[nodiscard]] uint32_t exposureLines() const override { return now_.lines; }
+  [[nodiscard]] std::uint64_t exposureUs() const override { return now_.exposure; }
+  [[nodiscard]] std::uint32_t exposureLines() const override { return now_.lines; }
   void setGain(int gain) override {
     now_.gain = gain;
     done.push_back("gain " + std::to_string(gain));
   }
-  void setExposure(uint64_t exposureUs) override {
+  void setExposure(std::uint64_t exposureUs) override {
     now_.exposure = exposureUs;
-    if (linesFollow) now_.lines = static_cast<uint32_t>(exposureUs / 16);
+    if (linesFollow) now_.lines = static_cast<std::uint32_t>(exposureUs / 16);
     done.push_back("exposure " + std::to_string(exposureUs));
   }
 
@@ -118,7 +118,7 @@ TEST(ExposureLaw, ExposureAlone) {
 
 TEST(ExposureLaw, ALineOrTwoAreOnlyChangedForALargeError) {
   struct Case {
-    uint32_t lines;
+    std::uint32_t lines;
     int error;
     bool changes;
   };
@@ -176,9 +176,9 @@ TEST(ExposureLaw, AnyNumberIsHarmless) {
       strange.maxGain = limit;
       strange.maxExposureSeconds = limit;
       strange.gainRange = std::numeric_limits<int>::max();
-      for (const uint64_t exposure :
-           {uint64_t{0}, uint64_t{32}, uint64_t{2'000'000'000}, (uint64_t{1} << 63) - 1,
-            std::numeric_limits<uint64_t>::max()}) {
+      for (const std::uint64_t exposure :
+           {std::uint64_t{0}, std::uint64_t{32}, std::uint64_t{2'000'000'000},
+            (std::uint64_t{1} << 63) - 1, std::numeric_limits<std::uint64_t>::max()}) {
         for (const int gain : numbers) {
           for (const bool exposureAuto : {kOn, kOff}) {
             strange.exposureAuto = exposureAuto;

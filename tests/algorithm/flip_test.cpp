@@ -40,8 +40,8 @@ void expectFlips() {
   }
 }
 
-TEST(Flip, MovesEverySampleOf8Bits) { expectFlips<uint8_t>(); }
-TEST(Flip, MovesEverySampleOf16Bits) { expectFlips<uint16_t>(); }
+TEST(Flip, MovesEverySampleOf8Bits) { expectFlips<std::uint8_t>(); }
+TEST(Flip, MovesEverySampleOf16Bits) { expectFlips<std::uint16_t>(); }
 
 }  // namespace
 }  // namespace orvik::test

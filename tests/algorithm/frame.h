@@ -34,11 +34,11 @@ class Frame {
     std::fill(all_.begin() + kGuard, all_.end() - kGuard, fill);
   }
 
-  static Frame random(size_t samples, uint32_t seed,
-                      uint32_t max = std::numeric_limits<Sample>::max()) {
+  static Frame random(size_t samples, std::uint32_t seed,
+                      std::uint32_t max = std::numeric_limits<Sample>::max()) {
     Frame frame(samples);
     std::mt19937 generator(seed);
-    std::uniform_int_distribution<uint32_t> value(0, max);
+    std::uniform_int_distribution<std::uint32_t> value(0, max);
     for (size_t i = 0; i < samples; ++i) frame[i] = static_cast<Sample>(value(generator));
     return frame;
   }

@@ -16,8 +16,8 @@ struct Tables {
     buildGammaTables(value, GammaTable8(table8), GammaTable16(table16));
   }
 
-  std::vector<uint8_t> table8;
-  std::vector<uint16_t> table16;
+  std::vector<std::uint8_t> table8;
+  std::vector<std::uint16_t> table16;
 };
 
 /// How far an entry may stand from the exact curve: half for its own rounding, and the single
@@ -65,8 +65,8 @@ TEST(Gamma, RoundsEachFactorToSinglePrecision) {
 
 TEST(Gamma, ValuesOutsideTheScaleStayDefined) {
   const Tables negativeExponent(200);  // x^-0.5 is 1 or more everywhere, infinite at 0
-  EXPECT_EQ(negativeExponent.table8, std::vector<uint8_t>(256, 255));
-  EXPECT_EQ(negativeExponent.table16, std::vector<uint16_t>(65536, 65535));
+  EXPECT_EQ(negativeExponent.table8, std::vector<std::uint8_t>(256, 255));
+  EXPECT_EQ(negativeExponent.table16, std::vector<std::uint16_t>(65536, 65535));
   const Tables steepest(std::numeric_limits<int>::min());
   EXPECT_EQ(steepest.table8[254], 0);
   EXPECT_EQ(steepest.table8[255], 255);
@@ -96,8 +96,8 @@ void expectMapped(const std::vector<Pixel>& table) {
 }
 
 TEST(Gamma, MapsEveryPixelThroughTheTable) {
-  expectMapped(Frame<uint8_t>::random(256, 22).pixels());
-  expectMapped(Frame<uint16_t>::random(65536, 23).pixels());
+  expectMapped(Frame<std::uint8_t>::random(256, 22).pixels());
+  expectMapped(Frame<std::uint16_t>::random(65536, 23).pixels());
 }
 
 }  // namespace

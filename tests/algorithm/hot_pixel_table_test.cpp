@@ -9,15 +9,15 @@
 namespace orvik::test {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using Bytes = std::vector<std::uint8_t>;
 
-Bytes randomTable(size_t bytes, double density, uint32_t seed) {
+Bytes randomTable(size_t bytes, double density, std::uint32_t seed) {
   std::mt19937 generator(seed);
   std::bernoulli_distribution marked(density);
   std::uniform_int_distribution<int> value(1, 255);
   Bytes table(bytes);
-  for (uint8_t& byte : table) {
-    if (marked(generator)) byte = static_cast<uint8_t>(value(generator));
+  for (std::uint8_t& byte : table) {
+    if (marked(generator)) byte = static_cast<std::uint8_t>(value(generator));
   }
   return table;
 }
@@ -79,11 +79,11 @@ std::optional<Bytes> readLiterally(Bytes stored, size_t tableBytes) {
 TEST(HotPixelTable, WhatIsStorableComesBackAndAllElseIsRefused) {
   int refused = 0;
   for (const size_t bytes : {300U, 512U, 600U, 1000U, 4096U, 4200U, 5000U, 45120U}) {
-    for (uint32_t seed = 0; seed < 24; ++seed) {
+    for (std::uint32_t seed = 0; seed < 24; ++seed) {
       Bytes table = randomTable(bytes, seed * seed * 0.001, seed);
       if (seed % 2 == 0) table.back() = 0x80;  // the sensor's bottom right pixel
       const auto stored = storableHotPixels(table);
-      const auto marked = bytes - static_cast<size_t>(std::ranges::count(table, uint8_t{0}));
+      const auto marked = bytes - static_cast<size_t>(std::ranges::count(table, std::uint8_t{0}));
       if (!stored) {
         ++refused;
         EXPECT_GT(8 + 2 * marked + 2 * ((bytes - 1) / 256), bytes) << bytes << ", " << seed;

@@ -20,7 +20,7 @@ HotPixelTable tableOf(const std::vector<Pixel>& pixels) {
   HotPixelTable table(hotPixelTableBytes(kSensorWidth, kSensorHeight));
   for (const auto [x, y] : pixels) {
     const int site = y * kSensorWidth + x;
-    table[static_cast<size_t>(site / 8)] |= static_cast<uint8_t>(1 << site % 8);
+    table[static_cast<size_t>(site / 8)] |= static_cast<std::uint8_t>(1 << site % 8);
   }
   return table;
 }
@@ -103,8 +103,8 @@ TEST(HotSites, EveryRegionBinAndMosaicAgainstAPlainForm) {
           SCOPED_TRACE(std::to_string(count) + " pixels, step " + std::to_string(step) + " bin " +
                        std::to_string(bin) + " from " + std::to_string(start.x));
           const FrameRegion region{start.x, start.y, columns, rows, bin, step};
-          expectCorrected<uint8_t>(pixels, region);
-          expectCorrected<uint16_t>(pixels, region);
+          expectCorrected<std::uint8_t>(pixels, region);
+          expectCorrected<std::uint16_t>(pixels, region);
         }
       }
     }

@@ -25,7 +25,7 @@ constexpr int kWidth = 240;
 constexpr int kHeight = 40;
 
 /// The 8 x 11 pixels of the glyph at a place, as text.
-std::string glyphAt(const Frame<uint8_t>& image, int left, int top) {
+std::string glyphAt(const Frame<std::uint8_t>& image, int left, int top) {
   std::string glyph;
   for (int y = 0; y < 11; ++y) {
     for (int x = 0; x < 8; ++x) {
@@ -38,7 +38,7 @@ std::string glyphAt(const Frame<uint8_t>& image, int left, int top) {
 }
 
 TEST(TimeMark, DateAndTimeInDigitsThatDiffer) {
-  Frame<uint8_t> image(kWidth * kHeight, 128);
+  Frame<std::uint8_t> image(kWidth * kHeight, 128);
   drawTimeMark(image.data(), kWidth, kHeight, 1, at(4, 53, 6, 789));
   const std::string text = "20261121 04:53:06:789";
   std::map<char, std::string> glyphs;
@@ -61,8 +61,8 @@ TEST(TimeMark, DateAndTimeInDigitsThatDiffer) {
 }
 
 TEST(TimeMark, ColourImagesCarryTheSameMark) {
-  Frame<uint8_t> grey(kWidth * kHeight, 128);
-  Frame<uint8_t> colour(3 * kWidth * kHeight, 128);
+  Frame<std::uint8_t> grey(kWidth * kHeight, 128);
+  Frame<std::uint8_t> colour(3 * kWidth * kHeight, 128);
   drawTimeMark(grey.data(), kWidth, kHeight, 1, at(1, 2, 3, 4));
   drawTimeMark(colour.data(), kWidth, kHeight, 3, at(1, 2, 3, 4));
   for (size_t i = 0; i < colour.size(); ++i) ASSERT_EQ(colour[i], grey[i / 3]);
@@ -73,7 +73,7 @@ TEST(TimeMark, NeverWritesOutsideTheImage) {
     for (int width = 0; width < 220; width += 7) {
       for (const int height : {0, 1, 8, 12, 19, 25, 40}) {
         const auto size = static_cast<size_t>(width * height * bytes);
-        Frame<uint8_t> image(size, 128);
+        Frame<std::uint8_t> image(size, 128);
         drawTimeMark(image.data(), width, height, bytes, at(23, 59, 59, 999));
         ASSERT_TRUE(image.guardsIntact()) << width << "x" << height;
         // Nor round the edge into the margin of the next row.
@@ -87,7 +87,7 @@ TEST(TimeMark, NeverWritesOutsideTheImage) {
   }
   TimeOfDay absurd = at(-2000000000, 2000000000, -1, -2147483647);
   absurd.local.tm_year = 2000000000;
-  Frame<uint8_t> image(100 * 40, 128);
+  Frame<std::uint8_t> image(100 * 40, 128);
   drawTimeMark(image.data(), 100, 40, 1, absurd);
   EXPECT_TRUE(image.guardsIntact());
 }

@@ -21,14 +21,14 @@ namespace {
 
 constexpr Size kSize{538, 12};  // rows that end within a vector of any width
 
-using Bytes = std::vector<uint8_t>;
+using Bytes = std::vector<std::uint8_t>;
 using Kernel = std::function<Bytes()>;
 
-Bytes bytesOf(const Frame<uint16_t>& image) {
+Bytes bytesOf(const Frame<std::uint16_t>& image) {
   Bytes bytes;
-  for (const uint16_t sample : image.pixels()) {
-    bytes.push_back(static_cast<uint8_t>(sample));
-    bytes.push_back(static_cast<uint8_t>(sample >> 8));
+  for (const std::uint16_t sample : image.pixels()) {
+    bytes.push_back(static_cast<std::uint8_t>(sample));
+    bytes.push_back(static_cast<std::uint8_t>(sample >> 8));
   }
   return bytes;
 }
@@ -49,59 +49,59 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
   std::vector<std::pair<std::string, Kernel>> all;
   for (const BayerPattern pattern : {BAYER_RG, BAYER_BG, BAYER_GR, BAYER_GB}) {
     all.emplace_back("demosaic", [=] {
-      const auto raw = Frame<uint8_t>::random(area(kSize), 1);
-      Frame<uint8_t> bgr(3 * area(kSize));
+      const auto raw = Frame<std::uint8_t>::random(area(kSize), 1);
+      Frame<std::uint8_t> bgr(3 * area(kSize));
       demosaic(raw.data(), bgr.data(), pattern, width, height, {.red = 52, .blue = 95});
       return bgr.pixels();
     });
   }
   all.emplace_back("table", [=] {
-    auto image = Frame<uint8_t>::random(area(kSize), 2);
-    const auto table = Frame<uint8_t>::random(256, 3);
+    auto image = Frame<std::uint8_t>::random(area(kSize), 2);
+    const auto table = Frame<std::uint8_t>::random(256, 3);
     applyTable(image.data(), table.data(), width, height);
     return image.pixels();
   });
   for (const auto routine : {luminance, firstChannel}) {
     all.emplace_back("luminance", [=] {
       // Every green meets every blue; red makes the sum of weights a multiple of 1000 now and then.
-      Frame<uint8_t> bgr(size_t{3} * 65536);
+      Frame<std::uint8_t> bgr(size_t{3} * 65536);
       for (size_t i = 0; i < bgr.size() / 3; ++i) {
-        bgr[3 * i] = static_cast<uint8_t>(i * 167 >> 3);
-        bgr[3 * i + 1] = static_cast<uint8_t>(i);
-        bgr[3 * i + 2] = static_cast<uint8_t>(i >> 8);
+        bgr[3 * i] = static_cast<std::uint8_t>(i * 167 >> 3);
+        bgr[3 * i + 1] = static_cast<std::uint8_t>(i);
+        bgr[3 * i + 2] = static_cast<std::uint8_t>(i >> 8);
       }
-      Frame<uint8_t> out(65536);
+      Frame<std::uint8_t> out(65536);
       const Size told = width == kSize.width ? Size{256, 256} : Size{width, height};
       routine(bgr.data(), out.data(), told.width, told.height);
       return out.pixels();
     });
   }
   all.emplace_back("dark", [=] {
-    auto image = Frame<uint8_t>::random(area(kSize), 4);
-    const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
+    auto image = Frame<std::uint8_t>::random(area(kSize), 4);
+    const auto dark = Frame<std::uint16_t>::random(area(kSize), 5, 300);
     subtractDark(image.data(), width, height, 40, dark.data());
     return image.pixels();
   });
   all.emplace_back("binned dark", [=] {
-    auto image = Frame<uint8_t>::random(area(kSize), 4);
-    const auto dark = Frame<uint16_t>::random(area(kSize), 5, 300);
+    auto image = Frame<std::uint8_t>::random(area(kSize), 4);
+    const auto dark = Frame<std::uint16_t>::random(area(kSize), 5, 300);
     subtractBinnedDark(image.data(), width, height, 40, dark.data(), 0);
     return image.pixels();
   });
   all.emplace_back("yuv", [=] {
-    const auto bgr = Frame<uint8_t>::random(3 * area(kSize), 10);
-    Frame<uint8_t> out(2 * area(kSize));
+    const auto bgr = Frame<std::uint8_t>::random(3 * area(kSize), 10);
+    Frame<std::uint8_t> out(2 * area(kSize));
     yuv422(bgr.data(), out.data(), width, height, true);
     return out.pixels();
   });
   for (const bool vertical : {false, true}) {
     all.emplace_back("flip 8", [=] {
-      auto image = Frame<uint8_t>::random(area(kSize), 6);
+      auto image = Frame<std::uint8_t>::random(area(kSize), 6);
       flip(image.data(), width, height, vertical, true);
       return image.pixels();
     });
     all.emplace_back("flip 16", [=] {
-      auto image = Frame<uint16_t>::random(area(kSize), 7);
+      auto image = Frame<std::uint16_t>::random(area(kSize), 7);
       flip(image.data(), width, height, vertical, true);
       return bytesOf(image);
     });
@@ -109,12 +109,12 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
   for (const int bin : {2, 3, 4}) {
     for (const bool mosaic : {false, true}) {
       all.emplace_back("bin 8", [=] {
-        auto image = Frame<uint8_t>::random(area(kSize), 8, 100);
+        auto image = Frame<std::uint8_t>::random(area(kSize), 8, 100);
         binFrame(image.data(), width / bin, height / bin, bin, mosaic);
         return image.pixels();
       });
       all.emplace_back("bin 16", [=] {
-        auto image = Frame<uint16_t>::random(area(kSize), 9);
+        auto image = Frame<std::uint16_t>::random(area(kSize), 9);
         binFrame(image.data(), width / bin, height / bin, bin, mosaic);
         return bytesOf(image);
       });
@@ -126,7 +126,7 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
 TEST(Vectors, OfEveryKindGiveTheSame) {
   for (const auto& [name, kernel] : kernels()) {
     const Bytes expected = kernel();
-    for (const int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
       hwy::SetSupportedTargetsForTest(target);
       EXPECT_EQ(kernel(), expected) << name << " with " << hwy::TargetName(target);
       hwy::SetSupportedTargetsForTest(0);

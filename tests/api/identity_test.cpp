@@ -194,13 +194,13 @@ TEST_F(IdentityTest, RefusesWhatItCannotTellApart) {
 }
 
 TEST_F(IdentityTest, TellsOfPluggingAndUnplugging) {
-  int32_t changes = 0;
+  std::int32_t changes = 0;
   ASSERT_EQ(OrvikWaitForDeviceChange(&changes, 0), Orvik_OK);
   EXPECT_EQ(OrvikWaitForDeviceChange(&changes, 1), Orvik_ERROR_TIMEOUT);
   EXPECT_EQ(OrvikWaitForDeviceChange(&changes, -1), Orvik_ERROR_ARGUMENT);
   EXPECT_EQ(OrvikWaitForDeviceChange(nullptr, 0), Orvik_ERROR_ARGUMENT);
 
-  const int32_t before = changes;
+  const std::int32_t before = changes;
   const int id = plug(0x11111111);
   EXPECT_EQ(OrvikWaitForDeviceChange(&changes, 0), Orvik_OK) << "what came between two calls";
   EXPECT_NE(changes, before);
@@ -231,7 +231,7 @@ TEST_F(IdentityTest, TellsOfACameraThatComesBackByItself) {
   plug(0x11111111);
   const int handle = opened("11111111");
   faults->setScript(scriptOf("control replug 50"));
-  int32_t changes = 0;
+  std::int32_t changes = 0;
   ASSERT_EQ(OrvikWaitForDeviceChange(&changes, 0), Orvik_OK);
   EXPECT_EQ(OrvikSetControlValue(handle, Orvik_CTL_GAIN, 5, Orvik_FALSE),
             Orvik_ERROR_DRIVER_FAILED);
