@@ -17,15 +17,15 @@ namespace orvik::test {
 
 constexpr FrameQueue::Timeout kNoTimeout = std::nullopt;
 
-/// An exposure above the frame time of the whole sensor: reads then have a second to come, which a
-/// busy machine may need for a full picture.
+/// An exposure longer than the frame time of the whole sensor. Reads then have a timeout of the
+/// exposure time plus one second, which a busy machine may need for a full image.
 constexpr std::uint64_t kPatientExposureUs = 20'000;
 
 /// A virtual T15C that looks at a grey screen, and its driver.
 class CaptureTest : public ::testing::Test {
  protected:
   ~CaptureTest() override {
-    camera_.reset();  // before what its worker and the streaming thread call
+    camera_.reset();  // before the objects that its worker and the streaming thread call
     bench_.host().unplugAll();
   }
 

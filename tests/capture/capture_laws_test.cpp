@@ -33,7 +33,8 @@ TEST(CaptureLawsTest, ASnapshotFailsAfterASecondOfBadExposures) {
   EXPECT_TRUE(snapshotHasFailed(2, 600000));
 }
 
-/// Reports `count` bad frames at one moment. @return whether the last one lowered the bandwidth.
+/// Reports `count` bad frames at the same time.
+/// @return whether the last one lowered the bandwidth
 bool badFrames(BandwidthFallback& fallback, BandwidthFallback::Time now, std::uint32_t& bad,
                int count, bool automatic = true, BandwidthFallback::Time since = {}) {
   bool lower = false;
@@ -68,7 +69,7 @@ TEST(CaptureLawsTest, BandwidthStaysByHandAndAfterTwentySeconds) {
   EXPECT_FALSE(badFrames(late, 20s, bad, 3));
   EXPECT_EQ(bad, 3U);
 
-  // Switched on during the capture it has twenty seconds from then on.
+  // Switching automatic bandwidth on during the capture starts a new period of twenty seconds.
   bad = 0;
   badFrames(late, 110s, bad, 3, true, 100s);
   EXPECT_TRUE(badFrames(late, 111s, bad, 3, true, 100s));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Capture through a virtual T15C: what happens when frames are bad, late, or do not come at all.
+// Capture with a virtual T15C when frames are damaged, arrive late or do not arrive at all.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -85,7 +85,7 @@ TEST_F(CaptureTest, FourBadReadsInARowStartTheCameraAnew) {
     *spoilt -= *spoilt > 0 ? 1 : 0;
     return true;
   });
-  camera_->setExposure(100'000, false);  // time enough to begin anew between two frames
+  camera_->setExposure(100'000, false);  // leaves enough time for a restart between two frames
   camera_->setBandwidth(100, false);
   std::vector<std::string> sent;
   const auto startsWith = [&](const char* script, unsigned bad) {
@@ -134,7 +134,7 @@ TEST_F(CaptureTest, SnapshotFailsAfterASecondOfBadExposures) {
     frame[0] = 0;
     return true;
   });
-  camera_->setBandwidth(100, false);  // or bad frames would count against the bandwidth first
+  camera_->setBandwidth(100, false);  // otherwise bad frames would lower the bandwidth first
   camera_->setExposure(400'000, false);
   ASSERT_TRUE(camera_->startCapture(true));
   ASSERT_TRUE(snapshotEnds());
@@ -225,7 +225,7 @@ TEST_F(CaptureTest, UnplugEndsVideoAndSnapshot) {
       const bool wasOver = snapshot && exposureUs == 1000;
       EXPECT_TRUE(waiting.get() || wasOver) << "who is woken finds it told";
       if (snapshot && exposureUs > 1000) {
-        // It is told last: who sees it may start anew at once.
+        // The status changes last, so a caller that sees it may start a new capture immediately.
         EXPECT_TRUE(eventually([&] { return status() == Orvik_EXPSTATE_FAILED; }, 1s));
       }
       EXPECT_FALSE(camera_->setExposure(2000, false));
@@ -259,7 +259,7 @@ TEST_F(CaptureTest, OneReadAtATimeIsEnough) {
   const auto system = std::make_shared<BulkLimit>();
   installHost(std::make_shared<LimitedHost>(bench_.sharedHost(), system));
   open();
-  setRegion(1304, 976, IMAGE_RAW16);  // three reads a frame
+  setRegion(1304, 976, IMAGE_RAW16);  // three reads per frame
   camera_->setExposure(kPatientExposureUs, false);
   for (const int limit : {1, 2, 3}) {
     system->most = limit;

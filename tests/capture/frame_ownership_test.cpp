@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A capture owns its frames, and a frame its format and what is known of it, whatever is set while
-// it is on its way.
+// Every frame belongs to one capture. It keeps its own format and facts, even if settings change
+// before it is delivered.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ class FrameOwnership : public CaptureTest {
     ASSERT_EQ(status(), Orvik_EXPSTATE_READY);
   }
 
-  /// @param size bytes of the buffer that the caller brings
+  /// @param size size of the caller's buffer in bytes
   bool getInto(std::size_t size, FrameQueue::Timeout timeout = 5s) {
     image_.assign(size, 0xBD);
     return getImage(timeout);
@@ -33,7 +33,7 @@ class FrameOwnership : public CaptureTest {
 
   DeliveredImage last() { return camera_->lastImage().value(); }
 
-  /// Mean of the image, whose marked corners are like their neighbours.
+  /// The mean of the image. Its marked corners have been replaced by values of their neighbours.
   double mean() {
     return std::accumulate(image_.begin(), image_.end(), 0.0) / static_cast<double>(image_.size());
   }
@@ -120,7 +120,8 @@ TEST_F(FrameOwnership, FactsTellOneCaptureFromBeginToEnd) {
   }
 }
 
-// The screen is as bright as the exposure is long, so an image shows what it was exposed with.
+// The brightness of the image is proportional to the exposure time, so each image shows which
+// exposure time it was taken with.
 TEST_F(FrameOwnership, AnImageIsAsBrightAsItsSettingsSay) {
   open();
   camera_->setExposure(40'000, false);
@@ -138,7 +139,7 @@ TEST_F(FrameOwnership, AnImageIsAsBrightAsItsSettingsSay) {
   EXPECT_GE(settled, 8);
 }
 
-// From a second on the host times the exposure, and every frame comes after its own.
+// The host times exposures of one second or more. Each frame must arrive after its own exposure.
 TEST_F(FrameOwnership, ExposuresAcrossOneSecondKeepTheirFrames) {
   struct Made {
     std::atomic<std::int64_t> count{0};
@@ -167,7 +168,7 @@ TEST_F(FrameOwnership, ExposuresAcrossOneSecondKeepTheirFrames) {
   }
 }
 
-// The buffer of the reader has room for the largest image and not a byte more.
+// The reader's buffer has exactly the size of the largest image.
 TEST_F(FrameOwnership, FormatsChangeWhileAnotherThreadReads) {
   open(nullptr, sim::Pace::kFree);
   ASSERT_TRUE(camera_->startCapture(false));

@@ -33,7 +33,7 @@ class FrameQueueTest : public ::testing::Test {
     return queue_.push(memory, format, {.capture = capture});
   }
 
-  /// @return the frame's mark, or the reason for having none as a negative number.
+  /// @return the frame's mark, or, if there is no frame, the reason as a negative number
   int pop(FrameQueue::Timeout timeout = 0ms, std::size_t room = kBytes) {
     const auto missing = queue_.pop(frame_, room, timeout);
     return missing ? minus(*missing) : frame_.memory->data()[0];
@@ -100,7 +100,8 @@ TEST_F(FrameQueueTest, AnEndWakesWhoWaitsAndSaysWhy) {
       });
       EXPECT_EQ(pop(timeout), minus(why));
       ender.join();
-      queue_.end(capture, NoFrame::kStopped);  // which is no news
+      // This has no effect, because the capture has already ended.
+      queue_.end(capture, NoFrame::kStopped);
       EXPECT_EQ(pop(std::nullopt), minus(why)) << "a wait without limit would never end";
       const auto taken = timeOf([&] { EXPECT_EQ(pop(30ms), minus(why)); });
       EXPECT_EQ(taken >= 30ms, why == NoFrame::kStopped) << "another capture may yet begin";
@@ -148,7 +149,7 @@ TEST(TimedMutexTest, WhoWaitsWithoutLimitIsNext) {
     EXPECT_FALSE(mutex->try_lock() || mutex->try_lock_for(1ms));
     std::thread([mutex, taken = std::move(taken)]() mutable {
       taken.set_value(std::unique_lock(*mutex).owns_lock());
-    }).detach();  // a thread that is not woken stays behind
+    }).detach();  // if the thread is never woken, the test does not wait for it
     EXPECT_EQ(isTaken.wait_for(50ms), std::future_status::timeout);
   }
   ASSERT_EQ(isTaken.wait_for(20s), std::future_status::ready);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Settings that change while a video runs: every image that is delivered shows the scene, on
-// cameras of each temperament. The scene is as bright everywhere, so that an image made of two
-// frames, or of samples taken for others, shows.
+// Settings change while a video runs, on cameras of every temperament. Every delivered image must
+// show the scene. The scene has the same brightness everywhere, so the test detects an image that
+// was assembled from two frames or from misplaced samples.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,9 +24,9 @@ using namespace std::chrono_literals;
 using sim::Temperament;
 
 constexpr std::uint64_t kExposureUs = 10'000;
-constexpr int kLevel = 100;  ///< of 8 bits, at this exposure
-constexpr int kNone = -1;    ///< in place of a level: there is no image
-constexpr int kUneven = -2;  ///< the image has more than one level
+constexpr int kLevel = 100;  ///< 8-bit level of the scene at kExposureUs
+constexpr int kNone = -1;    ///< returned instead of a level when there is no image
+constexpr int kUneven = -2;  ///< returned when the image has more than one level
 
 class FlatScene final : public sim::Scene {
  public:
@@ -38,7 +38,7 @@ class FlatScene final : public sim::Scene {
   }
 };
 
-/// A T15C that takes video of the flat scene.
+/// A T15C that captures video of the flat scene.
 class Video {
  public:
   explicit Video(const Temperament& temperament) {
@@ -66,7 +66,7 @@ class Video {
   Video& operator=(const Video&) = delete;
 
   T15C& camera() { return camera_; }
-  /// Spoils the next frame by as many bytes.
+  /// Removes `bytes` bytes from the end of the next frame.
   void shortenAFrame(std::size_t bytes) { *dropBytes_ = bytes; }
 
   void setFormat(int width, int height, int bin, IMAGE_TYPE type) {
@@ -75,20 +75,21 @@ class Video {
     image_.resize(static_cast<std::size_t>(width * height) * (wide_ ? 2 : 1));
   }
 
-  /// Takes an image within ten seconds.
-  /// @return its level, of 8 bits, or kNone or kUneven
+  /// Takes an image with a timeout of ten seconds.
+  /// @return its 8-bit level, kNone or kUneven
   int level() {
     if (!takeImage(camera_, image_, std::chrono::seconds(10))) return kNone;
     const std::size_t step = wide_ ? 2 : 1;
     std::uint8_t low = 255;
     std::uint8_t high = 0;
-    for (std::size_t n = step - 1; n < image_.size(); n += step) {  // the upper byte of two
+    // Of 16-bit samples, only the upper byte is read.
+    for (std::size_t n = step - 1; n < image_.size(); n += step) {
       low = std::min(low, image_[n]);
       high = std::max(high, image_[n]);
     }
     return high - low > 1 ? kUneven : high;
   }
-  /// Some images, of which each must have the level of the scene.
+  /// Takes `images` images and checks that each has the level of the scene.
   void expectLevel(int images = 3) {
     for (int n = 0; n < images; ++n) ASSERT_NEAR(level(), kLevel, 2) << "image " << n;
   }
@@ -143,8 +144,8 @@ constexpr std::array kChanges = {
            [](Video& video) {
              video.expectLevel();
              video.camera().setExposure(1'000'000, false);
-             // Until it has taken effect, and where rows take it over one by one, images are of
-             // the old exposure or uneven.
+             // Until the new exposure time has taken effect, images have the old exposure. They are
+             // uneven where the rows change to the new exposure one after another.
              int level = 0;
              for (int image = 0; image < 100 && level != 255; ++image) {
                level = video.level();
@@ -152,7 +153,8 @@ constexpr std::array kChanges = {
              }
              EXPECT_EQ(level, 255);
              video.camera().setExposure(kExposureUs, false);
-             // The long exposure that was ended early is an image as well, darker than either.
+             // The long exposure that was ended early is delivered as well. Its image is darker
+             // than those of both exposure times.
              for (int image = 0; image < 4 && std::abs(level - kLevel) > 2; ++image) {
                level = video.level();
                ASSERT_NE(level, kNone);

@@ -17,7 +17,7 @@
 
 namespace orvik::test {
 
-/// The model codes that both the library and the virtual cameras know.
+/// @return the model codes that both the library and the virtual cameras support
 inline std::vector<std::string> modelsToRun() {
   std::vector<std::string> codes;
   for (const sim::Model& model : sim::models()) {
@@ -26,7 +26,7 @@ inline std::vector<std::string> modelsToRun() {
   return codes;
 }
 
-/// What an image shows in the middle of its sides: 0 to 255.
+/// Mean values, from 0 to 255, of the central part of an image.
 struct ImageMeans {
   double all = 0;
   double red = 0;
@@ -39,11 +39,11 @@ class AutomaticBench {
  public:
   using Make = std::unique_ptr<Camera> (*)();
 
-  /// @param make makes the driver; null for the library's own
+  /// @param make function that creates the driver; null selects the library's own driver
   explicit AutomaticBench(const std::string& code, sim::CameraOptions options = {},
                           Make make = nullptr) {
     options.sceneKind = sim::SceneKind::kGrey;
-    options.pace = sim::Pace::kFree;  // frames do not take simulated time
+    options.pace = sim::Pace::kFree;  // the transfer of frames takes no simulated time
     const sim::Model& model = *sim::findModel(code);
     id_ = bench_.plug(options, model.code);
     camera_ = make != nullptr ? make() : createCamera(model.productId);
@@ -60,7 +60,7 @@ class AutomaticBench {
 
   Camera& camera() { return *camera_; }
   CameraState& now() { return camera_->state(); }
-  /// How long a round of this model lasts.
+  /// @return the duration of a round of automatic control for this model
   [[nodiscard]] std::chrono::milliseconds roundTime() const {
     return std::chrono::milliseconds(camera_->model().slowAutoControl ? 200 : 100);
   }
@@ -73,31 +73,32 @@ class AutomaticBench {
 
   void unplug() { bench_.host().unplug(id_); }
 
-  /// Begins a video and lets the sensor wake up. Then 200 ms are left to the first round.
+  /// Starts a video and lets the sensor wake up. The first round is then due in 200 ms.
   void start() {
     ASSERT_TRUE(camera_->startCapture(false));
     ASSERT_TRUE(wakeSensor());
     ASSERT_TRUE(pass(std::chrono::milliseconds(0)));
   }
-  /// Lets the 20 ms pass that the worker gives the sensor at the start of a capture.
+  /// Advances the time by the 20 ms that the worker waits for the sensor at the start of a capture.
   bool wakeSensor() {
     if (!pass(std::chrono::milliseconds(0))) return false;
     clock_->sleepFor(std::chrono::milliseconds(20));
     return true;
   }
-  /// Lets time pass while the thread of automatic control, and the cooler's, live by it.
+  /// Advances the simulated time while the threads of automatic control and of the cooler, if there
+  /// is one, wait on it.
   bool pass(std::chrono::milliseconds duration) {
     return clock_->run(duration, camera_->model().cooled ? 2 : 1);
   }
-  /// Moves time on without waiting for anybody.
+  /// Advances the simulated time without waiting for any thread.
   void tick(std::chrono::milliseconds duration) { clock_->sleepFor(duration); }
-  /// Lets time pass while no video runs.
+  /// Advances the simulated time while no video runs.
   bool passIdle(std::chrono::milliseconds duration) {
     return clock_->run(duration, camera_->model().cooled ? 1 : 0);
   }
 
-  /// After start(): lets rounds pass until nothing has changed for ten of them.
-  /// @return how many it took, 0 when nothing changed, or -1 when the changes did not end.
+  /// Runs rounds until nothing has changed for ten of them. Call start() first.
+  /// @return the round of the last change, 0 if nothing changed, or -1 if the changes did not end
   int roundsToRest(int most = 400) {
     int lastChange = 0;
     for (int round = 1; round <= most; ++round) {
@@ -110,15 +111,15 @@ class AutomaticBench {
     return -1;
   }
 
-  /// Takes the frames that are on the way, which were exposed before the last change, and one that
-  /// was not. On a slow machine that is more than simulated time has room for.
+  /// Takes the frames in transit, which were exposed before the last change, and one that was
+  /// exposed after it. On a slow machine this takes longer than the simulated time allows for.
   void takeFrames() {
     for (int n = 0; n < 6; ++n) {
       EXPECT_TRUE(takeImage(*camera_, image_));
     }
   }
 
-  /// Of an image taken with the settings as they are.
+  /// @return the means of an image that was taken with the current settings
   ImageMeans means() {
     takeFrames();
     const int width = now().width;
@@ -156,7 +157,7 @@ class AutomaticBench {
     }
     return image_[index];
   }
-  /// 0 red, 1 green, 2 blue.
+  /// @return the colour of the pixel: 0 for red, 1 for green, 2 for blue
   [[nodiscard]] std::size_t colourAt(int x, int y) const {
     switch (camera_->model().bayer) {
       case BAYER_BG:

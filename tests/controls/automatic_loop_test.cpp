@@ -10,7 +10,8 @@
 namespace orvik::test {
 namespace {
 
-/// Within 15 percent of the goal, with a step for the noise.
+/// Checks that the brightness is within 15 percent of the goal, with a tolerance of two levels for
+/// the noise.
 void expectGoalReached(AutomaticBench& bench, double goal) {
   const double brightness = bench.means().all;
   EXPECT_GE(brightness, goal * 0.85 - 2);
@@ -25,17 +26,17 @@ void report(const std::string& what, int rounds) {
 
 class AutomaticLoop : public ::testing::TestWithParam<std::string> {
  protected:
-  /// Where a loop starts, and what it may change.
+  /// The initial settings of a loop and the controls that it may change.
   struct Start {
     const char* name;
     std::uint64_t exposureUs;
-    int gainPercent;  ///< of the model's highest
+    int gainPercent;  ///< percentage of the model's maximum gain
     bool exposureAuto;
     bool gainAuto;
   };
 
-  /// A light in which every model reaches every goal within a tenth of a second. Beyond that frames
-  /// are followed by the capture worker, in no count of rounds.
+  /// Light in which every model reaches every goal with an exposure below a tenth of a second. With
+  /// longer exposures the capture worker follows the frames, and no rounds can be counted.
   static sim::CameraOptions bright() {
     sim::CameraOptions options;
     options.light = 4;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// When automatic control works, when it does not, and how it gets on with the user.
+// These tests check when automatic control is active and how it interacts with user settings.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -60,7 +60,8 @@ TEST(Automatic, SixteenBitFramesKeepTheirColours) {
 
 TEST(Automatic, ASnapshotIsTakenAsItWasAskedFor) {
   sim::CameraOptions options;
-  options.frameFilter = [](auto& frame) {  // none is good: it lasts for some thousand frames
+  // Every frame is bad, so the snapshot lasts for thousands of frames.
+  options.frameFilter = [](auto& frame) {
     frame[0] = 0;
     return true;
   };
@@ -102,7 +103,7 @@ TEST(Automatic, FromATenthOfASecondOnFramesSetThePace) {
   bench.camera().setGain(0, false);
   ASSERT_TRUE(bench.camera().startCapture(false));
   ASSERT_TRUE(bench.wakeSensor());
-  // The thread still sleeps: it is the worker that follows its own frames.
+  // The thread of automatic control is still asleep. The worker evaluates its own frames.
   bench.tick(300ms);
   EXPECT_TRUE(eventually([&] { return bench.now().exposureUs > 150'000; }));
   const std::uint64_t first = bench.now().exposureUs;
@@ -128,7 +129,7 @@ TEST(Automatic, SoDoShortExposuresOfSlowFrames) {
   }));
 }
 
-/// A camera whose automatic control takes its time.
+/// A camera with slow automatic control.
 class UnhurriedCamera final : public MarkedFrameCamera<Camera> {
  public:
   UnhurriedCamera() : MarkedFrameCamera(row(), T15C::kFacts) {}
@@ -192,12 +193,12 @@ TEST(Automatic, ExposureStopsAtItsLimit) {
   EXPECT_EQ(bench.now().gain, 100);
 }
 
-/// A frame of one brightness, or of one colour, in the camera's present format.
+/// @return a frame with the same value in every byte, in the camera's current format
 std::vector<std::uint8_t> evenFrame(Camera& camera, std::uint8_t value) {
   return std::vector<std::uint8_t>(camera.state().frameFormat().frameBytes(), value);
 }
 
-/// Measures a frame that was taken with the present settings.
+/// Measures a frame that was taken with the current settings.
 FrameMeasurement measure(Camera& camera, std::span<const std::uint8_t> frame, Wanted wanted) {
   return camera.regulator().measure(frame, camera.state().frameFormat(),
                                     camera.state().frameSettings(), wanted);
@@ -291,7 +292,7 @@ TEST(AutomaticDecision, AColourMeasuredWithAnotherBalanceIsForgotten) {
   EXPECT_EQ(bench.now().whiteBalanceRed, 41);
 }
 
-/// Time that flies, so that rounds come every millisecond.
+/// A clock that runs 100 times faster, so that there is a round every millisecond.
 class HurriedClock final : public seam::Clock {
  public:
   [[nodiscard]] Duration now() const override { return kFactor * steady_.now(); }
@@ -338,7 +339,7 @@ TEST(AutomaticThreads, TheUserHasTheLastWord) {
     camera->setExposure(exposureUs, false);
     camera->setGain(33, false);
     camera->setWhiteBalance(11, 12, false);
-    std::this_thread::sleep_for(3ms);  // three rounds
+    std::this_thread::sleep_for(3ms);  // three rounds of automatic control
     ASSERT_EQ(camera->state().exposureUs, exposureUs);
     ASSERT_EQ(camera->state().gain, 33);
     ASSERT_EQ(camera->state().whiteBalanceRed, 11);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A driver regulates a virtual camera's cooler, through the wire and on simulated time.
+// A driver regulates a virtual camera's cooler over the simulated link and in simulated time.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,7 +25,8 @@ class Loop {
     double warmest = -1000;
   };
 
-  /// Lets time pass. @return what a thermometer at the sensor has shown each second.
+  /// Advances the simulated time.
+  /// @return the lowest and highest sensor temperature, measured once per second
   Extremes run(std::chrono::seconds duration) {
     Extremes shown;
     for (auto second = 0s; second < duration; ++second) {

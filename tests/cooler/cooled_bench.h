@@ -9,7 +9,7 @@
 
 namespace orvik::test {
 
-/// Virtual cooled cameras that live on simulated time.
+/// Virtual cooled cameras that run in simulated time.
 struct CooledBench {
   int plug(sim::CameraOptions options = {}) { return bench.plug(options, "T13C_C"); }
 

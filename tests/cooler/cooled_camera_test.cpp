@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a cooled camera receives, and what its controls tell.
+// These tests check the requests that a cooled camera receives and the values of its controls.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,14 +15,14 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A plugged cooled camera whose conversation is listened to.
+/// A connected cooled camera whose requests are recorded.
 struct Listened {
   explicit Listened(CooledBench& bench) {
     sim::CameraOptions options;
     options.controlObserver = observerOf(conversation);
     bench.plug(options);
   }
-  /// The values sent to the cooler's drive since the last call.
+  /// @return the values sent to the cooler's drive since the last call
   std::vector<std::string> drives() {
     std::vector<std::string> lines = conversation.take();
     std::erase_if(lines, [](const std::string& line) { return !line.starts_with("B2="); });
@@ -143,7 +143,7 @@ TEST_F(CooledCameraTest, CamerasOfOneProcessKnowNothingOfEachOther) {
   EXPECT_EQ(other.cooler().believedCelsius(0, 10), 0) << "no reading of its own yet";
 }
 
-/// The same through the flat functions.
+/// The same tests with the flat functions.
 class FlatCoolerTest : public CooledCameraTest {
  protected:
   FlatCoolerTest() {

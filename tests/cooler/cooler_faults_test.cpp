@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A cooler whose requests are lost, or whose thermistor tells nothing: no power without a reason.
+// Requests to the cooler are lost, or its thermistor gives no usable reading. The cooler must not
+// get power without a valid reason.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,7 +16,8 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// An open T13C_C behind the flat functions, on a bus with faults, whose drive is listened to.
+/// An open T13C_C on a bus with faults, controlled by the flat functions. The values for the
+/// cooler's drive are recorded.
 class CoolerFaults : public ::testing::Test {
  protected:
   ~CoolerFaults() override {
@@ -40,7 +42,7 @@ class CoolerFaults : public ::testing::Test {
 
   void setFaults(const char* script) { faults_->setScript(scriptOf(script)); }
 
-  /// The values that reached the drive since the last call.
+  /// @return the values that reached the drive since the last call
   std::vector<std::string> drives() {
     auto lines = conversation_.take();
     std::erase_if(lines, [](const std::string& line) { return !line.starts_with("B2="); });
@@ -80,7 +82,7 @@ TEST_F(CoolerFaults, OnlyAnAcknowledgedOffIsToldAndItArrivesInTheEnd) {
   EXPECT_THAT(drives(), ElementsAre("B2=FF")) << "behind a measurement";
   EXPECT_EQ(status().power, 0);
 
-  // What is not known to have arrived is sent again, too.
+  // A drive value whose arrival was not acknowledged is sent again, too.
   regulate(-10, 20s);
   setFaults("control B2 fail");
   ASSERT_TRUE(bench_.clock->run(10s));

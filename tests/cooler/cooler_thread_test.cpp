@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The thread that keeps the temperature: it ends, whatever the camera does.
+// The thread that regulates the temperature must end, no matter what the camera does.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Whether there are soon as many threads again as there were.
+/// @return whether the number of threads soon returns to `before`
 bool noThreadLeft(std::ptrdiff_t before) {
   return eventually([&] { return processCounts().threads == before; });
 }
@@ -57,7 +57,7 @@ TEST(CoolerThread, SurvivesAnUnplugAndEndsAfterIt) {
   EXPECT_TRUE(noThreadLeft(threads));
 }
 
-/// A camera that stops answering: its control transfers do not even end when cancelled.
+/// A camera that stops answering. Its control transfers do not end even when they are cancelled.
 class SilentCameraTest : public ::testing::Test {
  protected:
   SilentCameraTest() {
@@ -69,7 +69,7 @@ class SilentCameraTest : public ::testing::Test {
     EXPECT_TRUE(bench_.clock->run(20s));
   }
 
-  /// The camera falls silent, and the thread waits for its answer.
+  /// Makes the camera stop answering and returns when the thread waits for an answer.
   void fallSilent() {
     faults_->setScript(scriptOf("control deaf 60000"));
     ASSERT_TRUE(eventually([&] {
@@ -86,8 +86,8 @@ class SilentCameraTest : public ::testing::Test {
   std::unique_ptr<T13C_C> camera_;
 };
 
-// A request that gets no answer takes 1550 ms at most. Closing waits 500 ms for the thread, then
-// for what is left of its request, and then for its own, that for no power.
+/// The longest duration of a request that gets no answer. Closing waits 500 ms for the thread, then
+/// for the rest of the thread's request, and then for its own request to switch the power off.
 constexpr auto kOneRequest = 1550ms;
 
 TEST_F(SilentCameraTest, ClosingEndsByItsDeadline) {

@@ -18,7 +18,7 @@ TEST(DriveLaw, KnownPoints) {
   EXPECT_EQ(driveForPercent(100), 47);
   EXPECT_EQ(driveForCurrent(0.5F), 154);
   for (const DrivePoint& point : kDrivePoints) {
-    // A point lies at the end of two segments: at most the rounding down may tell them apart.
+    // A point is the end of two segments. Their values may differ only because of rounding down.
     EXPECT_NEAR(driveForCurrent(point.current), std::floor(point.drive), 1) << point.current;
     EXPECT_NEAR(percentForDrive(static_cast<int>(point.drive)), point.current * 100 / kMaxCurrent,
                 1.01)
@@ -43,7 +43,7 @@ TEST(DriveLaw, EveryDriveStandsForThePowerThatMakesIt) {
     const int percent = percentForDrive(drive);
     ASSERT_GE(percent, last) << drive;
     ASSERT_LE(percent, 100);
-    // Both ways round down: the percentage lies at most 1 below, the drive at most 1 beyond.
+    // Both conversions round down. The percentage is too low by at most 1, and so is the drive.
     ASSERT_GE(driveForPercent(static_cast<float>(percent)), drive - 1) << drive;
     ASSERT_LE(driveForPercent(static_cast<float>(percent + 1)), drive) << drive;
     last = percent;

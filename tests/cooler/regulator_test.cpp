@@ -52,7 +52,7 @@ TEST(PidController, FollowsItsFormula) {
   EXPECT_EQ(pid.outputMin(), -20);
 }
 
-/// The cooler's coarse drive behind movePower().
+/// The cooler's drive with its coarse steps, which movePower() controls.
 struct Drive {
   float percent;
   int value = 0;

@@ -16,7 +16,7 @@ TEST(Thermistor, TheTableFallsAndIsThatOfATenKilohmThermistor) {
   const auto kiloOhms = thermistorKiloOhms();
   for (std::size_t i = 1; i < kiloOhms.size(); ++i) ASSERT_LT(kiloOhms[i], kiloOhms[i - 1]) << i;
   EXPECT_EQ(kiloOhms[25 - kLowestCelsius], 10.0);
-  // Between neighbouring degrees the logarithm bends little: a misprinted digit would show.
+  // The logarithm is almost linear over adjacent degrees, so this check detects a mistyped digit.
   for (std::size_t i = 1; i + 1 < kiloOhms.size(); ++i) {
     const double bend =
         std::log(kiloOhms[i - 1]) - 2 * std::log(kiloOhms[i]) + std::log(kiloOhms[i + 1]);
@@ -35,7 +35,8 @@ TEST(Thermistor, EveryValueOfTheConverter) {
     if (!celsius) continue;
     ASSERT_LT(*celsius, last) << "a higher value means colder, at " << value;
     last = *celsius;
-    // Back through the table: between the two degrees around it, the resistance fits.
+    // The resistance interpolated between the two adjacent degrees of the table must give the value
+    // of the converter again.
     const double place = std::min(static_cast<double>(*celsius) - kLowestCelsius,
                                   static_cast<double>(kiloOhms.size()) - 1.001);
     const auto row = static_cast<std::size_t>(place);
@@ -51,7 +52,7 @@ TEST(Thermistor, TheValueStandsLeftAlignedInTwoBytes) {
     const auto byte0 = static_cast<std::uint8_t>((value & 0x0F) << 4);
     const auto byte1 = static_cast<std::uint8_t>(value >> 4);
     ASSERT_EQ(converterValue(byte0, byte1), value);
-    // What else is in the bytes does not count.
+    // The other bits of the bytes are ignored.
     ASSERT_EQ(converterValue(byte0 | 0x0F, byte1 | 0xF0), value);
   }
 }

@@ -13,7 +13,7 @@
 namespace orvik::test {
 namespace {
 
-constexpr int kWidth = 6;  // not a multiple of 4: rows have no padding all the same
+constexpr int kWidth = 6;  // not a multiple of 4, but rows have no padding
 constexpr int kHeight = 5;
 constexpr std::size_t kPixels = 30;
 
@@ -25,7 +25,8 @@ Bytes picture() {
   return pixels;
 }
 
-/// While it lives, no file of this process grows beyond a size: a disk that is full.
+/// Limits the size of every file that this process writes, which simulates a full disk. The limit
+/// applies during the lifetime of the object.
 class SmallFilesOnly {
  public:
   explicit SmallFilesOnly(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -118,7 +119,7 @@ TEST_F(DarkFileTest, WhatIsNoFile) {
   EXPECT_EQ(folder_.count(), 2) << "no temporary file is left";
 }
 
-/// A disk that loses power when a file gets its name: what has not been waited for is lost.
+/// A disk that loses power when a file is renamed. Data that has not been synced is lost.
 class PowerCut final : public FileSystem {
  public:
   bool sync(int descriptor) override {

@@ -19,7 +19,7 @@ constexpr FrameRegion kWhole{0, 0, kWidth, kHeight, 1, 2};
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A dark of 10 everywhere, but for one pixel.
+/// A dark frame whose pixels are all 10, except for one.
 Bytes darkWithHot(std::size_t at, std::uint8_t value) {
   Bytes dark(kPixels, 10);
   dark[at] = value;
@@ -87,7 +87,8 @@ TEST_F(DarkFrameTest, FollowsTheRegion) {
   EXPECT_EQ(subtracted(kWhole, 200)[3 * kWidth + 6], 200 - 110 + 10)
       << "a frame from before the region changed has a cut of its own";
 
-  // Four samples of one colour; (6, 3) goes into column 2, row 1. Weighed 0.7 and 0.1 they are 80.
+  // Four samples of one colour are binned; (6, 3) contributes to column 2, row 1. With the weights
+  // 0.7 for that sample and 0.1 for each of the others, the result is 80.
   const FrameRegion binned{0, 0, 8, 4, 2, 2};
   dark_.follow(binned);
   EXPECT_EQ(subtracted(binned, 200)[8 + 2], 200 - 80 + 10);

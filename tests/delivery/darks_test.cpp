@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Dark frames, hot pixels and the time mark on a whole virtual camera.
+// Dark frames, hot pixels and the time mark, tested with a complete virtual camera.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@ constexpr int kLevel = 50;
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Light that makes every 8-bit sample kLevel at 10 ms and gain 0.
+/// A scene in which every 8-bit sample is kLevel at an exposure of 10 ms and gain 0.
 class EvenScene : public sim::Scene {
  public:
   void illuminate(const sim::SensorFormat&, const sim::Area&,
@@ -65,13 +65,14 @@ TEST_F(DarksTest, EveryRegionAndBinLosesItsPartOfTheDark) {
   plugEven();
   constexpr int kWidth = 96;
   constexpr int kHeight = 62;
-  constexpr int kX = 204;  // sensor pixels
+  constexpr int kX = 204;  // in sensor pixels
   constexpr int kY = 98;
-  constexpr int kHotX = 7;  // of the delivered image
+  constexpr int kHotX = 7;  // in pixels of the delivered image
   constexpr int kHotY = 10;
   const std::string path = folder_.file("dark.bmp");
   for (int bin = 1; bin <= 4; ++bin) {
-    // All samples that one pixel is made of are hot, and so few that the dark's mean stays 0.
+    // All samples that one pixel is binned from are hot. They are so few that the mean of the dark
+    // frame stays 0.
     Bytes dark(kSensorPixels);
     for (int j = 0; j < bin; ++j) {
       for (int i = 0; i < bin; ++i) {
@@ -88,7 +89,7 @@ TEST_F(DarksTest, EveryRegionAndBinLosesItsPartOfTheDark) {
       camera_->setHardwareBin(hardware);
       ASSERT_TRUE(camera_->setResolution(kWidth, kHeight, bin, IMAGE_8BIT));
       ASSERT_TRUE(camera_->setStartPosition(kX, kY));
-      // The host adds samples up, each without its dark.
+      // The host adds up the samples after the dark value of each has been subtracted.
       const int samples = hardware ? 1 : bin * bin;
       const auto level = static_cast<std::uint8_t>(std::min(samples * kLevel, 255));
       Bytes expected(std::size_t{kWidth} * kHeight, level);
@@ -113,14 +114,15 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
     camera_->setExposure(exposureUs, automatic);
     EXPECT_TRUE(camera_->startCapture(true));
     EXPECT_TRUE(eventually([&] { return camera_->capture().status() == Orvik_EXPSTATE_READY; }));
-    camera_->setStartPosition(200, 100);  // of frames to come: this one has its own
+    // The new position applies to later frames. This frame keeps its own position.
+    camera_->setStartPosition(200, 100);
     EXPECT_TRUE(takeImage(*camera_, image));
     camera_->stopCapture();
     camera_->setStartPosition(0, 0);
     camera_->setExposure(10000, false);
     return int{image[40 * 64 + 40]};
   };
-  constexpr int kWhite = 255;  // so long exposures are
+  constexpr int kWhite = 255;  // exposures of 100 ms or more saturate the image
   EXPECT_EQ(deliver(false, 100000), kWhite - 40);
   EXPECT_EQ(deliver(true, 499999), kWhite);
   EXPECT_EQ(deliver(true, 500000), kWhite - 40);
@@ -131,13 +133,15 @@ TEST_F(DarksTest, SkippedForShortAutomaticExposuresAndSixteenBits) {
   EXPECT_EQ(wide[(40 * 64 + 40) * 2 + 1], kLevel);
 }
 
-// Samples are light as long as nothing bends them: the dark goes first, then gamma; and a hot pixel
-// is mended from what its neighbours look like in the end.
+// Samples are proportional to the light until gamma is applied. The dark frame is therefore
+// subtracted first, then gamma is applied, and a hot pixel is replaced from the final values of its
+// neighbours.
 TEST_F(DarksTest, GammaComesBetweenTheDarkAndTheHotPixels) {
   plugEven();
   constexpr std::size_t kX = 40;
   constexpr std::size_t kY = 40;
-  Bytes dark(kSensorPixels);  // takes 40 from the four neighbours to the left, and above
+  // The dark frame subtracts 40 from the three neighbours on the left and from the one above.
+  Bytes dark(kSensorPixels);
   for (const auto& [x, y] : {std::pair{-2, -2}, {-2, 0}, {-2, 2}, {0, -2}}) {
     dark[static_cast<std::size_t>((int{kY} + y) * kSensorWidth + int{kX} + x)] = 40;
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Every pixel of a delivered frame traced to the sensor position that it came from.
+// These tests trace every pixel of a delivered frame to its position on the sensor.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint64_t kExposureUs = 10000;
 
-/// A number from 1 to 60 for each sensor pixel: what its 8-bit sample is meant to read.
+/// @return a number from 1 to 60 for each sensor pixel, which is the expected 8-bit sample
 int codeAt(int x, int y) {
   auto h =
       static_cast<std::uint32_t>(x) * 0x9E3779B1U ^ static_cast<std::uint32_t>(y) * 0x85EBCA77U;
@@ -28,8 +28,8 @@ int codeAt(int x, int y) {
   return static_cast<int>(h % 60) + 1;
 }
 
-/// Light that gives every pixel the 12-bit sample 16 * code + 8: in the middle of its 8-bit step,
-/// so that the coarseness of the exposure time cannot move it to the next.
+/// A scene that gives every pixel the 12-bit sample 16 * code + 8. This value is in the middle of
+/// its 8-bit step, so the limited resolution of the exposure time cannot move it to the next step.
 class CodedScene : public sim::Scene {
  public:
   explicit CodedScene(std::function<int(int, int)> code = codeAt) : code_(std::move(code)) {}
@@ -51,13 +51,13 @@ class CodedScene : public sim::Scene {
   std::function<int(int, int)> code_;
 };
 
-/// A region with what it asks of camera and host.
+/// A region of interest with the settings for the camera and the host.
 struct Request {
   int width, height, bin;
   bool hardwareBin;
   IMAGE_TYPE type;
   bool flipHorizontal, flipVertical;
-  int x, y;  ///< start, sensor pixels
+  int x, y;  ///< start position in sensor pixels
   bool highSpeed = false;
 };
 
@@ -95,12 +95,13 @@ class FramesTest : public ::testing::Test {
   T15C camera_;
 };
 
-/// The sensor's samples as the region shows them after the flips, before any binning on the host.
+/// The sensor's samples in the region of interest after the flips and before any binning on the
+/// host.
 class View {
  public:
   explicit View(const Request& request) : request_(request) {}
 
-  /// @param x, y sensor pixels inside the region, after the flips
+  /// @param x, y position in sensor pixels inside the region of interest, after the flips
   [[nodiscard]] int code(int x, int y) const {
     const int columns = request_.width * request_.bin;
     const int rows = request_.height * request_.bin;
@@ -109,7 +110,8 @@ class View {
     return codeAt(sensorX, sensorY);
   }
 
-  /// The codes that a binned pixel is made of: those of its colour in its group of cells.
+  /// Calls `use` with each code that a binned pixel is made of. These are the codes of its colour
+  /// in its group of cells.
   template <class Use>
   void forEachOf(int x, int y, Use use) const {
     const int b = request_.bin;
@@ -124,13 +126,13 @@ class View {
   const Request& request_;
 };
 
-/// Whether the pixel's sample was replaced by one from two rows away, for carrying a mark.
+/// @return whether the pixel's sample carried a mark and was replaced by one from two rows away
 bool carriedMark(const Request& request, int x, int y) {
   const int perMark = request.type == IMAGE_RAW16 ? 2 : 4;
   const int b = request.hardwareBin ? 1 : request.bin;
   const int column = request.flipHorizontal ? request.width * b - 1 - x * b : x * b;
   const int row = request.flipVertical ? request.height * b - 1 - y * b : y * b;
-  const int reach = perMark + 2 * b;  // with the group that a marked sample is binned into
+  const int reach = perMark + 2 * b;  // includes the group that a marked sample is binned into
   const bool head = row < 2 * b && column < reach;
   const bool tail = row >= (request.height - 2) * b && column >= request.width * b - reach;
   return head || tail;
@@ -201,8 +203,9 @@ TEST_F(FramesTest, EveryPixelComesFromItsPlaceOnTheSensor) {
         const auto i = static_cast<std::size_t>(y * request.width + x);
         const int value = wide ? image[2 * i] | image[2 * i + 1] << 8 : image[i];
         const int expected = wide ? expected16(request, x, y) : expected8(request, x, y);
-        // Three 12-bit steps for the exposure's coarseness and what a sum of truncations loses; an
-        // average of 8 bits may fall on either side of a step.
+        // A 16-bit value may deviate by three 12-bit steps because of the limited resolution of the
+        // exposure time and the truncation errors of a sum. An 8-bit average may be rounded to
+        // either side of a step.
         const int tolerance = wide ? 48 : (request.bin > 1 && request.hardwareBin ? 1 : 0);
         if (std::abs(value - expected) > tolerance && ++wrong <= 5) {
           ADD_FAILURE() << "at " << x << "," << y << ": " << value << ", not " << expected;
@@ -214,7 +217,8 @@ TEST_F(FramesTest, EveryPixelComesFromItsPlaceOnTheSensor) {
 }
 
 TEST_F(FramesTest, ColoursStayTrueInEveryFlipBinAndRegion) {
-  // Red 40, green 25, blue 10 in the 8-bit samples of this sensor's mosaic, red at its top left.
+  // In the 8-bit samples of this sensor's mosaic, red is 40, green 25 and blue 10. The top left
+  // sample is red.
   plug(std::make_shared<CodedScene>([](int x, int y) {
     if (x % 2 != y % 2) return 25;
     return x % 2 == 0 ? 40 : 10;

@@ -16,8 +16,8 @@ namespace {
 constexpr std::size_t kFlashBytes = 0x100000;
 constexpr std::uint32_t kStart = 0x40000;
 
-/// A flash chip that behaves: writing clears bits only, and wants the bus; erasing does not.
-/// `fails` decides, by the number of the request, which of them are lost.
+/// A flash chip that works correctly. A write only clears bits. Reads and writes need the bus, an
+/// erase does not. `fails` decides, by the number of the request, which requests are lost.
 class FakeFlash final : public FlashPort {
  public:
   std::vector<std::uint8_t> cells = std::vector<std::uint8_t>(kFlashBytes, 0xFF);
@@ -60,7 +60,7 @@ class FakeFlash final : public FlashPort {
   std::mutex mutex_;
 };
 
-/// A table whose stored form is about `pairs` * 2 bytes long.
+/// @return a table whose stored form is about `pairs` * 2 bytes long
 HotPixelTable tableWith(std::size_t bytes, int pairs, std::uint32_t seed = 1) {
   HotPixelTable table(bytes);
   std::mt19937 generator(seed);
@@ -73,7 +73,7 @@ bool save(FakeFlash& flash, const HotPixelTable& table) {
   return saveHotPixels(flash, table) == HotPixelSaving::kDone;
 }
 
-constexpr std::size_t kTableBytes = 159232;  // whole blocks
+constexpr std::size_t kTableBytes = 159232;  // a whole number of blocks
 
 TEST(HotPixelStorage, WhatWasSavedIsLoaded) {
   FakeFlash flash;
@@ -114,7 +114,7 @@ TEST(HotPixelStorage, APageIsTriedThreeTimes) {
     FakeFlash flash;
     int left = spoilt;
     flash.spoil = [&](std::span<std::uint8_t> written) {
-      // The bit comes right when the page is written once more.
+      // The wrong bit is corrected when the page is written again after the last failure.
       static std::uint8_t meant = 0;
       if (left == spoilt) meant = written[0];
       written[0] = left > 0 ? static_cast<std::uint8_t>(meant | 0x80) : meant;

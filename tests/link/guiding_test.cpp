@@ -114,7 +114,8 @@ TEST_F(GuidingTest, ACameraThatIsGoneIsNoHindrance) {
   EXPECT_TRUE(camera_->beginMemoryWork());
 }
 
-// The camera object is left as it is when the process ends, as one held by the flat interface is.
+/// How the process ends. The camera object is not destroyed before, as is the case with one that
+/// the flat interface holds.
 enum class Leaving { kInPeace, kAfterAFork, kWhileRequestsHang };
 
 [[noreturn]] void leaveACamera(Leaving how) {

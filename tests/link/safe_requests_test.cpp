@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What would move a telescope, cool, or stream on for ever is undone, whatever request is lost.
+// The driver switches off guide lines, cooling and streaming even if any request is lost.
+// Otherwise the camera would move the telescope, cool or stream indefinitely.
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -20,7 +21,7 @@ std::atomic<bool> diskIsSlow{false};
 
 }  // namespace
 
-/// In the place of the system's, for this program.
+/// Replaces the system function in this program.
 extern "C" int fsync(int descriptor) {
   if (diskIsSlow) std::this_thread::sleep_for(std::chrono::seconds(3));
   return static_cast<int>(syscall(SYS_fsync, descriptor));
@@ -29,7 +30,8 @@ extern "C" int fsync(int descriptor) {
 namespace orvik::test {
 namespace {
 
-/// What a camera does by itself until it is told otherwise, out of the requests that reached it.
+/// What a camera continues to do until it receives another request, derived from the requests that
+/// reached it.
 struct Doing {
   std::set<int> linesOn;
   bool cools = false;
@@ -45,7 +47,7 @@ struct Doing {
 
 const Doing kNothing;
 
-/// Listens to a camera.
+/// Records the state of a camera from the requests that it receives.
 class Watch {
  public:
   Doing doing() {
@@ -94,12 +96,13 @@ class SafeState : public FaultyBench {
     ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 1);
     ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
     setRegion(kWidth, kHeight, Orvik_IMG_RAW8);
-    setFaults("");  // counts from here
+    setFaults("");  // restarts the count of requests
   }
 
   Doing doing() { return watch_->doing(); }
 
-  /// Four register writes in a row get no answer: the camera counts as silent for a second.
+  /// Lets four register writes in a row get no answer, so that the driver treats the camera as
+  /// silent for a second.
   static void fallSilent() {
     EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_BRIGHTNESS, 20, Orvik_FALSE),
               Orvik_ERROR_DRIVER_FAILED);
@@ -140,7 +143,7 @@ TEST_F(SafeState, ALostRequestFollowsTheNextThatGetsThrough) {
   EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_BRIGHTNESS, 20, Orvik_FALSE), Orvik_OK);
   EXPECT_EQ(doing(), kNothing);
 
-  // The later wish counts.
+  // The later request takes precedence.
   OrvikPulseGuideOn(0, Orvik_GUIDE_DIR_2);
   setFaults("control fail to 3");
   OrvikPulseGuideOff(0, Orvik_GUIDE_DIR_2);
@@ -173,7 +176,8 @@ TEST_P(SafeStateAtClose, IsReachedThoughRequestsAreLost) {
   ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
   ASSERT_TRUE(eventually([&] { return doing().cools; }));
   setFaults(GetParam());
-  diskIsSlow = true;  // saving the settings takes longer than lost requests may be repeated
+  // Saving the settings then takes longer than the period in which lost requests are repeated.
+  diskIsSlow = true;
   EXPECT_EQ(OrvikCloseCamera(0), Orvik_OK);
   diskIsSlow = false;
   EXPECT_EQ(doing(), kNothing);
@@ -192,7 +196,7 @@ TEST_F(SafeState, OpeningMakesACameraSafeThatWasLeftInAnyState) {
   OrvikSetControlValue(0, Orvik_CTL_COOLER_ON, 1, Orvik_FALSE);
   ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
   ASSERT_TRUE(eventually([&] { return doing().cools && doing().streams; }));
-  setFaults("control fail");  // as after a crash: nothing of the close arrives
+  setFaults("control fail");  // as after a crash, no request of the close arrives
   OrvikCloseCamera(0);
   setFaults("");
   const Doing left = doing();

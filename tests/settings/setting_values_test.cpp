@@ -30,7 +30,7 @@ const Group kGroup = {
     {"Empty", Type::kBinary, {}},
 };
 
-/// The value "V" of a model that has nothing else.
+/// @return the value "V" of a model that has no other values
 std::optional<Bytes> read(const std::string& entry) {
   const auto group = readGroup(R"({"M": {"V": )" + entry + "}}", "M");
   if (!group) return std::nullopt;

@@ -20,7 +20,7 @@ using test::writeFile;
 
 Group gain(std::uint8_t value) { return {{"Gain", Type::kDword, {value, 0, 0, 0}}}; }
 
-/// A file system in which the n-th change fails, or ends the process.
+/// A file system in which the n-th change fails or terminates the process.
 class TroubledFiles final : public FileSystem {
  public:
   enum class Then : std::uint8_t { kFail, kDie };
@@ -34,7 +34,7 @@ class TroubledFiles final : public FileSystem {
   }
   int openNew(const fs::path& file) override { return troubled() ? -1 : FileSystem::openNew(file); }
   bool write(int descriptor, std::string_view text) override {
-    // As on a full disk, half of it arrives.
+    // Half of the text is written, as on a full disk.
     const bool half = FileSystem::write(descriptor, text.substr(0, text.size() / 2));
     return !troubled() && half && FileSystem::write(descriptor, text.substr(text.size() / 2));
   }
@@ -63,7 +63,7 @@ class TroubledFiles final : public FileSystem {
   bool synced_ = false;
 };
 
-/// Runs `body` in a process of its own, which then ends without any tidying up.
+/// Runs `body` in a separate process, which then exits without any cleanup.
 template <class Body>
 pid_t inAnotherProcess(Body body) {
   const pid_t child = fork();
@@ -152,7 +152,7 @@ TEST_F(SettingsStoreTest, ALinkStaysAndItsTargetIsReplaced) {
   EXPECT_EQ(store_.obstacle(), ELOOP);
 }
 
-// Whatever goes wrong, and wherever a process is killed: the file is the old one or the new one.
+// After a failure or a killed process at any step, the file is either the old one or the new one.
 TEST_F(SettingsStoreTest, AFailureAtAnyStepLosesNothing) {
   using Then = TroubledFiles::Then;
   ASSERT_TRUE(store_.save("T10C", gain(1)));
@@ -210,7 +210,8 @@ TEST_F(SettingsStoreTest, WaitsOnlySoLongForALock) {
 
 TEST(UserStore, LiesWhereTheUserKeepsConfigurations) {
   const OwnFolder own;
-  setenv("XDG_CONFIG_HOME", "relative", 1);  // not to be taken, says the rule for this variable
+  // The rule for this variable requires that a relative path is ignored.
+  setenv("XDG_CONFIG_HOME", "relative", 1);
   setenv("HOME", own.path().c_str(), 1);
   ASSERT_TRUE(SettingsStore::ofUser().value().save("T15C", gain(1)));
   EXPECT_TRUE(fs::exists(own.path() / ".config" / "orvik" / "settings.json"));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A camera comes up as it was left: what is loaded, within which limits, and when it is saved.
+// A camera starts with the settings of its last use. These tests check which settings are loaded,
+// within which limits, and when they are saved.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -40,19 +41,20 @@ Value text(const std::string& name, const std::string& content, std::size_t size
   return value;
 }
 
-/// Where the settings of virtual cameras are, apart from those of real ones.
+/// @return the store for virtual cameras, which is separate from that for real ones
 SettingsStore place() { return SettingsStore::ofUser("virtual").value(); }
 
 void store(const Group& group) { ASSERT_TRUE(place().save("T15C", group)); }
 
 std::optional<Group> stored() { return place().load("T15C"); }
 
-/// Takes the stored values away, so that the next save shows.
+/// Removes the stored values, so that a test can detect the next save.
 void forget() {
   std::filesystem::remove_all(std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "orvik");
 }
 
-/// Another value than a new camera's for each setting; the four offsets are one byte each.
+/// A value for each setting that differs from that of a new camera. The four offsets are one byte
+/// each.
 const Group kAll = {
     dword("Exposure", 12345),    dword("Gain", 321),
     dword("Gamma", 60),          dword("Brightness", 17),
@@ -149,7 +151,7 @@ TEST(Settings, VirtualCamerasLeaveThoseOfRealOnesAlone) {
   const VirtualBench bench;
   T15C camera;
   EXPECT_NE(camera.state().gain, 77);
-  installHost(nullptr);  // the camera stays a virtual one
+  installHost(nullptr);  // the camera is still a virtual one
   camera.saveSettings(kModel);
   EXPECT_TRUE(stored());
   EXPECT_EQ(*find(SettingsStore::ofUser().value().load("T15C").value(), "Gain"), dword("Gain", 77));
@@ -240,13 +242,13 @@ TEST(Settings, TheFlatInterfaceKnowsNoTimeMark) {
 TEST(Saving, WhatACameraSettlesByItselfIsNoChange) {
   VirtualBench bench;
   bench.plug({}, "T13C_C");
-  // What setting it up changes: the host's bandwidth, the clock, the cooler's power, hot pixels.
+  // Initialisation changes the host's bandwidth, the clock, the cooler's power and the hot pixels.
   const Group before = {dword("CoolPowerPctg", 40), dword("Fclk", 18562), flag("HPC", true),
                         dword("FPSPercentageUSB3", 70), flag("TimeMark", true)};
   ASSERT_TRUE(place().save("T13C-C", before));
   T13C_C camera;
   ASSERT_TRUE(camera.open(1));
-  camera.state().timeMark.store(false);  // as every opening by the flat interface does
+  camera.state().timeMark.store(false);  // as the flat interface does whenever it opens a camera
   ASSERT_TRUE(camera.initialise());
   camera.close();
   EXPECT_THAT(place().load("T13C-C").value(), ::testing::UnorderedElementsAreArray(before));
@@ -256,7 +258,7 @@ class KeptDark : public ::testing::Test {
  protected:
   KeptDark() { bench_.plug(); }
 
-  /// A camera that subtracts the dark of a file.
+  /// @return a camera that subtracts a dark frame loaded from a file
   std::unique_ptr<T15C> cameraWithDark(const std::string& path) {
     const std::vector<std::uint8_t> pixels(std::size_t{1304} * 976, 7);
     EXPECT_TRUE(writeDarkFile(path, 1304, 976, pixels));
