@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The class interface: a camera as an object of its model's class.
 //
-//   class_interface            with the first T13C COOL on the USB bus
-//   class_interface T13C_C     with a virtual one
+//   class_interface            uses the first T13C COOL on the USB bus
+//   class_interface T13C_C     uses a virtual one
 #include <orvik/classes.h>
 #include <orvik/orvik_sim.h>
 
@@ -20,7 +20,7 @@ constexpr int kHeight = 480;
 constexpr std::uint64_t kExposureUs = 20'000;
 constexpr std::uint32_t kWaitMs = 10'000;
 
-/// Members tell of failure by a false result.
+/// Members report failure by returning false.
 void check(bool done, const std::string& doing) {
   if (!done) throw std::runtime_error(doing + " failed.");
 }
@@ -34,7 +34,7 @@ void takeImage(orvik::CCameraBase& camera, std::vector<unsigned char>& pixels) {
   check(camera.GetImage(pixels.data(), static_cast<int>(pixels.size()), kWaitMs), "an image");
 }
 
-/// A small region in the middle of the sensor, by video.
+/// Captures a video of a small region of interest in the middle of the sensor.
 void takeRegion(orvik::CCameraBase& camera) {
   check(camera.SetResolution(kWidth, kHeight, 1, orvik::IMAGE_8BIT), "the region");
   check(camera.SetExp(kExposureUs, false), "the exposure");
@@ -47,7 +47,7 @@ void takeRegion(orvik::CCameraBase& camera) {
             << '\n';
 }
 
-/// Takes a dark with the cap on, and finds hot pixels in it.
+/// Records a dark frame with the cap on, and finds hot pixels in it.
 void takeDark(orvik::CCameraBase& camera) {
   const int width = camera.GetMaxWidth();
   const int height = camera.GetMaxHeight();
@@ -57,7 +57,7 @@ void takeDark(orvik::CCameraBase& camera) {
   auto pixels = image(width, height);
   while (!camera.IsGetDarkOver()) takeImage(camera, pixels);
   camera.StopCapture();
-  camera.UsingDark(true);  // from now on it is subtracted
+  camera.UsingDark(true);  // the dark frame is subtracted from now on
 
   check(camera.AutoGetHPC(), "the table of hot pixels");
   check(camera.ChangeHPCStatus(orvik::HPC_ON), "the correction");
@@ -66,9 +66,9 @@ void takeDark(orvik::CCameraBase& camera) {
   std::cout << "dark: " << frames << " frames, hot pixels: " << onSensor << '\n';
 }
 
-/// The cooler's own members; the numbers of the controls only tell how it stands.
+/// Uses the cooler's own members; the numbered controls can only read its state.
 void cool(orvik::CCameraCool& camera) {
-  camera.SetAutoTemp(true, 10);  // from here on the library regulates, until told otherwise
+  camera.SetAutoTemp(true, 10);  // the library regulates from here until it is switched off
   std::cout << "sensor: " << camera.GetTemp() << " degC, cooler at " << camera.GetPowerPerc()
             << " %\n";
   camera.SetAutoTemp(false, 10);
@@ -85,7 +85,7 @@ void run() {
   takeRegion(camera);
   takeDark(camera);
   cool(camera);
-  camera.CloseCamera();  // the destructor would do it as well
+  camera.CloseCamera();  // the destructor would also do this
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 /**
  * @file
- * The types that the camera classes use beside those of orvik.h.
+ * The types that the camera classes use in addition to those of orvik.h.
  */
 #ifndef ORVIK_CLASS_TYPES_H
 #define ORVIK_CLASS_TYPES_H
@@ -12,14 +12,14 @@ namespace orvik {
 
 /** The pixel layout of a delivered image. */
 enum IMAGE_TYPE : std::int32_t {
-  IMAGE_8BIT = 0,   /**< mosaic (raw output) or luminance, 1 byte a pixel */
+  IMAGE_8BIT = 0,   /**< mosaic (raw output) or luminance, 1 byte per pixel */
   IMAGE_RGB24 = 1,  /**< blue, green, red, 1 byte each */
-  IMAGE_YUV422 = 2, /**< packed 4:2:2, 2 bytes a pixel, the bottom row first */
+  IMAGE_YUV422 = 2, /**< packed 4:2:2, 2 bytes per pixel, the bottom row first */
   IMAGE_GREY30 = 3, /**< a 10-bit value three times in 32 bits */
-  IMAGE_RAW16 = 4,  /**< mosaic, 2 bytes a pixel, the low byte first */
+  IMAGE_RAW16 = 4,  /**< mosaic, 2 bytes per pixel, the low byte first */
 };
 
-/** The capabilities that CCameraBase::isAvailable() tells of; a numbering of its own. */
+/** The capabilities for CCameraBase::isAvailable(). They have their own numbering. */
 enum Control_TYPE : std::int32_t {
   CONTROL_GAIN = 0,         /**< gain */
   CONTROL_EXPOSURE = 1,     /**< exposure time */
@@ -39,28 +39,28 @@ enum Control_TYPE : std::int32_t {
 
 /** Whether hot pixels are corrected. */
 enum HPCStatus : std::int32_t {
-  HPC_OFF = 0, /**< they are left as they are */
+  HPC_OFF = 0, /**< they are not corrected */
   HPC_ON = 1,  /**< they are corrected */
 };
 
-/** Where CCameraBase::DownloadFw() puts a firmware image. */
+/** The memory to which CCameraBase::DownloadFw() writes a firmware image. */
 enum FX3_FWDWNLOAD_MEDIA_TYPE : std::int32_t {
-  FWDWNLOAD_RAM = 1,       /**< the bridge's RAM: it runs until the camera loses power */
+  FWDWNLOAD_RAM = 1,       /**< the bridge's RAM: the image runs until the camera loses power */
   FWDWNLOAD_I2CE2PROM = 2, /**< the EEPROM that the bridge boots from */
   FWDWNLOAD_SPIFLASH = 3,  /**< the SPI flash */
 };
 
-/** How a download ended. */
+/** The result of a download. */
 enum FX3_FWDWNLOAD_ERROR_CODE : std::int32_t {
   FWDWNLOAD_SUCCESS = 0,         /**< done */
-  FWDWNLOAD_FAILED = 1,          /**< a transfer failed, or what was read back differs */
-  FWDWNLOAD_UNKNOWN_MEDIA = 2,   /**< none of FX3_FWDWNLOAD_MEDIA_TYPE */
+  FWDWNLOAD_FAILED = 1,          /**< a transfer failed, or the data read back differ */
+  FWDWNLOAD_UNKNOWN_MEDIA = 2,   /**< not a value of FX3_FWDWNLOAD_MEDIA_TYPE */
   FWDWNLOAD_NO_SIGNATURE = 3,    /**< the image does not start with "CY" */
   FWDWNLOAD_SECTION_OVERRUN = 5, /**< a section runs past the end of the image */
   FWDWNLOAD_NO_FILE = 6,         /**< the file cannot be read, is empty, or too large */
   FWDWNLOAD_ERASE_FAILED = 7,    /**< a sector of the SPI flash could not be erased */
   FWDWNLOAD_CHUNK_OVERRUN = 8,   /**< a section's first part is longer than the whole image */
-  FWDWNLOAD_NO_EEPROM_SIZE = 9,  /**< the image does not name the EEPROM's size, or there is none */
+  FWDWNLOAD_NO_EEPROM_SIZE = 9,  /**< no EEPROM size in the image, or no such EEPROM */
 };
 
 }  // namespace orvik

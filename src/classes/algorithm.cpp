@@ -19,7 +19,7 @@
 namespace orvik {
 namespace {
 
-/// The balance of the process: one word, so that nobody sees half of a change.
+/// The balance of the process: one word, so that no thread sees a partial change.
 std::atomic<WhiteBalance> balance{WhiteBalance{}};
 static_assert(std::atomic<WhiteBalance>::is_always_lock_free);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Automatic exposure, gain and white balance of CCameraBase, by hand; and the white balance of the
-// models that leave it to the host.
+// Automatic exposure, gain and white balance of CCameraBase as single steps, and the white balance
+// of the models that do it on the host.
 #include <array>
 #include <optional>
 
@@ -31,14 +31,14 @@ struct Wanted3 {
   [[nodiscard]] std::array<int*, 3> pointers() const { return {red, green, blue}; }
 };
 
-/// Takes a step of white balance from the colour of a frame of the present format, with the
+/// Does one step of white balance from the colour of a frame of the current format, with the
 /// settings locked.
 void follow(Camera& camera, const std::optional<ColourValues>& colour) {
   if (colour) camera.regulator().followColour(*colour);
   classes::shareBalance(camera);
 }
 
-/// AutoWhiBal() of either model.
+/// Implements AutoWhiBal() of both models.
 void balanceByRaw(Camera& camera, const std::uint8_t* raw) {
   const auto lock = camera.lockSettings();
   if (raw == nullptr || !camera.state().whiteBalanceAuto) return;
@@ -46,7 +46,7 @@ void balanceByRaw(Camera& camera, const std::uint8_t* raw) {
   follow(camera, camera.measureColour(camera.regulator().rawFrame(raw, format), format.hostBin()));
 }
 
-/// AutoWB() of either model.
+/// Implements AutoWB() of both models.
 void balanceByImage(Camera& camera, const std::uint8_t* rgb) {
   const auto lock = camera.lockSettings();
   if (rgb == nullptr) return;
@@ -61,7 +61,7 @@ void storeMosaicBlock(const Camera& camera, const RawFrame& frame, const FrameBl
              deviations.pointers(), means.pointers());
 }
 
-/// Get_variance_ave() of either model.
+/// Implements Get_variance_ave() of both models.
 void storeImageBlock(const Camera& camera, const std::uint8_t* rgb, const FrameBlock& block,
                      int rowLength, int imageHeight, const Wanted3& deviations,
                      const Wanted3& means) {

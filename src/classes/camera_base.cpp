@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The life, the settings and the captures of CCameraBase.
+// Opening, closing, settings and capture of CCameraBase.
 #include "orvik/camera_base.h"
 
 #include <chrono>
@@ -19,7 +19,7 @@ using classes::withCamera;
 
 namespace {
 
-/// Calls `use(camera)` with the camera as the class that all models have in common.
+/// Calls `use(camera)` with the camera as the common base class of all models.
 template <class Use>
 auto useModel(Camera& camera, Use use) {
   CooledCamera* const cooled = camera.cooled();

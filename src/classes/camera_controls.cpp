@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The controls of CCameraBase by their numbers, its single values, its guide port and the user's
+// The numbered controls of CCameraBase, its single values, its guide port and the user's
 // settings.
 #include <chrono>
 #include <string>
@@ -18,7 +18,7 @@ using classes::withCamera;
 
 namespace {
 
-/// The name of a group of settings: what follows the last backslash of a key. Keys are ASCII.
+/// The name of a group of settings: the part after the last backslash of a key. Keys are ASCII.
 std::string groupNameOf(std::wstring_view key) {
   key.remove_prefix(key.rfind(L'\\') + 1);  // without one, npos + 1 is 0
   std::string name;
@@ -26,7 +26,7 @@ std::string groupNameOf(std::wstring_view key) {
   return name;
 }
 
-/// A direction that does not exist stays one that does not.
+/// An invalid direction stays invalid.
 std::size_t lineOf(GuideD direction) { return static_cast<std::uint32_t>(direction); }
 
 }  // namespace
@@ -48,7 +48,7 @@ bool CCameraBase::GetControlCaps(int index, Orvik_CONTROL_CAPS* caps) const noex
 Orvik_ERROR_CODE CCameraBase::SetControlValue(int type, std::int32_t value,
                                               bool automatic) noexcept {
   return onCamera(impl(), Orvik_ERROR_DRIVER_FAILED, [&](Camera& camera) {
-    // The cooler is driven by CCameraCool here; the numbers drive it in the flat interface only.
+    // Here CCameraCool controls the cooler; the numbers control it in the flat interface only.
     if (type == Orvik_CTL_TARGET_TEMP) return Orvik_OK;
     if (type == Orvik_CTL_COOLER_ON) return Orvik_ERROR_CONTROL;
     const Orvik_ERROR_CODE result = camera.setControl(type, value, automatic);
@@ -77,7 +77,7 @@ bool CCameraBase::isAvailable(Control_TYPE type) const noexcept {
       case CONTROL_TARGET_TEMP:
         return model.cooled;
       default:
-        // Up to the automatic limits the numbering is that of the controls.
+        // Up to the automatic limits the numbers are those of the controls.
         return type >= CONTROL_GAIN && type <= CONTROL_AUTO_LIMITS &&
                model.controls.has(static_cast<Orvik_CONTROL_TYPE>(type));
     }

@@ -27,7 +27,7 @@ std::size_t areaOf(int width, int height) {
              : 0;
 }
 
-/// Calls `use(frame)` with the frame last delivered, if it has that size.
+/// Calls `use(frame)` with the last delivered frame, if it has the given size.
 /// @param step distance of pixels of one colour
 template <class Use>
 void useFrame(Camera& camera, int width, int height, int step, Use use) {

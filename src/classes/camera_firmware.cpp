@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The firmware, flash and identity members of CCameraBase. Whatever sends several requests has the
-// camera's permission, and does not begin while the device is closed.
+// The firmware, flash and identity members of CCameraBase. A member that sends several requests
+// needs the camera's permission, and does not start while the device is closed.
 #include "firmware/camera_firmware.h"
 
 #include <span>
@@ -43,7 +43,7 @@ FX3_FWDWNLOAD_ERROR_CODE writeToEeprom(Camera& camera, Bytes image, VendorReques
   return firmware::writeI2cImage(camera.link(), image, request);
 }
 
-/// Takes the flash's bus and gives it back.
+/// Takes the bus of the flash and releases it again.
 FX3_FWDWNLOAD_ERROR_CODE writeToFlash(Camera& camera, Bytes image) {
   if (image.size() > firmware::kFirmwareAreaBytes) return FWDWNLOAD_NO_FILE;
   const auto permit = camera.beginMemoryWork();
@@ -60,7 +60,7 @@ FX3_FWDWNLOAD_ERROR_CODE download(Camera& camera, const char* path,
   if (!file) return FWDWNLOAD_NO_FILE;
   if (media < FWDWNLOAD_RAM || media > FWDWNLOAD_SPIFLASH) return FWDWNLOAD_UNKNOWN_MEDIA;
 
-  // A file that is no firmware must not take the place of the one that the camera boots from.
+  // A file that is not firmware must not replace the firmware that the camera boots from.
   firmware::Image parsed;
   const FX3_FWDWNLOAD_ERROR_CODE checked = firmware::parseImage(*file, parsed);
   if (checked != FWDWNLOAD_SUCCESS) return checked;
@@ -147,7 +147,7 @@ bool CCameraBase::SetTransferCount(std::int32_t bytes) noexcept {
 FX3_FWDWNLOAD_ERROR_CODE CCameraBase::DownloadFw(const char* path,
                                                  FX3_FWDWNLOAD_MEDIA_TYPE media) noexcept {
   if (impl() == nullptr) return FWDWNLOAD_FAILED;
-  return onCamera(impl(), FWDWNLOAD_NO_FILE,  // also where there is no memory for the file
+  return onCamera(impl(), FWDWNLOAD_NO_FILE,  // also if there is no memory for the file
                   [&](Camera& camera) { return download(camera, path, media); });
 }
 
@@ -196,7 +196,7 @@ bool CCameraBase::UpdateFW(const std::uint8_t* start, std::int32_t size) noexcep
     const auto permit = camera.beginMemoryWork();
     if (!camera.isOpen() || !records || !permit) return false;
     const bool written = firmware::writeThroughHelper(camera.link(), bytes);
-    // Also after a failure: the camera is of use until it loses power, and can be written again.
+    // Also after a failure: the camera works until it loses power, and can be written again.
     firmware::runRecords(camera.link(), *records);
     return written;
   });

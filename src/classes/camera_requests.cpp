@@ -17,7 +17,7 @@ using classes::withCamera;
 
 namespace {
 
-/// Stores the FPGA's version as the class interface tells it: a number, and four digits.
+/// Stores the FPGA's version in the form of the class interface: a number and four digits.
 void store(const FpgaVersion& version, std::uint8_t* major, std::uint8_t* digits) {
   put(major, version.major);
   if (digits == nullptr) return;

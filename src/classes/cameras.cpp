@@ -9,11 +9,11 @@
 namespace orvik {
 namespace {
 
-/// What a class of a model derives from.
+/// The base class of a model's class.
 template <class Class>
 using BaseOf = std::conditional_t<std::is_base_of_v<CCameraCool, Class>, CCameraCool, CCameraBase>;
 
-/// Runs `body(sensor, link)` for a camera whose sensor takes commands.
+/// Runs `body(sensor, link)` for a camera whose sensor is controlled by commands.
 template <class Impl, class Result, class Body>
 Result onSensor(Impl* impl, Result onFailure, Body body) noexcept {
   return classes::onCamera(impl, onFailure, [&](Camera& camera) {
@@ -23,8 +23,8 @@ Result onSensor(Impl* impl, Result onFailure, Body body) noexcept {
 
 }  // namespace
 
-// A class for each model of the library: where cameras.h lacks one, or has it cooled when the model
-// is not, this does not compile.
+// One class for each model of the library. This does not compile if cameras.h lacks a class, or if
+// a class and its model differ in whether they are cooled.
 #define ORVIK_DEFINE_CLASS(code, Family)                                                      \
   static_assert(std::is_base_of_v<CCameraCool, CCamera##code> ==                              \
                 std::is_base_of_v<CooledCamera, code>);                                       \

@@ -22,7 +22,7 @@ std::vector<std::uint32_t> samplesOf(const Frame<Sample>& image, Size size, int 
   const int fullHeight = size.height * bin;
   const auto coordinate = [&](int at, int k, int full) {
     if (!mosaic) return at * bin + k;
-    // Cell number `at / 2` of the output covers 2 * bin samples; those of one colour alternate.
+    // Cell number `at / 2` of the output covers 2 * bin samples; samples of one colour alternate.
     int sample = (at / 2) * 2 * bin + (at % 2) + 2 * k;
     while (sample >= full) sample -= 2;
     return sample;

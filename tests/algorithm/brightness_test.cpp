@@ -43,7 +43,7 @@ TEST(Brightness, SeesTheUpperByteOf16Bits) {
   EXPECT_EQ(measureBrightness(frame, 1), 21);
 }
 
-/// The rule once more, point by point.
+/// An independent implementation of the rule, point by point.
 bool countsAsMiddle(int x, int y, int columns, int rows) {
   return columns / 5 < x && x < 4 * columns / 5 && rows / 5 < y && y < 4 * rows / 5;
 }
@@ -67,7 +67,7 @@ TEST(Brightness, SamplesTheGridsPointsInTheMiddleAndNoOthers) {
 }
 
 TEST(Brightness, OfAnySizeReadsNothingBeyondTheFrame) {
-  // Frames of exactly their size: with the address sanitizer a read beyond one is an error.
+  // The buffers have exactly the frame's size: the address sanitizer reports any read beyond them.
   for (int columns = 1; columns < 70; ++columns) {
     for (int rows = 1; rows < 60; rows += columns % 7 + 1) {
       const size_t samples = area({columns, rows});

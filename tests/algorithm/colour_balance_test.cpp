@@ -41,7 +41,7 @@ RawFrame frameOf(const Bytes& bytes, Size size) {
   return {.samples = bytes.data(), .columns = size.width, .rows = size.height};
 }
 
-/// The rule once more, sample by sample.
+/// An independent implementation of the rule, sample by sample.
 BlockColours slowBlock(const Bytes& bytes, Size size, BayerPattern pattern, FrameBlock block,
                        int bin) {
   std::array<std::vector<int>, 3> values;
@@ -86,7 +86,7 @@ TEST(ColourBalance, BlocksAreAsTheRuleSaysWhereverTheyLie) {
     const Size size{1 + upTo(90), 1 + upTo(90)};
     Bytes bytes(area(size));
     for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
-    // Some lie beyond the frame, in part or wholly.
+    // Some blocks are partly or completely outside the frame.
     const FrameBlock block{upTo(100) - 10, upTo(100) - 10, upTo(60), upTo(60)};
     for (const BayerPattern pattern : kPatterns) {
       const int bin = 1 + upTo(4);

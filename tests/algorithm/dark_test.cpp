@@ -42,13 +42,13 @@ int plainTenths(const std::vector<int>& four, int offset) {
 std::uint8_t plainBinnedDifference(int pixel, const std::vector<int>& four, int offset) {
   const int tenths = plainTenths(four, offset);
   const double dark = tenths >= 0 ? 0.0 : (four[0] + four[1] + four[2] + four[3]) * 0.25;
-  // Tenths are kept whole, so that halves are halves.
+  // Tenths are kept as integers, so that halves are exact.
   const double difference =
       tenths >= 0 ? (10.0 * (pixel + offset) - tenths) / 10 : pixel + offset - dark;
   return static_cast<std::uint8_t>(std::clamp(std::floor(difference + 0.5), 0.0, 255.0));
 }
 
-/// `at`, brought back by twos until it lies inside.
+/// Moves `at` in steps of two until it is inside.
 int broughtBack(int at, int size) {
   while (at >= size && at >= 2) at -= 2;
   return std::min(at, size - 1);

@@ -14,7 +14,7 @@ namespace {
 /// The four patterns as text, by number.
 const std::array<std::string, 4> kCells{"RGGB", "BGGR", "GRBG", "GBRG"};
 
-/// The demosaic seen from one pixel: the mean of all samples of a colour among those it may use.
+/// Demosaics one pixel: the mean of all samples of a colour among those it may use.
 class PixelView {
  public:
   PixelView(const Frame<std::uint8_t>& raw, Size size, const std::string& cell)

@@ -66,7 +66,7 @@ TEST(Denoise, SixteenBitsHaveTheirOwnThreshold) {
 }
 
 TEST(Denoise, RiseIsMeasuredAgainstTheFlatPartOfTheRow) {
-  // Right of the middle the walk goes left: places 14, 12, 10 of column 18.
+  // Right of the middle the search goes left: places 14, 12, 10 of column 18.
   Field field(100, 2);
   field.at(18, 3) = 180;
   field.at(16, 3) = 90;  // 14 differs from 16 by a tenth

@@ -14,14 +14,14 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// What a camera is set to.
+/// The settings of a camera.
 struct Settings {
   std::uint64_t exposure = 10000;
   std::uint32_t lines = 600;
   int gain = 200;
 };
 
-/// A camera that writes down what it is told.
+/// A camera that records its settings.
 class Camera final : public ExposureDials {
  public:
   explicit Camera(const Settings& settings) : now_(settings) {}
@@ -74,7 +74,7 @@ TEST(ExposureLaw, WithinFifteenPercentNothingChanges) {
     EXPECT_THAT(step(116, goal(exposureAuto, kOn)), testing::Not(IsEmpty()));
   }
   ExposureGoal odd = goal(kOff, kOn);
-  odd.brightness = 59;  // 15 percent are 8.85, of which 8 count
+  odd.brightness = 59;  // 15 percent are 8.85, rounded down to 8
   EXPECT_THAT(step(67, odd), IsEmpty());
   EXPECT_THAT(step(68, odd), ElementsAre("gain 194"));
   EXPECT_THAT(step(51, odd), IsEmpty());
@@ -165,8 +165,8 @@ TEST(ExposureLaw, BothWhenTooDark) {
 }
 
 TEST(ExposureLaw, AnyNumberIsHarmless) {
-  // The values that a program can set are not checked; run with the sanitizers this shows that none
-  // of them overflows.
+  // The values that a program can set are not checked. With the sanitizers this test shows that
+  // none of them causes an overflow.
   const std::vector<int> numbers = {std::numeric_limits<int>::min(), -1, 0, 1, 2147, 2148,
                                     std::numeric_limits<int>::max()};
   for (const int brightness : numbers) {

@@ -8,13 +8,13 @@
 namespace orvik::test {
 namespace {
 
-/// Where the sample at (x, y) comes from, one sample at a time.
+/// Finds the source of each sample (x, y), one sample at a time.
 template <typename Sample>
 std::vector<Sample> flipped(const Frame<Sample>& image, Size size, bool vertical, bool horizontal) {
   std::vector<Sample> out;
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
-      // Turning both ways leaves the middle column of an odd width alone.
+      // A flip in both directions leaves the middle column of an odd width unchanged.
       const bool stays = vertical && horizontal && 2 * x + 1 == size.width;
       const int fromX = horizontal ? size.width - 1 - x : x;
       const int fromY = vertical && !stays ? size.height - 1 - y : y;

@@ -13,7 +13,7 @@
 
 namespace orvik::test {
 
-/// Image sizes that bring out edges: single pixels, rows and columns, every mix of even and odd,
+/// Image sizes that test edge cases: single pixels, rows and columns, every mix of even and odd,
 /// and rows longer than any block a kernel may work in.
 struct Size {
   int width;
@@ -24,8 +24,8 @@ inline constexpr std::array kSizes = {
     Size{3, 3}, Size{4, 2}, Size{2, 4},   Size{4, 4},   Size{6, 6},   Size{7, 5},
     Size{5, 8}, Size{8, 7}, Size{66, 10}, Size{255, 6}, Size{258, 4}, Size{517, 5}};
 
-/// Pixels between two guards, which show what is written beyond them. With the address sanitizer
-/// there are none: it sees reads beyond the memory, too.
+/// Pixels between two guards that detect writes outside the pixels. There are no guards with the
+/// address sanitizer, which also detects reads outside the memory.
 template <typename Sample>
 class Frame {
  public:

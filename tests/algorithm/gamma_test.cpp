@@ -20,8 +20,8 @@ struct Tables {
   std::vector<std::uint16_t> table16;
 };
 
-/// How far an entry may stand from the exact curve: half for its own rounding, and the single
-/// precision of its factors at full scale.
+/// The tolerance of an entry against the exact curve: one half for its own rounding, plus the
+/// single precision error of its factors at full scale.
 template <typename Entry>
 void expectOnCurve(const std::vector<Entry>& table, double exponent) {
   const auto max = static_cast<double>(table.size() - 1);
@@ -50,8 +50,8 @@ TEST(Gamma, TablesFollowThePowerCurve) {
   }
 }
 
-/// Entries so close to a half that they come out one higher or lower when a factor is kept in
-/// double precision, or the product in single.
+/// These entries are so close to a half that they would be one higher or lower if a factor had
+/// double precision or the product had single precision.
 TEST(Gamma, RoundsEachFactorToSinglePrecision) {
   const Tables steep(1);
   EXPECT_EQ(steep.table16[23352], 8494);

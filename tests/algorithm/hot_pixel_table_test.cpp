@@ -55,8 +55,8 @@ TEST(HotPixelTable, MarksEachHotPixelOfADark) {
   EXPECT_EQ(deriveHotPixels(Bytes(15, 0), 0).size(), 1U);
 }
 
-/// The rule for readers, taken literally: a pair belongs to the table if its first byte does. In
-/// the flash, what follows the stored bytes is erased.
+/// A literal implementation of the rule for readers: a pair belongs to the table if its first byte
+/// does. In the flash, the bytes after the stored ones are erased.
 std::optional<Bytes> readLiterally(Bytes stored, size_t tableBytes) {
   const size_t length = stored[6] * 256U + stored[7];
   stored.resize(length + 256, 0xFF);

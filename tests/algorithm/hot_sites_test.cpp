@@ -25,7 +25,7 @@ HotPixelTable tableOf(const std::vector<Pixel>& pixels) {
   return table;
 }
 
-/// The hot samples of a frame, found from each sample's side: is one of its pixels hot?
+/// Finds the hot samples of a frame by checking for each sample whether one of its pixels is hot.
 std::set<int> plainHotSamples(const std::vector<Pixel>& pixels, const FrameRegion& r) {
   std::set<int> hot;
   for (int y = 0; y < r.rows; ++y) {
@@ -89,11 +89,11 @@ TEST(HotSites, EveryRegionBinAndMosaicAgainstAPlainForm) {
   const auto below = [&](int end) {
     return static_cast<int>(generator() % static_cast<unsigned>(end));
   };
-  // From a few hot pixels to so many that most have no good neighbour left.
+  // The number ranges from a few hot pixels to so many that most have no good neighbour left.
   for (const int count : {1, 12, 200, 1000}) {
     std::vector<Pixel> pixels;
     for (int i = 0; i < count; ++i) pixels.push_back({below(kSensorWidth), below(kSensorHeight)});
-    // Corners and edges every time.
+    // Corners and edges are always included.
     pixels.insert(pixels.end(), {{0, 0}, {39, 31}, {39, 0}, {0, 31}, {1, 16}, {38, 15}});
     for (const int step : {1, 2}) {
       for (const int bin : {1, 2, 3, 4}) {

@@ -11,12 +11,12 @@
 namespace orvik::test {
 namespace {
 
-/// round(value * weight * 65536), from the weight as it is written down.
+/// round(value * weight * 65536), calculated from the decimal weight.
 int fixed(int value, double weight) {
   return static_cast<int>(std::floor(value * weight * 65536.0 + 0.5));
 }
 
-/// The quotient that a shift of a signed number gives.
+/// The quotient that a right shift of a signed number gives.
 int floorDiv65536(int sum) { return static_cast<int>(std::floor(sum / 65536.0)); }
 
 struct Pixel {
@@ -60,7 +60,7 @@ std::vector<std::uint8_t> expectedYuv(const std::vector<std::uint8_t>& bgr, Size
   return out;
 }
 
-/// Sums of weights that are whole numbers but for the rounding of each are among them.
+/// These include weighted sums that would be integers without the rounding of each weight.
 TEST(RgbConvert, LuminanceIsExactForEveryColour) {
   std::vector<std::uint8_t> bgr(size_t{3} * 65536);
   std::vector<std::uint8_t> out(65536);
@@ -132,7 +132,7 @@ TEST(Grey10, PutsTheSampleThreeTimesIntoAWord) {
                                          1, 4, 0x10, 0,           //
                                          0xFF, 0xFF, 0xFF, 0x3F,  //
                                          0xA5, 0x96, 0x5A, 0x2A,  //
-                                         // 65535 * 0x100401 loses what goes beyond 32 bits.
+                                         // 65535 * 0x100401 loses the bits above 32.
                                          0xFF, 0xFB, 0xF0, 0x03};
   EXPECT_EQ(std::vector<std::uint8_t>(words.data() + 1, words.data() + words.size()), wanted);
   EXPECT_TRUE(words.guardsIntact());

@@ -53,7 +53,7 @@ TEST(TimeMark, DateAndTimeInDigitsThatDiffer) {
   for (const auto& [character, glyph] : glyphs) shapes.insert(glyph);
   EXPECT_EQ(glyphs.size(), 11U) << "all digits and the colon are in the text";
   EXPECT_EQ(shapes.size(), 11U);
-  // The right way up: a seven has its bar at the top, a colon's dots are equal.
+  // The glyphs are upright: a seven has its bar at the top; the dots of a colon are equal.
   const std::string seven = glyphs['7'];
   EXPECT_GT(std::count(seven.begin(), seven.begin() + 27, 'X'),
             std::count(seven.end() - 27, seven.end(), 'X'));
@@ -76,7 +76,7 @@ TEST(TimeMark, NeverWritesOutsideTheImage) {
         Frame<std::uint8_t> image(size, 128);
         drawTimeMark(image.data(), width, height, bytes, at(23, 59, 59, 999));
         ASSERT_TRUE(image.guardsIntact()) << width << "x" << height;
-        // Nor round the edge into the margin of the next row.
+        // It must not wrap into the margin of the next row.
         for (int y = 0; y < height; ++y) {
           for (int i = 0; i < std::min(8, width) * bytes; ++i) {
             ASSERT_EQ(image[static_cast<size_t>(y * width * bytes + i)], 128);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Each kind of vector that this processor has gives the same; that of the best one is tested
-// against the definitions by the kernels' own tests.
+// All vector instruction sets of this processor must give the same result. The kernels' own tests
+// compare the result of the best one with the definitions.
 #include <gtest/gtest.h>
 #include <hwy/highway.h>
 #include <hwy/targets.h>
@@ -42,7 +42,7 @@ void binFrame(Sample* image, int width, int height, int bin, bool mosaic) {
   }
 }
 
-/// @param size what the kernels are told of their images, which have room for kSize
+/// @param size the size passed to the kernels; the images have room for kSize
 std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
   const int width = size.width;
   const int height = size.height;
@@ -63,7 +63,8 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
   });
   for (const auto routine : {luminance, firstChannel}) {
     all.emplace_back("luminance", [=] {
-      // Every green meets every blue; red makes the sum of weights a multiple of 1000 now and then.
+      // Every green is combined with every blue; red sometimes makes the weighted sum a multiple of
+      // 1000.
       Frame<std::uint8_t> bgr(size_t{3} * 65536);
       for (size_t i = 0; i < bgr.size() / 3; ++i) {
         bgr[3 * i] = static_cast<std::uint8_t>(i * 167 >> 3);

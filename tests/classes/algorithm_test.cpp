@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The names of CAlgorithm and what they hand on; the arithmetic has the tests of the kernels.
+// Checks that the members of CAlgorithm pass on their arguments; the kernels have their own tests.
 #include "orvik/algorithm.h"
 
 #include <gtest/gtest.h>
@@ -108,7 +108,8 @@ TEST_F(Algorithm, NothingHappensWithoutAFrame) {
   EXPECT_EQ(words, Words(64, 7));
 }
 
-/// One thread turns the balance to and fro while another demosaics: no race, and no frame mixes.
+/// One thread switches the balance back and forth while another demosaics: there is no race, and no
+/// frame mixes two balances.
 TEST_F(Algorithm, TheBalanceChangesBetweenFramesNeverWithin) {
   constexpr int kWidth = 64;
   constexpr int kHeight = 32;

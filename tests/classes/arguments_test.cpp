@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Null pointers and nonsense in every member, of a camera that is closed, open, capturing, or of an
-// object for which there was no memory: failures, never a crash.
+// Calls every member with null pointers and invalid values, for a camera that is closed, open or
+// capturing, and for an object without memory. The members may fail but must not crash.
 #include <limits>
 #include <memory>
 
@@ -13,7 +13,7 @@ namespace {
 constexpr int kMost = std::numeric_limits<int>::max();
 constexpr int kLeast = std::numeric_limits<int>::min();
 
-/// An object of which the constructor got no memory.
+/// An object whose constructor got no memory.
 class Empty final : public CCameraCool {
  public:
   Empty() : CCameraCool(nullptr) {}

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Automatic exposure and white balance by hand, and the balance that CAlgorithm shares.
+// Automatic exposure and white balance in single steps, and the balance that is shared with
+// CAlgorithm.
 #include <gmock/gmock.h>
 
 #include <array>

@@ -10,7 +10,7 @@
 
 namespace orvik::test {
 
-/// A virtual camera, and the object of its class that a program would make.
+/// A virtual camera, and the object of its class that a program would create.
 /// @tparam Class of the camera
 template <class Class>
 class ClassBench {
@@ -21,14 +21,14 @@ class ClassBench {
     bench_.plug(options, model);
   }
 
-  /// Opens and initialises the camera, and forgets what was said to it.
+  /// Opens and initialises the camera, and clears the record of its requests.
   void open() {
     ASSERT_TRUE(camera.OpenCamera(1));
     ASSERT_TRUE(camera.InitCamera());
     conversation.take();
   }
 
-  /// Takes one image of the present format by video.
+  /// Captures one image of the current format by video.
   std::vector<unsigned char> take(std::size_t bytes) {
     std::vector<unsigned char> image(bytes);
     EXPECT_TRUE(camera.StartCapture(false));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Dark frames and hot pixels as the members of a camera object reach them.
+// Dark frames and hot pixels through the members of a camera object.
 #include <algorithm>
 
 #include "classes/class_bench.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Firmware images on their way into the memories of a camera, and what it reads back.
+// Writing firmware images to the memories of a camera, and reading them back.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -59,7 +59,7 @@ class DownloadTest : public ::testing::Test {
     EXPECT_TRUE(camera().UploadBufferFromDevice(0, count, bytes.data(), kEeprom));
     return bytes;
   }
-  /// Changes a byte of what the host reads back, in the n-th such answer from now on.
+  /// Changes a byte in the n-th answer, counted from now, that the host reads back.
   void spoilAnswer(std::uint8_t request, int from, int to) {
     answers_ = 0;
     bench_.afterRequest = [=, this](const sim::ControlRecord& record) {
@@ -123,7 +123,7 @@ TEST_F(DownloadTest, TheThirdReadBackDecides) {
 TEST_F(DownloadTest, AnUnsoundImageIsNotBegun) {
   Bytes image = imageOf(pattern(4096));
   appendSection(image, 0, {});
-  image[4] = 0xFF;  // longer than the image, after a sound beginning
+  image[4] = 0xFF;  // longer than the image, after a valid start
   const std::string file = folder_.path() / "image";
   EXPECT_EQ(toRam(image), FWDWNLOAD_SECTION_OVERRUN);
   EXPECT_EQ(toRam({}), FWDWNLOAD_NO_SIGNATURE);
@@ -157,7 +157,7 @@ TEST_F(DownloadTest, FilesThatAreNone) {
   writeFile(file, std::string(tooLong.begin(), tooLong.end()));
   EXPECT_EQ(camera().DownloadFw(file.c_str(), FWDWNLOAD_SPIFLASH), FWDWNLOAD_NO_FILE)
       << "it would take the place of the hot pixels";
-  std::filesystem::resize_file(file, std::uintmax_t{5} << 30U);  // takes no room on the disk
+  std::filesystem::resize_file(file, std::uintmax_t{5} << 30U);  // a sparse file
   EXPECT_EQ(camera().DownloadFw(file.c_str(), FWDWNLOAD_RAM), FWDWNLOAD_NO_FILE);
   EXPECT_THAT(bench_.take(), IsEmpty());
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What programs that were compiled before rely on, and the flat interface beside the classes.
+// Tests what existing compiled programs rely on, and the flat interface together with the classes.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,7 +14,7 @@
 namespace orvik::test {
 namespace {
 
-/// The place of a virtual operation in its class's table, as the common C++ ABI writes it down.
+/// The index of a virtual operation in the virtual table, as encoded by the common C++ ABI.
 template <class Member>
 std::size_t slotOf(Member member) {
   std::array<std::uintptr_t, 2> parts{};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a program does with a camera object: each group of members reaches the camera, and tells
-// what it has learnt.
+// Typical use of a camera object: each group of members accesses the camera and returns what it
+// read.
 #include <gmock/gmock.h>
 
 #include <array>
