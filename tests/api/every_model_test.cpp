@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Every product from end to end: found, described, opened, and seen through, in every image type
-// and bin. The scene is dark but for a lit corner, whose edges show where each pixel came from, and
-// whose colours show the mosaic.
+// Tests every product end to end: it is found, described and opened, and takes images of every
+// image type and bin. The scene is dark except for a lit corner: its edges show where each pixel
+// comes from, and its colours show the mosaic.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -18,11 +18,13 @@ void PrintTo(const Model& model, std::ostream* out) { *out << model.code; }
 namespace orvik::test {
 namespace {
 
-/// The lit corner begins here, sensor pixels. Even, so that it holds whole cells of the mosaic.
+/// Sensor coordinates at which the lit corner begins. They are even, so that the corner holds whole
+/// cells of the mosaic.
 constexpr int kCornerX = 108;
 constexpr int kCornerY = 72;
 
-/// Electrons a second for a sample of `share` of the converter's range in kExposureUs.
+/// Exposure time in which the lit corner collects a known share of the converter's range; the flux
+/// is in electrons a second.
 constexpr std::int32_t kExposureUs = 20'000;
 
 class CornerScene final : public sim::Scene {
@@ -130,7 +132,7 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
     return result;
   }
 
-  /// Takes a snapshot. @return how it ended.
+  /// Takes a snapshot. @return the exposure status at its end.
   Orvik_EXPOSURE_STATUS takeSnapshot() {
     EXPECT_EQ(OrvikStartExposure(0), Orvik_OK);
     Orvik_EXPOSURE_STATUS status = Orvik_EXPSTATE_EXPOSING;
@@ -156,8 +158,8 @@ class EveryModelTest : public ::testing::TestWithParam<sim::Model> {
     }
   }
 
-  /// Pixels that are lit where they should be dark, or dark where they should be lit. Two pixels on
-  /// either side of an edge may be either: binning goes by cells of the mosaic.
+  /// Expects the pixels of the corner to be lit and all others to be dark. Two pixels on either
+  /// side of an edge may be either, because binning works on cells of the mosaic.
   void expectCorner(const Format& format, int sensorX, int sensorY) const {
     const int edgeX = (kCornerX - sensorX) / format.bin;
     const int edgeY = (kCornerY - sensorY) / format.bin;
@@ -269,7 +271,7 @@ TEST_P(LongExposureTest, IsTimedByTheHost) {
   expectCorner(format, 24, 16);
 }
 
-// One of each kind of board.
+// One model for each kind of board.
 INSTANTIATE_TEST_SUITE_P(, LongExposureTest,
                          ::testing::Values(*sim::findModel("T01C"), *sim::findModel("T02C"),
                                            *sim::findModel("T06M_S"), *sim::findModel("T08M"),

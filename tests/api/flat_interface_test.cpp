@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The flat interface as a program uses it, and as one misuses it.
+// Tests the flat interface, with correct and with incorrect use.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Cameras by their identity: what is plugged in, handles that do not shift, plugging and
-// unplugging.
+// Tests the functions that identify a camera: the list of connected cameras, handles that stay
+// valid when indices change, and the events of plugging and unplugging.
 #include "seam/identity.h"
 
 #include <gmock/gmock.h>
@@ -44,7 +44,7 @@ int opened(const char* identity) {
   return handle;
 }
 
-/// Virtual cameras of small frames, with serial numbers of their own.
+/// Virtual cameras with small frames, each with its own serial number.
 class IdentityTest : public ::testing::Test {
  protected:
   static constexpr int kWidth = 320;
@@ -120,7 +120,7 @@ TEST_F(IdentityTest, ACameraThatSortsBeforeAnOpenOneCanBeOpened) {
   ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 1);
   ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
   startVideo(0);
-  plug(0x33333333);  // on the port before it
+  plug(0x33333333);  // on the preceding port
   ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 2);
   EXPECT_THAT(serials(), ElementsAre("33333333", "22222222"));
   EXPECT_EQ(OrvikOpenCamera(1), Orvik_ERROR_OPEN_FAILED) << "that one is open as index 0";
@@ -306,7 +306,8 @@ TEST_F(IdentityTest, TellsHowTheCameraReadsOut) {
   ASSERT_EQ(OrvikSetControlValue(camera, Orvik_CTL_EXPOSURE, 1000, Orvik_FALSE), Orvik_OK);
   EXPECT_EQ(readout().converterBits, 12);
   EXPECT_EQ(info.frameBytes, 1304 * 976 * 2);
-  // At 18562 kHz the sensor's shortest line has 292 cycles, and a frame 18 lines beyond its rows.
+  // At 18562 kHz the shortest line of the sensor has 292 cycles, and a frame has 18 lines more than
+  // the image has rows.
   EXPECT_NEAR(info.frameRate, 18'562'000.0 / 292 / (976 + 18), 0.01);
   ASSERT_EQ(OrvikSetControlValue(camera, Orvik_CTL_EXPOSURE, 250'000, Orvik_FALSE), Orvik_OK);
   EXPECT_NEAR(readout().frameRate, 4, 0.01) << "the exposure decides";
@@ -322,7 +323,7 @@ TEST_F(IdentityTest, TellsHowTheCameraReadsOut) {
   EXPECT_EQ(OrvikGetReadoutInfo(camera, nullptr), Orvik_ERROR_ARGUMENT);
 }
 
-/// Cameras that the system knows nothing of, and that count who opens them.
+/// Cameras that the system has no information about, and that count how often they are opened.
 class ScriptedIdentity : public ::testing::Test {
  protected:
   ~ScriptedIdentity() override {
@@ -379,7 +380,7 @@ TEST_F(ScriptedIdentity, ListingAsksACameraOnceAndClaimsNothing) {
 TEST_F(ScriptedIdentity, ADeviceThatIsAnotherOneOnceOpenIsRefused) {
   ScriptedCamera& camera = plug(identity::PID_T06C, u"AAAA");
   ASSERT_THAT(serials(), ElementsAre("AAAA"));
-  setSerial(camera, u"BBBB");  // exchanged without having been seen to go
+  setSerial(camera, u"BBBB");  // exchanged without a reported unplug
   int handle = 0;
   EXPECT_EQ(OrvikOpenDevice("AAAA", &handle), Orvik_ERROR_OPEN_FAILED);
   EXPECT_EQ(camera.device->openPorts, 0);

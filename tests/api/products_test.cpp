@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The list of products, held against the list of virtual cameras, which was written apart.
+// Compares the list of products with the list of virtual cameras, which is maintained separately.
 #include <gtest/gtest.h>
 
 #include <map>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The cameras of a process by index: who is who, what a property query leaves behind, and that
-// opening and closing costs nothing that lasts.
+// Tests the cameras of a process by index: their order, the effects of a property query, and that
+// opening and closing cameras does not leak.
 #include <gtest/gtest.h>
 
 #include <deque>
@@ -108,7 +108,7 @@ TEST_F(RegistryTest, NothingIsLeftByQueriesOpeningAndClosing) {
       ASSERT_EQ(OrvikOpenCamera(index), Orvik_OK);
       ASSERT_EQ(OrvikCloseCamera(index), Orvik_OK);
     }
-    for (ScriptedCamera& camera : cameras_) {  // the script forgets, so that it does not grow
+    for (ScriptedCamera& camera : cameras_) {  // the logs must not grow
       camera.device->requests.clear();
       camera.device->flights.clear();
       camera.conversation.take();
@@ -121,7 +121,7 @@ TEST_F(RegistryTest, NothingIsLeftByQueriesOpeningAndClosing) {
   const ProcessCounts after = processCounts();
   EXPECT_LE(after.handles, before.handles);
   EXPECT_LE(after.threads, before.threads);
-#ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
+#ifndef __SANITIZE_ADDRESS__  // it retains freed memory
   EXPECT_LT(after.resident, before.resident + 1'048'576);
 #endif
 }

@@ -15,7 +15,7 @@
 
 namespace orvik::test {
 
-/// A virtual T15C behind the flat functions, on a bus where requests can fail.
+/// A virtual T15C behind the flat functions, on a bus on which requests can be made to fail.
 class ServiceBench : public ::testing::Test {
  protected:
   ServiceBench() {
@@ -34,9 +34,9 @@ class ServiceBench : public ::testing::Test {
     OrvikGetNumOfConnectedCameras();
   }
 
-  /// Lets the k-th request from now on fail; 0 for none.
+  /// Makes the k-th request from now on fail; 0 for none.
   void failRequest(int k) { failControl(*faults_, k); }
-  /// @param script in the language of docs/faults.md; "" for peace
+  /// @param script in the language of docs/faults.md; "" for no faults
   void disturb(std::string_view script) { faults_->setScript(scriptOf(script)); }
 
   void open() {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The service functions for firmware and flash, and a flash write that is broken off anywhere.
+// Tests the service functions for firmware and flash, with a flash write interrupted at every
+// request.
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -132,7 +133,7 @@ TEST_F(ServiceFirmwareTest, AWriteOutlivesALostRequestAndMoreNeverLeaveHalfAnIma
     const Orvik_ERROR_CODE told = flash(after);
     disturb("");
     if (told != Orvik_OK && verify(before) != Orvik_OK && verify(after) != Orvik_OK) {
-      // The flash may still be at the erasing that nobody waited for; the next one does.
+      // The flash may still be busy with an erase that nothing waited for; the next write waits.
       ASSERT_EQ(OrvikSetID(0, {}), Orvik_OK);
       EXPECT_EQ(read(0, 4), Bytes(4, 0xFF)) << "nothing starts without its signature, at " << k;
     }
@@ -195,7 +196,7 @@ TEST_F(ServiceFirmwareTest, RecordsAreReadBackBeforeTheyRun) {
   options.controlObserver = observerOf(conversation_);
   bench_.plug(options, "T06C");
   ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 2);
-  open();  // the T06C, whose class comes first
+  open();  // the T06C: its class comes first
   const std::string sections = fileOf(imageOf(pattern(100)), "sections");
   const std::string records = fileOf(streamOf(pattern(5000)), "records");
   EXPECT_EQ(OrvikLoadFirmware(0, sections.c_str()), Orvik_ERROR_FIRMWARE_IMAGE);

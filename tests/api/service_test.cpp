@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The service functions for darks, hot pixels and guiding, and what all of them check.
+// Tests the service functions for darks, hot pixels and guiding, and the checks common to all.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ constexpr std::size_t kDarkHeader = 1078;
 
 class ServiceTest : public ServiceBench {
  protected:
-  /// Has a dark of the whole sensor taken, with an exposure that shows its hot pixels.
+  /// Records a dark of the whole sensor, with an exposure that shows its hot pixels.
   void recordDark() {
     OrvikSetControlValue(0, Orvik_CTL_EXPOSURE, 400'000, Orvik_FALSE);
     ASSERT_EQ(OrvikSetROIFormat(0, kWidth, kHeight, 1, Orvik_IMG_RAW8), Orvik_OK);
@@ -64,7 +64,7 @@ class ServiceTest : public ServiceBench {
 
 struct Call {
   const char* name;
-  std::function<Orvik_ERROR_CODE(int)> call;  ///< with arguments that are to be refused
+  std::function<Orvik_ERROR_CODE(int)> call;  ///< with invalid arguments
   Orvik_ERROR_CODE refusal;
 };
 
@@ -213,7 +213,7 @@ TEST_F(ServiceTest, HotPixelsAreFoundInTheDarkAndKeptInTheCamera) {
 TEST_F(ServiceTest, ATableForWhichThereIsNoRoomIsRefused) {
   bench_.plug({}, "T01C");
   ASSERT_EQ(OrvikGetNumOfConnectedCameras(), 2);
-  open();  // the T01C, whose class comes first
+  open();  // the T01C: its class comes first
   ASSERT_EQ(OrvikMarkHotPixel(0, {639, 479}, Orvik_TRUE), Orvik_OK);
   ASSERT_EQ(OrvikSaveHotPixels(0), Orvik_OK);
   for (int pixel = 0; pixel < 640 * 480 * 5 / 8; pixel += 8) {

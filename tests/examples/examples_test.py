@@ -8,7 +8,7 @@ import tempfile
 import unittest
 
 FOLDER = os.path.abspath(sys.argv.pop(1))
-LIMIT = 120  # seconds that no run may take
+LIMIT = 120  # timeout of a run in seconds
 
 
 def run(program, *arguments, good=True):
@@ -49,7 +49,7 @@ class ExamplesTest(unittest.TestCase):
         self.assertEqual(output, "Vek T15C: 1.5 s\n")
         data = samples("long_exposure.pgm", 65535)
         self.assertEqual(len(data), 2 * 1304 * 976)
-        # The converter gives 12 bits, in the upper ones of 16: the low byte ends in zeros.
+        # The converter gives 12 bits, which are the upper ones of 16: the low bits are zero.
         low = sum(byte & 0x0F for byte in data[1::2])
         self.assertEqual(low, 0)
         run("long_exposure", "0", "T15C", good=False)
@@ -61,7 +61,7 @@ class ExamplesTest(unittest.TestCase):
         self.assertEqual(os.path.getsize("video.raw"), frames * 320 * 240)
 
     def test_cooling(self):
-        # Its sensor has the temperature of its surroundings, which are at 20: it is there at once.
+        # The sensor starts at the ambient temperature of 20, so the target is reached at once.
         output, _ = run("cooling", "20", "T13C_C")
         last = re.findall(r"([-\d.]+) degC", output)[-1]
         self.assertLessEqual(abs(float(last) - 20), 0.5)

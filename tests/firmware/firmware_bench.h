@@ -16,8 +16,8 @@
 
 namespace orvik::test {
 
-/// An open T15C on a bus where control transfers can fail, with a log of its requests:
-/// "A0 1000/0001 2048" out, "RA0 1000/0001 2048" in: request, value/index, bytes moved.
+/// An open T15C on a bus on which control transfers can be made to fail, with a log of its
+/// requests: "A0 1000/0001 2048" out, "RA0 1000/0001 2048" in: request, value/index, bytes moved.
 /// @tparam Model T15C, or the published class
 template <class Model>
 class BasicFirmwareBench {
@@ -40,9 +40,9 @@ class BasicFirmwareBench {
   }
 
   Model& camera() { return *camera_; }
-  /// Lets the k-th request from now on fail; 0 for none.
+  /// Makes the k-th request from now on fail; 0 for none.
   void failRequest(int k) { failControl(*faults_, k); }
-  /// @param script in the language of docs/faults.md; "" for peace
+  /// @param script in the language of docs/faults.md; "" for no faults
   void disturb(std::string_view script) { faults_->setScript(scriptOf(script)); }
   ManualClock& clock() { return *clock_; }
   std::vector<std::string> take() { return std::exchange(log_, {}); }
@@ -70,7 +70,7 @@ class BasicFirmwareBench {
 
 using FirmwareBench = BasicFirmwareBench<T15C>;
 
-/// Tries a few times, as a user would.
+/// Retries `attempt` a few times, as a user would.
 inline bool withPatience(const std::function<bool()>& attempt) {
   for (int n = 0; n < 5; ++n) {
     if (attempt()) return true;

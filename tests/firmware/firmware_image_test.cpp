@@ -54,7 +54,7 @@ TEST(FirmwareImage, LiesAboutLengths) {
   lie.resize(4000);
   EXPECT_EQ(parse(lie), FWDWNLOAD_SECTION_OVERRUN);
   lie = imageOf(pattern(64));
-  lie[4] = 17;  // one word more than there is before the end
+  lie[4] = 17;  // one word more than is left
   EXPECT_EQ(parse(lie), FWDWNLOAD_SECTION_OVERRUN);
   lie = imageOf(pattern(64));
   lie[1] = 'X';
@@ -66,7 +66,7 @@ TEST(FirmwareImage, NamesItsEeprom) {
       std::nullopt, std::nullopt, 4096, 8192, 16384, 32768, 65536, 65536};
   for (unsigned code = 0; code < 8; ++code) {
     Bytes image = imageHead(code);
-    image[2] |= 0xF1;  // other bits mean other things
+    image[2] |= 0xF1;  // other bits have other meanings
     EXPECT_EQ(eepromBytesOf(image), sizes[code]) << code;
   }
   EXPECT_FALSE(eepromBytesOf(Bytes{'C', 'Y'}));

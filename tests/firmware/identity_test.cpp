@@ -55,7 +55,7 @@ TEST(Identity, OutlivesALostRequestAndCanBeWrittenAgainAfterMore) {
     const bool toldNone = writeCameraId(bench.camera(), kId);
     bench.disturb("");
     EXPECT_EQ(toldNone, k == requests) << "only giving back the bus was lost";
-    // The flash may still be at the erasing that nobody waited for, and then asks for patience.
+    // The flash may still be busy with an erase that nothing waited for; a retry then succeeds.
     ASSERT_TRUE(withPatience([&] { return writeCameraId(bench.camera(), kId); })) << "at " << k;
   }
 }
@@ -64,7 +64,7 @@ TEST(Identity, AFlashThatStaysBusyIsWaitedForThirtySeconds) {
   FirmwareBench bench;
   bench.afterRequest = [](const sim::ControlRecord& record) {
     if (record.setup.requestType == 0xC0 && record.setup.request == 0xC4) {
-      // What the host receives lies behind the record.
+      // The record refers to the data that the host receives.
       const_cast<std::uint8_t&>(record.data.front()) = 1;
     }
   };

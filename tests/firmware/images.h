@@ -14,7 +14,7 @@ inline void append32(Bytes& bytes, std::uint32_t value) {
   }
 }
 
-/// Bytes of which no two neighbouring stretches are alike.
+/// Bytes in which adjacent sections always differ.
 inline Bytes pattern(std::size_t count) {
   Bytes bytes(count);
   std::uint32_t state = 1;
@@ -25,7 +25,7 @@ inline Bytes pattern(std::size_t count) {
   return bytes;
 }
 
-/// The head of a firmware image with an I2C size code.
+/// The header of a firmware image with an I2C size code.
 inline Bytes imageHead(unsigned sizeCode = 0) {
   return {'C', 'Y', static_cast<std::uint8_t>(sizeCode << 1U), 0xB0};
 }
@@ -41,7 +41,7 @@ inline void appendEnd(Bytes& image, std::uint32_t entry) {
   append32(image, entry);
 }
 
-/// An image of one section.
+/// An image with one section.
 inline Bytes imageOf(const Bytes& data, std::uint32_t address = 0x1000, unsigned sizeCode = 0) {
   Bytes image = imageHead(sizeCode);
   appendSection(image, address, data);
@@ -57,7 +57,7 @@ inline void appendRecord(Bytes& stream, unsigned address, const Bytes& data) {
   stream.insert(stream.end(), data.begin(), data.end());
 }
 
-/// A record stream of one record at address 0.
+/// A record stream with one record at address 0.
 inline Bytes streamOf(const Bytes& data) {
   Bytes stream = {0xC2, 0, 0, 0, 0, 0, 0, 0};
   appendRecord(stream, 0, data);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build into an empty place and uses it as programs do: through pkg-config, through the
-# CMake package; and compares the exported names with the interface.
+# Installs the build into an empty folder and uses it as programs do: through pkg-config and through
+# the CMake package. Also compares the exported names with the interface.
 # usage: check_install.sh BUILD_DIR SOURCE_DIR C_COMPILER CXX_COMPILER SANITIZERS
 set -euo pipefail
 build=$1 source=$2 compiler=$3 cxx_compiler=$4 sanitizers=$5
@@ -23,7 +23,7 @@ echo "pkg-config, C99"
   -o "$place/frame" $(pkg-config --cflags --libs orvik_sim orvik)
 "$place/frame"
 
-# Sanitizers come with the compiler of the build; without them any compiler can use the library.
+# A build with sanitizers needs its own compiler; without sanitizers any compiler can be used.
 cxx_compilers=("$cxx_compiler")
 if [ -z "$sanitizers" ]; then
   for other in g++ clang++; do
@@ -39,7 +39,7 @@ for cxx in "${cxx_compilers[@]}"; do
     "$place/classes"
   done
 done
-for header in "$place/prefix/include/orvik"/*.h; do  # each can be included alone
+for header in "$place/prefix/include/orvik"/*.h; do  # each can be included on its own
   echo "#include <orvik/$(basename "$header")>" >"$place/alone.cpp"
   # shellcheck disable=SC2046
   "$cxx_compiler" -std=c++17 -Wall -Wextra -pedantic -Werror -fsyntax-only "$place/alone.cpp" \
@@ -81,7 +81,7 @@ diff <(declared orvik_sim.h | grep '^OrvikSim') <(exported liborvik_sim.so)
 
 echo "exported classes"
 classes=$(sed -nE 's/^class ORVIK_API (C[A-Za-z0-9_]+).*/\1/p' "$place/prefix/include/orvik"/*.h | sort)
-# Members, virtual tables and type information of the published classes, and nothing else of C++.
+# Members, virtual tables and type information of the published classes, and no other C++ symbols.
 exported_cxx() { nm -DC --defined-only "$library_dir/liborvik.so" | cut -d' ' -f3- | sed 's/@.*//' | grep -F '::'; }
 other=$(exported_cxx | sed -E 's/^(vtable|typeinfo|typeinfo name) for //' |
   grep -vE "^orvik::($(paste -sd'|' <<<"$classes"))(::|$)" || true)

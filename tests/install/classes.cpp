@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a C++ program sees of the installed class interface: it compiles, links, runs, takes a
-// frame, and can ask an object what it is.
+// Tests the installed class interface from a C++ program: it compiles, links, runs, takes a frame,
+// and can query the type of an object.
 #include <orvik/classes.h>
 #include <orvik/orvik_sim.h>
 

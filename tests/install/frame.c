@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* What a C99 program sees of the installed library: it compiles, links, runs, and takes a frame. */
+/* Tests the installed library from a C99 program: it compiles, links, runs, and takes a frame. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -15,7 +15,7 @@ static int expect(int condition, const char* what) {
   return condition ? 0 : 1;
 }
 
-/* Takes one frame of a type and looks for light in its middle. */
+/* Takes one frame of an image type and checks that its centre is lit. */
 static int takeFrame(IMG_TYPE type, int bytesPerPixel, unsigned char* frame) {
   const int32_t size = kPixels * bytesPerPixel;
   int failures = 0;
@@ -34,7 +34,7 @@ static int askVersion(void) {
          expect(version.firmware > 0, "firmware");
 }
 
-/* What programs that tell cameras apart do. */
+/* Identifies a camera as programs do that distinguish cameras. */
 static int useIdentity(void) {
   Orvik_DEVICE device;
   int count = 0, handle = 0;

@@ -15,7 +15,7 @@ TEST(BandwidthLawTest, LineLengthKeepsWithinWhatTheLinkCarries) {
         const double framesPerSecond = 18562e3 / (cycles * 994.0);
         const double bytesPerSecond = framesPerSecond * 976 * 1304 * (wide ? 2 : 1);
         const double allowed = bandwidth * bytesPerPercent * 10.0;
-        // Cutting off the fraction of a cycle may go over by as much as one cycle in a line.
+        // Truncating to whole cycles may exceed the limit by up to one cycle per line.
         EXPECT_LE(bytesPerSecond, allowed * (cycles + 1.0) / cycles * 1.0001);
         if (cycles > 292) {
           EXPECT_GE(bytesPerSecond, allowed * 0.999);

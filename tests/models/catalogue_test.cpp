@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the rows of the catalogue have by rule, and what is made of them.
+// Tests the rules that the rows of the catalogue follow, and the cameras made from them.
 #include "models/catalogue.h"
 
 #include <gtest/gtest.h>

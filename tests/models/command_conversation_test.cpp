@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// T02C, whose sensor takes commands. The scripted sensor keeps its variables and is slow at will.
+// Tests the requests to a T02C, whose sensor is controlled by commands. The scripted sensor stores
+// its variables and can be made slow.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -82,8 +83,8 @@ TEST_F(CommandConversationTest, AVariableIsWrittenAndReadByFourRegistersAndAComm
 TEST_F(CommandConversationTest, SettingsAreVariablesThatAreTakenOver) {
   open();
   ASSERT_TRUE(camera_.setResolution(640, 480, 1, IMAGE_8BIT));
-  // In the middle: row 16, column 44. 728 + 94 cycles of 24 MHz, 34.25 us a line: 33000 us are 963
-  // lines, which make the frame longer than 480 + 18.
+  // The region is centred: row 16, column 44. A line has 728 + 94 cycles of 24 MHz, which is
+  // 34.25 us: 33000 us are 963 lines, which make the frame longer than 480 + 18 lines.
   EXPECT_THAT(written_,
               ElementsAre(std::pair(0x0100, 16), std::pair(0x0102, 44), std::pair(0x0104, 480),
                           std::pair(0x0106, 640), std::pair(0x010A, 822), std::pair(0x0108, 964),

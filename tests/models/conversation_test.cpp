@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a T15C receives when it is opened, set and started: every register, in order.
+// Tests which registers a T15C receives, in order, when it is opened, configured and started.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 
 /// The line length of the full sensor at 100 percent of USB 3: the link carries
-/// 190906 * 100 * 10 bytes a second, that is 150 frames, so the sensor's minimum of 292 decides.
+/// 190906 * 100 * 10 bytes a second, which is 150 frames, so the sensor's minimum of 292 applies.
 const Lines kLineLength292 = {"F1=01", "F19=24", "F20=01", "F1=00"};
 
 /// An exposure of 10000 us with 976 rows, 292 cycles, 18562 kHz: frame length 994, shutter 358.
@@ -57,10 +57,10 @@ TEST_F(ConversationTest, Initialisation) {
   ASSERT_TRUE(camera_.open(1));
   ASSERT_TRUE(camera_.initialise());
 
-  // Whatever a program before this one has left on goes off first: the four guide lines, the
-  // stream, the flash's bus.
+  // First, everything that a previous program may have left on is switched off: the four guide
+  // lines, the stream and the flash's bus.
   const Lines safe = {"B1", "B1", "B1", "B1", "AA", "BE"};
-  // The flash has the bus for one page: no table of hot pixels there.
+  // The flash has the bus for one page, which holds no table of hot pixels.
   const Lines questions = {"RB4", "BE", "RC3", "BE", "RAD", "RBC", "RBC", "RBC"};
   const Lines table = {"S3003=01", "S300F=00", "S3012=2C", "S3013=01", "S3016=08", "S301D=C2",
                        "S3070=02", "S3071=01", "S309E=22", "S30A5=FB", "S30A6=02", "S30B3=FF",
@@ -174,7 +174,7 @@ TEST_F(ConversationTest, CamerasOfOneModelHaveLineLengthsOfTheirOwn) {
   };
   camera_.setResolution(320, 240, 1, IMAGE_8BIT);
   const float alone = fastest(camera_);
-  T15C other;  // on USB 2 it comes first in its class
+  T15C other;  // on USB 2 it is the first of its class
   ASSERT_TRUE(other.open(1) && other.initialise());
   ASSERT_TRUE(other.setResolution(640, 480, 2, IMAGE_RAW16)) << "with the shortest of lines";
   EXPECT_EQ(fastest(camera_), alone);
@@ -183,7 +183,7 @@ TEST_F(ConversationTest, CamerasOfOneModelHaveLineLengthsOfTheirOwn) {
 TEST_F(ConversationTest, StartAndStop) {
   open();
   camera_.setResolution(1304, 976, 1, IMAGE_8BIT);
-  camera_.setExposure(20000, false);  // above the frame time: reads have a second to come
+  camera_.setExposure(20000, false);  // above the frame time: read timeout of 1 s
   conversation_.take();
   ASSERT_TRUE(camera_.startCapture(false));
   ASSERT_TRUE(camera_.startCapture(false));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The laws and the frames of the end-mark models.
+// Tests the timing and the frame protocol of the end-mark models.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a camera sends at a bandwidth, and what its link carries.
+// Compares the data rate of a camera at a given bandwidth with the capacity of its link.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace {
 
 class LinkRate : public ::testing::Test {
  protected:
-  /// Plugs the camera and starts a video of its whole sensor.
+  /// Plugs in the camera and starts a video of its whole sensor.
   void start(const sim::CameraOptions& options, int percent, bool automatic) {
     id_ = bench_.plug(options);
     ASSERT_TRUE(camera_.open(1) && camera_.initialise());

@@ -7,7 +7,7 @@ namespace orvik::marked {
 namespace {
 
 TEST(MarkedTimingTest, LongExposuresMakeTheFrameLonger) {
-  // The longest exposure inside the frame time of 993 lines, 15620 us, and the first beyond it.
+  // The longest exposure within the frame time of 993 lines, 15620 us, and the shortest above it.
   EXPECT_EQ(shutterFor(15620, 976, 292, 18562).frameLength, 994U);
   EXPECT_EQ(shutterFor(15620, 976, 292, 18562).shutterStart, 2U);
   const ShutterTiming beyond = shutterFor(15621, 976, 292, 18562);
@@ -17,7 +17,7 @@ TEST(MarkedTimingTest, LongExposuresMakeTheFrameLonger) {
 }
 
 TEST(MarkedTimingTest, ShutterStaysWithinTheFrame) {
-  // Less than a line: the shutter cannot open later than two lines before the frame ends.
+  // For less than a line: the shutter cannot open later than two lines before the frame ends.
   const ShutterTiming shortest = shutterFor(1, 976, 292, 18562);
   EXPECT_EQ(shortest.shutterStart, 976U + 16);
   EXPECT_EQ(shortest.exposureLines, 0U);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The tables of models in README.md and docs/hardware.md are made from the catalogue; this test
-// makes them, or finds them out of date.
+// The tables of models in README.md and docs/hardware.md are generated from the catalogue. This
+// test generates them, or checks that they are up to date.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -26,7 +26,7 @@ std::string bins(const ModelRow& model) {
   return text.str();
 }
 
-/// The names of the products that are not called like the model.
+/// The names of the products that differ from the name of the model.
 std::string variants(const ModelRow& model) {
   std::ostringstream text;
   for (const Product& product : model.products) {

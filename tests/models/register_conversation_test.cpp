@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the cameras with 16-bit sensor registers receive. The numbers are worked out by hand.
+// Tests which requests the cameras with 16-bit sensor registers receive. The expected values were
+// calculated by hand.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-/// Registers in one hold.
+/// Register writes enclosed in one hold.
 Lines held(const Lines& lines) { return Lines{"W3001=0001"} + lines + Lines{"W3001=0000"}; }
 
 template <class Camera>
@@ -41,7 +42,7 @@ struct Bench {
   Camera camera;
 };
 
-/// Whatever a program before this one has left on goes off first: guide lines, stream, flash's bus.
+/// Switches off what a previous program may have left on: guide lines, stream and the flash's bus.
 const Lines kSafe = {"B1", "B1", "B1", "B1", "AA", "BE"};
 
 const Lines kQuestions = {"RB4", "BE", "RC3", "BE", "RAD", "RBC", "RBC", "RBC"};
@@ -66,7 +67,7 @@ TEST(RegisterConversationTest, T06CRegionDepthAndClock) {
   Bench<T06C> bench(identity::PID_T06C);
   bench.open();
   ASSERT_TRUE(bench.camera.setResolution(1280, 960, 1, IMAGE_8BIT));
-  // 80 percent of USB 2 carries 28.17 frames a second, 871 cycles a line: the shortest decides.
+  // 80 percent of USB 2 carries 28.17 frames a second, 871 cycles a line: the minimum applies.
   const Lines position = held({"W3002=0000", "W3004=0000"});
   const Lines area = held({"W3006=03C0", "W3008=0500"});
   const Lines line = held({"W300C=055E"}) + Lines{"F19=5E", "F20=05"};
@@ -111,7 +112,7 @@ TEST(RegisterConversationTest, BinningReadsTheWholeAreaInTheMiddle) {
 TEST(RegisterConversationTest, WhoTimesAnExposure) {
   Bench<T06C> late(identity::PID_T06C);
   late.open();
-  // At 57.25 us a line 65535 lines last 3.75 s; beyond, the sensor cannot count.
+  // At 57.25 us a line, 65535 lines last 3.75 s; the sensor cannot time longer exposures.
   late.camera.setExposure(3'700'000, false);
   EXPECT_THAT(late.sent(), ElementsAreArray(held({"W300A=FC75", "W3012=FC74"})));
   EXPECT_FALSE(late.camera.state().longExposure);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The udev rules are made from the catalogue; this test makes them, or finds them out of date.
+// The udev rules are generated from the catalogue. This test generates them, or checks that they
+// are up to date.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

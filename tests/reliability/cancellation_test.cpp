@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A thread that is cancelled inside a call ends after it, and the camera is none the worse for it.
+// A thread that is cancelled inside a call ends after that call, and the camera keeps working.
 #include <gtest/gtest.h>
 #include <pthread.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Close always returns and leaves nothing behind; a camera that was left in the middle of something
-// opens and works; no answer of a camera ends the process.
+// Closing always returns and leaks nothing; a camera that was left in the middle of an operation
+// opens and works; no answer of a camera terminates the process.
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -20,7 +20,7 @@ void PrintTo(const Trouble& trouble, std::ostream* out) { *out << trouble.name; 
 
 class Close : public FaultyBench, public ::testing::WithParamInterface<Trouble> {
  protected:
-  /// One camera's life, in trouble from its second half on.
+  /// Opens, uses and closes a camera, with faults after the first frame or the snapshot's start.
   void live(int round) {
     ASSERT_EQ(OrvikOpenCamera(0), Orvik_OK);
     setRegion(kWidth, kHeight, Orvik_IMG_RAW8);
@@ -39,7 +39,7 @@ class Close : public FaultyBench, public ::testing::WithParamInterface<Trouble> 
 TEST_P(Close, LeavesNeitherThreadsNorHandles) {
   openCamera("T13C_C");
   OrvikCloseCamera(0);
-  for (int round = 0; round < 2; ++round) live(round);  // what is made once is made
+  for (int round = 0; round < 2; ++round) live(round);  // one-time allocations
   const ProcessCounts before = processCounts();
   for (int round = 0; round < 6; ++round) live(round);
   EXPECT_TRUE(eventually([&] { return processCounts().threads <= before.threads; }))
@@ -51,8 +51,8 @@ TEST_P(Close, LeavesNeitherThreadsNorHandles) {
   EXPECT_EQ(getFrame(), Orvik_OK);
 }
 
-// The camera of a program that was killed goes on with what it was told last: none of the requests
-// that would end it has arrived.
+// When a program is killed, the camera continues with its last settings: none of the requests that
+// would stop it arrives.
 INSTANTIATE_TEST_SUITE_P(, Close,
                          ::testing::Values(Trouble{"InPeace", ""},
                                            Trouble{"LeftStreaming", "control fail"},
@@ -66,7 +66,7 @@ using LeftStreaming = FaultyBench;
 TEST_F(LeftStreaming, TheNextProgramGetsWholeFramesOfItsOwn) {
   openCamera();
   for (int round = 0; round < 4; ++round) {
-    // Another region each time: what is left of the former frames would not fit.
+    // The region differs each time, so that frames left over from the last program do not fit.
     setRegion(640, 480, Orvik_IMG_RAW16);
     ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
     ASSERT_EQ(getFrame(), Orvik_OK);
@@ -84,7 +84,7 @@ TEST_F(LeftStreaming, TheNextProgramGetsWholeFramesOfItsOwn) {
 
 class Nonsense : public FaultyBench {
  protected:
-  /// Opens, uses and closes whatever opens.
+  /// Opens, uses and closes every camera that can be opened.
   static void useAll() {
     const int count = OrvikGetNumOfConnectedCameras();
     for (int index = 0; index < count; ++index) {
@@ -114,7 +114,7 @@ class Nonsense : public FaultyBench {
 TEST_F(Nonsense, InDescriptorsIsRefusedOrServed) {
   plug();
   plug("T13C_C");
-  ::testing::internal::CaptureStderr();  // where malformed descriptors are named
+  ::testing::internal::CaptureStderr();  // malformed descriptors are reported there
   for (int seed = 1; seed <= 12; ++seed) {
     setFaults("control 06 flip " + std::to_string(seed) + " chance 0.1; control 06 short " +
               std::to_string(seed) + " chance 0.1; seed " + std::to_string(seed));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Every call ends by its deadline, whatever the camera and the host controller do.
+// Every call returns by its deadline, whatever the camera and the host controller do.
 #include <gtest/gtest.h>
 
 #include <future>
@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 using Deadline = FaultyBench;
 
-/// A camera that takes no requests of its maker any more, but still tells what it is.
+/// The camera stops answering vendor requests, but still answers requests for descriptors.
 constexpr const char* kFallsSilent =
     "control A7 timeout; control A9 timeout; control AA timeout; control AB timeout;"
     "control AC timeout; control AD timeout; control AE timeout; control AF timeout;"
@@ -21,7 +21,7 @@ constexpr const char* kFallsSilent =
     "control B7 timeout; control BC timeout; control BD timeout; control BE timeout;"
     "control C2 timeout; control C3 timeout; control C4 timeout; control C7 timeout";
 
-// Opening takes a hundred requests, a change of the region half as many.
+// Opening takes about a hundred requests, a change of the region of interest half as many.
 TEST_F(Deadline, OfCallsOfManyRequestsToASilentCamera) {
   openCamera();
   setFaults(kFallsSilent);
@@ -52,7 +52,7 @@ TEST_F(Deadline, OfASilentCamera) {
   ASSERT_EQ(OrvikStartVideoCapture(0), Orvik_OK);
   ASSERT_EQ(getFrame(), Orvik_OK);
   setFaults("control timeout; bulk timeout");
-  // What was in flight or waited when the camera fell silent comes first.
+  // First come the frames that were in flight or queued when the camera stopped answering.
   for (int quiet = 0; quiet < 3;) quiet = getFrame(300) == Orvik_OK ? 0 : quiet + 1;
   EXPECT_LT(timeOf([&] { EXPECT_EQ(getFrame(100), Orvik_ERROR_NO_FRAME); }), 5s);
   EXPECT_LT(timeOf([] {
@@ -81,7 +81,7 @@ TEST_F(Deadline, OfAWaitWhoseWorkerIsLeftToItself) {
   EXPECT_LT(timeOf([] { OrvikStopVideoCapture(0); }), 8s);
   EXPECT_LT(waiting.get() - stopped, 2s) << "it need not wait for the worker";
 
-  // The worker still reads: another beside it would take its frames.
+  // The abandoned worker still reads; a second worker would lose frames to it.
   EXPECT_LT(timeOf([] { EXPECT_EQ(OrvikStartExposure(0), Orvik_OK); }), 2s);
   EXPECT_EQ(status(), Orvik_EXPSTATE_FAILED);
   EXPECT_EQ(OrvikStartVideoCapture(0), Orvik_ERROR_NO_CAMERA_OBJECT);
@@ -90,7 +90,7 @@ TEST_F(Deadline, OfAWaitWhoseWorkerIsLeftToItself) {
   EXPECT_EQ(getFrame(), Orvik_OK) << "once it has ended, the camera works again";
 }
 
-/// A host controller that does not give requests back: the worst that a close can meet.
+/// The host controller does not return requests: the worst case for closing.
 TEST_F(Deadline, OfACloseWhenNothingIsGivenBack) {
   for (const char* model : {"T15C", "T13C_C"}) {
     openCamera(model);

@@ -17,8 +17,8 @@
 
 namespace orvik::test {
 
-/// Virtual cameras in the place of the USB bus, with a script of faults between them and the
-/// driver. Everything is done through the flat interface.
+/// Virtual cameras in place of the USB bus, with a fault script between them and the driver. All
+/// calls go through the flat interface.
 class FaultyBench : public ::testing::Test {
  protected:
   static constexpr int kWidth = 320;  ///< a frame of this size is one read
@@ -43,8 +43,8 @@ class FaultyBench : public ::testing::Test {
     return host_->plug(*sim::findModel(model), options);
   }
 
-  /// Plugs and opens camera 0 with a small region and an exposure above its frame time, so that the
-  /// driver waits for its reads with patience.
+  /// Plugs in and opens camera 0 with a small region of interest and an exposure above its frame
+  /// time, so that the driver reads with a long timeout.
   /// @return the virtual camera's id.
   int openCamera(const char* model = "T15C") {
     const int id = plug(model);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A program that ends in the middle of everything, by returning from main(), ends in peace. Each
-// round is a process of its own, which ends a little later in its capture than the one before.
+// A program that returns from main() while cameras are in use ends without an error. Each round is
+// a separate process, which ends a little later in its capture than the previous one.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,7 +17,8 @@ namespace {
 
 constexpr int kRounds = 12;
 
-/// Leaves three cameras open: in a video with automatic control, in an exposure, and cooling.
+/// Leaves three cameras open: one in a video with automatic control, one in an exposure, and one
+/// that is cooling.
 int leave(int afterMs) {
   OrvikSimPlug("T15C", "pace=free");
   OrvikSimPlug("T02C", "");

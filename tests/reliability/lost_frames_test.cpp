@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Every frame that arrives damaged is counted and never delivered, and a slow reader costs frames,
-// never memory.
+// Every frame that arrives damaged is counted and never delivered. A slow reader loses frames, but
+// does not make memory grow.
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -22,7 +22,7 @@ void PrintTo(const Damage& damage, std::ostream* out) { *out << damage.name; }
 
 class LostFrames : public FaultyBench, public ::testing::WithParamInterface<Damage> {
  protected:
-  /// Captures until three frames have been struck and three more have come.
+  /// Captures until three frames have been damaged and three more have been delivered.
   void expectThreeLost() {
     std::string script;
     for (const char* moment : {"at 7", "at 20", "at 33"}) {
@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(, LostFrames,
                                                   fault::Action::kOverflow}),
                          [](const auto& instance) { return instance.param.name; });
 
-/// Damage that only shows where the marks are: in frames of one read.
+/// Damage that shows only in the marks of a frame; the frames are of one read.
 class SpoiltMarks : public LostFrames {};
 
 TEST_P(SpoiltMarks, AreCounted) {
@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(, SpoiltMarks,
                                            Damage{"TornFrame", "bulk tear", fault::Action::kTear}),
                          [](const auto& instance) { return instance.param.name; });
 
-/// Trouble that is no frame, and must not stop the frames.
+/// Faults that damage single requests and must not stop the video.
 class Hiccups : public FaultyBench, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(Hiccups, DoNotEndTheVideo) {
@@ -100,7 +100,7 @@ TEST_F(SlowReader, CostsFramesNeverMemory) {
   ASSERT_TRUE(eventually([] { return dropped() >= 5; }));
   const std::size_t before = processCounts().resident;
   ASSERT_TRUE(eventually([] { return dropped() >= 65; }));
-  // Sixty frames of 0.6 MB have come meanwhile.
+  // Sixty frames of 0.6 MB have arrived in the meantime.
   EXPECT_LT(processCounts().resident, before + 20'000'000);
   EXPECT_EQ(getFrame(0), Orvik_OK);
 }

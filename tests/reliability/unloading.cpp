@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A program that loads the libraries by itself, and unloads them with a cooled camera open: the
-// camera's threads go on, and who loads the libraries again finds it.
+// A program loads the libraries at run time and unloads them while a cooled camera is open. The
+// camera's threads continue, and after loading the libraries again the camera is still open.
 // usage: PROGRAM LIBORVIK LIBORVIK_SIM
 #include <dlfcn.h>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Both libraries, for the life of this object.
+/// Keeps both libraries loaded during the lifetime of this object.
 class Libraries {
  public:
   Libraries(const char* driver, const char* sim)
@@ -37,7 +37,7 @@ class Libraries {
   void* sim_;
 };
 
-// The function's own type, found by its name; nothing is linked.
+// Looks the function up by name and casts it to its type; nothing is linked.
 #define CALL(libraries, name) (libraries).find(static_cast<decltype(&name)>(nullptr), #name)
 
 bool openCooledCamera(const Libraries& libraries) {
@@ -64,12 +64,12 @@ int main(int argc, char** argv) {
   {
     const Libraries libraries(argv[1], argv[2]);
     if (!libraries.areLoaded()) return failed(dlerror());
-    // On a thread that ends: what a thread keeps for itself in a library keeps that loaded.
+    // On a thread that ends, because thread-local objects of a library keep that library loaded.
     bool opened = false;
     std::thread([&] { opened = openCooledCamera(libraries); }).join();
     if (!opened) return failed("no camera could be opened");
   }
-  // The cooler's thread measures again meanwhile.
+  // The cooler's thread takes a measurement in the meantime.
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   const Libraries again(argv[1], argv[2]);
   if (!again.areLoaded()) return failed(dlerror());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An unplug wakes whoever waits, and is reported by the calls that follow.
+// An unplug wakes all waiting callers and is reported by the calls that follow.
 #include <gtest/gtest.h>
 
 #include <future>
@@ -25,7 +25,7 @@ void PrintTo(const Wait& wait, std::ostream* out) { *out << wait.name; }
 
 class Unplug : public FaultyBench, public ::testing::WithParamInterface<Wait> {
  protected:
-  /// @return how long after the unplug the waiting caller came back.
+  /// @return the time from the unplug to the return of the waiting caller.
   Steady::duration timeToWake() {
     const int id = openCamera();
     EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_EXPOSURE, GetParam().exposureUs, Orvik_FALSE),
@@ -56,7 +56,7 @@ class Unplug : public FaultyBench, public ::testing::WithParamInterface<Wait> {
 };
 
 TEST_P(Unplug, WakesAWaitWithoutLimitWithinASecond) {
-  // A busy machine may be late by itself, but hardly three times in a row.
+  // On a busy machine one attempt may be late, but three in a row are unlikely to be.
   Steady::duration woken = timeToWake();
   for (int again = 0; again < 2 && woken >= 1s; ++again) woken = timeToWake();
   EXPECT_LT(woken, 1s);
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(, Unplug,
 
 class Unplugged : public FaultyBench {
  protected:
-  /// What the calls that need the camera say once it is gone.
+  /// Expects the calls that need the camera to fail once it is unplugged.
   void expectReported() {
     EXPECT_EQ(OrvikSetControlValue(0, Orvik_CTL_EXPOSURE, 5000, Orvik_FALSE),
               Orvik_ERROR_DRIVER_FAILED);

@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// One of `values`, by chance.
+/// @return one of `values`, chosen at random.
 template <typename T, std::size_t kCount>
 T pick(sim::Random& random, const std::array<T, kCount>& values) {
   return values.at(static_cast<std::size_t>(random.below(static_cast<int>(kCount))));
@@ -55,7 +55,7 @@ void CameraCallers::end() {
   if (tuner_.joinable()) tuner_.join();
 }
 
-/// Calls on a camera that is not open are worth a try now and then, but no hurry.
+/// Reports whether the camera is open. Calls on a closed camera are tried too, but less often.
 bool CameraCallers::isOpen(Calls& calls) {
   const std::shared_lock insideACall(inside_);
   int count = 0;
@@ -127,7 +127,7 @@ void CameraCallers::useControls(sim::Random& random) {
                    [&] { return OrvikGetControlCaps(index_, random.below(20) - 1, &caps); });
   const auto type = static_cast<Orvik_CONTROL_TYPE>(random.below(20) - 1);
   std::int32_t value = pick(random, kValues);
-  // Short exposures for the most part, or nothing else would ever happen.
+  // Most exposures are short, because long ones would take up the whole round.
   if (type == Orvik_CTL_EXPOSURE && random.below(10) != 0) value = 100 + random.below(20'000);
   const auto automatic = static_cast<Orvik_BOOL>(random.below(3));
   conducting_.make("OrvikSetControlValue",
@@ -169,7 +169,7 @@ void CameraCallers::fetch(sim::Random random) {
     IMG_TYPE type = Orvik_IMG_RAW8;
     fetching_.make("OrvikGetROIFormat",
                    [&] { return OrvikGetROIFormat(index_, &width, &height, &bin, &type); });
-    // Exactly as large as it has to be, or too small.
+    // Either exactly the required size, or too small.
     const std::size_t bytes = static_cast<std::size_t>(random.below(3)) *
                               static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
                               3 / 2;
@@ -220,7 +220,7 @@ void CameraCallers::tuneOnce(sim::Random& random) {
       return set(Orvik_CTL_BANDWIDTH, 40 + random.below(61));
     case 4:
       return set(Orvik_CTL_GAIN, random.below(300));
-    case 5:  // into the exposures that the host times, and soon out of them again
+    case 5:  // starts an exposure timed by the host and soon ends it
       set(Orvik_CTL_EXPOSURE, 1'000'000 + random.below(200'000));
       std::this_thread::sleep_for(std::chrono::milliseconds(random.below(30)));
       [[fallthrough]];

@@ -11,13 +11,14 @@
 
 namespace orvik::soak {
 
-/// Three threads that use one camera index in every way that the interface allows, and in many that
-/// it refuses: one conducts (formats, captures, controls, flash), one fetches frames, and one tunes
-/// while they are delivered: it changes all that makes frames another size or another kind.
+/// Three threads that use one camera index in every way that the interface allows, and in many ways
+/// that it refuses. One thread conducts (formats, captures, controls, flash) and one fetches
+/// frames. Meanwhile the third tunes: it changes everything that alters the size or the type of
+/// frames.
 ///
-/// The rules that callers have to keep are kept: nobody is inside a call while the camera is
-/// closed, captures are started and stopped by one thread at a time, and the start position is not
-/// set while another thread sets the format.
+/// They keep the rules for callers: no thread is inside a call while the camera is closed, captures
+/// are started and stopped by one thread at a time, and the start position is not set while another
+/// thread sets the format.
 class CameraCallers {
  public:
   CameraCallers(int index, std::uint64_t seed);
@@ -25,16 +26,16 @@ class CameraCallers {
   CameraCallers(const CameraCallers&) = delete;
   CameraCallers& operator=(const CameraCallers&) = delete;
 
-  /// Makes no further calls. For the controlling thread.
+  /// Stops making calls. To be called by the controlling thread.
   void end();
 
   [[nodiscard]] const Calls& conducting() const { return conducting_; }
   [[nodiscard]] const Calls& fetching() const { return fetching_; }
   [[nodiscard]] const Calls& tuning() const { return tuning_; }
-  /// Images that have been delivered.
+  /// @return the number of images delivered.
   [[nodiscard]] std::uint64_t images() const { return images_; }
 
-  /// Calls `close` while none of them is inside a call. For the controlling thread.
+  /// Calls `close` while no thread is inside a call. To be called by the controlling thread.
   template <class Close>
   void whileOutside(Calls& calls, Close close) {
     closing_ = true;
@@ -67,7 +68,7 @@ class CameraCallers {
   std::atomic<std::uint64_t> images_{0};
   std::atomic<bool> over_{false};
   std::atomic<bool> closing_{false};
-  std::shared_mutex inside_;  ///< shared: a call; whole: the close
+  std::shared_mutex inside_;  ///< shared: a call; exclusive: the close
   std::mutex capture_;        ///< starting and stopping
   std::mutex format_;         ///< format and start position
   std::thread conductor_;

@@ -10,8 +10,8 @@
 
 namespace orvik::soak {
 
-/// Memory of a size that is changed at will, whose last byte is followed by a page that nobody may
-/// touch: a byte written too far ends the program where it is written, with a sanitizer or without.
+/// Memory of variable size, followed by an inaccessible page: a write beyond the last byte ends the
+/// program at once, with or without a sanitizer.
 class GuardedBuffer {
  public:
   GuardedBuffer() = default;
@@ -19,7 +19,7 @@ class GuardedBuffer {
   GuardedBuffer& operator=(const GuardedBuffer&) = delete;
   ~GuardedBuffer() { release(); }
 
-  /// @return memory of `bytes` bytes, valid until the next call; null for none at all.
+  /// @return memory of `bytes` bytes, valid until the next call; null for 0 bytes.
   unsigned char* resize(std::size_t bytes) {
     const std::size_t pages = (bytes + page() - 1) / page();
     if (pages != pages_) {

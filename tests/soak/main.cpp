@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // orvik_soak SECONDS [SEED]: random legal and illegal calls from several threads, against virtual
-// cameras with random faults. Each round has a seed of its own, which is printed before it begins:
-// `orvik_soak 1 SEED` plays that round again, with the same calls and faults in each thread; only
-// how the threads meet is the machine's own.
+// cameras with random faults. Each round has its own seed, which is printed before the round
+// begins. `orvik_soak 1 SEED` repeats that round with the same calls and faults in each thread;
+// only the interleaving of the threads can differ.
 #include <malloc.h>
 
 #include <algorithm>
@@ -25,10 +25,10 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kRound = 3s;
-/// How long a worker that was left to itself may take to end after the last close.
+/// Timeout for an abandoned worker to end after the last close.
 constexpr auto kPatience = 30s;
-/// What the allocator and the tables that are made once may hold on to. Sanitizers keep freed
-/// memory back; with them their own leak check stands in.
+/// Memory that the allocator and tables created once may retain. Sanitizers retain freed memory;
+/// with them, their own leak check is used instead.
 constexpr std::size_t kMemorySlack = std::size_t{48} << 20U;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -37,7 +37,7 @@ constexpr bool kMemoryTells = false;
 constexpr bool kMemoryTells = true;
 #endif
 
-/// What is left over after a round is not more than before it.
+/// Checks that a round has left no more threads, handles and memory than there were before.
 bool leftNothing(const test::ProcessCounts& before) {
   const auto end = Clock::now() + kPatience;
   malloc_trim(0);
@@ -66,7 +66,7 @@ int run(double seconds, std::uint64_t seed) {
         playRound(seed, std::chrono::duration_cast<std::chrono::milliseconds>(lasts));
     std::printf("  %ju calls, %ju images\n", std::uintmax_t{tally.calls},
                 std::uintmax_t{tally.images});
-    // The first round makes what is made once, and is the measure for the others.
+    // The first round makes the one-time allocations; later rounds are compared with it.
     if (round == 0) {
       malloc_trim(0);
       before = test::processCounts();
@@ -84,7 +84,7 @@ int run(double seconds, std::uint64_t seed) {
 }  // namespace orvik::soak
 
 int main(int argc, char** argv) {
-  // Else what threads of the past have freed stays with the allocator, and looks like a leak.
+  // Otherwise memory freed by ended threads stays with the allocator and looks like a leak.
   mallopt(M_ARENA_MAX, 1);
   const double seconds = argc > 1 ? std::strtod(argv[1], nullptr) : 0;
   if (argc > 3 || !(seconds > 0)) {

@@ -9,13 +9,13 @@
 
 namespace orvik::soak {
 
-/// One of the words, at random.
+/// @return one of the words, chosen at random.
 template <std::size_t N>
 const char* oneOf(const std::array<const char*, N>& words, sim::Random& random) {
   return words.at(static_cast<std::size_t>(random.below(int{N})));
 }
 
-/// An amount that a driver must cope with within its deadlines.
+/// @return an amount that the driver must handle within its deadlines.
 inline std::string randomAmount(const fault::Amount& amount, sim::Random& random) {
   using Kind = fault::Amount::Kind;
   if (amount.kind == Kind::kBytes) return std::to_string(1 + random.below(5000));
@@ -24,7 +24,7 @@ inline std::string randomAmount(const fault::Amount& amount, sim::Random& random
   return "";
 }
 
-/// A rule for any fault but those that end a conversation, which randomFaults() adds itself.
+/// @return a rule for any fault except those that remove the device; randomFaults() adds those.
 inline std::string randomRule(sim::Random& random) {
   static constexpr std::array kRequests = {"control", "control B3", "control C7", "control BC",
                                            "control C3"};
@@ -33,7 +33,7 @@ inline std::string randomRule(sim::Random& random) {
   for (;;) {
     const auto action = static_cast<fault::Action>(random.below(fault::kActions));
     const fault::ActionFacts facts = fault::actionFacts(action);
-    // A request code narrows the target, so that each request is damaged often enough.
+    // A request code restricts the target, so that each kind of request is damaged often enough.
     const int side = random.below(facts.onOpening ? 3 : 2);
     if (facts.isGone || (side == 0 && !facts.onControl)) continue;
     if (side == 0 && action == fault::Action::kTimeout) continue;
@@ -44,8 +44,8 @@ inline std::string randomRule(sim::Random& random) {
   }
 }
 
-/// A script of up to three faults, as they may come in a long night. None of them lasts so long
-/// that a call could rightly miss its deadline.
+/// @return a script of up to three random faults, and sometimes a timeout, an unplug or a
+/// replug. No fault lasts long enough to justify a missed deadline.
 inline std::string randomFaults(sim::Random& random) {
   std::string script = "seed " + std::to_string(random.below(1'000'000));
   for (int n = random.below(4); n > 0; --n) script.append(";").append(randomRule(random));

@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int kMostCameras = 3;
-/// One index more than there can be cameras: somebody always asks for a camera that is not there.
+/// One index more than there can be cameras, so that calls with a missing camera are tested too.
 constexpr int kIndices = kMostCameras + 1;
 
 fault::Script scriptOf(const std::string& text) {
@@ -33,7 +33,7 @@ fault::Script scriptOf(const std::string& text) {
   return script;
 }
 
-/// The models that the library drives, so that most of what is plugged can be opened.
+/// The models that the library supports, so that most plugged cameras can be opened.
 const std::vector<const sim::Model*>& drivenModels() {
   static const auto driven = [] {
     std::vector<const sim::Model*> models;
@@ -80,7 +80,7 @@ class Round {
       }
     }
     callers_.clear();
-    // Nobody opens a camera but this thread; but what went away under an index may have come back.
+    // Only this thread opens cameras, but a camera that was unplugged may be back at its index.
     for (int index = 0; index < kIndices; ++index) OrvikCloseCamera(index);
     cameras_->unplugAll();
     OrvikGetNumOfConnectedCameras();

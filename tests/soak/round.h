@@ -11,7 +11,8 @@ struct Tally {
   std::uint64_t images = 0;
 };
 
-/// A bench with a few virtual cameras, faults and callers, from the first plug to the last close.
+/// Runs a round with a few virtual cameras, faults and callers, from the first plug to the last
+/// close.
 Tally playRound(std::uint64_t seed, std::chrono::milliseconds duration);
 
 }  // namespace orvik::soak

@@ -15,10 +15,10 @@
 
 namespace orvik::soak {
 
-/// One thread's calls: what it is in, and since when.
+/// The calls of one thread: the current call and its start time.
 class Calls {
  public:
-  /// Makes a call and looks at its code, which must be one that can come.
+  /// Makes a call and checks that it returns a possible error code.
   template <class Call>
   Orvik_ERROR_CODE make(const char* name, Call call) {
     name_ = name;
@@ -35,7 +35,7 @@ class Calls {
 
   [[nodiscard]] std::uint64_t made() const { return made_; }
   [[nodiscard]] const char* name() const { return name_; }
-  /// How long the present call has taken; 0 when there is none.
+  /// @return the duration of the current call so far; 0 when there is none.
   [[nodiscard]] std::int64_t lastsMs() const {
     const std::int64_t since = since_;
     return since == 0 ? 0 : nowMs() - since;
@@ -53,8 +53,8 @@ class Calls {
   std::atomic<std::uint64_t> made_{0};
 };
 
-/// Ends the program when a call does not end by itself, so that a debugger or a core file shows
-/// where it hangs.
+/// Aborts the program when a call does not return, so that a debugger or a core file shows where it
+/// hangs.
 class Watchdog {
  public:
   explicit Watchdog(std::vector<const Calls*> watched)
@@ -71,7 +71,7 @@ class Watchdog {
   Watchdog& operator=(const Watchdog&) = delete;
 
  private:
-  /// Far above any deadline, and above what a busy machine adds to it.
+  /// Far above any deadline plus the delays of a busy machine.
   static constexpr std::int64_t kLongestCallMs = 120'000;
 
   void watch() {

@@ -24,7 +24,7 @@ inline Lines operator+(Lines left, const Lines& right) {
 /// another command, "R.." anything read.
 class Conversation {
  public:
-  /// Any thread. What is not a vendor request is left out.
+  /// May be called on any thread. Requests that are not vendor requests are ignored.
   void add(const seam::SetupPacket& setup) {
     constexpr unsigned kVendorOut = 0x40;
     constexpr unsigned kVendorIn = 0xC0;
@@ -46,7 +46,7 @@ class Conversation {
     lines_.push_back(std::move(line));
   }
 
-  /// What has come since the last call.
+  /// @return the requests received since the last call.
   std::vector<std::string> take() {
     const std::lock_guard lock(mutex_);
     return std::exchange(lines_, {});

@@ -10,14 +10,14 @@
 
 namespace orvik::test {
 
-/// A script in the language of docs/faults.md; "" for peace.
+/// Parses a script in the language of docs/faults.md; "" for no faults.
 inline fault::Script scriptOf(std::string_view text) {
   fault::Script script;
   EXPECT_EQ(fault::parseScript(text, script), "") << text;
   return script;
 }
 
-/// Lets the `k`-th control transfer from now on fail; 0 for none.
+/// Makes the `k`-th control transfer from now on fail; 0 for none.
 inline void failControl(fault::FaultHost& host, int k) {
   host.setScript(scriptOf(k == 0 ? "" : "control fail at " + std::to_string(k)));
 }

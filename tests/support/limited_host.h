@@ -10,14 +10,14 @@
 
 namespace orvik::test {
 
-/// Bulk transfers that the system takes at a time; may be changed at any time.
+/// The number of bulk transfers that the system accepts at a time; may be changed at any time.
 struct BulkLimit {
   std::atomic<int> most{0};  ///< 0 for any number
 
   std::atomic<int> inFlight{0};
   std::atomic<int> highest{0};
   std::atomic<int> refusals{0};
-  std::atomic<int> clears{0};  ///< of a pipe's halt
+  std::atomic<int> clears{0};  ///< how often a pipe's halt was cleared
 };
 
 /// A bulk transfer that counts against the limit while it is in flight.
@@ -87,7 +87,7 @@ class LimitedPort final : public seam::Port {
   std::shared_ptr<BulkLimit> limit_;
 };
 
-/// A host whose system takes few bulk transfers at a time.
+/// A host whose system accepts only a few bulk transfers at a time.
 class LimitedHost final : public seam::Host {
  public:
   LimitedHost(std::shared_ptr<seam::Host> inner, std::shared_ptr<BulkLimit> limit)

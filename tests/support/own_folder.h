@@ -10,7 +10,7 @@
 
 namespace orvik::test {
 
-/// An empty folder that goes away with this object.
+/// An empty folder that is deleted with this object.
 class OwnFolder {
  public:
   OwnFolder() {

@@ -8,11 +8,11 @@
 
 namespace orvik::test {
 
-/// What this process holds.
+/// Resources held by this process.
 struct ProcessCounts {
   std::ptrdiff_t threads = 0;
   std::ptrdiff_t handles = 0;  ///< open file descriptors
-  std::size_t resident = 0;    ///< bytes of memory that are really there
+  std::size_t resident = 0;    ///< bytes of resident memory
 };
 
 inline ProcessCounts processCounts() {

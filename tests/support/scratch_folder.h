@@ -12,7 +12,7 @@
 
 namespace orvik::test {
 
-/// A folder of its own for a test's files, gone in the end.
+/// A separate folder for the files of a test, deleted at the end.
 class ScratchFolder {
  public:
   ScratchFolder() {
@@ -28,7 +28,7 @@ class ScratchFolder {
 
   [[nodiscard]] std::string file(const std::string& name) const { return (path_ / name).string(); }
   [[nodiscard]] std::string path() const { return path_.string(); }
-  /// How many files there are.
+  /// @return the number of files in the folder.
   [[nodiscard]] std::ptrdiff_t count() const {
     return std::distance(std::filesystem::directory_iterator(path_), {});
   }

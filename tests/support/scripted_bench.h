@@ -16,8 +16,8 @@
 
 namespace orvik::test {
 
-/// A camera of USB 2 that writes down what it is told, answers what every camera answers, and keeps
-/// no other rules than those that a test sets.
+/// A USB 2 camera that logs the requests it receives, gives the answers that all cameras give, and
+/// otherwise behaves only as a test specifies.
 struct ScriptedCamera {
   explicit ScriptedCamera(std::uint16_t productId, std::uint8_t port = 1) {
     const auto low = static_cast<std::uint8_t>(productId & 0xFF);
@@ -56,11 +56,11 @@ struct ScriptedCamera {
   testing::DescriptorTable descriptors;
   Conversation conversation;
   std::map<std::uint16_t, std::uint8_t> bytes;        ///< sensor registers of 8 bits
-  std::function<void(std::uint16_t address)> onByte;  ///< after each that is written
+  std::function<void(std::uint16_t address)> onByte;  ///< called after each write
 };
 
-/// Scripted cameras in the place of the USB bus, and a clock: one that those who sleep move on, or,
-/// for captures, a steady one.
+/// Scripted cameras in place of the USB bus, and a clock. By default the clock is moved by the
+/// threads that sleep on it; captures use a steady clock.
 class ScriptedBench {
  public:
   explicit ScriptedBench(std::shared_ptr<seam::Clock> clockToUse = std::make_shared<SteppedClock>())

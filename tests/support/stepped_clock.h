@@ -15,9 +15,10 @@
 
 namespace orvik::test {
 
-/// A clock that a test moves from deadline to deadline of the threads that sleep on it, so that
-/// they live through hours in a moment, in the order in which they would. Whoever is to wake them
-/// before has to notify them, as on any other clock: a sleeper that nobody wakes fails the test.
+/// A clock that a test moves from deadline to deadline of the threads that sleep on it. The threads
+/// pass through hours in a moment and in the same order as in real time. As with any other clock, a
+/// thread that is to wake before its deadline has to be notified: if its condition holds and no
+/// notification arrives, the test fails.
 class SteppedClock final : public seam::Clock {
  public:
   [[nodiscard]] Duration now() const override {
@@ -32,7 +33,7 @@ class SteppedClock final : public seam::Clock {
     const auto isOver = [&] { return ready() || now() >= deadline; };
     while (!isOver()) {
       if (condition.wait_for(lock, kLook) == std::cv_status::no_timeout || !isOver()) continue;
-      // Who has just made it ready may not have come to notify yet.
+      // The thread that made the condition true may not have sent its notification yet.
       if (condition.wait_for(lock, kLook) == std::cv_status::no_timeout) continue;
       ADD_FAILURE() << "what a thread slept for came, and nobody woke it";
     }
@@ -41,11 +42,11 @@ class SteppedClock final : public seam::Clock {
     return ready();
   }
 
-  /// Who sleeps without a way to be woken moves the clock.
+  /// A sleep that cannot be interrupted moves the clock.
   void sleepFor(Duration duration) override { moveTo(now() + duration); }
 
   /// Lets time pass.
-  /// @param sleepers how many threads live by this clock
+  /// @param sleepers how many threads sleep on this clock
   /// @return false when they did not all go to sleep within twenty seconds of real time.
   bool run(Duration duration, std::size_t sleepers = 1) {
     const Duration end = now() + duration;
@@ -82,8 +83,8 @@ class SteppedClock final : public seam::Clock {
     }
   }
 
-  /// @return false when a sleeper's lock was taken: it may be between its look at the clock and its
-  ///         sleep, in which it would miss the notification.
+  /// @return false if the lock of a sleeper was held: the sleeper may be between reading the clock
+  ///         and going to sleep, and would then miss the notification.
   bool wakeDue() {
     return std::ranges::all_of(sleepers_, [this](Sleeper& sleeper) {
       if (sleeper.woken || sleeper.deadline > now_) return true;
@@ -113,7 +114,7 @@ class SteppedClock final : public seam::Clock {
   }
 
   mutable std::mutex mutex_;
-  std::condition_variable changed_;  ///< somebody sleeps, or time has moved
+  std::condition_variable changed_;  ///< a thread has gone to sleep, or time has moved
   Duration now_ = std::chrono::seconds(1);
   std::list<Sleeper> sleepers_;
 };

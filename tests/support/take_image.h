@@ -9,7 +9,7 @@
 
 namespace orvik::test {
 
-/// Takes one image, which has to come in time.
+/// Takes one image, which has to arrive before the timeout.
 inline bool takeImage(Camera& camera, std::span<std::uint8_t> image,
                       FrameQueue::Timeout timeout = std::chrono::seconds(20)) {
   return !camera.takeImage(image, timeout);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The main function of every test program. Each test finds an empty settings folder of its own: no
-// test reads or writes the settings of whoever runs it, or those of another test.
+// The main function of every test program. Each test gets an empty settings folder of its own, so
+// that no test reads or writes the user's settings or those of another test.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -33,8 +33,8 @@ class OwnSettingsFolder final : public ::testing::EmptyTestEventListener {
   fs::path folder_;
 };
 
-/// Files of tests go into memory where there is room for them: there they are written and synced at
-/// once. A folder that the caller chose stays.
+/// Puts the files of tests into memory if there is room for them, because writing and syncing is
+/// immediate there. A folder that the caller has chosen is kept.
 void keepFilesInMemory() {
   const char* const memory = "/dev/shm";
   std::error_code failed;
@@ -47,7 +47,8 @@ void keepFilesInMemory() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A sanitizer may start a thread of its own with the program's first one: before any is counted.
+  // A sanitizer may start its own thread together with the program's first one. This has to happen
+  // before threads are counted.
   std::thread([] {}).join();
   keepFilesInMemory();
   ::testing::InitGoogleMock(&argc, argv);

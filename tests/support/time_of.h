@@ -5,7 +5,7 @@
 
 namespace orvik::test {
 
-/// How long `action` took.
+/// @return how long `action` took.
 template <class Action>
 std::chrono::steady_clock::duration timeOf(Action action) {
   const auto start = std::chrono::steady_clock::now();

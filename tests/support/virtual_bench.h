@@ -14,8 +14,8 @@
 
 namespace orvik::test {
 
-/// Virtual cameras in the place of the USB bus, for the life of this object. On a clock of the
-/// test's own their links take no time: only the test moves it.
+/// Virtual cameras in place of the USB bus during the lifetime of this object. With a test's own
+/// clock the links take no time, because only the test moves that clock.
 class VirtualBench {
  public:
   explicit VirtualBench(std::shared_ptr<seam::Clock> clock = std::make_shared<seam::SteadyClock>())
@@ -44,7 +44,7 @@ class VirtualBench {
   std::shared_ptr<sim::SimHost> host_;
 };
 
-/// Writes down what a virtual camera receives.
+/// Returns an observer that logs the requests received by a virtual camera.
 inline sim::ControlObserver observerOf(Conversation& conversation) {
   return [&conversation](const sim::ControlRecord& record) { conversation.add(record.setup); };
 }

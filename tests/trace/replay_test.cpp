@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A session with a virtual camera is recorded, and played to the driver again without the camera.
+// Records a session with a virtual camera and replays it to the driver without the camera.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ class ReplayTest : public ::testing::Test {
 
   ~ReplayTest() override { installHost(nullptr); }
 
-  /// Opens, sets, takes a snapshot and closes.
+  /// Opens and configures a camera, takes a snapshot and closes it.
   static std::vector<unsigned char> session(int gain) {
     std::vector<unsigned char> image(kImageBytes);
     EXPECT_EQ(OrvikGetNumOfConnectedCameras(), 1);
@@ -52,7 +52,8 @@ class ReplayTest : public ::testing::Test {
     return image;
   }
 
-  /// The driver remembers a camera's settings; the replay begins where the recording began.
+  /// Deletes the stored settings: the driver remembers them, and the replay has to start from the
+  /// same state as the recording.
   static void forgetSettings() {
     std::filesystem::remove_all(std::filesystem::path(std::getenv("XDG_CONFIG_HOME")) / "orvik");
   }

@@ -14,8 +14,7 @@ using testing::Bytes;
 using testing::t15cBos;
 using testing::t15cConfiguration;
 
-/// The bytes with others put in the place of `removed` bytes at `at`, and the total length set
-/// right.
+/// Replaces `removed` bytes at `at` with others and corrects the total length.
 Bytes spliced(Bytes bytes, std::ptrdiff_t at, std::ptrdiff_t removed, const Bytes& put) {
   bytes.erase(bytes.begin() + at, bytes.begin() + at + removed);
   bytes.insert(bytes.begin() + at, put.begin(), put.end());
@@ -35,7 +34,7 @@ Bytes repeated(const Bytes& bytes, int times) {
   return all;
 }
 
-/// A configuration header with `rest` behind it.
+/// A configuration header followed by `rest`.
 Bytes configurationOf(const Bytes& rest) {
   return spliced({9, 2, 0, 0, 1, 1, 0, 0x80, 50}, 9, 0, rest);
 }
@@ -54,7 +53,7 @@ TEST(Descriptors, CountsAlternateSettingsAndStopsAtEightInterfaces) {
     const Bytes interface = {9, 4, static_cast<std::uint8_t>(i / 3), i, 0, 0, 0, 0, 0};
     rest.insert(rest.end(), interface.begin(), interface.end());
   }
-  // The bytes after the eighth are not looked at, not even when they are nonsense.
+  // The bytes after the eighth interface are not parsed, even if they are invalid.
   rest.push_back(0);
   const auto configuration = parseConfiguration(configurationOf(rest), Companions::kNone);
   ASSERT_TRUE(configuration);
@@ -134,7 +133,7 @@ TEST(Descriptors, ReadsABos) {
 
   Bytes container = {20, 0x10, 4, 0};
   for (std::uint8_t i = 0; i < 16; ++i) container.push_back(static_cast<std::uint8_t>(0xA0 + i));
-  Bytes both = {4, 0x10, 0x77, 0};  // a type of no interest
+  Bytes both = {4, 0x10, 0x77, 0};  // a type that is ignored
   both.insert(both.end(), container.begin(), container.end());
   const auto larger = parseBos(with(spliced(t15cBos(), 5, 0, both), 4, 4));
   ASSERT_TRUE(larger);

@@ -84,7 +84,7 @@ TEST_F(Endpoints, ControlOutSendsSetupAndData) {
 TEST_F(Endpoints, ControlInReturnsDataAndCount) {
   device->control = [](const FakeRequest&) { return Answer{.data = {7, 8}}; };
   control.direction = CCyControlEndPoint::kDirectionIn;
-  control.requestType = 0xFF;  // what does not fit its field is cut off
+  control.requestType = 0xFF;  // excess bits are cut off
   control.target = 0xFF;
   std::array<std::uint8_t, 4> data = {1, 2, 3, 4};
   std::size_t length = 0;
@@ -151,11 +151,11 @@ TEST_F(Endpoints, ADeafDeviceIsLeftToItself) {
   EXPECT_LT(watch.elapsed(), milliseconds(2500));
   EXPECT_EQ(control.lastStatus(), TransferStatus::kTimedOut);
 
-  // It answers when the caller's memory is long gone, into memory that the transfer still owns.
+  // The device answers after the caller's memory is freed, into memory that the transfer owns.
   data.reset();
   device->flights.at(0)->endNow();
 
-  // And the endpoint works on.
+  // The endpoint still works afterwards.
   device->control = [](const FakeRequest&) { return Answer{}; };
   EXPECT_TRUE(control.transfer({}, length));
 }

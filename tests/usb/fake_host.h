@@ -14,26 +14,26 @@
 
 #include "seam/usb_host.h"
 
-/// A USB host that answers as a test tells it to.
+/// A USB host whose answers are scripted by a test.
 namespace orvik::testing {
 
 using std::chrono::milliseconds;
 
-/// What a device does with one request.
+/// The answer of a device to one request.
 struct Answer {
   static constexpr milliseconds kNever = std::chrono::hours(1);
 
-  std::vector<std::uint8_t> data{};  ///< for IN; cut to what was asked for
+  std::vector<std::uint8_t> data{};  ///< for IN; cut to the requested length
   seam::TransferStatus status = seam::TransferStatus::kOk;
   milliseconds delay{0};                                     ///< or kNever
   int cancelsToEnd = 1;                                      ///< kNeverByCancel: deaf
-  seam::TransferStatus refusal = seam::TransferStatus::kOk;  ///< of submit
+  seam::TransferStatus refusal = seam::TransferStatus::kOk;  ///< status of submit()
 
   static constexpr int kNeverByCancel = std::numeric_limits<int>::max();
 };
 
-/// One submission. The host keeps it while in flight, as a real one does: an abandoned transfer
-/// still writes into its buffer when it ends.
+/// One submission. The host keeps it while it is in flight, as a real host does: an abandoned
+/// transfer still writes to its buffer when it ends.
 class Flight {
  public:
   using Clock = std::chrono::steady_clock;
@@ -64,7 +64,7 @@ class Flight {
     return true;
   }
 
-  /// The device answers after all.
+  /// Makes the device answer now.
   void endNow() {
     const std::lock_guard lock(mutex_);
     end();
@@ -100,7 +100,7 @@ struct FakeRequest {
   milliseconds timeout{0};
 };
 
-/// A device, as the test scripts it.
+/// A device that is scripted by the test.
 struct FakeDevice {
   seam::DeviceInfo info;
   seam::Speed speed = seam::Speed::kSuper;
@@ -109,7 +109,7 @@ struct FakeDevice {
   std::function<Answer(const FakeRequest&)> control = [](const FakeRequest&) { return Answer{}; };
   std::function<Answer(std::uint8_t endpoint)> bulk = [](std::uint8_t) { return Answer{}; };
 
-  // What happened.
+  // Records of the calls.
   std::mutex mutex;
   std::vector<FakeRequest> requests;
   std::vector<std::shared_ptr<Flight>> flights;
@@ -227,8 +227,8 @@ class FakeHost final : public seam::Host {
   std::vector<std::shared_ptr<FakeDevice>> plugged;
 };
 
-/// A device's descriptors by wValue (type and index), answered as a device answers GET_DESCRIPTOR;
-/// what is not there stalls, and so does every other request but GET_INTERFACE.
+/// A device's descriptors by wValue (type and index). It answers as a device answers
+/// GET_DESCRIPTOR; missing descriptors stall, and so does every other request except GET_INTERFACE.
 struct DescriptorTable {
   std::map<std::uint16_t, std::vector<std::uint8_t>> entries;
   std::uint8_t alternateSetting = 0;

@@ -18,7 +18,7 @@
 
 static bool libusbWorks = true;
 
-/// In the place of libusb's own, which it calls.
+/// Replaces libusb's own function, which it calls.
 extern "C" int libusb_init(libusb_context** context) {
   if (!libusbWorks) return LIBUSB_ERROR_OTHER;
   static const auto real =
@@ -37,7 +37,7 @@ using testing::MockUsbfs;
 
 constexpr milliseconds kLong{20000};
 
-/// Event threads of hosts; libusb has a thread of its own that watches the bus.
+/// @return the number of event threads of hosts; libusb has its own thread that watches the bus.
 int eventThreads() {
   int count = 0;
   for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -53,7 +53,7 @@ std::ptrdiff_t fileDescriptors() {
   return std::distance(begin(all), end(all));
 }
 
-/// Waits until `condition` holds; for what another thread is going to do by itself.
+/// Waits until `condition`, which another thread brings about, holds.
 template <typename Condition>
 bool eventually(Condition condition) {
   const auto deadline = std::chrono::steady_clock::now() + kLong;
@@ -235,7 +235,7 @@ TEST_F(LibusbHost, AnUnpluggedDeviceEndsItsTransfers) {
 
 TEST_F(LibusbHost, OpeningAndClosingLeavesNothingBehind) {
   open().reset();
-  // Not all are the host's: the mocked kernel closes its end of a connection a little later.
+  // Some are not the host's: the mocked kernel closes its end of a connection a little later.
   const std::ptrdiff_t descriptors = fileDescriptors();
   for (int round = 0; round < 1000; ++round) {
     const auto port = open();
@@ -296,7 +296,8 @@ TEST_F(LibusbHost, APortMayOutliveItsHost) {
   EXPECT_TRUE(transfer->wait(kLong));
 }
 
-// The last one: the host that it makes stays, and would see the mocked kernels of other tests.
+// This test is the last one: the host that it creates stays and would see the mocked kernels of
+// other tests.
 TEST_F(LibusbHost, IsTriedAgainAfterAFailure) {
   libusbWorks = false;
   EXPECT_TRUE(currentHost()->devices().empty());

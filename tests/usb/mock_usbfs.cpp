@@ -12,8 +12,8 @@ namespace {
 constexpr const char* kNode = "/dev/bus/usb/002/005";
 constexpr const char* kSysfs = "/sys/devices/pci0000:00/0000:00:14.0/usb2/2-1";
 
-/// A copy that a sanitizer does not see, as it does not see a real kernel's: byte by byte, because
-/// the sanitizer takes the place of memcpy().
+/// A copy that a sanitizer does not see, just as it does not see the accesses of a real kernel. It
+/// copies byte by byte, because the sanitizer replaces memcpy().
 void copyUnseen(std::span<const std::uint8_t> from, volatile std::uint8_t* to) {
   for (const std::uint8_t byte : from) *to++ = byte;
 }
@@ -97,7 +97,7 @@ Bytes MockUsbfs::lastControlOut() {
   return lastControlOut_;
 }
 
-// The "client" is this very process, so its pointers can be followed as they are.
+// The "client" is this process itself, so its pointers can be dereferenced directly.
 gboolean MockUsbfs::onIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self) {
   const UMockdevIoctlData* argument = umockdev_ioctl_client_get_arg(client);
   void* pointer = nullptr;

@@ -15,7 +15,7 @@
 #include "t15c_descriptors.h"
 
 /// The kernel's side of a USB device: a T15C in a mocked sysfs, and the requests that libusb makes
-/// of its device node. Works only in a program started with umockdev's preload library.
+/// to its device node. Works only in a program started with umockdev's preload library.
 namespace orvik::testing {
 
 class MockUsbfs {
@@ -29,21 +29,21 @@ class MockUsbfs {
   MockUsbfs& operator=(const MockUsbfs&) = delete;
   ~MockUsbfs();
 
-  /// Pulls the plug: what is in flight ends, and nothing works any more.
+  /// Unplugs the device: transfers in flight end, and all further requests fail.
   void unplug();
 
-  // What the device does; to be set while nothing is in flight.
+  // The behaviour of the device; to be set while nothing is in flight.
   bool answersBulk = true;     ///< with 1, 2, 3, ...; otherwise requests stay in flight
   bool answersControl = true;  ///< from `control`, or by a stall
   bool hasMemory = true;       ///< for requests
   bool interfaceFree = true;
-  bool discards = true;                        ///< whether a discarded request comes back
+  bool discards = true;                        ///< whether a discarded request is returned
   std::map<std::uint16_t, Bytes> descriptors;  ///< by wValue
 
-  /// Lets requests come back that were discarded while `discards` was false.
+  /// Returns the requests that were discarded while `discards` was false.
   void returnDiscarded();
 
-  // What happened.
+  // Records of the requests.
   [[nodiscard]] int count(unsigned long request);
   [[nodiscard]] Bytes lastControlOut();
 

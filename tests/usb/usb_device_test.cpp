@@ -42,7 +42,7 @@ class UsbDevice : public ::testing::Test {
     host->plugged = {camera};
   }
 
-  /// Plugs one more T15C, at a later place.
+  /// Plugs in another T15C, at a later location.
   std::shared_ptr<FakeDevice> plugAnother() {
     auto another = std::make_shared<FakeDevice>();
     another->info = at(2, {2}, 6, identity::PID_T15C);
@@ -51,7 +51,7 @@ class UsbDevice : public ::testing::Test {
     return another;
   }
 
-  /// Opens the camera with a changed table, and returns what went to standard error.
+  /// Opens the camera with a modified descriptor table. @return the output on standard error.
   std::string openRefused(const DescriptorTable& table) {
     camera->control = table;
     ::testing::internal::CaptureStderr();
@@ -264,7 +264,7 @@ TEST_F(UsbDevice, SelectsAlternateSettings) {
   DescriptorTable table = t15cTable();
   table.alternateSetting = 1;
   table.entries[0x0100][3] = 2;
-  // Setting 0 without endpoints, setting 1 with every kind of them.
+  // Setting 0 has no endpoints, setting 1 has every kind of endpoint.
   table.entries[0x0200] = {
       9, 2,    0,    0, 1, 1, 0, 0x80, 50,   9, 4, 3, 0, 0, 0xFF, 0,    0, 0,  9, 4, 3,
       1, 8,    0xFF, 0, 0, 0, 7, 5,    0x01, 1, 0, 4, 1, 7, 5,    0x82, 1, 0,  4, 1, 7,
