@@ -6,6 +6,7 @@
 
 #include <array>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -22,6 +23,7 @@ struct HeldTransfers {
   std::mutex mutex;
   std::condition_variable changed;
   int submitted = 0;
+  int waits = 0;
   int inFlight = 0;
 };
 
@@ -31,6 +33,7 @@ class HeldTransfer final : public seam::BulkTransfer {
   TransferStatus submit(seam::TransferBuffer) override {
     const std::lock_guard lock(all_.mutex);
     ++all_.submitted;
+    cancelled_ = ended_ = false;
     ++all_.inFlight;
     all_.changed.notify_all();
     return TransferStatus::kOk;
@@ -42,8 +45,15 @@ class HeldTransfer final : public seam::BulkTransfer {
   }
   bool wait(milliseconds limit) override {
     std::unique_lock lock(all_.mutex);
+    ++all_.waits;
+    all_.changed.notify_all();
     if (!all_.changed.wait_for(lock, limit, [this] { return cancelled_; })) return false;
     if (!std::exchange(ended_, true)) --all_.inFlight;
+    // The session's own thread, which waits for a short time only, learns of it last: not before
+    // the transfer has been submitted again.
+    if (limit < milliseconds(2000)) {
+      all_.changed.wait_for(lock, milliseconds(200), [this] { return !cancelled_; });
+    }
     return true;
   }
   [[nodiscard]] TransferStatus status() const override { return TransferStatus::kCancelled; }
@@ -71,24 +81,48 @@ class HeldPort final : public seam::Port {
   HeldTransfers& all_;
 };
 
-TEST(Session, EndsWithNoTransferInFlight) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
-  testing::UsbipClient client(testing::UsbipClient::Connected{ends[0]});
-  const Socket socket(ends[1]);
-  HeldTransfers transfers;
-  Session session(socket, std::make_unique<HeldPort>(transfers), {});
-  std::thread running([&] { session.run(); });
-  for (std::uint32_t i = 1; i <= 3; ++i) client.submit(i, 1, true, 1024);
-  {
+class SessionTest : public ::testing::Test {
+ protected:
+  bool eventually(const std::function<bool()>& holds) {
     std::unique_lock lock(transfers.mutex);
-    transfers.changed.wait_for(lock, std::chrono::seconds(20),
-                               [&] { return transfers.submitted == 3; });
-    EXPECT_EQ(transfers.inFlight, 3);
+    return transfers.changed.wait_for(lock, std::chrono::seconds(20), holds);
   }
+
+ private:
+  static std::array<int, 2> connectedPair() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    return ends;
+  }
+  const std::array<int, 2> ends_ = connectedPair();
+
+ protected:
+  HeldTransfers transfers;
+  testing::UsbipClient client{testing::UsbipClient::Connected{ends_[0]}};
+  const Socket socket{ends_[1]};
+  Session session{socket, std::make_unique<HeldPort>(transfers), {}};
+  std::thread running{[this] { session.run(); }};
+};
+
+TEST_F(SessionTest, EndsWithNoTransferInFlight) {
+  for (std::uint32_t i = 1; i <= 3; ++i) client.submit(i, 1, true, 1024);
+  EXPECT_TRUE(eventually([&] { return transfers.inFlight == 3; }));
   client.close();
   running.join();
   EXPECT_EQ(transfers.inFlight, 0);
+}
+
+TEST_F(SessionTest, AReusedTransferIsNotAnsweredForItsPredecessor) {
+  client.submit(1, 1, true, 1024);
+  EXPECT_TRUE(eventually([&] { return transfers.waits == 1; }));
+  client.unlink(11, 1);
+  EXPECT_EQ(client.reply().sequence, 11U);
+  client.submit(2, 1, true, 1024);
+  EXPECT_TRUE(eventually([&] { return transfers.waits == 3; })) << "both transfers, and the unlink";
+  client.unlink(12, 2);
+  EXPECT_EQ(client.reply().sequence, 12U);
+  client.close();
+  running.join();
 }
 
 }  // namespace
