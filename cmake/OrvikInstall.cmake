@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/orvik DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 # Below the prefixes /usr and /usr/local udev finds the rules by itself.
 set(ORVIK_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Where the udev rules are installed")
