@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+// The cameras of this driver: found when it starts, and whenever one is plugged in.
+#include <indidevapi.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <map>
+#include <memory>
+
+#include "camera_device.h"
+#include "event_thread.h"
+
+namespace orvik::indi {
+namespace {
+
+/// The devices by name. They are never destroyed: INDI sends images on threads that know them.
+class Fleet {
+ public:
+  void start() {
+    watch_ =
+        std::make_unique<DeviceWatch>([this](DeviceWatch::Change change, const Device& device) {
+          onEventThread([this, change, device] {
+            change == DeviceWatch::Change::kArrived ? arrived(device) : left(device);
+          });
+        });
+  }
+
+  void shutDown() {
+    watch_.reset();
+    for (const auto& [name, camera] : cameras_) camera->shutDown();
+    for (const auto& [name, camera] : cameras_) camera->waitUntilClosed();
+  }
+
+ private:
+  void arrived(const Device& device) {
+    if (device.name.empty()) return;  // of a model that the library does not know
+    const std::string name = nameOf(device);
+    CameraDevice*& camera = cameras_[name];
+    present_[device.port] = name;
+    if (camera == nullptr) {
+      camera = new CameraDevice(device);
+      camera->setDeviceName(name.c_str());
+      camera->ISGetProperties(nullptr);
+    } else {
+      camera->arrived(device);
+    }
+  }
+
+  void left(const Device& device) {
+    const auto found = present_.find(device.port);
+    if (found == present_.end()) return;
+    cameras_[found->second]->left();
+    present_.erase(found);
+  }
+
+  /// Model and serial number. A second camera with the same ones is told apart by its port.
+  std::string nameOf(const Device& device) const {
+    const std::string name = device.label();
+    const bool isTaken = std::any_of(present_.begin(), present_.end(), [&](const auto& other) {
+      return other.first != device.port && other.second == name;
+    });
+    return isTaken ? name + " at port " + device.port : name;
+  }
+
+  std::map<std::string, CameraDevice*> cameras_;
+  std::map<std::string, std::string> present_;  ///< names of the cameras by port
+  std::unique_ptr<DeviceWatch> watch_;
+};
+
+Fleet& fleet() {
+  static auto* const only = new Fleet;
+  return *only;
+}
+
+/// Guide lines and coolers are switched off before the driver ends.
+void endDriver() {
+  fleet().shutDown();
+  // Without the destructors of static objects, which INDI's threads may still use.
+  _exit(EXIT_SUCCESS);
+}
+
+void catchSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  IEAddCallback(
+      signalfd(-1, &signals, SFD_CLOEXEC), [](int, void*) { std::exit(EXIT_SUCCESS); }, nullptr);
+  // A server that has vanished is noticed at the end of the input.
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+/// INDI's library has the function main(): this runs before it.
+const bool isPrepared = [] {
+  catchSignals();
+  std::atexit(endDriver);
+  startEventQueue();
+  IEAddTimer(
+      0, [](void*) { fleet().start(); }, nullptr);
+  return true;
+}();
+
+}  // namespace
+}  // namespace orvik::indi
