@@ -109,6 +109,10 @@ bool CameraDevice::ISNewNumber(const char* device, const char* name, double valu
     if (TemperatureNP.p == IP_RO && std::strcmp(name, TemperatureNP.name) == 0) return false;
   }
   const bool isHandled = INDI::CCD::ISNewNumber(device, name, values, names, count);
+  if (std::strcmp(name, "CCD_FRAME") == 0) {
+    // INDI shows what the client asked for: show what it gets.
+    if (const auto format = this->format()) setFrame(regionOf(*format));
+  }
   if (isStreaming_ && std::strcmp(name, "STREAMING_EXPOSURE") == 0) setStreamExposure();
   return isHandled;
 }

@@ -127,6 +127,7 @@ class CameraDevice : public INDI::CCD {
   bool changeFormat(const Region& region, int bin, IMG_TYPE type);
   void showFormat(const ImageFormat& format);
   void applyFormat(const ImageFormat& format);
+  void setFrame(const Region& region);
   void showMosaic(BayerPattern pattern);
 
   // streaming.cpp

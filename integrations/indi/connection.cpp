@@ -98,6 +98,7 @@ void CameraDevice::opened(const Opened& result) {
   opened_ = result;
   controls_.build(opened_.controls, opened_.values);
   setUpChip();
+  showTemperature({opened_.values, {}, {}, 0});
   setConnected(true, IPS_OK, isReturn ? "The camera is back." : nullptr);
   updateProperties();
   if (isReturn) {

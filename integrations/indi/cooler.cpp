@@ -49,7 +49,7 @@ void CameraDevice::showTemperature(const Status& status) {
     const double now = celsius->second.value / 10.0;
     if (now != TemperatureN[0].value) {
       TemperatureN[0].value = now;
-      IDSetNumber(&TemperatureNP, nullptr);
+      if (isConnected()) IDSetNumber(&TemperatureNP, nullptr);
     }
   }
   if (!status.cooler) return;

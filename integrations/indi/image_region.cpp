@@ -109,14 +109,16 @@ void CameraDevice::showFormat(const ImageFormat& format) {
   const Region region = regionOf(format);
   const Region shown{PrimaryCCD.getSubX(), PrimaryCCD.getSubY(), PrimaryCCD.getSubW(),
                      PrimaryCCD.getSubH()};
-  const auto pixels = [](int value) { return static_cast<std::uint32_t>(value); };
-  if (region != shown) {
-    PrimaryCCD.setFrame(pixels(region.x), pixels(region.y), pixels(region.width),
-                        pixels(region.height));
-  }
+  if (region != shown) setFrame(region);
   PrimaryCCD.setNAxis(format.type == Orvik_IMG_RGB24 ? 3 : 2);
   PrimaryCCD.setBPP(captureType(format.type).bits);
   if (!isStreaming_ && !isExposing_ && !isUploading_) setStreamFormat(format);
+}
+
+void CameraDevice::setFrame(const Region& region) {
+  const auto pixels = [](int value) { return static_cast<std::uint32_t>(value); };
+  PrimaryCCD.setFrame(pixels(region.x), pixels(region.y), pixels(region.width),
+                      pixels(region.height));
 }
 
 void CameraDevice::showMosaic(BayerPattern pattern) {
