@@ -209,8 +209,7 @@ class Camera {
       onError.succeeded(Orvik_OK, [] { return std::string(); });
       return false;
     }
-    return done(
-        code, [&] { return noFrameText(code); }, onError);
+    return done(code, readingText(), onError);
   }
   /// The facts about the image that was delivered last.
   [[nodiscard]] FrameInfo frameInfo(OnError onError = {}) const {
