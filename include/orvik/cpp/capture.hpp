@@ -162,21 +162,27 @@ class Video {
   Video(const Video&) = delete;
   Video& operator=(const Video&) = delete;
 
+  /// Ends the video at a time, as a stop request does.
+  void stopAt(std::chrono::steady_clock::time_point end) { end_ = end; }
+
   /// Waits for the next frame, at most for two exposures and the read-out limit; then it fails with
   /// #Orvik_ERROR_NO_FRAME, as it does when the camera is unplugged or the video was stopped.
   ///
   /// @param frame receives the image; its memory is used again
-  /// @return false when a stop was requested, at most a tenth of a second ago
+  /// @return false when a stop was requested, at most a tenth of a second ago, or the time of
+  ///         stopAt() has come
   bool next(Frame& frame, OnError onError = {}) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point begun = Clock::now();
     std::error_code error;
     std::size_t queued = 0;  // bytes of a frame that did not fit
-    while (!error && !stop_.stop_requested()) {
+    while (!error && !stop_.stop_requested() && Clock::now() < end_) {
       const ImageFormat format = camera_->format(error);
       const std::size_t bytes = imageBytes(format.width, format.height, format.type);
       const auto buffer = frame.reserve(std::max(bytes, queued));
-      if (!error && camera_->readFrame(buffer, kSlice, error)) {
+      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(
+          std::min<Clock::duration>(kSlice, end_ - Clock::now()));
+      if (!error && camera_->readFrame(buffer, std::max(wait, kNoWait), error)) {
         frame.filled(camera_->frameInfo(error));
         if (!error) return true;
       }
@@ -193,7 +199,7 @@ class Video {
         error = errorCode(Orvik_ERROR_NO_FRAME);
       }
     }
-    onError.succeeded(error, [&] { return camera_->doing("reading a frame"); });
+    onError.succeeded(error, [&] { return camera_->doing(camera_->readingText()); });
     return false;
   }
 
@@ -224,10 +230,12 @@ class Video {
   [[nodiscard]] static std::default_sentinel_t end() { return {}; }
 
  private:
-  static constexpr auto kSlice = std::chrono::milliseconds(100);
+  static constexpr std::chrono::milliseconds kNoWait{0};
+  static constexpr std::chrono::milliseconds kSlice{100};
 
   Camera* camera_;
   std::stop_token stop_;
+  std::chrono::steady_clock::time_point end_ = std::chrono::steady_clock::time_point::max();
   bool isRunning_ = false;
   Frame frame_;
 };
