@@ -146,7 +146,6 @@ Worker& CameraDevice::workerForSettings() {
 }
 
 void CameraDevice::setControls(const char* property, const ControlValues& changes) {
-  for (const auto& [type, value] : changes) wanted_[type] = value;
   if (isExposing_ && !changes.empty()) LOG_INFO("The setting takes effect after the exposure.");
   ++controlChanges_;
   workerForSettings().post([this, name = std::string(property), changes](const std::stop_token&) {
@@ -172,6 +171,7 @@ void CameraDevice::writeControls(const std::string& property, const ControlValue
   onEventThread([this, property, now, problem, gone] {
     if (link_ != Link::kOpen) return;
     ++controlChanges_;
+    for (const auto& [type, value] : now) wanted_[type] = value;
     controls_.show(now);
     controls_.finish(property.c_str(), problem.empty());
     if (!problem.empty()) failed(problem, gone);

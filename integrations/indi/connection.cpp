@@ -50,6 +50,8 @@ bool CameraDevice::connectionRequested(ISState* states, char* names[], int count
     } else if (std::strcmp(names[n], "DISCONNECT") == 0) {
       isReturning_ = false;
       wanted_.clear();
+      m_TemperatureCheckTimer.stop();
+      TemperatureNP.s = IPS_IDLE;
       close(IPS_IDLE, nullptr);
     }
   }
@@ -102,7 +104,6 @@ void CameraDevice::opened(const Opened& result) {
   setConnected(true, IPS_OK, isReturn ? "The camera is back." : nullptr);
   updateProperties();
   if (isReturn) {
-    applyFormat(*format());
     setControls("CCD_CONTROLS", ControlValues(wanted_));
   } else {
     loadConfig(true);
