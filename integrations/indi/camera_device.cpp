@@ -109,10 +109,8 @@ bool CameraDevice::ISNewNumber(const char* device, const char* name, double valu
     if (TemperatureNP.p == IP_RO && std::strcmp(name, TemperatureNP.name) == 0) return false;
   }
   const bool isHandled = INDI::CCD::ISNewNumber(device, name, values, names, count);
-  if (std::strcmp(name, "CCD_FRAME") == 0) {
-    // INDI shows what the client asked for: show what it gets.
-    if (const auto format = this->format()) setFrame(regionOf(*format));
-  }
+  // INDI shows what the client asked for: show what it gets.
+  if (std::strcmp(name, "CCD_FRAME") == 0) setFrame(regionOf(format_));
   if (isStreaming_ && std::strcmp(name, "STREAMING_EXPOSURE") == 0) setStreamExposure();
   return isHandled;
 }
@@ -171,7 +169,8 @@ void CameraDevice::writeControls(const std::string& property, const ControlValue
   onEventThread([this, property, now, problem, gone] {
     if (link_ != Link::kOpen) return;
     ++controlChanges_;
-    for (const auto& [type, value] : now) wanted_[type] = value;
+    for (const auto& [type, value] : now) opened_.values[type] = wanted_[type] = value;
+    if (!isStreaming_) setStreamFormat();  // a flip exchanges the colours of the mosaic
     controls_.show(now);
     controls_.finish(property.c_str(), problem.empty());
     if (!problem.empty()) failed(problem, gone);

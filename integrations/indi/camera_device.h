@@ -122,7 +122,6 @@ class CameraDevice : public INDI::CCD {
 
   // image_region.cpp
   [[nodiscard]] IMG_TYPE imageType() const;
-  [[nodiscard]] std::optional<ImageFormat> format() const;
   bool mayChangeImages();
   bool changeFormat(const Region& region, int bin, IMG_TYPE type);
   void showFormat(const ImageFormat& format);
@@ -133,9 +132,9 @@ class CameraDevice : public INDI::CCD {
   // streaming.cpp
   void stream(int number, std::chrono::microseconds exposure, const ImageFormat& format,
               const std::stop_token& stop);
-  void restartStream();
+  void startStream();
   void streamFailed(int number, const std::string& reason, bool isGone);
-  void setStreamFormat(const ImageFormat& format);
+  void setStreamFormat();
   void setStreamExposure();
 
   // controls, camera_device.cpp
@@ -179,7 +178,8 @@ class CameraDevice : public INDI::CCD {
   std::atomic<bool> isUploading_ = false;
   std::vector<std::function<void()>> postponed_;
 
-  Region wish_;  ///< region that the client asked for
+  Region wish_;         ///< region that the client asked for
+  ImageFormat format_;  ///< of the next images; where the region lies is known when it was set
   std::vector<IMG_TYPE> types_;
 
   std::atomic<int> stream_ = 0;  ///< number of the running stream; frames of others are dropped

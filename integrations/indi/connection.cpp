@@ -6,6 +6,7 @@
 
 #include "camera_device.h"
 #include "event_thread.h"
+#include "fleet.h"
 
 namespace orvik::indi {
 namespace {
@@ -79,6 +80,7 @@ void CameraDevice::open(bool isQuiet) {
         try {
           const std::scoped_lock lock(openingMutex());
           camera_ = Camera::open(identity);
+          closeCamerasAtExit();
           Opened result{camera_.info(),
                         {camera_.controls().begin(), camera_.controls().end()},
                         readControls(camera_),

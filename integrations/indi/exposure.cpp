@@ -20,15 +20,12 @@ bool CameraDevice::StartExposure(float seconds) {
     LOG_ERROR("No exposure is possible while video is streamed or recorded.");
     return false;
   }
-  const auto format = this->format();
-  if (!format) return false;
-
   const std::chrono::microseconds exposure(std::llround(double{seconds} * 1e6));
   PrimaryCCD.setExposureDuration(seconds);
   isExposing_ = true;
   exposureEnd_ = Clock::now() + exposure;
   exposureStop_ =
-      captures_.post([this, number = ++exposure_, exposure, format = *format](
+      captures_.post([this, number = ++exposure_, exposure, format = format_](
                          const std::stop_token& stop) { expose(number, exposure, format, stop); });
   return true;
 }

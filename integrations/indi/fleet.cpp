@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The cameras of this driver: found when it starts, and whenever one is plugged in.
+#include "fleet.h"
+
 #include <indidevapi.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -9,6 +11,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <mutex>
 
 #include "camera_device.h"
 #include "event_thread.h"
@@ -75,13 +78,6 @@ Fleet& fleet() {
   return *only;
 }
 
-/// Guide lines and coolers are switched off before the driver ends.
-void endDriver() {
-  fleet().shutDown();
-  // Without the destructors of static objects, which INDI's threads may still use.
-  _exit(EXIT_SUCCESS);
-}
-
 void catchSignals() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -97,7 +93,6 @@ void catchSignals() {
 /// INDI's library has the function main(): this runs before it.
 const bool isPrepared = [] {
   catchSignals();
-  std::atexit(endDriver);
   startEventQueue();
   IEAddTimer(
       0, [](void*) { fleet().start(); }, nullptr);
@@ -105,4 +100,16 @@ const bool isPrepared = [] {
 }();
 
 }  // namespace
+
+void closeCamerasAtExit() {
+  static std::once_flag registered;
+  std::call_once(registered, [] {
+    std::atexit([] {
+      fleet().shutDown();
+      // Without the destructors of static objects, which INDI's threads may still use.
+      _exit(EXIT_SUCCESS);
+    });
+  });
+}
+
 }  // namespace orvik::indi

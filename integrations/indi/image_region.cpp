@@ -46,17 +46,13 @@ void CameraDevice::setUpChip() {
   const auto pixel = static_cast<float>(info.pixelSizeUm);
   wish_ = {0, 0, info.maxWidth, info.maxHeight};
   SetCCDParams(info.maxWidth, info.maxHeight, captureType(imageType()).bits, pixel, pixel);
-  showFormat(*format());
+  showFormat(*formatWithin(wish_, 1, imageType(), info));
   showMosaic(info.bayer);
 }
 
 IMG_TYPE CameraDevice::imageType() const {
   const int chosen = CaptureFormatSP.findOnSwitchIndex();
   return types_[static_cast<std::size_t>(std::max(chosen, 0))];
-}
-
-std::optional<ImageFormat> CameraDevice::format() const {
-  return formatWithin(wish_, PrimaryCCD.getBinX(), imageType(), opened_.info);
 }
 
 bool CameraDevice::mayChangeImages() {
@@ -79,16 +75,15 @@ bool CameraDevice::changeFormat(const Region& region, int bin, IMG_TYPE type) {
   wish_ = region;
   PrimaryCCD.setBin(static_cast<std::uint8_t>(bin), static_cast<std::uint8_t>(bin));
   showFormat(*format);
-  if (isStreaming_) {
-    restartStream();
-    return true;
-  }
-  // The camera rounds the start: where the region lies is known afterwards.
+  ++stream_;  // a stream ends here, and goes on with the new format
+  streamStop_.request_stop();
   captures_.post([this, wanted = *format](const std::stop_token&) {
     try {
       applyFormat(wanted);
       onEventThread([this, now = camera_.format(), wanted] {
-        if (link_ == Link::kOpen && !isExposing_ && this->format() == wanted) showFormat(now);
+        if (link_ != Link::kOpen || isExposing_ || format_ != wanted) return;
+        showFormat(now);
+        if (isStreaming_) startStream();
       });
     } catch (const Error& error) {
       onEventThread([this, what = std::string(error.what()), gone = isGone(error)] {
@@ -106,13 +101,14 @@ void CameraDevice::applyFormat(const ImageFormat& format) {
 }
 
 void CameraDevice::showFormat(const ImageFormat& format) {
+  format_ = format;
   const Region region = regionOf(format);
   const Region shown{PrimaryCCD.getSubX(), PrimaryCCD.getSubY(), PrimaryCCD.getSubW(),
                      PrimaryCCD.getSubH()};
   if (region != shown) setFrame(region);
   PrimaryCCD.setNAxis(format.type == Orvik_IMG_RGB24 ? 3 : 2);
   PrimaryCCD.setBPP(captureType(format.type).bits);
-  if (!isStreaming_ && !isExposing_ && !isUploading_) setStreamFormat(format);
+  if (!isStreaming_) setStreamFormat();
 }
 
 void CameraDevice::setFrame(const Region& region) {

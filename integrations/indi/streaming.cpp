@@ -25,7 +25,8 @@ INDI_PIXEL_FORMAT pixelFormat(const Orvik_CAMERA_INFO& camera, const ImageFormat
 
 }  // namespace
 
-void CameraDevice::setStreamFormat(const ImageFormat& format) {
+void CameraDevice::setStreamFormat() {
+  const ImageFormat& format = format_;
   const auto flip = opened_.values.find(Orvik_CTL_FLIP);
   const auto mosaic = imageMosaic(
       opened_.info.bayer, flip == opened_.values.end() ? 0 : flip->second.value, format.bin,
@@ -42,22 +43,17 @@ bool CameraDevice::StartStreaming() {
     LOG_ERROR("No video is possible during an exposure.");
     return false;
   }
-  const auto format = this->format();
-  if (!format) return false;
   isStreaming_ = true;
-  restartStream();
+  startStream();
   return true;
 }
 
-void CameraDevice::restartStream() {
-  streamStop_.request_stop();
-  const ImageFormat format = *this->format();
-  setStreamFormat(format);
+void CameraDevice::startStream() {
+  setStreamFormat();
   const std::chrono::microseconds exposure(std::llround(Streamer->getTargetExposure() * 1e6));
   streamStop_ =
-      captures_.post([this, number = ++stream_, exposure, format](const std::stop_token& stop) {
-        stream(number, exposure, format, stop);
-      });
+      captures_.post([this, number = ++stream_, exposure, format = format_](
+                         const std::stop_token& stop) { stream(number, exposure, format, stop); });
 }
 
 bool CameraDevice::StopStreaming() {

@@ -266,8 +266,8 @@ class CoolingAndGuiding(Driver):
 
 class Cameras(Driver):
     def test_they_do_not_wait_for_each_other(self):
-        # The second one is slow to open: each of its first requests takes 300 ms.
-        client = self.serve(f"{ONE};T13C_C,serial=00000002,fault=control delay 300 to 40")
+        # The second one is slow to open: each of its first requests takes 100 ms.
+        client = self.serve(f"{ONE};T13C_C,serial=00000002,fault=control delay 100 to 80")
         device = self.connect(client, DEVICE)
         slow = "Vek T13C COOL 00000002"
         client.set(slow, "CONNECTION", CONNECT="On")

@@ -46,7 +46,7 @@ class Server:
         children = f"/proc/{self.process.pid}/task/{self.process.pid}/children"
         with open(children) as file:
             pids = file.read().split()
-        return int(pids[0]) if pids else None
+        return int(pids[-1]) if pids else None
 
     def close(self):
         os.killpg(self.process.pid, signal.SIGTERM)
