@@ -38,6 +38,13 @@ class Driver(unittest.TestCase):
         client.get(device, "CAMERA_INFO")  # the last one that is defined
         return device
 
+    def end_driver(self, client, signal_number, device):
+        """The server deletes the driver's devices and starts it again."""
+        before = client.devices[device]
+        os.kill(self.server.driver(), signal_number)
+        client.wait(lambda: client.devices.get(device, before) is not before and
+                    client.has(device, "CONNECTION"), "started again")
+
     def expose(self, client, device, seconds=0.02):
         client.blobs.clear()
         client.set(device, "CCD_EXPOSURE", CCD_EXPOSURE_VALUE=seconds)
@@ -227,8 +234,8 @@ class CoolingAndGuiding(Driver):
         self.assertEqual(-10, image["SET-TEMP"])
         self.assertTrue(19 < image["CCD-TEMP"] < 21)
         # Without a ramp, to a target that is reached soon.
-        client.put(device, "CCD_TEMP_RAMP", RAMP_SLOPE=0, RAMP_THRESHOLD=1.5)
-        client.put(device, "CCD_TEMPERATURE", state="Busy", CCD_TEMPERATURE_VALUE=18)
+        client.put(device, "CCD_TEMP_RAMP", RAMP_SLOPE=0, RAMP_THRESHOLD=0.8)
+        client.put(device, "CCD_TEMPERATURE", state="Busy", CCD_TEMPERATURE_VALUE=19)
         client.wait_for(device, "CCD_TEMPERATURE", on, "reached")
         client.put(device, "CCD_COOLER", state="Idle", COOLER_OFF="On", COOLER_ON="Off")
         client.wait_for(device, "CCD_COOLER_POWER", lambda one: one.members["CCD_COOLER_VALUE"] == 0)
@@ -325,11 +332,7 @@ class Cameras(Driver):
             client.put(device, "CCD_TEMPERATURE", state="Busy", CCD_TEMPERATURE_VALUE=0)
             client.put(device, "TELESCOPE_TIMED_GUIDE_NS", state="Busy", TIMED_GUIDE_N=60000,
                        TIMED_GUIDE_S=0)
-            before = self.server.driver()
-            os.kill(before, signal_number)
-            client.wait(lambda: self.server.driver() not in (None, before), "restarted")
-            client.wait_for(device, "CONNECTION", lambda one: one.state == "Idle")
-            client.wait(lambda: not client.has(device, "CCD_EXPOSURE"), "it has no properties")
+            self.end_driver(client, signal_number, device)
         self.expose(client, self.connect(client, COOLED_DEVICE))
 
     def test_saved_settings(self):
@@ -341,9 +344,7 @@ class Cameras(Driver):
         client.put(device, "CCD_CONTROLS", Gain=55, Gamma=50)
         self.server.tool("indi_setprop", f"{device}.CONNECTION.DISCONNECT=On")
         client.wait_for(device, "CONNECTION", lambda one: one.state == "Idle")
-        os.kill(self.server.driver(), signal.SIGKILL)
-        client.wait(lambda: not client.has(device, "CCD_CONTROLS"), "ended")
-        client.wait_for(device, "CONNECTION", lambda one: one.state == "Idle")
+        self.end_driver(client, signal.SIGKILL, device)
         self.connect(client, DEVICE)
         client.wait_for(device, "CCD_CONTROLS", lambda one: (one.members["Gain"],
                                                              one.members["Gamma"]) == (33, 44))
