@@ -10,8 +10,6 @@ namespace orvik::indi {
 namespace {
 
 constexpr const char* kInfoTab = "Camera";
-constexpr unsigned kShortestPollMs = 100;
-constexpr unsigned kLongestPollMs = 10000;
 
 }  // namespace
 
@@ -23,11 +21,9 @@ bool CameraDevice::initProperties() {
   INDI::CCD::initProperties();
   SetCCDCapability(CCD_CAN_ABORT | CCD_CAN_BIN | CCD_CAN_SUBFRAME | CCD_HAS_ST4_PORT |
                    CCD_HAS_STREAMING);
-  setDriverInterface(CCD_INTERFACE | GUIDER_INTERFACE);
   addDebugControl();
   addConfigurationControl();
   addPollPeriodControl();
-  setPollingPeriodRange(kShortestPollMs, kLongestPollMs);
 
   initCooler();
   const std::array<const char*, 4> directions{"NORTH", "SOUTH", "EAST", "WEST"};

@@ -36,6 +36,7 @@ void CameraDevice::addFITSKeywords(INDI::CCDChip* chip) {
   const auto integer = [&](const char* key, int value, const char* comment) {
     fits_update_key_lng(file, key, value, comment, &status);
   };
+  text("INSTRUME", opened_.info.name, "Model of the camera");
   text("ROWORDER", "TOP-DOWN", "Order of the rows");
   text("DATE-OBS", timeText(info.start()), "UTC, start of the exposure");
   number("EXPTIME", static_cast<double>(info.exposureUs) / 1e6, 6, "Exposure time, s");

@@ -59,9 +59,10 @@ class Fleet {
     present_.erase(found);
   }
 
-  /// Model and serial number. A second camera with the same ones is told apart by its port.
+  /// Model and serial number. A second camera with the same ones is told apart by its port. Some
+  /// clients find the driver of a device by the first word of both names.
   std::string nameOf(const Device& device) const {
-    const std::string name = device.label();
+    const std::string name = "Orvik " + device.label();
     const bool isTaken = std::any_of(present_.begin(), present_.end(), [&](const auto& other) {
       return other.first != device.port && other.second == name;
     });

@@ -11,9 +11,9 @@ from indi_client import Client
 from server import Fits, Server
 
 ONE = "T15C,serial=00000001,scene=moon"
-DEVICE = "Vek T15C 00000001"
+DEVICE = "Orvik Vek T15C 00000001"
 COOLED = "T13C_C,serial=0000ABCD"
-COOLED_DEVICE = "Vek T13C COOL 0000ABCD"
+COOLED_DEVICE = "Orvik Vek T13C COOL 0000ABCD"
 
 
 def on(property):
@@ -70,9 +70,9 @@ class Images(Driver):
         snap = self.server.snap
         # The first image of each, because the noise goes on with each frame.
         for camera in (1, 2, 3):
-            self.connect(client, f"Vek T15C 0000000{camera}")
+            self.connect(client, f"Orvik Vek T15C 0000000{camera}")
 
-        device = "Vek T15C 00000001"
+        device = "Orvik Vek T15C 00000001"
         client.put(device, "CCD_CONTROLS", Gain=150, Brightness=7)
         image = self.expose(client, device)
         same = snap(cameras[0], "1.fits", "--exposure", "20ms", "--gain", "150",
@@ -81,7 +81,7 @@ class Images(Driver):
         self.assertEqual(same.pixels, image.pixels)
         self.assertEqual((150, 7), (image["GAIN"], image["OFFSET"]))
 
-        device = "Vek T15C 00000002"
+        device = "Orvik Vek T15C 00000002"
         client.put(device, "CCD_CAPTURE_FORMAT", INDI_RGB="On")
         image = self.expose(client, device)
         same = snap(cameras[1], "2.fits", "--exposure", "20ms", "--type", "rgb24")
@@ -89,7 +89,7 @@ class Images(Driver):
         self.assertEqual(same.pixels, image.pixels)
         self.assertIsNone(image.get("BAYERPAT"))
 
-        device = "Vek T15C 00000003"
+        device = "Orvik Vek T15C 00000003"
         client.put(device, "CCD_CAPTURE_FORMAT", INDI_RAW8="On")
         client.put(device, "CCD_CONTROLS", Flip=1)
         client.put(device, "CCD_FRAME", X=101, Y=51, WIDTH=335, HEIGHT=223)
@@ -123,7 +123,7 @@ class Images(Driver):
         image = self.expose(client, device, 0.3)
         names = [key for key, _ in image.cards if key not in ("", "COMMENT", "HISTORY")]
         self.assertEqual(len(names), len(set(names)))
-        wanted = {"ROWORDER": "TOP-DOWN", "INSTRUME": DEVICE, "EXPTIME": 0.3, "PIXSIZE1": 3.75,
+        wanted = {"ROWORDER": "TOP-DOWN", "INSTRUME": "Vek T15C", "EXPTIME": 0.3, "PIXSIZE1": 3.75,
                   "PIXSIZE2": 3.75, "XPIXSZ": 7.5, "YPIXSZ": 7.5, "XBINNING": 2, "YBINNING": 2,
                   "IMAGETYP": "Dark Frame", "BAYERPAT": "RGGB", "XBAYROFF": 0, "YBAYROFF": 0,
                   "BZERO": 32768}
@@ -276,7 +276,7 @@ class Cameras(Driver):
         # The second one is slow to open: each of its first requests takes 100 ms.
         client = self.serve(f"{ONE};T13C_C,serial=00000002,fault=control delay 100 to 80")
         device = self.connect(client, DEVICE)
-        slow = "Vek T13C COOL 00000002"
+        slow = "Orvik Vek T13C COOL 00000002"
         client.set(slow, "CONNECTION", CONNECT="On")
         client.wait_for(slow, "CONNECTION", lambda one: one.state == "Busy")
         self.expose(client, device)
