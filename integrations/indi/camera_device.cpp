@@ -2,6 +2,7 @@
 #include "camera_device.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "event_thread.h"
@@ -83,18 +84,24 @@ bool CameraDevice::saveConfigItems(FILE* file) {
   return true;
 }
 
+template <typename Value, typename Request>
+bool CameraDevice::postpone(Request request, const char* property, const Value values[],
+                            char* names[], int count) {
+  postponed_.emplace_back([this, request, property = std::string(property),
+                           copies = std::vector<Value>(values, values + count),
+                           texts = std::vector<std::string>(names, names + count)]() mutable {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    (this->*request)(getDeviceName(), property.c_str(), copies.data(), pointers.data(),
+                     static_cast<int>(pointers.size()));
+  });
+  return true;
+}
+
 bool CameraDevice::ISNewNumber(const char* device, const char* name, double values[], char* names[],
                                int count) {
   if (device == nullptr || std::strcmp(device, getDeviceName()) != 0) return false;
-  const auto again = [this, device = std::string(device), property = std::string(name),
-                      numbers = std::vector<double>(values, values + count),
-                      texts = std::vector<std::string>(names, names + count)]() mutable {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) pointers.push_back(text.data());
-    ISNewNumber(device.c_str(), property.c_str(), numbers.data(), pointers.data(),
-                static_cast<int>(pointers.size()));
-  };
-  if (postpone(name, again)) return true;
+  if (mustWait(name)) return postpone(&CameraDevice::ISNewNumber, name, values, names, count);
   if (link_ == Link::kOpen) {
     if (const auto changes = controls_.requested(name, values, names, count)) {
       setControls(name, *changes);
@@ -102,7 +109,10 @@ bool CameraDevice::ISNewNumber(const char* device, const char* name, double valu
     }
     if (guideLines_.isNameMatch(name)) return guideLinesRequested(values, names, count);
     if (stopsGuiding(name, values, count)) return true;
-    if (TemperatureNP.p == IP_RO && std::strcmp(name, TemperatureNP.name) == 0) return false;
+    if (std::strcmp(name, TemperatureNP.name) == 0) {
+      if (TemperatureNP.p == IP_RO) return false;
+      values[0] = std::round(values[0]);  // the camera regulates to whole degrees
+    }
   }
   const bool isHandled = INDI::CCD::ISNewNumber(device, name, values, names, count);
   // INDI shows what the client asked for: show what it gets.
@@ -114,15 +124,7 @@ bool CameraDevice::ISNewNumber(const char* device, const char* name, double valu
 bool CameraDevice::ISNewSwitch(const char* device, const char* name, ISState* states, char* names[],
                                int count) {
   if (device == nullptr || std::strcmp(device, getDeviceName()) != 0) return false;
-  const auto again = [this, device = std::string(device), property = std::string(name),
-                      switches = std::vector<ISState>(states, states + count),
-                      texts = std::vector<std::string>(names, names + count)]() mutable {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) pointers.push_back(text.data());
-    ISNewSwitch(device.c_str(), property.c_str(), switches.data(), pointers.data(),
-                static_cast<int>(pointers.size()));
-  };
-  if (postpone(name, again)) return true;
+  if (mustWait(name)) return postpone(&CameraDevice::ISNewSwitch, name, states, names, count);
   if (std::strcmp(name, "CONNECTION") == 0) return connectionRequested(states, names, count);
   if (link_ == Link::kOpen) {
     if (coolerSwitch_.isNameMatch(name)) return coolerRequested(states, names, count);
@@ -134,15 +136,15 @@ bool CameraDevice::ISNewSwitch(const char* device, const char* name, ISState* st
   return INDI::CCD::ISNewSwitch(device, name, states, names, count);
 }
 
-Worker& CameraDevice::workerForSettings() {
-  // During an exposure a setting waits for its end; in a video it acts at once.
-  return isStreaming_ ? service_ : captures_;
-}
-
 void CameraDevice::setControls(const char* property, const ControlValues& changes) {
-  if (isExposing_ && !changes.empty()) LOG_INFO("The setting takes effect after the exposure.");
+  const bool concernsImage = std::any_of(changes.begin(), changes.end(), [](const auto& change) {
+    return change.first != Orvik_CTL_TARGET_TEMP && change.first != Orvik_CTL_COOLER_ON;
+  });
+  if (isExposing_ && concernsImage) LOG_INFO("The setting takes effect after the exposure.");
   ++controlChanges_;
-  workerForSettings().post([this, name = std::string(property), changes](const std::stop_token&) {
+  // What concerns the image waits for the end of an exposure; in a video it acts at once.
+  Worker& worker = concernsImage && !isStreaming_ ? captures_ : service_;
+  worker.post([this, name = std::string(property), changes](const std::stop_token&) {
     writeControls(name, changes);
   });
 }
@@ -150,30 +152,29 @@ void CameraDevice::setControls(const char* property, const ControlValues& change
 void CameraDevice::writeControls(const std::string& property, const ControlValues& changes) {
   const bool isAutoMode = property == "CCD_CONTROLS_AUTO";
   ControlValues now;
-  std::string problem;
-  bool gone = false;
+  bool isDone = true;
   for (const auto& [type, value] : changes) {
     try {
       const std::int32_t number = isAutoMode ? camera_.read(type).value : value.value;
       camera_.write(type, {number, value.isAuto});
       now[type] = camera_.read(type);
     } catch (const Error& error) {
-      problem = error.what();
-      gone = isGone(error);
+      isDone = false;
+      fail(error);
     }
   }
-  onEventThread([this, property, now, problem, gone] {
+  onEventThread([this, property, now, isDone] {
     if (link_ != Link::kOpen) return;
     ++controlChanges_;
     for (const auto& [type, value] : now) opened_.values[type] = wanted_[type] = value;
     if (!isStreaming_) setStreamFormat();  // a flip exchanges the colours of the mosaic
     controls_.show(now);
-    controls_.finish(property.c_str(), problem.empty());
-    if (!problem.empty()) failed(problem, gone);
+    controls_.finish(property.c_str(), isDone);
   });
 }
 
 void CameraDevice::TimerHit() {
+  timer_ = -1;
   if (link_ == Link::kClosed && isReturning_) open(true);
   if (link_ == Link::kOpen) {
     if (isExposing_) {
@@ -184,7 +185,7 @@ void CameraDevice::TimerHit() {
     if (isUploading_ && !isExposing_ && !PrimaryCCD.isExposing()) uploaded();
     poll();
   }
-  if (link_ != Link::kClosed || isReturning_) SetTimer(getCurrentPollingPeriod());
+  if (link_ != Link::kClosed || isReturning_) restartTimer();
 }
 
 void CameraDevice::poll() {

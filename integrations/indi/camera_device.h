@@ -48,8 +48,6 @@ class CameraDevice : public INDI::CCD {
   const char* getDefaultName() override { return "Orvik CCD"; }
   bool initProperties() override;
   bool updateProperties() override;
-  bool Connect() override;
-  bool Disconnect() override;
   void TimerHit() override;
   bool saveConfigItems(FILE* file) override;
 
@@ -105,20 +103,24 @@ class CameraDevice : public INDI::CCD {
   void opened(const Opened& result);
   void notOpened(const std::string& reason, bool isQuiet);
   void close(IPState state, const char* message);
-  /// Whether the reason of an error is that the camera was unplugged. Workers.
-  [[nodiscard]] bool isGone(const Error& error) const;
-  void failed(const std::string& what, bool isGone);
+  /// Reports an error of a worker, after calling a function on the event thread. If its reason is
+  /// that the camera was unplugged, the camera is closed.
+  void fail(const Error& error, std::function<void()> first = {});
+  void restartTimer();
   void setUpChip();
 
   // exposure.cpp
   void expose(int number, std::chrono::microseconds exposure, const ImageFormat& format,
               const std::stop_token& stop);
   void exposed(int number, const std::shared_ptr<Image>& image);
-  void exposureFailed(int number, const std::string& reason, bool isGone);
   std::shared_ptr<Image> unusedImage();
   void uploaded();
-  /// Postpones a client's request until the image has been sent, if it would change what is sent.
-  bool postpone(const char* property, std::function<void()> request);
+  /// Whether a request of a client has to wait until the image has been sent.
+  [[nodiscard]] bool mustWait(const char* property) const;
+  /// Makes the request again when the image has been sent.
+  template <typename Value, typename Request>
+  bool postpone(Request request, const char* property, const Value values[], char* names[],
+                int count);
 
   // image_region.cpp
   [[nodiscard]] IMG_TYPE imageType() const;
@@ -133,7 +135,7 @@ class CameraDevice : public INDI::CCD {
   void stream(int number, std::chrono::microseconds exposure, const ImageFormat& format,
               const std::stop_token& stop);
   void startStream();
-  void streamFailed(int number, const std::string& reason, bool isGone);
+  void endStream();
   void setStreamFormat();
   void setStreamExposure();
 
@@ -142,7 +144,6 @@ class CameraDevice : public INDI::CCD {
   void writeControls(const std::string& property, const ControlValues& changes);
   void poll();
   void showStatus(const Status& status);
-  Worker& workerForSettings();
   bool guideLinesRequested(double values[], char* names[], int count);
 
   // cooler.cpp
@@ -168,6 +169,7 @@ class CameraDevice : public INDI::CCD {
   ControlValues wanted_;    ///< set by clients in this connection
   int controlChanges_ = 0;  ///< number of the last change, to recognise outdated polls
   bool isPolling_ = false;
+  int timer_ = -1;
 
   int exposure_ = 0;  ///< number of the running exposure, or of the last one
   bool isExposing_ = false;

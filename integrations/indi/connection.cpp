@@ -59,16 +59,6 @@ bool CameraDevice::connectionRequested(ISState* states, char* names[], int count
   return true;
 }
 
-bool CameraDevice::Connect() {
-  if (link_ == Link::kClosed) open(false);
-  return link_ == Link::kOpen;
-}
-
-bool CameraDevice::Disconnect() {
-  close(IPS_IDLE, nullptr);
-  return true;
-}
-
 void CameraDevice::open(bool isQuiet) {
   link_ = Link::kOpening;
   if (auto connection = getSwitch("CONNECTION"); connection.isValid() && !isQuiet) {
@@ -111,13 +101,18 @@ void CameraDevice::opened(const Opened& result) {
     loadConfig(true);
   }
   poll();
-  SetTimer(getCurrentPollingPeriod());
+  restartTimer();
+}
+
+void CameraDevice::restartTimer() {
+  if (timer_ >= 0) RemoveTimer(timer_);
+  timer_ = SetTimer(getCurrentPollingPeriod());
 }
 
 void CameraDevice::notOpened(const std::string& reason, bool isQuiet) {
   link_ = Link::kClosed;
   if (isQuiet) return;
-  LOG_ERROR(reason.c_str());
+  LOGF_ERROR("%s", reason.c_str());
   setConnected(false, IPS_ALERT);
 }
 
@@ -137,7 +132,7 @@ void CameraDevice::close(IPState state, const char* message) {
   const bool wasOpen = std::exchange(link_, Link::kClosed) == Link::kOpen;
   ++exposure_;
   if (std::exchange(isExposing_, false)) PrimaryCCD.setExposureFailed();
-  if (Streamer != nullptr && Streamer->isBusy()) Streamer->setStream(false);
+  endStream();
   setConnected(false, state, message);
   if (wasOpen) updateProperties();
 }
@@ -152,22 +147,26 @@ void CameraDevice::left() {
   isReturning_ = true;
   LOG_ERROR("The camera was unplugged. It is connected again when it is plugged in.");
   close(IPS_ALERT, nullptr);
-  SetTimer(getCurrentPollingPeriod());
+  restartTimer();
 }
 
-bool CameraDevice::isGone(const Error& error) const {
-  if (error.orvikCode() == Orvik_ERROR_NO_CAMERA_OBJECT) return true;
-  if (camera_.noFrameReason() == Orvik_NO_FRAME_UNPLUGGED) return true;
-  std::error_code unknown;
-  const std::vector<Device> present = devices(unknown);
-  return !unknown && std::none_of(present.begin(), present.end(), [this](const Device& device) {
-    return device.isOpen && device.handle == camera_.handle();
+void CameraDevice::fail(const Error& error, std::function<void()> first) {
+  const bool isGone =
+      error.orvikCode() == Orvik_ERROR_NO_CAMERA_OBJECT ||
+      camera_.noFrameReason() == Orvik_NO_FRAME_UNPLUGGED || [this] {
+        std::error_code unknown;
+        const std::vector<Device> present = devices(unknown);
+        return !unknown &&
+               std::none_of(present.begin(), present.end(), [this](const Device& device) {
+                 return device.isOpen && device.handle == camera_.handle();
+               });
+      }();
+  onEventThread([this, first = std::move(first), what = std::string(error.what()), isGone] {
+    if (first) first();
+    if (link_ != Link::kOpen) return;
+    LOGF_ERROR("%s", what.c_str());
+    if (isGone) left();
   });
-}
-
-void CameraDevice::failed(const std::string& what, bool isGone) {
-  LOG_ERROR(what.c_str());
-  if (isGone) left();
 }
 
 void CameraDevice::shutDown() {

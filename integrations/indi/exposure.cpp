@@ -21,6 +21,8 @@ bool CameraDevice::StartExposure(float seconds) {
     return false;
   }
   const std::chrono::microseconds exposure(std::llround(double{seconds} * 1e6));
+  LOGF_DEBUG("Exposure of %.6f s, %d x %d pixels, bin %d", double{seconds}, format_.width,
+             format_.height, format_.bin);
   PrimaryCCD.setExposureDuration(seconds);
   isExposing_ = true;
   exposureEnd_ = Clock::now() + exposure;
@@ -54,8 +56,8 @@ void CameraDevice::expose(int number, std::chrono::microseconds exposure, const 
     }
     onEventThread([this, number, image] { exposed(number, image); });
   } catch (const Error& error) {
-    onEventThread([this, number, reason = std::string(error.what()), gone = isGone(error)] {
-      exposureFailed(number, reason, gone);
+    fail(error, [this, number] {
+      if (number == exposure_ && std::exchange(isExposing_, false)) PrimaryCCD.setExposureFailed();
     });
   }
 }
@@ -94,11 +96,6 @@ void CameraDevice::exposed(int number, const std::shared_ptr<Image>& image) {
   ExposureComplete(&PrimaryCCD);
 }
 
-void CameraDevice::exposureFailed(int number, const std::string& reason, bool isGone) {
-  if (number == exposure_ && std::exchange(isExposing_, false)) PrimaryCCD.setExposureFailed();
-  if (link_ == Link::kOpen) failed(reason, isGone);
-}
-
 void CameraDevice::UploadComplete(INDI::CCDChip*) {
   onEventThread([this] { uploaded(); });
 }
@@ -109,7 +106,7 @@ void CameraDevice::uploaded() {
   for (const auto& request : requests) request();
 }
 
-bool CameraDevice::postpone(const char* property, std::function<void()> request) {
+bool CameraDevice::mustWait(const char* property) const {
   static constexpr std::array kNames{"CCD_EXPOSURE",     "CCD_FRAME",          "CCD_BINNING",
                                      "CCD_FRAME_TYPE",   "CCD_FRAME_RESET",    "CCD_CAPTURE_FORMAT",
                                      "CCD_VIDEO_STREAM", "RECORD_STREAM",      "CONNECTION",
@@ -117,9 +114,7 @@ bool CameraDevice::postpone(const char* property, std::function<void()> request)
   const bool concernsImage = std::any_of(kNames.begin(), kNames.end(), [&](const char* name) {
     return std::strcmp(name, property) == 0;
   });
-  if (!isUploading_ || !concernsImage) return false;
-  postponed_.push_back(std::move(request));
-  return true;
+  return isUploading_ && concernsImage;
 }
 
 }  // namespace orvik::indi

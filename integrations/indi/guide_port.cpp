@@ -37,8 +37,8 @@ void CameraDevice::stopGuiding(int axis) {
 }
 
 void CameraDevice::pulseEnded(int axis, int number, const std::string& problem) {
-  if (!problem.empty()) LOG_ERROR(problem.c_str());
-  if (link_ != Link::kOpen || axes_[static_cast<std::size_t>(axis)].pulse != number) return;
+  if (!problem.empty()) LOGF_ERROR("%s", problem.c_str());
+  if (axes_[static_cast<std::size_t>(axis)].pulse != number) return;
   GuideComplete(axis == 0 ? AXIS_DE : AXIS_RA);
   if (problem.empty()) return;
   auto lengths = getNumber(kAxisProperties[axis]);

@@ -86,9 +86,7 @@ bool CameraDevice::changeFormat(const Region& region, int bin, IMG_TYPE type) {
         if (isStreaming_) startStream();
       });
     } catch (const Error& error) {
-      onEventThread([this, what = std::string(error.what()), gone = isGone(error)] {
-        if (link_ == Link::kOpen) failed(what, gone);
-      });
+      fail(error);
     }
   });
   return true;

@@ -77,25 +77,32 @@ void CameraDevice::stream(int number, std::chrono::microseconds exposure, const 
       Streamer->newFrame(frame.bytes().data(), static_cast<std::uint32_t>(frame.bytes().size()));
     }
   } catch (const Error& error) {
-    onEventThread([this, number, reason = std::string(error.what()), gone = isGone(error)] {
-      streamFailed(number, reason, gone);
+    fail(error, [this, number] {
+      if (number == stream_) endStream();
     });
   }
 }
 
-void CameraDevice::streamFailed(int number, const std::string& reason, bool isGone) {
-  if (number == stream_) Streamer->setStream(false);
-  if (link_ == Link::kOpen) failed(reason, isGone);
+void CameraDevice::endStream() {
+  if (Streamer->isRecording()) {
+    ISState state = ISS_ON;
+    std::string off = "RECORD_OFF";
+    char* names[] = {off.data()};
+    Streamer->ISNewSwitch(getDeviceName(), "RECORD_STREAM", &state, names, 1);
+    // INDI closes the file with the next frame, and there will be none.
+    captures_.post([this](const std::stop_token&) { Streamer->newFrame(nullptr, 0); });
+  }
+  if (Streamer->isStreaming()) Streamer->setStream(false);
 }
 
 void CameraDevice::setStreamExposure() {
   service_.post([this, exposure = std::chrono::microseconds(std::llround(
                            Streamer->getTargetExposure() * 1e6))](const std::stop_token&) {
-    std::error_code error;
-    if (!camera_.read(Orvik_CTL_EXPOSURE, error).isAuto) {
-      camera_.set(control::kExposure, exposure, error);
+    try {
+      if (!camera_.read(Orvik_CTL_EXPOSURE).isAuto) camera_.set(control::kExposure, exposure);
+    } catch (const Error& error) {
+      fail(error);
     }
-    if (error) onEventThread([this, error] { LOG_ERROR(error.message().c_str()); });
   });
 }
 

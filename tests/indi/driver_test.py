@@ -226,6 +226,8 @@ class CoolingAndGuiding(Driver):
         device = self.connect(client, COOLED_DEVICE)
         self.assertEqual(20, client.value(device, "CCD_TEMPERATURE", "CCD_TEMPERATURE_VALUE"))
         client.put(device, "CCD_TEMP_RAMP", RAMP_SLOPE=1, RAMP_THRESHOLD=0.5)
+        # The cooler does not wait for the end of an exposure.
+        client.put(device, "CCD_EXPOSURE", state="Busy", CCD_EXPOSURE_VALUE=500)
         client.put(device, "CCD_TEMPERATURE", state="Busy", CCD_TEMPERATURE_VALUE=-10)
         client.wait_for(device, "CCD_COOLER", lambda one: one.members["COOLER_ON"] == "On")
         client.wait_for(device, "CCD_COOLER_POWER",
@@ -302,9 +304,18 @@ class Cameras(Driver):
         device = self.connect(client, DEVICE)
         client.put(device, "CCD_CONTROLS", Gain=77)
         client.put(device, "CCD_BINNING", HOR_BIN=2, VER_BIN=2)
-        client.set(device, "CCD_VIDEO_STREAM", STREAM_ON="On")
+        client.set(device, "RECORD_FILE", RECORD_FILE_DIR=self.server.folder,
+                   RECORD_FILE_NAME="cut")
+        client.set(device, "RECORD_STREAM", RECORD_ON="On")
         client.wait_for(device, "CONNECTION", lambda one: one.state == "Alert", "unplugged")
         client.wait_message("was unplugged")
+        client.wait_message(" frames")  # the recording is closed
+        file, = glob.glob(f"{self.server.folder}/cut*.ser")
+        with open(file, "rb") as recording:
+            data = recording.read()
+        count, = struct.unpack("<i", data[38:42])
+        self.assertGreater(count, 10)
+        self.assertEqual(178 + count * (652 * 488 * 2 + 8), len(data))
         client.wait(lambda: not client.has(device, "CCD_EXPOSURE"), "it has no properties")
         client.wait_for(device, "CONNECTION", on, "back")
         client.wait_for(device, "CCD_CONTROLS", lambda one: one.members["Gain"] == 77)
