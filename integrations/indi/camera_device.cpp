@@ -188,15 +188,22 @@ void CameraDevice::TimerHit() {
   if (link_ != Link::kClosed || isReturning_) restartTimer();
 }
 
+ControlValues CameraDevice::readControls() const {
+  ControlValues values;
+  for (const Control& control : camera_.controls()) {
+    std::error_code error;
+    const ControlValue value = control.read(error);
+    if (!error) values[control.type()] = value;
+  }
+  return values;
+}
+
 void CameraDevice::poll() {
   if (std::exchange(isPolling_, true)) return;
   service_.post([this, changes = controlChanges_, number = connection_](const std::stop_token&) {
     Status status;
+    status.values = readControls();
     std::error_code error;
-    for (const Control& control : camera_.controls()) {
-      const ControlValue value = control.read(error);
-      if (!error) status.values[control.type()] = value;
-    }
     if (const auto cooler = camera_.cooler(error); !error) status.cooler = cooler;
     status.readout = camera_.readout(error);
     status.lostFrames = camera_.droppedFrames(error);

@@ -141,6 +141,7 @@ class CameraDevice : public INDI::CCD {
 
   // controls, camera_device.cpp
   void setControls(const char* property, const ControlValues& changes);
+  [[nodiscard]] ControlValues readControls() const;
   void writeControls(const std::string& property, const ControlValues& changes);
   void poll();
   void showStatus(const Status& status);

@@ -17,16 +17,6 @@ std::mutex& openingMutex() {
   return *only;
 }
 
-ControlValues readControls(const Camera& camera) {
-  ControlValues values;
-  for (const Control& control : camera.controls()) {
-    std::error_code error;
-    const ControlValue value = control.read(error);
-    if (!error) values[control.type()] = value;
-  }
-  return values;
-}
-
 std::string firmwareText(const Camera& camera) {
   std::error_code error;
   const Orvik_FIRMWARE_VERSION version = camera.firmware().version(error);
@@ -70,10 +60,9 @@ void CameraDevice::open(bool isQuiet) {
         try {
           const std::scoped_lock lock(openingMutex());
           camera_ = Camera::open(identity);
-          closeCamerasAtExit();
           Opened result{camera_.info(),
                         {camera_.controls().begin(), camera_.controls().end()},
-                        readControls(camera_),
+                        readControls(),
                         firmwareText(camera_)};
           onEventThread([this, number, result = std::move(result)] {
             if (number == connection_) opened(result);
@@ -89,6 +78,7 @@ void CameraDevice::open(bool isQuiet) {
 void CameraDevice::opened(const Opened& result) {
   const bool isReturn = std::exchange(isReturning_, false);
   link_ = Link::kOpen;
+  closeCamerasAtExit();
   opened_ = result;
   controls_.build(opened_.controls, opened_.values);
   setUpChip();

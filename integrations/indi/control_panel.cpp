@@ -154,11 +154,4 @@ void ControlPanel::show(const ControlValues& values) {
   if (isChanged) autos_.apply();
 }
 
-bool ControlPanel::hasAutoExposure() const {
-  for (std::size_t n = 0; n < autoTypes_.size(); ++n) {
-    if (autoTypes_[n] == Orvik_CTL_EXPOSURE) return autos_[n].getState() == ISS_ON;
-  }
-  return false;
-}
-
 }  // namespace orvik::indi

@@ -39,8 +39,6 @@ class ControlPanel {
   void finish(const char* property, bool succeeded);
   /// Shows these values, and sends what has changed.
   void show(const ControlValues& values);
-  /// Whether the exposure is shown as automatic.
-  [[nodiscard]] bool hasAutoExposure() const;
 
  private:
   struct Numbers {

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "camera_device.h"
 #include "event_thread.h"
@@ -47,6 +46,7 @@ class Fleet {
       camera = new CameraDevice(device);
       camera->setDeviceName(name.c_str());
       camera->ISGetProperties(nullptr);
+      closeCamerasAtExit();
     } else {
       camera->arrived(device);
     }
@@ -103,13 +103,10 @@ const bool isPrepared = [] {
 }  // namespace
 
 void closeCamerasAtExit() {
-  static std::once_flag registered;
-  std::call_once(registered, [] {
-    std::atexit([] {
-      fleet().shutDown();
-      // Without the destructors of static objects, which INDI's threads may still use.
-      _exit(EXIT_SUCCESS);
-    });
+  std::atexit([] {
+    fleet().shutDown();
+    // Without the destructors of static objects, which threads of INDI may still use.
+    _exit(EXIT_SUCCESS);
   });
 }
 

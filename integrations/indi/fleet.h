@@ -3,8 +3,8 @@
 
 namespace orvik::indi {
 
-/// From now on all cameras are closed when the driver exits. Call when a camera has been opened:
-/// what the library itself does at the exit has to come after this.
+/// Has all cameras closed when the driver exits, before anything that was registered for the exit
+/// until now. Call it again when a camera was opened: what the library does has to come afterwards.
 void closeCamerasAtExit();
 
 }  // namespace orvik::indi

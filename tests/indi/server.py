@@ -69,7 +69,7 @@ class Server:
         settings = tempfile.mkdtemp(dir=self.folder)
         subprocess.run([ORVIKCTL, "snap", "--quiet", "--sim", camera, *arguments, "-o", path],
                        check=True, timeout=60, stdout=subprocess.DEVNULL,
-                       env={**self.environment, "XDG_CONFIG_HOME": settings, "ORVIK_SIM": "none"})
+                       env={**os.environ, "XDG_CONFIG_HOME": settings})
         with open(path, "rb") as file:
             return Fits(file.read())
 
