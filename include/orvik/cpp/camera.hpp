@@ -309,9 +309,10 @@ class Camera {
 
  private:
   static std::shared_ptr<const OpenedCamera> closed() {
-    static const auto none =
-        std::make_shared<const OpenedCamera>(OpenedCamera{-1, "a camera that is not open"});
-    return none;
+    // Never destroyed: a thread may still use a camera while the program exits.
+    static const auto* const none =
+        new std::shared_ptr<const OpenedCamera>(new OpenedCamera{-1, "a camera that is not open"});
+    return *none;
   }
 
   bool done(Orvik_ERROR_CODE code, const char* what, OnError onError) const {
