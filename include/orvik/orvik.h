@@ -21,9 +21,16 @@
  * whether the camera is open (#Orvik_ERROR_NO_CAMERA_OBJECT), then the function's own arguments. A
  * call that fails changes nothing and writes nothing through its pointers, unless its own
  * documentation says otherwise. A null pointer is refused with the error named in the function's
- * documentation. No function throws or ends the process. None prints, with two exceptions: a device
- * with malformed descriptors is reported on the standard error stream, and so are the problems of a
- * replay that the environment requests (ORVIK_REPLAY).
+ * documentation. No function throws or ends the process. None prints, with three exceptions on
+ * the standard error stream: a device with malformed descriptors, and the problems of a replay or
+ * of virtual cameras that the environment requests.
+ *
+ * ## Environment
+ *
+ * The variable ORVIK_SIM, for example "T15C,scene=moon;T13C_C", gives the program virtual cameras
+ * instead of the USB bus, ORVIK_REPLAY a recording; ORVIK_RECORD records all communication. If
+ * ORVIK_SIM or ORVIK_REPLAY cannot be honoured, there are no cameras. docs/environment.md describes
+ * them. Privileged programs ignore them.
  *
  * ## Unloading
  *

@@ -7,6 +7,11 @@
  * with a real one: enumerate, open, capture. From the first OrvikSimPlug() on, the process sees
  * virtual cameras instead of the USB bus; OrvikSimUnplugAll() restores the bus.
  *
+ * The environment variable ORVIK_SIM plugs virtual cameras into a program without these functions
+ * (docs/environment.md). If it is set, OrvikSimPlug() adds to its cameras, or replaces them when it
+ * is called before the program first looks for cameras; and OrvikSimUnplugAll() leaves the program
+ * without cameras instead of restoring the bus.
+ *
  * The settings of virtual cameras are separate from those of real ones, in
  * `orvik/virtual/settings.json` in the user's configuration folder.
  *

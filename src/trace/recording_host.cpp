@@ -197,7 +197,7 @@ class RecordingHost final : public seam::Host {
 /// The journal that the environment requests; null when there is none.
 const std::shared_ptr<Journal>& journalOnRequest() {
   static const auto& journal = *new auto([]() -> std::shared_ptr<Journal> {
-    const char* const name = std::getenv("ORVIK_RECORD");  // NOLINT(concurrency-mt-unsafe)
+    const char* const name = secure_getenv("ORVIK_RECORD");
     std::FILE* const file = name == nullptr ? nullptr : std::fopen(name, "we");
     return file == nullptr ? nullptr : std::make_shared<Journal>(file);
   }());
@@ -216,8 +216,7 @@ std::shared_ptr<seam::Host> recorded(std::shared_ptr<seam::Host> inner, const st
 std::shared_ptr<seam::Host> recordedOnRequest(std::shared_ptr<seam::Host> inner) {
   const auto& journal = journalOnRequest();
   if (!journal || !inner) return inner;
-  // NOLINTNEXTLINE(concurrency-mt-unsafe)
-  static const bool whole = std::getenv("ORVIK_RECORD_WHOLE") != nullptr;
+  static const bool whole = secure_getenv("ORVIK_RECORD_WHOLE") != nullptr;
   return std::make_shared<RecordingHost>(std::move(inner), journal,
                                          whole ? BulkData::kWhole : BulkData::kEnds);
 }

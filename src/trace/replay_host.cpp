@@ -152,7 +152,7 @@ std::unique_ptr<seam::Port> ReplayHost::open(const seam::DeviceInfo& device) {
 }
 
 std::shared_ptr<seam::Host> replayOnRequest() {
-  const char* const name = std::getenv("ORVIK_REPLAY");  // NOLINT(concurrency-mt-unsafe)
+  const char* const name = secure_getenv("ORVIK_REPLAY");
   if (name == nullptr) return nullptr;
   Conversation conversation;
   std::string trouble = "it cannot be read.";

@@ -3,6 +3,7 @@
 import json
 import os
 import unittest
+import unittest.mock
 
 from program import InOwnFolder, run
 
@@ -104,6 +105,14 @@ class DoctorTest(InOwnFolder):
         self.assertEqual(self.findings(), ["no-settings"])
         what = self.report["findings"][0]["what"]
         self.assertIn(self.machine.path("a-file/below/orvik/settings.json (Not a directory)"), what)
+
+    def test_cameras_that_the_environment_replaces(self):
+        self.machine.plug("2-1", T15C)
+        with unittest.mock.patch.dict(os.environ, ORVIK_SIM="T13C_C,scene=moon"):
+            self.assertEqual(self.findings(), ["virtual-cameras"])
+            self.assertIn("T13C_C,scene=moon", self.report["findings"][0]["what"])
+            os.environ["ORVIK_REPLAY"] = "night.txt"
+            self.assertEqual(self.findings(), ["replay"], "it takes precedence")
 
     def test_access(self):
         node = self.machine.plug("2-1", T15C)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The main function of every test program. Each test gets an empty settings folder of its own, so
-// that no test reads or writes the user's settings or those of another test.
+// that no test reads or writes the user's settings or those of another test; and none gets the
+// cameras that the user's environment requests.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -51,6 +52,7 @@ int main(int argc, char** argv) {
   // before threads are counted.
   std::thread([] {}).join();
   keepFilesInMemory();
+  for (const char* name : {"ORVIK_SIM", "ORVIK_REPLAY", "ORVIK_RECORD"}) unsetenv(name);
   ::testing::InitGoogleMock(&argc, argv);
   ::testing::UnitTest::GetInstance()->listeners().Append(new OwnSettingsFolder);
   return RUN_ALL_TESTS();

@@ -7,6 +7,7 @@
 #include <libusb-1.0/libusb.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -294,6 +295,15 @@ TEST_F(LibusbHost, APortMayOutliveItsHost) {
   Bytes memory(1024);
   ASSERT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kOk);
   EXPECT_TRUE(transfer->wait(kLong));
+}
+
+TEST_F(LibusbHost, IsNotUsedWhenVirtualCamerasAreRequestedInVain) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process that has not used a host yet
+  const auto useCurrentHost = [this] {
+    setenv("ORVIK_SIM", "T99X", 1);
+    std::_Exit(host->devices().size() == 2 && currentHost()->devices().empty() ? 0 : 1);
+  };
+  EXPECT_EXIT(useCurrentHost(), ::testing::ExitedWithCode(0), "orvik: ORVIK_SIM: ");
 }
 
 // This test is the last one: the host that it creates stays and would see the mocked kernels of

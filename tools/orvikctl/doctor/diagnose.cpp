@@ -155,6 +155,20 @@ void judgeSettings(const MachineFacts& machine, std::vector<Finding>& findings) 
        "XDG_CONFIG_HOME to a folder of yours."});
 }
 
+void judgeEnvironment(const MachineFacts& machine, std::vector<Finding>& findings) {
+  if (machine.replay) {
+    findings.push_back({"replay",
+                        "ORVIK_REPLAY is set: programs see the cameras recorded in '" +
+                            *machine.replay + "', and not those that are connected.",
+                        "`unset ORVIK_REPLAY` to use the cameras that are connected."});
+  } else if (machine.virtualCameras) {
+    findings.push_back({"virtual-cameras",
+                        "ORVIK_SIM is set: programs see the virtual cameras '" +
+                            *machine.virtualCameras + "', and not those that are connected.",
+                        "`unset ORVIK_SIM` to use the cameras that are connected."});
+  }
+}
+
 bool anyRefused(const MachineFacts& machine) {
   return std::ranges::any_of(
       machine.cameras, [](const CameraFacts& camera) { return camera.access == Access::kRefused; });
@@ -164,6 +178,7 @@ bool anyRefused(const MachineFacts& machine) {
 
 std::vector<Finding> diagnose(const MachineFacts& machine) {
   std::vector<Finding> findings;
+  judgeEnvironment(machine, findings);
   if (!machine.hasUsb) {
     findings.push_back({"no-usb", "This system shows no USB devices at all.",
                         "In a container, hand /sys and /dev/bus/usb in. Elsewhere, load the "

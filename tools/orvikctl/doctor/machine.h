@@ -41,6 +41,8 @@ struct CameraFacts {
 /// What of a machine concerns cameras.
 struct MachineFacts {
   bool hasUsb = false;
+  std::optional<std::string> virtualCameras;  ///< ORVIK_SIM, if it is set
+  std::optional<std::string> replay;          ///< ORVIK_REPLAY, if it is set
   std::vector<CameraFacts> cameras;
   std::optional<int> usbMemoryMib;  ///< what USB transfers may hold; 0 for any amount
   std::string kernel;               ///< as "6.1.0-18-amd64"; "" if it is not known
@@ -52,8 +54,8 @@ struct MachineFacts {
 /// Every product that the library knows.
 std::vector<Orvik_PRODUCT> knownProducts();
 
-/// Looks at a machine, and at the place of this user's settings. Opens no device and changes
-/// nothing.
+/// Looks at a machine, at the place of this user's settings and at the environment. Opens no device
+/// and changes nothing.
 ///
 /// @param root where its /sys, /proc, /dev, /etc and /usr stand
 /// @param products whose devices are the cameras, and of whose vendor

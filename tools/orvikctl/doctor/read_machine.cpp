@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <system_error>
@@ -127,6 +128,12 @@ bool hasUdevRules(const fs::path& root, int vendorId) {
   return false;
 }
 
+/// A variable as the library sees it.
+std::optional<std::string> variable(const char* name) {
+  const char* const value = secure_getenv(name);
+  return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
 }  // namespace
 
 std::vector<Orvik_PRODUCT> knownProducts() {
@@ -140,6 +147,8 @@ std::vector<Orvik_PRODUCT> knownProducts() {
 
 MachineFacts readMachine(const fs::path& root, std::span<const Orvik_PRODUCT> products) {
   MachineFacts machine;
+  machine.virtualCameras = variable("ORVIK_SIM");
+  machine.replay = variable("ORVIK_REPLAY");
   const int vendorId = products.empty() ? -1 : products.front().vendorId;
   std::error_code ignored;
   machine.hasUsb = fs::exists(root / "sys/bus/usb/devices", ignored);
