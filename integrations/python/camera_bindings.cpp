@@ -16,7 +16,6 @@ namespace orvik::python {
 namespace {
 
 using Type = py::class_<CameraBase, std::shared_ptr<CameraBase>>;
-using Seconds = std::chrono::duration<double>;
 
 GuideD guideLine(int line) {
   if (line < 0 || line > 3) throw py::value_error("guide lines are 0 to 3");
@@ -24,13 +23,13 @@ GuideD guideLine(int line) {
 }
 
 /// Gives a guide pulse. Ctrl-C and close() end it.
-void pulse(const CameraBase& owner, int line, Seconds length) {
-  constexpr Seconds kLongest{ORVIK_MAX_PULSE_MS / 1000.0};
-  if (!(length >= Seconds(0) && length <= kLongest)) {
+void pulse(const CameraBase& owner, int line, double seconds) {
+  if (!(seconds >= 0 && seconds <= ORVIK_MAX_PULSE_MS / 1000.0)) {
     throw py::value_error("a pulse takes 0 to 60 seconds");
   }
   const GuideD which = guideLine(line);
-  const auto wanted = std::chrono::round<std::chrono::milliseconds>(length);
+  const auto wanted =
+      std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
   const Unlocked unlocked;
   owner.session->use([&](Camera& camera) {
     std::stop_source stop;
@@ -92,7 +91,7 @@ void bindCapture(Type& type) {
       .def(
           "video",
           [](const CameraBase& owner, std::optional<std::int64_t> count,
-             VideoReader::Timeout timeout) {
+             std::optional<double> timeout) {
             return std::make_unique<VideoReader>(owner.session, count, timeout);
           },
           py::arg("count") = py::none(), py::arg("timeout") = py::none(),

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <exception>
+#include <thread>
 #include <utility>
 
 #include "bindings.h"
@@ -45,15 +46,16 @@ void bindVideo(py::module_& module) {
 /// Waits until something is plugged in or unplugged.
 ///
 /// @param changes the count that the last call returned, or 0
+/// @param timeout seconds
 /// @return the present count; the same one if nothing has changed before the timeout
-int waitForChange(int changes, std::chrono::duration<double> timeout) {
+int waitForChange(int changes, double timeout) {
   const Unlocked unlocked;
-  const auto end = std::chrono::steady_clock::now() + timeout;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeout);
   for (;;) {
     const auto code = OrvikWaitForDeviceChange(&changes, static_cast<int>(kSlice.count()));
     if (code == Orvik_OK) return changes;
     // Without events the caller has to look from time to time.
-    if (code != Orvik_ERROR_TIMEOUT) throw Error(code, "waiting for cameras");
+    if (code == Orvik_ERROR_NOT_SUPPORTED) std::this_thread::sleep_for(kSlice);
     checkSignals();
     if (std::chrono::steady_clock::now() >= end) return changes;
   }

@@ -11,9 +11,10 @@
 namespace orvik::python {
 
 using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
 
 VideoReader::VideoReader(std::shared_ptr<Session> session, std::optional<std::int64_t> count,
-                         Timeout timeout)
+                         std::optional<double> timeout)
     : session_(std::move(session)), left_(count), timeout_(timeout) {
   const Unlocked unlocked;
   session_->use([this](Camera& camera) { video_.emplace(camera); });
@@ -59,7 +60,8 @@ bool VideoReader::read(Camera& camera, Frame& frame) {
     session_->requireOpen();
     if (error) throw Error(Orvik_ERROR_CODE{error.value()}, camera.doing("reading a frame"));
     checkSignals();
-    if (Clock::now() - begun > timeout_.value_or(video_->limit())) {
+    const Seconds limit = timeout_ ? Seconds(*timeout_) : Seconds(video_->limit());
+    if (Clock::now() - begun > limit) {
       throw Error(Orvik_ERROR_TIMEOUT, camera.doing("reading a frame"));
     }
   }

@@ -19,11 +19,10 @@ namespace orvik::python {
 /// frames gets along with two buffers.
 class VideoReader {
  public:
-  using Timeout = std::optional<std::chrono::duration<double>>;
-
   /// @param count frames to deliver, empty for no end
-  /// @param timeout longest wait for a frame, empty for the library's
-  VideoReader(std::shared_ptr<Session> session, std::optional<std::int64_t> count, Timeout timeout);
+  /// @param timeout longest wait for a frame in seconds, empty for the library's
+  VideoReader(std::shared_ptr<Session> session, std::optional<std::int64_t> count,
+              std::optional<double> timeout);
   ~VideoReader() { stop(); }
   VideoReader(const VideoReader&) = delete;
   VideoReader& operator=(const VideoReader&) = delete;
@@ -41,7 +40,7 @@ class VideoReader {
 
   std::shared_ptr<Session> session_;
   std::optional<std::int64_t> left_;
-  Timeout timeout_;
+  std::optional<double> timeout_;
   std::atomic<bool> isStopped_ = false;
   std::int64_t lost_ = 0;
   std::vector<std::shared_ptr<Frame>> frames_;

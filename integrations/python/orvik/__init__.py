@@ -55,7 +55,7 @@ def watch(timeout: Optional[float] = None) -> Iterator[DeviceChange]:
     known: list[Device] = []
     count = 0
     last = time.monotonic()
-    while timeout is None or time.monotonic() - last <= timeout:
+    while True:
         count = _orvik.wait_for_change(count, 1 if timeout is None else min(timeout, 1))
         now = devices()
         # An opened camera is still the same one.
@@ -66,3 +66,5 @@ def watch(timeout: Optional[float] = None) -> Iterator[DeviceChange]:
                        + [DeviceChange(True, names[name]) for name in names if name not in before]):
             yield change
             last = time.monotonic()
+        if timeout is not None and time.monotonic() - last >= timeout:
+            return
