@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Cooling: cools the sensor to a temperature and reports when it is reached.
 //
-//   cooling -10              with the first camera on the USB bus
+//   cooling -10              with the camera on the USB bus
 //   cooling -10 T13C_C       with a virtual camera
 #include <chrono>
 #include <cmath>
@@ -18,35 +18,33 @@ using namespace std::chrono_literals;
 constexpr double kNearEnough = 0.5;  // degrees Celsius
 constexpr auto kLongest = 10min;
 
-/// The control is in tenths of a degree.
-double sensorCelsius() { return Camera::get(Orvik_CTL_TEMPERATURE) / 10.0; }
-
-void tell() {
-  std::cout << sensorCelsius() << " degC, cooler at " << Camera::get(Orvik_CTL_COOL_POWER_PERC)
-            << " %" << std::endl;
+void tell(const orvik::Camera& camera) {
+  std::cout << camera.get(orvik::control::kTemperature).degrees << " degC, cooler at "
+            << camera.get(orvik::control::kCoolerPower) << " %" << std::endl;
 }
 
-void coolTo(int target) {
-  Camera::set(Orvik_CTL_TARGET_TEMP, target);
-  Camera::set(Orvik_CTL_COOLER_ON, 1);  // the library regulates until the cooler is switched off
+void coolTo(orvik::Camera& camera, int target) {
+  camera.set(orvik::control::kTargetTemperature, target);
+  // The library regulates until the cooler is switched off.
+  camera.set(orvik::control::kCoolerOn, true);
   const auto end = std::chrono::steady_clock::now() + kLongest;
-  while (std::abs(sensorCelsius() - target) > kNearEnough) {
+  while (std::abs(camera.get(orvik::control::kTemperature).degrees - target) > kNearEnough) {
     if (std::chrono::steady_clock::now() > end) {
       throw std::runtime_error("The cooler does not reach this temperature; try a higher one.");
     }
-    tell();
+    tell(camera);
     std::this_thread::sleep_for(1s);
   }
 }
 
 void run(int target, const char* model) {
-  const Camera camera(model);
-  if (Camera::info().hasCooler != Orvik_TRUE) throw std::runtime_error("It has no cooler.");
-  coolTo(target);
-  tell();
+  orvik::Camera camera = openCamera(model);
+  if (camera.info().hasCooler != Orvik_TRUE) throw std::runtime_error("It has no cooler.");
+  coolTo(camera, target);
+  tell(camera);
   std::cout << "Now is the time for darks and long exposures.\n";
   // Done. The sensor now warms up by itself, which is slow enough; do not heat it.
-  Camera::set(Orvik_CTL_COOLER_ON, 0);
+  camera.set(orvik::control::kCoolerOn, false);
 }
 
 }  // namespace

@@ -57,6 +57,29 @@ void setId(const CameraBase& owner, const std::string& bytes) {
   owner.session->use([&](Camera& camera) { camera.setId(id); });
 }
 
+void beginCooling(const CameraBase& owner, std::optional<double> to, double rate) {
+  const Unlocked unlocked;
+  owner.session->useCooling(to.has_value(), [&](std::optional<CoolingRun>& cooling) {
+    if (cooling) cooling->begin(to, rate);
+  });
+}
+
+void endCooling(const CameraBase& owner) {
+  const Unlocked unlocked;
+  owner.session->useCooling(false, [](std::optional<CoolingRun>& cooling) { cooling.reset(); });
+}
+
+/// @return the sample, or None without a ramp, and whether the ramp is over
+py::tuple coolingStatus(const CameraBase& owner) {
+  const auto status = [&] {
+    const Unlocked unlocked;
+    return owner.session->useCooling(false, [](std::optional<CoolingRun>& cooling) {
+      return cooling ? cooling->status() : CoolingRun::Status{};
+    });
+  }();
+  return py::make_tuple(status.sample ? record(*status.sample) : py::none(), status.isOver);
+}
+
 void bindControls(Type& type) {
   type.def("_controls", withCamera(+[](Camera& camera) {
              return std::vector<Control>(camera.controls().begin(), camera.controls().end());
@@ -126,6 +149,9 @@ void bindRest(Type& type) {
           py::arg("line"), py::arg("on"),
           "Switches guide line 0, 1, 2 or 3 on or off; off also ends its pulse. It stays on until\n"
           "it is switched off, or the camera closed.")
+      .def("_begin_cooling", &beginCooling)
+      .def("_end_cooling", &endCooling)
+      .def("_cooling_status", &coolingStatus)
       .def_property_readonly("cooler", withCamera(+[](Camera& camera) { return camera.cooler(); }),
                              "The status of the cooler; an error on a camera without one.")
       .def_property("id", withCamera(+[](Camera& camera) { return camera.id(); }), &setId,

@@ -126,6 +126,11 @@ py::object record(const Orvik_COOLER_STATUS& status) {
               int{status.fault});
 }
 
+py::object record(const imaging::CoolingSample& sample) {
+  return make("CoolingSample", sample.seconds, sample.temperature, sample.target, sample.power,
+              int{sample.fault});
+}
+
 py::object record(const Orvik_DARK_INFO& info) {
   return make("DarkInfo", yes(info.hasDark), yes(info.inUse), info.mean, info.hotPixels, info.path);
 }

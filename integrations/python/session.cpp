@@ -24,6 +24,7 @@ Session::Session(const std::string& identity) {
 void Session::close() noexcept {
   isClosing_ = true;
   const std::unique_lock unused(closing_);
+  cooling_.reset();
   const std::lock_guard lock(controlling());
   camera_.close();
 }

@@ -4,9 +4,11 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <string>
 
+#include "cooling_run.h"
 #include "orvik/orvik.hpp"
 
 namespace orvik::python {
@@ -35,6 +37,15 @@ class Session {
 
   /// Ends what other threads wait for, and closes the camera.
   void close() noexcept;
+  /// Calls a function with the ramp of the cooler; without one it begins a ramp if `isNew`.
+  template <typename Call>
+  auto useCooling(bool isNew, Call call) {
+    return use([&](Camera& camera) {
+      const std::lock_guard lock(coolingChanges_);
+      if (isNew && !cooling_) cooling_.emplace(camera);
+      return call(cooling_);
+    });
+  }
   /// Properties that stay after closing.
   [[nodiscard]] const std::string& label() const { return label_; }
   [[nodiscard]] const Orvik_CAMERA_INFO& info() const { return info_; }
@@ -77,6 +88,8 @@ class Session {
   Orvik_CAMERA_INFO info_{};
   std::shared_mutex closing_;
   std::mutex frames_;
+  std::mutex coolingChanges_;
+  std::optional<CoolingRun> cooling_;
   std::atomic<bool> isClosing_ = false;
 };
 

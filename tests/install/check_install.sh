@@ -39,16 +39,28 @@ for cxx in "${cxx_compilers[@]}"; do
     "$place/classes"
   done
 done
-for header in "$place/prefix/include/orvik"/*.h; do  # each can be included on its own
-  echo "#include <orvik/$(basename "$header")>" >"$place/alone.cpp"
+# Each header can be included on its own: those in C by C++17, the wrapper by C++20.
+for header in "$place/prefix/include/orvik"/*.h "$place/prefix/include/orvik"/cpp/*.hpp; do
+  echo "#include <orvik/${header#"$place/prefix/include/orvik/"}>" >"$place/alone.cpp"
+  standard=17
+  [[ $header != *.hpp ]] || standard=20
   # shellcheck disable=SC2046
-  "$cxx_compiler" -std=c++17 -Wall -Wextra -pedantic -Werror -fsyntax-only "$place/alone.cpp" \
+  "$cxx_compiler" "-std=c++$standard" -Wall -Wextra -pedantic -Werror -fsyntax-only "$place/alone.cpp" \
     $(pkg-config --cflags orvik)
 done
 
 echo "udev rules and examples"
 test -s "$place/prefix/lib/udev/rules.d/70-orvik.rules"
 find "$place/prefix/share" -name first_frame.c | grep -q .
+
+echo "pkg-config, the C++ wrapper"
+for cxx in "${cxx_compilers[@]}"; do
+  # shellcheck disable=SC2046
+  "$cxx" -std=c++20 -Wall -Wextra -pedantic -Werror "${flags[@]}" \
+    "$(find "$place/prefix/share" -name video.cpp)" -o "$place/video" \
+    $(pkg-config --cflags --libs orvik_sim orvik)
+  (cd "$place" && ./video 0.5 T15C)
+done
 
 echo "CMake package"
 mkdir "$place/consumer"

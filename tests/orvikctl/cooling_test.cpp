@@ -2,28 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "tools/orvikctl/cooling_display.h"
-#include "tools/orvikctl/cooling_ramp.h"
 
 namespace orvik::ctl {
 namespace {
 
-TEST(CoolingRamp, MovesAtItsRateAndStays) {
-  const CoolingRamp down(20.4, -10, 3);  // a degree in 20 s
-  EXPECT_EQ(down.targetAt(0), 20);
-  EXPECT_EQ(down.targetAt(20), 19);
-  EXPECT_EQ(down.targetAt(300), 5);
-  EXPECT_EQ(down.targetAt(607), -10);
-  EXPECT_EQ(down.targetAt(1e9), -10);
-  EXPECT_NEAR(down.duration(), 608, 1e-6);
-  const CoolingRamp up(-10, 20, 60);
-  EXPECT_EQ(up.targetAt(-5), -10);
-  EXPECT_EQ(up.targetAt(12), 2);
-  EXPECT_EQ(up.targetAt(30), 20);
-  EXPECT_EQ(CoolingRamp(5, 5, 1).duration(), 0);
-}
-
 TEST(CoolingPlot, DrawsTheLatestAtTheRight) {
-  std::deque<CoolingSample> samples;
+  std::deque<imaging::CoolingSample> samples;
   for (int n = 0; n < 5; ++n) {
     samples.push_back({.seconds = 1.0 * n, .temperature = 10.0 - n, .target = 6, .power = 10});
   }

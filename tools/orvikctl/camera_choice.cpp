@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/camera_choice.h"
 
-#include "orvik/orvik_service.h"
-#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/units.h"
 
@@ -12,29 +10,19 @@ namespace {
 // An index has up to three digits, a serial number eight.
 constexpr std::size_t kMostIndexDigits = 3;
 
-std::vector<Orvik_DEVICE> listDevices() {
-  int count = 0;
-  check(OrvikListDevices(nullptr, 0, &count), "listing the cameras");
-  std::vector<Orvik_DEVICE> devices(static_cast<std::size_t>(count));
-  check(OrvikListDevices(devices.data(), count, &count), "listing the cameras");
-  if (static_cast<std::size_t>(count) < devices.size())
-    devices.resize(static_cast<std::size_t>(count));
-  return devices;
-}
-
 /// The list and the indices are in one order, unless something is plugged in between the two.
-std::vector<Orvik_DEVICE> enumerate() {
+std::vector<Device> enumerate() {
   constexpr int kTries = 3;
-  std::vector<Orvik_DEVICE> devices;
+  std::vector<Device> list;
   for (int n = 0; n < kTries; ++n) {
     const int count = OrvikGetNumOfConnectedCameras();
-    devices = listDevices();
-    if (devices.size() == static_cast<std::size_t>(count)) break;
+    list = devices();
+    if (list.size() == static_cast<std::size_t>(count)) break;
   }
-  return devices;
+  return list;
 }
 
-ConnectedCamera describe(int index, const Orvik_DEVICE& device) {
+ConnectedCamera describe(int index, const Device& device) {
   ConnectedCamera camera{index, device.name, device.serial, device.port, std::nullopt};
   if (camera.name.empty()) camera.name = "unknown model";
   Orvik_CAMERA_INFO info{};
@@ -61,7 +49,7 @@ std::string ConnectedCamera::label() const {
 ConnectedCameras::ConnectedCameras(const std::vector<std::string>& virtualCameras) {
   for (const std::string& description : virtualCameras) virtual_.plug(description);
   int index = 0;
-  for (const Orvik_DEVICE& device : enumerate()) cameras_.push_back(describe(index++, device));
+  for (const Device& device : enumerate()) cameras_.push_back(describe(index++, device));
 }
 
 const ConnectedCamera& ConnectedCameras::choose(const std::string& text) const {

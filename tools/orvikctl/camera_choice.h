@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvik/orvik.h"
+#include "orvik/orvik.hpp"
 #include "tools/orvikctl/virtual_cameras.h"
 
 namespace orvik::ctl {
@@ -39,6 +39,10 @@ class ConnectedCameras {
   VirtualCameras virtual_;
   std::vector<ConnectedCamera> cameras_;
 };
+
+/// Opens a camera at its port, so that it is the one that was listed.
+/// @throws Error if it cannot be opened
+inline Camera openCamera(const ConnectedCamera& connected) { return Camera::open(connected.port); }
 
 /// What to say when there is no camera at all.
 inline constexpr const char* kNoCameraText =

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "imaging/image_types.h"
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/help_text.h"
-#include "tools/orvikctl/image_types.h"
 
 namespace orvik::ctl {
 namespace {
@@ -49,7 +49,7 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
       ->check(unmentioned(CLI::Range(1, 16)))
       ->type_name("N")
       ->group(group);
-  const std::vector<std::string_view> types = imageTypeNames();
+  const std::vector<std::string_view> types = imaging::imageTypeNames();
   std::string typeName;
   for (const std::string_view name : types) {
     typeName.append(typeName.empty() ? "" : "|").append(name);

@@ -34,7 +34,7 @@ void printJson(const CaptureReport& report) {
   if (report.rate) json["framesPerSecond"] = *report.rate;
   json["width"] = report.info.width;
   json["height"] = report.info.height;
-  json["type"] = imageType(report.info.type).name;
+  json["type"] = imaging::imageType(report.info.type).name;
   json["exposureUs"] = report.info.exposure.count();
   json["gain"] = report.info.gain;
   json["files"] = std::move(files);

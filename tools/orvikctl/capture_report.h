@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/orvikctl/output/image.h"
+#include "imaging/image.h"
 
 namespace orvik::ctl {
 
@@ -16,7 +16,7 @@ struct CaptureReport {
   std::optional<std::int64_t> lost;  ///< frames lost on the way; nothing for snapshots
   double seconds = 0;                ///< first to last frame for video, all of it for snapshots
   std::optional<double> rate;        ///< frames per second, video only
-  ImageInfo info;                    ///< of the last image
+  imaging::ImageInfo info;           ///< of the last image
   std::vector<std::filesystem::path> files;
 };
 

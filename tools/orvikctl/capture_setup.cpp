@@ -7,7 +7,7 @@
 
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
-#include "tools/orvikctl/output/mosaic.h"
+#include "tools/orvikctl/software.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -25,12 +25,12 @@ class Assignments {
 
   void add(Orvik_CONTROL_TYPE type, const char* option, const std::string& text) {
     if (text.empty()) return;
-    const Orvik_CONTROL_CAPS* caps = camera_.control(type);
-    if (caps == nullptr) {
+    const Control* control = camera_.control(type);
+    if (control == nullptr) {
       throw Failure(ExitCode::kUsage, std::string("this camera has no control for ") + option +
                                           ". `orvikctl controls` shows what it has.");
     }
-    list_.push_back({type, parseControlValue(camera_, *caps, text)});
+    list_.push_back({type, parseControlValue(camera_, *control, text)});
   }
   [[nodiscard]] const std::vector<Assignment>& list() const { return list_; }
 
@@ -77,25 +77,25 @@ Assignments assignmentsOf(const Camera& camera, const CaptureOptions& options, b
 }
 
 void set(Camera& camera, const Assignments& assignments) {
-  for (const auto& [type, value] : assignments.list()) camera.setValue(type, value);
+  for (const auto& [type, value] : assignments.list()) camera.write(type, value);
 }
 
-IMG_TYPE chooseType(const Orvik_CAMERA_INFO& info, const std::string& text, Preference preference) {
-  const std::vector<IMG_TYPE> offered = imageTypesOf(info);
+IMG_TYPE chooseType(const Camera& camera, const std::string& text, Preference preference) {
+  const std::vector<IMG_TYPE> offered = camera.imageTypes();
   const std::string wanted =
       !text.empty() ? text : (preference == Preference::kDepth ? "raw16" : "raw8");
   std::string names;
   for (const IMG_TYPE type : offered) {
-    if (imageType(type).name == wanted) return type;
-    names.append(" ").append(imageType(type).name);
+    if (imaging::imageType(type).name == wanted) return type;
+    names.append(" ").append(imaging::imageType(type).name);
   }
   if (text.empty()) return Orvik_IMG_RAW8;
   throw Failure(ExitCode::kUsage,
                 "this camera does not offer --type " + text + ". It offers:" + names + ".");
 }
 
-void requireBin(const Orvik_CAMERA_INFO& info, int bin) {
-  const std::vector<int> offered = binsOf(info);
+void requireBin(const Camera& camera, int bin) {
+  const std::vector<int> offered = camera.bins();
   if (std::find(offered.begin(), offered.end(), bin) != offered.end()) return;
   std::string names;
   for (const int offer : offered) names.append(" ").append(std::to_string(offer));
@@ -114,11 +114,6 @@ std::optional<Region> requestedRegion(const std::string& text) {
   return region;
 }
 
-/// The largest region at this bin: sensors are read in steps of four columns and two rows.
-Region wholeSensor(const Orvik_CAMERA_INFO& info, int bin) {
-  return {info.maxWidth / bin / 4 * 4, info.maxHeight / bin / 2 * 2, std::nullopt};
-}
-
 void moveRegion(Camera& camera, Region::Position position) {
   camera.setStart(position.x, position.y);
   const ImageFormat taken = camera.format();
@@ -133,78 +128,44 @@ std::string frameKindText(const std::string& option) {
   return text;
 }
 
-std::optional<BayerPattern> mosaicOf(const Camera& camera, const Orvik_CAMERA_INFO& info,
-                                     const ImageFormat& format) {
-  if (info.colour == Orvik_FALSE || !imageType(format.type).isRaw) return std::nullopt;
-  const int flip = camera.valueIfAny(Orvik_CTL_FLIP).value_or(ControlValue{}).value;
-  return deliveredMosaic({.sensor = info.bayer,
-                          .startX = format.startX,
-                          .startY = format.startY,
-                          .width = format.width,
-                          .height = format.height,
-                          .bin = format.bin,
-                          .flipHorizontal = flip == 1 || flip == 3,
-                          .flipVertical = flip == 2 || flip == 3});
-}
-
 }  // namespace
 
-ImageFormat applyOptions(Camera& camera, const CaptureOptions& options, Preference preference) {
-  const Orvik_CAMERA_INFO info = camera.info();
+void applyOptions(Camera& camera, const CaptureOptions& options, Preference preference) {
   const Assignments readOut = assignmentsOf(camera, options, true);
   const Assignments image = assignmentsOf(camera, options, false);
-  const IMG_TYPE type = chooseType(info, options.type, preference);
-  requireBin(info, options.bin);
+  const IMG_TYPE type = chooseType(camera, options.type, preference);
+  requireBin(camera, options.bin);
   const auto requested = requestedRegion(options.region);
-  const Region region = requested ? *requested : wholeSensor(info, options.bin);
 
   set(camera, readOut);
-  camera.setFormat(
-      {.width = region.width, .height = region.height, .bin = options.bin, .type = type});
-  if (region.position) moveRegion(camera, *region.position);
+  ImageFormat format = camera.wholeSensor(options.bin, type);
+  if (requested) format.width = requested->width;
+  if (requested) format.height = requested->height;
+  camera.setFormat(format);
+  if (requested && requested->position) moveRegion(camera, *requested->position);
   set(camera, image);
-  return camera.format();
 }
 
-ImageInfo describeImages(const Camera& camera, const CaptureOptions& options) {
-  const Orvik_CAMERA_INFO cameraInfo = camera.info();
-  const ImageFormat format = camera.format();
-  ImageInfo info;
-  info.instrument = cameraInfo.name;
-  info.width = format.width;
-  info.height = format.height;
-  info.type = format.type;
-  info.mosaic = mosaicOf(camera, cameraInfo, format);
-  info.bin = format.bin;
-  info.pixelSizeUm = cameraInfo.pixelSizeUm;
-  info.startX = format.startX;
-  info.startY = format.startY;
+imaging::ImageInfo describeImages(const Camera& camera, const CaptureOptions& options) {
+  imaging::ImageInfo info;
   info.frameKind = frameKindText(options.frameKind);
   info.object = options.object;
   info.observer = options.observer;
   info.telescope = options.telescope;
-  if (const auto offset = camera.valueIfAny(Orvik_CTL_BRIGHTNESS)) info.offset = offset->value;
-  const auto cooler = camera.valueIfAny(Orvik_CTL_COOLER_ON);
-  const auto target = camera.valueIfAny(Orvik_CTL_TARGET_TEMP);
+  info.software = kSoftware;
+  if (const auto offset = valueIfAny(camera, Orvik_CTL_BRIGHTNESS)) info.offset = offset->value;
+  const auto cooler = valueIfAny(camera, Orvik_CTL_COOLER_ON);
+  const auto target = valueIfAny(camera, Orvik_CTL_TARGET_TEMP);
   if (cooler && cooler->value != 0 && target) info.targetTemperature = target->value;
   refreshReadings(camera, info);
   return info;
 }
 
-void refreshReadings(const Camera& camera, ImageInfo& info) {
-  info.exposure = std::chrono::microseconds(camera.value(Orvik_CTL_EXPOSURE).value);
-  info.gain = camera.value(Orvik_CTL_GAIN).value;
-  const auto tenths = camera.valueIfAny(Orvik_CTL_TEMPERATURE);
+void refreshReadings(const Camera& camera, imaging::ImageInfo& info) {
+  info.exposure = std::chrono::microseconds(camera.read(Orvik_CTL_EXPOSURE).value);
+  info.gain = camera.read(Orvik_CTL_GAIN).value;
+  const auto tenths = valueIfAny(camera, Orvik_CTL_TEMPERATURE);
   if (tenths) info.sensorTemperature = tenths->value / 10.0;
-}
-
-std::chrono::milliseconds readOutLimit(const ImageFormat& format) {
-  constexpr auto kReadOutTimeout = std::chrono::seconds(10);
-  constexpr std::size_t kSlowestBytesPerMs = 5000;  // a crowded USB 2 bus
-  const std::size_t bytes = imageBytes(format.width, format.height, format.type);
-  // An image that is binned on the host crosses the bus unbinned.
-  const auto binned = static_cast<std::size_t>(format.bin) * static_cast<std::size_t>(format.bin);
-  return kReadOutTimeout + std::chrono::milliseconds(bytes * binned / kSlowestBytesPerMs);
 }
 
 }  // namespace orvik::ctl

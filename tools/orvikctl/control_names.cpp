@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "imaging/time_text.h"
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/units.h"
@@ -11,63 +12,59 @@
 namespace orvik::ctl {
 namespace {
 
-[[noreturn]] void refuse(const Orvik_CONTROL_CAPS& caps, const std::string& why) {
-  throw Failure(ExitCode::kUsage, std::string(caps.name) + " " + why);
+[[noreturn]] void refuse(const Control& control, const std::string& why) {
+  throw Failure(ExitCode::kUsage, std::string(control.name()) + " " + why);
 }
 
 /// The number as typed, in the control's own unit.
-std::optional<std::int64_t> numberOf(const Orvik_CONTROL_CAPS& caps, std::string_view text) {
-  if (controlFacts(caps.controlType).isTime) return parseDuration(text);
+std::optional<std::int64_t> numberOf(const Control& control, std::string_view text) {
+  if (controlFacts(control.type()).isTime) return parseDuration(text);
   return parseInteger(text);
 }
 
 std::string withUnit(std::int32_t value, Orvik_CONTROL_TYPE type) {
-  if (controlFacts(type).isTime) return formatDuration(value);
+  if (controlFacts(type).isTime) return imaging::formatDuration(value);
   const std::string_view unit = controlFacts(type).unit;
   return std::to_string(value) + (unit.empty() ? "" : " ") + std::string(unit);
 }
 
 }  // namespace
 
-std::vector<IMG_TYPE> imageTypesOf(const Orvik_CAMERA_INFO& info) {
-  const auto* end =
-      std::find(std::begin(info.imageTypes), std::end(info.imageTypes), Orvik_IMG_END);
-  return {std::begin(info.imageTypes), end};
+std::optional<ControlValue> valueIfAny(const Camera& camera, Orvik_CONTROL_TYPE type) {
+  if (camera.control(type) == nullptr) return std::nullopt;
+  std::error_code error;
+  const ControlValue value = camera.read(type, error);
+  return error ? std::nullopt : std::optional(value);
 }
 
-std::vector<int> binsOf(const Orvik_CAMERA_INFO& info) {
-  const auto* end = std::find(std::begin(info.bins), std::end(info.bins), 0);
-  return {std::begin(info.bins), end};
-}
-
-const Orvik_CONTROL_CAPS& findControl(const Camera& camera, std::string_view name) {
+const Control& findControl(const Camera& camera, std::string_view name) {
   std::string names;
-  for (const Orvik_CONTROL_CAPS& caps : camera.controls()) {
-    if (foldName(caps.name) == foldName(name)) return caps;
-    names += (names.empty() ? "" : ", ") + std::string(caps.name);
+  for (const Control& control : camera.controls()) {
+    if (foldName(control.name()) == foldName(name)) return control;
+    names += (names.empty() ? "" : ", ") + std::string(control.name());
   }
   throw Failure(ExitCode::kUsage,
                 "this camera has no control \"" + std::string(name) + "\". It has " + names + ".");
 }
 
-ControlValue parseControlValue(const Camera& camera, const Orvik_CONTROL_CAPS& caps,
+ControlValue parseControlValue(const Camera& camera, const Control& control,
                                std::string_view text) {
   const auto setting = parseSetting(text);
-  if (!setting) refuse(caps, "needs a value.");
-  if (caps.writable == Orvik_FALSE) refuse(caps, "can only be read.");
-  if (setting->isAuto && caps.autoSupported == Orvik_FALSE) refuse(caps, "has no automatic mode.");
-  if (!setting->value) return {camera.value(caps.controlType).value, true};
-  const auto number = numberOf(caps, *setting->value);
+  if (!setting) refuse(control, "needs a value.");
+  if (!control.isWritable()) refuse(control, "can only be read.");
+  if (setting->isAuto && !control.hasAuto()) refuse(control, "has no automatic mode.");
+  if (!setting->value) return {camera.read(control.type()).value, true};
+  const auto number = numberOf(control, *setting->value);
   if (!number) {
-    refuse(caps,
+    refuse(control,
            "does not understand \"" + *setting->value + "\": " +
-               (controlFacts(caps.controlType).isTime ? "give a time such as 1500us, 20ms or 2.5s."
-                                                      : "give a whole number."));
+               (controlFacts(control.type()).isTime ? "give a time such as 1500us, 20ms or 2.5s."
+                                                    : "give a whole number."));
   }
-  if (*number < caps.minValue || *number > caps.maxValue) {
-    refuse(caps, "lies between " + withUnit(caps.minValue, caps.controlType) + " and " +
-                     withUnit(caps.maxValue, caps.controlType) + "; " + *setting->value +
-                     " does not.");
+  if (*number < control.min() || *number > control.max()) {
+    refuse(control, "lies between " + withUnit(control.min(), control.type()) + " and " +
+                        withUnit(control.max(), control.type()) + "; " + *setting->value +
+                        " does not.");
   }
   return {static_cast<std::int32_t>(*number), setting->isAuto};
 }

@@ -1,30 +1,25 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include <optional>
 #include <string_view>
-#include <vector>
 
-#include "orvik/orvik.h"
-#include "tools/orvikctl/camera.h"
-#include "tools/orvikctl/image_types.h"
+#include "orvik/orvik.hpp"
 
 namespace orvik::ctl {
 
-/// The bin factors up to the end of the list.
-std::vector<int> binsOf(const Orvik_CAMERA_INFO& info);
+/// The value of a control; nothing if the camera does not offer it, or it cannot be read.
+std::optional<ControlValue> valueIfAny(const Camera& camera, Orvik_CONTROL_TYPE type);
 
 /// Finds a control by name; case, spaces, '-' and '_' do not matter.
 ///
 /// @throws Failure (kUsage) that lists the names, if the camera has no such control
-const Orvik_CONTROL_CAPS& findControl(const Camera& camera, std::string_view name);
+const Control& findControl(const Camera& camera, std::string_view name);
 
 /// Reads a control's new value from "200", "200:auto" or "auto"; an exposure may carry a unit.
 ///
 /// @throws Failure (kUsage) if it is no number, beyond the limits, the control can only be read, or
 /// has no automatic mode
-ControlValue parseControlValue(const Camera& camera, const Orvik_CONTROL_CAPS& caps,
-                               std::string_view text);
+ControlValue parseControlValue(const Camera& camera, const Control& control, std::string_view text);
 
 }  // namespace orvik::ctl

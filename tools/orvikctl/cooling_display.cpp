@@ -22,9 +22,9 @@ struct Range {
 };
 
 /// The temperatures to be drawn, a degree apart at least.
-Range rangeOf(std::span<const CoolingSample> samples) {
+Range rangeOf(std::span<const imaging::CoolingSample> samples) {
   Range range{samples.front().temperature, samples.front().temperature};
-  for (const CoolingSample& sample : samples) {
+  for (const imaging::CoolingSample& sample : samples) {
     range.low = std::min({range.low, sample.temperature, double(sample.target)});
     range.high = std::max({range.high, sample.temperature, double(sample.target)});
   }
@@ -46,7 +46,7 @@ std::string faultText(Orvik_COOLER_FAULT fault) {
   return "";
 }
 
-std::string coolingText(const CoolingSample& sample) {
+std::string coolingText(const imaging::CoolingSample& sample) {
   const auto seconds = static_cast<long>(sample.seconds);
   std::array<char, 96> text{};
   std::snprintf(text.data(), text.size(), "%ld:%02ld  %.1f degC  target %d degC  power %d %%",
@@ -55,11 +55,11 @@ std::string coolingText(const CoolingSample& sample) {
   return std::string(text.data()) + "  power taken away: " + faultText(sample.fault);
 }
 
-std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, int columns,
+std::vector<std::string> coolingPlot(const std::deque<imaging::CoolingSample>& samples, int columns,
                                      int rows) {
   if (samples.empty()) return {};
   const auto count = std::min(std::ssize(samples), static_cast<std::ptrdiff_t>(columns));
-  const std::vector<CoolingSample> shown(samples.end() - count, samples.end());
+  const std::vector<imaging::CoolingSample> shown(samples.end() - count, samples.end());
   const Range range = rangeOf(shown);
   const double step = rows > 1 ? (range.high - range.low) / (rows - 1) : 1;
   std::vector<std::string> lines;
@@ -74,7 +74,7 @@ std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, i
     if (row < lines.size()) lines[row][labelWidth + column] = mark;
   };
   std::size_t column = static_cast<std::size_t>(columns) - shown.size();
-  for (const CoolingSample& sample : shown) {
+  for (const imaging::CoolingSample& sample : shown) {
     put(column, sample.target, '-');
     put(column, sample.temperature, '*');
     ++column;
@@ -85,7 +85,7 @@ std::vector<std::string> coolingPlot(const std::deque<CoolingSample>& samples, i
 CoolingDisplay::CoolingDisplay(bool silent, double every)
     : silent_(silent), terminal_(isatty(STDOUT_FILENO) == 1), every_(every) {}
 
-void CoolingDisplay::show(const CoolingSample& sample) {
+void CoolingDisplay::show(const imaging::CoolingSample& sample) {
   if (silent_) return;
   if (terminal_) {
     samples_.push_back(sample);

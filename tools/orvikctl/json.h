@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "tools/orvikctl/camera.h"
+#include "orvik/orvik.hpp"
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
 
@@ -13,18 +13,18 @@ namespace orvik::ctl {
 using Json = nlohmann::ordered_json;
 
 /// A control as `controls`, `get` and `set` report it; `value` is null if it cannot be read.
-inline Json controlJson(const Orvik_CONTROL_CAPS& caps, const std::optional<ControlValue>& now) {
+inline Json controlJson(const Control& control, const std::optional<ControlValue>& now) {
   return {
-      {"name", caps.name},
+      {"name", control.name()},
       {"value", now ? Json(now->value) : Json()},
       {"auto", now && now->isAuto},
-      {"min", caps.minValue},
-      {"max", caps.maxValue},
-      {"default", caps.defaultValue},
-      {"unit", controlFacts(caps.controlType).unit},
-      {"autoSupported", caps.autoSupported == Orvik_TRUE},
-      {"writable", caps.writable == Orvik_TRUE},
-      {"description", caps.description},
+      {"min", control.min()},
+      {"max", control.max()},
+      {"default", control.defaultValue()},
+      {"unit", controlFacts(control.type()).unit},
+      {"autoSupported", control.hasAuto()},
+      {"writable", control.isWritable()},
+      {"description", control.description()},
   };
 }
 

@@ -6,10 +6,12 @@
 #include <string>
 #include <string_view>
 
+#include "imaging/errors.h"
 #include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/exit_code.h"
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
-#include "tools/orvikctl/output/software.h"
+#include "tools/orvikctl/software.h"
 
 namespace {
 
@@ -74,6 +76,11 @@ int run(int argc, char** argv) {
   return static_cast<int>(ExitCode::kInternal);
 }
 
+int fail(ExitCode code, const std::string& message) {
+  std::cerr << "orvikctl: " << message << '\n';
+  return static_cast<int>(code);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -81,8 +88,16 @@ int main(int argc, char** argv) {
   try {
     return run(argc, argv);
   } catch (const orvik::ctl::Failure& failure) {
-    std::cerr << "orvikctl: " << failure.what() << '\n';
-    return static_cast<int>(failure.code());
+    return fail(failure.code(), failure.what());
+  } catch (const orvik::Error& error) {
+    return fail(orvik::ctl::exitCodeOf(error.orvikCode()), error.what());
+  } catch (const orvik::imaging::NameError& error) {
+    return fail(ExitCode::kUsage, std::string("--output ") + error.what());
+  } catch (const orvik::imaging::FileExists& error) {
+    return fail(ExitCode::kFileFailed,
+                std::string(error.what()) + " Choose another --output, or add --overwrite.");
+  } catch (const orvik::imaging::FileError& error) {
+    return fail(ExitCode::kFileFailed, error.what());
   } catch (const std::exception& error) {
     std::cerr << "orvikctl: " << error.what() << '\n';
   } catch (...) {

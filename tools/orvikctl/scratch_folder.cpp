@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "tools/orvikctl/output/save_file.h"
+#include "imaging/save_file.h"
 
 namespace orvik::ctl {
 
 ScratchFolder::ScratchFolder() {
   std::string name = (std::filesystem::temp_directory_path() / "orvikctl-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) failWrite(name, errno);
+  if (mkdtemp(name.data()) == nullptr) imaging::failWrite(name, errno);
   path_ = name;
 }
 

@@ -85,19 +85,6 @@ std::optional<Setting> parseSetting(std::string_view text) {
   return Setting{std::string(text), isAuto};
 }
 
-std::string formatDuration(std::int64_t microseconds) {
-  const auto us = static_cast<double>(microseconds);
-  std::array<char, 40> text{};
-  if (microseconds < 1000) {
-    std::snprintf(text.data(), text.size(), "%.0f us", us);
-  } else if (microseconds < 1'000'000) {
-    std::snprintf(text.data(), text.size(), "%.6g ms", us / 1e3);
-  } else {
-    std::snprintf(text.data(), text.size(), "%.9g s", us / 1e6);
-  }
-  return text.data();
-}
-
 std::string foldName(std::string_view text) {
   std::string folded;
   for (const char letter : text) {

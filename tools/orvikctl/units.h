@@ -39,9 +39,6 @@ std::optional<std::int32_t> parseInteger(std::string_view text);
 /// Splits a trailing ":auto" off. Nothing if there is neither a value nor "auto".
 std::optional<Setting> parseSetting(std::string_view text);
 
-/// Writes microseconds in the unit that reads best: "32 us", "20 ms", "2.5 s".
-std::string formatDuration(std::int64_t microseconds);
-
 /// The text in lower case without spaces, '-' and '_', so that "cooler-on" finds "Cooler on".
 std::string foldName(std::string_view text);
 

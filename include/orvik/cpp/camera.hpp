@@ -28,6 +28,17 @@ inline namespace v0 {
 /// @addtogroup cpp
 /// @{
 
+/// The bin factors of a camera.
+inline std::vector<int> binsOf(const Orvik_CAMERA_INFO& info) {
+  return {std::begin(info.bins), std::find(std::begin(info.bins), std::end(info.bins), 0)};
+}
+
+/// The image types of a camera.
+inline std::vector<IMG_TYPE> imageTypesOf(const Orvik_CAMERA_INFO& info) {
+  const auto* begin = std::begin(info.imageTypes);
+  return {begin, std::find(begin, std::end(info.imageTypes), Orvik_IMG_END)};
+}
+
 /// An open camera, which it closes when it is destroyed.
 ///
 /// Opening, closing, moving and destroying cameras is for one thread at a time in a process. The
@@ -78,15 +89,8 @@ class Camera {
   /// Its properties, as they were when it was opened.
   [[nodiscard]] const Orvik_CAMERA_INFO& info() const { return info_; }
   [[nodiscard]] std::string_view name() const { return info_.name; }
-  [[nodiscard]] std::vector<int> bins() const {
-    const auto* end = std::find(std::begin(info_.bins), std::end(info_.bins), 0);
-    return {std::begin(info_.bins), end};
-  }
-  [[nodiscard]] std::vector<IMG_TYPE> imageTypes() const {
-    const auto* end =
-        std::find(std::begin(info_.imageTypes), std::end(info_.imageTypes), Orvik_IMG_END);
-    return {std::begin(info_.imageTypes), end};
-  }
+  [[nodiscard]] std::vector<int> bins() const { return binsOf(info_); }
+  [[nodiscard]] std::vector<IMG_TYPE> imageTypes() const { return imageTypesOf(info_); }
 
   /// The controls that the camera offers, in its own order.
   [[nodiscard]] std::span<const Control> controls() const { return controls_; }
@@ -205,8 +209,7 @@ class Camera {
       onError.succeeded(Orvik_OK, [] { return std::string(); });
       return false;
     }
-    return done(
-        code, [&] { return noFrameText(code); }, onError);
+    return done(code, readingText(), onError);
   }
   /// The facts about the image that was delivered last.
   [[nodiscard]] FrameInfo frameInfo(OnError onError = {}) const {
@@ -296,6 +299,11 @@ class Camera {
     done(OrvikSetID(handle(), id), "writing its ID", onError);
   }
 
+  /// "reading a frame", and that the camera was unplugged if this is why there is none.
+  [[nodiscard]] const char* readingText() const {
+    return noFrameReason() == Orvik_NO_FRAME_UNPLUGGED ? "reading a frame: the camera was unplugged"
+                                                       : "reading a frame";
+  }
   /// "Vek T15C 0012ABCD: starting video", for messages.
   [[nodiscard]] std::string doing(std::string_view what) const { return opened_->doing(what); }
 
@@ -318,15 +326,9 @@ class Camera {
     const Control* one = control(type);
     return one != nullptr ? std::string(one->name()) : "control " + std::to_string(type);
   }
-  [[nodiscard]] std::string noFrameText(Orvik_ERROR_CODE code) const {
-    const bool isGone = code == Orvik_ERROR_NO_FRAME && noFrameReason() == Orvik_NO_FRAME_UNPLUGGED;
-    return isGone ? "reading a frame: the camera was unplugged" : "reading a frame";
-  }
-
   void openAs(const std::string& identity, OnError onError) {
-    const auto what = [&] {
-      return "opening " + (identity.empty() ? std::string("the camera") : identity);
-    };
+    std::string meant = identity.empty() ? "the camera" : identity;
+    const auto what = [&] { return "opening " + meant; };
     const auto fail = [&](Orvik_ERROR_CODE code) { onError.succeeded(code, what); };
     std::error_code error;
     const std::vector<Device> before = devices(error);
@@ -336,6 +338,9 @@ class Camera {
       return;
     }
     const std::string& name = identity.empty() ? before.front().port : identity;
+    for (const Device& device : before) {
+      if (device.port == name || device.identity == name) meant = device.label();
+    }
     int handle = 0;
     const Orvik_ERROR_CODE code = OrvikOpenDevice(name.c_str(), &handle);
     if (code != Orvik_OK) return fail(code);
@@ -346,7 +351,7 @@ class Camera {
     const std::vector<Device> now = devices(error);
     const auto device = std::find_if(now.begin(), now.end(), isSame);
     opened_ = std::make_shared<const OpenedCamera>(
-        OpenedCamera{handle, device == now.end() ? name : device->label()});
+        OpenedCamera{handle, device == now.end() ? meant : device->label()});
     if (!readProperties(onError)) close();
   }
 

@@ -160,17 +160,23 @@ class Video {
   Video(const Video&) = delete;
   Video& operator=(const Video&) = delete;
 
+  /// Ends the video at a time, as a stop request does.
+  void stopAt(std::chrono::steady_clock::time_point end) { end_ = end; }
+
   /// Waits for the next frame, at most for limit(); then it fails with #Orvik_ERROR_NO_FRAME, as it
   /// does when the camera is unplugged or the video was stopped.
   ///
   /// @param frame receives the image; its memory is used again
-  /// @return false when a stop was requested, at most a tenth of a second ago
+  /// @return false when a stop was requested, at most a tenth of a second ago, or the time of
+  ///         stopAt() has come
   bool next(Frame& frame, OnError onError = {}) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point begun = Clock::now();
     std::error_code error;
-    while (!error && !stop_.stop_requested()) {
-      if (next(frame, kSlice, error)) return true;
+    while (!error && !stop_.stop_requested() && Clock::now() < end_) {
+      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(
+          std::min<Clock::duration>(kSlice, end_ - Clock::now()));
+      if (next(frame, std::max(wait, kNoWait), error)) return true;
       if (!error && Clock::now() - begun > limit(error)) error = errorCode(Orvik_ERROR_NO_FRAME);
     }
     report(error, onError);
@@ -240,14 +246,16 @@ class Video {
   [[nodiscard]] static std::default_sentinel_t end() { return {}; }
 
  private:
-  static constexpr auto kSlice = std::chrono::milliseconds(100);
+  static constexpr std::chrono::milliseconds kNoWait{0};
+  static constexpr std::chrono::milliseconds kSlice{100};
 
   void report(const std::error_code& error, OnError onError) const {
-    onError.succeeded(error, [&] { return camera_->doing("reading a frame"); });
+    onError.succeeded(error, [&] { return camera_->doing(camera_->readingText()); });
   }
 
   Camera* camera_;
   std::stop_token stop_;
+  std::chrono::steady_clock::time_point end_ = std::chrono::steady_clock::time_point::max();
   bool isRunning_ = false;
   Frame frame_;
 };

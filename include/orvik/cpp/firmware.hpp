@@ -18,7 +18,8 @@ inline namespace v0 {
 
 /// Is called with the progress of a long operation, on the thread that started it: bytes of this
 /// step that are done, and all of them. It must not throw, nor use the same camera.
-using Progress = std::function<void(Orvik_STEP step, std::int32_t done, std::int32_t total)>;
+using ProgressCallback =
+    std::function<void(Orvik_STEP step, std::int32_t done, std::int32_t total)>;
 
 /// Reads a firmware file and describes it: OrvikCheckFirmwareFile(). Needs no camera.
 inline Orvik_FIRMWARE_FILE checkFirmwareFile(const std::string& file, OnError onError = {}) {
@@ -45,18 +46,20 @@ class Firmware {
     done(OrvikLoadFirmware(camera_->handle, file.c_str()), "loading " + file, onError);
   }
   /// Writes firmware into the flash: OrvikFlashFirmware().
-  void flash(const std::string& file, const Progress& progress = {}, OnError onError = {}) const {
+  void flash(const std::string& file, const ProgressCallback& progress = {},
+             OnError onError = {}) const {
     done(OrvikFlashFirmware(camera_->handle, file.c_str(), callback(progress), context(progress)),
          "writing " + file, onError);
   }
   /// Compares the flash with firmware: OrvikVerifyFirmware().
-  void verify(const std::string& file, const Progress& progress = {}, OnError onError = {}) const {
+  void verify(const std::string& file, const ProgressCallback& progress = {},
+              OnError onError = {}) const {
     done(OrvikVerifyFirmware(camera_->handle, file.c_str(), callback(progress), context(progress)),
          "comparing the flash with " + file, onError);
   }
   /// Reads a part of the flash: OrvikReadFlash().
   void readFlash(std::uint32_t address, std::span<std::uint8_t> bytes,
-                 const Progress& progress = {}, OnError onError = {}) const {
+                 const ProgressCallback& progress = {}, OnError onError = {}) const {
     done(OrvikReadFlash(camera_->handle, address, bytes.data(),
                         static_cast<std::int32_t>(bytes.size()), callback(progress),
                         context(progress)),
@@ -64,13 +67,15 @@ class Firmware {
   }
 
  private:
-  static Orvik_PROGRESS callback(const Progress& progress) {
+  static Orvik_PROGRESS callback(const ProgressCallback& progress) {
     if (!progress) return nullptr;
     return [](void* context, Orvik_STEP step, std::int32_t done, std::int32_t total) {
-      (*static_cast<const Progress*>(context))(step, done, total);
+      (*static_cast<const ProgressCallback*>(context))(step, done, total);
     };
   }
-  static void* context(const Progress& progress) { return const_cast<Progress*>(&progress); }
+  static void* context(const ProgressCallback& progress) {
+    return const_cast<ProgressCallback*>(&progress);
+  }
   void done(Orvik_ERROR_CODE code, const std::string& what, OnError onError) const {
     onError.succeeded(code, [&] { return camera_->doing(what); });
   }

@@ -25,12 +25,12 @@ from ._orvik import Dark, HotPixels, Video, devices
 from .camera import Camera
 from .controls import AUTO, Control, Controls
 from .errors import Closed, Error, NoDevice, NoFrame, OpenFailed, SeveralDevices, Timeout, Unplugged
-from .records import (CameraInfo, CoolerFault, CoolerStatus, DarkInfo, Device, DeviceChange,
+from .records import (CameraInfo, CoolerFault, CoolerStatus, CoolingSample, DarkInfo, Device, DeviceChange,
                       FirmwareVersion, Flip, Frame, FrameInfo, HotPixelInfo, ImageType, Readout)
 
 __all__ = [
     "AUTO", "Camera", "CameraInfo", "Closed", "Control", "Controls", "CoolerFault", "CoolerStatus",
-    "Dark", "DarkInfo", "Device", "DeviceChange", "Error", "FirmwareVersion", "Flip", "Frame",
+    "CoolingSample", "Dark", "DarkInfo", "Device", "DeviceChange", "Error", "FirmwareVersion", "Flip", "Frame",
     "FrameInfo", "HotPixelInfo", "HotPixels", "ImageType", "NoDevice", "NoFrame", "OpenFailed",
     "Readout", "SeveralDevices", "Timeout", "Unplugged", "Video", "devices", "open", "watch",
 ]

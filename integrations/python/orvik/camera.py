@@ -2,12 +2,14 @@
 """An open camera."""
 from __future__ import annotations
 
+import time
+from collections.abc import Callable
 from types import TracebackType
 from typing import Optional, Union
 
 from ._orvik import CameraBase
 from .controls import Attribute, Controls
-from .records import Flip, ImageType
+from .records import CoolingSample, Flip, ImageType
 
 
 class Camera(CameraBase):
@@ -120,3 +122,54 @@ class Camera(CameraBase):
             now_type = ImageType[type] if isinstance(type, str) else type
         self._set_format(now_width if width is None else width,
                          now_height if height is None else height, now_bin, now_type)
+
+    def cool(self, to: float, rate: float = 3, background: bool = False,
+             progress: Optional[Callable[[CoolingSample], None]] = None) -> None:
+        """Moves the sensor's temperature to `to` degrees Celsius, `rate` degrees a minute, and holds
+        it until stop_cooling(), or until the camera is closed.
+
+        Waits until it has arrived, within a degree, and calls `progress` about once a second; an
+        exception meanwhile, such as Ctrl-C, switches the cooler off. With `background` it returns at
+        once, and `cooling` tells how it goes. Called again, it goes on from the present temperature.
+        """
+        target = self.controls["TargetTemp"] if hasattr(self, "target_temperature") else None
+        if target is not None and not target.min <= to <= target.max or not rate > 0:
+            raise ValueError(f"the cooler takes no ramp to {to} at {rate} degrees a minute")
+        self._begin_cooling(to, rate)
+        if not background:
+            self._follow(lambda sample: sample.target == round(to) and abs(sample.temperature - to) <= 1,
+                         progress)
+
+    def warm_up(self, rate: float = 3, background: bool = False,
+                progress: Optional[Callable[[CoolingSample], None]] = None) -> None:
+        """Moves the temperature back to where it was before cool(), and waits for the end of the
+        ramp. Then the cooler is switched off; with `background`, by stop_cooling() or close()."""
+        self._begin_cooling(None, rate)
+        if not background:
+            self._follow(lambda sample: False, progress)
+            self.stop_cooling()
+
+    def stop_cooling(self) -> None:
+        """Switches the cooler off at once, wherever the ramp is."""
+        self._end_cooling()
+
+    @property
+    def cooling(self) -> Optional[CoolingSample]:
+        """How the ramp of cool() or warm_up() stands; None without one."""
+        return self._cooling_status()[0]
+
+    def _follow(self, arrived: Callable[[CoolingSample], bool],
+                progress: Optional[Callable[[CoolingSample], None]]) -> None:
+        shown = None
+        try:
+            while True:
+                sample, over = self._cooling_status()
+                if sample is not None and sample != shown and progress is not None:
+                    progress(sample)
+                shown = sample
+                if over or sample is not None and arrived(sample):
+                    return
+                time.sleep(0.1)
+        except BaseException:
+            self.stop_cooling()
+            raise

@@ -155,6 +155,20 @@ class CoolerStatus:
 
 
 @dataclass(frozen=True)
+class CoolingSample:
+    """How a cooling ramp stands at a moment."""
+
+    seconds: float  # since cooling began
+    temperature: float  # of the sensor, degrees Celsius; with a fault, the last valid one
+    target: int  # where the ramp is, degrees Celsius
+    power: int  # percent
+    fault: CoolerFault
+
+    def __post_init__(self) -> None:
+        object.__setattr__(self, "fault", CoolerFault(self.fault))
+
+
+@dataclass(frozen=True)
 class DarkInfo:
     """A camera's dark frame."""
 

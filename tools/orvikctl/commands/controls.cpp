@@ -13,29 +13,30 @@ namespace {
 
 void printTable(const Camera& camera) {
   Table table({"NAME", "VALUE", "MIN", "MAX", "DEFAULT", "UNIT", "AUTO", "DESCRIPTION"});
-  for (const Orvik_CONTROL_CAPS& caps : camera.controls()) {
-    const auto now = camera.valueIfAny(caps.controlType);
-    std::string automatic = caps.autoSupported == Orvik_TRUE ? "off" : "-";
+  for (const Control& control : camera.controls()) {
+    const auto now = valueIfAny(camera, control.type());
+    std::string automatic = control.hasAuto() ? "off" : "-";
     if (now && now->isAuto) automatic = "on";
-    std::string description = caps.description;
-    if (caps.writable == Orvik_FALSE) description += " (read only)";
-    table.add({caps.name, now ? std::to_string(now->value) : "?", std::to_string(caps.minValue),
-               std::to_string(caps.maxValue), std::to_string(caps.defaultValue),
-               std::string(controlFacts(caps.controlType).unit), automatic, description});
+    std::string description(control.description());
+    if (!control.isWritable()) description += " (read only)";
+    table.add({std::string(control.name()), now ? std::to_string(now->value) : "?",
+               std::to_string(control.min()), std::to_string(control.max()),
+               std::to_string(control.defaultValue()),
+               std::string(controlFacts(control.type()).unit), automatic, description});
   }
   table.print(std::cout);
 }
 
 ExitCode controls(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
+  const Camera camera = openCamera(cameras.choose(options.camera));
   if (!options.json) {
     printTable(camera);
     return ExitCode::kOk;
   }
   Json list = Json::array();
-  for (const Orvik_CONTROL_CAPS& caps : camera.controls()) {
-    list.push_back(controlJson(caps, camera.valueIfAny(caps.controlType)));
+  for (const Control& control : camera.controls()) {
+    list.push_back(controlJson(control, valueIfAny(camera, control.type())));
   }
   std::cout << list.dump(2) << '\n';
   return ExitCode::kOk;

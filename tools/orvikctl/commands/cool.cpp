@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <thread>
 
+#include "imaging/cooling.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/cooling_display.h"
-#include "tools/orvikctl/cooling_ramp.h"
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/json.h"
@@ -19,10 +16,6 @@
 namespace orvik::ctl {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr double kTickSeconds = 1;
-constexpr auto kInterruptPause = std::chrono::milliseconds(50);
 constexpr double kNear = 1;  // degrees: as close as the regulation holds a temperature
 
 struct CoolOptions : CommonOptions {
@@ -41,71 +34,19 @@ double secondsOf(const std::string& text, const char* option) {
                 std::string(option) + " " + text + ": give a time such as 90s or 20min.");
 }
 
-/// Moves a camera's temperature along ramps. The destructor switches the cooler off.
-class Cooling {
+/// Shows how cooling proceeds, and reports a fault once when it begins and once when it ends.
+class Reporter {
  public:
-  Cooling(Camera& camera, CoolingDisplay& display)
-      : camera_(camera), display_(display), begun_(Clock::now()), startedAt_(temperature()) {}
-  ~Cooling() {
-    try {
-      camera_.setValue(Orvik_CTL_COOLER_ON, {0, false});
-    } catch (const Failure&) {
-      // Closing the camera switches the cooler off as well.
-    }
-  }
-  Cooling(const Cooling&) = delete;
-  Cooling& operator=(const Cooling&) = delete;
+  explicit Reporter(CoolingDisplay& display) : display_(display) {}
 
-  /// Moves from the sensor's temperature to `to`, and holds it.
-  ///
-  /// @param seconds when to end; nothing for never
-  /// @return false when the user interrupted
-  bool lead(double to, double degreesPerMinute, std::optional<double> seconds) {
-    const CoolingRamp ramp(lastTemperature(), to, degreesPerMinute);
-    const auto begun = Clock::now();
-    for (;;) {
-      const double gone = std::chrono::duration<double>(Clock::now() - begun).count();
-      follow(ramp.targetAt(gone));
-      if (seconds && gone >= *seconds) return true;
-      if (!pause(seconds ? *seconds - gone : kTickSeconds)) return false;
-    }
+  void operator()(const imaging::CoolingSample& sample) {
+    if (sample.fault != fault_) tell(sample.fault);
+    fault_ = sample.fault;
+    display_.show(sample);
   }
-
-  /// Moves back to the temperature before cooling. False if the user interrupted.
-  bool warmUp(double degreesPerMinute) {
-    const CoolingRamp ramp(lastTemperature(), startedAt_, degreesPerMinute);
-    return lead(startedAt_, degreesPerMinute, ramp.duration());
-  }
-
-  [[nodiscard]] double startedAt() const { return startedAt_; }
-  [[nodiscard]] const CoolingSample& last() const { return last_; }
 
  private:
-  [[nodiscard]] double temperature() const {
-    return camera_.value(Orvik_CTL_TEMPERATURE).value / 10.0;
-  }
-  /// Warming up begins at the last temperature that could be read.
-  [[nodiscard]] double lastTemperature() const { return camera_.coolerStatus().temperature / 10.0; }
-
-  void follow(int target) {
-    if (!target_ || *target_ != target) {
-      camera_.setValue(Orvik_CTL_TARGET_TEMP, {target, false});
-      if (!target_) camera_.setValue(Orvik_CTL_COOLER_ON, {1, false});
-      target_ = target;
-    }
-    const Orvik_COOLER_STATUS status = camera_.coolerStatus();
-    tellFault(status.fault);
-    last_ = {.seconds = std::chrono::duration<double>(Clock::now() - begun_).count(),
-             .temperature = status.temperature / 10.0,
-             .target = target,
-             .power = status.power,
-             .fault = status.fault};
-    display_.show(last_);
-  }
-
-  /// Reports a fault once when it begins and once when it ends.
-  void tellFault(Orvik_COOLER_FAULT fault) const {
-    if (fault == last_.fault) return;
+  static void tell(Orvik_COOLER_FAULT fault) {
     if (fault == Orvik_COOLER_NO_FAULT) {
       std::cerr << "the temperature can be read again: cooling goes on\n";
     } else {
@@ -113,36 +54,21 @@ class Cooling {
     }
   }
 
-  /// Waits until the next reading is due, or for `most` seconds. False if the user interrupted.
-  static bool pause(double most) {
-    const std::chrono::duration<double> length(std::min(most, kTickSeconds));
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(length);
-    while (Clock::now() < end) {
-      if (interrupted()) return false;
-      std::this_thread::sleep_for(std::min<Clock::duration>(kInterruptPause, end - Clock::now()));
-    }
-    return !interrupted();
-  }
-
-  Camera& camera_;
   CoolingDisplay& display_;
-  Clock::time_point begun_;
-  double startedAt_;
-  std::optional<int> target_;
-  CoolingSample last_;
+  Orvik_COOLER_FAULT fault_ = Orvik_COOLER_NO_FAULT;
 };
 
 void checkTarget(const Camera& camera, int target) {
-  const Orvik_CONTROL_CAPS* caps = camera.control(Orvik_CTL_TARGET_TEMP);
-  if (caps == nullptr) throw Failure(ExitCode::kUsage, "this camera has no cooler.");
-  if (target < caps->minValue || target > caps->maxValue) {
+  const Control* control = camera.control(Orvik_CTL_TARGET_TEMP);
+  if (control == nullptr) throw Failure(ExitCode::kUsage, "this camera has no cooler.");
+  if (target < control->min() || target > control->max()) {
     throw Failure(ExitCode::kUsage, "this camera's cooler takes targets from " +
-                                        std::to_string(caps->minValue) + " to " +
-                                        std::to_string(caps->maxValue) + " degC.");
+                                        std::to_string(control->min()) + " to " +
+                                        std::to_string(control->max()) + " degC.");
   }
 }
 
-Json resultOf(const Cooling& cooling, int target, const CoolingSample& coldest) {
+Json resultOf(const imaging::Cooling& cooling, int target, const imaging::CoolingSample& coldest) {
   return {{"start", cooling.startedAt()},
           {"target", target},
           {"temperature", coldest.temperature},
@@ -159,16 +85,16 @@ ExitCode cool(const CoolOptions& options) {
   if (!options.duration.empty()) duration = secondsOf(options.duration, "--duration");
   CoolingDisplay display(options.json, secondsOf(options.every, "--every"));
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera));
+  Camera camera = openCamera(cameras.choose(options.camera));
   checkTarget(camera, options.target);
 
-  Cooling cooling(camera, display);
-  bool complete = cooling.lead(options.target, options.rate, duration);
-  const CoolingSample held = cooling.last();
+  imaging::Cooling cooling(camera, Reporter(display));
+  bool complete = cooling.lead(options.target, options.rate, duration, interruption());
+  const imaging::CoolingSample held = cooling.last();
   if (!options.noWarmUp) {
     std::cerr << "warming up; Ctrl-C ends at once\n";
     catchInterrupts();  // the first Ctrl-C has asked for this
-    complete = cooling.warmUp(options.rate) && complete;
+    complete = cooling.warmUp(options.rate, interruption()) && complete;
   }
   if (options.json) std::cout << resultOf(cooling, options.target, held).dump(2) << '\n';
   return complete ? ExitCode::kOk : ExitCode::kInterrupted;

@@ -1,27 +1,21 @@
 // SPDX-License-Identifier: MIT
-#include <chrono>
-#include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <vector>
 
-#include "orvik/orvik_service.h"
+#include "imaging/save_file.h"
 #include "tools/orvikctl/camera_choice.h"
-#include "tools/orvikctl/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
-#include "tools/orvikctl/error_text.h"
+#include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/save_file.h"
 #include "tools/orvikctl/progress.h"
 
 namespace orvik::ctl {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 struct RecordOptions : CommonOptions {
   std::string exposure;
@@ -46,12 +40,6 @@ std::string keptPath(const std::string& file) {
   return path;
 }
 
-Orvik_DARK_INFO darkInfo(const Camera& camera) {
-  Orvik_DARK_INFO info{};
-  check(OrvikGetDarkInfo(camera.handle(), &info), "asking about the dark");
-  return info;
-}
-
 void print(const Orvik_DARK_INFO& info, bool json) {
   const bool hasDark = info.hasDark == Orvik_TRUE;
   if (json) {
@@ -72,100 +60,80 @@ void print(const Orvik_DARK_INFO& info, bool json) {
 }
 
 void setFromText(Camera& camera, Orvik_CONTROL_TYPE type, const std::string& text) {
-  const Orvik_CONTROL_CAPS* caps = camera.control(type);
-  if (caps != nullptr && !text.empty()) {
-    camera.setValue(type, parseControlValue(camera, *caps, text));
+  const Control* control = camera.control(type);
+  if (control != nullptr && !text.empty()) {
+    camera.write(type, parseControlValue(camera, *control, text));
   }
 }
 
 /// Every sensor pixel in 8 bits, and nothing that changes while the dark is taken.
-ImageFormat prepare(Camera& camera, const RecordOptions& options) {
+void prepare(Camera& camera, const RecordOptions& options) {
   setFromText(camera, Orvik_CTL_EXPOSURE, options.exposure);
   setFromText(camera, Orvik_CTL_GAIN, options.gain);
   for (const auto type : {Orvik_CTL_EXPOSURE, Orvik_CTL_GAIN}) {
-    const auto now = camera.valueIfAny(type);
-    if (now && now->isAuto) camera.setValue(type, {now->value, false});
+    const auto now = valueIfAny(camera, type);
+    if (now && now->isAuto) camera.write(type, {now->value, false});
   }
-  const Orvik_CAMERA_INFO info = camera.info();
-  const ImageFormat format{
-      .width = info.maxWidth, .height = info.maxHeight, .bin = 1, .type = Orvik_IMG_RAW8};
-  camera.setFormat(format);
-  return format;
+  camera.setFormat({.width = camera.info().maxWidth, .height = camera.info().maxHeight});
 }
 
-/// Waits for one frame in short steps; false when the user interrupted.
-bool takeFrame(Camera& camera, std::vector<std::uint8_t>& frame, Clock::duration limit) {
-  constexpr int kStepMs = 200;
-  const auto end = Clock::now() + limit;
-  while (!interrupted()) {
-    if (camera.readFrame(frame, kStepMs)) return true;
-    if (Clock::now() > end) check(Orvik_ERROR_NO_FRAME, "recording the dark");
-  }
-  return false;
-}
-
-bool takeDark(Camera& camera, const ImageFormat& format) {
-  int wanted = 0;
-  check(OrvikStartDarkRecording(camera.handle(), &wanted), "recording the dark");
-  const std::chrono::microseconds exposure(camera.value(Orvik_CTL_EXPOSURE).value);
-  std::vector<std::uint8_t> frame(static_cast<std::size_t>(format.width) *
-                                  static_cast<std::size_t>(format.height));
+/// False when the user interrupted.
+bool takeDark(Camera& camera) {
+  const int wanted = camera.dark().startRecording();
   Progress progress(true);
-  Orvik_DARK_RECORDING recording{};
-  camera.startVideo();
-  while (recording.isOver != Orvik_TRUE) {
+  Video video(camera, interruption());
+  Frame frame;
+  for (;;) {
+    const Orvik_DARK_RECORDING recording = camera.dark().recording();
+    if (recording.isOver == Orvik_TRUE) return true;
     progress.show({.done = recording.framesTaken,
                    .total = wanted,
                    .rate = std::nullopt,
                    .lost = std::nullopt,
                    .secondsLeft = std::nullopt});
-    if (!takeFrame(camera, frame, exposure + readOutLimit(format))) return false;
-    check(OrvikGetDarkRecording(camera.handle(), &recording), "recording the dark");
+    if (!video.next(frame)) return false;
   }
-  camera.stopVideo();
-  return true;
 }
 
 ExitCode record(const RecordOptions& options) {
   const std::string path = keptPath(options.output);
-  requireFolder(path);
-  refuseExisting(path, options.overwrite);
+  imaging::requireFolder(path);
+  imaging::refuseExisting(path, options.overwrite);
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera));
-  const ImageFormat format = prepare(camera, options);
+  Camera camera = openCamera(cameras.choose(options.camera));
+  prepare(camera, options);
   std::cerr << "note: the telescope has to be covered.\n";
-  if (!takeDark(camera, format)) return ExitCode::kInterrupted;
-  check(OrvikSaveDark(camera.handle(), path.c_str()), "writing " + path);
-  if (options.use) check(OrvikUseDark(camera.handle(), Orvik_TRUE), "using the dark");
-  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
-  print(darkInfo(camera), options.json);
+  if (!takeDark(camera)) return ExitCode::kInterrupted;
+  camera.dark().save(path);
+  if (options.use) camera.dark().use(true);
+  camera.saveSettings();
+  print(camera.dark().info(), options.json);
   return ExitCode::kOk;
 }
 
 ExitCode use(const UseOptions& options) {
-  std::string path = keptPath(options.file);
+  const std::string path = keptPath(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  Orvik_BOOL load = Orvik_TRUE;
-  check(OrvikEnableDarkSubtract(camera.handle(), path.data(), &load), "loading " + path);
-  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
-  print(darkInfo(camera), options.json);
+  Camera camera = openCamera(cameras.choose(options.camera));
+  camera.dark().load(path);
+  camera.saveSettings();
+  print(camera.dark().info(), options.json);
   return ExitCode::kOk;
 }
 
 ExitCode off(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  check(OrvikDisableDarkSubtract(camera.handle()), "ending dark subtraction");
-  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
-  print(darkInfo(camera), options.json);
+  Camera camera = openCamera(cameras.choose(options.camera));
+  camera.dark().disable();
+  camera.saveSettings();
+  print(camera.dark().info(), options.json);
   return ExitCode::kOk;
 }
 
 ExitCode info(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  print(darkInfo(camera), options.json);
+  Camera camera = openCamera(cameras.choose(options.camera));
+  print(camera.dark().info(), options.json);
   return ExitCode::kOk;
 }
 

@@ -4,13 +4,12 @@
 #include <iostream>
 #include <memory>
 
-#include "orvik/orvik_service.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/capture_report.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
 #include "tools/orvikctl/consent.h"
-#include "tools/orvikctl/error_text.h"
+#include "tools/orvikctl/exit_code.h"
 #include "tools/orvikctl/flash_progress.h"
 #include "tools/orvikctl/json.h"
 
@@ -29,17 +28,10 @@ std::string hexText(unsigned value, int digits) {
 }
 
 Json versionsOf(const Camera& camera) {
-  Orvik_FIRMWARE_VERSION version{};
-  check(OrvikGetFirmwareVersion(camera.handle(), &version), "asking for the camera's versions");
+  const Orvik_FIRMWARE_VERSION version = camera.firmware().version();
   return {{"firmware", version.firmware},
           {"fpga", std::to_string(version.fpgaMajor) + "." +
                        hexText(static_cast<unsigned>(version.fpgaMinor), 4)}};
-}
-
-Orvik_FIRMWARE_FILE checkFile(const std::string& path) {
-  Orvik_FIRMWARE_FILE file{};
-  check(OrvikCheckFirmwareFile(path.c_str(), &file), "reading " + path);
-  return file;
 }
 
 bool hasSections(const Orvik_FIRMWARE_FILE& file) { return file.format == Orvik_FIRMWARE_SECTIONS; }
@@ -75,11 +67,11 @@ void printFile(const std::string& path, const Orvik_FIRMWARE_FILE& file, bool js
 
 ExitCode info(const FirmwareOptions& options) {
   if (!options.file.empty()) {
-    printFile(options.file, checkFile(options.file), options.json);
+    printFile(options.file, checkFirmwareFile(options.file), options.json);
     return ExitCode::kOk;
   }
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
+  const Camera camera = openCamera(cameras.choose(options.camera));
   const Json versions = versionsOf(camera);
   if (options.json) {
     std::cout << versions.dump(2) << '\n';
@@ -100,31 +92,31 @@ void report(const FirmwareOptions& options, const char* what) {
 }
 
 ExitCode load(const FirmwareOptions& options) {
-  const Orvik_FIRMWARE_FILE file = checkFile(options.file);
+  const Orvik_FIRMWARE_FILE file = checkFirmwareFile(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
   requireBridge(options.file, file, chosen);
-  const Camera camera(chosen);
+  const Camera camera = openCamera(chosen);
   requireConsent(options.yes, options.file + " will be loaded into " + chosen.label() +
                                   " and started. It runs until the camera loses power; firmware "
                                   "for another model can make it silent until then.");
-  check(OrvikLoadFirmware(camera.handle(), options.file.c_str()), "loading " + options.file);
+  camera.firmware().load(options.file);
   report(options, "loaded and started");
   std::cerr << "note: the camera may come back with another index; see `orvikctl list`.\n";
   return ExitCode::kOk;
 }
 
 /// Adds to the library's message what a failed write means.
-[[noreturn]] void failFlash(Orvik_ERROR_CODE code, const FirmwareOptions& options) {
-  throw Failure(exitCodeOf(code),
-                "writing " + options.file + ": " + errorText(code) +
+[[noreturn]] void failFlash(const Error& error) {
+  throw Failure(exitCodeOf(error.orvikCode()),
+                std::string(error.what()) +
                     "\nThe camera's flash may not hold any firmware as a whole. The camera still "
                     "runs what it had started with: leave it plugged in and repeat this command. "
                     "If it goes on failing, write the firmware that it had before.");
 }
 
 ExitCode flash(const FirmwareOptions& options) {
-  const Orvik_FIRMWARE_FILE file = checkFile(options.file);
+  const Orvik_FIRMWARE_FILE file = checkFirmwareFile(options.file);
   if (file.fitsFlash != Orvik_TRUE) {
     throw Failure(ExitCode::kUsage,
                   options.file + (hasSections(file)
@@ -135,31 +127,29 @@ ExitCode flash(const FirmwareOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
   requireBridge(options.file, file, chosen);
-  const Camera camera(chosen);
+  const Camera camera = openCamera(chosen);
   requireConsent(options.yes,
                  "The firmware in the flash of " + chosen.label() + " will be replaced by " +
                      options.file +
                      ". Firmware for another model, or a loss of power meanwhile, can leave a "
                      "camera that does not start. Keep a copy with `orvikctl flash dump`.");
-  FlashProgress progress;
-  const Orvik_ERROR_CODE code = OrvikFlashFirmware(camera.handle(), options.file.c_str(),
-                                                   FlashProgress::callback(), progress.context());
-  if (code != Orvik_OK) failFlash(code, options);
+  try {
+    camera.firmware().flash(options.file, flashProgress());
+  } catch (const Error& error) {
+    failFlash(error);
+  }
   report(options, "written and verified");
   std::cerr << "note: the camera starts with it the next time it is plugged in.\n";
   return ExitCode::kOk;
 }
 
 ExitCode verify(const FirmwareOptions& options) {
-  const Orvik_FIRMWARE_FILE file = checkFile(options.file);
+  const Orvik_FIRMWARE_FILE file = checkFirmwareFile(options.file);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
   requireBridge(options.file, file, chosen);
-  const Camera camera(chosen);
-  FlashProgress progress;
-  check(OrvikVerifyFirmware(camera.handle(), options.file.c_str(), FlashProgress::callback(),
-                            progress.context()),
-        "comparing the flash with " + options.file);
+  const Camera camera = openCamera(chosen);
+  camera.firmware().verify(options.file, flashProgress());
   report(options, "the flash holds this firmware");
   return ExitCode::kOk;
 }

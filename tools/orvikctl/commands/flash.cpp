@@ -4,15 +4,13 @@
 #include <memory>
 #include <vector>
 
-#include "orvik/orvik_service.h"
+#include "imaging/save_file.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/capture_report.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
-#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/flash_progress.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 namespace {
@@ -25,18 +23,13 @@ struct DumpOptions : CommonOptions {
 };
 
 ExitCode dump(const DumpOptions& options) {
-  requireFolder(options.output);
-  refuseExisting(options.output, options.overwrite);
+  imaging::requireFolder(options.output);
+  imaging::refuseExisting(options.output, options.overwrite);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  std::vector<unsigned char> bytes(static_cast<std::size_t>(options.size));
-  {
-    FlashProgress progress;
-    check(OrvikReadFlash(camera.handle(), options.address, bytes.data(), options.size,
-                         FlashProgress::callback(), progress.context()),
-          "reading the flash");
-  }
-  saveFile(options.output, bytes, options.overwrite);
+  const Camera camera = openCamera(cameras.choose(options.camera));
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(options.size));
+  camera.firmware().readFlash(options.address, bytes, flashProgress());
+  imaging::saveFile(options.output, bytes, options.overwrite);
   if (options.json) {
     const Json result = {
         {"file", options.output}, {"address", options.address}, {"bytes", options.size}};

@@ -15,16 +15,16 @@ struct GetOptions : CommonOptions {
 
 ExitCode get(const GetOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  std::vector<const Orvik_CONTROL_CAPS*> wanted;
+  const Camera camera = openCamera(cameras.choose(options.camera));
+  std::vector<const Control*> wanted;
   for (const std::string& name : options.names) wanted.push_back(&findControl(camera, name));
   Json list = Json::array();
-  for (const Orvik_CONTROL_CAPS* caps : wanted) {
-    const ControlValue now = camera.value(caps->controlType);
+  for (const Control* control : wanted) {
+    const ControlValue now = camera.read(control->type());
     if (options.json) {
-      list.push_back(controlJson(*caps, now));
+      list.push_back(controlJson(*control, now));
     } else {
-      std::cout << caps->name << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
+      std::cout << control->name() << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
     }
   }
   if (options.json) std::cout << list.dump(2) << '\n';

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <cstdint>
-#include <future>
 #include <iostream>
 #include <memory>
 
 #include "orvik/orvik_service.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
-#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/json.h"
@@ -36,24 +34,13 @@ int pulseLength(const std::string& text) {
   return static_cast<int>(milliseconds);
 }
 
-/// False when the user cut it short.
-bool pulse(const Camera& camera, int line, int milliseconds) {
-  const auto direction = static_cast<GuideD>(line);
-  auto pulsing =
-      std::async(std::launch::async, OrvikPulseGuide, camera.handle(), direction, milliseconds);
-  // A mount that runs the wrong way is to stop at once, not at the end of a long pulse.
-  while (pulsing.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
-    if (interrupted()) OrvikPulseGuideOff(camera.handle(), direction);
-  }
-  check(pulsing.get(), "guiding");
-  return !interrupted();
-}
-
 ExitCode guide(const GuideOptions& options) {
   const int milliseconds = pulseLength(options.length);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  const bool complete = pulse(camera, options.line, milliseconds);
+  Camera camera = openCamera(cameras.choose(options.camera));
+  // A mount that runs the wrong way is to stop at once, not at the end of a long pulse.
+  camera.pulse(GuideD{options.line}, std::chrono::milliseconds(milliseconds), interruption());
+  const bool complete = !interrupted();
   if (options.json) {
     const Json result = {
         {"line", options.line}, {"milliseconds", milliseconds}, {"complete", complete}};

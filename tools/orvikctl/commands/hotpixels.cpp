@@ -6,14 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "orvik/orvik_service.h"
+#include "imaging/save_file.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
 #include "tools/orvikctl/consent.h"
-#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/save_file.h"
 
 namespace orvik::ctl {
 namespace {
@@ -27,24 +25,14 @@ struct HotPixelOptions : CommonOptions {
 
 void checkList(const HotPixelOptions& options) {
   if (options.list.empty()) return;
-  requireFolder(options.list);
-  refuseExisting(options.list, options.overwrite);
+  imaging::requireFolder(options.list);
+  imaging::refuseExisting(options.list, options.overwrite);
 }
 
 /// The dark that is to tell: a file, or else the one in use.
 void loadDark(const Camera& camera, const HotPixelOptions& options) {
   if (options.dark.empty()) return;
-  std::string path = options.dark;
-  Orvik_BOOL load = Orvik_TRUE;
-  check(OrvikEnableDarkSubtract(camera.handle(), path.data(), &load), "loading " + path);
-}
-
-std::vector<Orvik_PIXEL> listOf(const Camera& camera) {
-  int count = 0;
-  check(OrvikGetHotPixels(camera.handle(), nullptr, 0, &count), "listing the hot pixels");
-  std::vector<Orvik_PIXEL> pixels(static_cast<std::size_t>(count));
-  check(OrvikGetHotPixels(camera.handle(), pixels.data(), count, &count), "listing the hot pixels");
-  return pixels;
+  camera.dark().load(options.dark);
 }
 
 void writeList(const HotPixelOptions& options, const std::vector<Orvik_PIXEL>& pixels) {
@@ -52,12 +40,13 @@ void writeList(const HotPixelOptions& options, const std::vector<Orvik_PIXEL>& p
   out << "x,y\n";
   for (const Orvik_PIXEL& pixel : pixels) out << pixel.x << ',' << pixel.y << '\n';
   const std::string text = out.str();
-  saveFile(options.list, std::vector<std::uint8_t>(text.begin(), text.end()), options.overwrite);
+  imaging::saveFile(options.list, std::vector<std::uint8_t>(text.begin(), text.end()),
+                    options.overwrite);
 }
 
 /// @param where they were found
 void report(const Camera& camera, const HotPixelOptions& options, const char* where) {
-  const std::vector<Orvik_PIXEL> pixels = listOf(camera);
+  const std::vector<Orvik_PIXEL> pixels = camera.hotPixels().list();
   if (!options.list.empty()) writeList(options, pixels);
   if (options.json) {
     const Json result = {{"hotPixels", pixels.size()},
@@ -71,9 +60,9 @@ void report(const Camera& camera, const HotPixelOptions& options, const char* wh
 ExitCode detect(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
+  const Camera camera = openCamera(cameras.choose(options.camera));
   loadDark(camera, options);
-  check(OrvikDetectHotPixels(camera.handle(), nullptr), "looking for hot pixels");
+  camera.hotPixels().detect();
   report(camera, options, "in the dark");
   return ExitCode::kOk;
 }
@@ -82,13 +71,13 @@ ExitCode save(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen);
+  const Camera camera = openCamera(chosen);
   loadDark(camera, options);
-  check(OrvikDetectHotPixels(camera.handle(), nullptr), "looking for hot pixels");
+  camera.hotPixels().detect();
   requireConsent(options.yes, "The table of hot pixels in the flash of " + chosen.label() +
                                   " will be replaced.");
-  check(OrvikSaveHotPixels(camera.handle()), "writing the table into the flash");
-  check(OrvikLoadHotPixels(camera.handle(), nullptr), "reading the table back");
+  camera.hotPixels().save();
+  camera.hotPixels().load();
   report(camera, options, "written into the camera's flash; they are mended from now on");
   return ExitCode::kOk;
 }
@@ -96,8 +85,8 @@ ExitCode save(const HotPixelOptions& options) {
 ExitCode show(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  check(OrvikLoadHotPixels(camera.handle(), nullptr), "reading the table in the flash");
+  const Camera camera = openCamera(cameras.choose(options.camera));
+  camera.hotPixels().load();
   report(camera, options, "in the camera's flash");
   return ExitCode::kOk;
 }

@@ -13,13 +13,13 @@
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
 #include "tools/orvikctl/consent.h"
-#include "tools/orvikctl/error_text.h"
 #include "tools/orvikctl/json.h"
 
 namespace orvik::ctl {
 namespace {
 
-constexpr std::size_t kMarkBytes = sizeof(Orvik_ID::id);
+using Mark = std::array<std::uint8_t, sizeof(Orvik_ID::id)>;
+constexpr std::size_t kMarkBytes = sizeof(Mark);
 
 struct SetOptions : CommonOptions {
   std::string text;
@@ -27,9 +27,9 @@ struct SetOptions : CommonOptions {
   bool yes = false;
 };
 
-std::string hexOf(const Orvik_ID& id) {
+std::string hexOf(const Mark& mark) {
   std::string text;
-  for (const std::uint8_t byte : id.id) {
+  for (const std::uint8_t byte : mark) {
     std::array<char, 3> digits{};
     std::snprintf(digits.data(), digits.size(), "%02x", byte);
     text += digits.data();
@@ -38,23 +38,22 @@ std::string hexOf(const Orvik_ID& id) {
 }
 
 /// The mark as text, if it is one: printable, and nothing but zeros behind it.
-std::optional<std::string> textOf(const Orvik_ID& id) {
-  const auto* const end = std::find(std::begin(id.id), std::end(id.id), 0);
-  const bool printable = std::all_of(std::begin(id.id), end,
-                                     [](std::uint8_t byte) { return byte >= 0x20 && byte < 0x7F; });
-  const bool padded =
-      std::all_of(end, std::end(id.id), [](std::uint8_t byte) { return byte == 0; });
+std::optional<std::string> textOf(const Mark& mark) {
+  const auto* const end = std::find(mark.begin(), mark.end(), 0);
+  const bool printable =
+      std::all_of(mark.begin(), end, [](std::uint8_t byte) { return byte >= 0x20 && byte < 0x7F; });
+  const bool padded = std::all_of(end, mark.end(), [](std::uint8_t byte) { return byte == 0; });
   if (!printable || !padded) return std::nullopt;
-  return std::string(std::begin(id.id), end);
+  return std::string(mark.begin(), end);
 }
 
-void print(const Orvik_ID& id, bool json) {
-  const auto text = textOf(id);
+void print(const Mark& mark, bool json) {
+  const auto text = textOf(mark);
   if (json) {
-    const Json result = {{"text", text ? Json(*text) : Json()}, {"hex", hexOf(id)}};
+    const Json result = {{"text", text ? Json(*text) : Json()}, {"hex", hexOf(mark)}};
     std::cout << result.dump(2) << '\n';
   } else {
-    std::cout << text.value_or(hexOf(id)) << '\n';
+    std::cout << text.value_or(hexOf(mark)) << '\n';
   }
 }
 
@@ -64,8 +63,8 @@ int digitOf(char letter) {
   return place == std::string_view::npos ? -1 : static_cast<int>(place);
 }
 
-Orvik_ID parseHex(const std::string& text) {
-  Orvik_ID id{};
+Mark parseHex(const std::string& text) {
+  Mark mark{};
   if (text.size() > 2 * kMarkBytes || text.size() % 2 != 0) {
     throw Failure(ExitCode::kUsage, "--hex takes up to 64 hexadecimal digits, two for each byte.");
   }
@@ -75,46 +74,45 @@ Orvik_ID parseHex(const std::string& text) {
     if (high < 0 || low < 0) {
       throw Failure(ExitCode::kUsage, text + ": --hex takes hexadecimal digits only.");
     }
-    id.id[i / 2] = static_cast<std::uint8_t>(high * 16 + low);
+    mark[i / 2] = static_cast<std::uint8_t>(high * 16 + low);
   }
-  return id;
+  return mark;
 }
 
-Orvik_ID parseText(const std::string& text) {
-  Orvik_ID id{};
+Mark parseText(const std::string& text) {
+  Mark mark{};
   if (text.size() > kMarkBytes) {
     throw Failure(ExitCode::kUsage, "the mark has room for 32 bytes; this one has " +
                                         std::to_string(text.size()) + ".");
   }
-  std::copy(text.begin(), text.end(), std::begin(id.id));
-  return id;
+  std::copy(text.begin(), text.end(), mark.begin());
+  return mark;
 }
 
 ExitCode get(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  const Camera camera(cameras.choose(options.camera));
-  Orvik_ID id{};
-  const Orvik_ERROR_CODE code = OrvikGetID(camera.handle(), &id);
-  if (code == Orvik_ERROR_DRIVER_FAILED) {
+  const Camera camera = openCamera(cameras.choose(options.camera));
+  std::error_code error;
+  const Mark mark = camera.id(error);
+  if (error == errorCode(Orvik_ERROR_DRIVER_FAILED)) {
     throw Failure(ExitCode::kCameraFailed,
                   "the camera has no mark, or it cannot be read. Give it one with `orvikctl id "
                   "set`.");
   }
-  check(code, "reading the mark");
-  print(id, options.json);
+  if (error) throw Error(Orvik_ERROR_CODE{error.value()}, camera.doing("reading the mark"));
+  print(mark, options.json);
   return ExitCode::kOk;
 }
 
 ExitCode set(const SetOptions& options) {
-  const Orvik_ID id = options.isHex ? parseHex(options.text) : parseText(options.text);
+  const Mark mark = options.isHex ? parseHex(options.text) : parseText(options.text);
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen);
+  Camera camera = openCamera(chosen);
   requireConsent(options.yes, "The mark in the flash of " + chosen.label() + " will be replaced.");
-  check(OrvikSetID(camera.handle(), id), "writing the mark");
-  Orvik_ID stored{};
-  check(OrvikGetID(camera.handle(), &stored), "reading the mark back");
-  if (!std::equal(std::begin(id.id), std::end(id.id), std::begin(stored.id))) {
+  camera.setId(mark);
+  const Mark stored = camera.id();
+  if (stored != mark) {
     throw Failure(ExitCode::kCameraFailed,
                   "the flash of " + chosen.label() + " holds " + hexOf(stored) +
                       " instead of the mark that was written. Repeat the command.");

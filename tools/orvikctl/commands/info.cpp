@@ -2,18 +2,19 @@
 #include <iostream>
 #include <memory>
 
+#include "imaging/mosaic.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/output/mosaic.h"
 
 namespace orvik::ctl {
 namespace {
 
 /// The record as JSON, which the plain form is printed from as well.
-Json describe(const ConnectedCamera& chosen, const Orvik_CAMERA_INFO& info) {
+Json describe(const ConnectedCamera& chosen, const Camera& camera) {
+  const Orvik_CAMERA_INFO& info = camera.info();
   Json types = Json::array();
-  for (const IMG_TYPE type : imageTypesOf(info)) types.push_back(imageType(type).name);
+  for (const IMG_TYPE type : camera.imageTypes()) types.push_back(imaging::imageType(type).name);
   const bool colour = info.colour == Orvik_TRUE;
   return {
       {"index", chosen.index},
@@ -23,9 +24,9 @@ Json describe(const ConnectedCamera& chosen, const Orvik_CAMERA_INFO& info) {
       {"width", info.maxWidth},
       {"height", info.maxHeight},
       {"colour", colour},
-      {"bayer", colour ? Json(mosaic(info.bayer).name) : Json()},
+      {"bayer", colour ? Json(imaging::mosaic(info.bayer).name) : Json()},
       {"pixelSizeUm", info.pixelSizeUm},
-      {"bins", binsOf(info)},
+      {"bins", camera.bins()},
       {"imageTypes", std::move(types)},
       {"cooler", info.hasCooler == Orvik_TRUE},
       {"guidePort", info.hasST4 == Orvik_TRUE},
@@ -70,8 +71,9 @@ void printText(const Json& info) {
 ExitCode info(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
-  const Camera camera(chosen);  // The generation of the port shows once the camera is open.
-  const Json description = describe(chosen, camera.info());
+  const Camera camera =
+      openCamera(chosen);  // The generation of the port shows once the camera is open.
+  const Json description = describe(chosen, camera);
   if (options.json) {
     std::cout << description.dump(2) << '\n';
   } else {

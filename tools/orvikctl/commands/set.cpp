@@ -5,7 +5,7 @@
 #include "orvik/orvik_service.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
-#include "tools/orvikctl/error_text.h"
+#include "tools/orvikctl/exit_code.h"
 #include "tools/orvikctl/json.h"
 
 namespace orvik::ctl {
@@ -21,7 +21,7 @@ struct SetOptions : CommonOptions {
 };
 
 struct Assignment {
-  const Orvik_CONTROL_CAPS* caps;
+  const Control* control;
   ControlValue value;
 };
 
@@ -30,29 +30,29 @@ Assignment parseAssignment(const Camera& camera, const std::string& text) {
   if (equals == std::string::npos) {
     throw Failure(ExitCode::kUsage, text + ": write NAME=VALUE, as in Gain=200 or Exposure=20ms.");
   }
-  const Orvik_CONTROL_CAPS& caps = findControl(camera, text.substr(0, equals));
-  return {&caps, parseControlValue(camera, caps, std::string_view(text).substr(equals + 1))};
+  const Control& control = findControl(camera, text.substr(0, equals));
+  return {&control, parseControlValue(camera, control, std::string_view(text).substr(equals + 1))};
 }
 
 ExitCode set(const SetOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera));
+  Camera camera = openCamera(cameras.choose(options.camera));
   // All are understood before the first is set: a mistake changes nothing.
   std::vector<Assignment> assignments;
   for (const std::string& text : options.assignments) {
     assignments.push_back(parseAssignment(camera, text));
   }
   Json list = Json::array();
-  for (const auto& [caps, value] : assignments) {
-    camera.setValue(caps->controlType, value);
-    const ControlValue now = camera.value(caps->controlType);
+  for (const auto& [control, value] : assignments) {
+    camera.write(control->type(), value);
+    const ControlValue now = camera.read(control->type());
     if (options.json) {
-      list.push_back(controlJson(*caps, now));
+      list.push_back(controlJson(*control, now));
     } else {
-      std::cout << caps->name << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
+      std::cout << control->name() << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
     }
   }
-  check(OrvikSaveSettings(camera.handle()), "keeping the settings");
+  camera.saveSettings();
   if (options.json) std::cout << list.dump(2) << '\n';
   return ExitCode::kOk;
 }

@@ -4,12 +4,12 @@
 #include <memory>
 #include <thread>
 
+#include "imaging/frame_sink.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/capture_report.h"
 #include "tools/orvikctl/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/interrupt.h"
-#include "tools/orvikctl/output/frame_sink.h"
 #include "tools/orvikctl/progress.h"
 
 namespace orvik::ctl {
@@ -23,52 +23,41 @@ class Snapshots {
   Snapshots(Camera& camera, const CaptureOptions& options, std::int64_t count)
       : camera_(camera),
         info_(describeImages(camera, options)),
-        limit_(readOutLimit(camera.format())),
-        pixels_(imageBytes(info_.width, info_.height, info_.type)),
         progress_(!options.quiet),
         count_(count) {}
 
   /// False when the user interrupted.
-  bool takeAll(FrameSink& sink) {
+  bool takeAll(imaging::FrameSink& sink) {
     for (done_ = 0; done_ < count_; ++done_) {
       refreshReadings(camera_, info_);
       if (!takeOne()) return false;
-      sink.write({info_, pixels_});
+      sink.write({info_, frame_.bytes()});
     }
     return true;
   }
 
   [[nodiscard]] std::int64_t done() const { return done_; }
-  [[nodiscard]] const ImageInfo& info() const { return info_; }
+  [[nodiscard]] const imaging::ImageInfo& info() const { return info_; }
 
  private:
   bool takeOne() {
-    const auto begun = Clock::now();
-    camera_.startExposure();
-    const auto exposed = begun + info_.exposure;
-    for (;;) {
-      if (interrupted()) return false;
-      const Orvik_EXPOSURE_STATUS status = camera_.exposureStatus();
-      if (status == Orvik_EXPSTATE_READY) break;
-      if (status != Orvik_EXPSTATE_EXPOSING) failExposure("failed");
-      const auto now = Clock::now();
-      if (now > exposed + limit_) failExposure("did not end in time");
-      showProgress(exposed - now);
-      std::this_thread::sleep_for(pause(exposed - now));
+    Snapshot snapshot(camera_);
+    while (!snapshot.isReady()) {
+      showProgress(snapshot.left());
+      if (!sleepFor(pause(snapshot.left()), interruption())) return false;
     }
-    camera_.fetchExposure(pixels_);
-    describe(info_, camera_.frameInfo());
+    snapshot.fetch(frame_);
+    describe(info_, camera_.info(), frame_.info());
     return true;
   }
 
-  /// Short steps around the end of the exposure, longer ones before; Ctrl-C stays prompt.
+  /// Short steps around the end of the exposure, longer ones before.
   static Clock::duration pause(Clock::duration left) {
     return std::clamp<Clock::duration>(left, std::chrono::milliseconds(1),
                                        std::chrono::milliseconds(50));
   }
 
-  void showProgress(Clock::duration left) {
-    const std::chrono::duration<double> thisOne = std::max(left, Clock::duration::zero());
+  void showProgress(std::chrono::duration<double> thisOne) {
     const std::chrono::duration<double> others = info_.exposure * (count_ - done_ - 1);
     progress_.show({.done = done_,
                     .total = count_,
@@ -77,17 +66,9 @@ class Snapshots {
                     .secondsLeft = (thisOne + others).count()});
   }
 
-  [[noreturn]] void failExposure(const char* how) const {
-    throw Failure(ExitCode::kCameraFailed,
-                  std::string("the exposure ") + how + " after " + std::to_string(done_) +
-                      " images. Is the camera still plugged in? If so, try a lower --bandwidth, "
-                      "another cable or another port.");
-  }
-
   Camera& camera_;
-  ImageInfo info_;
-  std::chrono::milliseconds limit_;
-  std::vector<std::uint8_t> pixels_;
+  imaging::ImageInfo info_;
+  Frame frame_;
   Progress progress_;
   std::int64_t count_;
   std::int64_t done_ = 0;
@@ -96,9 +77,9 @@ class Snapshots {
 ExitCode snap(const CaptureOptions& options) {
   const std::int64_t count = options.count.value_or(1);
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera));
+  Camera camera = openCamera(cameras.choose(options.camera));
   applyOptions(camera, options, Preference::kDepth);
-  const auto sink = makeSink(options.output, count, options.overwrite);
+  const auto sink = imaging::makeSink(options.output, count, options.overwrite);
 
   const auto begun = Clock::now();
   bool complete = false;

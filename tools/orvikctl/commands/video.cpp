@@ -3,16 +3,16 @@
 #include <cstdint>
 #include <memory>
 
+#include "imaging/frame_sink.h"
+#include "imaging/video_reader.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/capture_report.h"
 #include "tools/orvikctl/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
-#include "tools/orvikctl/output/frame_sink.h"
 #include "tools/orvikctl/progress.h"
 #include "tools/orvikctl/units.h"
-#include "tools/orvikctl/video_reader.h"
 
 namespace orvik::ctl {
 namespace {
@@ -24,8 +24,8 @@ struct VideoOptions : CaptureOptions {
   std::size_t bufferMb = 256;
 };
 
-VideoLimits limitsOf(const VideoOptions& options) {
-  VideoLimits limits{options.count, std::nullopt};
+imaging::VideoLimits limitsOf(const VideoOptions& options) {
+  imaging::VideoLimits limits{options.count, std::nullopt};
   if (options.duration.empty()) return limits;
   const auto duration = parseDuration(options.duration);
   if (!duration) {
@@ -39,9 +39,10 @@ VideoLimits limitsOf(const VideoOptions& options) {
 /// Writes what the reader brings and keeps count.
 class Recording {
  public:
-  Recording(VideoReader& reader, FrameSink& sink, ImageInfo info, const VideoLimits& limits,
-            bool quiet)
-      : reader_(reader),
+  Recording(const Camera& camera, imaging::VideoReader& reader, imaging::FrameSink& sink,
+            imaging::ImageInfo info, const imaging::VideoLimits& limits, bool quiet)
+      : camera_(camera),
+        reader_(reader),
         sink_(sink),
         info_(std::move(info)),
         limits_(limits),
@@ -52,10 +53,10 @@ class Recording {
   void writeAll() {
     constexpr auto kWait = std::chrono::milliseconds(200);
     for (;;) {
-      PooledFrame* frame = nullptr;
-      const FramePool::Taken taken = reader_.frames().take(frame, kWait);
-      if (taken == FramePool::Taken::kEnd) break;
-      if (taken == FramePool::Taken::kFrame) {
+      Frame* frame = nullptr;
+      const imaging::FramePool::Taken taken = reader_.frames().take(frame, kWait);
+      if (taken == imaging::FramePool::Taken::kEnd) break;
+      if (taken == imaging::FramePool::Taken::kFrame) {
         write(*frame);
         reader_.frames().release(frame);
       }
@@ -76,10 +77,10 @@ class Recording {
   }
 
  private:
-  void write(const PooledFrame& frame) {
-    describe(info_, frame.info);
-    sink_.write({info_, frame.pixels});
-    const std::chrono::nanoseconds complete(frame.info.lastByte);
+  void write(const Frame& frame) {
+    describe(info_, camera_.info(), frame.info());
+    sink_.write({info_, frame.bytes()});
+    const std::chrono::nanoseconds complete(frame.info().lastByte);
     if (frames_ == 0) first_ = complete;
     last_ = complete;
     ++frames_;
@@ -115,10 +116,11 @@ class Recording {
                     .secondsLeft = secondsLeft()});
   }
 
-  VideoReader& reader_;
-  FrameSink& sink_;
-  ImageInfo info_;
-  VideoLimits limits_;
+  const Camera& camera_;
+  imaging::VideoReader& reader_;
+  imaging::FrameSink& sink_;
+  imaging::ImageInfo info_;
+  imaging::VideoLimits limits_;
   Progress progress_;
   std::int64_t frames_ = 0;
   SystemClock::time_point begun_;
@@ -126,11 +128,11 @@ class Recording {
   std::chrono::nanoseconds last_{};
 };
 
-void record(Camera& camera, const VideoOptions& options, const VideoLimits& limits,
-            const ImageFormat& format, FrameSink& sink) {
-  const ImageInfo info = describeImages(camera, options);
-  VideoReader reader(camera, format, limits, options.bufferMb * 1'000'000);
-  Recording recording(reader, sink, info, limits, options.quiet);
+void record(Camera& camera, const VideoOptions& options, const imaging::VideoLimits& limits,
+            imaging::FrameSink& sink) {
+  const imaging::ImageInfo info = describeImages(camera, options);
+  imaging::VideoReader reader(camera, limits, options.bufferMb * 1'000'000, interruption());
+  Recording recording(camera, reader, sink, info, limits, options.quiet);
   recording.writeAll();
   sink.finish();
   printReport(recording.report(), options.json);
@@ -138,12 +140,12 @@ void record(Camera& camera, const VideoOptions& options, const VideoLimits& limi
 }
 
 ExitCode video(const VideoOptions& options) {
-  const VideoLimits limits = limitsOf(options);
+  const imaging::VideoLimits limits = limitsOf(options);
   const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera(cameras.choose(options.camera));
-  const ImageFormat format = applyOptions(camera, options, Preference::kSpeed);
-  const auto sink = makeSink(options.output, limits.frames, options.overwrite);
-  record(camera, options, limits, format, *sink);
+  Camera camera = openCamera(cameras.choose(options.camera));
+  applyOptions(camera, options, Preference::kSpeed);
+  const auto sink = imaging::makeSink(options.output, limits.frames, options.overwrite);
+  record(camera, options, limits, *sink);
   return interrupted() ? ExitCode::kInterrupted : ExitCode::kOk;
 }
 

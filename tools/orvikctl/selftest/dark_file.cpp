@@ -7,7 +7,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "tools/orvikctl/output/save_file.h"
+#include "imaging/save_file.h"
 
 namespace orvik::ctl::selftest {
 namespace {
@@ -33,11 +33,11 @@ void writeBlackDark(const std::filesystem::path& path, int width, int height) {
   std::ofstream file(path, std::ios::binary);
   file.write(header.data(), header.size());
   file.close();
-  if (!file) failWrite(path, errno);
+  if (!file) imaging::failWrite(path, errno);
   // The pixels are zeros, which need no room on the disk.
   std::error_code error;
   std::filesystem::resize_file(path, kPixelOffset + pixels, error);
-  if (error) failWrite(path, error.value());
+  if (error) imaging::failWrite(path, error.value());
 }
 
 }  // namespace orvik::ctl::selftest

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "imaging/image_types.h"
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/selftest/check.h"
 #include "tools/orvikctl/selftest/expect.h"
@@ -75,7 +76,7 @@ std::string fullOfAType(Subject& subject, IMG_TYPE type) {
     subject.setFormat(subject.full(1, type));
     return std::to_string(subject.takeFrame().size()) + " bytes";
   }
-  throw CheckSkipped("the camera does not offer " + std::string(imageType(type).name));
+  throw CheckSkipped("the camera does not offer " + std::string(imaging::imageType(type).name));
 }
 
 std::string fullColour(Subject& subject) { return fullOfAType(subject, Orvik_IMG_RGB24); }

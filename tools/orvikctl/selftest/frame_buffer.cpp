@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "tools/orvikctl/image_types.h"
+#include "imaging/image_types.h"
 #include "tools/orvikctl/selftest/expect.h"
 
 namespace orvik::ctl::selftest {
@@ -46,7 +46,7 @@ void FrameBuffer::expectUntouched(const std::string& when) const {
 
 double FrameBuffer::mean() const {
   if (size_ == 0) return 0;
-  if (imageType(format_.type).bitsPerSample == 8) {
+  if (imaging::imageType(format_.type).bitsPerSample == 8) {
     const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(size_);
     return std::accumulate(bytes_.begin(), end, 0.0) / static_cast<double>(size_);
   }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/orvikctl/camera.h"
+#include "orvik/orvik.hpp"
 
 namespace orvik::ctl::selftest {
 

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "imaging/image_types.h"
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/selftest/check.h"
 #include "tools/orvikctl/selftest/every_call.h"
@@ -35,7 +36,7 @@ void expectTypes(const Orvik_CAMERA_INFO& info) {
   for (const IMG_TYPE type : imageTypesOf(info)) {
     known = std::find(known, kOrder.end(), type);
     expectThat(known != kOrder.end(), "image types in the order raw8, rgb24, y8, raw16",
-               std::string(imageType(type).name) + " elsewhere");
+               std::string(imaging::imageType(type).name) + " elsewhere");
     hasColourImages = hasColourImages || type == Orvik_IMG_RGB24;
   }
   expectEqual(info.colour, hasColourImages ? 1 : 0, "rgb24 offered, as against `colour`");

@@ -5,6 +5,7 @@
 #include <thread>
 #include <utility>
 
+#include "imaging/image_types.h"
 #include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/selftest/expect.h"
 
@@ -154,7 +155,7 @@ Orvik_EXPOSURE_STATUS Subject::waitForExposure(std::int64_t exposureUs) const {
 
 std::string formatText(const ImageFormat& format) {
   return std::to_string(format.width) + "x" + std::to_string(format.height) + " bin " +
-         std::to_string(format.bin) + " " + std::string(imageType(format.type).name);
+         std::to_string(format.bin) + " " + std::string(imaging::imageType(format.type).name);
 }
 
 }  // namespace orvik::ctl::selftest

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "orvik/orvik.h"
-#include "tools/orvikctl/camera.h"
+#include "orvik/orvik.hpp"
 #include "tools/orvikctl/selftest/frame_buffer.h"
 
 namespace orvik::ctl::selftest {

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <stdexcept>
+
+namespace orvik::imaging {
+
+/// A file cannot be written: the message names it and says why.
+class FileError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// A file exists and may not be replaced.
+class FileExists : public FileError {
+ public:
+  using FileError::FileError;
+};
+
+/// The name of a file does not say how to write the images.
+class NameError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace orvik::imaging

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "imaging/frame_pool.h"
+
+#include <algorithm>
+
+namespace orvik::imaging {
+
+FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes) {
+  constexpr std::size_t kMostFrames = 4096;
+  const std::size_t count =
+      std::clamp<std::size_t>(memoryBytes / std::max<std::size_t>(frameBytes, 1), 2, kMostFrames);
+  frames_.resize(count);
+  for (Frame& frame : frames_) free_.push_back(&frame);
+}
+
+Frame* FramePool::acquire() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return closed_ || !free_.empty(); });
+  if (closed_) return nullptr;
+  Frame* frame = free_.back();
+  free_.pop_back();
+  return frame;
+}
+
+void FramePool::publish(Frame* frame) {
+  const std::lock_guard lock(mutex_);
+  filled_.push_back(frame);
+  changed_.notify_all();
+}
+
+void FramePool::giveBack(Frame* frame) {
+  const std::lock_guard lock(mutex_);
+  free_.push_back(frame);
+  changed_.notify_all();
+}
+
+void FramePool::end() {
+  const std::lock_guard lock(mutex_);
+  ended_ = true;
+  changed_.notify_all();
+}
+
+FramePool::Taken FramePool::take(Frame*& frame, std::chrono::milliseconds wait) {
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait_for(lock, wait, [this] { return ended_ || !filled_.empty(); })) {
+    return Taken::kNothingYet;
+  }
+  if (filled_.empty()) return Taken::kEnd;
+  frame = filled_.front();
+  filled_.pop_front();
+  return Taken::kFrame;
+}
+
+void FramePool::close() {
+  const std::lock_guard lock(mutex_);
+  closed_ = true;
+  changed_.notify_all();
+}
+
+}  // namespace orvik::imaging

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <mutex>
+#include <vector>
+
+#include "orvik/cpp/frame.hpp"
+
+namespace orvik::imaging {
+
+/// A fixed number of frames between the thread that reads the camera and the one that writes files:
+/// a queue of bounded memory. One thread on either side.
+///
+/// The frame that was released last is filled next, so that while the writer keeps up only a few
+/// frames ever get memory and the processor's caches stay warm.
+class FramePool {
+ public:
+  /// What taking a frame has brought.
+  enum class Taken { kFrame, kNothingYet, kEnd };
+
+  /// As many frames as fit into `memoryBytes`, two at least.
+  FramePool(std::size_t frameBytes, std::size_t memoryBytes);
+
+  /// Reading side: a frame to fill, waiting for one if need be; null once the pool is closed.
+  Frame* acquire();
+  /// Reading side: queues the filled frame.
+  void publish(Frame* frame);
+  /// Reading side: returns a frame that was not filled.
+  void giveBack(Frame* frame);
+  /// Reading side: no frame will follow.
+  void end();
+
+  /// Writing side: the oldest queued frame; kEnd once there will be none.
+  Taken take(Frame*& frame, std::chrono::milliseconds wait);
+  /// Writing side: the frame is written.
+  void release(Frame* frame) { giveBack(frame); }
+  /// Writing side: no frame is wanted any more; acquire() then returns null.
+  void close();
+
+ private:
+  std::vector<Frame> frames_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<Frame*> free_;
+  std::deque<Frame*> filled_;
+  bool ended_ = false;
+  bool closed_ = false;
+};
+
+}  // namespace orvik::imaging

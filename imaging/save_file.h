@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+
+#include "imaging/file_system.h"
+
+namespace orvik::imaging {
+
+/// Writes a file, which appears under its name only when it is complete.
+///
+/// The bytes go into a temporary file beside it, which is then renamed. An existing file is
+/// replaced only after the new contents are on the disk, so that a loss of power leaves one of the
+/// two.
+///
+/// @param overwrite whether an existing file may be replaced
+/// @throws FileError if the file exists and may not be replaced, or cannot be written;
+///         the temporary file is then removed, and an existing file is as it was
+void saveFile(const std::filesystem::path& file, std::span<const std::uint8_t> bytes,
+              bool overwrite, FileSystem& files = FileSystem::system());
+
+/// Throws a FileExists if `file` exists and may not be replaced.
+void refuseExisting(const std::filesystem::path& file, bool overwrite);
+
+/// Throws a FileError unless the folder that is to hold `file` exists.
+void requireFolder(const std::filesystem::path& file);
+
+/// "cannot write FILE: REASON.", with a hint if the disk is full.
+std::string writeErrorText(const std::filesystem::path& file, int errorNumber);
+
+/// Throws that text as a FileError.
+[[noreturn]] void failWrite(const std::filesystem::path& file, int errorNumber);
+
+}  // namespace orvik::imaging
