@@ -69,15 +69,11 @@ void endCooling(const CameraBase& owner) {
   owner.session->useCooling(false, [](std::optional<CoolingRun>& cooling) { cooling.reset(); });
 }
 
-/// @return the sample, or None without a ramp, and whether the ramp is over
-py::tuple coolingStatus(const CameraBase& owner) {
-  const auto status = [&] {
-    const Unlocked unlocked;
-    return owner.session->useCooling(false, [](std::optional<CoolingRun>& cooling) {
-      return cooling ? cooling->status() : CoolingRun::Status{};
-    });
-  }();
-  return py::make_tuple(status.sample ? record(*status.sample) : py::none(), status.isOver);
+/// Whether there is no ramp, or a warm-up has arrived.
+bool isCoolingOver(const CameraBase& owner) {
+  const Unlocked unlocked;
+  return owner.session->useCooling(
+      false, [](std::optional<CoolingRun>& cooling) { return !cooling || cooling->isOver(); });
 }
 
 void bindControls(Type& type) {
@@ -151,7 +147,7 @@ void bindRest(Type& type) {
           "it is switched off, or the camera closed.")
       .def("_begin_cooling", &beginCooling)
       .def("_end_cooling", &endCooling)
-      .def("_cooling_status", &coolingStatus)
+      .def("_is_cooling_over", &isCoolingOver)
       .def_property_readonly("cooler", withCamera(+[](Camera& camera) { return camera.cooler(); }),
                              "The status of the cooler; an error on a camera without one.")
       .def_property("id", withCamera(+[](Camera& camera) { return camera.id(); }), &setId,

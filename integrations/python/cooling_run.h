@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
-#include <exception>
-#include <mutex>
+#include <future>
 #include <optional>
-#include <thread>
+#include <stop_token>
 
 #include "imaging/cooling.h"
 
@@ -15,54 +13,45 @@ namespace orvik::python {
 /// the cooler off.
 class CoolingRun {
  public:
-  /// How it stands; without a ramp there is no sample.
-  struct Status {
-    std::optional<imaging::CoolingSample> sample;
-    bool isOver = true;  ///< no ramp, or a warm-up that has arrived
-  };
-
-  explicit CoolingRun(Camera& camera)
-      : cooling_(camera, [this](const imaging::CoolingSample& sample) {
-          const std::lock_guard lock(mutex_);
-          last_ = sample;
-        }) {}
+  explicit CoolingRun(Camera& camera) : cooling_(camera) {}
+  ~CoolingRun() { end(); }
+  CoolingRun(const CoolingRun&) = delete;
+  CoolingRun& operator=(const CoolingRun&) = delete;
 
   /// Begins a ramp from the present temperature, in the place of the former one.
   ///
   /// @param to degrees Celsius; empty for the temperature before cooling
   void begin(std::optional<double> to, double degreesPerMinute) {
-    thread_ = std::jthread();
-    isOver_ = false;
-    thread_ = std::jthread([this, to, degreesPerMinute](const std::stop_token& stop) {
-      try {
-        if (to) {
-          cooling_.lead(*to, degreesPerMinute, std::nullopt, stop);
-        } else {
-          cooling_.warmUp(degreesPerMinute, stop);
-        }
-      } catch (const Error&) {
-        const std::lock_guard lock(mutex_);
-        error_ = std::current_exception();
+    end();
+    stop_ = std::stop_source();
+    running_ = std::async(std::launch::async, [this, to, degreesPerMinute] {
+      if (to) {
+        cooling_.lead(*to, degreesPerMinute, std::nullopt, stop_.get_token());
+      } else {
+        cooling_.warmUp(degreesPerMinute, stop_.get_token());
       }
-      isOver_ = true;
     });
   }
 
-  /// @throws Error what has ended the ramp
-  Status status() {
-    const bool isOver = isOver_;
-    const std::lock_guard lock(mutex_);
-    if (error_) std::rethrow_exception(std::exchange(error_, nullptr));
-    return {last_, isOver};
+  /// Whether a warm-up has arrived.
+  ///
+  /// @throws Error what has ended the ramp, once
+  bool isOver() {
+    if (!running_.valid()) return true;
+    if (running_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return false;
+    running_.get();
+    return true;
   }
 
  private:
-  std::mutex mutex_;
-  std::optional<imaging::CoolingSample> last_;
-  std::exception_ptr error_;
-  std::atomic<bool> isOver_ = true;
+  void end() {
+    stop_.request_stop();
+    if (running_.valid()) running_.wait();
+  }
+
   imaging::Cooling cooling_;
-  std::jthread thread_;  // ends before what it uses is destroyed
+  std::stop_source stop_;
+  std::future<void> running_;
 };
 
 }  // namespace orvik::python

@@ -37,12 +37,12 @@ const char* name(BayerPattern pattern) {
   return "";
 }
 
-/// The library's numbers up to the one that ends their list.
-template <typename T, std::size_t kSize>
-py::tuple listed(const T (&values)[kSize], T end) {
+/// The library's numbers up to the one that ends their list, each made into an object.
+template <typename T, std::size_t kSize, typename Make>
+py::tuple listed(const T (&values)[kSize], T end, Make makeOne) {
   py::list list;
   for (const T* value = values; value != std::end(values) && *value != end; ++value) {
-    list.append(static_cast<int>(*value));
+    list.append(makeOne(int{*value}));
   }
   return py::tuple(list);
 }
@@ -109,10 +109,13 @@ py::object record(const std::array<std::uint8_t, sizeof(Orvik_ID::id)>& id) {
 }
 
 py::object record(const Orvik_CAMERA_INFO& info) {
+  const auto bins = listed(info.bins, 0, [](int bin) -> py::object { return py::int_(bin); });
+  const auto types =
+      listed(info.imageTypes, Orvik_IMG_END, [](int type) { return make("ImageType", type); });
   return make("CameraInfo", info.name, info.maxWidth, info.maxHeight, yes(info.colour),
-              yes(info.colour) ? py::cast(name(info.bayer)) : py::none(), listed(info.bins, 0),
-              listed(info.imageTypes, Orvik_IMG_END), info.pixelSizeUm, yes(info.hasST4),
-              yes(info.hasCooler), yes(info.usb3Host), yes(info.usb3Camera));
+              yes(info.colour) ? py::cast(name(info.bayer)) : py::none(), bins, types,
+              info.pixelSizeUm, yes(info.hasST4), yes(info.hasCooler), yes(info.usb3Host),
+              yes(info.usb3Camera));
 }
 
 py::object record(const Orvik_READOUT_INFO& info) {
@@ -123,12 +126,7 @@ py::object record(const Orvik_COOLER_STATUS& status) {
   const auto age = status.secondsSinceReading;
   return make("CoolerStatus", yes(status.isRegulating), status.aim, status.power,
               status.temperature / 10.0, yes(status.isValid), age < 0 ? py::none() : py::cast(age),
-              int{status.fault});
-}
-
-py::object record(const imaging::CoolingSample& sample) {
-  return make("CoolingSample", sample.seconds, sample.temperature, sample.target, sample.power,
-              int{sample.fault});
+              make("CoolerFault", int{status.fault}));
 }
 
 py::object record(const Orvik_DARK_INFO& info) {
@@ -152,9 +150,9 @@ py::object record(const std::shared_ptr<Frame>& frame, const Orvik_CAMERA_INFO& 
       make("FrameInfo", info.capture, info.number, info.lostBefore,
            utc(info.exposureStart + info.utcOffset), utc(info.lastByte + info.utcOffset),
            static_cast<double>(info.uncertainty) / 1e9, static_cast<double>(info.exposureUs) / 1e6,
-           info.gain, info.blackLevel, info.celsius(), int{info.type}, info.bin, region, info.flip,
-           pattern ? py::cast(name(*pattern)) : py::none(), yes(info.snapshot), yes(info.settled),
-           camera.name);
+           info.gain, info.blackLevel, info.celsius(), make("ImageType", int{info.type}), info.bin,
+           region, make("Flip", info.flip), pattern ? py::cast(name(*pattern)) : py::none(),
+           yes(info.snapshot), yes(info.settled), camera.name);
   return make("Frame", arrayOf(frame), facts);
 }
 

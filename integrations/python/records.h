@@ -7,7 +7,6 @@
 #include <memory>
 #include <vector>
 
-#include "imaging/cooling.h"
 #include "orvik/orvik.hpp"
 
 namespace orvik::python {
@@ -19,7 +18,6 @@ pybind11::object record(const Orvik_CAMERA_INFO& info);
 pybind11::object record(const std::vector<Control>& controls);
 pybind11::object record(const Orvik_READOUT_INFO& info);
 pybind11::object record(const Orvik_COOLER_STATUS& status);
-pybind11::object record(const imaging::CoolingSample& sample);
 pybind11::object record(const Orvik_DARK_INFO& info);
 pybind11::object record(const Orvik_HOT_PIXEL_INFO& info);
 pybind11::object record(const std::vector<Orvik_PIXEL>& pixels);

@@ -23,14 +23,14 @@ from typing import Optional
 from . import _orvik
 from ._orvik import Dark, HotPixels, Video, devices
 from .camera import Camera
-from .controls import AUTO, Control, Controls
+from .controls import AUTO, Control
 from .errors import Closed, Error, NoDevice, NoFrame, OpenFailed, SeveralDevices, Timeout, Unplugged
-from .records import (CameraInfo, CoolerFault, CoolerStatus, CoolingSample, DarkInfo, Device, DeviceChange,
+from .records import (CameraInfo, CoolerFault, CoolerStatus, DarkInfo, Device, DeviceChange,
                       FirmwareVersion, Flip, Frame, FrameInfo, HotPixelInfo, ImageType, Readout)
 
 __all__ = [
-    "AUTO", "Camera", "CameraInfo", "Closed", "Control", "Controls", "CoolerFault", "CoolerStatus",
-    "CoolingSample", "Dark", "DarkInfo", "Device", "DeviceChange", "Error", "FirmwareVersion", "Flip", "Frame",
+    "AUTO", "Camera", "CameraInfo", "Closed", "Control", "CoolerFault", "CoolerStatus",
+    "Dark", "DarkInfo", "Device", "DeviceChange", "Error", "FirmwareVersion", "Flip", "Frame",
     "FrameInfo", "HotPixelInfo", "HotPixels", "ImageType", "NoDevice", "NoFrame", "OpenFailed",
     "Readout", "SeveralDevices", "Timeout", "Unplugged", "Video", "devices", "open", "watch",
 ]

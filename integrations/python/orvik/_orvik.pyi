@@ -3,8 +3,8 @@ from typing import Any, Optional
 
 import numpy as np
 
-from .records import (CameraInfo, CoolerStatus, CoolingSample, DarkInfo, Device,
-                      FirmwareVersion, Frame, HotPixelInfo, Readout)
+from .records import (CameraInfo, CoolerStatus, DarkInfo, Device, FirmwareVersion, Frame,
+                      HotPixelInfo, Readout)
 
 class CameraBase:
     """An open camera without the conveniences of Camera."""
@@ -23,7 +23,7 @@ class CameraBase:
     def guide_line(self, line: int, on: bool) -> None: ...
     def _begin_cooling(self, to: Optional[float], rate: float) -> None: ...
     def _end_cooling(self) -> None: ...
-    def _cooling_status(self) -> tuple[Optional[CoolingSample], bool]: ...
+    def _is_cooling_over(self) -> bool: ...
     @property
     def cooler(self) -> CoolerStatus: ...
     @property

@@ -2,14 +2,15 @@
 """An open camera."""
 from __future__ import annotations
 
+import itertools
 import time
 from collections.abc import Callable
 from types import TracebackType
 from typing import Optional, Union
 
 from ._orvik import CameraBase
-from .controls import Attribute, Controls
-from .records import CoolingSample, Flip, ImageType
+from .controls import Attribute, Control
+from .records import CoolerStatus, Flip, ImageType
 
 
 class Camera(CameraBase):
@@ -52,9 +53,9 @@ class Camera(CameraBase):
         return f"<Camera {self.label}>"
 
     @property
-    def controls(self) -> Controls:
-        """All controls of the camera by name, with their limits."""
-        return Controls(self)
+    def controls(self) -> dict[str, Control]:
+        """The controls that the camera offers, with their limits, by the library's names."""
+        return {caps[1]: Control(self, caps) for caps in self._controls()}
 
     @property
     def roi(self) -> tuple[int, int, int, int]:
@@ -124,50 +125,49 @@ class Camera(CameraBase):
                          now_height if height is None else height, now_bin, now_type)
 
     def cool(self, to: float, rate: float = 3, background: bool = False,
-             progress: Optional[Callable[[CoolingSample], None]] = None) -> None:
-        """Moves the sensor's temperature to `to` degrees Celsius, `rate` degrees a minute, and holds
-        it until stop_cooling(), or until the camera is closed.
+             progress: Optional[Callable[[CoolerStatus], None]] = None) -> None:
+        """Moves the sensor's temperature to `to` whole degrees Celsius, `rate` degrees a minute, and
+        holds it until stop_cooling(), or until the camera is closed.
 
         Waits until it has arrived, within a degree, and calls `progress` about once a second; an
         exception meanwhile, such as Ctrl-C, switches the cooler off. With `background` it returns at
-        once, and `cooling` tells how it goes. Called again, it goes on from the present temperature.
+        once. Called again, it goes on from the present temperature.
         """
-        target = self.controls["TargetTemp"] if hasattr(self, "target_temperature") else None
-        if target is not None and not target.min <= to <= target.max or not rate > 0:
+        to = round(to)
+        limits = self.controls.get("TargetTemp")  # without a cooler, the library says so
+        if limits and not limits.min <= to <= limits.max or not rate > 0:
             raise ValueError(f"the cooler takes no ramp to {to} at {rate} degrees a minute")
         self._begin_cooling(to, rate)
         if not background:
-            self._follow(lambda sample: sample.target == round(to) and abs(sample.temperature - to) <= 1,
-                         progress)
+            self._follow(to, progress)
 
     def warm_up(self, rate: float = 3, background: bool = False,
-                progress: Optional[Callable[[CoolingSample], None]] = None) -> None:
+                progress: Optional[Callable[[CoolerStatus], None]] = None) -> None:
         """Moves the temperature back to where it was before cool(), and waits for the end of the
         ramp. Then the cooler is switched off; with `background`, by stop_cooling() or close()."""
+        if not rate > 0:
+            raise ValueError("a ramp needs a rate above 0")
         self._begin_cooling(None, rate)
         if not background:
-            self._follow(lambda sample: False, progress)
+            self._follow(None, progress)
             self.stop_cooling()
 
     def stop_cooling(self) -> None:
         """Switches the cooler off at once, wherever the ramp is."""
         self._end_cooling()
 
-    @property
-    def cooling(self) -> Optional[CoolingSample]:
-        """How the ramp of cool() or warm_up() stands; None without one."""
-        return self._cooling_status()[0]
-
-    def _follow(self, arrived: Callable[[CoolingSample], bool],
-                progress: Optional[Callable[[CoolingSample], None]]) -> None:
-        shown = None
+    def _follow(self, to: Optional[int],
+                progress: Optional[Callable[[CoolerStatus], None]]) -> None:
         try:
-            while True:
-                sample, over = self._cooling_status()
-                if sample is not None and sample != shown and progress is not None:
-                    progress(sample)
-                shown = sample
-                if over or sample is not None and arrived(sample):
+            for tick in itertools.count():
+                status = self.cooler
+                over = self._is_cooling_over()
+                if to is not None and self.target_temperature == to:
+                    # Colder than this the library does not regulate.
+                    over = over or abs(status.temperature - max(to, -19)) <= 1
+                if progress is not None and (over or tick % 10 == 0):
+                    progress(status)
+                if over:
                     return
                 time.sleep(0.1)
         except BaseException:

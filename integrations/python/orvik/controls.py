@@ -2,7 +2,7 @@
 """The controls of a camera: numbers with limits, in natural units."""
 from __future__ import annotations
 
-from collections.abc import Callable, Iterator, Mapping
+from collections.abc import Callable
 from enum import Enum
 from operator import index
 from typing import Any, Final, Generic, NamedTuple, Optional, TypeVar, Union, overload
@@ -97,22 +97,6 @@ class Control:
         return f"<Control {self.name}: {self.min} to {self.max} {self.unit}".rstrip() + ">"
 
 
-class Controls(Mapping[str, Control]):
-    """The controls of a camera by the library's names, in its order."""
-
-    def __init__(self, camera: CameraBase) -> None:
-        self._all = {caps[1]: Control(camera, caps) for caps in camera._controls()}
-
-    def __getitem__(self, name: str) -> Control:
-        return self._all[name]
-
-    def __iter__(self) -> Iterator[str]:
-        return iter(self._all)
-
-    def __len__(self) -> int:
-        return len(self._all)
-
-
 class Attribute(Generic[T]):
     """An attribute of a camera that is one of its controls. A camera that does not offer the control
     does not have the attribute."""
@@ -125,10 +109,10 @@ class Attribute(Generic[T]):
         self._name = name
 
     def _of(self, camera: CameraBase) -> Control:
-        for caps in camera._controls():
-            if caps[0] == self._number:
-                return Control(camera, caps)
-        raise AttributeError(f"{camera.label} has no {self._name}")
+        found = [caps for caps in camera._controls() if caps[0] == self._number]
+        if not found:
+            raise AttributeError(f"{camera.label} has no {self._name}")
+        return Control(camera, found[0])
 
     @overload
     def __get__(self, camera: None, owner: type) -> Attribute[T]: ...

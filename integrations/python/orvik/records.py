@@ -76,9 +76,6 @@ class CameraInfo:
     usb3_host: bool  # whether it is at a USB 3 port
     usb3_camera: bool  # whether the model is built for USB 3
 
-    def __post_init__(self) -> None:
-        object.__setattr__(self, "types", tuple(ImageType(number) for number in self.types))
-
 
 @dataclass(frozen=True)
 class FrameInfo:
@@ -102,10 +99,6 @@ class FrameInfo:
     snapshot: bool  # False for a frame of a video
     settled: bool  # whether the settings were in effect for the whole exposure
     camera: str  # display name of the model
-
-    def __post_init__(self) -> None:
-        object.__setattr__(self, "type", ImageType(self.type))
-        object.__setattr__(self, "flip", Flip(self.flip))
 
 
 @dataclass(frozen=True, eq=False)
@@ -149,23 +142,6 @@ class CoolerStatus:
     valid: bool  # whether the last reading was valid
     age: Optional[int]  # of the last valid reading, seconds; None when there was none yet
     fault: CoolerFault
-
-    def __post_init__(self) -> None:
-        object.__setattr__(self, "fault", CoolerFault(self.fault))
-
-
-@dataclass(frozen=True)
-class CoolingSample:
-    """How a cooling ramp stands at a moment."""
-
-    seconds: float  # since cooling began
-    temperature: float  # of the sensor, degrees Celsius; with a fault, the last valid one
-    target: int  # where the ramp is, degrees Celsius
-    power: int  # percent
-    fault: CoolerFault
-
-    def __post_init__(self) -> None:
-        object.__setattr__(self, "fault", CoolerFault(self.fault))
 
 
 @dataclass(frozen=True)
