@@ -96,11 +96,12 @@ def test_the_end_of_a_loop_stops_the_video(cam):
 
 def test_timeout_and_damaged_exposures(cam):
     cam.exposure = 20
+    video = cam.video(timeout=0.3)
     with pytest.raises(orvik.Timeout) as raised:
-        list(cam.video(timeout=0.3))
+        list(video)
     assert isinstance(raised.value, TimeoutError) and raised.value.code == 42
     cam.exposure = 0.02
-    assert cam.snap().array.any()
+    assert cam.snap().array.any(), "the video has been stopped, although there is a name for it"
     with opened("T13C", fault="bulk short") as broken:
         broken.bandwidth = 100  # not automatic: damaged frames count from the first one
         broken.exposure = 0.4
