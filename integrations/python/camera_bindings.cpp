@@ -169,8 +169,13 @@ void bindCamera(py::module_& module) {
   bindCorrections(module);
   Type type(module, "CameraBase", "An open camera without the conveniences of Camera.");
   type.def(py::init([](const std::string& identity) {
+             const auto close = [](Session* session) {
+               const Unlocked unlocked;
+               delete session;
+             };
              const Unlocked unlocked;
-             return std::make_shared<CameraBase>(CameraBase{std::make_shared<Session>(identity)});
+             return std::make_shared<CameraBase>(
+                 CameraBase{std::shared_ptr<Session>(new Session(identity), close)});
            }),
            py::arg("identity") = "",
            "Opens a camera by its serial number or port; without either, the only one there is.")

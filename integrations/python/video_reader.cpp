@@ -27,17 +27,23 @@ py::object VideoReader::next() {
   }
   const auto frame = unusedFrame();
   bool isRead = false;
+  bool isReader = false;
   try {
-    const Unlocked unlocked;
-    isRead = session_->useFrames([&](Camera& camera) { return read(camera, *frame); });
+    {
+      const Unlocked unlocked;
+      session_->useFrames([&](Camera& camera) {
+        isReader = true;
+        isRead = read(camera, *frame);
+      });
+    }
+    if (!isRead) throw py::stop_iteration();
+    if (left_) --*left_;
+    lost_ += frame->info().lostBefore;
+    return record(frame, session_->info());  // runs Python code, which may see Ctrl-C
   } catch (...) {
-    stop();
+    if (isReader) stop();  // a thread that was refused leaves the video to its reader
     throw;
   }
-  if (!isRead) throw py::stop_iteration();
-  if (left_) --*left_;
-  lost_ += frame->info().lostBefore;
-  return record(frame, session_->info());
 }
 
 std::shared_ptr<Frame> VideoReader::unusedFrame() {
@@ -53,9 +59,7 @@ bool VideoReader::read(Camera& camera, Frame& frame) {
   const auto begun = Clock::now();
   while (!isStopped_) {
     std::error_code error;
-    if (video_->next(frame, kSlice, error)) {
-      return true;
-    }
+    if (video_->next(frame, kSlice, error)) return true;
     if (isStopped_) break;
     session_->requireOpen();
     if (error) throw Error(Orvik_ERROR_CODE{error.value()}, camera.doing("reading a frame"));

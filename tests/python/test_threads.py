@@ -51,7 +51,7 @@ def test_pulses_overlap(cam):
 @pytest.mark.parametrize("wait", [
     lambda cam: cam.snap(),
     lambda cam: next(cam.video()),
-    lambda cam: [frame for frame in cam.video()],
+    lambda cam: list(cam.video(timeout=30)),
     lambda cam: cam.pulse(0, 30),
     lambda cam: cam.dark.record(),
     lambda cam: list(orvik.watch()),
@@ -96,6 +96,12 @@ def test_images_are_for_one_thread_at_a_time(cam):
         with pytest.raises(orvik.Error, match="another thread"):
             cam.snap()
     assert exposing.result.array.any()
+    video = cam.video()
+    with Later(0, next, video) as reading:
+        time.sleep(0.3)
+        with pytest.raises(orvik.Error, match="another thread"):
+            next(video)
+    assert reading.result.info.number == 0 and next(video).info.number == 1, "it has gone on"
 
 
 def test_opening_from_many_threads():
