@@ -4,6 +4,8 @@
 #include <pybind11/chrono.h>
 #include <pybind11/stl.h>
 
+#include <utility>
+
 #include "interpreter.h"
 #include "records.h"
 #include "session.h"
@@ -26,7 +28,7 @@ auto withCamera(Result (*call)(Camera&, Args...)) {
       const Unlocked unlocked;
       return owner.session->use([&](Camera& camera) { return call(camera, args...); });
     };
-    if constexpr (requires(Result result) { record(result); }) {
+    if constexpr (requires { record(std::declval<Result>()); }) {
       return record(run());
     } else {
       return run();

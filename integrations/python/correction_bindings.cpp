@@ -40,8 +40,9 @@ void bindDark(py::module_& module) {
            "Loads an 8-bit bitmap of the sensor's size, and subtracts it from now on. Settings "
            "keep\n"
            "its path if it is absolute.")
-      .def("save",
-           withCamera<Owner>(+[](Camera& camera, std::string path) { camera.dark().save(path); }),
+      .def("save", withCamera<Owner>(+[](Camera& camera, const std::string& path) {
+             camera.dark().save(path);
+           }),
            "Saves it as a bitmap. Settings keep its path if it is absolute.")
       .def("disable", withCamera<Owner>(+[](Camera& camera) { camera.dark().disable(); }),
            "Ends the subtraction and forgets the file.")

@@ -16,7 +16,7 @@ namespace orvik::python {
 namespace {
 
 /// Raises a library error as the class of orvik/errors.py for its code.
-void translate(std::exception_ptr raised) {
+void translate(std::exception_ptr raised) {  // NOLINT: the type of a translator
   try {
     if (raised) std::rethrow_exception(raised);
   } catch (const Error& error) {

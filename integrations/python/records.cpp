@@ -44,7 +44,7 @@ py::tuple listed(const T (&values)[kSize], T end, Make makeOne) {
   for (const T* value = values; value != std::end(values) && *value != end; ++value) {
     list.append(makeOne(int{*value}));
   }
-  return py::tuple(list);
+  return {list};
 }
 
 /// A time of day. datetime has no nanoseconds.
