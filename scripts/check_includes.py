@@ -42,6 +42,7 @@ MAY_USE |= {
     "tools/simcam": {"src/seam", "sim"},
     "vm": PUBLIC,
     "examples": PUBLIC,
+    "integrations/python": PUBLIC | {"imaging"},
 }
 # Headers of another library that stay inside one room.
 KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "imaging", "fitsio": "imaging",
