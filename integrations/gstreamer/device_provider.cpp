@@ -2,7 +2,6 @@
 // Lists cameras for GstDeviceMonitor. No camera is opened for it.
 #include <algorithm>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>

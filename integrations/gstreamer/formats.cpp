@@ -2,6 +2,7 @@
 #include "integrations/gstreamer/formats.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <numeric>
@@ -68,17 +69,8 @@ Rate Rate::of(double framesPerSecond) {
 }
 
 const char* mosaicName(BayerPattern pattern) {
-  switch (pattern) {
-    case BAYER_RG:
-      return "rggb";
-    case BAYER_BG:
-      return "bggr";
-    case BAYER_GR:
-      return "grbg";
-    case BAYER_GB:
-      return "gbrg";
-  }
-  return "rggb";
+  constexpr std::array kNames{"rggb", "bggr", "grbg", "gbrg"};
+  return kNames.at(static_cast<std::size_t>(pattern));
 }
 
 Caps cameraCaps(const Orvik_CAMERA_INFO& camera, int bin, int flip) {

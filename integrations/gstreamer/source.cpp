@@ -15,14 +15,9 @@ std::mutex& openingLock() {
 }
 
 GstResourceError kindOf(const std::error_code& error) {
-  switch (Orvik_ERROR_CODE{error.value()}) {
-    case Orvik_ERROR_NO_DEVICE:
-      return GST_RESOURCE_ERROR_NOT_FOUND;
-    case Orvik_ERROR_SEVERAL_DEVICES:
-      return GST_RESOURCE_ERROR_SETTINGS;
-    default:
-      return GST_RESOURCE_ERROR_OPEN_READ_WRITE;
-  }
+  if (error == errorCode(Orvik_ERROR_NO_DEVICE)) return GST_RESOURCE_ERROR_NOT_FOUND;
+  if (error == errorCode(Orvik_ERROR_SEVERAL_DEVICES)) return GST_RESOURCE_ERROR_SETTINGS;
+  return GST_RESOURCE_ERROR_OPEN_READ_WRITE;
 }
 
 constexpr auto kWhilePlaying =

@@ -15,39 +15,31 @@ constexpr const char* kSmall = "video/x-bayer,width=640,height=480";
 
 TEST_F(FramesTest, PixelsAreThoseOfTheLibrary) {
   const std::string same = "scene=moon,serial=0012ABCD,link=unlimited,latency=0";
-  for (const IMG_TYPE type : {Orvik_IMG_RGB24, Orvik_IMG_RAW16}) {
-    SCOPED_TRACE(type);
-    const int first = plug("T15C", same);
-    std::unique_ptr<Picture> picture;
-    {
-      Rig rig("exposure-time=20000 gain=100 bandwidth=80",
-              type == Orvik_IMG_RGB24 ? "video/x-raw,format=BGR,width=644,height=480"
-                                      : "video/x-raw,format=GRAY16_LE,width=644,height=480");
-      rig.play();
-      picture = rig.pull();
-    }
-    ASSERT_TRUE(picture);
-    OrvikSimUnplug(first);
-
-    const int second = plug("T15C", same);
-    Camera camera = Camera::open();
-    camera.set(control::kExposure, std::chrono::milliseconds(20));
-    camera.set(control::kGain, 100);
-    camera.set(control::kBandwidth, 80);
-    camera.setFormat({.width = 644, .height = 480, .type = type});
-    camera.setStart(static_cast<int>(picture->fact("start-x")), 248);
-    Video video(camera);
-    Frame frame;
-    while (video.next(frame) && frame.info().number < picture->offset()) {
-    }
-    ASSERT_EQ(frame.info().number, picture->offset());
-    const auto expected = frame.bytes();
-    EXPECT_TRUE(
-        std::equal(expected.begin(), expected.end(), picture->bytes.begin(), picture->bytes.end()));
-    EXPECT_GT(*std::max_element(expected.begin(), expected.end()), 100) << "the Moon is seen";
-    camera.close();
-    OrvikSimUnplug(second);
+  const int first = plug("T15C", same);
+  std::unique_ptr<Picture> picture;
+  {
+    Rig rig("exposure-time=20000 gain=100 bandwidth=80",
+            "video/x-raw,format=BGR,width=644,height=480");
+    rig.play();
+    picture = rig.pull();
   }
+  ASSERT_TRUE(picture);
+  OrvikSimUnplug(first);
+
+  plug("T15C", same);
+  Camera camera = Camera::open();
+  camera.set(control::kExposure, std::chrono::milliseconds(20));
+  camera.set(control::kGain, 100);
+  camera.set(control::kBandwidth, 80);
+  camera.setFormat({.width = 644, .height = 480, .type = Orvik_IMG_RGB24});
+  camera.setStart(static_cast<int>(picture->fact("start-x")), 248);
+  Video video(camera);
+  Frame frame;
+  while (video.next(frame) && frame.info().number < picture->offset) {
+  }
+  ASSERT_EQ(frame.info().number, picture->offset);
+  EXPECT_TRUE(std::ranges::equal(frame.bytes(), picture->bytes));
+  EXPECT_GT(*std::ranges::max_element(frame.bytes()), 100) << "the Moon is seen";
 }
 
 TEST_F(FramesTest, TimeStampsAreTheStartsOfTheExposures) {
@@ -59,11 +51,11 @@ TEST_F(FramesTest, TimeStampsAreTheStartsOfTheExposures) {
   for (int n = 0; n < 10; ++n) {
     const auto picture = rig.pull();
     ASSERT_TRUE(picture);
-    EXPECT_GT(picture->pts(), last);
-    last = picture->pts();
+    EXPECT_GT(picture->pts, last);
+    last = picture->pts;
     // The pipeline's clock is that of the library.
-    EXPECT_NEAR(double(picture->pts() + base), double(picture->fact("exposure-start")), 1e5);
-    EXPECT_NEAR(double(picture->duration()), 20e6, 3e6);
+    EXPECT_NEAR(double(picture->pts + base), double(picture->fact("exposure-start")), 1e5);
+    EXPECT_NEAR(double(picture->duration), 20e6, 3e6);
     EXPECT_EQ(picture->fact("exposure-time"), 20000);
     EXPECT_EQ(picture->fact("gain"), 7);
     const GstReferenceTimestampMeta* const utc =
@@ -72,8 +64,6 @@ TEST_F(FramesTest, TimeStampsAreTheStartsOfTheExposures) {
     EXPECT_EQ(static_cast<std::int64_t>(utc->timestamp),
               picture->fact("exposure-start") + picture->fact("utc-offset"));
     EXPECT_EQ(utc->duration, 20 * GST_MSECOND);
-    EXPECT_LT(std::abs(g_get_real_time() * 1000 - static_cast<std::int64_t>(utc->timestamp)),
-              60'000'000'000);
   }
 }
 
@@ -94,10 +84,10 @@ TEST_F(FramesTest, TimeStampsFollowAClockOtherThanTheLibrarys) {
   for (int n = 0; n < 21; ++n) {
     const auto picture = rig.pull();
     ASSERT_TRUE(picture);
-    EXPECT_LT(picture->pts(), 60'000'000'000) << "from the base time, not from 1970";
-    steps.push_back((picture->pts() - lastPts) * 1000 /
+    EXPECT_LT(picture->pts, 60'000'000'000) << "from the base time, not from 1970";
+    steps.push_back((picture->pts - lastPts) * 1000 /
                     (picture->fact("exposure-start") - lastStart));
-    lastPts = picture->pts();
+    lastPts = picture->pts;
     lastStart = picture->fact("exposure-start");
   }
   std::nth_element(steps.begin(), steps.begin() + 10, steps.end());
@@ -114,10 +104,10 @@ TEST_F(FramesTest, LostFramesAreGapsThatAreReported) {
   for (int n = 0; n < 20; ++n) {
     const auto picture = rig.pull();
     ASSERT_TRUE(picture);
-    const std::int64_t gap = picture->offset() - expected;
+    const std::int64_t gap = picture->offset - expected;
     EXPECT_EQ(picture->fact("lost-before"), gap);
-    EXPECT_EQ(picture->isDiscontinuous(), n == 0 || gap > 0);
-    expected = picture->offset() + 1;
+    EXPECT_EQ(picture->isDiscontinuous, n == 0 || gap > 0);
+    expected = picture->offset + 1;
     lost += gap;
   }
   EXPECT_GE(lost, 4);
@@ -135,12 +125,15 @@ struct Memories {
   std::mutex mutex;
   std::set<const void*> seen;
   int buffers = 0;
+  int pooled = 0;
 };
 
 GstPadProbeReturn remember(GstPad* /*pad*/, GstPadProbeInfo* probe, gpointer data) {
   auto& memories = *static_cast<Memories*>(data);
   const std::lock_guard guard(memories.mutex);
+  const GstBuffer* const buffer = gst_pad_probe_info_get_buffer(probe);
   memories.seen.insert(gst_buffer_peek_memory(gst_pad_probe_info_get_buffer(probe), 0));
+  if (buffer->pool != nullptr) ++memories.pooled;
   ++memories.buffers;
   return GST_PAD_PROBE_OK;
 }
@@ -161,6 +154,7 @@ TEST_F(FramesTest, BuffersAreUsedAgain) {
   for (int n = 0; n < 1000 && !isOver(); ++n) g_usleep(10'000);
   rig.setState(GST_STATE_NULL);
   EXPECT_EQ(memories.buffers, 200);
+  EXPECT_EQ(memories.pooled, 200);
   EXPECT_LE(memories.seen.size(), 3U);
 }
 
@@ -170,8 +164,8 @@ TEST_F(FramesTest, MetaSurvivesConverters) {
   rig.play();
   const auto picture = rig.pull();
   ASSERT_TRUE(picture);
-  EXPECT_EQ(picture->format(), "I420");
-  EXPECT_EQ(picture->fact("frame-number"), picture->offset());
+  EXPECT_EQ(picture->format, "I420");
+  EXPECT_EQ(picture->fact("frame-number"), picture->offset);
   EXPECT_GT(picture->fact("exposure-time"), 0);
 }
 

@@ -29,7 +29,7 @@ TEST_F(PlayingTest, PropertiesChangeTheRunningCamera) {
   for (int n = 0; n < 50 && picture->fact("exposure-time") != 60000; ++n) picture = rig.pull();
   EXPECT_EQ(picture->fact("gain"), 33);
   EXPECT_EQ(picture->rateNumerator, 0) << "the rate of the caps is not true any more";
-  EXPECT_NEAR(double(picture->duration()), 60e6, 3e6);
+  EXPECT_NEAR(double(picture->duration), 60e6, 3e6);
 
   rig.set("exposure-auto", TRUE);
   int exposure = 0;
@@ -68,14 +68,6 @@ TEST_F(PlayingTest, AControllerChangesTheGainFromFrameToFrame) {
   EXPECT_GT(rises, 5);
 }
 
-TEST_F(PlayingTest, WhatTheCameraLacksIsAWarning) {
-  plug("T15C", "scene=dark");
-  Rig rig("target-temperature=-10", kSmall);
-  rig.play();
-  EXPECT_TRUE(rig.message(GST_MESSAGE_WARNING));
-  EXPECT_TRUE(rig.pull()) << "and nothing else";
-}
-
 TEST_F(PlayingTest, OpeningFailsWithAReason) {
   Rig none;
   EXPECT_FALSE(none.setState(GST_STATE_READY));
@@ -85,11 +77,12 @@ TEST_F(PlayingTest, OpeningFailsWithAReason) {
   Rig several;
   EXPECT_FALSE(several.setState(GST_STATE_READY));
   EXPECT_EQ(Failure(several.message(GST_MESSAGE_ERROR)).code, GST_RESOURCE_ERROR_SETTINGS);
-  Rig named("device=00000006", "video/x-raw");
+  Rig named("device=00000006 target-temperature=-10", "video/x-raw");
   named.play();
   const auto picture = named.pull();
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->width, 1280);
+  EXPECT_TRUE(named.message(GST_MESSAGE_WARNING)) << "it has no cooler, and works all the same";
   Rig again("device=00000006");
   EXPECT_FALSE(again.setState(GST_STATE_READY)) << "it is in use";
 }
@@ -140,7 +133,7 @@ TEST_F(PlayingTest, StartsAndStopsAgain) {
     for (int n = 0; n < 3; ++n) {
       const auto picture = rig.pull();
       ASSERT_TRUE(picture);
-      EXPECT_EQ(picture->offset(), n);
+      EXPECT_EQ(picture->offset, n);
     }
     EXPECT_TRUE(rig.setState(GST_STATE_NULL));
     EXPECT_FALSE(devices().front().isOpen);
@@ -151,20 +144,19 @@ TEST_F(PlayingTest, NumbersAndTimesGoOnAfterAPause) {
   plug("T15C", "scene=dark");
   Rig rig("exposure-time=1000", kSmall);
   rig.play();
-  ASSERT_TRUE(rig.pull());
+  std::unique_ptr<Picture> before = rig.pull();
   rig.setState(GST_STATE_PAUSED);
-  std::unique_ptr<Picture> before;
   while (gst_harness_buffers_in_queue(rig.harness()) > 0) before = rig.pull();
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   rig.setState(GST_STATE_PLAYING);
-  const auto after = rig.pull();
-  ASSERT_TRUE(after);
-  EXPECT_TRUE(after->isDiscontinuous());
+  std::unique_ptr<Picture> after = rig.pull();
+  // The last picture before the pause may have been on its way.
+  if (after && !after->isDiscontinuous) before = std::exchange(after, rig.pull());
+  ASSERT_TRUE(before && after);
+  EXPECT_TRUE(after->isDiscontinuous);
   EXPECT_EQ(after->fact("lost-before"), 0) << "frames of a pause are not lost";
-  if (before) {
-    EXPECT_EQ(after->offset(), before->offset() + 1);
-    EXPECT_GT(after->pts(), before->pts());
-  }
+  EXPECT_EQ(after->offset, before->offset + 1);
+  EXPECT_GT(after->pts, before->pts);
 }
 
 }  // namespace

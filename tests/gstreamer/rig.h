@@ -44,35 +44,22 @@ using Message = std::unique_ptr<GstMessage, Unref>;
 /// A buffer and the caps that were in force for it.
 class Picture {
  public:
-  Picture(GstBuffer* buffer, GstCaps* caps) : buffer_(buffer) {
+  Picture(GstBuffer* buffer, GstCaps* caps)
+      : offset(static_cast<std::int64_t>(GST_BUFFER_OFFSET(buffer))),
+        pts(static_cast<std::int64_t>(GST_BUFFER_PTS(buffer))),
+        duration(static_cast<std::int64_t>(GST_BUFFER_DURATION(buffer))),
+        isDiscontinuous(GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT)),
+        buffer_(buffer) {
     const GstStructure* const structure = gst_caps_get_structure(caps, 0);
-    const char* const format = gst_structure_get_string(structure, "format");
-    format_ = format != nullptr ? format : "";
+    format = gst_structure_get_string(structure, "format");
     gst_structure_get_int(structure, "width", &width);
     gst_structure_get_int(structure, "height", &height);
     gst_structure_get_fraction(structure, "framerate", &rateNumerator, &rateDenominator);
     gst_caps_unref(caps);
-    GstMapInfo map;
-    if (gst_buffer_map(buffer, &map, GST_MAP_READ) == FALSE) return;
-    data = map.data;
-    bytes.assign(map.data, map.data + map.size);
-    gst_buffer_unmap(buffer, &map);
+    bytes.resize(gst_buffer_get_size(buffer));
+    gst_buffer_extract(buffer, 0, bytes.data(), bytes.size());
   }
-
   [[nodiscard]] GstBuffer* buffer() const { return buffer_.get(); }
-  [[nodiscard]] const std::string& format() const { return format_; }
-  [[nodiscard]] std::int64_t offset() const {
-    return static_cast<std::int64_t>(GST_BUFFER_OFFSET(buffer()));
-  }
-  [[nodiscard]] std::int64_t pts() const {
-    return static_cast<std::int64_t>(GST_BUFFER_PTS(buffer()));
-  }
-  [[nodiscard]] std::int64_t duration() const {
-    return static_cast<std::int64_t>(GST_BUFFER_DURATION(buffer()));
-  }
-  [[nodiscard]] bool isDiscontinuous() const {
-    return GST_BUFFER_FLAG_IS_SET(buffer(), GST_BUFFER_FLAG_DISCONT);
-  }
   /// A whole number of GstOrvikFrameMeta; -1 if there is none.
   [[nodiscard]] std::int64_t fact(const char* field) const {
     GstCustomMeta* const meta = gst_buffer_get_custom_meta(buffer(), "GstOrvikFrameMeta");
@@ -84,8 +71,12 @@ class Picture {
     return gst_structure_get_int(facts, field, &narrow) == TRUE ? narrow : -1;
   }
 
-  const void* data = nullptr;
+  std::string format;
   std::vector<std::uint8_t> bytes;
+  std::int64_t offset;
+  std::int64_t pts;
+  std::int64_t duration;
+  bool isDiscontinuous;
   int width = 0;
   int height = 0;
   int rateNumerator = 0;
@@ -93,7 +84,6 @@ class Picture {
 
  private:
   std::unique_ptr<GstBuffer, Unref> buffer_;
-  std::string format_;
 };
 
 /// An orviksrc whose images the test pulls.
