@@ -131,8 +131,8 @@ struct Memories {
 GstPadProbeReturn remember(GstPad* /*pad*/, GstPadProbeInfo* probe, gpointer data) {
   auto& memories = *static_cast<Memories*>(data);
   const std::lock_guard guard(memories.mutex);
-  const GstBuffer* const buffer = gst_pad_probe_info_get_buffer(probe);
-  memories.seen.insert(gst_buffer_peek_memory(gst_pad_probe_info_get_buffer(probe), 0));
+  const auto* const buffer = gst_pad_probe_info_get_buffer(probe);
+  memories.seen.insert(buffer);
   if (buffer->pool != nullptr) ++memories.pooled;
   ++memories.buffers;
   return GST_PAD_PROBE_OK;
