@@ -39,6 +39,7 @@ MAY_USE |= {
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
     "tools/orvikctl": {"imaging"} | PUBLIC,
+    "integrations/gstreamer": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
     "vm": PUBLIC,
     "examples": PUBLIC,
