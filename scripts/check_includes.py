@@ -39,6 +39,7 @@ MAY_USE |= {
     "sim": {"src/seam"} | PUBLIC,
     "tools/orvikctl": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
+    "tools/manual": {"tools/orvikctl", "tools/simcam", "src/controls", "src/state"} | PUBLIC,
     "vm": PUBLIC,
     "examples": PUBLIC,
 }
