@@ -26,6 +26,9 @@ git ls-files -z --cached --others --exclude-standard |
 
 if [ "$architecture" = "$here" ]; then
   options=(--build=full)
+  # The development packages of some integrations exist for one architecture at a time only.
+  profiles=$(cd integrations 2>/dev/null && printf 'pkg.orvik.%s,' * || true)
+  [ -z "$profiles" ] || options+=(-P"${profiles%,}")
 else
   options=(--build=any --host-arch="$architecture" -Pcross,nocheck)
 fi
