@@ -41,6 +41,7 @@ MAY_USE |= {
     "tools/orvikctl": {"imaging"} | PUBLIC,
     "integrations/gstreamer": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
+    "tools/manual": {"tools/orvikctl", "tools/simcam", "src/controls", "src/state"} | PUBLIC,
     "vm": PUBLIC,
     "examples": PUBLIC,
     "integrations/python": PUBLIC | {"imaging"},
