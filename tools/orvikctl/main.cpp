@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <exception>
 #include <iostream>
+#include <string>
 
 #include "imaging/errors.h"
+#include "orvik/orvik.hpp"
 #include "tools/orvikctl/command_line.h"
 #include "tools/orvikctl/exit_code.h"
 #include "tools/orvikctl/interrupt.h"
@@ -49,9 +51,8 @@ int main(int argc, char** argv) {
   } catch (const orvik::imaging::FileError& error) {
     return fail(ExitCode::kFileFailed, error.what());
   } catch (const std::exception& error) {
-    std::cerr << "orvikctl: " << error.what() << '\n';
+    return fail(ExitCode::kInternal, error.what());
   } catch (...) {
-    std::cerr << "orvikctl: unknown fault\n";
+    return fail(ExitCode::kInternal, "unknown fault");
   }
-  return static_cast<int>(ExitCode::kInternal);
 }
