@@ -10,7 +10,7 @@ set(ORVIK_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Where the udev rules are
 install(FILES ${PROJECT_SOURCE_DIR}/udev/70-orvik.rules DESTINATION ${ORVIK_UDEV_RULES_DIR})
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
-        FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.h" PATTERN "README.md")
+        FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.h" PATTERN "*.py" PATTERN "README.md")
 
 # The prefix can be chosen as late as at the installation, so the files are made then.
 foreach(package orvik orvik_sim)

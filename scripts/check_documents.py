@@ -16,7 +16,8 @@ QUOTED = re.compile(r"`([^`]+)`")
 
 
 def is_path(name):
-    return "/" in name and " " not in name and (ROOT / name.split("/")[0]).is_dir()
+    top = name.split("/")[0]
+    return "/" in name and " " not in name and top != "build" and (ROOT / top).is_dir()
 
 
 def faults_of(document, number, line):

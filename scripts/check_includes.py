@@ -39,10 +39,13 @@ MAY_USE |= {
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
     "tools/orvikctl": {"imaging"} | PUBLIC,
+    "integrations/gstreamer": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
+    "tools/manual": {"tools/orvikctl", "tools/simcam", "src/controls", "src/state"} | PUBLIC,
     "vm": PUBLIC,
     "examples": PUBLIC,
     "integrations/indi": PUBLIC,
+    "integrations/python": PUBLIC | {"imaging"},
 }
 # Headers of another library that stay inside one room.
 KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "imaging", "fitsio": "imaging",

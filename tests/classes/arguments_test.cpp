@@ -67,7 +67,7 @@ void expectNullsUnheeded(CCameraBase& camera) {
   camera.Bayer2RGB24(nullptr, nullptr, 2, 2);
   camera.HandleHotPixels(nullptr, camera.GetMaxWidth(), camera.GetMaxHeight(), false);
   camera.DeNoise(kLeast, kMost, kMost, kMost, nullptr);
-  EXPECT_EQ(camera.PixelNet(kMost, kLeast, kMost, kMost, -128), 0);
+  EXPECT_EQ(camera.PixelNet(kMost, kLeast, kMost, kMost, static_cast<char>(-128)), 0);
   camera.LoadSetting(nullptr);
   camera.SaveSetting(nullptr);
 }

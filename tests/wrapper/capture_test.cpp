@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <optional>
 #include <thread>
 
 #include "wrapper/wrapper_bench.h"
@@ -111,6 +112,23 @@ TEST_F(CaptureTest, AVideoGoesOnThroughChangesOfTheFormat) {
     } while (frame.info().bin != bin);
     EXPECT_EQ(frame.bytes().size(), frame.info().bytes());
   }
+}
+
+TEST_F(CaptureTest, AVideoCanBeWaitedForInStepsAndStopped) {
+  plug("");
+  Camera camera = Camera::open();
+  camera.set(control::kExposure, 30s);
+  std::optional<Video> former(std::in_place, camera);
+  Frame frame;
+  EXPECT_FALSE(former->next(frame, 20ms));
+  EXPECT_GE(former->limit(), 70s);
+  former->stop();
+  EXPECT_THROW(former->next(frame, 20ms), Error);
+
+  camera.set(control::kExposure, 1ms);
+  Video video(camera);
+  former.reset();  // it has stopped, and leaves its successor alone
+  EXPECT_TRUE(video.next(frame, 10s));
 }
 
 TEST_F(CaptureTest, AnUnpluggedCameraEndsCaptureWithItsReason) {

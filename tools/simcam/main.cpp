@@ -3,33 +3,22 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "sim/sim_host.h"
 #include "tools/simcam/camera_bank.h"
+#include "tools/simcam/command_line.h"
 #include "tools/simcam/console.h"
 #include "tools/simcam/server.h"
 #include "tools/simcam/socket.h"
 
 namespace orvik::simcam {
 namespace {
-
-struct Options {
-  std::vector<std::string> cameras;
-  std::string listen = "127.0.0.1";
-  std::uint16_t port = 3240;
-  std::string scene;
-  std::string seed;
-  std::string faults;
-};
 
 std::string plugDefaults(const Options& options) {
   std::string text;
@@ -117,23 +106,11 @@ int run(const Options& options) {
 int main(int argc, char** argv) {
   using namespace orvik::simcam;
   try {
-    CLI::App app(
-        "Exports virtual cameras by USB/IP, to this machine's kernel or to another machine.\n"
-        "As root: modprobe vhci-hcd; usbip attach -r localhost -b 1-1\n"
-        "Commands on standard input: list, plug, unplug, quit, help.");
+    CLI::App app;
     Options options;
-    app.add_option("CAMERA", options.cameras,
-                   "cameras to plug in, as MODEL or MODEL,KEY=VALUE,... (one T15C)");
-    bool empty = false;
-    app.add_flag("--empty", empty, "start without a camera; plug them in with commands");
-    app.add_option("--listen", options.listen, "IPv4 address to listen on")->capture_default_str();
-    app.add_option("--port", options.port, "TCP port, 0 for any")->capture_default_str();
-    app.add_option("--scene", options.scene, "scene of all cameras without one of their own");
-    app.add_option("--seed", options.seed, "seed of all cameras without one of their own");
-    app.add_option("--fault", options.faults,
-                   "fault script of all cameras without one of their own; see docs/faults.md");
+    defineCommandLine(app, options);
     CLI11_PARSE(app, argc, argv);
-    if (options.cameras.empty() && !empty) options.cameras.emplace_back("T15C");
+    if (options.cameras.empty() && !options.empty) options.cameras.emplace_back("T15C");
     return run(options);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "orvik-simcam: %s\n", failure.what());

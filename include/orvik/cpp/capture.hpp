@@ -156,17 +156,15 @@ class Video {
     isRunning_ = !error;
     onError.succeeded(error, [&] { return camera.doing("starting video"); });
   }
-  ~Video() {
-    if (isRunning_) OrvikStopVideoCapture(camera_->handle());
-  }
+  ~Video() { stop(); }
   Video(const Video&) = delete;
   Video& operator=(const Video&) = delete;
 
   /// Ends the video at a time, as a stop request does.
   void stopAt(std::chrono::steady_clock::time_point end) { end_ = end; }
 
-  /// Waits for the next frame, at most for two exposures and the read-out limit; then it fails with
-  /// #Orvik_ERROR_NO_FRAME, as it does when the camera is unplugged or the video was stopped.
+  /// Waits for the next frame, at most for limit(); then it fails with #Orvik_ERROR_NO_FRAME, as it
+  /// does when the camera is unplugged or the video was stopped.
   ///
   /// @param frame receives the image; its memory is used again
   /// @return false when a stop was requested, at most a tenth of a second ago, or the time of
@@ -175,32 +173,50 @@ class Video {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point begun = Clock::now();
     std::error_code error;
-    std::size_t queued = 0;  // bytes of a frame that did not fit
     while (!error && !stop_.stop_requested() && Clock::now() < end_) {
-      const ImageFormat format = camera_->format(error);
-      const std::size_t bytes = imageBytes(format.width, format.height, format.type);
-      const auto buffer = frame.reserve(std::max(bytes, queued));
       const auto wait = std::chrono::ceil<std::chrono::milliseconds>(
           std::min<Clock::duration>(kSlice, end_ - Clock::now()));
-      if (!error && camera_->readFrame(buffer, std::max(wait, kNoWait), error)) {
-        frame.filled(camera_->frameInfo(error));
-        if (!error) return true;
-      }
-      // Another thread may have set another format: a frame of the former one may still be queued.
-      if (error == errorCode(Orvik_ERROR_BUFFER_SMALL)) {
-        error.clear();
-      } else if (error && camera_->noFrameReason() == Orvik_NO_FRAME_TOO_LARGE) {
-        queued = 2 * buffer.size();
-        error.clear();
-      }
-      if (error) break;
-      const auto exposure = camera_->get(control::kExposure, error);
-      if (!error && Clock::now() - begun > 2 * exposure + readOutLimit(format)) {
-        error = errorCode(Orvik_ERROR_NO_FRAME);
-      }
+      if (next(frame, std::max(wait, kNoWait), error)) return true;
+      if (!error && Clock::now() - begun > limit(error)) error = errorCode(Orvik_ERROR_NO_FRAME);
     }
-    onError.succeeded(error, [&] { return camera_->doing(camera_->readingText()); });
+    report(error, onError);
     return false;
+  }
+
+  /// Waits for the next frame for so long, for programs that have other work to do meanwhile.
+  ///
+  /// @return false when there is none yet
+  bool next(Frame& frame, std::chrono::milliseconds timeout, OnError onError = {}) {
+    std::error_code error;
+    const ImageFormat format = camera_->format(error);
+    const auto buffer = frame.reserve(imageBytes(format.width, format.height, format.type));
+    if (!error && camera_->readFrame(buffer, timeout, error)) {
+      frame.filled(camera_->frameInfo(error));
+      if (!error) return true;
+    }
+    // Another thread may have set another format: a frame of the former one may still be queued.
+    if (error == errorCode(Orvik_ERROR_BUFFER_SMALL)) {
+      error.clear();
+    } else if (error && camera_->noFrameReason() == Orvik_NO_FRAME_TOO_LARGE) {
+      frame.reserve(2 * buffer.size());
+      error.clear();
+    }
+    report(error, onError);
+    return false;
+  }
+
+  /// How long a frame may take: two exposures and the read-out limit, with the present settings.
+  [[nodiscard]] std::chrono::microseconds limit(OnError onError = {}) const {
+    std::error_code error;
+    const auto limit =
+        2 * camera_->get(control::kExposure, error) + readOutLimit(camera_->format(error));
+    report(error, onError);
+    return limit;
+  }
+
+  /// Stops the video before its object is destroyed. Any thread, once; next() then fails.
+  void stop() noexcept {
+    if (std::exchange(isRunning_, false)) OrvikStopVideoCapture(camera_->handle());
   }
 
   /// Input iterator over the frames; each increment overwrites the frame. It throws as next() does.
@@ -232,6 +248,10 @@ class Video {
  private:
   static constexpr std::chrono::milliseconds kNoWait{0};
   static constexpr std::chrono::milliseconds kSlice{100};
+
+  void report(const std::error_code& error, OnError onError) const {
+    onError.succeeded(error, [&] { return camera_->doing(camera_->readingText()); });
+  }
 
   Camera* camera_;
   std::stop_token stop_;

@@ -71,8 +71,10 @@ class DeviceWatch {
   enum class Change { kArrived, kLeft };
   using Callback = std::function<void(Change, const Device&)>;
 
-  explicit DeviceWatch(Callback callback)
+  /// @param known cameras that the caller has listed already, which are not reported
+  explicit DeviceWatch(Callback callback, std::vector<Device> known = {})
       : callback_(std::move(callback)),
+        known_(std::move(known)),
         thread_([this](const std::stop_token& stop) { run(stop); }) {}
   /// Returns when the callback is not running any more, after at most a quarter of a second and
   /// the time that the callback takes.

@@ -1,8 +1,12 @@
-// SPDX-License-Identifier: MIT A vector instruction looks up in a table of 16 bytes, or of 128 if
-// the processor permutes bytes across two vectors. With 16, the table is cut into blocks, each
-// stored as its exclusive or with the block before. The index is lowered by 16 from block to block;
-// after its own block it is negative and looks up 0. So the exclusive or of all lookups combines
-// the blocks up to its own, which gives the entry.
+// SPDX-License-Identifier: MIT
+//
+// A vector instruction looks up in a table of 16 bytes on x86; in one of 128 if the processor
+// permutes bytes across two vectors; in one of 64 on 64-bit ARM.
+//
+// With 16, the table is cut into blocks, each stored as its exclusive or with the block before. The
+// index is lowered by 16 from block to block; after its own block it is negative and looks up 0. So
+// the exclusive or of all lookups combines the blocks up to its own, which gives the entry. That
+// takes an instruction for which only sign and lowest four bits of an index count, as x86 has it.
 #include "algorithm/vectors/table_run.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -16,8 +20,28 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET == HWY_SCALAR
+#if HWY_TARGET == HWY_SCALAR || !(HWY_ARCH_X86 || HWY_ARCH_ARM_A64)
 std::size_t Apply(std::uint8_t*, std::size_t, const std::uint8_t*) { return 0; }
+#elif HWY_ARCH_ARM_A64
+std::size_t Apply(std::uint8_t* samples, std::size_t count, const std::uint8_t* table) {
+  const uint8x16x4_t first = vld1q_u8_x4(table);
+  const uint8x16x4_t second = vld1q_u8_x4(table + 64);
+  const uint8x16x4_t third = vld1q_u8_x4(table + 128);
+  const uint8x16x4_t fourth = vld1q_u8_x4(table + 192);
+  const uint8x16_t block = vdupq_n_u8(64);
+  std::size_t done = 0;
+  for (; done + 16 <= count; done += 16) {
+    uint8x16_t index = vld1q_u8(samples + done);
+    uint8x16_t found = vqtbl4q_u8(first, index);  // 0 where the index is above 63
+    index = vsubq_u8(index, block);
+    found = vqtbx4q_u8(found, second, index);  // keeps what was found there
+    index = vsubq_u8(index, block);
+    found = vqtbx4q_u8(found, third, index);
+    index = vsubq_u8(index, block);
+    vst1q_u8(samples + done, vqtbx4q_u8(found, fourth, index));
+  }
+  return done;
+}
 #elif HWY_TARGET == HWY_AVX3_DL
 std::size_t Apply(std::uint8_t* samples, std::size_t count, const std::uint8_t* table) {
   const hn::ScalableTag<std::uint8_t> bytes;

@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# What scripts/package_try.sh runs within the fresh root, where the packages lie beside it.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+export HOME=/opt/home DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
+place=/opt/place
+mkdir -p $HOME $place
+
+# Every file but those in which apt, dpkg and man-db keep what they know and did, and those here.
+files() {
+  find / -xdev \( -path /opt -o -path /proc -o -path /sys -o -path /dev -o -path /tmp \
+    -o -path /var/lib/apt -o -path /var/lib/dpkg -o -path /var/log -o -path /var/cache \) -prune \
+    -o -print | sort
+}
+
+step() { printf '\n== %s\n' "$*"; }
+run() {
+  echo "\$ $*"
+  "$@"
+}
+
+files >before
+step "installing"
+packages=$(for package in *.deb; do dpkg-deb -f "$package" Package; done)
+apt-get install -y -qq --no-install-recommends ./*.deb >log 2>&1 || {
+  cat log
+  exit 1
+}
+# shellcheck disable=SC2086
+dpkg-query -W $packages
+
+step "capturing"
+cd $place
+run orvikctl list --sim T15C
+run orvikctl snap --sim T15C,scene=moon -o x.fits
+[ "$(head -c 30 x.fits)" = "SIMPLE  =                    T" ]
+
+step "a program in C, with pkg-config and with CMake"
+cat >frame.c <<'TEXT'
+#include <orvik/orvik_sim.h>
+#include <stdio.h>
+int main(void) {
+  if (OrvikSimPlug("T15C", "") < 0 || OrvikOpenCamera(0) != Orvik_OK) return 1;
+  return printf("opened one of %d cameras\n", OrvikGetNumOfConnectedCameras()) < 0;
+}
+TEXT
+# shellcheck disable=SC2046
+cc frame.c -o frame $(pkg-config --cflags --libs orvik_sim)
+run ./frame
+cat >CMakeLists.txt <<'TEXT'
+cmake_minimum_required(VERSION 3.25)
+project(frame C)
+find_package(Orvik 0.1 REQUIRED)
+add_executable(frame frame.c)
+target_link_libraries(frame PRIVATE Orvik::orvik Orvik::orvik_sim)
+TEXT
+cmake -S . -B made >/dev/null && cmake --build made >/dev/null
+run made/frame
+
+step "completions, man pages, rules, documents"
+run bash -ic 'source /usr/share/bash-completion/bash_completion; _completion_loader orvikctl
+  COMP_WORDS=(orvikctl snap --type r) COMP_CWORD=3; _orvikctl; echo "${COMPREPLY[@]}"' 2>/dev/null |
+  tee completed
+grep -qx "raw8 rgb24 raw16" completed
+run zsh -ic 'autoload -U compinit; compinit -u; echo $_comps[orvikctl] $_comps[orvik-simcam]' |
+  tee completed
+grep -qx "_orvikctl _orvik-simcam" completed
+for page in orvikctl orvik-simcam; do
+  echo "\$ man $page"
+  MANWIDTH=80 man $page >page 2>&1
+  grep -q "^NAME" page
+  ! grep -q "No manual entry" page
+  head -4 page
+done
+test -s /usr/lib/udev/rules.d/70-orvik.rules
+test -s /usr/share/doc/orvik-doc/html/index.html
+test -s /usr/share/doc/orvik-doc/examples/first_frame.c
+
+step "purging"
+cd /opt
+# shellcheck disable=SC2086
+{ apt-get purge -y -qq $packages && apt-get autoremove --purge -y -qq; } >log 2>&1 || {
+  cat log
+  exit 1
+}
+files >after
+diff before after && echo "nothing is left"
