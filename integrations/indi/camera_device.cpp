@@ -14,7 +14,7 @@ constexpr const char* kInfoTab = "Camera";
 
 }  // namespace
 
-CameraDevice::CameraDevice(const Device& device) : device_(device) {
+CameraDevice::CameraDevice(Device device) : device_(std::move(device)) {
   setVersion(ORVIK_VERSION_MAJOR, ORVIK_VERSION_MINOR);
 }
 
@@ -91,6 +91,7 @@ bool CameraDevice::postpone(Request request, const char* property, const Value v
                            copies = std::vector<Value>(values, values + count),
                            texts = std::vector<std::string>(names, names + count)]() mutable {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size());
     for (std::string& text : texts) pointers.push_back(text.data());
     (this->*request)(getDeviceName(), property.c_str(), copies.data(), pointers.data(),
                      static_cast<int>(pointers.size()));

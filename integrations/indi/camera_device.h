@@ -28,7 +28,7 @@ namespace orvik::indi {
 /// the other, `service_` opens, closes, polls and sets, and each axis of the guide port has one.
 class CameraDevice : public INDI::CCD {
  public:
-  explicit CameraDevice(const Device& device);
+  explicit CameraDevice(Device device);
 
   /// The camera is plugged in: connects again if it was unplugged while it was connected.
   void arrived(const Device& device);
@@ -98,7 +98,7 @@ class CameraDevice : public INDI::CCD {
   };
 
   // connection.cpp
-  bool connectionRequested(ISState* states, char* names[], int count);
+  bool connectionRequested(const ISState* states, char* names[], int count);
   void open(bool isQuiet);
   void opened(const Opened& result);
   void notOpened(const std::string& reason, bool isQuiet);
@@ -145,7 +145,7 @@ class CameraDevice : public INDI::CCD {
   void writeControls(const std::string& property, const ControlValues& changes);
   void poll();
   void showStatus(const Status& status);
-  bool guideLinesRequested(double values[], char* names[], int count);
+  bool guideLinesRequested(const double values[], char* names[], int count);
 
   // cooler.cpp
   void initCooler();

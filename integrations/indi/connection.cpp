@@ -29,7 +29,7 @@ std::string firmwareText(const Camera& camera) {
 
 }  // namespace
 
-bool CameraDevice::connectionRequested(ISState* states, char* names[], int count) {
+bool CameraDevice::connectionRequested(const ISState* states, char* names[], int count) {
   for (int n = 0; n < count; ++n) {
     if (states[n] != ISS_ON) continue;
     if (std::strcmp(names[n], "CONNECT") == 0) {

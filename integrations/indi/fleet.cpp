@@ -84,9 +84,10 @@ void catchSignals() {
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  IEAddCallback(
-      signalfd(-1, &signals, SFD_CLOEXEC), [](int, void*) { std::exit(EXIT_SUCCESS); }, nullptr);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): what runs at the exit waits for the other threads
+  const auto end = [](int, void*) { std::exit(EXIT_SUCCESS); };
+  IEAddCallback(signalfd(-1, &signals, SFD_CLOEXEC), end, nullptr);
   // A server that has vanished is noticed at the end of the input.
   std::signal(SIGPIPE, SIG_IGN);
 }

@@ -58,7 +58,7 @@ bool CameraDevice::stopsGuiding(const char* property, const double values[], int
   return false;
 }
 
-bool CameraDevice::guideLinesRequested(double values[], char* names[], int count) {
+bool CameraDevice::guideLinesRequested(const double values[], char* names[], int count) {
   std::array<double, 4> lines{};
   for (std::size_t n = 0; n < lines.size(); ++n) lines[n] = guideLines_[n].getValue();
   for (int n = 0; n < count; ++n) {
