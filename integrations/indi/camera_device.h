@@ -34,7 +34,7 @@ class CameraDevice : public INDI::CCD {
   void arrived(const Device& device);
   /// The camera is unplugged.
   void left();
-  /// Ends everything, closes the camera in the background.
+  /// Closes the camera in the background. Nothing is sent: the server may be gone.
   void shutDown();
   /// Waits until the camera is closed.
   void waitUntilClosed() { service_.drain(); }
@@ -102,6 +102,8 @@ class CameraDevice : public INDI::CCD {
   void open(bool isQuiet);
   void opened(const Opened& result);
   void notOpened(const std::string& reason, bool isQuiet);
+  /// Ends what the camera is doing, and closes it in the background.
+  void release();
   void close(IPState state, const char* message);
   /// Reports an error of a worker, after calling a function on the event thread. If its reason is
   /// that the camera was unplugged, the camera is closed.

@@ -106,19 +106,22 @@ void CameraDevice::notOpened(const std::string& reason, bool isQuiet) {
   setConnected(false, IPS_ALERT);
 }
 
+void CameraDevice::release() {
+  if (link_ == Link::kClosed) return;
+  ++connection_;
+  exposureStop_.request_stop();
+  streamStop_.request_stop();
+  for (int axis : {0, 1}) stopGuiding(axis);
+  service_.post([this](const std::stop_token&) {
+    captures_.drain();
+    for (Axis& axis : axes_) axis.worker.drain();
+    const std::scoped_lock lock(openingMutex());
+    camera_.close();
+  });
+}
+
 void CameraDevice::close(IPState state, const char* message) {
-  if (link_ != Link::kClosed) {
-    ++connection_;
-    exposureStop_.request_stop();
-    streamStop_.request_stop();
-    for (int axis : {0, 1}) stopGuiding(axis);
-    service_.post([this](const std::stop_token&) {
-      captures_.drain();
-      for (Axis& axis : axes_) axis.worker.drain();
-      const std::scoped_lock lock(openingMutex());
-      camera_.close();
-    });
-  }
+  release();
   const bool wasOpen = std::exchange(link_, Link::kClosed) == Link::kOpen;
   ++exposure_;
   if (std::exchange(isExposing_, false)) PrimaryCCD.setExposureFailed();
@@ -161,7 +164,8 @@ void CameraDevice::fail(const Error& error, std::function<void()> first) {
 
 void CameraDevice::shutDown() {
   isReturning_ = false;
-  close(IPS_IDLE, nullptr);
+  release();
+  link_ = Link::kClosed;
 }
 
 }  // namespace orvik::indi

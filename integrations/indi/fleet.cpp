@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <map>
@@ -105,6 +106,9 @@ const bool isPrepared = [] {
 
 void closeCamerasAtExit() {
   std::atexit([] {
+    // INDI also exits on threads of its own, when the server is gone: the first one ends it.
+    static std::atomic<bool> isEnding = false;
+    while (isEnding.exchange(true)) pause();
     fleet().shutDown();
     // Without the destructors of static objects, which threads of INDI may still use.
     _exit(EXIT_SUCCESS);

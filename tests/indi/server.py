@@ -48,12 +48,25 @@ class Server:
             pids = file.read().split()
         return int(pids[-1]) if pids else None
 
+    @staticmethod
+    def is_running(pid):
+        try:
+            with open(f"/proc/{pid}/stat") as file:
+                return file.read().rsplit(")", 1)[1].split()[0] != "Z"
+        except OSError:
+            return False
+
     def close(self):
+        driver = self.driver()
         os.killpg(self.process.pid, signal.SIGTERM)
         try:
             self.process.wait(20)
         except subprocess.TimeoutExpired:
             os.killpg(self.process.pid, signal.SIGKILL)
+        deadline = time.monotonic() + 20
+        while self.is_running(driver) and time.monotonic() < deadline:
+            time.sleep(0.05)
+        assert not self.is_running(driver), "the driver does not end"
         self.log.close()
         shutil.rmtree(self.folder, ignore_errors=True)
 
