@@ -18,7 +18,7 @@ from functools import lru_cache
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-CHECKED = ("src/", "sim/", "tools/")
+CHECKED = ("src/", "sim/", "imaging/", "tools/", "integrations/")
 INCLUDE = re.compile(rb'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 
 

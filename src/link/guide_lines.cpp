@@ -8,9 +8,10 @@ bool GuideLines::switchOn(std::size_t line) {
 }
 
 bool GuideLines::switchOff(std::size_t line) {
-  if (line >= kCount || !link_.sendSafe(guideOff(line))) return false;
-  endPulse(line);
-  return true;
+  if (line >= kCount) return false;
+  const bool off = link_.sendSafe(guideOff(line));
+  endPulse(line);  // also after a failure: waiting does not switch it off any sooner
+  return off;
 }
 
 void GuideLines::endPulse(std::size_t line) {

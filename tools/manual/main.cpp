@@ -23,7 +23,7 @@ void write(const fs::path& file, const std::string& text) {
 }
 
 void writeAll(const fs::path& folder, const CLI::App& program, const std::string& other) {
-  const std::string name = program.get_name();
+  const std::string& name = program.get_name();
   write(folder / (name + ".1"), orvik::manual::manPage(program, orvik::ctl::kVersion, {other}));
   write(folder / (name + ".bash"), orvik::manual::bashCompletion(program));
   write(folder / ("_" + name), orvik::manual::zshCompletion(program));

@@ -156,7 +156,7 @@ std::string manPage(const CLI::App& program, const std::string& version,
   const auto common = commonEntries(program);
 
   std::string text =
-      ".TH " + upper(program.get_name()) + " 1 \"\" \"Orvik " + version + "\" Orvik\n";
+      ".TH " + upper(program.get_name()) + R"( 1 "" "Orvik )" + version + "\" Orvik\n";
   text += ".SH NAME\n" + roff(program.get_name()) + " \\- " + roff(purpose) + "\n";
   text += ".SH SYNOPSIS\n" + usage(program);
   text += ".SH DESCRIPTION\n" + roff(program.get_description()) + "\n";
@@ -178,6 +178,7 @@ std::string manPage(const CLI::App& program, const std::string& version,
   }
   text += sections + ".SH SEE ALSO\n";
   std::vector<std::string> pages;
+  pages.reserve(seeAlso.size());
   for (const std::string& page : seeAlso) pages.push_back(".BR " + roff(page) + " (1)");
   return text + joined(pages, ",\n") + "\n";
 }

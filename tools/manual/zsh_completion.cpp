@@ -30,7 +30,7 @@ std::string summary(const std::string& text) {
 /// ":message:action" as _arguments takes it.
 std::string completion(const CLI::Option& option) {
   const Values values = valuesOf(option);
-  const std::string message =
+  std::string message =
       ":" + escaped(option.get_positional() ? option.get_name(true) : option.get_type_name(), ":") +
       ":";
   switch (values.kind) {

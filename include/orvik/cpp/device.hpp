@@ -94,12 +94,12 @@ class DeviceWatch {
         std::this_thread::sleep_for(std::chrono::milliseconds(kWaitMs));
       }
       std::error_code error;
-      std::vector<Device> now = devices(error);
-      if (!error) report(std::move(now), stop);
+      const std::vector<Device> now = devices(error);
+      if (!error) report(now, stop);
     }
   }
 
-  void report(std::vector<Device> now, const std::stop_token& stop) {
+  void report(const std::vector<Device>& now, const std::stop_token& stop) {
     const auto isIn = [](const std::vector<Device>& list, const Device& device) {
       return std::any_of(list.begin(), list.end(), [&](const Device& other) {
         return other.port == device.port && other.serial == device.serial &&

@@ -2,6 +2,7 @@
 #include <iostream>
 #include <memory>
 
+#include "imaging/image_types.h"
 #include "imaging/mosaic.h"
 #include "tools/orvikctl/camera_choice.h"
 #include "tools/orvikctl/commands/commands.h"
