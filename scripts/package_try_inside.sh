@@ -57,6 +57,32 @@ TEXT
 cmake -S . -B made >/dev/null && cmake --build made >/dev/null
 run made/frame
 
+step "the first minutes of an observer: INDI"
+export ORVIK_SIM=T15C,scene=moon
+indiserver -p 7625 indi_orvik_ccd >server.log 2>&1 &
+server=$!
+device="Orvik Vek T15C 56454B01"
+echo "\$ ORVIK_SIM=$ORVIK_SIM indiserver -p 7625 indi_orvik_ccd &"
+set_property() { run indi_setprop -p 7625 "$device.$1"; }
+is() { indi_getprop -p 7625 -t 5 "$device.$1" 2>/dev/null | grep -q "=$2\$"; }
+eventually() { for _ in $(seq 60); do ! "$@" || return 0; sleep 0.5; done; cat server.log; return 1; }
+eventually is CONNECTION.CONNECT Off
+set_property CONNECTION.CONNECT=On
+eventually is CONNECTION.CONNECT On
+set_property UPLOAD_MODE.UPLOAD_LOCAL=On
+set_property "UPLOAD_SETTINGS.UPLOAD_DIR=$place;UPLOAD_PREFIX=moon_XXX"
+set_property CCD_EXPOSURE.CCD_EXPOSURE_VALUE=0.02
+eventually test -s moon_001.fits
+kill $server
+wait $server || true
+run ls -l moon_001.fits
+[ "$(head -c 30 moon_001.fits)" = "SIMPLE  =                    T" ]
+
+step "Python and GStreamer"
+run python3 -m orvik
+run gst-launch-1.0 -q orviksrc num-buffers=3 ! video/x-bayer ! fakesink
+unset ORVIK_SIM
+
 step "completions, man pages, rules, documents"
 run bash -ic 'source /usr/share/bash-completion/bash_completion; _completion_loader orvikctl
   COMP_WORDS=(orvikctl snap --type r) COMP_CWORD=3; _orvikctl; echo "${COMPREPLY[@]}"' 2>/dev/null |
