@@ -61,10 +61,11 @@ step "the first minutes of an observer: INDI"
 export ORVIK_SIM=T15C,scene=moon
 indiserver -p 7625 indi_orvik_ccd >server.log 2>&1 &
 server=$!
+trap 'kill $server 2>/dev/null || true' EXIT
 device="Orvik Vek T15C 56454B01"
 echo "\$ ORVIK_SIM=$ORVIK_SIM indiserver -p 7625 indi_orvik_ccd &"
-set_property() { run indi_setprop -p 7625 "$device.$1"; }
-is() { indi_getprop -p 7625 -t 5 "$device.$1" 2>/dev/null | grep -q "=$2\$"; }
+set_property() { run indi_setprop -h 127.0.0.1 -p 7625 "$device.$1"; }
+is() { indi_getprop -h 127.0.0.1 -p 7625 -t 5 "$device.$1" 2>/dev/null | grep -q "=$2\$"; }
 eventually() { for _ in $(seq 60); do ! "$@" || return 0; sleep 0.5; done; cat server.log; return 1; }
 eventually is CONNECTION.CONNECT Off
 set_property CONNECTION.CONNECT=On
@@ -74,7 +75,6 @@ set_property "UPLOAD_SETTINGS.UPLOAD_DIR=$place;UPLOAD_PREFIX=moon_XXX"
 set_property CCD_EXPOSURE.CCD_EXPOSURE_VALUE=0.02
 eventually test -s moon_001.fits
 kill $server
-wait $server || true
 run ls -l moon_001.fits
 [ "$(head -c 30 moon_001.fits)" = "SIMPLE  =                    T" ]
 

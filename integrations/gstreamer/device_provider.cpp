@@ -137,8 +137,12 @@ GList* probe(GstDeviceProvider* /*provider*/) noexcept {
 }
 
 gboolean startListing(GstDeviceProvider* provider) noexcept {
-  asProvider(provider)->listing = new Listing(provider);
-  return TRUE;
+  try {
+    asProvider(provider)->listing = std::make_unique<Listing>(provider).release();
+    return TRUE;
+  } catch (const std::exception&) {  // no memory, or no thread
+    return FALSE;
+  }
 }
 
 void stopListing(GstDeviceProvider* provider) noexcept {

@@ -276,7 +276,7 @@ bool Source::negotiate() {
 }
 
 /// Rows are packed: a pool of downstream is used if its buffers have no room for anything else.
-void Source::decideAllocation(GstQuery* query) {
+void Source::decideAllocation(GstQuery* query) const {
   const auto bytes = static_cast<guint>(imageBytes(format_.width, format_.height, format_.type));
   if (gst_query_get_n_allocation_pools(query) == 0) {
     gst_query_add_allocation_pool(query, nullptr, 0, 0, 0);

@@ -49,7 +49,7 @@ class Source {
 
   // On the streaming thread.
   bool negotiate();
-  void decideAllocation(GstQuery* query);
+  void decideAllocation(GstQuery* query) const;
   GstFlowReturn fill(GstBuffer* buffer);
 
   /// Makes the streaming thread return as soon as possible, or lets it work again.

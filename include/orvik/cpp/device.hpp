@@ -53,6 +53,7 @@ inline std::vector<Device> devices(OnError onError = {}) {
   records.resize(static_cast<std::size_t>(count));
 
   std::vector<Device> list;
+  list.reserve(records.size());
   for (const Orvik_DEVICE& record : records) {
     list.push_back({record.name, record.serial, record.port, record.identity, record.vendorId,
                     record.productId, record.isOpen == Orvik_TRUE, record.handle});
