@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <pybind11/chrono.h>
 #include <pybind11/stl.h>
 
-#include <utility>
+#include <memory>
 
 #include "interpreter.h"
 #include "records.h"
@@ -12,26 +11,28 @@
 
 namespace orvik::python {
 
-/// What Python code holds of a camera: the camera itself, or a part of it.
-struct CameraBase {
+/// What Python code holds of a part of a camera.
+struct CameraPart {
   std::shared_ptr<Session> session;
-};
-struct DarkPart : CameraBase {};
-struct HotPixelPart : CameraBase {};
 
-/// A method that calls a function with the open camera, without the interpreter lock. What the
-/// function returns becomes a record afterwards if there is one for it.
-template <typename Owner = CameraBase, typename Result, typename... Args>
+  template <typename Call>
+  auto use(Call call) {
+    return session->use(call);
+  }
+};
+struct DarkPart : CameraPart {};
+struct HotPixelPart : CameraPart {};
+
+/// A method that calls a function with the open camera. What the function returns becomes a record
+/// if there is one for it.
+template <typename Owner = Session, typename Result, typename... Args>
 auto withCamera(Result (*call)(Camera&, Args...)) {
-  return [call](const Owner& owner, Args... args) {
-    const auto run = [&] {
-      const Unlocked unlocked;
-      return owner.session->use([&](Camera& camera) { return call(camera, args...); });
-    };
-    if constexpr (requires { record(std::declval<Result>()); }) {
-      return record(run());
+  return [call](Owner& owner, Args... args) {
+    const auto bound = [&](Camera& camera) { return call(camera, args...); };
+    if constexpr (requires(Result result) { record(result); }) {
+      return record(owner.use(bound));
     } else {
-      return run();
+      return owner.use(bound);
     }
   };
 }

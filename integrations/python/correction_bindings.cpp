@@ -1,28 +1,23 @@
 // SPDX-License-Identifier: MIT
 // The classes Dark and HotPixels of the extension module.
 #include <string>
-#include <utility>
 
 #include "bindings.h"
-#include "video_reader.h"
 
 namespace orvik::python {
 namespace {
 
 /// Averages as many exposures as the library wants.
-void recordDark(const DarkPart& owner) {
-  const auto stop = +[](Camera& camera) {
-    std::error_code ignored;
-    camera.dark().stopRecording(ignored);
-  };
-  withCamera<DarkPart>(+[](Camera& camera) { camera.dark().startRecording(); })(owner);
-  const auto isOver = withCamera<DarkPart>(
-      +[](Camera& camera) { return camera.dark().recording().isOver == Orvik_TRUE; });
+void recordDark(DarkPart& dark) {
+  const auto isOver = [](Camera& camera) { return camera.dark().recording().isOver == Orvik_TRUE; };
+  dark.use([](Camera& camera) { camera.dark().startRecording(); });
   try {
-    while (!isOver(owner)) snap(owner.session);
+    while (!dark.use(isOver)) dark.session->snap();
   } catch (...) {
-    const Unlocked unlocked;
-    owner.session->release(stop);
+    dark.session->release([](Camera& camera) {
+      std::error_code ignored;
+      camera.dark().stopRecording(ignored);
+    });
     throw;
   }
 }
@@ -34,12 +29,11 @@ void bindDark(py::module_& module) {
       .def("record", &recordDark,
            "Averages 1 to 5 exposures with the present settings; cover the telescope first.\n"
            "The format must show the whole sensor in 8 bits, with bin 1.")
-      .def("load", withCamera<Owner>(+[](Camera& camera, std::string path) {
-             camera.dark().load(std::move(path));
+      .def("load", withCamera<Owner>(+[](Camera& camera, const std::string& path) {
+             camera.dark().load(path);
            }),
-           "Loads an 8-bit bitmap of the sensor's size, and subtracts it from now on. Settings "
-           "keep\n"
-           "its path if it is absolute.")
+           "Loads an 8-bit bitmap of the sensor's size, and subtracts it from now on. Settings\n"
+           "keep its path if it is absolute.")
       .def("save", withCamera<Owner>(+[](Camera& camera, const std::string& path) {
              camera.dark().save(path);
            }),
@@ -61,8 +55,7 @@ void bindHotPixels(py::module_& module) {
   py::class_<Owner>(module, "HotPixels",
                     "The table of hot pixels of a camera, and its correction in images.")
       .def("detect", withCamera<Owner>(+[](Camera& camera) { return camera.hotPixels().detect(); }),
-           "Finds the pixels that are 31 or more above the mean of the dark frame; returns how "
-           "many.")
+           "Finds the pixels 31 or more above the mean of the dark frame; returns how many.")
       .def("mark", withCamera<Owner>(+[](Camera& camera, int x, int y, bool isHot) {
              camera.hotPixels().mark({x, y}, isHot);
            }),

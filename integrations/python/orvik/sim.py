@@ -9,9 +9,6 @@ the bus back.
 """
 from __future__ import annotations
 
-from types import TracebackType
-from typing import Optional, Union
-
 from ._sim import models, plug, serial, unplug, unplug_all
 
 __all__ = ["VirtualCamera", "camera", "models", "unplug_all"]
@@ -35,12 +32,11 @@ class VirtualCamera:
     def __enter__(self) -> VirtualCamera:
         return self
 
-    def __exit__(self, kind: Optional[type[BaseException]], error: Optional[BaseException],
-                 trace: Optional[TracebackType]) -> None:
+    def __exit__(self, *_: object) -> None:
         self.unplug()
 
 
-def camera(model: str, **options: Union[str, int, float]) -> VirtualCamera:
+def camera(model: str, **options: str | float) -> VirtualCamera:
     """Plugs in a virtual camera of a model, such as "T15C". A wrong model or option is a ValueError.
 
     Frequent options: `scene` ("stars", "moon", "planet", "grey", "dark", "gradient"), `serial`
