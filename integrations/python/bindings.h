@@ -5,7 +5,6 @@
 
 #include <memory>
 
-#include "interpreter.h"
 #include "records.h"
 #include "session.h"
 
@@ -14,26 +13,41 @@ namespace orvik::python {
 /// What Python code holds of a part of a camera.
 struct CameraPart {
   std::shared_ptr<Session> session;
-
-  template <typename Call>
-  auto use(Call call) {
-    return session->use(call);
-  }
 };
 struct DarkPart : CameraPart {};
 struct HotPixelPart : CameraPart {};
 
-/// A method that calls a function with the open camera. What the function returns becomes a record
-/// if there is one for it.
-template <typename Owner = Session, typename Result, typename... Args>
-auto withCamera(Result (*call)(Camera&, Args...)) {
-  return [call](Owner& owner, Args... args) {
-    const auto bound = [&](Camera& camera) { return call(camera, args...); };
-    if constexpr (requires(Result result) { record(result); }) {
-      return record(owner.use(bound));
-    } else {
-      return owner.use(bound);
-    }
+/// Calls a function with the open camera. What it returns becomes a record if there is one for it.
+template <typename Call>
+auto callRecorded(Session& session, Call call) {
+  if constexpr (requires { record(session.use(call)); }) {
+    return record(session.use(call));
+  } else {
+    return session.use(call);
+  }
+}
+
+/// A method that calls a function with the open camera.
+template <typename Result, typename... Args>
+auto method(Result (*call)(Camera&, Args...)) {
+  return [call](Session& session, Args... args) {
+    return callRecorded(session, [&](Camera& camera) { return call(camera, args...); });
+  };
+}
+/// The same for its dark frame.
+template <typename Result, typename... Args>
+auto method(Result (*call)(DarkFrame, Args...)) {
+  return [call](DarkPart& part, Args... args) {
+    return callRecorded(*part.session,
+                        [&](Camera& camera) { return call(camera.dark(), args...); });
+  };
+}
+/// The same for its hot pixels.
+template <typename Result, typename... Args>
+auto method(Result (*call)(HotPixels, Args...)) {
+  return [call](HotPixelPart& part, Args... args) {
+    return callRecorded(*part.session,
+                        [&](Camera& camera) { return call(camera.hotPixels(), args...); });
   };
 }
 

@@ -39,27 +39,27 @@ void setId(Session& session, const std::string& bytes) {
 }
 
 void bindControls(Type& type) {
-  type.def("_controls", withCamera(+[](Camera& camera) {
+  type.def("_controls", method(+[](Camera& camera) {
              return std::vector<Control>(camera.controls().begin(), camera.controls().end());
            }))
-      .def("_read", withCamera(+[](Camera& camera, int control) {
+      .def("_read", method(+[](Camera& camera, int control) {
              const ControlValue now = camera.read(Orvik_CONTROL_TYPE{control});
              return std::pair(now.value, now.isAuto);
            }))
-      .def("_write", withCamera(+[](Camera& camera, int control, int value, bool isAuto) {
+      .def("_write", method(+[](Camera& camera, int control, int value, bool isAuto) {
              camera.write(Orvik_CONTROL_TYPE{control}, {value, isAuto});
            }))
-      .def("_format", withCamera(+[](Camera& camera) {
+      .def("_format", method(+[](Camera& camera) {
              const ImageFormat now = camera.format();
              return std::tuple(now.width, now.height, now.bin, int{now.type}, now.startX,
                                now.startY);
            }))
-      .def("_set_format", withCamera(+[](Camera& camera, int width, int height, int bin, int kind) {
+      .def("_set_format", method(+[](Camera& camera, int width, int height, int bin, int kind) {
              camera.setFormat(
                  {.width = width, .height = height, .bin = bin, .type = IMG_TYPE{kind}});
            }))
-      .def("_set_start", withCamera(+[](Camera& camera, int x, int y) { camera.setStart(x, y); }))
-      .def("save_settings", withCamera(+[](Camera& camera) { camera.saveSettings(); }),
+      .def("_set_start", method(+[](Camera& camera, int x, int y) { camera.setStart(x, y); }))
+      .def("save_settings", method(+[](Camera& camera) { camera.saveSettings(); }),
            "Saves the settings now, as closing the camera does.");
 }
 
@@ -71,7 +71,7 @@ void bindCapture(Type& type) {
   type.def(
           "snap", [](Session& session) { return record(session.snap(), session.info()); },
           "Takes a single exposure with the present settings, and waits for its image.")
-      .def("abort", withCamera(+[](Camera& camera) { camera.stopExposure(); }),
+      .def("abort", method(+[](Camera& camera) { camera.stopExposure(); }),
            "Ends the exposure for which another thread waits in snap(): that raises NoFrame.")
       .def("video", video, py::arg("count") = py::none(), py::arg("timeout") = py::none(),
            "Starts a video: `for frame in cam.video(100): ...`\n\n"
@@ -82,8 +82,7 @@ void bindCapture(Type& type) {
            "exposures and some ten seconds. A loop slower than the camera loses frames, which\n"
            "`info.lost_before` counts. The memory of a frame is used again when the program has\n"
            "let go of it.")
-      .def_property_readonly("readout",
-                             withCamera(+[](Camera& camera) { return camera.readout(); }),
+      .def_property_readonly("readout", method(+[](Camera& camera) { return camera.readout(); }),
                              "Bits of the converter, bytes of an image, and expected frame rate.");
 }
 
@@ -92,7 +91,7 @@ void bindGuiding(Type& type) {
            "Gives a guide pulse and waits for its end, up to 60 s. Pulses on different lines may\n"
            "overlap, from several threads. The wiring determines the direction in which line 0,\n"
            "1, 2 or 3 moves the mount.")
-      .def("guide_line", withCamera(+[](Camera& camera, int line, bool on) {
+      .def("guide_line", method(+[](Camera& camera, int line, bool on) {
              camera.setGuideLine(guideLine(line), on);
            }),
            py::arg("line"), py::arg("on"),
@@ -113,7 +112,7 @@ void bindCooling(Type& type) {
   type.def("_begin_cooling", begin)
       .def("_is_cooling_over", isOver)
       .def("stop_cooling", stop, "Switches the cooler off at once, wherever the ramp is.")
-      .def_property_readonly("cooler", withCamera(+[](Camera& camera) { return camera.cooler(); }),
+      .def_property_readonly("cooler", method(+[](Camera& camera) { return camera.cooler(); }),
                              "The status of the cooler; an error on a camera without one.");
 }
 
@@ -130,12 +129,12 @@ void bindCamera(py::module_& module) {
                              "How messages name it: \"Vek T15C 0012ABCD\".")
       .def_property_readonly(
           "info", [](Session& session) { return record(session.info()); }, "Its properties.")
-      .def_property("id", withCamera(+[](Camera& camera) { return camera.id(); }), &setId,
+      .def_property("id", method(+[](Camera& camera) { return camera.id(); }), &setId,
                     "32 bytes of the user's choice in the camera's flash; not during capture.\n"
                     "Writing takes about a second; fewer bytes are filled up with zeros.")
-      .def_property_readonly(
-          "firmware", withCamera(+[](Camera& camera) { return camera.firmware().version(); }),
-          "The versions of the camera.")
+      .def_property_readonly("firmware",
+                             method(+[](Camera& camera) { return camera.firmware().version(); }),
+                             "The versions of the camera.")
       .def_property_readonly(
           "dark", [](std::shared_ptr<Session> session) { return DarkPart{std::move(session)}; },
           "Its dark frame.")

@@ -9,7 +9,7 @@ the bus back.
 """
 from __future__ import annotations
 
-from ._sim import models, plug, serial, unplug, unplug_all
+from ._sim import models, plug, unplug, unplug_all
 
 __all__ = ["VirtualCamera", "camera", "models", "unplug_all"]
 
@@ -21,9 +21,8 @@ class VirtualCamera:
     __slots__ = ("model", "serial", "_id")
 
     def __init__(self, model: str, options: str) -> None:
-        self._id = plug(model, options)
+        self._id, self.serial = plug(model, options)
         self.model = model
-        self.serial = serial(self._id)
 
     def unplug(self) -> None:
         """Unplugs it, whatever it is doing. Does nothing when it is unplugged."""
