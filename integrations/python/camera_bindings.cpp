@@ -15,6 +15,11 @@ namespace {
 
 using Type = py::class_<Session, std::shared_ptr<Session>>;
 
+template <typename Part>
+Part partOf(std::shared_ptr<Session> session) {
+  return {std::move(session)};
+}
+
 GuideD guideLine(int line) {
   if (line < 0 || line > 3) throw py::value_error("guide lines are 0 to 3");
   return GuideD{line};
@@ -135,13 +140,8 @@ void bindCamera(py::module_& module) {
       .def_property_readonly("firmware",
                              method(+[](Camera& camera) { return camera.firmware().version(); }),
                              "The versions of the camera.")
-      .def_property_readonly(
-          "dark", [](std::shared_ptr<Session> session) { return DarkPart{std::move(session)}; },
-          "Its dark frame.")
-      .def_property_readonly(
-          "hot_pixels",
-          [](std::shared_ptr<Session> session) { return HotPixelPart{std::move(session)}; },
-          "Its table of hot pixels.");
+      .def_property_readonly("dark", &partOf<DarkPart>, "Its dark frame.")
+      .def_property_readonly("hot_pixels", &partOf<HotPixelPart>, "Its table of hot pixels.");
   bindControls(type);
   bindCapture(type);
   bindGuiding(type);

@@ -2,6 +2,7 @@
 #include "session.h"
 
 #include <algorithm>
+#include <future>
 
 namespace orvik::python {
 namespace {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <stop_token>
 #include <string>
 
 #include "imaging/cooling_run.h"
