@@ -1,38 +1,53 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <pybind11/chrono.h>
 #include <pybind11/stl.h>
 
-#include <utility>
+#include <memory>
 
-#include "interpreter.h"
 #include "records.h"
 #include "session.h"
 
 namespace orvik::python {
 
-/// What Python code holds of a camera: the camera itself, or a part of it.
-struct CameraBase {
+/// What Python code holds of a part of a camera.
+struct CameraPart {
   std::shared_ptr<Session> session;
 };
-struct DarkPart : CameraBase {};
-struct HotPixelPart : CameraBase {};
+struct DarkPart : CameraPart {};
+struct HotPixelPart : CameraPart {};
 
-/// A method that calls a function with the open camera, without the interpreter lock. What the
-/// function returns becomes a record afterwards if there is one for it.
-template <typename Owner = CameraBase, typename Result, typename... Args>
-auto withCamera(Result (*call)(Camera&, Args...)) {
-  return [call](const Owner& owner, Args... args) {
-    const auto run = [&] {
-      const Unlocked unlocked;
-      return owner.session->use([&](Camera& camera) { return call(camera, args...); });
-    };
-    if constexpr (requires { record(std::declval<Result>()); }) {
-      return record(run());
-    } else {
-      return run();
-    }
+/// Calls a function with the open camera. What it returns becomes a record if there is one for it.
+template <typename Call>
+auto callRecorded(Session& session, Call call) {
+  if constexpr (requires { record(session.use(call)); }) {
+    return record(session.use(call));
+  } else {
+    return session.use(call);
+  }
+}
+
+/// A method that calls a function with the open camera.
+template <typename Result, typename... Args>
+auto method(Result (*call)(Camera&, Args...)) {
+  return [call](Session& session, Args... args) {
+    return callRecorded(session, [&](Camera& camera) { return call(camera, args...); });
+  };
+}
+/// The same for its dark frame.
+template <typename Result, typename... Args>
+auto method(Result (*call)(DarkFrame, Args...)) {
+  return [call](DarkPart& part, Args... args) {
+    return callRecorded(*part.session,
+                        [&](Camera& camera) { return call(camera.dark(), args...); });
+  };
+}
+/// The same for its hot pixels.
+template <typename Result, typename... Args>
+auto method(Result (*call)(HotPixels, Args...)) {
+  return [call](HotPixelPart& part, Args... args) {
+    return callRecorded(*part.session,
+                        [&](Camera& camera) { return call(camera.hotPixels(), args...); });
   };
 }
 

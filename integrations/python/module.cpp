@@ -5,42 +5,43 @@
 #include <chrono>
 #include <exception>
 #include <thread>
-#include <utility>
+#include <vector>
 
 #include "bindings.h"
-#include "interpreter.h"
-#include "records.h"
 #include "video_reader.h"
 
 namespace orvik::python {
 namespace {
 
-/// Raises a library error as the class of orvik/errors.py for its code.
+/// Raises a library error as the class of orvik/errors.py for it.
 void translate(std::exception_ptr raised) {  // NOLINT: the type of a translator
   try {
     if (raised) std::rethrow_exception(raised);
   } catch (const Error& error) {
-    const bool isGone = dynamic_cast<const Unplugged*>(&error) != nullptr;
-    const bool isClosed = dynamic_cast<const Closed*>(&error) != nullptr;
-    const char* const known = isGone ? "Unplugged" : isClosed ? "Closed" : "";
-    const py::object made = py::module_::import("orvik.errors")
-                                .attr("make")(error.what(), int{error.orvikCode()}, known);
+    const auto* const named = dynamic_cast<const NamedError*>(&error);
+    const py::object made =
+        py::module_::import("orvik.errors")
+            .attr("make")(error.what(), int{error.orvikCode()}, named ? named->name : "");
     PyErr_SetObject(py::type::handle_of(made).ptr(), made.ptr());
   }
 }
 
 void bindVideo(py::module_& module) {
-  const auto self = [](py::object object) { return object; };
   py::class_<VideoReader>(module, "Video",
                           "The frames of a running video: see Camera.video(). The end of its\n"
                           "`with` block, or of the loop over it, stops the video.")
-      .def("__iter__", self)
+      .def("__iter__", [](py::object self) { return self; })
       .def("__next__", &VideoReader::next)
-      .def("__enter__", self)
+      .def("__enter__", [](py::object self) { return self; })
       .def("__exit__", [](VideoReader& video, const py::args&) { video.stop(); })
       .def("stop", &VideoReader::stop, "Stops the video. Any thread; a loop over it ends.")
       .def_property_readonly("lost", &VideoReader::lost,
                              "Frames lost so far, before the last one that was delivered.");
+}
+
+std::vector<Device> presentDevices() {
+  const Unlocked unlocked;
+  return devices();
 }
 
 /// Waits until something is plugged in or unplugged.
@@ -71,12 +72,6 @@ PYBIND11_MODULE(_orvik, module) {
   bindVideo(module);
   bindCamera(module);
   module.def("version", &OrvikGetVersion);
-  module.def("devices", [] {
-    const auto now = [] {
-      const Unlocked unlocked;
-      return orvik::devices();
-    }();
-    return record(now);
-  });
+  module.def("devices", [] { return record(presentDevices()); });
   module.def("wait_for_change", &waitForChange);
 }

@@ -5,11 +5,12 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include <algorithm>
 #include <chrono>
-#include <iterator>
+#include <optional>
+#include <string_view>
 #include <utility>
-#include <vector>
+
+#include "imaging/mosaic.h"
 
 namespace orvik::python {
 namespace {
@@ -23,28 +24,17 @@ py::object make(const char* name, Fields&&... fields) {
 
 bool yes(Orvik_BOOL value) { return value == Orvik_TRUE; }
 
-const char* name(BayerPattern pattern) {
-  switch (pattern) {
-    case BAYER_RG:
-      return "RGGB";
-    case BAYER_BG:
-      return "BGGR";
-    case BAYER_GR:
-      return "GRBG";
-    case BAYER_GB:
-      return "GBRG";
-  }
-  return "";
+/// "RGGB" or so; None without a mosaic.
+std::optional<std::string_view> nameOf(std::optional<BayerPattern> pattern) {
+  if (!pattern) return std::nullopt;
+  return imaging::mosaic(*pattern).name;
 }
 
-/// The library's numbers up to the one that ends their list, each made into an object.
-template <typename T, std::size_t kSize, typename Make>
-py::tuple listed(const T (&values)[kSize], T end, Make makeOne) {
-  py::list list;
-  for (const T* value = values; value != std::end(values) && *value != end; ++value) {
-    list.append(makeOne(int{*value}));
-  }
-  return {list};
+template <typename Range, typename Make>
+py::list list(const Range& values, Make makeOne) {
+  py::list made;
+  for (const auto& value : values) made.append(makeOne(value));
+  return made;
 }
 
 /// A time of day. datetime has no nanoseconds.
@@ -79,21 +69,17 @@ py::array arrayOf(const std::shared_ptr<Frame>& frame) {
 }  // namespace
 
 py::object record(const std::vector<Device>& devices) {
-  py::list list;
-  for (const Device& device : devices) {
-    list.append(make("Device", device.name, device.serial, device.port, device.identity,
-                     device.vendorId, device.productId, device.isOpen));
-  }
-  return list;
+  return list(devices, [](const Device& one) {
+    return make("Device", one.name, one.serial, one.port, one.identity, one.vendorId, one.productId,
+                one.isOpen);
+  });
 }
 
 py::object record(const std::vector<Control>& controls) {
-  py::list list;
-  for (const Control& one : controls) {
-    list.append(py::make_tuple(int{one.type()}, one.name(), one.description(), one.min(), one.max(),
-                               one.defaultValue(), one.hasAuto(), one.isWritable()));
-  }
-  return list;
+  return list(controls, [](const Control& one) {
+    return py::make_tuple(int{one.type()}, one.name(), one.description(), one.min(), one.max(),
+                          one.defaultValue(), one.hasAuto(), one.isWritable());
+  });
 }
 
 py::object record(const std::vector<Orvik_PIXEL>& pixels) {
@@ -109,13 +95,12 @@ py::object record(const std::array<std::uint8_t, sizeof(Orvik_ID::id)>& id) {
 }
 
 py::object record(const Orvik_CAMERA_INFO& info) {
-  const auto bins = listed(info.bins, 0, [](int bin) -> py::object { return py::int_(bin); });
+  const auto bayer = yes(info.colour) ? std::optional(info.bayer) : std::nullopt;
   const auto types =
-      listed(info.imageTypes, Orvik_IMG_END, [](int type) { return make("ImageType", type); });
+      list(imageTypesOf(info), [](IMG_TYPE type) { return make("ImageType", int{type}); });
   return make("CameraInfo", info.name, info.maxWidth, info.maxHeight, yes(info.colour),
-              yes(info.colour) ? py::cast(name(info.bayer)) : py::none(), bins, types,
-              info.pixelSizeUm, yes(info.hasST4), yes(info.hasCooler), yes(info.usb3Host),
-              yes(info.usb3Camera));
+              nameOf(bayer), py::tuple(py::cast(binsOf(info))), py::tuple(types), info.pixelSizeUm,
+              yes(info.hasST4), yes(info.hasCooler), yes(info.usb3Host), yes(info.usb3Camera));
 }
 
 py::object record(const Orvik_READOUT_INFO& info) {
@@ -143,7 +128,6 @@ py::object record(const Orvik_FIRMWARE_VERSION& version) {
 
 py::object record(const std::shared_ptr<Frame>& frame, const Orvik_CAMERA_INFO& camera) {
   const FrameInfo& info = frame->info();
-  const auto pattern = imageMosaic(camera, info);
   const auto region =
       py::make_tuple(info.startX, info.startY, info.width * info.bin, info.height * info.bin);
   const auto facts =
@@ -151,8 +135,8 @@ py::object record(const std::shared_ptr<Frame>& frame, const Orvik_CAMERA_INFO& 
            utc(info.exposureStart + info.utcOffset), utc(info.lastByte + info.utcOffset),
            static_cast<double>(info.uncertainty) / 1e9, static_cast<double>(info.exposureUs) / 1e6,
            info.gain, info.blackLevel, info.celsius(), make("ImageType", int{info.type}), info.bin,
-           region, make("Flip", info.flip), pattern ? py::cast(name(*pattern)) : py::none(),
-           yes(info.snapshot), yes(info.settled), camera.name);
+           region, make("Flip", info.flip), nameOf(imageMosaic(camera, info)), yes(info.snapshot),
+           yes(info.settled), camera.name);
   return make("Frame", arrayOf(frame), facts);
 }
 

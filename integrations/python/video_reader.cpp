@@ -2,46 +2,31 @@
 #include "video_reader.h"
 
 #include <algorithm>
-#include <thread>
+#include <chrono>
 #include <utility>
 
-#include "interpreter.h"
 #include "records.h"
 
 namespace orvik::python {
 
-using Clock = std::chrono::steady_clock;
-using Seconds = std::chrono::duration<double>;
-
 VideoReader::VideoReader(std::shared_ptr<Session> session, std::optional<std::int64_t> count,
                          std::optional<double> timeout)
     : session_(std::move(session)), left_(count), timeout_(timeout) {
-  const Unlocked unlocked;
   session_->use([this](Camera& camera) { video_.emplace(camera); });
 }
 
 py::object VideoReader::next() {
-  if (isStopped_ || (left_ && *left_ <= 0)) {
-    stop();
-    throw py::stop_iteration();
-  }
-  const auto frame = unusedFrame();
-  bool isRead = false;
-  bool isReader = false;
+  const auto alone = session_->claimImages();  // a thread that is refused does not stop the video
   try {
-    {
-      const Unlocked unlocked;
-      session_->useFrames([&](Camera& camera) {
-        isReader = true;
-        isRead = read(camera, *frame);
-      });
-    }
+    if (isStopped_ || (left_ && *left_ <= 0)) throw py::stop_iteration();
+    const auto frame = unusedFrame();
+    const bool isRead = session_->use([&](Camera& camera) { return read(camera, *frame); });
     if (!isRead) throw py::stop_iteration();
     if (left_) --*left_;
     lost_ += frame->info().lostBefore;
     return record(frame, session_->info());  // runs Python code, which may see Ctrl-C
   } catch (...) {
-    if (isReader) stop();  // a thread that was refused leaves the video to its reader
+    stop();
     throw;
   }
 }
@@ -56,44 +41,25 @@ std::shared_ptr<Frame> VideoReader::unusedFrame() {
 }
 
 bool VideoReader::read(Camera& camera, Frame& frame) {
+  using Clock = std::chrono::steady_clock;
+  using Seconds = std::chrono::duration<double>;
   const auto begun = Clock::now();
   while (!isStopped_) {
     std::error_code error;
     if (video_->next(frame, kSlice, error)) return true;
     if (isStopped_) break;
-    session_->requireOpen();
-    if (error) throw Error(Orvik_ERROR_CODE{error.value()}, camera.doing("reading a frame"));
-    checkSignals();
-    const Seconds limit = timeout_ ? Seconds(*timeout_) : Seconds(video_->limit());
-    if (Clock::now() - begun > limit) {
-      throw Error(Orvik_ERROR_TIMEOUT, camera.doing("reading a frame"));
+    session_->goOn();
+    if (!error) {
+      const Seconds limit = timeout_ ? Seconds(*timeout_) : Seconds(video_->limit());
+      if (Clock::now() - begun > limit) error = errorCode(Orvik_ERROR_TIMEOUT);
     }
+    if (error) throw Error(Orvik_ERROR_CODE{error.value()}, camera.doing("reading a frame"));
   }
   return false;
 }
 
 void VideoReader::stop() noexcept {
-  const Unlocked unlocked;
   if (!isStopped_.exchange(true)) session_->release([this](Camera&) { video_->stop(); });
-}
-
-py::object snap(const std::shared_ptr<Session>& session) {
-  const auto frame = std::make_shared<Frame>();
-  {
-    const Unlocked unlocked;
-    session->useFrames([&](Camera& camera) {
-      Snapshot snapshot(camera);
-      while (!snapshot.isReady()) {
-        session->requireOpen();
-        checkSignals();
-        const auto step =
-            std::chrono::duration_cast<std::chrono::milliseconds>(snapshot.left() / 2);
-        std::this_thread::sleep_for(std::clamp(step, std::chrono::milliseconds(1), kSlice));
-      }
-      snapshot.fetch(*frame);
-    });
-  }
-  return record(frame, session->info());
 }
 
 }  // namespace orvik::python

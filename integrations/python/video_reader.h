@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <pybind11/pybind11.h>
-
-#include <chrono>
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -28,7 +26,7 @@ class VideoReader {
   VideoReader& operator=(const VideoReader&) = delete;
 
   /// @throws pybind11::stop_iteration at the end
-  pybind11::object next();
+  py::object next();
   void stop() noexcept;
   /// Frames lost so far.
   [[nodiscard]] std::int64_t lost() const { return lost_; }
@@ -46,8 +44,5 @@ class VideoReader {
   std::vector<std::shared_ptr<Frame>> frames_;
   std::optional<Video> video_;
 };
-
-/// Takes a single exposure. Ctrl-C stops it.
-pybind11::object snap(const std::shared_ptr<Session>& session);
 
 }  // namespace orvik::python

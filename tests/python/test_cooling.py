@@ -17,7 +17,7 @@ def cooled():
 def test_a_ramp_in_the_background(cooled):
     begun = time.monotonic()
     cooled.cool(0, rate=60, background=True)
-    while cooled.target_temperature > 18 or not cooled.cooler_on:
+    while not cooled.cooler_on or cooled.target_temperature > 18:
         time.sleep(0.05)
     assert 1.5 <= time.monotonic() - begun < 10, "a degree a second"
     assert cooled.cooler.target == cooled.target_temperature

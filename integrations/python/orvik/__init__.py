@@ -18,7 +18,6 @@ from __future__ import annotations
 
 import time
 from collections.abc import Iterator
-from typing import Optional
 
 from . import _orvik
 from ._orvik import Dark, HotPixels, Video, devices
@@ -46,24 +45,23 @@ def open(identity: str = "") -> Camera:
     return Camera(identity)
 
 
-def watch(timeout: Optional[float] = None) -> Iterator[DeviceChange]:
+def watch(timeout: float | None = None) -> Iterator[DeviceChange]:
     """Follows what is plugged in and unplugged: `for change in orvik.watch(): ...`
 
     Cameras that are plugged in already come first. The iteration ends when nothing has changed for
     `timeout` seconds; without it, never.
     """
-    known: list[Device] = []
+    known: dict[tuple[str, str], Device] = {}
     count = 0
     last = time.monotonic()
     while True:
         count = _orvik.wait_for_change(count, 1 if timeout is None else min(timeout, 1))
-        now = devices()
         # An opened camera is still the same one.
-        names = {(device.identity, device.port): device for device in now}
-        before = {(device.identity, device.port): device for device in known}
+        now = {(device.identity, device.port): device for device in devices()}
+        gone = [DeviceChange(False, known[name]) for name in known if name not in now]
+        come = [DeviceChange(True, now[name]) for name in now if name not in known]
         known = now
-        for change in ([DeviceChange(False, before[name]) for name in before if name not in names]
-                       + [DeviceChange(True, names[name]) for name in names if name not in before]):
+        for change in gone + come:
             yield change
             last = time.monotonic()
         if timeout is not None and time.monotonic() - last >= timeout:

@@ -5,12 +5,13 @@ from __future__ import annotations
 import itertools
 import time
 from collections.abc import Callable
-from types import TracebackType
-from typing import Optional, Union
+from typing import TypeAlias
 
 from ._orvik import CameraBase
 from .controls import Attribute, Control
 from .records import CoolerStatus, Flip, ImageType
+
+Progress: TypeAlias = Callable[[CoolerStatus], None]
 
 
 class Camera(CameraBase):
@@ -45,8 +46,7 @@ class Camera(CameraBase):
     def __enter__(self) -> Camera:
         return self
 
-    def __exit__(self, kind: Optional[type[BaseException]], error: Optional[BaseException],
-                 trace: Optional[TracebackType]) -> None:
+    def __exit__(self, *_: object) -> None:
         self.close()
 
     def __repr__(self) -> str:
@@ -98,13 +98,13 @@ class Camera(CameraBase):
         return ImageType(self._format()[3])
 
     @type.setter
-    def type(self, type: Union[ImageType, str]) -> None:
+    def type(self, type: ImageType | str) -> None:
         start = self.start
         self.set_format(type=type)
         self.start = start
 
-    def set_format(self, width: Optional[int] = None, height: Optional[int] = None,
-                   bin: Optional[int] = None, type: Union[ImageType, str, None] = None) -> None:
+    def set_format(self, width: int | None = None, height: int | None = None,
+                   bin: int | None = None, type: ImageType | str | None = None) -> None:
         """Sets the format of images, and centres the region on the sensor.
 
         What is not given stays, except that another bin selects the whole sensor. The width must be
@@ -125,7 +125,7 @@ class Camera(CameraBase):
                          now_height if height is None else height, now_bin, now_type)
 
     def cool(self, to: float, rate: float = 3, background: bool = False,
-             progress: Optional[Callable[[CoolerStatus], None]] = None) -> None:
+             progress: Progress | None = None) -> None:
         """Moves the sensor's temperature to `to` whole degrees Celsius, `rate` degrees a minute, and
         holds it until stop_cooling(), or until the camera is closed.
 
@@ -135,38 +135,30 @@ class Camera(CameraBase):
         """
         to = round(to)
         limits = self.controls.get("TargetTemp")  # without a cooler, the library says so
-        if limits and not limits.min <= to <= limits.max or not rate > 0:
-            raise ValueError(f"the cooler takes no ramp to {to} at {rate} degrees a minute")
-        self._begin_cooling(to, rate)
-        if not background:
-            self._follow(to, progress)
+        if limits and not limits.min <= to <= limits.max:
+            raise ValueError(f"the cooler takes {limits.min} to {limits.max} °C, not {to}")
+        self._follow_ramp(to, rate, background, progress)
 
     def warm_up(self, rate: float = 3, background: bool = False,
-                progress: Optional[Callable[[CoolerStatus], None]] = None) -> None:
+                progress: Progress | None = None) -> None:
         """Moves the temperature back to where it was before cool(), and waits for the end of the
         ramp. Then the cooler is switched off; with `background`, by stop_cooling() or close()."""
-        if not rate > 0:
-            raise ValueError("a ramp needs a rate above 0")
-        self._begin_cooling(None, rate)
+        self._follow_ramp(None, rate, background, progress)
         if not background:
-            self._follow(None, progress)
             self.stop_cooling()
 
-    def stop_cooling(self) -> None:
-        """Switches the cooler off at once, wherever the ramp is."""
-        self._end_cooling()
-
-    def _follow(self, to: Optional[int],
-                progress: Optional[Callable[[CoolerStatus], None]]) -> None:
+    def _follow_ramp(self, to: int | None, rate: float, background: bool,
+                     progress: Progress | None) -> None:
+        if not rate > 0:
+            raise ValueError("a ramp needs a rate above 0")
+        self._begin_cooling(to, rate)
+        if background:
+            return
         try:
             for tick in itertools.count():
-                status = self.cooler
                 over = self._is_cooling_over()
-                if to is not None and self.target_temperature == to:
-                    # Colder than this the library does not regulate.
-                    over = over or abs(status.temperature - max(to, -19)) <= 1
                 if progress is not None and (over or tick % 10 == 0):
-                    progress(status)
+                    progress(self.cooler)
                 if over:
                     return
                 time.sleep(0.1)

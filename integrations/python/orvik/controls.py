@@ -5,7 +5,7 @@ from __future__ import annotations
 from collections.abc import Callable
 from enum import Enum
 from operator import index
-from typing import Any, Final, Generic, NamedTuple, Optional, TypeVar, Union, overload
+from typing import Any, Final, Generic, NamedTuple, TypeVar
 
 from ._orvik import CameraBase
 from .records import Flip
@@ -75,8 +75,7 @@ class Control:
             self.auto = True
             return
         low, high = self._limits
-        isFloat = self._unit.type is float
-        scaled = float(value) * self._unit.steps if isFloat else index(value)
+        scaled = float(value) * self._unit.steps if self._unit.type is float else index(value)
         if not low - 0.5 <= scaled <= high + 0.5:  # not a number fails as well
             limits = f"{self.min} to {self.max} {self.unit}".rstrip()
             raise ValueError(f"{self.name}: {value} is not within {limits}")
@@ -114,17 +113,11 @@ class Attribute(Generic[T]):
             raise AttributeError(f"{camera.label} has no {self._name}")
         return Control(camera, found[0])
 
-    @overload
-    def __get__(self, camera: None, owner: type) -> Attribute[T]: ...
-
-    @overload
-    def __get__(self, camera: CameraBase, owner: type) -> T: ...
-
-    def __get__(self, camera: Optional[CameraBase], owner: type) -> Union[Attribute[T], T]:
-        if camera is None:
-            return self
+    def __get__(self, camera: CameraBase | None, owner: type) -> T:
+        if camera is None:  # read from the class, by documentation tools
+            return self  # type: ignore[return-value]
         value: T = self._of(camera).value
         return value
 
-    def __set__(self, camera: CameraBase, value: Union[T, Auto]) -> None:
+    def __set__(self, camera: CameraBase, value: T | Auto) -> None:
         self._of(camera).value = value

@@ -52,6 +52,6 @@ _BY_CODE = {5: OpenFailed, 11: NoFrame, 40: NoDevice, 41: SeveralDevices, 42: Ti
 _BY_NAME = {"Closed": Closed, "Unplugged": Unplugged}
 
 
-def make(message: str, code: int, known: str) -> Error:
-    """Makes the exception for a code, or the one that is known. The extension module calls it."""
-    return _BY_NAME.get(known, _BY_CODE.get(code, Error))(message, code)
+def make(message: str, code: int, name: str) -> Error:
+    """Makes the exception of a name, else the one for a code. The extension module calls it."""
+    return _BY_NAME.get(name, _BY_CODE.get(code, Error))(message, code)

@@ -5,7 +5,7 @@ from __future__ import annotations
 from dataclasses import dataclass
 from datetime import datetime, timezone
 from enum import IntEnum, IntFlag
-from typing import Any, Optional
+from typing import Any
 
 import numpy as np
 
@@ -67,7 +67,7 @@ class CameraInfo:
     width: int  # of the sensor, pixels
     height: int  # of the sensor, pixels
     colour: bool
-    bayer: Optional[str]  # of the sensor's top left 2 x 2 pixels, "RGGB" or so; None if monochrome
+    bayer: str | None  # of the sensor's top left 2 x 2 pixels, "RGGB" or so; None if monochrome
     bins: tuple[int, ...]
     types: tuple[ImageType, ...]
     pixel_size: float  # micrometres
@@ -90,12 +90,12 @@ class FrameInfo:
     exposure: float  # seconds
     gain: int  # in the sensor's steps
     black_level: int  # in the sensor's steps
-    temperature: Optional[float]  # of the sensor, degrees Celsius; None without a recent reading
+    temperature: float | None  # of the sensor, degrees Celsius; None without a recent reading
     type: ImageType
     bin: int
     region: tuple[int, int, int, int]  # left, top, width, height on the sensor, unbinned pixels
     flip: Flip
-    bayer: Optional[str]  # of the image's top left 2 x 2 pixels as they are; None if not a mosaic
+    bayer: str | None  # of the image's top left 2 x 2 pixels as they are; None if not a mosaic
     snapshot: bool  # False for a frame of a video
     settled: bool  # whether the settings were in effect for the whole exposure
     camera: str  # display name of the model
@@ -140,7 +140,7 @@ class CoolerStatus:
     power: int  # percent
     temperature: float  # last valid reading, degrees Celsius
     valid: bool  # whether the last reading was valid
-    age: Optional[int]  # of the last valid reading, seconds; None when there was none yet
+    age: int | None  # of the last valid reading, seconds; None when there was none yet
     fault: CoolerFault
 
 

@@ -9,10 +9,7 @@ the bus back.
 """
 from __future__ import annotations
 
-from types import TracebackType
-from typing import Optional, Union
-
-from ._sim import models, plug, serial, unplug, unplug_all
+from ._sim import models, plug, unplug, unplug_all
 
 __all__ = ["VirtualCamera", "camera", "models", "unplug_all"]
 
@@ -24,9 +21,8 @@ class VirtualCamera:
     __slots__ = ("model", "serial", "_id")
 
     def __init__(self, model: str, options: str) -> None:
-        self._id = plug(model, options)
+        self._id, self.serial = plug(model, options)
         self.model = model
-        self.serial = serial(self._id)
 
     def unplug(self) -> None:
         """Unplugs it, whatever it is doing. Does nothing when it is unplugged."""
@@ -35,12 +31,11 @@ class VirtualCamera:
     def __enter__(self) -> VirtualCamera:
         return self
 
-    def __exit__(self, kind: Optional[type[BaseException]], error: Optional[BaseException],
-                 trace: Optional[TracebackType]) -> None:
+    def __exit__(self, *_: object) -> None:
         self.unplug()
 
 
-def camera(model: str, **options: Union[str, int, float]) -> VirtualCamera:
+def camera(model: str, **options: str | float) -> VirtualCamera:
     """Plugs in a virtual camera of a model, such as "T15C". A wrong model or option is a ValueError.
 
     Frequent options: `scene` ("stars", "moon", "planet", "grey", "dark", "gradient"), `serial`
