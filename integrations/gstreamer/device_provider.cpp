@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Lists cameras for GstDeviceMonitor. No camera is opened for it.
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
