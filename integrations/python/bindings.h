@@ -36,7 +36,7 @@ auto method(Result (*call)(Camera&, Args...)) {
 }
 /// The same for its dark frame.
 template <typename Result, typename... Args>
-auto method(Result (*call)(DarkFrame, Args...)) {
+auto method(Result (*call)(const DarkFrame&, Args...)) {
   return [call](DarkPart& part, Args... args) {
     return callRecorded(*part.session,
                         [&](Camera& camera) { return call(camera.dark(), args...); });
@@ -44,7 +44,7 @@ auto method(Result (*call)(DarkFrame, Args...)) {
 }
 /// The same for its hot pixels.
 template <typename Result, typename... Args>
-auto method(Result (*call)(HotPixels, Args...)) {
+auto method(Result (*call)(const HotPixels&, Args...)) {
   return [call](HotPixelPart& part, Args... args) {
     return callRecorded(*part.session,
                         [&](Camera& camera) { return call(camera.hotPixels(), args...); });

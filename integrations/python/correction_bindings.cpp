@@ -29,38 +29,40 @@ void bindCorrections(py::module_& module) {
       .def("record", &recordDark,
            "Averages 1 to 5 exposures with the present settings; cover the telescope first.\n"
            "The format must show the whole sensor in 8 bits, with bin 1.")
-      .def("load", method(+[](DarkFrame dark, const std::string& path) { dark.load(path); }),
+      .def("load", method(+[](const DarkFrame& dark, const std::string& path) { dark.load(path); }),
            "Loads an 8-bit bitmap of the sensor's size, and subtracts it from now on. Settings\n"
            "keep its path if it is absolute.")
-      .def("save", method(+[](DarkFrame dark, const std::string& path) { dark.save(path); }),
+      .def("save", method(+[](const DarkFrame& dark, const std::string& path) { dark.save(path); }),
            "Saves it as a bitmap. Settings keep its path if it is absolute.")
-      .def("disable", method(+[](DarkFrame dark) { dark.disable(); }),
+      .def("disable", method(+[](const DarkFrame& dark) { dark.disable(); }),
            "Ends the subtraction and forgets the file.")
-      .def_property(
-          "enabled", method(+[](DarkFrame dark) { return dark.info().inUse == Orvik_TRUE; }),
-          method(+[](DarkFrame dark, bool on) { dark.use(on); }), "Whether it is subtracted.")
-      .def_property_readonly("info", method(+[](DarkFrame dark) { return dark.info(); }),
+      .def_property("enabled",
+                    method(+[](const DarkFrame& dark) { return dark.info().inUse == Orvik_TRUE; }),
+                    method(+[](const DarkFrame& dark, bool on) { dark.use(on); }),
+                    "Whether it is subtracted.")
+      .def_property_readonly("info", method(+[](const DarkFrame& dark) { return dark.info(); }),
                              "What there is.");
 
   py::class_<HotPixelPart>(module, "HotPixels",
                            "The table of hot pixels of a camera, and its correction in images.")
-      .def("detect", method(+[](HotPixels table) { return table.detect(); }),
+      .def("detect", method(+[](const HotPixels& table) { return table.detect(); }),
            "Finds the pixels 31 or more above the mean of the dark frame; returns how many.")
-      .def("mark", method(+[](HotPixels table, int x, int y, bool isHot) {
+      .def("mark", method(+[](const HotPixels& table, int x, int y, bool isHot) {
              table.mark({x, y}, isHot);
            }),
            py::arg("x"), py::arg("y"), py::arg("hot") = true,
            "Marks a pixel of the sensor as hot, or as good.")
-      .def("save", method(+[](HotPixels table) { table.save(); }),
+      .def("save", method(+[](const HotPixels& table) { table.save(); }),
            "Writes the table into the camera's flash and verifies it; takes seconds.")
-      .def("load", method(+[](HotPixels table) { return table.load(); }),
+      .def("load", method(+[](const HotPixels& table) { return table.load(); }),
            "Reads the table from the camera's flash, as opening does; returns its length.")
-      .def_property(
-          "enabled", method(+[](HotPixels table) { return table.info().isOn == Orvik_TRUE; }),
-          method(+[](HotPixels table, bool on) { table.use(on); }), "Whether images are corrected.")
-      .def_property_readonly("info", method(+[](HotPixels table) { return table.info(); }),
+      .def_property("enabled",
+                    method(+[](const HotPixels& table) { return table.info().isOn == Orvik_TRUE; }),
+                    method(+[](const HotPixels& table, bool on) { table.use(on); }),
+                    "Whether images are corrected.")
+      .def_property_readonly("info", method(+[](const HotPixels& table) { return table.info(); }),
                              "What there is.")
-      .def_property_readonly("array", method(+[](HotPixels table) { return table.list(); }),
+      .def_property_readonly("array", method(+[](const HotPixels& table) { return table.list(); }),
                              "N x 2: column and row of each, row by row.");
 }
 

@@ -54,7 +54,7 @@ void Session::goOn() const {
 
 std::shared_ptr<Frame> Session::snap() {
   const auto alone = claimImages();
-  const auto frame = std::make_shared<Frame>();
+  auto frame = std::make_shared<Frame>();
   wait([&](Camera& camera, const std::stop_token& stop) { *frame = orvik::snap(camera, stop); });
   return frame;
 }
