@@ -51,7 +51,7 @@ void replaceBusOnRequest() {
   if (trouble.empty()) return;
   // It may quote the variable, which can contain anything.
   std::ranges::replace_if(
-      trouble, [](char c) { return c >= 0 && c < ' '; }, ' ');
+      trouble, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
   std::fprintf(stderr, "orvik: ORVIK_SIM: %s No camera is used.\n", trouble.c_str());
 }
 
