@@ -96,8 +96,8 @@ bool CameraDevice::postpone(Request request, const char* property, const Value v
   postponed_.emplace_back([this, request, property = std::string(property),
                            copies = std::vector<Value>(values, values + count),
                            texts = std::vector<std::string>(names, names + count)]() mutable {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) pointers.push_back(text.data());
+    std::vector<char*> pointers(texts.size());
+    std::ranges::transform(texts, pointers.begin(), [](std::string& text) { return text.data(); });
     (this->*request)(getDeviceName(), property.c_str(), copies.data(), pointers.data(),
                      static_cast<int>(pointers.size()));
   });
