@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "imaging/colour_order.h"
 #include "imaging/mosaic.h"
 #include "imaging/time_text.h"
 
@@ -113,18 +114,6 @@ void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("OBSERVER", info.observer, "who observed");
   fits.key("TELESCOP", info.telescope, "telescope");
   fits.key("SWCREATE", info.software, "program that wrote this file");
-}
-
-/// Blue, green, red pixel by pixel become a red, a green and a blue plane.
-std::vector<std::uint8_t> planesOf(std::span<const std::uint8_t> bgr) {
-  const std::size_t count = bgr.size() / 3;
-  std::vector<std::uint8_t> planes(bgr.size());
-  for (std::size_t i = 0; i < count; ++i) {
-    planes[i] = bgr[3 * i + 2];
-    planes[count + i] = bgr[3 * i + 1];
-    planes[2 * count + i] = bgr[3 * i];
-  }
-  return planes;
 }
 
 void writePixels(FitsFile& fits, const Image& image) {

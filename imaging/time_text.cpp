@@ -16,17 +16,18 @@ constexpr std::int64_t kUnixEpochTicks = 621'355'968'000'000'000;
 
 }  // namespace
 
-std::string utcText(system_clock::time_point time) {
-  const auto whole = std::chrono::floor<std::chrono::milliseconds>(time);
+std::string utcText(system_clock::time_point time, int decimals) {
+  const auto whole = std::chrono::floor<std::chrono::microseconds>(time);
   const auto seconds = std::chrono::floor<std::chrono::seconds>(whole);
   const std::time_t calendar = system_clock::to_time_t(seconds);
   std::tm utc = {};
   gmtime_r(&calendar, &utc);
   std::array<char, 80> text{};
-  std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03d", utc.tm_year + 1900,
+  std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%06d", utc.tm_year + 1900,
                 utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
                 static_cast<int>((whole - seconds).count()));
-  return text.data();
+  const std::string all = text.data();
+  return all.substr(0, all.size() - 6 + static_cast<std::size_t>(decimals));
 }
 
 std::int64_t ticksUtc(system_clock::time_point time) {

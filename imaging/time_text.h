@@ -7,8 +7,8 @@
 
 namespace orvik::imaging {
 
-/// UTC as FITS writes it: "2024-02-29T12:34:56.789", cut to milliseconds.
-std::string utcText(std::chrono::system_clock::time_point time);
+/// UTC as FITS writes it: "2024-02-29T12:34:56.789", cut to so many decimals, 1 to 6.
+std::string utcText(std::chrono::system_clock::time_point time, int decimals = 3);
 
 /// Ticks of 100 ns since the start of year 1, UTC.
 std::int64_t ticksUtc(std::chrono::system_clock::time_point time);

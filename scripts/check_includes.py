@@ -44,7 +44,7 @@ MAY_USE |= {
     "tools/manual": {"tools/orvikctl", "tools/simcam", "src/controls", "src/state"} | PUBLIC,
     "vm": PUBLIC,
     "examples": PUBLIC,
-    "integrations/indi": PUBLIC,
+    "integrations/indi": PUBLIC | {"imaging"},
     "integrations/python": PUBLIC | {"imaging"},
 }
 # Headers of another library that stay inside one room.

@@ -5,20 +5,17 @@
 #include <cmath>
 #include <cstring>
 
-#include "event_thread.h"
-
 namespace orvik::indi {
-namespace {
 
-constexpr const char* kInfoTab = "Camera";
-
-}  // namespace
-
-CameraDevice::CameraDevice(Device device) : device_(std::move(device)) {
+CameraDevice::CameraDevice(const std::string& name) {
   setVersion(ORVIK_VERSION_MAJOR, ORVIK_VERSION_MINOR);
+  setDeviceName(name.c_str());
 }
 
 bool CameraDevice::initProperties() {
+  constexpr const char* kTab = "Camera";
+  constexpr double kTimeout = 60;  // seconds
+  const char* const device = getDeviceName();
   INDI::CCD::initProperties();
   SetCCDCapability(CCD_CAN_ABORT | CCD_CAN_BIN | CCD_CAN_SUBFRAME | CCD_HAS_ST4_PORT |
                    CCD_HAS_STREAMING);
@@ -26,60 +23,69 @@ bool CameraDevice::initProperties() {
   addConfigurationControl();
   addPollPeriodControl();
 
-  initCooler();
-  const std::array<const char*, 4> directions{"NORTH", "SOUTH", "EAST", "WEST"};
-  for (std::size_t n = 0; n < directions.size(); ++n) {
-    guideLines_[n].fill(directions[n], directions[n], "%.f", 0, 3, 1, static_cast<double>(n));
-  }
-  guideLines_.fill(getDeviceName(), "GUIDE_LINES", "Guide lines", GUIDE_CONTROL_TAB, IP_RW, 60,
+  coolerSwitch_[0].fill("COOLER_ON", "On", ISS_OFF);
+  coolerSwitch_[1].fill("COOLER_OFF", "Off", ISS_ON);
+  coolerSwitch_.fill(device, "CCD_COOLER", "Cooler", MAIN_CONTROL_TAB, IP_RW, ISR_1OFMANY, kTimeout,
+                     IPS_IDLE);
+  coolerPower_[0].fill("CCD_COOLER_VALUE", "Power (%)", "%.f", 0, 100, 1, 0);
+  coolerPower_.fill(device, "CCD_COOLER_POWER", "Cooler power", MAIN_CONTROL_TAB, IP_RO, kTimeout,
+                    IPS_IDLE);
+  guideLines_[kNorth].fill("NORTH", "NORTH", "%.f", 0, 3, 1, 0);
+  guideLines_[kSouth].fill("SOUTH", "SOUTH", "%.f", 0, 3, 1, 1);
+  guideLines_[kEast].fill("EAST", "EAST", "%.f", 0, 3, 1, 2);
+  guideLines_[kWest].fill("WEST", "WEST", "%.f", 0, 3, 1, 3);
+  guideLines_.fill(device, "GUIDE_LINES", "Guide lines", GUIDE_CONTROL_TAB, IP_RW, kTimeout,
                    IPS_IDLE);
   readout_[0].fill("USB_PORT", "USB generation of the port", "%.f", 2, 3, 1, 0);
   readout_[1].fill("FRAME_RATE", "Expected frames/s", "%.2f", 0, 100000, 0, 0);
   readout_[2].fill("LOST_FRAMES", "Lost frames", "%.f", 0, 1e9, 1, 0);
-  readout_.fill(getDeviceName(), "CAMERA_READOUT", "Read-out", kInfoTab, IP_RO, 60, IPS_IDLE);
-
-  IUFillText(&cameraTexts_[0], "MODEL", "Model", "");
-  IUFillText(&cameraTexts_[1], "SERIAL", "Serial number", "");
-  IUFillText(&cameraTexts_[2], "PORT", "Port", "");
-  IUFillText(&cameraTexts_[3], "FIRMWARE", "Firmware", "");
-  IUFillText(&cameraTexts_[4], "LIBRARY", "liborvik", OrvikGetVersion());
-  IUFillTextVector(&cameraText_, cameraTexts_, 5, getDeviceName(), "CAMERA_INFO", "Camera",
-                   kInfoTab, IP_RO, 60, IPS_IDLE);
+  readout_.fill(device, "CAMERA_READOUT", "Read-out", kTab, IP_RO, kTimeout, IPS_IDLE);
+  about_.fill(device, "CAMERA_INFO", "Camera", kTab, IP_RO, kTimeout, IPS_IDLE);
+  SetTimer(getCurrentPollingPeriod());
   return true;
+}
+
+void CameraDevice::setUp() {
+  const Orvik_CAMERA_INFO& info = opened_.info;
+  const bool hasCooler = info.hasCooler == Orvik_TRUE;
+  std::uint32_t abilities = GetCCDCapability();
+  if (hasCooler) abilities |= CCD_HAS_COOLER;
+  if (info.colour == Orvik_TRUE) abilities |= CCD_HAS_BAYER;
+  SetCCDCapability(abilities);
+  TemperatureNP.p = hasCooler ? IP_RW : IP_RO;
+  showTemperature(opened_.values);
+  setUpChip();
+  controls_.build(getDeviceName(), opened_.controls, opened_.values);
+  about_[0].fill("MODEL", "Model", info.name);
+  about_[1].fill("SERIAL", "Serial number", device_.serial);
+  about_[2].fill("PORT", "Port", device_.port);
+  about_[3].fill("FIRMWARE", "Firmware", opened_.firmware);
+  about_[4].fill("LIBRARY", "liborvik", OrvikGetVersion());
+
+  properties_ = controls_.properties();
+  if (hasCooler) {
+    properties_.insert(properties_.end(), {coolerSwitch_, coolerPower_});
+  } else {
+    properties_.emplace_back(&TemperatureNP);
+  }
+  properties_.insert(properties_.end(), {guideLines_, readout_, about_});
 }
 
 bool CameraDevice::updateProperties() {
   INDI::CCD::updateProperties();
-  const bool hasCooler = opened_.info.hasCooler == Orvik_TRUE;
-  if (isConnected()) {
-    controls_.define();
-    if (hasCooler) {
-      defineProperty(coolerSwitch_);
-      defineProperty(coolerPower_);
+  for (INDI::Property& property : properties_) {
+    if (isConnected()) {
+      defineProperty(property);
     } else {
-      defineProperty(&TemperatureNP);
+      deleteProperty(property);
     }
-    defineProperty(guideLines_);
-    defineProperty(readout_);
-    defineProperty(&cameraText_);
-  } else {
-    controls_.remove();
-    if (hasCooler) {
-      deleteProperty(coolerSwitch_.getName());
-      deleteProperty(coolerPower_.getName());
-    } else {
-      deleteProperty(TemperatureNP.name);
-    }
-    deleteProperty(guideLines_.getName());
-    deleteProperty(readout_.getName());
-    deleteProperty(cameraText_.name);
   }
   return true;
 }
 
 bool CameraDevice::saveConfigItems(FILE* file) {
   INDI::CCD::saveConfigItems(file);
-  controls_.save(file);
+  for (const INDI::Property& property : controls_.properties()) property.save(file);
   guideLines_.save(file);
   return true;
 }
@@ -90,9 +96,8 @@ bool CameraDevice::postpone(Request request, const char* property, const Value v
   postponed_.emplace_back([this, request, property = std::string(property),
                            copies = std::vector<Value>(values, values + count),
                            texts = std::vector<std::string>(names, names + count)]() mutable {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size());
-    for (std::string& text : texts) pointers.push_back(text.data());
+    std::vector<char*> pointers(texts.size());
+    std::ranges::transform(texts, pointers.begin(), [](std::string& text) { return text.data(); });
     (this->*request)(getDeviceName(), property.c_str(), copies.data(), pointers.data(),
                      static_cast<int>(pointers.size()));
   });
@@ -109,7 +114,7 @@ bool CameraDevice::ISNewNumber(const char* device, const char* name, double valu
       return true;
     }
     if (guideLines_.isNameMatch(name)) return guideLinesRequested(values, names, count);
-    if (stopsGuiding(name, values, count)) return true;
+    if (endsPulse(name, values, count)) return true;
     if (std::strcmp(name, TemperatureNP.name) == 0) {
       if (TemperatureNP.p == IP_RO) return false;
       values[0] = std::round(values[0]);  // the camera regulates to whole degrees
@@ -117,8 +122,8 @@ bool CameraDevice::ISNewNumber(const char* device, const char* name, double valu
   }
   const bool isHandled = INDI::CCD::ISNewNumber(device, name, values, names, count);
   // INDI shows what the client asked for: show what it gets.
-  if (std::strcmp(name, "CCD_FRAME") == 0) setFrame(regionOf(format_));
-  if (isStreaming_ && std::strcmp(name, "STREAMING_EXPOSURE") == 0) setStreamExposure();
+  if (std::strcmp(name, "CCD_FRAME") == 0) showRegion();
+  if (isStreaming_ && std::strcmp(name, "STREAMING_EXPOSURE") == 0) setStreamExposure(service_);
   return isHandled;
 }
 
@@ -128,55 +133,17 @@ bool CameraDevice::ISNewSwitch(const char* device, const char* name, ISState* st
   if (mustWait(name)) return postpone(&CameraDevice::ISNewSwitch, name, states, names, count);
   if (std::strcmp(name, "CONNECTION") == 0) return connectionRequested(states, names, count);
   if (link_ == Link::kOpen) {
-    if (coolerSwitch_.isNameMatch(name)) return coolerRequested(states, names, count);
     if (const auto changes = controls_.requested(name, states, names, count)) {
       setControls(name, *changes);
       return true;
     }
+    if (coolerSwitch_.isNameMatch(name)) return coolerRequested(states, names, count);
   }
   return INDI::CCD::ISNewSwitch(device, name, states, names, count);
 }
 
-void CameraDevice::setControls(const char* property, const ControlValues& changes) {
-  const bool concernsImage = std::any_of(changes.begin(), changes.end(), [](const auto& change) {
-    return change.first != Orvik_CTL_TARGET_TEMP && change.first != Orvik_CTL_COOLER_ON;
-  });
-  if (isExposing_ && concernsImage) LOG_INFO("The setting takes effect after the exposure.");
-  ++controlChanges_;
-  // What concerns the image waits for the end of an exposure; in a video it acts at once.
-  Worker& worker = concernsImage && !isStreaming_ ? captures_ : service_;
-  worker.post([this, name = std::string(property), changes](const std::stop_token&) {
-    writeControls(name, changes);
-  });
-}
-
-void CameraDevice::writeControls(const std::string& property, const ControlValues& changes) {
-  const bool isAutoMode = property == "CCD_CONTROLS_AUTO";
-  ControlValues now;
-  bool isDone = true;
-  for (const auto& [type, value] : changes) {
-    try {
-      const std::int32_t number = isAutoMode ? camera_.read(type).value : value.value;
-      camera_.write(type, {number, value.isAuto});
-      now[type] = camera_.read(type);
-    } catch (const Error& error) {
-      isDone = false;
-      fail(error);
-    }
-  }
-  onEventThread([this, property, now, isDone] {
-    if (link_ != Link::kOpen) return;
-    ++controlChanges_;
-    for (const auto& [type, value] : now) opened_.values[type] = wanted_[type] = value;
-    if (!isStreaming_) setStreamFormat();  // a flip exchanges the colours of the mosaic
-    controls_.show(now);
-    controls_.finish(property.c_str(), isDone);
-  });
-}
-
 void CameraDevice::TimerHit() {
-  timer_ = -1;
-  if (link_ == Link::kClosed && isReturning_) open(true);
+  if (link_ == Link::kClosed && isReturning_) open();
   if (link_ == Link::kOpen) {
     if (isExposing_) {
       const std::chrono::duration<double> left = exposureEnd_ - Clock::now();
@@ -186,50 +153,7 @@ void CameraDevice::TimerHit() {
     if (isUploading_ && !isExposing_ && !PrimaryCCD.isExposing()) uploaded();
     poll();
   }
-  if (link_ != Link::kClosed || isReturning_) restartTimer();
-}
-
-ControlValues CameraDevice::readControls() const {
-  ControlValues values;
-  for (const Control& control : camera_.controls()) {
-    std::error_code error;
-    const ControlValue value = control.read(error);
-    if (!error) values[control.type()] = value;
-  }
-  return values;
-}
-
-void CameraDevice::poll() {
-  if (std::exchange(isPolling_, true)) return;
-  service_.post([this, changes = controlChanges_, number = connection_](const std::stop_token&) {
-    Status status;
-    status.values = readControls();
-    std::error_code error;
-    if (const auto cooler = camera_.cooler(error); !error) status.cooler = cooler;
-    status.readout = camera_.readout(error);
-    status.lostFrames = camera_.droppedFrames(error);
-    onEventThread([this, changes, number, status] {
-      isPolling_ = false;
-      if (link_ != Link::kOpen || number != connection_) return;
-      if (changes == controlChanges_) controls_.show(status.values);
-      showStatus(status);
-    });
-  });
-}
-
-void CameraDevice::showStatus(const Status& status) {
-  showTemperature(status);
-  const std::array<double, 3> values{opened_.info.usb3Host == Orvik_TRUE ? 3.0 : 2.0,
-                                     status.readout.frameRate,
-                                     static_cast<double>(status.lostFrames)};
-  bool isChanged = false;
-  for (std::size_t n = 0; n < values.size(); ++n) {
-    isChanged = isChanged || readout_[n].getValue() != values[n];
-    readout_[n].setValue(values[n]);
-  }
-  if (!isChanged) return;
-  readout_.setState(IPS_OK);
-  readout_.apply();
+  SetTimer(getCurrentPollingPeriod());
 }
 
 }  // namespace orvik::indi

@@ -8,15 +8,14 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
 #include "control_panel.h"
-#include "frame_format.h"
+#include "imaging/region.h"
+#include "imaging/worker.h"
 #include "orvik/orvik.hpp"
-#include "worker.h"
 
 namespace orvik::indi {
 
@@ -26,9 +25,12 @@ namespace orvik::indi {
 /// All members but `camera_` belong to INDI's event thread. The camera is used by the workers only,
 /// so that the event thread never waits for it: `captures_` takes exposures and streams, one after
 /// the other, `service_` opens, closes, polls and sets, and each axis of the guide port has one.
+///
+/// What a worker does can be stopped by a stop source, on the event thread. What it passes to the
+/// event thread at its end looks whether it was stopped, and is then without effect.
 class CameraDevice : public INDI::CCD {
  public:
-  explicit CameraDevice(Device device);
+  explicit CameraDevice(const std::string& name);
 
   /// The camera is plugged in: connects again if it was unplugged while it was connected.
   void arrived(const Device& device);
@@ -72,9 +74,11 @@ class CameraDevice : public INDI::CCD {
   IPState GuideWest(uint32_t ms) override { return guide(kWest, ms); }
 
  private:
-  enum Direction { kNorth, kSouth, kEast, kWest };
+  enum Direction : std::size_t { kNorth, kSouth, kEast, kWest };
   enum class Link { kClosed, kOpening, kOpen };
   using Clock = std::chrono::steady_clock;
+  using Region = imaging::Region;
+  using Worker = imaging::Worker;
 
   /// What is read from a camera when it has been opened.
   struct Opened {
@@ -83,39 +87,25 @@ class CameraDevice : public INDI::CCD {
     ControlValues values;
     std::string firmware;
   };
-  /// What is read from an open camera at intervals.
-  struct Status {
-    ControlValues values;
-    std::optional<Orvik_COOLER_STATUS> cooler;
-    Orvik_READOUT_INFO readout{};
-    int lostFrames = 0;
-  };
-  /// An image and, for colour, its planes. It must not change while it is sent.
-  struct Image {
-    Frame frame;
-    std::vector<std::uint8_t> planes;
-    std::span<std::uint8_t> bytes() { return planes.empty() ? frame.bytes() : planes; }
-  };
+
+  /// Fills in what depends on the camera, which has been opened.
+  void setUp();
 
   // connection.cpp
-  bool connectionRequested(const ISState* states, char* names[], int count);
-  void open(bool isQuiet);
+  bool connectionRequested(ISState* states, char* names[], int count);
+  void open();
   void opened(const Opened& result);
-  void notOpened(const std::string& reason, bool isQuiet);
   /// Ends what the camera is doing, and closes it in the background.
   void release();
-  void close(IPState state, const char* message);
-  /// Reports an error of a worker, after calling a function on the event thread. If its reason is
-  /// that the camera was unplugged, the camera is closed.
-  void fail(const Error& error, std::function<void()> first = {});
-  void restartTimer();
-  void setUpChip();
+  void close(IPState state);
+  /// Has a worker do a job that may throw an Error, which is reported. If its reason is that the
+  /// camera was unplugged, the camera is closed.
+  ///
+  /// @param failed called on the event thread after an error, unless the job was stopped
+  std::stop_source post(Worker& worker, Worker::Job job, std::function<void()> failed = {});
 
   // exposure.cpp
-  void expose(int number, std::chrono::microseconds exposure, const ImageFormat& format,
-              const std::stop_token& stop);
-  void exposed(int number, const std::shared_ptr<Image>& image);
-  std::shared_ptr<Image> unusedImage();
+  void exposed(const std::shared_ptr<Frame>& image, const std::stop_token& stop);
   void uploaded();
   /// Whether a request of a client has to wait until the image has been sent.
   [[nodiscard]] bool mustWait(const char* property) const;
@@ -125,61 +115,54 @@ class CameraDevice : public INDI::CCD {
                 int count);
 
   // image_region.cpp
+  void setUpChip();
   [[nodiscard]] IMG_TYPE imageType() const;
   bool mayChangeImages();
   bool changeFormat(const Region& region, int bin, IMG_TYPE type);
-  void showFormat(const ImageFormat& format);
   void applyFormat(const ImageFormat& format);
-  void setFrame(const Region& region);
+  void showFormat(const ImageFormat& format);
+  void showRegion();
   void showMosaic(BayerPattern pattern);
 
   // streaming.cpp
-  void stream(int number, std::chrono::microseconds exposure, const ImageFormat& format,
-              const std::stop_token& stop);
   void startStream();
   void endStream();
   void setStreamFormat();
-  void setStreamExposure();
+  void setStreamExposure(Worker& worker);
 
-  // controls, camera_device.cpp
+  // settings.cpp
   void setControls(const char* property, const ControlValues& changes);
   [[nodiscard]] ControlValues readControls() const;
-  void writeControls(const std::string& property, const ControlValues& changes);
   void poll();
-  void showStatus(const Status& status);
-  bool guideLinesRequested(const double values[], char* names[], int count);
 
   // cooler.cpp
-  void initCooler();
   bool coolerRequested(ISState* states, char* names[], int count);
-  void showTemperature(const Status& status);
+  void showTemperature(const ControlValues& values);
+  void showCooler(const Orvik_COOLER_STATUS& cooler);
 
   // guide_port.cpp
   IPState guide(Direction direction, std::uint32_t ms);
-  void stopGuiding(int axis);
-  /// Whether a client has set the lengths of both pulses of an axis to 0.
-  bool stopsGuiding(const char* property, const double values[], int count);
-  void pulseEnded(int axis, int number, const std::string& problem);
+  void endPulse(std::size_t axis);
+  /// Ends the pulse of an axis if a client has set the lengths of both its pulses to 0.
+  bool endsPulse(const char* property, const double values[], int count);
+  bool guideLinesRequested(const double values[], char* names[], int count);
 
   Camera camera_;  // workers only
 
   Device device_;
   Link link_ = Link::kClosed;
-  int connection_ = 0;        ///< number of the attempt to connect
+  std::stop_source opening_;
   bool isReturning_ = false;  ///< it was unplugged while connected, and shall be connected again
   Opened opened_;
-  ControlPanel controls_{*this};
+  ControlPanel controls_;
   ControlValues wanted_;    ///< set by clients in this connection
   int controlChanges_ = 0;  ///< number of the last change, to recognise outdated polls
   bool isPolling_ = false;
-  int timer_ = -1;
 
-  int exposure_ = 0;  ///< number of the running exposure, or of the last one
   bool isExposing_ = false;
   Clock::time_point exposureEnd_;
-  std::stop_source exposureStop_;
-  std::shared_ptr<Image> image_;  ///< that is being sent, or was sent last
-  std::array<std::shared_ptr<Image>, 3> images_;
+  std::stop_source exposure_;
+  std::shared_ptr<Frame> image_;  ///< that is being sent, or was sent last; it does not change
   std::atomic<bool> isUploading_ = false;
   std::vector<std::function<void()>> postponed_;
 
@@ -187,24 +170,21 @@ class CameraDevice : public INDI::CCD {
   ImageFormat format_;  ///< of the next images; where the region lies is known when it was set
   std::vector<IMG_TYPE> types_;
 
-  std::atomic<int> stream_ = 0;  ///< number of the running stream; frames of others are dropped
   std::atomic<bool> isStreaming_ = false;
-  std::stop_source streamStop_;
-
-  struct Axis {
-    Worker worker;
-    int pulse = 0;
-    std::stop_source stop;
-  };
-  std::array<Axis, 2> axes_;
+  std::stop_source stream_;
 
   INDI::PropertySwitch coolerSwitch_{2};
   INDI::PropertyNumber coolerPower_{1};
   INDI::PropertyNumber guideLines_{4};
   INDI::PropertyNumber readout_{3};
-  ITextVectorProperty cameraText_{};
-  IText cameraTexts_[5]{};
+  INDI::PropertyText about_{5};
+  std::vector<INDI::Property> properties_;  ///< those that the camera has while it is connected
 
+  struct Axis {
+    Worker worker;
+    std::stop_source pulse;
+  };
+  std::array<Axis, 2> axes_;
   Worker captures_;
   Worker service_;
 };

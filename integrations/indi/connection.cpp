@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Connecting and disconnecting, and cameras that are unplugged and come back.
-#include <algorithm>
-#include <cstring>
+#include <array>
 #include <mutex>
+#include <string_view>
 
 #include "camera_device.h"
 #include "event_thread.h"
 #include "fleet.h"
+#include "imaging/unplugged.h"
+#include "property_values.h"
 
 namespace orvik::indi {
 namespace {
 
-/// Cameras are opened and closed by one thread at a time.
-std::mutex& openingMutex() {
-  static auto* const only = new std::mutex;
-  return *only;
-}
+std::mutex openingMutex;  // cameras are opened and closed by one thread at a time
 
 std::string firmwareText(const Camera& camera) {
   std::error_code error;
@@ -29,50 +27,66 @@ std::string firmwareText(const Camera& camera) {
 
 }  // namespace
 
-bool CameraDevice::connectionRequested(const ISState* states, char* names[], int count) {
-  for (int n = 0; n < count; ++n) {
-    if (states[n] != ISS_ON) continue;
-    if (std::strcmp(names[n], "CONNECT") == 0) {
-      if (link_ == Link::kOpen) {
-        setConnected(true, IPS_OK);
-      } else if (link_ == Link::kClosed) {
-        open(false);
-      }
-    } else if (std::strcmp(names[n], "DISCONNECT") == 0) {
-      isReturning_ = false;
-      wanted_.clear();
-      m_TemperatureCheckTimer.stop();
-      TemperatureNP.s = IPS_IDLE;
-      close(IPS_IDLE, nullptr);
-    }
+std::stop_source CameraDevice::post(Worker& worker, Worker::Job job, std::function<void()> failed) {
+  return worker.post(
+      [this, job = std::move(job), failed = std::move(failed)](const std::stop_token& stop) {
+        try {
+          if (!stop.stop_requested()) job(stop);
+        } catch (const Error& error) {
+          const bool isGone = imaging::wasUnplugged(camera_);
+          onEventThread([this, failed, stop, what = std::string(error.what()), isGone] {
+            if (failed && !stop.stop_requested()) failed();
+            if (link_ != Link::kOpen) return;
+            LOGF_ERROR("%s", what.c_str());
+            if (isGone) left();
+          });
+        }
+      });
+}
+
+bool CameraDevice::connectionRequested(ISState* states, char* names[], int count) {
+  const char* const found = IUFindOnSwitchName(states, names, count);
+  const std::string_view wish = found == nullptr ? "" : found;
+  if (wish == "CONNECT" && link_ == Link::kOpen) {
+    setConnected(true, IPS_OK);
+  } else if (wish == "CONNECT" && link_ == Link::kClosed) {
+    auto connection = getSwitch("CONNECTION");
+    send(connection, IPS_BUSY);
+    open();
+  } else if (wish == "DISCONNECT") {
+    isReturning_ = false;
+    wanted_.clear();
+    m_TemperatureCheckTimer.stop();
+    TemperatureNP.s = IPS_IDLE;
+    close(IPS_IDLE);
   }
   return true;
 }
 
-void CameraDevice::open(bool isQuiet) {
+void CameraDevice::open() {
   link_ = Link::kOpening;
-  if (auto connection = getSwitch("CONNECTION"); connection.isValid() && !isQuiet) {
-    connection.setState(IPS_BUSY);
-    connection.apply();
-  }
-  service_.post(
-      [this, isQuiet, number = ++connection_, identity = device_.identity](const std::stop_token&) {
-        try {
-          const std::scoped_lock lock(openingMutex());
-          camera_ = Camera::open(identity);
-          Opened result{camera_.info(),
-                        {camera_.controls().begin(), camera_.controls().end()},
-                        readControls(),
-                        firmwareText(camera_)};
-          onEventThread([this, number, result = std::move(result)] {
-            if (number == connection_) opened(result);
-          });
-        } catch (const Error& error) {
-          onEventThread([this, number, isQuiet, reason = std::string(error.what())] {
-            if (number == connection_) notOpened(reason, isQuiet);
-          });
-        }
+  opening_ = service_.post([this, identity = device_.identity](const std::stop_token& stop) {
+    if (stop.stop_requested()) return;
+    try {
+      const std::scoped_lock lock(openingMutex);
+      camera_ = Camera::open(identity);
+      const Opened result{camera_.info(),
+                          {camera_.controls().begin(), camera_.controls().end()},
+                          readControls(),
+                          firmwareText(camera_)};
+      onEventThread([this, stop, result] {
+        if (!stop.stop_requested()) opened(result);
       });
+    } catch (const Error& error) {
+      onEventThread([this, stop, reason = std::string(error.what())] {
+        if (stop.stop_requested()) return;
+        link_ = Link::kClosed;
+        if (getSwitch("CONNECTION").getState() != IPS_BUSY) return;  // no client has asked for it
+        LOGF_ERROR("%s", reason.c_str());
+        setConnected(false, IPS_ALERT);
+      });
+    }
+  });
 }
 
 void CameraDevice::opened(const Opened& result) {
@@ -80,9 +94,7 @@ void CameraDevice::opened(const Opened& result) {
   link_ = Link::kOpen;
   closeCamerasAtExit();
   opened_ = result;
-  controls_.build(opened_.controls, opened_.values);
-  setUpChip();
-  showTemperature({opened_.values, {}, {}, 0});
+  setUp();
   setConnected(true, IPS_OK, isReturn ? "The camera is back." : nullptr);
   updateProperties();
   if (isReturn) {
@@ -91,81 +103,51 @@ void CameraDevice::opened(const Opened& result) {
     loadConfig(true);
   }
   poll();
-  restartTimer();
-}
-
-void CameraDevice::restartTimer() {
-  if (timer_ >= 0) RemoveTimer(timer_);
-  timer_ = SetTimer(getCurrentPollingPeriod());
-}
-
-void CameraDevice::notOpened(const std::string& reason, bool isQuiet) {
-  link_ = Link::kClosed;
-  if (isQuiet) return;
-  LOGF_ERROR("%s", reason.c_str());
-  setConnected(false, IPS_ALERT);
 }
 
 void CameraDevice::release() {
   if (link_ == Link::kClosed) return;
-  ++connection_;
-  exposureStop_.request_stop();
-  streamStop_.request_stop();
-  for (int axis : {0, 1}) stopGuiding(axis);
-  service_.post([this](const std::stop_token&) {
+  link_ = Link::kClosed;
+  for (std::stop_source* source : {&opening_, &exposure_, &stream_}) source->request_stop();
+  for (Axis& axis : axes_) axis.pulse.request_stop();
+  service_.post([this](const auto&) {
     captures_.drain();
     for (Axis& axis : axes_) axis.worker.drain();
-    const std::scoped_lock lock(openingMutex());
+    const std::scoped_lock lock(openingMutex);
     camera_.close();
   });
 }
 
-void CameraDevice::close(IPState state, const char* message) {
+void CameraDevice::close(IPState state) {
+  const bool wasOpen = link_ == Link::kOpen;
   release();
-  const bool wasOpen = std::exchange(link_, Link::kClosed) == Link::kOpen;
-  ++exposure_;
   if (std::exchange(isExposing_, false)) PrimaryCCD.setExposureFailed();
   endStream();
-  setConnected(false, state, message);
+  if (wasOpen) {
+    for (const std::size_t axis : {0U, 1U}) endPulse(axis);
+  }
+  setConnected(false, state);
   if (wasOpen) updateProperties();
 }
 
 void CameraDevice::arrived(const Device& device) {
   device_ = device;
-  if (isReturning_ && link_ == Link::kClosed) open(true);
+  if (isReturning_ && link_ == Link::kClosed) open();
 }
 
 void CameraDevice::left() {
   if (link_ == Link::kClosed) return;
   isReturning_ = true;
   LOG_ERROR("The camera was unplugged. It is connected again when it is plugged in.");
-  close(IPS_ALERT, nullptr);
-  restartTimer();
-}
-
-void CameraDevice::fail(const Error& error, std::function<void()> first) {
-  const bool isGone =
-      error.orvikCode() == Orvik_ERROR_NO_CAMERA_OBJECT ||
-      camera_.noFrameReason() == Orvik_NO_FRAME_UNPLUGGED || [this] {
-        std::error_code unknown;
-        const std::vector<Device> present = devices(unknown);
-        return !unknown &&
-               std::none_of(present.begin(), present.end(), [this](const Device& device) {
-                 return device.isOpen && device.handle == camera_.handle();
-               });
-      }();
-  onEventThread([this, first = std::move(first), what = std::string(error.what()), isGone] {
-    if (first) first();
-    if (link_ != Link::kOpen) return;
-    LOGF_ERROR("%s", what.c_str());
-    if (isGone) left();
-  });
+  close(IPS_ALERT);
 }
 
 void CameraDevice::shutDown() {
   isReturning_ = false;
   release();
-  link_ = Link::kClosed;
+  service_.post([this](const auto&) {
+    if (Streamer->isRecording()) Streamer->close();  // writes the number of frames
+  });
 }
 
 }  // namespace orvik::indi

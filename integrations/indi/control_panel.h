@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <defaultdevice.h>
-#include <indipropertynumber.h>
-#include <indipropertyswitch.h>
+#include <indiproperty.h>
 
-#include <cstdio>
 #include <map>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "orvik/orvik.hpp"
@@ -22,13 +20,10 @@ using ControlValues = std::map<Orvik_CONTROL_TYPE, ControlValue>;
 /// own, such as those of the cooler, are left out. Event thread.
 class ControlPanel {
  public:
-  explicit ControlPanel(INDI::DefaultDevice& device) : device_(device) {}
-
   /// Makes the properties for the controls of a camera, with their present values.
-  void build(std::span<const Control> controls, const ControlValues& values);
-  void define();
-  void remove();
-  void save(FILE* file) const;
+  void build(const char* device, std::span<const Control> controls, const ControlValues& values);
+  /// Those that the camera has.
+  [[nodiscard]] const std::vector<INDI::Property>& properties() const { return properties_; }
 
   /// What a client wants to change; the property becomes busy. Empty if it is none of the panel's.
   std::optional<ControlValues> requested(const char* property, const double values[], char* names[],
@@ -41,19 +36,13 @@ class ControlPanel {
   void show(const ControlValues& values);
 
  private:
-  struct Numbers {
-    INDI::PropertyNumber property{0};
-    std::vector<Orvik_CONTROL_TYPE> types;  ///< of its elements
-  };
+  template <typename Value, typename Meaning>
+  std::optional<ControlValues> changes(const char* property, const Value values[], char* names[],
+                                       int count, Meaning meaning);
 
-  void add(Numbers& numbers, const Control& control, const char* element, ControlValue now);
-  static void show(Numbers& numbers, const ControlValues& values);
-  Numbers* numbers(const char* property);
-
-  INDI::DefaultDevice& device_;
-  Numbers values_, gain_, offset_;
-  INDI::PropertySwitch autos_{0};
-  std::vector<Orvik_CONTROL_TYPE> autoTypes_;
+  std::vector<INDI::Property> properties_;
+  std::map<std::string, Control> elements_;  ///< what the elements of all properties stand for
+  ControlValues shown_;
 };
 
 }  // namespace orvik::indi

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Single exposures, and what may not happen while an image is being sent.
+// Single exposures: their images, what the FITS header says of them beyond INDI's base class, and
+// what may not happen while an image is being sent.
+#include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "camera_device.h"
 #include "event_thread.h"
+#include "imaging/colour_order.h"
+#include "imaging/time_text.h"
 
 namespace orvik::indi {
 
@@ -26,59 +31,43 @@ bool CameraDevice::StartExposure(float seconds) {
   PrimaryCCD.setExposureDuration(seconds);
   isExposing_ = true;
   exposureEnd_ = Clock::now() + exposure;
-  exposureStop_ =
-      captures_.post([this, number = ++exposure_, exposure, format = format_](
-                         const std::stop_token& stop) { expose(number, exposure, format, stop); });
+  exposure_.request_stop();
+  exposure_ = post(
+      captures_,
+      [this, exposure, format = format_](const std::stop_token& stop) {
+        applyFormat(format);
+        camera_.set(control::kExposure, exposure);
+        Snapshot snapshot(camera_);
+        if (!snapshot.wait(stop)) return;
+        const auto image = std::make_shared<Frame>();
+        snapshot.fetch(*image);
+        if (format.type == Orvik_IMG_RGB24) {
+          std::ranges::copy(imaging::planesOf(image->bytes()), image->bytes().begin());
+        }
+        onEventThread([this, image, stop] { exposed(image, stop); });
+      },
+      [this] {
+        isExposing_ = false;
+        PrimaryCCD.setExposureFailed();
+      });
   return true;
 }
 
 bool CameraDevice::AbortExposure() {
-  exposureStop_.request_stop();
-  ++exposure_;
+  exposure_.request_stop();
   isExposing_ = false;
   return true;
 }
 
-void CameraDevice::expose(int number, std::chrono::microseconds exposure, const ImageFormat& format,
-                          const std::stop_token& stop) {
+void CameraDevice::exposed(const std::shared_ptr<Frame>& image, const std::stop_token& stop) {
   if (stop.stop_requested()) return;
-  try {
-    applyFormat(format);
-    camera_.set(control::kExposure, exposure);
-    Snapshot snapshot(camera_);
-    if (!snapshot.wait(stop)) return;
-    const std::shared_ptr<Image> image = unusedImage();
-    snapshot.fetch(image->frame);
-    if (format.type == Orvik_IMG_RGB24) {
-      splitPlanes(image->frame.bytes(), image->planes);
-    } else {
-      image->planes.clear();
-    }
-    onEventThread([this, number, image] { exposed(number, image); });
-  } catch (const Error& error) {
-    fail(error, [this, number] {
-      if (number == exposure_ && std::exchange(isExposing_, false)) PrimaryCCD.setExposureFailed();
-    });
-  }
-}
-
-std::shared_ptr<CameraDevice::Image> CameraDevice::unusedImage() {
-  for (auto& image : images_) {
-    if (image == nullptr) image = std::make_shared<Image>();
-    if (image.use_count() == 1) return image;
-  }
-  return std::make_shared<Image>();
-}
-
-void CameraDevice::exposed(int number, const std::shared_ptr<Image>& image) {
-  if (number != exposure_ || !isExposing_) return;
   if (isUploading_) {  // that of a fast series that was taken before this one
-    postponed_.emplace_back([this, number, image] { exposed(number, image); });
+    postponed_.emplace_back([this, image, stop] { exposed(image, stop); });
     return;
   }
   isExposing_ = false;
   isUploading_ = true;
-  const FrameInfo& info = image->frame.info();
+  const FrameInfo& info = image->info();
   showFormat({info.width, info.height, info.bin, info.type, info.startX / info.bin,
               info.startY / info.bin});
   if (const auto mosaic = imageMosaic(opened_.info, info)) showMosaic(*mosaic);
@@ -89,11 +78,37 @@ void CameraDevice::exposed(int number, const std::shared_ptr<Image>& image) {
     const auto bytes = image_->bytes();
     PrimaryCCD.setFrameBufferSize(static_cast<std::uint32_t>(bytes.size()), false);
     PrimaryCCD.setFrameBuffer(bytes.data());
-    PrimaryCCD.setNAxis(image_->planes.empty() ? 2 : 3);
-    PrimaryCCD.setBPP(captureType(info.type).bits);
   }
   PrimaryCCD.setImageExtension(EncodeFormatSP[FORMAT_FITS].getState() == ISS_ON ? "fits" : "raw");
   ExposureComplete(&PrimaryCCD);
+}
+
+void CameraDevice::addFITSKeywords(INDI::CCDChip* chip) {
+  INDI::CCD::addFITSKeywords(chip);
+  fitsfile* const file = *chip->fitsFilePointer();
+  const FrameInfo& info = image_->info();
+  const std::string start = imaging::utcText(info.start(), 6);
+  const std::string software = std::string("Orvik ") + OrvikGetVersion() + " INDI";
+  const double seconds = std::chrono::duration<double>(info.exposure()).count();
+  int status = 0;
+  fits_update_key_str(file, "INSTRUME", opened_.info.name, "Model of the camera", &status);
+  fits_update_key_str(file, "ROWORDER", "TOP-DOWN", "Order of the rows", &status);
+  fits_update_key_str(file, "DATE-OBS", start.c_str(), "UTC, start of the exposure", &status);
+  fits_update_key_fixdbl(file, "EXPTIME", seconds, 6, "Exposure time, s", &status);
+  fits_update_key_lng(file, "GAIN", info.gain, "Gain, steps of the sensor", &status);
+  fits_update_key_lng(file, "OFFSET", info.blackLevel, "Black level, steps of the sensor", &status);
+  fits_update_key_str(file, "SWCREATE", software.c_str(), "Software", &status);
+  if (const auto celsius = info.celsius()) {
+    fits_update_key_fixdbl(file, "CCD-TEMP", *celsius, 1, "Sensor, degrees C", &status);
+  }
+  if (HasCooler() && coolerSwitch_[0].getState() == ISS_ON) {
+    fits_update_key_fixdbl(file, "SET-TEMP", m_TargetTemperature, 1, "Target, degrees C", &status);
+  }
+  if (imageMosaic(opened_.info, info)) return;
+  for (const char* key : {"XBAYROFF", "YBAYROFF", "BAYERPAT"}) {
+    status = 0;
+    fits_delete_key(file, key, &status);
+  }
 }
 
 void CameraDevice::UploadComplete(INDI::CCDChip*) {
@@ -102,19 +117,15 @@ void CameraDevice::UploadComplete(INDI::CCDChip*) {
 
 void CameraDevice::uploaded() {
   if (!isUploading_.exchange(false)) return;
-  const auto requests = std::exchange(postponed_, {});
-  for (const auto& request : requests) request();
+  for (const auto& request : std::exchange(postponed_, {})) request();
 }
 
 bool CameraDevice::mustWait(const char* property) const {
-  static constexpr std::array kNames{"CCD_EXPOSURE",     "CCD_FRAME",          "CCD_BINNING",
-                                     "CCD_FRAME_TYPE",   "CCD_FRAME_RESET",    "CCD_CAPTURE_FORMAT",
-                                     "CCD_VIDEO_STREAM", "RECORD_STREAM",      "CONNECTION",
-                                     "CCD_COMPRESSION",  "CCD_TRANSFER_FORMAT"};
-  const bool concernsImage = std::any_of(kNames.begin(), kNames.end(), [&](const char* name) {
-    return std::strcmp(name, property) == 0;
-  });
-  return isUploading_ && concernsImage;
+  static constexpr std::array<std::string_view, 11> kNames{
+      "CCD_EXPOSURE",     "CCD_FRAME",     "CCD_BINNING",        "CCD_FRAME_TYPE",
+      "CCD_FRAME_RESET",  "RECORD_STREAM", "CCD_COMPRESSION",    "CCD_CAPTURE_FORMAT",
+      "CCD_VIDEO_STREAM", "CONNECTION",    "CCD_TRANSFER_FORMAT"};
+  return isUploading_ && std::find(kNames.begin(), kNames.end(), property) != kNames.end();
 }
 
 }  // namespace orvik::indi

@@ -42,27 +42,22 @@ class Fleet {
     if (device.name.empty()) return;  // of a model that the library does not know
     const std::string name = nameOf(device);
     CameraDevice*& camera = cameras_[name];
-    present_[device.port] = name;
     if (camera == nullptr) {
-      camera = new CameraDevice(device);
-      camera->setDeviceName(name.c_str());
+      camera = new CameraDevice(name);
       camera->ISGetProperties(nullptr);
       closeCamerasAtExit();
-    } else {
-      camera->arrived(device);
     }
+    present_[device.port] = name;
+    camera->arrived(device);
   }
 
   void left(const Device& device) {
-    const auto found = present_.find(device.port);
-    if (found == present_.end()) return;
-    cameras_[found->second]->left();
-    present_.erase(found);
+    if (const auto gone = present_.extract(device.port)) cameras_[gone.mapped()]->left();
   }
 
   /// Model and serial number. A second camera with the same ones is told apart by its port. Some
   /// clients find the driver of a device by the first word of both names.
-  std::string nameOf(const Device& device) const {
+  [[nodiscard]] std::string nameOf(const Device& device) const {
     const std::string name = "Orvik " + device.label();
     const bool isTaken = std::any_of(present_.begin(), present_.end(), [&](const auto& other) {
       return other.first != device.port && other.second == name;
@@ -70,8 +65,8 @@ class Fleet {
     return isTaken ? name + " at port " + device.port : name;
   }
 
-  std::map<std::string, CameraDevice*> cameras_;
-  std::map<std::string, std::string> present_;  ///< names of the cameras by port
+  std::map<std::string, CameraDevice*> cameras_;  ///< by name
+  std::map<std::string, std::string> present_;    ///< names by port
   std::unique_ptr<DeviceWatch> watch_;
 };
 

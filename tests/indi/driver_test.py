@@ -346,6 +346,24 @@ class Cameras(Driver):
             self.end_driver(client, signal_number, device)
         self.expose(client, self.connect(client, COOLED_DEVICE))
 
+    def test_ended_during_a_recording(self):
+        client = self.serve(ONE)
+        device = self.connect(client, DEVICE)
+        client.put(device, "CCD_FRAME", X=0, Y=0, WIDTH=640, HEIGHT=480)
+        client.set(device, "RECORD_FILE", RECORD_FILE_DIR=self.server.folder,
+                   RECORD_FILE_NAME="cut")
+        client.set(device, "RECORD_STREAM", RECORD_ON="On")
+
+        def size():
+            return sum(map(os.path.getsize, glob.glob(f"{self.server.folder}/cut*.ser")))
+        client.wait(lambda: size() > 5 * 640 * 480 * 2, "some frames")
+        self.end_driver(client, signal.SIGTERM, device)
+        file, = glob.glob(f"{self.server.folder}/cut*.ser")
+        with open(file, "rb") as recording:
+            data = recording.read()
+        count, = struct.unpack("<i", data[38:42])
+        self.assertEqual(178 + count * (640 * 480 * 2 + 8), len(data))
+
     def test_saved_settings(self):
         client = self.serve(ONE)
         device = self.connect(client, DEVICE)

@@ -9,10 +9,10 @@
 #include <thread>
 #include <utility>
 
-namespace orvik::indi {
+namespace orvik::imaging {
 
 /// A thread that does jobs one after the other, so that calls which wait for a camera do not block
-/// INDI's event thread.
+/// the thread that serves the program's clients.
 class Worker {
  public:
   /// A job should return soon after a stop has been requested.
@@ -57,4 +57,4 @@ class Worker {
   std::jthread thread_;
 };
 
-}  // namespace orvik::indi
+}  // namespace orvik::imaging
