@@ -175,7 +175,8 @@ void Camera::endLink() {
 bool Camera::startCapture(bool snapshot) {
   const auto lock = lockSettings();
   if (!isOpen()) return false;
-  if (capture_.isRunning()) return true;
+  // The worker of a camera that is gone needs a moment to end.
+  if (capture_.isRunning()) return !link_->isGone();
   return beginCapture(snapshot);
 }
 
