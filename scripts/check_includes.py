@@ -46,10 +46,25 @@ MAY_USE |= {
     "examples": PUBLIC,
     "integrations/indi": PUBLIC | {"imaging"},
     "integrations/python": PUBLIC | {"imaging"},
+    # The rooms of the server, from the bottom up.
+    "integrations/server/http": set(),
+    "integrations/server/camera": PUBLIC | {"imaging"},
+    "integrations/server/alpaca": PUBLIC | {"imaging", "integrations/server/http",
+                                            "integrations/server/camera"},
+    "integrations/server/capture": PUBLIC | {"imaging", "integrations/server/camera"},
+    "integrations/server/live": PUBLIC | {"imaging", "integrations/server/camera"},
+    "integrations/server/page": PUBLIC | {"imaging", "integrations/server/http",
+                                          "integrations/server/camera", "integrations/server/live",
+                                          "integrations/server/capture"},
+    "integrations/server": PUBLIC | {"imaging", "integrations/server/http",
+                                     "integrations/server/camera", "integrations/server/alpaca",
+                                     "integrations/server/live", "integrations/server/capture",
+                                     "integrations/server/page"},
 }
 # Headers of another library that stay inside one room.
 KEPT_INSIDE = {"libusb": "src/usb", "libusb-1.0": "src/usb", "png": "imaging", "fitsio": "imaging",
-               "hwy": "src/algorithm"}
+               "hwy": "src/algorithm", "boost": "integrations/server/http",
+               "turbojpeg": "integrations/server/live"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 
