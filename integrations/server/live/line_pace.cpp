@@ -40,13 +40,13 @@ void LinePace::sent(std::uint32_t number, Clock::time_point now, Clock::duration
 }
 
 void LinePace::seen(std::uint32_t number, Clock::time_point now) {
-  const auto found = std::find_if(onTheirWay_.begin(), onTheirWay_.end(),
-                                  [number](const OnItsWay& one) { return one.number == number; });
-  if (found == onTheirWay_.end()) return;
-  const OnItsWay picture = *found;
-  onTheirWay_.erase(onTheirWay_.begin(), found + 1);
-  if (picture.grade != grade_) return;
-  const double delay = inSeconds(now - picture.sent);
+  std::optional<OnItsWay> picture;
+  while (!onTheirWay_.empty() && onTheirWay_.front().number <= number) {
+    if (onTheirWay_.front().number == number) picture = onTheirWay_.front();
+    onTheirWay_.pop_front();
+  }
+  if (!picture || picture->grade != grade_) return;
+  const double delay = inSeconds(now - picture->sent);
   delay_ = seen_ == 0 ? delay : delay_ + kSmoothing * (delay - delay_);
   ++seen_;
   if (seen_ >= kJudged) judge(now);

@@ -32,7 +32,7 @@ class LinePace {
   /// A picture is sent.
   /// @param interval time from one picture of the camera to the next
   void sent(std::uint32_t number, Clock::time_point now, Clock::duration interval);
-  /// This picture was shown; older ones that were not have been left out. Others are ignored.
+  /// This message was shown; older pictures have been, too, or were left out.
   void seen(std::uint32_t number, Clock::time_point now);
 
  private:

@@ -122,8 +122,9 @@ void LiveView::drained() {
 void LiveView::setStretch(const Stretch& stretch) {
   const std::scoped_lock lock(mutex_);
   stretch_ = stretch;
-  counted_ = 0;
+  isStretchSet_ = true;
   restart_ = true;
+  counted_ = 0;
   notify();
 }
 
@@ -198,6 +199,17 @@ void LiveView::run(const std::stop_token& stop) {
     const auto now = Clock::now();
     auto wake = now + kLongestWait;
     lookAfterCamera(lock, now, wake);
+    if (std::exchange(isStretchSet_, false)) {
+      Stretch stretch = stretch_;
+      if (stretch.mode == Stretch::Mode::kAuto) {
+        // Until the next picture is counted, which follows at once if there is one.
+        stretch.black = inEffect_.black;
+        stretch.white = inEffect_.white;
+      }
+      lock.unlock();
+      useStretch(stretch);
+      lock.lock();
+    }
     Work due = nextWork(now, wake);
     const auto wait = budget_.wait(now);
     if (due.isAny() && wait == Clock::duration::zero()) {

@@ -103,7 +103,7 @@ class LiveView final : public FrameListener {
   const std::shared_ptr<const std::string>& make(const ImageSource& image, const RenderPlan& plan,
                                                  int quality);
   std::shared_ptr<Viewer> viewer(int number);
-  std::vector<std::shared_ptr<Viewer>> shownViewers() const;
+  std::vector<std::shared_ptr<Viewer>> viewers(bool shownOnly) const;
   void notify();
 
   const std::function<void(bool)> wantLive_;
@@ -123,8 +123,9 @@ class LiveView final : public FrameListener {
   std::uint64_t counted_ = 0;   // sequence number of the frame whose values were counted last
   std::uint64_t searched_ = 0;  // and of the one that was searched for stars
   bool isNotified_ = false;
-  bool restart_ = false;     // the next frame is of another kind than the last one
-  bool tellWanted_ = false;  // the camera has to be told whether frames are wanted
+  bool isStretchSet_ = false;  // by somebody
+  bool restart_ = false;       // the next frame is of another kind than the last one
+  bool tellWanted_ = false;    // the camera has to be told whether frames are wanted
   bool wanted_ = false;
   std::optional<Clock::time_point> unwatchedSince_;
 

@@ -20,13 +20,13 @@ constexpr int kMagnifierQuality = 92;
 
 }  // namespace
 
-std::vector<std::shared_ptr<LiveView::Viewer>> LiveView::shownViewers() const {
-  std::vector<std::shared_ptr<Viewer>> shown;
+std::vector<std::shared_ptr<LiveView::Viewer>> LiveView::viewers(bool shownOnly) const {
+  std::vector<std::shared_ptr<Viewer>> list;
   const std::scoped_lock lock(mutex_);
   for (const auto& [number, viewer] : viewers_) {
-    if (viewer->wish.isShown) shown.push_back(viewer);
+    if (viewer->wish.isShown || !shownOnly) list.push_back(viewer);
   }
-  return shown;
+  return list;
 }
 
 void LiveView::work(const Work& work) {
@@ -73,7 +73,7 @@ void LiveView::countValues(const Work& work, const ImageSource& image) {
     wanted.strength = strength;
   }
   useStretch(wanted);
-  for (const auto& viewer : shownViewers()) {
+  for (const auto& viewer : viewers(true)) {
     std::optional<PixelValue> pixel;
     {
       const std::scoped_lock lock(mutex_);
@@ -96,13 +96,13 @@ void LiveView::useStretch(const Stretch& stretch) {
     ++stretchNumber_;
   }
   table_.set(stretch);
-  for (const auto& viewer : shownViewers()) viewer->viewer->stretch(stretch);
+  for (const auto& viewer : viewers(false)) viewer->viewer->stretch(stretch);
 }
 
 void LiveView::makePictures(const Work& work, const ImageSource& image) {
   made_.clear();
   const FrameInfo& info = work.frame->info();
-  for (const auto& viewer : shownViewers()) {
+  for (const auto& viewer : viewers(true)) {
     ViewWish wish;
     LinePace::Grade grade;
     Picture picture;
@@ -156,7 +156,7 @@ void LiveView::findStars(const Work& work, const ImageSource& image) {
   picture.whole = image.size;
   picture.isMagnified = true;
   picture.exposure = std::chrono::duration<double>(work.frame->info().exposure()).count();
-  for (const auto& viewer : shownViewers()) {
+  for (const auto& viewer : viewers(true)) {
     std::uint64_t from = 0;
     {
       const std::scoped_lock lock(mutex_);
