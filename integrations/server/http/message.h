@@ -52,6 +52,9 @@ class BodySource {
   /// within a few milliseconds, since other clients wait meanwhile. If it throws, the connection is
   /// closed, so that the client sees that the body is incomplete.
   virtual void next(std::string& chunk) = 0;
+  /// The length of the whole body, if it is known before. A body that turns out shorter or longer
+  /// ends the connection.
+  [[nodiscard]] virtual std::optional<std::uint64_t> size() const { return std::nullopt; }
 };
 
 /// Bytes that are sent from where they lie, after a short text.
