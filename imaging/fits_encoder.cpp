@@ -17,6 +17,17 @@
 namespace orvik::imaging {
 namespace {
 
+/// Text as headers take it, which hold printable ASCII: a '?' stands for each other character.
+std::string headerText(const std::string& text) {
+  std::string result;
+  for (const char letter : text) {
+    const auto code = static_cast<unsigned char>(letter);
+    const bool continuesCharacter = (code & 0xC0U) == 0x80;  // of UTF-8
+    if (!continuesCharacter) result += code >= 0x20 && code < 0x7F ? letter : '?';
+  }
+  return result;
+}
+
 /// A FITS file in memory. The first error sticks and makes every later step do nothing.
 class FitsFile {
  public:
@@ -43,7 +54,8 @@ class FitsFile {
                    &status_);
   }
   void key(const char* name, const std::string& value, const char* comment) {
-    if (!value.empty()) fits_write_key_str(fits_, name, value.c_str(), comment, &status_);
+    if (value.empty()) return;
+    fits_write_key_str(fits_, name, headerText(value).c_str(), comment, &status_);
   }
   void key(const char* name, int value, const char* comment) {
     fits_write_key_lng(fits_, name, value, comment, &status_);

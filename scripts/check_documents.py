@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks that the files and functions which the documents name exist.
 
-A file is a path in backquotes, in any document. A function is a name in backquotes in a table of
+A file is a path in backquotes, in any document, unless it begins with a slash: that would be one of
+the machine, or of a web server. A function is a name in backquotes in a table of
 docs/architecture.md; one of the files that its row names has to contain it.
 """
 import re
@@ -17,7 +18,7 @@ QUOTED = re.compile(r"`([^`]+)`")
 
 def is_path(name):
     top = name.split("/")[0]
-    return "/" in name and " " not in name and top != "build" and (ROOT / top).is_dir()
+    return "/" in name and " " not in name and top not in ("", "build") and (ROOT / top).is_dir()
 
 
 def faults_of(document, number, line):

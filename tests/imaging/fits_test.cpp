@@ -110,5 +110,11 @@ TEST(EncodeFits, LeavesOutWhatIsNotKnown) {
   }
 }
 
+TEST(EncodeFits, KeepsHeadersToPrintableAscii) {
+  TestImage image(4, 2, Orvik_IMG_RAW8);
+  image.info.object = "B\u00f6rse \u2013 \n\u2b50";
+  EXPECT_EQ(ReadFits(encodeFits(image.image())).key("OBJECT"), "B?rse ? ??");
+}
+
 }  // namespace
 }  // namespace orvik::imaging

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "orvik/orvik.hpp"
@@ -23,6 +24,16 @@ struct Failure {
   Kind kind = Kind::kCamera;
   Orvik_ERROR_CODE code = Orvik_OK;  ///< of the library, where it has failed
   std::string message;               ///< a sentence for users
+};
+
+/// A failure that a job or a capture throws to end with it.
+class FailureException : public std::runtime_error {
+ public:
+  explicit FailureException(Failure failure);
+  [[nodiscard]] const Failure& failure() const { return failure_; }
+
+ private:
+  Failure failure_;
 };
 
 /// Empty on success.

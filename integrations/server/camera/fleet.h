@@ -15,7 +15,10 @@ namespace orvik::server {
 class Fleet {
  public:
   /// Finds the cameras that are plugged in, and watches for others from then on.
-  Fleet();
+  ///
+  /// @param first serial numbers of the cameras that get the first numbers, in this order; the
+  ///        others follow in that of their model, serial number and port
+  explicit Fleet(const std::vector<std::string>& first = {});
   /// Stops captures, switches guide lines off and closes all cameras.
   ~Fleet();
   Fleet(const Fleet&) = delete;

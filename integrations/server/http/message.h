@@ -50,6 +50,9 @@ class BodySource {
   /// Appends the next part to `chunk`, a few tens of kilobytes; nothing at the end. It must return
   /// within a few milliseconds, since other clients wait meanwhile.
   virtual void next(std::string& chunk) = 0;
+  /// The length of the whole body, if it is known before. A body that turns out shorter or longer
+  /// ends the connection.
+  [[nodiscard]] virtual std::optional<std::uint64_t> size() const { return std::nullopt; }
 };
 
 /// Bytes that are sent from where they lie, after a short text.

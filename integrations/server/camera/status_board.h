@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "integrations/server/camera/status.h"
+
+namespace orvik::server {
+
+/// Where a camera's status is read, and who is told of its changes. Any thread.
+class StatusBoard {
+ public:
+  StatusBoard() : status_(std::make_shared<CameraStatus>()) {}
+
+  [[nodiscard]] std::shared_ptr<const CameraStatus> status() const;
+  /// Changes the status. The change must not call functions of the board.
+  void change(const std::function<void(CameraStatus&)>& change);
+  /// Adds an event.
+  void note(std::string who, std::string text);
+  /// As ServedCamera::onChange().
+  [[nodiscard]] std::shared_ptr<void> onChange(std::function<void()> function);
+
+ private:
+  /// One who wants to be told. The mutex is held during the call.
+  struct Subscriber {
+    std::mutex mutex;
+    std::function<void()> function;  // empty when it has ended
+  };
+
+  void tell();
+
+  mutable std::mutex mutex_;
+  std::shared_ptr<const CameraStatus> status_;
+  std::uint64_t events_ = 0;
+  std::vector<std::weak_ptr<Subscriber>> subscribers_;
+};
+
+}  // namespace orvik::server

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// What the camera does during a capture: images one by one, or video.
+#pragma once
+
+#include <functional>
+#include <stop_token>
+
+#include "integrations/server/camera/failure.h"
+#include "integrations/server/camera/served_camera.h"
+#include "integrations/server/capture/capture_progress.h"
+#include "integrations/server/capture/capture_request.h"
+#include "integrations/server/capture/frame_writer.h"
+
+namespace orvik::server {
+
+/// What a run works with. All of it outlives the run.
+struct CaptureRun {
+  const CaptureRequest& request;
+  CaptureContext& context;
+  FrameWriter& writer;
+  CaptureProgress& progress;
+  std::stop_token stop;
+  std::function<void()> changed;  ///< told a few times a second
+};
+
+/// Sets the exposure time that the request has, if it has one.
+///
+/// @return kBadValue if the camera has no such exposure
+/// @throws Error
+Outcome applyExposure(const CaptureRequest& request, CaptureContext& context);
+
+/// Takes the images of a request. Returns when all are on their way to the files, or at a stop.
+///
+/// @throws Error if the camera fails
+Outcome takeImages(const CaptureRun& run);
+
+/// The same of a video.
+Outcome recordVideo(const CaptureRun& run);
+
+}  // namespace orvik::server
