@@ -148,12 +148,19 @@ void CaptureEngine::runCapture() {
   lost_ = 0;
   lastByte_ = 0;
   try {
+    if (!hasOwnSettings) settings_.apply();  // the capture before may have had others
     Context context(*this, stop);
     job(context);
+    if (thread_.get_stop_token().stop_requested()) {
+      // A capture that is told to stop returns as if it had been complete.
+      throw FailureException({Failure::Kind::kCancelled, Orvik_OK, "The camera was closed."});
+    }
   } catch (...) {
     outcome = currentFailure();
     isUnplugged = imaging::wasUnplugged(camera_);
-    if (isUnplugged) outcome->kind = Failure::Kind::kNotOpen;
+    if (isUnplugged) {
+      *outcome = {Failure::Kind::kNotOpen, outcome->code, "The camera was unplugged."};
+    }
   }
   job = nullptr;  // what it holds is freed before the camera is free again
   settings_.takeBack();

@@ -41,7 +41,7 @@ class CaptureEngine {
   };
 
   CaptureEngine(Camera& camera, PageSettings& settings, Audience& audience, Reports reports);
-  /// Stops the running capture, whose `done` is still called, and the live view.
+  /// Stops the live view and the running capture, whose `done` is still called: with a failure.
   ~CaptureEngine();
   CaptureEngine(const CaptureEngine&) = delete;
   CaptureEngine& operator=(const CaptureEngine&) = delete;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "integrations/server/camera/cooler_lead.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -27,7 +28,15 @@ void requireRate(double degreesPerMinute) {
 void CoolerLead::coolTo(int celsius, double degreesPerMinute) {
   requireTarget(celsius);
   requireRate(degreesPerMinute);
-  if (!warm_) warm_ = camera_.get(control::kTemperature).degrees;
+  if (!camera_.get(control::kCoolerOn)) {
+    // The ramp begins on a thread of its own; whoever asked is told when the cooler is on.
+    const double now = camera_.get(control::kTemperature).degrees;
+    const Control* target = camera_.control(control::kTargetTemperature);
+    const double from = std::clamp<double>(now, target->min(), target->max());
+    camera_.set(control::kTargetTemperature, static_cast<int>(std::lround(from)));
+    camera_.set(control::kCoolerOn, true);
+    warm_ = now;
+  }
   ramp_.begin(celsius, degreesPerMinute);
   rampEnd_ = celsius;
   isWarmingUp_ = false;
@@ -50,7 +59,7 @@ void CoolerLead::set(std::optional<bool> on, std::optional<int> target) {
   endRamp();
   if (target) camera_.set(control::kTargetTemperature, *target);
   if (on.value_or(wasOn)) {
-    if (!warm_) warm_ = camera_.get(control::kTemperature).degrees;
+    if (!wasOn) warm_ = camera_.get(control::kTemperature).degrees;
     camera_.set(control::kCoolerOn, true);
   } else {
     camera_.set(control::kCoolerOn, false);

@@ -30,8 +30,8 @@ class Gate {
   ///
   /// With a token, the page, its WebSockets, files and everything that is not GET or HEAD need it:
   /// as the cookie that `PUT /login` sets, as `Authorization: Bearer TOKEN`, or as the password of
-  /// basic authentication. GET of Alpaca's members, /login and the page's own style and scripts
-  /// pass.
+  /// basic authentication. GET of Alpaca's members and setup pages, /login and the page's own style
+  /// and scripts pass. A browser that asks for a page is led to /login.
   [[nodiscard]] std::optional<Response> refusal(const Request& request,
                                                 bool opensWebSocket = false) const;
 
@@ -39,8 +39,12 @@ class Gate {
   [[nodiscard]] Response login(const Request& request) const;
 
  private:
+  [[nodiscard]] bool isOurs(std::string_view host) const;
+  [[nodiscard]] bool hasToken(const Request& request) const;
+
   std::vector<std::string> hosts_;
   std::string token_;
+  std::string cookie_;  ///< what the cookie holds: a random key, which ends with the program
 };
 
 }  // namespace orvik::server

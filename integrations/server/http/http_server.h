@@ -24,6 +24,8 @@ struct HttpLimits {
   std::chrono::seconds idleTime{60};
   /// In which a client has to take at least some bytes of an answer.
   std::chrono::seconds stallTime{20};
+  /// After which a WebSocket is given up whose client sends nothing and does not answer pings.
+  std::chrono::seconds pongTime{10};
 };
 
 /// An address to listen on.
