@@ -81,7 +81,11 @@ function startPicture() {
     if (key.toLowerCase() === 'r' && !ctrlKey) $('select').click();
   });
 
-  link.on('hello', tellView);
+  link.on('open', tellView);
+  link.on('hello', () => {
+    tellView();
+    tellPointer();
+  });
   link.on('picture', (buffer) => picture.receive(buffer));
   link.on('statistics', ({ pixel }) => {
     if (!pixel || !pointer) return;

@@ -70,7 +70,7 @@ export function startControls(link) {
   }
 
   link.on('hello', ({ controls }) => {
-    if (made === JSON.stringify(controls)) return;
+    if (!controls.length || made === JSON.stringify(controls)) return;
     made = JSON.stringify(controls);
     make(controls);
   });
