@@ -148,6 +148,7 @@ void CaptureEngine::runCapture() {
   lost_ = 0;
   lastByte_ = 0;
   try {
+    if (!hasOwnSettings) settings_.apply();  // the capture before may have had others
     Context context(*this, stop);
     job(context);
     if (thread_.get_stop_token().stop_requested()) {

@@ -74,7 +74,8 @@ class ServedCamera {
   [[nodiscard]] virtual std::shared_ptr<const Description> description() const = 0;
 
   /// Calls a function after each change of the status, on any thread; it must return at once. Ends
-  /// when the returned object is destroyed, which waits for a call that is going on.
+  /// when the returned object is destroyed, which waits for a call that is going on; so not from
+  /// the function itself.
   [[nodiscard]] virtual std::shared_ptr<void> onChange(std::function<void()> function) = 0;
 
   /// Opens the camera, if it is not, and keeps it open until the same user closes it.

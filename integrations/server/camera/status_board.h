@@ -5,8 +5,9 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
+#include <utility>
 
+#include "integrations/server/camera/change_signal.h"
 #include "integrations/server/camera/status.h"
 
 namespace orvik::server {
@@ -22,21 +23,15 @@ class StatusBoard {
   /// Adds an event.
   void note(std::string who, std::string text);
   /// As ServedCamera::onChange().
-  [[nodiscard]] std::shared_ptr<void> onChange(std::function<void()> function);
+  [[nodiscard]] std::shared_ptr<void> onChange(std::function<void()> function) {
+    return changed_.connect(std::move(function));
+  }
 
  private:
-  /// One who wants to be told. The mutex is held during the call.
-  struct Subscriber {
-    std::mutex mutex;
-    std::function<void()> function;  // empty when it has ended
-  };
-
-  void tell();
-
   mutable std::mutex mutex_;
   std::shared_ptr<const CameraStatus> status_;
   std::uint64_t events_ = 0;
-  std::vector<std::weak_ptr<Subscriber>> subscribers_;
+  ChangeSignal changed_;
 };
 
 }  // namespace orvik::server

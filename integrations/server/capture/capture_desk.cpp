@@ -70,7 +70,7 @@ class CaptureDesk::Impl : public std::enable_shared_from_this<Impl> {
   void open(const JobPointer& job);
   void tryCapture(const JobPointer& job);
   void run(Job& job, CaptureContext& context);
-  Outcome capture(Job& job, CaptureContext& context);
+  void capture(Job& job, CaptureContext& context);
   void finish(const JobPointer& job, const Outcome& outcome);
   void drop(const JobPointer& job, const Outcome& why);
   void ended(const JobPointer& job, const Outcome& outcome);
@@ -132,7 +132,7 @@ void CaptureDesk::Impl::tryCapture(const JobPointer& job) {
 
 void CaptureDesk::Impl::run(Job& job, CaptureContext& context) {
   try {
-    job.outcome = capture(job, context);
+    capture(job, context);
   } catch (...) {
     job.outcome = currentFailure();
   }
@@ -144,9 +144,9 @@ void CaptureDesk::Impl::run(Job& job, CaptureContext& context) {
   }
 }
 
-Outcome CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
+void CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
   const std::stop_callback stopAsWell(context.stop(), [&job] { job.stop.request_stop(); });
-  if (const Outcome fault = applyExposure(job.request, context)) return fault;
+  applySettings(job.request, context);
   camera_->note(job.who, "Capture: " + job.what);
   std::exchange(job.begun, {})({});
   const CaptureRun run{.request = job.request,
@@ -155,7 +155,7 @@ Outcome CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
                        .progress = job.progress,
                        .stop = job.stop.get_token(),
                        .changed = [this] { progressed(); }};
-  return job.request.kind == CaptureKind::kVideo ? recordVideo(run) : takeImages(run);
+  job.request.kind == CaptureKind::kVideo ? recordVideo(run) : takeImages(run);
 }
 
 /// The camera's part is over.

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "imaging/file_system.h"
+#include "integrations/server/camera/change_signal.h"
 #include "integrations/server/camera/failure.h"
-#include "integrations/server/capture/change_signal.h"
 
 namespace orvik::server {
 

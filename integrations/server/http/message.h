@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -48,7 +49,8 @@ class BodySource {
  public:
   virtual ~BodySource() = default;
   /// Appends the next part to `chunk`, a few tens of kilobytes; nothing at the end. It must return
-  /// within a few milliseconds, since other clients wait meanwhile.
+  /// within a few milliseconds, since other clients wait meanwhile. If it throws, the connection is
+  /// closed, so that the client sees that the body is incomplete.
   virtual void next(std::string& chunk) = 0;
   /// The length of the whole body, if it is known before. A body that turns out shorter or longer
   /// ends the connection.
@@ -60,6 +62,9 @@ struct SharedBytes {
   std::string head;
   std::span<const std::uint8_t> bytes;
   std::shared_ptr<const void> owner;  ///< keeps `bytes` alive until they are sent
+  /// Requested when the memory is needed: the connection is closed, whatever is left to be sent,
+  /// and the owner is let go.
+  std::stop_token recalled{};
 };
 
 /// The answer to a request.
