@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Makes the pictures of orvik-server's page for the documents: docs/images/server-*.png.
 
-    scripts/server_screenshots.py build/release/integrations/server/orvik-server
+    scripts/server_screenshots.py build/release/orvik-server
 """
 import sys
 from pathlib import Path

@@ -48,6 +48,7 @@ function viewChanged() {
   picture.redraw();
   overlay.draw();
   tellView();
+  $('view').classList.toggle('fitted', view.isFitted);
   const percent = Math.round(view.scale * devicePixelRatio * 100);
   setText($('zoom'), view.image.width ? `${percent} %` : '');
 }
