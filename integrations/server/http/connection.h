@@ -39,12 +39,10 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   void nextRequest();
   void read();
   void parse();
-  [[nodiscard]] std::optional<Response> faultOfHeaders() const;
   void sendContinue();
   void handle();
-  [[nodiscard]] Request takeRequest(const Message& message);
   [[nodiscard]] Reply makeReply();
-  void openWebSocket(Request request, Message message);
+  void openWebSocket(const Request& request, const Message& message);
 
   /// Answers a request that cannot be understood, after which nothing more can be.
   void refuse(Response response);

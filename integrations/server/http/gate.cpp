@@ -139,35 +139,33 @@ bool onlyReads(const Request& request) {
 
 /// Whether a page of another site has made the request.
 bool isForeign(const Request& request) {
-  for (const auto& [name, value] : request.headers.list()) {
-    if (equalInAnyCase(name, "Origin")) {
+  const std::string_view host = request.headers.get("Host");
+  const auto& headers = request.headers.list();
+  return std::any_of(headers.begin(), headers.end(), [host](const auto& header) {
+    const std::string_view value = header.second;
+    if (equalInAnyCase(header.first, "Origin")) {
       const std::size_t slashes = value.find("://");
-      if (slashes == std::string::npos ||
-          !equalInAnyCase(std::string_view(value).substr(slashes + 3),
-                          request.headers.get("Host"))) {
-        return true;
-      }
-    } else if (equalInAnyCase(name, "Sec-Fetch-Site")) {
-      if (value != "same-origin" && value != "none") return true;
+      return slashes == std::string_view::npos || !equalInAnyCase(value.substr(slashes + 3), host);
     }
-  }
-  return false;
+    return equalInAnyCase(header.first, "Sec-Fetch-Site") && value != "same-origin" &&
+           value != "none";
+  });
 }
 
 /// What may be read without the token.
 bool isOpen(const Request& request) {
   if (request.path == "/login") return true;
   if (!onlyReads(request)) return false;
-  for (const std::string_view prefix : {"/api/", "/management/", "/setup/"}) {
-    if (request.path.starts_with(prefix)) return true;
+  const std::string_view path = request.path;
+  constexpr std::array<std::string_view, 3> kAlpaca = {"/api/", "/management/", "/setup/"};
+  if (path == "/setup" || std::any_of(kAlpaca.begin(), kAlpaca.end(),
+                                      [&](auto begin) { return path.starts_with(begin); })) {
+    return true;
   }
-  if (request.path == "/setup" || request.path == "/management") return true;
-  // The page's own files lie next to it. Those that were captured never end like this.
-  const bool isFlat = request.path.rfind('/') == 0;
-  for (const std::string_view end : {".css", ".js", ".svg", ".ico", ".webmanifest"}) {
-    if (isFlat && request.path.ends_with(end)) return true;
-  }
-  return false;
+  // The page's own files lie next to it; those that were captured do not.
+  constexpr std::array<std::string_view, 5> kPage = {".css", ".js", ".svg", ".ico", ".webmanifest"};
+  return path.rfind('/') == 0 &&
+         std::any_of(kPage.begin(), kPage.end(), [&](auto end) { return path.ends_with(end); });
 }
 
 Response unauthorized(const Request& request) {
