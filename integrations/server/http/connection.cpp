@@ -50,7 +50,9 @@ std::string addressOf(const asio::ip::tcp::socket& socket, bool& isLocal) {
 }  // namespace
 
 Connection::Connection(Network& network, asio::ip::tcp::socket socket)
-    : network_(network), socket_(std::move(socket)), client_(addressOf(socket_, isLocal_)) {}
+    : network_(network), socket_(std::move(socket)) {
+  client_ = addressOf(socket_, isLocal_);
+}
 
 void Connection::start() {
   network_.peers.add(shared_from_this());
@@ -102,9 +104,8 @@ void Connection::cancelRead() {
 
 /// A slow client can take from the system's buffer for long before there is room for more.
 bool Connection::clientStillTakes() {
-  int unsent = 0;
-  if (ioctl(socket_.native_handle(), SIOCOUTQ, &unsent) != 0) return false;
-  return std::exchange(unsentBefore_, unsent) > unsent;
+  const int before = unsent_;
+  return ioctl(socket_.native_handle(), SIOCOUTQ, &unsent_) == 0 && unsent_ < before;
 }
 
 void Connection::nextRequest() {
@@ -144,7 +145,6 @@ void Connection::parse() {
     if (buffer_.size() == 0) return read();
     phase_ = Phase::kRestOfRequest;
     deadline_ = Clock::now() + network_.limits.requestTime;
-    network_.peers.setIdle(*this, false);
   }
   while (buffer_.size() > 0 && !parser_->is_done()) {
     error_code fault;
@@ -193,6 +193,7 @@ void Connection::handle() {
   request.isLocal = isLocal_;
   rules_ = {request.method == "HEAD", message.version() == 11, keepAlive};
   phase_ = Phase::kReply;
+  network_.peers.setIdle(*this, false);
   const bool opensWebSocket = boost::beast::websocket::is_upgrade(message);
   if (auto answer = network_.gate.refusal(request, opensWebSocket)) {
     return respond(std::move(*answer));
@@ -238,7 +239,6 @@ void Connection::respond(Response response) {
   phase_ = Phase::kSending;
   network_.peers.setIdle(*this, false);
   deadline_ = Clock::now() + network_.limits.stallTime;
-  unsentBefore_ = 0;
   response_.emplace(std::move(response), rules_);
   send();
 }
@@ -279,6 +279,7 @@ void Connection::send() {
 }
 
 void Connection::waitUntilWritable() {
+  ioctl(socket_.native_handle(), SIOCOUTQ, &unsent_);
   socket_.async_wait(asio::socket_base::wait_write, [self = shared_from_this()](error_code failed) {
     if (self->phase_ != Phase::kSending) return;
     if (failed) return self->shut();

@@ -56,8 +56,8 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
 
   Network& network_;
   boost::asio::ip::tcp::socket socket_;
-  std::string client_;
   bool isLocal_ = false;
+  std::string client_;
   Phase phase_ = Phase::kRequest;
   Clock::time_point deadline_;
   boost::beast::flat_buffer buffer_;
@@ -65,7 +65,7 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   bool headersAreChecked_ = false;
   ResponseStream::Rules rules_;
   std::optional<ResponseStream> response_;
-  int unsentBefore_ = 0;
+  int unsent_ = 0;  ///< in the system's buffer when it was looked at last
   std::size_t discarded_ = 0;
 };
 

@@ -42,7 +42,12 @@ std::optional<HostAndPort> takeApart(std::string_view text) {
     result.port = text.substr(end + 1);
   }
   const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+  const auto isOfName = [&](char c) {
+    return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' || c == '.' ||
+           c == '_' || (c == ':' && result.isBracketed);
+  };
   if (result.host.empty() || result.port.size() > 5 ||
+      !std::all_of(result.host.begin(), result.host.end(), isOfName) ||
       !std::all_of(result.port.begin(), result.port.end(), isDigit)) {
     return std::nullopt;
   }

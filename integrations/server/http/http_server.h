@@ -17,6 +17,8 @@ namespace orvik::server {
 struct HttpLimits {
   std::size_t headerBytes = 16'384;
   std::size_t bodyBytes = 65'536;
+  /// One more takes the place of the one that has kept the server waiting for a request for
+  /// longest; without such one it is refused.
   std::size_t connections = 2048;
   /// For the headers and body of a request, from its first byte on.
   std::chrono::seconds requestTime{10};
