@@ -35,13 +35,14 @@ MAY_USE["src/firmware"] -= {"src/cooler", "src/controls", "src/settings"}
 MAY_USE["src/api"] -= {"src/classes"}
 MAY_USE |= {
     "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/delivery", "src/settings", "src/link",
-             "src/firmware", "src/models"} | PUBLIC,
+             "src/firmware", "src/models", "integrations/server/http"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
     "tools/orvikctl": {"imaging"} | PUBLIC,
     "integrations/gstreamer": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
-    "tools/manual": {"tools/orvikctl", "tools/simcam", "src/controls", "src/state"} | PUBLIC,
+    "tools/manual": {"tools/orvikctl", "tools/simcam", "integrations/server", "src/controls",
+                     "src/state"} | PUBLIC,
     "vm": PUBLIC,
     "examples": PUBLIC,
     "integrations/indi": PUBLIC | {"imaging"},

@@ -70,9 +70,10 @@ class CaptureDesk::Impl : public std::enable_shared_from_this<Impl> {
   void open(const JobPointer& job);
   void tryCapture(const JobPointer& job);
   void run(Job& job, CaptureContext& context);
-  Outcome capture(Job& job, CaptureContext& context);
+  void capture(Job& job, CaptureContext& context);
   void finish(const JobPointer& job, const Outcome& outcome);
   void drop(const JobPointer& job, const Outcome& why);
+  void refuse(const JobPointer& job, const Outcome& why);
   void ended(const JobPointer& job, const Outcome& outcome);
   void progressed();
 
@@ -102,7 +103,7 @@ void CaptureDesk::Impl::start(CaptureRequest request, std::string who, Done done
   job->writer.begin([job, folder = folder_] { return makeFiles(job->request, folder); },
                     {.ready =
                          [self = shared_from_this(), job](const Outcome& outcome) {
-                           if (outcome) return self->drop(job, outcome);
+                           if (outcome) return self->refuse(job, outcome);
                            self->open(job);
                          },
                      .failed = [job] { job->stop.request_stop(); },
@@ -132,7 +133,7 @@ void CaptureDesk::Impl::tryCapture(const JobPointer& job) {
 
 void CaptureDesk::Impl::run(Job& job, CaptureContext& context) {
   try {
-    job.outcome = capture(job, context);
+    capture(job, context);
   } catch (...) {
     job.outcome = currentFailure();
   }
@@ -144,9 +145,9 @@ void CaptureDesk::Impl::run(Job& job, CaptureContext& context) {
   }
 }
 
-Outcome CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
+void CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
   const std::stop_callback stopAsWell(context.stop(), [&job] { job.stop.request_stop(); });
-  if (const Outcome fault = applyExposure(job.request, context)) return fault;
+  applySettings(job.request, context);
   camera_->note(job.who, "Capture: " + job.what);
   std::exchange(job.begun, {})({});
   const CaptureRun run{.request = job.request,
@@ -155,7 +156,7 @@ Outcome CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
                        .progress = job.progress,
                        .stop = job.stop.get_token(),
                        .changed = [this] { progressed(); }};
-  return job.request.kind == CaptureKind::kVideo ? recordVideo(run) : takeImages(run);
+  job.request.kind == CaptureKind::kVideo ? recordVideo(run) : takeImages(run);
 }
 
 /// The camera's part is over.
@@ -167,10 +168,14 @@ void CaptureDesk::Impl::finish(const JobPointer& job, const Outcome& outcome) {
   });
 }
 
-/// It cannot begin.
+/// It cannot begin with the camera: an empty file that was made is removed first.
 void CaptureDesk::Impl::drop(const JobPointer& job, const Outcome& why) {
   camera_->close(User::kCapture, [](const Outcome&) {});
-  job->writer.end({});
+  job->writer.end(
+      [self = shared_from_this(), job, why](const Outcome&) { self->refuse(job, why); });
+}
+
+void CaptureDesk::Impl::refuse(const JobPointer& job, const Outcome& why) {
   {
     const std::scoped_lock lock(mutex_);
     running_.reset();

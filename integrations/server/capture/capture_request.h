@@ -31,14 +31,14 @@ struct CaptureRequest {
 
   CaptureKind kind = CaptureKind::kImages;
   CaptureFormat format = CaptureFormat::kFits;  ///< of images FITS or PNG, of a video SER
-  std::optional<std::int64_t> count;            ///< of images or frames; empty: until it is stopped
-  std::optional<Seconds> length;                ///< of a video; empty: until it is stopped
+  std::optional<std::int64_t> count{};          ///< of images or frames; empty: until it is stopped
+  std::optional<Seconds> length{};              ///< of a video; empty: until it is stopped
   Seconds interval{0};                          ///< of images, from start to start; 0: none
-  std::optional<Seconds> exposure;              ///< empty: that of the live view
+  std::optional<Seconds> exposure{};            ///< empty: that of the live view
   /// Beginning of the file names: "moon" leads to moon_0001.fits, or to moon.ser and moon-2.ser.
   /// Numbers continue where those of existing files end. Empty: "capture".
-  std::string name;
-  std::string object;  ///< what the images show; may be empty
+  std::string name{};
+  std::string object{};  ///< what the images show; may be empty
   FrameKind frameKind = FrameKind::kLight;
 };
 

@@ -107,8 +107,9 @@ bool takeImage(const CaptureRun& run, FrameStore& store) {
 
 }  // namespace
 
-Outcome applyExposure(const CaptureRequest& request, CaptureContext& context) {
-  if (!request.exposure) return {};
+void applySettings(const CaptureRequest& request, CaptureContext& context) {
+  context.usePageSettings();
+  if (!request.exposure) return;
   Camera& camera = context.camera();
   const Control* control = camera.control(Orvik_CTL_EXPOSURE);
   const double wanted = std::round(request.exposure->count() * 1e6);
@@ -118,14 +119,12 @@ Outcome applyExposure(const CaptureRequest& request, CaptureContext& context) {
       text = "Exposures of this camera take from " + imaging::formatDuration(control->min()) +
              " to " + imaging::formatDuration(control->max()) + ".";
     }
-    return Failure{.kind = Failure::Kind::kBadValue, .message = std::move(text)};
+    throw FailureException({.kind = Failure::Kind::kBadValue, .message = std::move(text)});
   }
-  context.usePageSettings();
   camera.set(control::kExposure, std::chrono::microseconds(static_cast<std::int64_t>(wanted)));
-  return {};
 }
 
-Outcome takeImages(const CaptureRun& run) {
+void takeImages(const CaptureRun& run) {
   FrameStore store = storeFor(run.context.camera());
   Clock::time_point next = Clock::now();
   const auto interval = std::chrono::duration_cast<Clock::duration>(run.request.interval);
@@ -134,14 +133,12 @@ Outcome takeImages(const CaptureRun& run) {
     next = Clock::now() + interval;
     if (!takeImage(run, store)) break;
   }
-  return {};
 }
 
-Outcome recordVideo(const CaptureRun& run) {
+void recordVideo(const CaptureRun& run) {
   Camera& camera = run.context.camera();
   FrameStore store = storeFor(camera);
   const imaging::ImageInfo info = infoOf(run.request, camera);
-  std::optional<FrameInfo> first;
   Video video(camera, run.stop);
   const Clock::time_point begun = Clock::now();
   run.progress.begin(begun);
@@ -151,17 +148,10 @@ Outcome recordVideo(const CaptureRun& run) {
   for (std::int64_t count = 0; !run.request.count || count < *run.request.count; ++count) {
     std::shared_ptr<Frame> frame = takeFrame(store, run.stop);
     if (!frame || !video.next(*frame)) break;
-    const FrameInfo& facts = frame->info();
-    if (!first) first = facts;
-    if (facts.width != first->width || facts.height != first->height || facts.type != first->type) {
-      return Failure{.kind = Failure::Kind::kBadValue,
-                     .message = "The image format was changed; a video has only one."};
-    }
     run.progress.frame(camera.droppedFrames());
     handOn(run, std::move(frame), info);
     run.changed();
   }
-  return {};
 }
 
 }  // namespace orvik::server

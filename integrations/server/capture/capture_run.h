@@ -23,18 +23,17 @@ struct CaptureRun {
   std::function<void()> changed;  ///< told a few times a second
 };
 
-/// Sets the exposure time that the request has, if it has one.
+/// Sets what the page has set, and the exposure time that the request has, if it has one.
 ///
-/// @return kBadValue if the camera has no such exposure
-/// @throws Error
-Outcome applyExposure(const CaptureRequest& request, CaptureContext& context);
+/// @throws Error, and FailureException if the camera has no such exposure
+void applySettings(const CaptureRequest& request, CaptureContext& context);
 
 /// Takes the images of a request. Returns when all are on their way to the files, or at a stop.
 ///
 /// @throws Error if the camera fails
-Outcome takeImages(const CaptureRun& run);
+void takeImages(const CaptureRun& run);
 
 /// The same of a video.
-Outcome recordVideo(const CaptureRun& run);
+void recordVideo(const CaptureRun& run);
 
 }  // namespace orvik::server
