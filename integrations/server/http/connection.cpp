@@ -101,12 +101,14 @@ void Connection::check(Clock::time_point now) {
     case Phase::kLastBytes:
       break;
   }
-  if (phase_ == Phase::kSending) {
-    // What has not been sent is dropped at once, instead of staying with the system for minutes.
-    error_code ignored;
-    socket_.set_option(asio::socket_base::linger(true, 0), ignored);
-  }
+  if (phase_ == Phase::kSending) dropUnsent();
   shut();
+}
+
+/// What has not been sent is dropped at once, instead of staying with the system for minutes.
+void Connection::dropUnsent() {
+  error_code ignored;
+  socket_.set_option(asio::socket_base::linger(true, 0), ignored);
 }
 
 /// A read that goes on would use the buffer together with the next one.
@@ -308,8 +310,25 @@ void Connection::respond(Response response) {
   network_.peers.setIdle(*this, false);
   deadline_ = Clock::now() + network_.limits.stallTime;
   unsentBefore_ = 0;
+  recall_.reset();
+  const auto* const shared = std::get_if<SharedBytes>(&response.body);
+  recalled_ = shared != nullptr ? shared->recalled : std::stop_token();
   response_.emplace(std::move(response), rules_);
+  if (recalled_.stop_possible()) {
+    recall_.emplace(recalled_, [weak = weak_from_this(), loop = network_.loop] {
+      asio::post(*loop, [weak] {
+        if (const auto self = weak.lock()) self->breakOffRecalled();
+      });
+    });
+  }
   send();
+}
+
+void Connection::breakOffRecalled() {
+  // Unless another answer is on its way already.
+  if (phase_ != Phase::kSending || !recalled_.stop_requested()) return;
+  dropUnsent();
+  shut();
 }
 
 void Connection::send() {

@@ -8,8 +8,10 @@
 #include <boost/beast/http/string_body.hpp>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "integrations/server/http/message.h"
@@ -49,11 +51,13 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   /// Answers a request that cannot be understood, after which nothing more can be.
   void refuse(Response response);
   void respond(Response response);
+  void breakOffRecalled();
   void send();
   void waitUntilWritable();
   void afterResponse();
   void discardLastBytes();
   void cancelRead();
+  void dropUnsent();
   [[nodiscard]] bool clientStillTakes();
 
   Network& network_;
@@ -67,6 +71,8 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   bool headersAreChecked_ = false;
   ResponseStream::Rules rules_;
   std::optional<ResponseStream> response_;
+  std::stop_token recalled_;  ///< of the memory of the answer
+  std::optional<std::stop_callback<std::function<void()>>> recall_;
   int unsentBefore_ = 0;
   std::size_t discarded_ = 0;
 };

@@ -15,8 +15,8 @@ namespace orvik::server {
 
 /// What one client, and all of them together, may demand.
 struct HttpLimits {
-  std::size_t headerBytes = 16 * 1024;
-  std::size_t bodyBytes = 64 * 1024;
+  std::size_t headerBytes = std::size_t{16} * 1024;
+  std::size_t bodyBytes = std::size_t{64} * 1024;
   std::size_t connections = 2048;
   /// For the headers and body of a request, from its first byte on.
   std::chrono::seconds requestTime{10};

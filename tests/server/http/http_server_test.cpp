@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -273,6 +275,25 @@ TEST_F(HttpServerTest, IdleConnectionsGiveWayAndBusyOnesDoNot) {
   EXPECT_TRUE(idle.isEnded());
   EXPECT_EQ(WireClient(port).readAnswer().status, 503);
   for (WireClient& client : busy) EXPECT_EQ(client.ask("b").body, "PUT  b");
+}
+
+TEST_F(HttpServerTest, GoesOnWhenTheSystemHasNoMoreDescriptors) {
+  const std::uint16_t port = start();
+  std::vector<WireClient> idle;
+  for (int n = 0; n < 5; ++n) {
+    idle.emplace_back(port);
+    ASSERT_EQ(idle.back().ask(get("/echo")).status, 200);
+  }
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const int firstFree = dup(0);
+  close(firstFree);
+  // The client's socket gets the last one.
+  const rlimit few{static_cast<rlim_t>(firstFree) + 1, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  EXPECT_EQ(WireClient(port).ask(get("/echo")).status, 200);
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_TRUE(idle.front().isEnded());
 }
 
 TEST_F(HttpServerTest, SlowClientsAreGivenUp) {
