@@ -158,14 +158,12 @@ bool isForeign(const Request& request) {
 bool isOpen(const Request& request) {
   if (request.path == "/login") return true;
   if (!onlyReads(request)) return false;
-  for (const std::string_view prefix : {"/api/", "/management/", "/setup/"}) {
+  // The page itself holds nothing of the cameras.
+  for (const std::string_view prefix : {"/api/", "/management/", "/setup/", "/page/", "/camera/"}) {
     if (request.path.starts_with(prefix)) return true;
   }
-  if (request.path == "/setup" || request.path == "/management") return true;
-  // The page's own files lie next to it. Those that were captured never end like this.
-  const bool isFlat = request.path.rfind('/') == 0;
-  for (const std::string_view end : {".css", ".js", ".svg", ".ico", ".webmanifest"}) {
-    if (isFlat && request.path.ends_with(end)) return true;
+  for (const std::string_view path : {"/", "/setup", "/management", "/favicon.ico"}) {
+    if (request.path == path) return true;
   }
   return false;
 }
