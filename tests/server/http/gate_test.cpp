@@ -132,10 +132,10 @@ TEST(Gate, AsksForTheToken) {
       {"", false},
   };
   for (const auto& [text, isRight] : credentials) {
-    EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Authorization", text}}), isRight ? 0 : 401)
+    EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Authorization", text}}), isRight ? 0 : 401)
         << text;
   }
-  const auto page = gate.refusal(requestOf("GET", "/", {host, {"Accept", "text/html,*/*"}}));
+  const auto page = gate.refusal(requestOf("GET", "/cameras", {host, {"Accept", "text/html,*/*"}}));
   ASSERT_TRUE(page);
   EXPECT_NE(std::get<std::string>(page->body).find("/login"), std::string::npos);
 }
@@ -157,12 +157,12 @@ TEST(Gate, LogsInWithACookie) {
   EXPECT_NE(cookie.find("; HttpOnly"), std::string::npos);
   EXPECT_NE(cookie.find("; SameSite=Strict"), std::string::npos);
   const std::string pair = cookie.substr(0, cookie.find(';'));
-  EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Cookie", "a=b; " + pair + "; c=d"}}), 0);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", "a=b; " + pair + "; c=d"}}), 0);
   EXPECT_EQ(refusal(gate, "GET", "/live", {host, {"Cookie", pair}}, true), 0);
-  EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Cookie", pair.substr(0, pair.size() - 1)}}), 401);
-  EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Cookie", "orvik11111="}}), 401);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", pair.substr(0, pair.size() - 1)}}), 401);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", "orvik11111="}}), 401);
   // It ends with the server, and is not another one's.
-  EXPECT_EQ(refusal(Gate({}, "secret word"), "GET", "/", {host, {"Cookie", pair}}), 401);
+  EXPECT_EQ(refusal(Gate({}, "secret word"), "GET", "/cameras", {host, {"Cookie", pair}}), 401);
 }
 
 }  // namespace
