@@ -25,6 +25,7 @@
 #include "integrations/server/command_line.h"
 #include "integrations/server/http/discovery.h"
 #include "integrations/server/http/http_server.h"
+#include "integrations/server/page/page_server.h"
 #include "integrations/server/router.h"
 #include "orvik/orvik_sim.h"
 
@@ -130,9 +131,13 @@ int run(const Options& options) {
   AlpacaApi alpaca(fleet, options.name, options.location, guideWiring(options.guideLines));
   const auto folder = std::make_shared<CaptureFolder>(
       options.folder.empty() ? CaptureFolder::standard() : std::filesystem::path(options.folder));
+  PageServer pages(fleet, folder);
   const Gate gate(options.hosts, token);
   const HttpServer server(wanted, gate,
-                          Router(alpaca, gate, folder, [] { return plainText(404, ""); }), {});
+                          Router(alpaca, gate, folder, [&pages] { return pages.cameras(); }),
+                          [&pages](const Request& request, std::shared_ptr<WebSocket> socket) {
+                            return pages.connect(request, std::move(socket));
+                          });
   announce(server.address(), !token.empty());
 
   std::optional<Discovery> discovery;
