@@ -15,6 +15,10 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# Debian's Python, for which its packages of modules are made, even if PATH begins with another one.
+find_program(Python3_EXECUTABLE python3 PATHS /usr/bin NO_DEFAULT_PATH
+             DOC "The Python that the package is built for, and that runs tests")
+
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 

@@ -49,3 +49,12 @@ for file in "${files[@]}"; do
   fi
   printf '  %-12s %10d bytes\n' "$file" "$(stat -c %s "$out/$file")"
 done
+
+cat <<TEXT
+
+To see the Moon live, with all controls, in a browser:
+
+  $1/orvik-server --sim T15C,scene=moon
+
+and then open http://127.0.0.1:11111/
+TEXT

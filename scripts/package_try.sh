@@ -25,7 +25,8 @@ cp scripts/package_try_inside.sh "$bundle/inside.sh"
 mode=unshare
 [ "$(id -u)" -ne 0 ] || mode=root
 mmdebstrap --quiet --mode=$mode --variant=minbase --format=null \
-  --include=bash-completion,g++,cmake,gstreamer1.0-tools,indi-bin,make,man-db,pkg-config,udev,zsh \
+  --include=bash-completion,g++,cmake,curl,gstreamer1.0-tools,indi-bin,make,man-db,pkg-config \
+  --include=systemd,udev,zsh \
   --keyring=/usr/share/keyrings/debian-archive-keyring.gpg \
   --customize-hook="sync-in '$bundle' /opt" \
   --customize-hook='chroot "$1" bash /opt/inside.sh' \

@@ -83,6 +83,24 @@ run python3 -m orvik
 run gst-launch-1.0 -q orviksrc num-buffers=3 ! video/x-bayer ! fakesink
 unset ORVIK_SIM
 
+step "the server: Alpaca, the page, the service"
+orvik-server --sim T15C,scene=moon --listen 127.0.0.1:0 --no-discovery >server.log 2>&1 &
+server=$!
+echo "\$ orvik-server --sim T15C,scene=moon &"
+eventually grep -q "^http:" server.log
+address=$(sed -n 's/^\(http:.*\)/\1/p' server.log)
+run curl -fsS "${address}api/v1/camera/0/name" | tee answer
+grep -q '"Value":"Vek T15C' answer
+run curl -fsS -o page "$address"
+grep -qi "<!doctype html>" page
+kill $server
+wait $server
+getent passwd orvik-server
+unit=/lib/systemd/system/orvik-server.service
+run systemd-analyze verify $unit
+# Ten times the exposure that systemd shows; 100 is that of a service without any protection.
+run systemd-analyze security --offline=yes --threshold=20 $unit | tail -1
+
 step "completions, man pages, rules, documents"
 run bash -ic 'source /usr/share/bash-completion/bash_completion; _completion_loader orvikctl
   COMP_WORDS=(orvikctl snap --type r) COMP_CWORD=3; _orvikctl; echo "${COMPREPLY[@]}"' 2>/dev/null |
@@ -91,7 +109,7 @@ grep -qx "raw8 rgb24 raw16" completed
 run zsh -ic 'autoload -U compinit; compinit -u; echo $_comps[orvikctl] $_comps[orvik-simcam]' |
   tee completed
 grep -qx "_orvikctl _orvik-simcam" completed
-for page in orvikctl orvik-simcam; do
+for page in orvikctl orvik-simcam orvik-server; do
   echo "\$ man $page"
   MANWIDTH=80 man $page >page 2>&1
   grep -q "^NAME" page

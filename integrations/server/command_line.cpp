@@ -28,7 +28,7 @@ void defineCommandLine(CLI::App& program, Options& options) {
       .add_option("--host", options.hosts,
                   "Another name under which browsers reach this server; can be given several "
                   "times. Addresses and the machine's own name need not be given")
-      ->type_name("NAME")
+      ->type_name("HOST")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   program
@@ -44,7 +44,7 @@ void defineCommandLine(CLI::App& program, Options& options) {
   program
       .add_option("--folder", options.folder,
                   "Where captures of the page are stored (Pictures/Orvik in the home folder)")
-      ->type_name("DIR");
+      ->type_name("FOLDER");
   program
       .add_option("--guide-lines", options.guideLines,
                   "Guide lines for north, south, east and west")

@@ -118,16 +118,8 @@ void AlpacaCamera::connect(const PutDone& done) {
   ++transitions_;
   connectFailure_.reset();
   lock.unlock();
-  const bool isOursAlone = served_->status()->link != Link::kOpen;
-  served_->open(User::kAlpaca, [self = shared_from_this(), done, isOursAlone](const Outcome& out) {
-    // The settings of a former program may mirror images. What the page sets stays.
-    if (!out && isOursAlone) {
-      self->served_->setControl(Orvik_CTL_FLIP, {0, false}, [self, done](const Outcome& flipped) {
-        self->opened(flipped, done);
-      });
-    } else {
-      self->opened(out, done);
-    }
+  served_->open(User::kAlpaca, [self = shared_from_this(), done](const Outcome& outcome) {
+    self->opened(outcome, done);
   });
 }
 

@@ -73,6 +73,7 @@ class CaptureDesk::Impl : public std::enable_shared_from_this<Impl> {
   void capture(Job& job, CaptureContext& context);
   void finish(const JobPointer& job, const Outcome& outcome);
   void drop(const JobPointer& job, const Outcome& why);
+  void refuse(const JobPointer& job, const Outcome& why);
   void ended(const JobPointer& job, const Outcome& outcome);
   void progressed();
 
@@ -102,7 +103,7 @@ void CaptureDesk::Impl::start(CaptureRequest request, std::string who, Done done
   job->writer.begin([job, folder = folder_] { return makeFiles(job->request, folder); },
                     {.ready =
                          [self = shared_from_this(), job](const Outcome& outcome) {
-                           if (outcome) return self->drop(job, outcome);
+                           if (outcome) return self->refuse(job, outcome);
                            self->open(job);
                          },
                      .failed = [job] { job->stop.request_stop(); },
@@ -167,10 +168,14 @@ void CaptureDesk::Impl::finish(const JobPointer& job, const Outcome& outcome) {
   });
 }
 
-/// It cannot begin.
+/// It cannot begin with the camera: an empty file that was made is removed first.
 void CaptureDesk::Impl::drop(const JobPointer& job, const Outcome& why) {
   camera_->close(User::kCapture, [](const Outcome&) {});
-  job->writer.end({});
+  job->writer.end(
+      [self = shared_from_this(), job, why](const Outcome&) { self->refuse(job, why); });
+}
+
+void CaptureDesk::Impl::refuse(const JobPointer& job, const Outcome& why) {
   {
     const std::scoped_lock lock(mutex_);
     running_.reset();

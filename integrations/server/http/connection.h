@@ -8,8 +8,10 @@
 #include <boost/beast/http/string_body.hpp>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "integrations/server/http/message.h"
@@ -39,27 +41,27 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   void nextRequest();
   void read();
   void parse();
-  [[nodiscard]] std::optional<Response> faultOfHeaders() const;
   void sendContinue();
   void handle();
-  [[nodiscard]] Request takeRequest(const Message& message);
   [[nodiscard]] Reply makeReply();
-  void openWebSocket(Request request, Message message);
+  void openWebSocket(const Request& request, const Message& message);
 
   /// Answers a request that cannot be understood, after which nothing more can be.
   void refuse(Response response);
   void respond(Response response);
+  void breakOffRecalled();
   void send();
   void waitUntilWritable();
   void afterResponse();
   void discardLastBytes();
   void cancelRead();
+  void dropUnsent();
   [[nodiscard]] bool clientStillTakes();
 
   Network& network_;
   boost::asio::ip::tcp::socket socket_;
-  std::string client_;
   bool isLocal_ = false;
+  std::string client_;
   Phase phase_ = Phase::kRequest;
   Clock::time_point deadline_;
   boost::beast::flat_buffer buffer_;
@@ -67,7 +69,9 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   bool headersAreChecked_ = false;
   ResponseStream::Rules rules_;
   std::optional<ResponseStream> response_;
-  int unsentBefore_ = 0;
+  std::stop_token recalled_;  ///< of the memory of the answer
+  std::optional<std::stop_callback<std::function<void()>>> recall_;
+  int unsent_ = 0;  ///< in the system's buffer when it was looked at last
   std::size_t discarded_ = 0;
 };
 

@@ -74,7 +74,8 @@ FileDescriptor bindTo(int family, std::uint16_t& port) {
   return socket;
 }
 
-void joinGroup(int socket) {
+/// Makes a socket hear what is sent to the group on any interface.
+void join(int socket) {
   ipv6_mreq request{};
   inet_pton(AF_INET6, kGroup, &request.ipv6mr_multiaddr);
   struct if_nameindex* const interfaces = if_nameindex();
@@ -116,6 +117,7 @@ class Discovery::Impl {
     if (!v4_ && !v6_) throwErrno("cannot listen for discovery");
     wake_ = FileDescriptor(eventfd(0, EFD_CLOEXEC));
     if (!wake_) throwErrno("cannot listen for discovery");
+    joinGroup();
     thread_ = std::thread([this] { run(); });
   }
 
@@ -132,7 +134,6 @@ class Discovery::Impl {
  private:
   void run() {
     for (;;) {
-      if (v6_) joinGroup(v6_.number());
       std::array<pollfd, 3> waits = {
           {{wake_.number(), POLLIN, 0}, {v4_.number(), POLLIN, 0}, {v6_.number(), POLLIN, 0}}};
       const auto joinAgain = Clock::now() + kJoinInterval;
@@ -143,7 +144,12 @@ class Discovery::Impl {
         if (waits[1].revents != 0) receive(v4_.number());
         if (waits[2].revents != 0) receive(v6_.number());
       }
+      joinGroup();
     }
+  }
+
+  void joinGroup() {
+    if (v6_) join(v6_.number());
   }
 
   void receive(int socket) {

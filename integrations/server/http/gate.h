@@ -28,10 +28,10 @@ class Gate {
   /// a foreign origin of a request that changes state or opens a WebSocket, 401 without the token
   /// where one is needed.
   ///
-  /// With a token, the page, its WebSockets, files and everything that is not GET or HEAD need it:
-  /// as the cookie that `PUT /login` sets, as `Authorization: Bearer TOKEN`, or as the password of
-  /// basic authentication. GET of Alpaca's members and setup pages, /login and the page's own style
-  /// and scripts pass. A browser that asks for a page is led to /login.
+  /// With a token, the list of cameras, WebSockets, captured files and everything that is not GET
+  /// or HEAD need it: as the cookie that `PUT /login` sets, as `Authorization: Bearer TOKEN`, or as
+  /// the password of basic authentication. GET of Alpaca's members and setup pages pass, and the
+  /// empty page with its scripts, which asks for the token.
   [[nodiscard]] std::optional<Response> refusal(const Request& request,
                                                 bool opensWebSocket = false) const;
 
@@ -39,7 +39,7 @@ class Gate {
   [[nodiscard]] Response login(const Request& request) const;
 
  private:
-  [[nodiscard]] bool isOurs(std::string_view host) const;
+  [[nodiscard]] bool isOurs(std::string_view text) const;
   [[nodiscard]] bool hasToken(const Request& request) const;
 
   std::vector<std::string> hosts_;

@@ -43,9 +43,10 @@ TEST(Gate, KnowsItsHosts) {
     EXPECT_EQ(refusal(gate, "GET", "/", {{"Host", host}}), 0) << host;
   }
   for (const char* host :
-       {"", "evil.example", "localhost.evil.example", "evillocalhost", "127.0.0.1.evil.example",
-        "127.1", "0x7f.0.0.1", "[::1", "[::1]x", "[evil.example]", "::1", "localhost:99999999",
-        "localhost:80@evil.example", "user@localhost", ":11111", "observatory.example"}) {
+       {"", "evil.example", "localhost.evil.example", "evillocalhost", "a/b.localhost",
+        "127.0.0.1.evil.example", "127.1", "0x7f.0.0.1", "[::1", "[::1]x", "[evil.example]", "::1",
+        "localhost:99999999", "localhost:80@evil.example", "user@localhost", ":11111",
+        "observatory.example"}) {
     EXPECT_EQ(refusal(gate, "GET", "/", {{"Host", host}}), 421) << host;
   }
   EXPECT_EQ(refusal(gate, "GET", "/", {}), 0);  // HTTP/1.0
@@ -100,15 +101,15 @@ TEST(Gate, AsksForTheToken) {
       {"GET", "/setup/v1/camera/0/setup", true},
       {"GET", "/login", true},
       {"PUT", "/login", true},
-      {"GET", "/style.css", true},
-      {"GET", "/main.js", true},
-      {"GET", "/", false},
-      {"GET", "/camera/0", false},
+      {"GET", "/page/style.css", true},
+      {"GET", "/", true},
+      {"GET", "/camera/0", true},
+      {"GET", "/cameras", false},
       {"GET", "/files/night.fits", false},
       {"GET", "/files/style.css", false},
       {"GET", "/apis", false},
       {"PUT", "/api/v1/camera/0/gain", false},
-      {"PUT", "/style.css", false},
+      {"PUT", "/page/style.css", false},
       {"PUT", "/setup", false},
   };
   for (const auto& each : paths) {
@@ -132,10 +133,10 @@ TEST(Gate, AsksForTheToken) {
       {"", false},
   };
   for (const auto& [text, isRight] : credentials) {
-    EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Authorization", text}}), isRight ? 0 : 401)
+    EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Authorization", text}}), isRight ? 0 : 401)
         << text;
   }
-  const auto page = gate.refusal(requestOf("GET", "/", {host, {"Accept", "text/html,*/*"}}));
+  const auto page = gate.refusal(requestOf("GET", "/cameras", {host, {"Accept", "text/html,*/*"}}));
   ASSERT_TRUE(page);
   EXPECT_NE(std::get<std::string>(page->body).find("/login"), std::string::npos);
 }
@@ -157,12 +158,12 @@ TEST(Gate, LogsInWithACookie) {
   EXPECT_NE(cookie.find("; HttpOnly"), std::string::npos);
   EXPECT_NE(cookie.find("; SameSite=Strict"), std::string::npos);
   const std::string pair = cookie.substr(0, cookie.find(';'));
-  EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Cookie", "a=b; " + pair + "; c=d"}}), 0);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", "a=b; " + pair + "; c=d"}}), 0);
   EXPECT_EQ(refusal(gate, "GET", "/live", {host, {"Cookie", pair}}, true), 0);
-  EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Cookie", pair.substr(0, pair.size() - 1)}}), 401);
-  EXPECT_EQ(refusal(gate, "GET", "/", {host, {"Cookie", "orvik11111="}}), 401);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", pair.substr(0, pair.size() - 1)}}), 401);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", "orvik11111="}}), 401);
   // It ends with the server, and is not another one's.
-  EXPECT_EQ(refusal(Gate({}, "secret word"), "GET", "/", {host, {"Cookie", pair}}), 401);
+  EXPECT_EQ(refusal(Gate({}, "secret word"), "GET", "/cameras", {host, {"Cookie", pair}}), 401);
 }
 
 }  // namespace

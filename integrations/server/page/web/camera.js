@@ -48,6 +48,7 @@ function viewChanged() {
   picture.redraw();
   overlay.draw();
   tellView();
+  $('view').classList.toggle('fitted', view.isFitted);
   const percent = Math.round(view.scale * devicePixelRatio * 100);
   setText($('zoom'), view.image.width ? `${percent} %` : '');
 }
@@ -81,7 +82,11 @@ function startPicture() {
     if (key.toLowerCase() === 'r' && !ctrlKey) $('select').click();
   });
 
-  link.on('hello', tellView);
+  link.on('open', tellView);
+  link.on('hello', () => {
+    tellView();
+    tellPointer();
+  });
   link.on('picture', (buffer) => picture.receive(buffer));
   link.on('statistics', ({ pixel }) => {
     if (!pixel || !pointer) return;

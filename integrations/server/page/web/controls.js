@@ -54,8 +54,8 @@ export function startControls(link) {
     const listed = controls.filter(({ id }) => !COOLING.has(id));
     for (const control of listed.sort((one, other) => rank(one) - rank(other))) {
       const field = fieldOf(control, async ({ value, auto }) => {
-        await perform(link, { do: 'control', control: control.id, value, auto });
-        show(link.last.status);
+        const isDone = await perform(link, { do: 'control', control: control.id, value, auto });
+        if (!isDone) show(link.last.status);
       });
       fields.set(control.id, field);
       places[KNOWN[control.id]?.place ?? 'main'].append(field.element);
@@ -70,7 +70,7 @@ export function startControls(link) {
   }
 
   link.on('hello', ({ controls }) => {
-    if (made === JSON.stringify(controls)) return;
+    if (!controls.length || made === JSON.stringify(controls)) return;
     made = JSON.stringify(controls);
     make(controls);
   });

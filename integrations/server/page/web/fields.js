@@ -5,6 +5,8 @@ import { isEdited, latest, make, watchEdits } from './dom.js';
 import { exposureText, parseExposure } from './units.js';
 
 const STEPS = 1000;
+/** Milliseconds in which the status follows the answer to a command. */
+const SETTLING = 250;
 
 /** How a slider's position, 0 to STEPS, and a text stand for a value. */
 const linear = ({ min, max }, unit) => ({
@@ -56,8 +58,10 @@ export function sliderField(control, { label, unit, isExposure }, send) {
   const submit = latest(async (wanted) => {
     waiting += 1;
     await send(wanted);
-    waiting -= 1;
-    if (known) show(...known);
+    setTimeout(() => {
+      waiting -= 1;
+      if (known) show(...known);
+    }, SETTLING);
   });
   const isBusy = () => isHeld || waiting > 0;
   function display(value) {

@@ -99,9 +99,8 @@ function selection(view, overlay, chosen) {
     move(point) {
       if (!corners) return;
       corners[1] = within(point);
-      show(corners);
       const { width, height } = rectangle(corners);
-      $('readout').value = `${width} × ${height}`;
+      show({ corners, label: `${width} × ${height}` });
     },
     end() {
       if (!corners) return;

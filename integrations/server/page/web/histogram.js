@@ -16,13 +16,19 @@ function outline(context, counts, width, height, level) {
   context.lineTo(width, height);
 }
 
-/** The brightness on the screen along the whole depth: linear, or steep at the dark end. */
-function drawCurve(context, { mode, black, white, strength }, width, height) {
+/** The brightness on the screen, 0 to 1, of a value between the black and the white point. */
+function brightness({ mode, strength, midtone = 0.5 }, value) {
+  if (mode === 'asinh') return Math.asinh(value * strength) / Math.asinh(strength);
+  if (mode === 'auto') return (midtone - 1) * value / ((2 * midtone - 1) * value - midtone);
+  return value;
+}
+
+function drawCurve(context, stretch, width, height) {
+  const { black, white } = stretch;
   context.beginPath();
-  for (let x = 0; x <= width; x += 2) {
-    const t = Math.min(Math.max((x / width - black) / Math.max(white - black, 1e-6), 0), 1);
-    const y = mode === 'asinh' ? Math.asinh(t * strength) / Math.asinh(strength) : t;
-    context.lineTo(x, height - y * (height - 4));
+  for (let x = 0; x <= width; x += 1) {
+    const value = Math.min(Math.max((x / width - black) / Math.max(white - black, 1e-6), 0), 1);
+    context.lineTo(x, height - brightness(stretch, value) * (height - 4));
   }
   context.strokeStyle = colour('--accent');
   context.lineWidth = 1;

@@ -8,7 +8,7 @@ export class Overlay {
   hasCrosshair = false;
   /** Stars in pixels of the image: x, y, hfr. */
   stars = [];
-  /** Two corners of the region, in pixels of the image, or null. */
+  /** The region that is being dragged: two `corners`, in pixels of the image, and a `label`. */
   region = null;
   #canvas;
   #view;
@@ -58,7 +58,7 @@ export class Overlay {
   }
 
   #drawRegion(context, width, height) {
-    const [one, other] = this.region.map((corner) => this.#view.toScreen(corner));
+    const [one, other] = this.region.corners.map((corner) => this.#view.toScreen(corner));
     const [left, top] = [Math.min(one.x, other.x), Math.min(one.y, other.y)];
     const [wide, high] = [Math.abs(one.x - other.x), Math.abs(one.y - other.y)];
     context.fillStyle = '#0009';
@@ -67,5 +67,8 @@ export class Overlay {
     context.strokeStyle = colour('--accent');
     context.lineWidth = 1.5;
     context.strokeRect(left, top, wide, high);
+    context.fillStyle = colour('--accent');
+    context.font = '13px system-ui, sans-serif';
+    context.fillText(this.region.label, left, top > 20 ? top - 7 : top + high + 17);
   }
 }

@@ -7,10 +7,10 @@ const LINKS = { absent: 'unplugged', closed: 'not open', opening: 'opening …',
 export function startState(link) {
   let isUnknown = false;
 
-  function banner(text) {
+  function banner(text, isStale = Boolean(text)) {
     $('banner').hidden = !text;
     setText($('banner'), text);
-    document.body.classList.toggle('stale', Boolean(text));
+    document.body.classList.toggle('stale', isStale);
   }
   function chip(text, kind) {
     setText($('link'), text);
@@ -37,7 +37,7 @@ export function startState(link) {
     if (state === 'absent') {
       banner('The camera is unplugged. The page goes on when it is plugged in again.');
     } else {
-      banner(state === 'open' ? '' : problem);
+      banner(problem, state !== 'open');
     }
     if (state !== 'open') chip(LINKS[state], state === 'absent' ? 'bad' : 'wait');
     else if (activity === 'capture') chip(capture || 'capturing', 'busy');

@@ -34,8 +34,9 @@ export function startStretch(link) {
 
   const send = latest(async (wanted) => {
     const { mode, black, white, strength } = wanted;
-    await perform(link, { do: 'stretch', mode, black, white, strength });
-    if (link.last.stretch ?? link.last.hello) take(link.last.stretch ?? link.last.hello.stretch);
+    const isDone = await perform(link, { do: 'stretch', mode, black, white, strength });
+    const now = link.last.stretch ?? link.last.hello?.stretch;
+    if (!isDone && now) take(now);
   });
   function take(message) {
     stretch = message;
