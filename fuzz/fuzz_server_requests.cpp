@@ -4,12 +4,18 @@
 // function here, and all of them get each request.
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "integrations/server/alpaca/answer.h"
+#include "integrations/server/alpaca/arguments.h"
+#include "integrations/server/alpaca/error.h"
+#include "integrations/server/alpaca/members.h"
+#include "integrations/server/alpaca/route.h"
 #include "integrations/server/http/assets.h"
 #include "integrations/server/http/file_response.h"
 #include "integrations/server/http/form.h"
@@ -115,8 +121,38 @@ void answer(const Request& request) {
   require(std::count(head.begin(), head.end(), '\n') <= 15);
 }
 
+/// What Alpaca makes of paths and parameters: a BadRequest, or values within their limits.
+void readAlpaca(const Request& request) {
+  require(setupPathNumber(request.path).value_or(0) >= 0);
+  acceptsBinaryImage(request.headers.get("Accept"));
+  try {
+    const MemberPath path = memberPath(request.path);
+    require(path.number >= 0);
+    require(request.path ==
+            "/api/v1/camera/" + std::to_string(path.number) + "/" + std::string(path.member));
+    const Member* const member = findMember(path.member);
+    if (member == nullptr) return;
+    const bool isPut = request.method == "PUT";
+    const Form form = Form::parse(isPut ? request.body : request.query);
+    clientIds(form, isPut);
+    const Arguments arguments(form, member->parameters, request.client);
+    for (std::size_t n = 0; n < member->parameters.size(); ++n) {
+      const Parameter& parameter = member->parameters.at(n);
+      const auto text = form.exact(parameter.name);
+      if (parameter.type == Type::kDouble) require(std::isfinite(arguments.real(n)));
+      // Numbers mean what they say.
+      if (parameter.type == Type::kInt && text->size() < 6 && text->front() != '0' &&
+          !text->starts_with("-0")) {
+        require(std::to_string(arguments.integer(n)) == *text);
+      }
+    }
+  } catch (const BadRequest& refusal) {
+    require(refusal.what()[0] != 0);
+  }
+}
+
 /// Add the function of another part of the server here.
-constexpr std::array kParts = {readForms, readPath, passGate, askForParts, answer};
+constexpr std::array kParts = {readForms, readPath, passGate, askForParts, answer, readAlpaca};
 
 }  // namespace
 

@@ -35,7 +35,8 @@ MAY_USE["src/firmware"] -= {"src/cooler", "src/controls", "src/settings"}
 MAY_USE["src/api"] -= {"src/classes"}
 MAY_USE |= {
     "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/delivery", "src/settings", "src/link",
-             "src/firmware", "src/models", "integrations/server/http"} | PUBLIC,
+             "src/firmware", "src/models", "integrations/server/http",
+             "integrations/server/alpaca"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
     "tools/orvikctl": {"imaging"} | PUBLIC,

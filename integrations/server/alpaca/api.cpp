@@ -45,7 +45,9 @@ AlpacaApi::AlpacaApi(Fleet& fleet, std::string name, std::string location,
 
 bool AlpacaApi::owns(std::string_view path) {
   const std::string_view first = path.substr(0, path.find('/', 1));
-  return first == "/api" || first == "/management" || first == "/setup";
+  // In any case, so that a path in the wrong one is refused as the standard has it.
+  return equalInAnyCase(first, "/api") || equalInAnyCase(first, "/management") ||
+         equalInAnyCase(first, "/setup");
 }
 
 std::shared_ptr<AlpacaCamera> AlpacaApi::camera(int number) {

@@ -10,14 +10,12 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/beast/http/error.hpp>
-#include <boost/beast/http/rfc7230.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 #include <cerrno>
 #include <exception>
 #include <utility>
 
-#include "integrations/server/http/form.h"
-#include "integrations/server/http/request_target.h"
+#include "integrations/server/http/request_head.h"
 #include "integrations/server/http/web_socket_session.h"
 
 namespace orvik::server {
@@ -29,10 +27,10 @@ using boost::system::error_code;
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 
 constexpr std::size_t kReadSize = 4096;
-constexpr std::size_t kBodyReadSize = 32 * 1024;
+constexpr std::size_t kBodyReadSize = 32'768;
 /// What is sent before other connections have their turn.
 constexpr std::size_t kTurn = 1 << 20;
-constexpr std::size_t kTurnOfMadeBody = 128 * 1024;
+constexpr std::size_t kTurnOfMadeBody = 131'072;
 /// After the last answer the client gets some time to read it: closing a socket with unread input
 /// would take the answer away from it.
 constexpr auto kLastBytesTime = 2s;
@@ -49,23 +47,12 @@ std::string addressOf(const asio::ip::tcp::socket& socket, bool& isLocal) {
   return address.to_string();
 }
 
-std::string_view viewOf(boost::beast::string_view text) { return {text.data(), text.size()}; }
-
-Response answerTo(const error_code& fault) {
-  if (fault == http::error::header_limit) {
-    return plainText(431, "The headers of the request are too long.\n");
-  }
-  if (fault == http::error::body_limit) {
-    return plainText(413, "The body of the request is too long.\n");
-  }
-  if (fault == http::error::bad_version) return plainText(505, "This server speaks HTTP/1.1.\n");
-  return plainText(400, "The request is not well formed.\n");
-}
-
 }  // namespace
 
 Connection::Connection(Network& network, asio::ip::tcp::socket socket)
-    : network_(network), socket_(std::move(socket)), client_(addressOf(socket_, isLocal_)) {}
+    : network_(network), socket_(std::move(socket)) {
+  client_ = addressOf(socket_, isLocal_);
+}
 
 void Connection::start() {
   network_.peers.add(shared_from_this());
@@ -119,9 +106,8 @@ void Connection::cancelRead() {
 
 /// A slow client can take from the system's buffer for long before there is room for more.
 bool Connection::clientStillTakes() {
-  int unsent = 0;
-  if (ioctl(socket_.native_handle(), SIOCOUTQ, &unsent) != 0) return false;
-  return std::exchange(unsentBefore_, unsent) > unsent;
+  const int before = unsent_;
+  return ioctl(socket_.native_handle(), SIOCOUTQ, &unsent_) == 0 && unsent_ < before;
 }
 
 void Connection::nextRequest() {
@@ -161,16 +147,15 @@ void Connection::parse() {
     if (buffer_.size() == 0) return read();
     phase_ = Phase::kRestOfRequest;
     deadline_ = Clock::now() + network_.limits.requestTime;
-    network_.peers.setIdle(*this, false);
   }
   while (buffer_.size() > 0 && !parser_->is_done()) {
     error_code fault;
     const std::size_t parsed = parser_->put(buffer_.data(), fault);
     buffer_.consume(parsed);
-    if (fault && fault != http::error::need_more) return refuse(answerTo(fault));
+    if (fault && fault != http::error::need_more) return refuse(answerToFault(fault));
     if (parser_->is_header_done() && !headersAreChecked_) {
       headersAreChecked_ = true;
-      if (auto answer = faultOfHeaders()) return refuse(std::move(*answer));
+      if (auto answer = faultOfHeaders(parser_->get())) return refuse(std::move(*answer));
       if (!parser_->is_done()) sendContinue();
     }
     if (fault || parsed == 0) break;
@@ -184,44 +169,6 @@ void Connection::parse() {
   read();
 }
 
-std::optional<Response> Connection::faultOfHeaders() const {
-  const Message& message = parser_->get();
-  const unsigned version = message.version();
-  if (version != 10 && version != 11) return plainText(505, "This server speaks HTTP/1.1.\n");
-  switch (message.method()) {
-    case http::verb::get:
-    case http::verb::head:
-    case http::verb::put:
-    case http::verb::post:
-    case http::verb::delete_:
-    case http::verb::options:
-    case http::verb::patch:
-      break;
-    default:
-      return plainText(400, "The server does not know this method.\n");
-  }
-  if (!parseTarget(viewOf(message.target()))) {
-    return plainText(400, "The path is not well formed.\n");
-  }
-  const auto hosts = message.count(http::field::host);
-  if (hosts > 1 || (hosts == 0 && version == 11)) {
-    return plainText(400, "The request has to name one host.\n");
-  }
-  // Servers that disagree about the end of a request would take its rest for another one.
-  const auto encodings = message.count(http::field::transfer_encoding);
-  if (encodings > 1 ||
-      (encodings == 1 &&
-       (version == 10 || !parser_->chunked() ||
-        !equalInAnyCase(viewOf(message[http::field::transfer_encoding]), "chunked")))) {
-    return plainText(400, "The server does not know this transfer encoding.\n");
-  }
-  const auto expected = viewOf(message[http::field::expect]);
-  if (!expected.empty() && !equalInAnyCase(expected, "100-continue")) {
-    return plainText(417, "The server cannot do what the request expects.\n");
-  }
-  return std::nullopt;
-}
-
 void Connection::sendContinue() {
   if (parser_->get().version() == 10 || parser_->get().count(http::field::expect) == 0) return;
   constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -229,24 +176,6 @@ void Connection::sendContinue() {
   const ssize_t sent = ::send(socket_.native_handle(), kContinue.data(), kContinue.size(),
                               MSG_NOSIGNAL | MSG_DONTWAIT);
   if (sent != static_cast<ssize_t>(kContinue.size())) shut();
-}
-
-Request Connection::takeRequest(const Message& message) {
-  const auto target = parseTarget(viewOf(message.target())).value();
-  Request request;
-  request.method = std::string(viewOf(message.method_string()));
-  request.path = target.path;
-  request.query = target.query;
-  if (!target.host.empty()) request.headers.add("Host", std::string(target.host));
-  for (const auto& field : message) {
-    // The host of a whole address counts instead of the header.
-    if (field.name() == http::field::host && !target.host.empty()) continue;
-    request.headers.add(std::string(viewOf(field.name_string())),
-                        std::string(viewOf(field.value())));
-  }
-  request.client = client_;
-  request.isLocal = isLocal_;
-  return request;
 }
 
 Reply Connection::makeReply() {
@@ -261,14 +190,17 @@ Reply Connection::makeReply() {
 void Connection::handle() {
   const bool keepAlive = parser_->keep_alive();
   Message message = parser_->release();
-  Request request = takeRequest(message);
+  Request request = requestFrom(message);
+  request.client = client_;
+  request.isLocal = isLocal_;
   rules_ = {request.method == "HEAD", message.version() == 11, keepAlive};
   phase_ = Phase::kReply;
+  network_.peers.setIdle(*this, false);
   const bool opensWebSocket = boost::beast::websocket::is_upgrade(message);
   if (auto answer = network_.gate.refusal(request, opensWebSocket)) {
     return respond(std::move(*answer));
   }
-  if (opensWebSocket) return openWebSocket(std::move(request), std::move(message));
+  if (opensWebSocket) return openWebSocket(request, message);
   request.body = std::move(message.body());
   try {
     network_.handler(std::move(request), makeReply());
@@ -278,9 +210,9 @@ void Connection::handle() {
   }
 }
 
-void Connection::openWebSocket(Request request, Message message) {
+void Connection::openWebSocket(const Request& request, const Message& message) {
   // Nobody may send before the answer: it would be lost on the way to the other protocol.
-  if (buffer_.size() > 0) return refuse(answerTo({}));
+  if (buffer_.size() > 0) return refuse(answerToFault({}));
   const auto session = std::make_shared<WebSocketSession>(network_);
   std::shared_ptr<WebSocketUser> user;
   try {
@@ -309,7 +241,6 @@ void Connection::respond(Response response) {
   phase_ = Phase::kSending;
   network_.peers.setIdle(*this, false);
   deadline_ = Clock::now() + network_.limits.stallTime;
-  unsentBefore_ = 0;
   recall_.reset();
   const auto* const shared = std::get_if<SharedBytes>(&response.body);
   recalled_ = shared != nullptr ? shared->recalled : std::stop_token();
@@ -367,6 +298,7 @@ void Connection::send() {
 }
 
 void Connection::waitUntilWritable() {
+  ioctl(socket_.native_handle(), SIOCOUTQ, &unsent_);
   socket_.async_wait(asio::socket_base::wait_write, [self = shared_from_this()](error_code failed) {
     if (self->phase_ != Phase::kSending) return;
     if (failed) return self->shut();

@@ -41,12 +41,10 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   void nextRequest();
   void read();
   void parse();
-  [[nodiscard]] std::optional<Response> faultOfHeaders() const;
   void sendContinue();
   void handle();
-  [[nodiscard]] Request takeRequest(const Message& message);
   [[nodiscard]] Reply makeReply();
-  void openWebSocket(Request request, Message message);
+  void openWebSocket(const Request& request, const Message& message);
 
   /// Answers a request that cannot be understood, after which nothing more can be.
   void refuse(Response response);
@@ -62,8 +60,8 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
 
   Network& network_;
   boost::asio::ip::tcp::socket socket_;
-  std::string client_;
   bool isLocal_ = false;
+  std::string client_;
   Phase phase_ = Phase::kRequest;
   Clock::time_point deadline_;
   boost::beast::flat_buffer buffer_;
@@ -73,7 +71,7 @@ class Connection final : public Peer, public std::enable_shared_from_this<Connec
   std::optional<ResponseStream> response_;
   std::stop_token recalled_;  ///< of the memory of the answer
   std::optional<std::stop_callback<std::function<void()>>> recall_;
-  int unsentBefore_ = 0;
+  int unsent_ = 0;  ///< in the system's buffer when it was looked at last
   std::size_t discarded_ = 0;
 };
 

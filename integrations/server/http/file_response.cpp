@@ -17,7 +17,7 @@
 namespace orvik::server {
 namespace {
 
-constexpr std::size_t kChunk = 64 * 1024;
+constexpr std::size_t kChunk = 65'536;
 
 /// A part of a file.
 class FilePart final : public BodySource {

@@ -42,7 +42,12 @@ std::optional<HostAndPort> takeApart(std::string_view text) {
     result.port = text.substr(end + 1);
   }
   const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+  const auto isOfName = [&](char c) {
+    return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' || c == '.' ||
+           c == '_' || (c == ':' && result.isBracketed);
+  };
   if (result.host.empty() || result.port.size() > 5 ||
+      !std::all_of(result.host.begin(), result.host.end(), isOfName) ||
       !std::all_of(result.port.begin(), result.port.end(), isDigit)) {
     return std::nullopt;
   }
@@ -139,19 +144,17 @@ bool onlyReads(const Request& request) {
 
 /// Whether a page of another site has made the request.
 bool isForeign(const Request& request) {
-  for (const auto& [name, value] : request.headers.list()) {
-    if (equalInAnyCase(name, "Origin")) {
+  const std::string_view host = request.headers.get("Host");
+  const auto& headers = request.headers.list();
+  return std::any_of(headers.begin(), headers.end(), [host](const auto& header) {
+    const std::string_view value = header.second;
+    if (equalInAnyCase(header.first, "Origin")) {
       const std::size_t slashes = value.find("://");
-      if (slashes == std::string::npos ||
-          !equalInAnyCase(std::string_view(value).substr(slashes + 3),
-                          request.headers.get("Host"))) {
-        return true;
-      }
-    } else if (equalInAnyCase(name, "Sec-Fetch-Site")) {
-      if (value != "same-origin" && value != "none") return true;
+      return slashes == std::string_view::npos || !equalInAnyCase(value.substr(slashes + 3), host);
     }
-  }
-  return false;
+    return equalInAnyCase(header.first, "Sec-Fetch-Site") && value != "same-origin" &&
+           value != "none";
+  });
 }
 
 /// What may be read without the token.

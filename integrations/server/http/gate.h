@@ -39,7 +39,7 @@ class Gate {
   [[nodiscard]] Response login(const Request& request) const;
 
  private:
-  [[nodiscard]] bool isOurs(std::string_view host) const;
+  [[nodiscard]] bool isOurs(std::string_view text) const;
   [[nodiscard]] bool hasToken(const Request& request) const;
 
   std::vector<std::string> hosts_;

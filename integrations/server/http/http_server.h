@@ -15,8 +15,10 @@ namespace orvik::server {
 
 /// What one client, and all of them together, may demand.
 struct HttpLimits {
-  std::size_t headerBytes = std::size_t{16} * 1024;
-  std::size_t bodyBytes = std::size_t{64} * 1024;
+  std::size_t headerBytes = 16'384;
+  std::size_t bodyBytes = 65'536;
+  /// One more takes the place of the one that has kept the server waiting for a request for
+  /// longest; without such one it is refused.
   std::size_t connections = 2048;
   /// For the headers and body of a request, from its first byte on.
   std::chrono::seconds requestTime{10};

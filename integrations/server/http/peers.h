@@ -29,8 +29,8 @@ class Peer {
   bool isIdle_ = false;
 };
 
-/// All connections of a server. Idle ones are those that have no request under way: they give way
-/// when there are too many.
+/// All connections of a server. Idle ones are those from which no whole request has come: they give
+/// way when there are too many.
 class Peers {
  public:
   void add(const std::shared_ptr<Peer>& peer);

@@ -132,7 +132,7 @@ void ResponseStream::makeNext() {
   }
   if (isChunked_) {
     std::array<char, 20> size{};
-    const auto end = std::to_chars(size.data(), size.data() + size.size(), chunk_.size(), 16).ptr;
+    char* const end = std::to_chars(size.data(), size.data() + size.size(), chunk_.size(), 16).ptr;
     frame_.assign(size.data(), end).append("\r\n");
     put(frame_.data(), frame_.size());
     chunk_ += "\r\n";

@@ -18,7 +18,7 @@ namespace asio = boost::asio;
 namespace websocket = boost::beast::websocket;
 using boost::system::error_code;
 
-constexpr std::size_t kMaxReceived = 64 * 1024;
+constexpr std::size_t kMaxReceived = 65'536;
 constexpr std::size_t kMaxWaitingText = 1 << 20;
 /// What the system takes ahead of the line: little, so that waiting() follows the line closely, and
 /// answers to pings are not far behind.

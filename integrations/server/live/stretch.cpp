@@ -8,15 +8,15 @@
 namespace orvik::server {
 namespace {
 
-constexpr double kBackground = 0.2;     // brightness of the background
-constexpr double kBrightest = 0.3;      // of the whole picture on the mean
+constexpr double kBackground = 0.2;  // brightness of the background
+// More than stars have, less than the Moon.
+constexpr double kBrightPart = 0.005;   // of the pixels
+constexpr double kBrightest = 0.85;     // brightness of these on the mean
 constexpr double kNoiseToBlack = 2.8;   // standard deviations from the background down to black
 constexpr double kBelowWhite = 0.9999;  // part of the pixels
 constexpr double kSmallestMidtone = 1e-4;
 constexpr double kSettleSeconds = 0.4;
-// Changes that nobody would see are left out.
-constexpr double kSteady = 0.002;
-constexpr double kSteadyMidtone = 0.02;
+constexpr double kUnseen = 0.012;  // change of brightness
 
 /// The curve through (0, 0), (midtone, 0.5) and (1, 1).
 double midtoneCurve(double midtone, double t) {
@@ -41,14 +41,17 @@ class Brightnesses {
       }
     }
   }
-  [[nodiscard]] double mean(double midtone) const {
+  /// The mean brightness of the brightest ones with a midtone.
+  [[nodiscard]] double ofBrightest(double midtone) const {
+    const double wanted = kBrightPart * all_;
+    double taken = 0;
     double sum = 0;
-    for (std::size_t bin = 0; bin < bins_.size(); ++bin) {
-      if (bins_[bin] > 0) {
-        sum += bins_[bin] * midtoneCurve(midtone, (static_cast<double>(bin) + 0.5) / kBins);
-      }
+    for (std::size_t bin = kBins; bin-- > 0 && taken < wanted;) {
+      const double here = std::min(bins_[bin], wanted - taken);
+      sum += here * midtoneCurve(midtone, (static_cast<double>(bin) + 0.5) / kBins);
+      taken += here;
     }
-    return all_ > 0 ? sum / all_ : 0;
+    return taken > 0 ? sum / taken : 0;
   }
 
  private:
@@ -56,6 +59,16 @@ class Brightnesses {
   std::array<double, kBins> bins_{};
   double all_ = 0;
 };
+
+/// Whether nobody would see the difference.
+bool looksAlike(const Stretch& one, const Stretch& other) {
+  const double span = other.white - other.black;
+  return std::ranges::all_of(
+      std::array{0.0005, 0.002, 0.01, 0.05, 0.2, 0.5, 0.8, 1.0}, [&](double t) {
+        const double value = other.black + t * span;
+        return std::abs(brightness(one, value) - brightness(other, value)) < kUnseen;
+      });
+}
 
 }  // namespace
 
@@ -112,12 +125,12 @@ Stretch autoStretch(const ValueCounts& counts) {
   const auto limited = [](double midtone) { return std::clamp(midtone, kSmallestMidtone, 0.5); };
   double midtone = limited(midtoneFor(from, kBackground));
   const Brightnesses picture(counts, stretch.black, stretch.white);
-  if (picture.mean(midtone) > kBrightest) {
+  if (picture.ofBrightest(midtone) > kBrightest) {
     double low = midtone;
     double high = 0.5;
     for (int step = 0; step < 16; ++step) {
       midtone = (low + high) / 2;
-      (picture.mean(midtone) > kBrightest ? low : high) = midtone;
+      (picture.ofBrightest(midtone) > kBrightest ? low : high) = midtone;
     }
   }
   stretch.midtone = midtone;
@@ -131,11 +144,7 @@ Stretch AutoStretch::next(const ValueCounts& counts, double seconds) {
     now_ = wanted;
     return wanted;
   }
-  const double span = now_->white - now_->black;
-  const bool isSteady = std::abs(wanted.black - now_->black) < kSteady * span &&
-                        std::abs(wanted.white - now_->white) < kSteady * span &&
-                        std::abs(std::log(wanted.midtone / now_->midtone)) < kSteadyMidtone;
-  if (isSteady) return *now_;
+  if (looksAlike(*now_, wanted)) return *now_;
   const double part = 1 - std::exp(-seconds / kSettleSeconds);
   const auto approach = [part](double& now, double to) { now += part * (to - now); };
   approach(now_->black, wanted.black);

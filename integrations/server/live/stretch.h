@@ -45,7 +45,7 @@ class StretchTable {
 };
 
 /// The stretch that suits a picture: the background is dark grey with its noise above black, unless
-/// the picture would become too bright as a whole, as one of the Moon would.
+/// more than stars would become white, as the Moon would.
 Stretch autoStretch(const ValueCounts& counts);
 
 /// Follows the picture without flickering.

@@ -43,9 +43,10 @@ TEST(Gate, KnowsItsHosts) {
     EXPECT_EQ(refusal(gate, "GET", "/", {{"Host", host}}), 0) << host;
   }
   for (const char* host :
-       {"", "evil.example", "localhost.evil.example", "evillocalhost", "127.0.0.1.evil.example",
-        "127.1", "0x7f.0.0.1", "[::1", "[::1]x", "[evil.example]", "::1", "localhost:99999999",
-        "localhost:80@evil.example", "user@localhost", ":11111", "observatory.example"}) {
+       {"", "evil.example", "localhost.evil.example", "evillocalhost", "a/b.localhost",
+        "127.0.0.1.evil.example", "127.1", "0x7f.0.0.1", "[::1", "[::1]x", "[evil.example]", "::1",
+        "localhost:99999999", "localhost:80@evil.example", "user@localhost", ":11111",
+        "observatory.example"}) {
     EXPECT_EQ(refusal(gate, "GET", "/", {{"Host", host}}), 421) << host;
   }
   EXPECT_EQ(refusal(gate, "GET", "/", {}), 0);  // HTTP/1.0

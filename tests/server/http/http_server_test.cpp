@@ -77,6 +77,8 @@ void answer(const Request& request, Reply reply) {
     return;
   } else if (request.path == "/forgotten") {
     return;
+  } else if (request.path == "/client") {
+    response.body = request.client + (request.isLocal ? " is local" : " is not");
   } else if (request.path == "/throws") {
     throw std::runtime_error("a fault of the handler");
   } else if (request.path == "/split") {
@@ -262,19 +264,21 @@ TEST_F(HttpServerTest, IdleConnectionsGiveWayAndBusyOnesDoNot) {
   HttpLimits limits;
   limits.connections = 3;
   const std::uint16_t port = start(limits);
-  const std::string half = "GET /echo HTTP/1.1\r\n";
   WireClient idle(port);
   ASSERT_EQ(idle.ask(get("/echo")).status, 200);
+  WireClient half(port);
+  ASSERT_TRUE(half.send(put("Content-Length: 1\r\nExpect: 100-continue\r\n", "")));
+  ASSERT_THAT(half.readUntil("\r\n\r\n"), HasSubstr(" 100 "));
   std::vector<WireClient> busy;
   for (int n = 0; n < 3; ++n) {
-    // The first part of a request shows that the server has read it.
-    busy.emplace_back(port);
-    busy.back().send(put("Content-Length: 1\r\nExpect: 100-continue\r\n", ""));
-    ASSERT_THAT(busy.back().readUntil("\r\n\r\n"), HasSubstr(" 100 "));
+    busy.emplace_back(port, 4096);
+    busy.back().send(get("/endless"));
+    ASSERT_THAT(busy.back().readUntil("\r\n\r\n"), HasSubstr(" 200 "));
   }
   EXPECT_TRUE(idle.isEnded());
+  EXPECT_TRUE(half.isEnded());
   EXPECT_EQ(WireClient(port).readAnswer().status, 503);
-  for (WireClient& client : busy) EXPECT_EQ(client.ask("b").body, "PUT  b");
+  for (WireClient& client : busy) EXPECT_EQ(client.read(1000).size(), 1000U);
 }
 
 TEST_F(HttpServerTest, GoesOnWhenTheSystemHasNoMoreDescriptors) {
@@ -360,6 +364,20 @@ TEST_F(HttpServerTest, RepliesMayOutliveTheServer) {
   server.reset();
   EXPECT_TRUE(client.isEnded());
   (*kept)(plainText(200, "too late"));
+}
+
+TEST_F(HttpServerTest, ListensOnBothFamilies) {
+  const auto ask = [](const char* host) {
+    const HttpServer server({host, 0}, Gate({}, ""), answer, nullptr);
+    return WireClient(server.address().port).ask(get("/client")).body;
+  };
+  EXPECT_EQ(ask("127.0.0.1"), "127.0.0.1 is local");
+  EXPECT_EQ(ask("0.0.0.0"), "127.0.0.1 is local");
+  try {
+    EXPECT_EQ(ask("::"), "127.0.0.1 is local");
+  } catch (const std::system_error&) {
+    GTEST_SKIP() << "this machine has no IPv6";
+  }
 }
 
 TEST_F(HttpServerTest, TellsWhereItCannotListen) {

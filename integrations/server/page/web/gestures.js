@@ -20,6 +20,13 @@ export function startGestures(element, view, select, point) {
       middle: { x: (one.x + other.x) / 2, y: (one.y + other.y) / 2 } };
   };
 
+  const released = (event) => {
+    const wasDown = pointers.delete(event.pointerId);
+    if (!wasDown || pointers.size || !select.active()) return;
+    if (event.type === 'pointerup') select.end();
+    else select.cancel();
+  };
+
   element.addEventListener('wheel', (event) => {
     event.preventDefault();
     const lines = event.deltaMode === WheelEvent.DOM_DELTA_LINE ? 40 : 1;
@@ -40,6 +47,7 @@ export function startGestures(element, view, select, point) {
     point(at(event));
     const before = pointers.get(event.pointerId);
     if (!before) return;
+    if (!event.buttons) return released(event); // it was released elsewhere
     const now = at(event);
     if (pointers.size === 1) {
       if (select.active()) select.move(now);
@@ -54,12 +62,6 @@ export function startGestures(element, view, select, point) {
     pointers.set(event.pointerId, now);
   });
 
-  const released = (event) => {
-    const wasDown = pointers.delete(event.pointerId);
-    if (!wasDown || pointers.size || !select.active()) return;
-    if (event.type === 'pointerup') select.end();
-    else select.cancel();
-  };
   element.addEventListener('pointerup', released);
   element.addEventListener('pointercancel', released);
   element.addEventListener('pointerleave', () => point(null));

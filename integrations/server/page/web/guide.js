@@ -27,14 +27,11 @@ export function startGuide(link) {
     const line = Number(button.dataset.line);
     button.addEventListener('pointerdown', (event) => {
       if (event.button !== 0) return;
-      button.setPointerCapture(event.pointerId);
+      // A finger is captured by what it touches, and would not leave it.
+      if (button.hasPointerCapture(event.pointerId)) button.releasePointerCapture(event.pointerId);
       press(line);
     });
-    // A captured pointer does not leave by itself: where it is decides.
-    button.addEventListener('pointermove', ({ clientX, clientY }) => {
-      if (!button.contains(document.elementFromPoint(clientX, clientY))) release(line);
-    });
-    for (const type of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur']) {
+    for (const type of ['pointerleave', 'blur']) {
       button.addEventListener(type, () => release(line));
     }
     button.addEventListener('contextmenu', (event) => event.preventDefault());
@@ -46,8 +43,9 @@ export function startGuide(link) {
     });
     button.addEventListener('keyup', (event) => isKey(event) && release(line));
   }
-  addEventListener('blur', releaseAll);
-  addEventListener('pagehide', releaseAll);
+  for (const type of ['pointerup', 'pointercancel', 'blur', 'pagehide']) {
+    addEventListener(type, releaseAll);
+  }
   document.addEventListener('visibilitychange', () => document.hidden && releaseAll());
   $('panel-guide').addEventListener('toggle', releaseAll);
   link.on('lost', () => {
