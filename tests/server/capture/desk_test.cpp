@@ -237,7 +237,6 @@ TEST_F(DeskTest, AVideoHoldsAllFramesAndIsShared) {
   EXPECT_EQ(ended().message, std::nullopt);
   EXPECT_EQ(framesIn(file("capture.ser")), 30);
   EXPECT_EQ(viewer->count, 30);
-  EXPECT_EQ(camera_->status()->lost, 0);
 
   request.count.reset();
   request.length = 500ms;
@@ -262,7 +261,8 @@ TEST_F(DeskTest, ASlowDiskHoldsUpNeitherCameraNorStop) {
   files.open(false);
   const int before = viewer->count;
   EXPECT_TRUE(eventually([&] { return viewer->count > before + 50; }));
-  EXPECT_EQ(desk_->state().running->lost, 0);
+  EXPECT_TRUE(eventually([this] { return desk_->state().running->lost > 0; }))
+      << "no more frames wait than there is memory for";
   EXPECT_FALSE(desk_->stop("somebody"));
   EXPECT_TRUE(eventually([this] { return camera_->status()->activity == Activity::kNone; }))
       << "the camera is free";
