@@ -13,6 +13,7 @@ sys.path.insert(0, str(ROOT / "tests/server/page_browser"))
 from browser import Browser  # noqa: E402
 from served import Served  # noqa: E402
 
+COOLING = 400  # seconds, at most
 IMAGES = ROOT / "docs/images"
 CAMERAS = ("T10C_C,scene=moon,ambient=12", "T15C,scene=stars")
 
@@ -27,14 +28,17 @@ def desktop(page):
     page.size(1440, 900)
     page.until_moving()
     page.choose("type", "rgb24")
-    page.enter("control-1", "8 ms")
+    page.enter("control-1", "25 ms")
     for name in ("frame", "capture"):
         page.open(name, False)
     page.open("cooling")
     page.type("cool-target", "-10")
     page.enter("cool-rate", "30")
-    page.until_text("cooling-text", "Holding")
+    page.until(lambda: "Holding" in page.text("cooling-text"), "a cold sensor", COOLING)
     page.click("crosshair")
+    page.driver.find_element("css selector", "[data-mode=linear]").click()
+    page.run("const e = document.getElementById('white'); e.value = 0.7;"
+             "e.dispatchEvent(new Event('input'))")
     page.run("document.querySelector('.panels').scrollTop = 0")
     save(page, "desktop")
 

@@ -11,7 +11,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
-DEADLINE = 30
+DEADLINE = 60
 # A picture as numbers: brightness of N x N places of a part of the canvas.
 SAMPLES = """
   const [x, y, width, height, count] = arguments;
@@ -72,9 +72,9 @@ class Browser:
     def attribute(self, name, attribute):
         return self.get(name).get_attribute(attribute)
 
-    def until(self, condition, what):
+    def until(self, condition, what, seconds=DEADLINE):
         """Waits for a condition and returns its value."""
-        deadline = time.monotonic() + DEADLINE
+        deadline = time.monotonic() + seconds
         while time.monotonic() < deadline:
             value = condition()
             if value:

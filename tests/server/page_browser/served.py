@@ -8,7 +8,7 @@ import tempfile
 import threading
 import time
 
-DEADLINE = 30
+DEADLINE = 60
 
 
 class Served:
@@ -59,6 +59,11 @@ class Served:
     def kill(self):
         self.process.kill()
         self.process.wait()
+        self.release()
+
+    def release(self):
+        self.reader.join()
+        self.process.stdout.close()
 
     def close(self):
         """Ends it as a user would, and tells whether it has ended well."""
@@ -69,6 +74,7 @@ class Served:
             self.kill()
             raise AssertionError("orvik-server does not end") from None
         finally:
-            self.reader.join()
+            if not self.process.stdout.closed:
+                self.release()
             shutil.rmtree(self.folder, ignore_errors=True)
         assert code == 0, f"orvik-server ended with {code}: " + "".join(self.lines)

@@ -38,7 +38,7 @@ export class Connection {
     this.#listeners.get(type).push(listener);
   }
 
-  open() {
+  #connect() {
     const url = new URL(`/camera/${this.#number}/live`, location.href);
     url.protocol = url.protocol.replace('http', 'ws');
     const socket = new WebSocket(url);
@@ -111,18 +111,18 @@ export class Connection {
     }
     this.#answers.clear();
     this.#emit('lost');
-    this.#timer = setTimeout(() => this.#comeBack(), this.#delay);
+    this.#timer = setTimeout(() => this.open(), this.#delay);
     this.#delay = Math.min(this.#delay * 2, LONGEST_DELAY) * (0.8 + 0.4 * Math.random());
   }
 
   #hurry() {
     if (this.#socket || !this.#timer) return;
     clearTimeout(this.#timer);
-    this.#comeBack();
+    this.open();
   }
 
-  /** A WebSocket does not tell why it was refused; the list of cameras does. */
-  async #comeBack() {
+  /** A WebSocket does not tell why it was refused, but the list of cameras does. */
+  async open() {
     this.#timer = 0;
     try {
       const answer = await fetch('/cameras', { signal: AbortSignal.timeout(LONGEST_DELAY) });
@@ -130,9 +130,9 @@ export class Connection {
       const cameras = await answer.json();
       if (!cameras.some(({ number }) => number === this.#number)) this.#emit('unknown');
     } catch {
-      // The server is still away: opening fails, too, and is tried again later.
+      // The server is away: connecting fails, too, and is tried again later.
     }
-    this.open();
+    this.#connect();
   }
 }
 

@@ -7,17 +7,19 @@ import { plot } from './plot.js';
 import { celsiusText } from './units.js';
 
 const SPAN = 1800;
+const NEAR = 1;
 const SERIES = [
   { column: 3, colour: '--blue', isShare: true },
   { column: 2, colour: '--muted' },
   { column: 1, colour: '--accent' },
 ];
 
-function describe({ on, target, rampEnd, warmingUp, power, fault }) {
+function describe({ on, target, rampEnd, warmingUp, power, fault }, temperature) {
   if (fault) return fault;
   if (!on) return 'The cooler is off.';
-  const doing = warmingUp ? 'Warming up'
-    : rampEnd === null ? `Holding ${target} °C` : `On the way to ${rampEnd} °C`;
+  const aim = rampEnd ?? target;
+  const isThere = temperature !== null && Math.abs(temperature - aim) < NEAR;
+  const doing = warmingUp ? 'Warming up' : `${isThere ? 'Holding' : 'On the way to'} ${aim} °C`;
   return `${doing.replace('-', '−')} · power ${power}\u00a0%`;
 }
 
@@ -43,7 +45,7 @@ export function startCooling(link) {
   link.on('status', ({ temperature, cooling }) => {
     setText($('temperature'), celsiusText(temperature));
     if (!cooling) return;
-    setText($('cooling-text'), describe(cooling));
+    setText($('cooling-text'), describe(cooling, temperature));
     $('cooling-text').classList.toggle('bad', Boolean(cooling.fault));
     $('warm').disabled = $('cooler-off').disabled = !cooling.on;
   });

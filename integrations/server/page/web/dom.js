@@ -27,16 +27,8 @@ export function fillSelect(select, options) {
   select.dataset.filled = wanted;
 }
 
-/** Whether the user is about to change this field. */
-export const isEdited = (field) => document.activeElement === field && field.dataset.dirty === '1';
-
-/** Marks a field while its text differs from what was taken over. */
-export function watchEdits(field) {
-  field.addEventListener('input', () => { field.dataset.dirty = '1'; });
-  for (const type of ['change', 'blur']) {
-    field.addEventListener(type, () => { delete field.dataset.dirty; });
-  }
-}
+/** Whether the user is at this field: then its text is his. */
+export const isEdited = (field) => document.activeElement === field;
 
 /** One request at a time: while one is under way only the latest further value is kept. */
 export function latest(send) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The fields that controls are made of. Each has `element` and `show(value, isAuto)`, which leaves
 // a field alone while the user is at it.
-import { isEdited, latest, make, watchEdits } from './dom.js';
+import { isEdited, latest, make } from './dom.js';
 import { exposureText, parseExposure } from './units.js';
 
 const STEPS = 1000;
@@ -78,7 +78,6 @@ export function sliderField(control, { label, unit, isExposure }, send) {
     display(value);
   }
 
-  watchEdits(number);
   slider.addEventListener('input', () => {
     const value = scale.toValue(Number(slider.value));
     display(value);
@@ -98,11 +97,13 @@ export function sliderField(control, { label, unit, isExposure }, send) {
     display(wanted);
     submit({ value: wanted, auto: false });
   });
+  number.addEventListener('focus', () => number.select());
+  // Leaving a field takes its text over, if that has changed.
   number.addEventListener('keydown', ({ key }) => {
-    if (key !== 'Escape' || !known) return;
-    delete number.dataset.dirty;
-    show(...known);
+    if (key === 'Escape' && known) number.value = scale.toText(known[0]);
+    if (key === 'Escape' || key === 'Enter') number.blur();
   });
+  number.addEventListener('blur', () => known && show(...known));
   auto.addEventListener('click', () => known && submit({ value: known[0], auto: !isAuto }));
 
   const element = make('div', { className: 'control' },

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Region, bin and type of the image, by fields or by dragging in the picture.
-import { $, fillSelect, isEdited, watchEdits } from './dom.js';
+import { $, fillSelect, isEdited } from './dom.js';
 import { FLIP } from './controls.js';
 import { perform } from './notices.js';
 
@@ -42,11 +42,11 @@ export function startFrame(link, view, overlay) {
       if (!isEdited(fields[position])) fields[position].value = value;
     });
   });
-  fields.forEach(watchEdits);
   $('bin').addEventListener('change', () => set({ bin: Number($('bin').value) }));
   $('type').addEventListener('change', () => set({ imageType: $('type').value }));
   $('region').addEventListener('submit', (event) => {
     event.preventDefault();
+    document.activeElement.blur();
     set({ region: fields.map(({ value }) => Math.round(Number(value))) });
   });
   $('whole').addEventListener('click', whole);

@@ -64,9 +64,10 @@ export class View {
   /** Zooms to a scale; the point of the stage stays where it is. */
   zoomTo(scale, point = { x: this.stage.width / 2, y: this.stage.height / 2 }) {
     const held = this.toImage(point);
-    const smallest = Math.min(this.#fittingScale(), 1);
+    const fitting = this.#fittingScale();
+    const smallest = Math.min(fitting, 1 / devicePixelRatio);
     this.#scale = Math.min(Math.max(scale, smallest), LARGEST_SCALE);
-    this.isFitted = this.#scale <= this.#fittingScale() && this.#scale === smallest;
+    this.isFitted = this.#scale === fitting;
     this.#centre = {
       x: held.x - (point.x - this.stage.width / 2) / this.#scale,
       y: held.y - (point.y - this.stage.height / 2) / this.#scale,

@@ -1,60 +1,14 @@
 # SPDX-License-Identifier: MIT
-"""The page as it is used: a real browser, the real server, virtual cameras."""
+"""One user at one camera: a real browser, the real server, virtual cameras."""
 import glob
 import os
 import re
-import sys
-import time
 import unittest
 
 import numpy
 from astropy.io import fits
-from selenium.webdriver.common.keys import Keys
 
-from browser import Browser
-from served import Served
-
-PROGRAM = os.path.abspath(sys.argv.pop(1))
-MOON = "T15C,scene=moon"
-COOLED = "T10C_C,scene=stars"
-SENSOR = (1304, 976)
-
-
-class PageTest(unittest.TestCase):
-    """One server and one browser for all tests of a class; each begins at `path`."""
-    cameras = (MOON,)
-    path = "/camera/0"
-    token = None
-
-    @classmethod
-    def setUpClass(cls):
-        cls.served = Served(PROGRAM, *cls.cameras, token=cls.token)
-        cls.addClassCleanup(cls.served.close)
-        cls.page = cls.browser()
-
-    @classmethod
-    def browser(cls):
-        browser = Browser()
-        cls.addClassCleanup(browser.close)
-        return browser
-
-    def setUp(self):
-        self.page.driver.get(self.served.url(self.path))
-
-    def tearDown(self):
-        self.assertEqual(self.page.errors(), [])
-
-    def set_exposure(self, text, page=None):
-        (page or self.page).enter("control-1", text)
-        (page or self.page).until_text("exposure", text)
-
-    def mean(self):
-        """Mean value of the first channel, as the panel of the histogram tells it."""
-        found = re.search(r"mean ([\d.]+)", self.page.text("levels"))
-        return float(found[1]) if found else None
-
-    def until_mean(self, condition, what):
-        self.page.until(lambda: self.mean() is not None and condition(self.mean()), what)
+from page_case import COOLED, PageTest, SENSOR
 
 
 def likeness(one, other):
@@ -63,6 +17,12 @@ def likeness(one, other):
 
 
 class Live(PageTest):
+    def until_linear(self):
+        """Waits for a picture that shows the values as they are."""
+        self.page.until_moving()
+        self.page.click("reset")
+        self.page.until(lambda: self.page.attribute("white", "value") == "1", "the whole range")
+
     def test_picture_moves_and_histogram_follows_exposure(self):
         page = self.page
         page.until_text("link", "live")
@@ -82,10 +42,9 @@ class Live(PageTest):
 
     def test_stretch(self):
         page = self.page
-        page.until_moving()
+        self.until_linear()
         self.set_exposure("8 ms")
-        page.click("reset")
-        page.until(lambda: page.attribute("white", "value") == "1", "the whole range")
+        self.until_mean(lambda mean: 10 < mean < 40, "a well exposed Moon")
 
         def brightness():
             return numpy.mean(page.samples())
@@ -102,9 +61,9 @@ class Live(PageTest):
 
     def test_region_is_what_was_dragged_also_in_a_flipped_image(self):
         page = self.page
-        page.until_moving()
+        self.until_linear()
         self.set_exposure("8 ms")
-        page.choose("control-9", "3")
+        self.until_mean(lambda mean: 10 < mean < 40, "a well exposed Moon")
         part = (0.2, 0.25, 0.35, 0.4)
         view = page.run("const { width, height } = document.getElementById('view')"
                         ".getBoundingClientRect(); return [width, height]")
@@ -114,12 +73,14 @@ class Live(PageTest):
         # What the canvas shows there, borders of the stage counted in.
         seen_at = [0.5 + begin[axis] / view[axis] for axis in (0, 1)]
         seen_size = [part[axis + 2] * shown[axis] / view[axis] for axis in (0, 1)]
-        upright = page.samples((*seen_at, *seen_size))
-        page.until(lambda: likeness(page.samples((*seen_at, *seen_size)), upright) < 0.9,
-                   "a flipped picture")
+        upright = page.samples()
+        page.choose("control-9", "3")
+        self.addCleanup(page.choose, "control-9", "0")
+        page.until(lambda: likeness(page.samples(), upright[::-1]) > 0.9, "a flipped picture")
         dragged = page.samples((*seen_at, *seen_size))
 
         page.click("select")
+        self.addCleanup(page.click, "whole")
         page.actions().move_to_element_with_offset(page.get("view"), *begin).click_and_hold() \
             .move_by_offset(20, 20) \
             .move_by_offset(*[int(part[axis + 2] * shown[axis]) - 20 for axis in (0, 1)]) \
@@ -137,6 +98,7 @@ class Live(PageTest):
         whole = [0.5 - room[0] / 2, 0.5 - room[1] / 2, *room]
         page.until(lambda: likeness(page.samples(whole), dragged) > 0.9, "the dragged part")
         page.choose("bin", "2")
+        self.addCleanup(page.choose, "bin", "1")
         page.until_text("size", "bin 2")
         page.click("whole")
         page.until_text("size", f"{SENSOR[0] // 2} × {SENSOR[1] // 2}")
@@ -158,7 +120,9 @@ class Live(PageTest):
             return page.run("""
               const picture = document.getElementById('picture');
               const { width, height } = picture;
-              const row = picture.getContext('2d').getImageData(0, height >> 1, width, 1).data;
+              const copy = new OffscreenCanvas(width, 1).getContext('2d');
+              copy.drawImage(picture, 0, -(height >> 1));
+              const row = copy.getImageData(0, 0, width, 1).data;
               let count = 0;
               for (let i = 4; i < row.length; i += 4) {
                 count += row[i] !== row[i - 4] || row[i + 1] !== row[i - 3] ||
@@ -200,7 +164,7 @@ class CoolingAndFocus(PageTest):
         page.type("cool-target", "5")
         page.enter("cool-rate", "60")
         page.until_text("cooling-text", "5 °C")
-        page.until(lambda: celsius() < warm - 1, "a colder sensor")
+        page.until(lambda: celsius() < warm - 0.5, "a colder sensor")
         page.until(lambda: curve() != before, "another curve")
         page.open("events")
         page.until_text("events", "5")
@@ -255,10 +219,10 @@ class Capture(PageTest):
         page = self.page
         page.until_moving()
         page.type("capture-name", "long")
-        page.type("capture-count", "")
         page.get("capture-count").clear()
+        page.type("capture-interval", "200 ms")
         page.click("capture-start")
-        page.until_text("capture-text", "long_0002")
+        page.until_text("capture-text", "long_0")
         page.driver.get("about:blank")
         before = len(glob.glob(f"{self.served.files}/long*.fits"))
         page.until(lambda: len(glob.glob(f"{self.served.files}/long*.fits")) > before + 2,
@@ -281,184 +245,6 @@ class Capture(PageTest):
         page.until_text("capture-last", "done")
         (path,) = glob.glob(f"{self.served.files}/film*.ser")
         self.assertGreater(os.path.getsize(path), 5 * SENSOR[0] * SENSOR[1])
-
-
-class Losses(PageTest):
-    cameras = (f"{MOON},fault=bulk replug 2000 at 400",)
-
-    def tearDown(self):
-        # A lost server cannot be announced to the browser's log other than as an error.
-        errors = [entry for entry in self.page.errors() if "ERR_CONNECTION_REFUSED" not in
-                  entry["message"]]
-        self.assertEqual(errors, [])
-
-    def test_camera_and_server_come_back(self):
-        page = self.page
-        page.until_moving()
-        page.until_text("banner", "unplugged")
-        self.assertEqual(page.text("link"), "unplugged")
-        page.until(lambda: not page.get("banner").is_displayed(), "the camera plugged in again")
-        page.until_text("link", "live")
-        page.until_moving()
-
-        self.served.kill()
-        page.until_text("banner", "server is lost")
-        self.assertEqual(page.text("link"), "offline")
-        self.served.start()
-        page.until(lambda: not page.get("banner").is_displayed(), "the server again")
-        page.until_moving()
-        self.set_exposure("3 ms")
-
-
-class Together(PageTest):
-    cameras = (COOLED,)
-
-    @classmethod
-    def setUpClass(cls):
-        super().setUpClass()
-        cls.other = cls.browser()
-
-    def setUp(self):
-        super().setUp()
-        self.other.driver.get(self.served.url(self.path))
-        for page in (self.page, self.other):
-            page.until_text("link", "live")
-
-    def tearDown(self):
-        super().tearDown()
-        self.assertEqual(self.other.errors(), [])
-
-    def test_both_see_the_same_and_who_changed_it(self):
-        page, other = self.page, self.other
-        other.type("control-5", "7")
-        page.enter("control-0", "77")
-        other.until(lambda: other.text("control-0") == "77", "the gain of the other browser")
-        other.until_text("toasts", "77")
-        for browser in (page, other):
-            browser.open("events")
-            browser.until_text("events", "77")
-        self.assertIn("you", page.text("events"))
-        self.assertNotIn("77", page.text("toasts"))
-        self.assertIn("2 browsers", page.text("viewers"))
-
-        # What is being typed stays.
-        page.enter("control-5", "30")
-        other.until_text("toasts", "30")
-        self.assertEqual(other.text("control-5"), "7")
-        other.get("control-5").send_keys(Keys.ESCAPE)
-        self.assertEqual(other.text("control-5"), "30")
-
-        page.driver.find_element("css selector", "[data-mode=asinh]").click()
-        other.until(lambda: other.get("strength").is_displayed(), "the other browser's stretch")
-
-    def test_guide_line_is_on_only_while_it_is_held(self):
-        page, other = self.page, self.other
-        page.open("guide")
-
-        button = page.driver.find_element("css selector", "[data-line='0']")
-        page.run("arguments[0].scrollIntoView({ block: 'center' })", button)
-        seen = other.driver.find_element("css selector", "[data-line='0']")
-
-        def is_on():
-            return seen.get_attribute("aria-pressed") == "true"
-
-        def press():
-            page.actions().click_and_hold(button).perform()
-            other.until(is_on, "a line that is on")
-            # For longer than a line stays on without being held again.
-            since = time.monotonic()
-            while time.monotonic() - since < 1.6:
-                self.assertTrue(is_on())
-
-        press()
-        page.actions().release().perform()
-        other.until(lambda: not is_on(), "the released line off")
-        press()
-        page.actions().move_by_offset(0, -150).perform()
-        other.until(lambda: not is_on(), "the line off that the pointer has left")
-        page.actions().release().perform()
-        press()
-        page.driver.get("about:blank")
-        other.until(lambda: not is_on(), "the line off whose browser has gone")
-
-
-class Appearance(PageTest):
-    cameras = (MOON, COOLED)
-
-    def test_list_of_cameras(self):
-        page = self.page
-        page.driver.get(self.served.url("/"))
-        page.until(lambda: page.text("cameras").count("camera ") == 2, "two cameras")
-        page.driver.find_element("css selector", "a[href='/camera/1']").click()
-        page.until_text("name", "T10C")
-        page.until_text("link", "live")
-
-    def test_night_is_red_and_remembered(self):
-        page = self.page
-        page.until_moving()
-        page.click("night")
-        page.driver.refresh()
-        page.until_moving()
-        red, other = page.driver.execute_async_script("""
-          const [data, done] = arguments;
-          const image = new Image();
-          image.onload = () => {
-            const canvas = new OffscreenCanvas(image.width, image.height);
-            const context = canvas.getContext('2d');
-            context.drawImage(image, 0, 0);
-            const bytes = context.getImageData(0, 0, image.width, image.height).data;
-            let [red, other] = [0, 0];
-            for (let i = 0; i < bytes.length; i += 4) {
-              red = Math.max(red, bytes[i]);
-              other = Math.max(other, bytes[i + 1], bytes[i + 2]);
-            }
-            done([red, other]);
-          };
-          image.src = 'data:image/png;base64,' + data;""", page.driver.get_screenshot_as_base64())
-        self.assertEqual(other, 0)
-        self.assertGreater(red, 100)
-        page.click("night")
-        self.assertFalse(page.run("return document.documentElement.matches('.night')"))
-
-    def test_telephone(self):
-        page = self.page
-        page.size(390, 844, ratio=2, mobile=True)
-        self.addCleanup(page.size, 1280, 800)
-        page.driver.refresh()
-        page.until_moving()
-        page.run("for (const e of document.querySelectorAll('details')) e.open = true")
-        page.until(lambda: page.text("levels"), "a histogram")
-        self.assertEqual(page.run("return document.documentElement.scrollWidth"), 390)
-        small = page.run("""
-          return [...document.querySelectorAll('button, input, select, summary')]
-            .filter((e) => e.checkVisibility() && !e.closest('.handles'))
-            .map((e) => [e.id || e.textContent, e.getBoundingClientRect()])
-            .filter(([, { width, height }]) => Math.min(width, height) < 40)
-            .map(([name, { width, height }]) => [name, width, height])""")
-        self.assertEqual(small, [])
-        unnamed = page.run("""
-          return [...document.querySelectorAll('button, input, select')]
-            .filter((e) => !e.textContent.trim() && !e.ariaLabel && !e.labels?.length)
-            .map((e) => e.outerHTML)""")
-        self.assertEqual(unnamed, [])
-
-
-class Access(PageTest):
-    token = "much-too-secret"
-
-    def tearDown(self):
-        errors = [entry for entry in self.page.errors() if "401" not in entry["message"]]
-        self.assertEqual(errors, [])
-
-    def test_token_opens_the_page(self):
-        page = self.page
-        page.until(lambda: "/login" in page.driver.current_url, "the form")
-        page.enter("token", "wrong")
-        page.until_text("problem", "not the right token")
-        page.enter("token", self.token)
-        page.until(lambda: page.driver.current_url.endswith("/camera/0"), "the page of the camera")
-        page.until_moving()
-        self.set_exposure("3 ms")
 
 
 if __name__ == "__main__":
