@@ -36,7 +36,8 @@ MAY_USE["src/api"] -= {"src/classes"}
 MAY_USE |= {
     "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/delivery", "src/settings", "src/link",
              "src/firmware", "src/models", "integrations/server/http",
-             "integrations/server/alpaca"} | PUBLIC,
+             "integrations/server/alpaca", "integrations/server/live",
+             "integrations/server/page"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
     "tools/orvikctl": {"imaging"} | PUBLIC,

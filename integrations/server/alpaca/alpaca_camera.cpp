@@ -58,7 +58,7 @@ std::vector<ReadoutMode> readoutModes(const ServedCamera::Description& camera) {
 
 std::shared_ptr<AlpacaCamera> AlpacaCamera::make(std::shared_ptr<ServedCamera> served,
                                                  const GuideWiring& wiring) {
-  const std::shared_ptr<AlpacaCamera> camera(new AlpacaCamera(std::move(served), wiring));
+  std::shared_ptr<AlpacaCamera> camera(new AlpacaCamera(std::move(served), wiring));
   camera->follow();
   camera->watch_ = camera->served_->onChange([raw = camera.get()] { raw->follow(); });
   return camera;

@@ -16,9 +16,11 @@ constexpr std::size_t kMostOnTheirWay = 2;
 constexpr auto kForgotten = seconds(5);
 constexpr double kShortestTarget = 0.1;
 constexpr double kLongestTarget = 2;
-constexpr int kJudged = 4;  // pictures after which a grade is judged
+// The first pictures of a grade wait behind those of the one before.
+constexpr int kIgnored = 2;
+constexpr int kJudged = 5;  // pictures after which a grade is judged
 constexpr double kSmoothing = 0.3;
-constexpr double kHelps = 0.8;  // part of the former delay that counts as an improvement
+constexpr double kHelps = 0.9;  // part of the former delay that counts as an improvement
 constexpr auto kLongestPatience = seconds(60);
 
 double inSeconds(LinePace::Clock::duration time) {
@@ -47,8 +49,8 @@ void LinePace::seen(std::uint32_t number, Clock::time_point now) {
   }
   if (!picture || picture->grade != grade_) return;
   const double delay = inSeconds(now - picture->sent);
-  delay_ = seen_ == 0 ? delay : delay_ + kSmoothing * (delay - delay_);
   ++seen_;
+  delay_ = seen_ <= kIgnored + 1 ? delay : delay_ + kSmoothing * (delay - delay_);
   if (seen_ >= kJudged) judge(now);
 }
 

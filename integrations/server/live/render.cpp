@@ -46,12 +46,49 @@ class MeanTable {
   std::uint64_t scale_;
 };
 
+/// Calls a function with a small count as a constant, for which the compiler makes faster code.
+template <typename Function>
+void withCount(int count, Function function) {
+  switch (count) {
+    case 1:
+      return function(std::integral_constant<int, 1>());
+    case 2:
+      return function(std::integral_constant<int, 2>());
+    default:
+      return function(count);
+  }
+}
+
 /// Adds up every `step`-th of the sums from `from` on, `count` of them.
-template <typename Sum>
-std::uint32_t addUp(const Sum* from, int count, int step) {
+template <typename Sum, typename Count>
+std::uint32_t addUp(const Sum* from, Count count, int step) {
   std::uint32_t sum = 0;
   for (int i = 0; i < count; ++i) sum += from[static_cast<std::ptrdiff_t>(i) * step];
   return sum;
+}
+
+/// A row of a picture of a mosaic from the sums of its rows, with `cells` cells for a pixel.
+template <typename Sum, typename Count>
+std::uint8_t* mosaicRow(const Sum* redRow, const Sum* blueRow, int redX, int width, Count cells,
+                        const MeanTable& mean, const MeanTable& meanOfGreen, std::uint8_t* out) {
+  for (int x = 0; x < width; ++x, redRow += 2 * cells, blueRow += 2 * cells, out += 3) {
+    out[0] = mean(addUp(blueRow + (1 - redX), cells, 2));
+    out[1] = meanOfGreen(addUp(redRow + (1 - redX), cells, 2) + addUp(blueRow + redX, cells, 2));
+    out[2] = mean(addUp(redRow + redX, cells, 2));
+  }
+  return out;
+}
+
+/// The same without a mosaic.
+template <typename Sum, typename Count>
+std::uint8_t* plainRow(const Sum* sums, int perPixel, int width, Count factor,
+                       const MeanTable& mean, std::uint8_t* out) {
+  for (int x = 0; x < width; ++x, sums += factor * perPixel) {
+    for (int channel = 0; channel < perPixel; ++channel) {
+      *out++ = mean(addUp(sums + channel, factor, perPixel));
+    }
+  }
+  return out;
 }
 
 void demosaic(BayerPattern pattern, const std::uint8_t* raw, std::uint8_t* bgr, Size size) {
@@ -164,44 +201,33 @@ template <typename Sample, typename Sum>
 void Renderer::average(const ImageSource& image, const RenderPlan& plan, const StretchTable& table,
                        std::vector<Sum>& sums) {
   const int factor = plan.factor;
-  const bool isBgr = image.type == Orvik_IMG_RGB24;
-  const auto columns = static_cast<std::size_t>(plan.part.width) * (isBgr ? 3 : 1);
-  const std::ptrdiff_t firstSample = std::ptrdiff_t{plan.part.x} * (isBgr ? 3 : 1);
+  const int perPixel = image.type == Orvik_IMG_RGB24 ? 3 : 1;
+  const auto columns =
+      static_cast<std::size_t>(plan.part.width) * static_cast<std::size_t>(perPixel);
   const int halves = image.mosaic ? 2 : 1;  // rows of a mosaic: even and odd ones
   const RedSite red = redSite(image.mosaic.value_or(BAYER_RG));
-  const int block = factor * factor;
-  const MeanTable all(table.wide(), image.depth(), block);
-  const MeanTable quarter(table.wide(), image.depth(), std::max(1, block / 4));
-  const MeanTable half(table.wide(), image.depth(), std::max(1, block / 2));
+  const int samples = factor * factor;  // of a pixel; of a mosaic those of green are half of them
+  const MeanTable mean(table.wide(), image.depth(), image.mosaic ? samples / 4 : samples);
+  const MeanTable meanOfGreen(table.wide(), image.depth(), std::max(1, samples / 2));
 
   std::uint8_t* out = picture_.data();
   const Size size = plan.size();
   for (int y = 0; y < size.height; ++y) {
     sums.assign(columns * static_cast<std::size_t>(halves), 0);
     for (int row = 0; row < factor; ++row) {
-      addRow(rowOf<Sample>(image, plan.part.y + y * factor + row) + firstSample, columns,
-             sums.data() + static_cast<std::size_t>(row % halves) * columns);
+      addRow(rowOf<Sample>(image, plan.part.y + y * factor + row) +
+                 std::ptrdiff_t{plan.part.x} * perPixel,
+             columns, sums.data() + static_cast<std::size_t>(row % halves) * columns);
     }
-    if (image.mosaic) {
-      const Sum* redRow = sums.data() + static_cast<std::size_t>(red.y) * columns;
-      const Sum* blueRow = sums.data() + static_cast<std::size_t>(1 - red.y) * columns;
-      for (int x = 0; x < size.width; ++x, redRow += factor, blueRow += factor, out += 3) {
-        const int cells = factor / 2;
-        out[0] = quarter(addUp(blueRow + (1 - red.x), cells, 2));
-        out[1] = half(addUp(redRow + (1 - red.x), cells, 2) + addUp(blueRow + red.x, cells, 2));
-        out[2] = quarter(addUp(redRow + red.x, cells, 2));
+    withCount(image.mosaic ? factor / 2 : factor, [&](auto count) {
+      if (image.mosaic) {
+        const Sum* const redRow = sums.data() + static_cast<std::size_t>(red.y) * columns;
+        const Sum* const blueRow = sums.data() + static_cast<std::size_t>(1 - red.y) * columns;
+        out = mosaicRow(redRow, blueRow, red.x, size.width, count, mean, meanOfGreen, out);
+      } else {
+        out = plainRow(sums.data(), perPixel, size.width, count, mean, out);
       }
-    } else if (isBgr) {
-      const Sum* from = sums.data();
-      for (int x = 0; x < size.width; ++x, from += std::ptrdiff_t{3} * factor, out += 3) {
-        for (int channel = 0; channel < 3; ++channel) {
-          out[channel] = all(addUp(from + channel, factor, 3));
-        }
-      }
-    } else {
-      const Sum* from = sums.data();
-      for (int x = 0; x < size.width; ++x, from += factor) *out++ = all(addUp(from, factor, 1));
-    }
+    });
   }
 }
 

@@ -19,6 +19,13 @@ constexpr int kLargestBlob = 160;     // pixels wide or high
 constexpr double kLongestBlob = 3;    // times as long as wide
 constexpr double kSharedLight = 0.7;  // of the radius: nearer stars are one
 
+/// Whether what surrounds it is much brighter than the sky: then it is a feature of the Moon or of
+/// a planet.
+bool isOnSomething(const Star& star, double sky) {
+  constexpr double kContrast = 2;
+  return star.background - sky > kContrast * (star.peak - star.background);
+}
+
 }  // namespace
 
 std::size_t StarFinder::blobOf(std::size_t run) {
@@ -115,7 +122,7 @@ const std::vector<Star>& StarFinder::find(const ImageSource& image) {
     const double y = (blob.y / blob.flux + 0.5) * scale - 0.5;
     const double radius = scale * std::sqrt(blob.pixels / 3.14159265358979);
     const auto star = profile_.measure(image, x, y, radius);
-    if (!star) continue;
+    if (!star || isOnSomething(*star, plane_.sky())) continue;
     const bool isKnown = std::any_of(stars_.begin(), stars_.end(), [&](const Star& known) {
       return std::hypot(known.x - star->x, known.y - star->y) <
              kSharedLight * (known.hfr + star->hfr);

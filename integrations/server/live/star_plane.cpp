@@ -36,6 +36,12 @@ void StarPlane::make(const ImageSource& image) {
   // Noise of less than half a step is not seen in a sample, and less in a mean.
   smallestNoise_ = 0.5F * (image.isWide() ? kStep16 : kStep8) / static_cast<float>(step_);
   measureBackground();
+  measured_ = blocks_;
+  if (measured_.empty()) return;
+  const auto dark = measured_.begin() + static_cast<std::ptrdiff_t>(measured_.size() / 10);
+  std::nth_element(measured_.begin(), dark, measured_.end(),
+                   [](const Background& a, const Background& b) { return a.level < b.level; });
+  sky_ = static_cast<double>(dark->level) * image.depth() / 65535;
 }
 
 void StarPlane::addRow(const ImageSource& image, int y) {

@@ -32,6 +32,9 @@ class StarPlane {
                    static_cast<std::size_t>(x / kBlock)];
   }
 
+  /// Level of the sky in the whole image, as far as it shows any; the unit of a sample.
+  [[nodiscard]] double sky() const { return sky_; }
+
  private:
   void addRow(const ImageSource& image, int y);
   void measureBackground();
@@ -41,6 +44,7 @@ class StarPlane {
   int step_ = 1;
   int columns_ = 0;
   float smallestNoise_ = 0;
+  double sky_ = 0;
   std::vector<std::uint16_t> pixels_;
   std::vector<std::uint32_t> sums_;
   std::vector<std::uint16_t> sample_;

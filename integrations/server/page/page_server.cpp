@@ -31,13 +31,16 @@ constexpr auto kListFolder = std::chrono::seconds(1);
 std::optional<int> cameraOf(std::string_view path) {
   constexpr std::string_view kBefore = "/camera/";
   constexpr std::string_view kAfter = "/live";
+  constexpr unsigned kLargestNumber = 1'000'000;
   if (!path.starts_with(kBefore) || !path.ends_with(kAfter)) return std::nullopt;
   if (path.size() <= kBefore.size() + kAfter.size()) return std::nullopt;
   path = path.substr(kBefore.size(), path.size() - kBefore.size() - kAfter.size());
-  int number = 0;
+  unsigned number = 0;
   const auto [end, error] = std::from_chars(path.data(), path.data() + path.size(), number);
-  if (error != std::errc() || end != path.data() + path.size() || number < 0) return std::nullopt;
-  return number;
+  if (error != std::errc() || end != path.data() + path.size() || number > kLargestNumber) {
+    return std::nullopt;
+  }
+  return static_cast<int>(number);
 }
 
 /// Wakes the page thread. Those who ring may outlive it.

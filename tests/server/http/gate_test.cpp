@@ -160,7 +160,8 @@ TEST(Gate, LogsInWithACookie) {
   const std::string pair = cookie.substr(0, cookie.find(';'));
   EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", "a=b; " + pair + "; c=d"}}), 0);
   EXPECT_EQ(refusal(gate, "GET", "/live", {host, {"Cookie", pair}}, true), 0);
-  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", pair.substr(0, pair.size() - 1)}}), 401);
+  EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", pair.substr(0, pair.size() - 1)}}),
+            401);
   EXPECT_EQ(refusal(gate, "GET", "/cameras", {host, {"Cookie", "orvik11111="}}), 401);
   // It ends with the server, and is not another one's.
   EXPECT_EQ(refusal(Gate({}, "secret word"), "GET", "/cameras", {host, {"Cookie", pair}}), 401);
