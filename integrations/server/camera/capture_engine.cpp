@@ -216,7 +216,9 @@ void CaptureEngine::show(const SharedFrame& frame) {
   const FrameInfo& info = frame->info();
   lost_ = camera_.droppedFrames();
   const double seconds = static_cast<double>(info.lastByte - lastByte_) / 1e9;
-  if (lastByte_ > 0 && seconds > 0) {
+  if (info.number <= lastNumber_) {
+    frameRate_ = 0;  // a setting has begun another video
+  } else if (lastByte_ > 0 && seconds > 0) {
     const double now = static_cast<double>(info.number - lastNumber_) / seconds;
     // Averaged over about a second.
     const double weight = std::min(seconds, 1.0);
