@@ -126,5 +126,15 @@ class Browser:
 
         self.until(has_changed, "a picture that moves")
 
+    def touch(self, *courses):
+        """Moves fingers, each along its course of points."""
+        for step, points in enumerate(zip(*courses)):
+            self.driver.execute_cdp_cmd("Input.dispatchTouchEvent", {
+                "type": "touchMove" if step else "touchStart",
+                "touchPoints": [{"x": x, "y": y, "id": finger}
+                                for finger, (x, y) in enumerate(points)]})
+        self.driver.execute_cdp_cmd("Input.dispatchTouchEvent",
+                                    {"type": "touchEnd", "touchPoints": []})
+
     def actions(self):
         return ActionChains(self.driver, duration=20)

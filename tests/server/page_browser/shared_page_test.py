@@ -87,6 +87,18 @@ class Together(PageTest):
         def is_on():
             return seen.get_attribute("aria-pressed") == "true"
 
+        # A line also goes off by itself a little later: the page must not rely on that.
+        page.run("""
+          window.sent = [];
+          const { send } = WebSocket.prototype;
+          WebSocket.prototype.send = function (text) {
+            window.sent.push(text);
+            send.call(this, text);
+          };""")
+
+        def said_off():
+            return '"on":false' in page.run("return window.sent.splice(0).join()")
+
         def press():
             page.actions().click_and_hold(button).perform()
             other.until(is_on, "a line that is on")
@@ -97,9 +109,11 @@ class Together(PageTest):
 
         press()
         page.actions().release().perform()
+        page.until(said_off, "the page's word that the line is off")
         other.until(lambda: not is_on(), "the released line off")
         press()
         page.actions().move_by_offset(0, -150).perform()
+        page.until(said_off, "the page's word that the line is off")
         other.until(lambda: not is_on(), "the line off that the pointer has left")
         page.actions().release().perform()
         press()
@@ -151,6 +165,14 @@ class Appearance(PageTest):
         self.addCleanup(page.size, 1280, 800)
         page.driver.refresh()
         page.until_moving()
+        fitted = int(page.text("zoom").split()[0])
+        page.touch([(180 - 10 * step, 200) for step in range(10)],
+                   [(220 + 10 * step, 200) for step in range(10)])
+        page.until(lambda: int(page.text("zoom").split()[0]) > 4 * fitted, "a pinched picture")
+        page.click("fit")
+        page.until(lambda: int(page.text("zoom").split()[0]) == fitted, "the whole picture")
+        page.touch([(180, 250 - 10 * step) for step in range(10)])
+        page.until(lambda: page.run("return scrollY") > 0, "a page that scrolls by its picture")
         page.run("for (const e of document.querySelectorAll('details')) e.open = true")
         page.until(lambda: page.text("levels"), "a histogram")
         self.assertEqual(page.run("return document.documentElement.scrollWidth"), 390)
