@@ -15,12 +15,13 @@ from served import Served  # noqa: E402
 
 COOLING = 400  # seconds, at most
 IMAGES = ROOT / "docs/images"
-CAMERAS = ("T10C_C,scene=moon,ambient=12,light=2.5", "T15C,scene=stars")
+CAMERAS = ("T10C_C,scene=moon,ambient=12,light=2.2", "T15C,scene=stars")
 
 
 def save(page, name):
     page.run("document.activeElement?.blur()")
-    page.until(lambda: "/s" in page.text("shown"), "a rate")
+    page.until(lambda: page.text("rate").startswith("20"), "the rate of the video")
+    page.until(lambda: page.text("shown") in ("19/s", "20/s"), "the rate of the picture")
     page.until(lambda: page.text("toasts") == "", "messages that have gone")
     page.driver.save_screenshot(str(IMAGES / f"server-{name}.png"))
 
@@ -28,15 +29,15 @@ def save(page, name):
 def desktop(page):
     page.size(1280, 800)
     page.until_moving()
-    page.choose("type", "rgb24")
-    page.enter("control-0", "20")
-    page.enter("control-1", "50 ms")
     for name in ("frame", "capture"):
         page.open(name, False)
     page.open("cooling")
     page.type("cool-target", "-10")
     page.enter("cool-rate", "30")
     page.until(lambda: "Holding" in page.text("cooling-text"), "a cold sensor", COOLING)
+    page.enter("control-0", "20")
+    page.enter("control-1", "50 ms")
+    page.choose("type", "rgb24")
     page.click("crosshair")
     page.driver.find_element("css selector", "[data-mode=linear]").click()
     page.run("const e = document.getElementById('white'); e.value = 0.7;"
@@ -54,7 +55,7 @@ def telephone(page):
 
 
 def night(page):
-    page.size(1280, 800)
+    page.size(1280, 900)
     page.driver.refresh()
     page.until_moving()
     for name, is_open in (("histogram", True), ("controls", False), ("cooling", True),
