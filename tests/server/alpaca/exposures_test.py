@@ -173,29 +173,29 @@ class Images(Wire):
                 "Accept": "application/imagebytes"})[1]
             self.assertEqual("application/json", kind.split(";")[0])
 
+    def assert_same_mean(self, error, spread, what):
+        """That a difference is due to the noise, which differs from image to image."""
+        self.assertLess(abs(sum(error)) / len(error), 6 * spread / math.sqrt(len(error)) + 0.01,
+                        what)
+
     def test_whole_sensor_at_each_bin(self):
-        """Virtual cameras of the same serial number begin with the same image."""
-        for camera, is_colour, bins, modes in (("T15C", True, (1, 2, 3, 4), (0, 1)),
-                                               ("T08M", False, (1, 2), (0,))):
-            options = f"{camera},serial=00000007,scene=gradient,light=0.2"
+        self.serve(COLOUR, MONO)
+        for name, is_colour, bins, modes in (("Vek T15C", True, (2, 3, 4), (0, 1)),
+                                             ("Vek T08M", False, (2,), (0,))):
+            camera = self.camera(name)
             for mode in modes:
-                self.serve(*[options] * len(bins))
-                images = {}
-                for number, bin in enumerate(bins):
-                    one = self.server.camera("Vek", self.client)
-                    one.number = number
-                    one.connect().put("readoutmode", ReadoutMode=mode)
-                    images[bin] = one.take(bin=bin)
-                columns = images[1].columns()
-                self.assertGreater(len(set(images[1].samples)), 30)
-                for bin, image in images.items():
-                    size = (len(columns) // bin, len(columns[0]) // bin)
-                    self.assertEqual(size, (image.width, image.height))
-                    for x in [*range(0, image.width, 37), image.width - 2, image.width - 1]:
-                        wanted = [binned(columns, bin, is_colour, mode == 0, x, y)
-                                  for y in range(image.height)]
-                        found = [image.at(x, y) for y in range(image.height)]
-                        self.assertEqual(wanted, found, f"{camera} mode {mode} bin {bin} x {x}")
+                camera.put("readoutmode", ReadoutMode=mode)
+                columns = camera.take(0.002, bin=1).columns()
+                for bin in bins:
+                    image = camera.take(0.002, bin=bin)
+                    self.assertEqual((len(columns) // bin, len(columns[0]) // bin),
+                                     (image.width, image.height))
+                    for x in range(2, image.width, (image.width - 3) // 12):
+                        for odd in (0, 1):  # of a mosaic: one colour
+                            error = [image.at(x, y) - binned(columns, bin, is_colour, mode == 0, x, y)
+                                     for y in range(odd, image.height, 2)]
+                            spread = math.sqrt(sum(e * e for e in error) / len(error))
+                            self.assert_same_mean(error, spread, f"{name} {mode} {bin} x {x}")
 
     def test_subframes_are_cuts(self):
         """The scene is the same each time, but the noise is not: means are compared."""
@@ -216,9 +216,8 @@ class Images(Wire):
                                  for i, j in places]
                         error = [part.at(i, j) - whole.at(x + i, y + j) for i, j in places]
                         spread = math.sqrt(sum(n * n for n in noise) / len(noise))
-                        self.assertLess(abs(sum(error)) / len(error),
-                                        6 * spread / math.sqrt(len(error)) + 0.01,
-                                        f"{name} bin {bin} {x},{y} {width}x{height} {phase}")
+                        self.assert_same_mean(
+                            error, spread, f"{name} bin {bin} {x},{y} {width}x{height} {phase}")
             # The speed test of a client.
             self.assertEqual(4, len(camera.take(bin=1, width=2, height=2).samples))
 
