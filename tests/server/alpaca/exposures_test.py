@@ -103,6 +103,7 @@ class Life(Wire):
             camera.wait("camerastate", 0, 2)
             self.assertFalse(camera.get("imageready"))
             self.assert_error(INVALID_OPERATION, "GET", camera, "imagearray")
+            self.assertEqual(0.01, camera.get("lastexposureduration"))  # that of an image
         camera.expose()
         camera.put("startexposure", Duration=500, Light="true")
         camera.put("connected", Connected="false")
