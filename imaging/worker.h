@@ -45,6 +45,7 @@ class Worker {
       auto& [job, stop] = jobs_.front();
       lock.unlock();
       job(stop.get_token());
+      job = nullptr;  // what it holds may be destroyed here, without the lock
       lock.lock();
       jobs_.pop_front();
       changed_.notify_all();

@@ -37,6 +37,10 @@ class AlpacaCamera : public std::enable_shared_from_this<AlpacaCamera> {
   AlpacaCamera& operator=(const AlpacaCamera&) = delete;
   ~AlpacaCamera() = default;
 
+  /// Does not follow the camera any more, before the object is left to the calls that still use it:
+  /// the last of them may end on a thread that must not wait.
+  void release() { watch_.reset(); }
+
   [[nodiscard]] CameraView view() const;
 
   /// Opens the camera for all clients. When it is open already this does nothing.

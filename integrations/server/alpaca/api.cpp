@@ -43,6 +43,10 @@ AlpacaApi::AlpacaApi(Fleet& fleet, std::string name, std::string location,
                      const GuideWiring& wiring)
     : fleet_(fleet), name_(std::move(name)), location_(std::move(location)), wiring_(wiring) {}
 
+AlpacaApi::~AlpacaApi() {
+  for (const auto& [number, camera] : cameras_) camera->release();
+}
+
 bool AlpacaApi::owns(std::string_view path) {
   const std::string_view first = path.substr(0, path.find('/', 1));
   // In any case, so that a path in the wrong one is refused as the standard has it.

@@ -24,6 +24,9 @@ class AlpacaApi {
   /// @param wiring how guide ports are connected to mounts
   AlpacaApi(Fleet& fleet, std::string name, std::string location,
             const GuideWiring& wiring = kUsualWiring);
+  ~AlpacaApi();
+  AlpacaApi(const AlpacaApi&) = delete;
+  AlpacaApi& operator=(const AlpacaApi&) = delete;
 
   /// Whether a path is one of this interface: /api, /management, /setup and what is below.
   static bool owns(std::string_view path);

@@ -101,16 +101,16 @@ void AlpacaCamera::expose(Exposure& exposure, CaptureContext& context) {
   const auto requestStop = [&stop] { stop.request_stop(); };
   const std::stop_callback ours(exposure.stop.get_token(), requestStop);
   const std::stop_callback others(context.stop(), requestStop);
-  const ExposureProgress progress{.begun =
-                                      [&](std::chrono::microseconds length) {
-                                        const std::scoped_lock lock(mutex_);
-                                        exposure.state->begun(ExposureState::Clock::now(), length);
-                                      },
-                                  .storing =
-                                      [&] {
-                                        const std::scoped_lock lock(mutex_);
-                                        exposure.state->storing();
-                                      }};
+  ExposureProgress progress;
+  progress.begun = [&](std::chrono::microseconds length) {
+    const std::scoped_lock lock(mutex_);
+    exposure.state->begun(ExposureState::Clock::now(), length);
+  };
+  progress.storing = [&] {
+    const std::scoped_lock lock(mutex_);
+    exposure.state->storing();
+  };
+  progress.stored = [&](const SharedFrame& frame) { context.show(frame); };
   try {
     exposure.taken =
         takeImage(context.camera(), exposure.request, room_, stop.get_token(), progress);

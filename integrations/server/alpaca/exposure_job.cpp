@@ -75,22 +75,22 @@ TakenImage takeImage(Camera& camera, const ExposureRequest& request, ImageRoom& 
   setRegion(camera, plan.format);
   camera.set(control::kExposure, request.length);
 
-  Frame frame;
+  const auto frame = std::make_shared<Frame>();
   {
     Snapshot snapshot(camera);
     progress.begun(snapshot.exposure());
     if (!snapshot.wait(stop)) return {};
-    frame.reserve(plan.bytes());
-    snapshot.fetch(frame);
+    frame->reserve(plan.bytes());
+    snapshot.fetch(*frame);
   }
-  const FrameInfo& info = frame.info();
+  const FrameInfo& info = frame->info();
   if (info.width != plan.format.width || info.height != plan.format.height ||
       info.type != plan.format.type) {
     throw AlpacaError(ErrorNumber::kDriver,
                       camera.doing("the image has another format than asked"));
   }
   progress.storing();
-  const std::span<std::uint8_t> memory = frame.reserve(plan.bytes());
+  const std::span<std::uint8_t> memory = frame->reserve(plan.bytes());
   const Cut cut = binOnHost(plan, camera.info().colour == Orvik_TRUE, memory);
   const Subframe& subframe = request.subframe;
   const auto image = room.make(subframe.numX, subframe.numY, bytesPerPixel(request.type), stop);
@@ -100,6 +100,7 @@ TakenImage takeImage(Camera& camera, const ExposureRequest& request, ImageRoom& 
   } else {
     store<std::uint8_t>(memory, cut, *image);
   }
+  if (plan.hostBin == 1) progress.stored(frame);
   return {image, info.exposure(), info.start()};
 }
 

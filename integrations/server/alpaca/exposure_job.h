@@ -8,6 +8,7 @@
 
 #include "integrations/server/alpaca/exposure_state.h"
 #include "integrations/server/alpaca/subframe.h"
+#include "integrations/server/camera/frame_store.h"
 
 namespace orvik::server {
 
@@ -25,6 +26,8 @@ struct ExposureRequest {
 struct ExposureProgress {
   std::function<void(std::chrono::microseconds length)> begun;
   std::function<void()> storing;
+  /// The frame as the camera has delivered it, unless the server has binned it.
+  std::function<void(const SharedFrame&)> stored;
 };
 
 /// Takes an image with settings of its own, while nothing else captures. The page's dark

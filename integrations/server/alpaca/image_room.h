@@ -31,7 +31,8 @@ struct AlpacaImage {
 };
 
 /// Gives the images of one camera their memory, which is that of one image at a time: with the
-/// frame that was just read from the camera there are two at most.
+/// frame that was just read from the camera there are two at most. (Who watches the camera in the
+/// page keeps a frame of its own.)
 ///
 /// A client that fetches the former image slowly may keep it for a while, in which the next one has
 /// to wait. Then its download is broken off, so that no client can stop a camera.

@@ -36,27 +36,26 @@ class Life(Wire):
     def test_states(self):
         self.serve(COOLED)
         camera = self.camera()
+        camera.put("startexposure", Duration=500, Light="true")
+        self.assert_error(INVALID_OPERATION, "PUT", camera, "startexposure", Duration=0.1,
+                          Light="true")
+        self.assert_error(INVALID_OPERATION, "GET", camera, "imagearray")
+        camera.put("abortexposure")
         camera.put("startexposure", Duration=0.6, Light="true")
+        camera.put("numx", NumX=100)  # for the next exposure
         seen = [camera.get("camerastate")]
         percents = []
-        while True:
+        while not percents or not state["ImageReady"]:
             state = {one["Name"]: one["Value"] for one in camera.get("devicestate")}
             self.assertEqual(state["ImageReady"], state["CameraState"] == 0, state)
             percents.append(state["PercentCompleted"])
             if state["CameraState"] != seen[-1]:
                 seen.append(state["CameraState"])
-            if state["ImageReady"]:
-                break
-            # What an exposure needs is refused, and settings are for the next one.
-            self.assert_error(INVALID_OPERATION, "PUT", camera, "startexposure", Duration=0.1,
-                              Light="true")
-            self.assert_error(INVALID_OPERATION, "GET", camera, "imagearray")
-            camera.put("numx", NumX=100)
             time.sleep(0.01)
         self.assertEqual(2, seen[0])
         self.assertEqual(sorted(seen[:-1]) + [0], seen)
         self.assertEqual(sorted(percents), percents)
-        self.assertTrue(percents[0] < 30 and any(40 < percent < 60 for percent in percents))
+        self.assertTrue(any(0 < percent < 100 for percent in percents))
         self.assertEqual(1304, camera.image().width)
         self.assertAlmostEqual(0.6, camera.get("lastexposureduration"), delta=0.012)
         start = camera.get("lastexposurestarttime")
@@ -104,6 +103,7 @@ class Life(Wire):
             camera.wait("camerastate", 0, 2)
             self.assertFalse(camera.get("imageready"))
             self.assert_error(INVALID_OPERATION, "GET", camera, "imagearray")
+            self.assertEqual(0.01, camera.get("lastexposureduration"))  # that of an image
         camera.expose()
         camera.put("startexposure", Duration=500, Light="true")
         camera.put("connected", Connected="false")
@@ -174,29 +174,29 @@ class Images(Wire):
                 "Accept": "application/imagebytes"})[1]
             self.assertEqual("application/json", kind.split(";")[0])
 
+    def assert_same_mean(self, error, spread, what):
+        """That a difference is due to the noise, which differs from image to image."""
+        self.assertLess(abs(sum(error)) / len(error), 6 * spread / math.sqrt(len(error)) + 0.01,
+                        what)
+
     def test_whole_sensor_at_each_bin(self):
-        """Virtual cameras of the same serial number begin with the same image."""
-        for camera, is_colour, bins, modes in (("T15C", True, (1, 2, 3, 4), (0, 1)),
-                                               ("T08M", False, (1, 2), (0,))):
-            options = f"{camera},serial=00000007,scene=gradient,light=0.2"
+        self.serve(COLOUR, MONO)
+        for name, is_colour, bins, modes in (("Vek T15C", True, (2, 3, 4), (0, 1)),
+                                             ("Vek T08M", False, (2,), (0,))):
+            camera = self.camera(name)
             for mode in modes:
-                self.serve(*[options] * len(bins))
-                images = {}
-                for number, bin in enumerate(bins):
-                    one = self.server.camera("Vek", self.client)
-                    one.number = number
-                    one.connect().put("readoutmode", ReadoutMode=mode)
-                    images[bin] = one.take(bin=bin)
-                columns = images[1].columns()
-                self.assertGreater(len(set(images[1].samples)), 30)
-                for bin, image in images.items():
-                    size = (len(columns) // bin, len(columns[0]) // bin)
-                    self.assertEqual(size, (image.width, image.height))
-                    for x in [*range(0, image.width, 37), image.width - 2, image.width - 1]:
-                        wanted = [binned(columns, bin, is_colour, mode == 0, x, y)
-                                  for y in range(image.height)]
-                        found = [image.at(x, y) for y in range(image.height)]
-                        self.assertEqual(wanted, found, f"{camera} mode {mode} bin {bin} x {x}")
+                camera.put("readoutmode", ReadoutMode=mode)
+                columns = camera.take(0.002, bin=1).columns()
+                for bin in bins:
+                    image = camera.take(0.002, bin=bin)
+                    self.assertEqual((len(columns) // bin, len(columns[0]) // bin),
+                                     (image.width, image.height))
+                    for x in range(2, image.width, (image.width - 3) // 12):
+                        for odd in (0, 1):  # of a mosaic: one colour
+                            error = [image.at(x, y) - binned(columns, bin, is_colour, mode == 0, x, y)
+                                     for y in range(odd, image.height, 2)]
+                            spread = math.sqrt(sum(e * e for e in error) / len(error))
+                            self.assert_same_mean(error, spread, f"{name} {mode} {bin} x {x}")
 
     def test_subframes_are_cuts(self):
         """The scene is the same each time, but the noise is not: means are compared."""
@@ -217,9 +217,8 @@ class Images(Wire):
                                  for i, j in places]
                         error = [part.at(i, j) - whole.at(x + i, y + j) for i, j in places]
                         spread = math.sqrt(sum(n * n for n in noise) / len(noise))
-                        self.assertLess(abs(sum(error)) / len(error),
-                                        6 * spread / math.sqrt(len(error)) + 0.01,
-                                        f"{name} bin {bin} {x},{y} {width}x{height} {phase}")
+                        self.assert_same_mean(
+                            error, spread, f"{name} bin {bin} {x},{y} {width}x{height} {phase}")
             # The speed test of a client.
             self.assertEqual(4, len(camera.take(bin=1, width=2, height=2).samples))
 
@@ -250,7 +249,7 @@ class Sharing(Wire):
 
     def test_slow_download(self):
         """A client that does not take its image delays the next one only for a while."""
-        self.serve("T11C,serial=00000001")
+        self.serve("T10M,serial=00000001")
         camera = self.camera()
         camera.expose()
         with socket.socket() as slow:
@@ -263,7 +262,7 @@ class Sharing(Wire):
             camera.wait("camerastate", 4)
             self.assertFalse(camera.get("imageready"))
             camera.wait("imageready", True, 30)
-            whole = 2 * 3096 * 2080
+            whole = 2 * 1936 * 1216
             self.assertEqual(whole, 2 * len(camera.image().samples))
             slow.settimeout(20)
             taken = 0
