@@ -48,7 +48,7 @@ void LiveView::opened(const Orvik_CAMERA_INFO& camera) {
 void LiveView::frame(const SharedFrame& frame) {
   SharedFrame former;  // given back when the lock is released
   const std::scoped_lock lock(mutex_);
-  if (viewers_.empty()) return;
+  if (!somebodyLooks()) return;
   former = std::exchange(latest_, frame);
   ++sequence_;
   const auto now = Clock::now();
