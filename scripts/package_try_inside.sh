@@ -6,9 +6,10 @@ export HOME=/opt/home DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
 place=/opt/place
 mkdir -p $HOME $place
 
-# Every file but those in which apt, dpkg and man-db keep what they know and did, and those here.
+# Every file but those in which apt, dpkg and man-db keep what they know and did, those that no start
+# of the machine survives, and those here.
 files() {
-  find / -xdev \( -path /opt -o -path /proc -o -path /sys -o -path /dev -o -path /tmp \
+  find / -xdev \( -path /opt -o -path /proc -o -path /sys -o -path /dev -o -path /run -o -path /tmp \
     -o -path /var/lib/apt -o -path /var/lib/dpkg -o -path /var/log -o -path /var/cache \) -prune \
     -o -print | sort
 }
@@ -93,6 +94,7 @@ run curl -fsS "${address}api/v1/camera/0/name" | tee answer
 grep -q '"Value":"Vek T15C' answer
 run curl -fsS -o page "$address"
 grep -qi "<!doctype html>" page
+echo
 kill $server
 wait $server
 getent passwd orvik-server
@@ -106,9 +108,9 @@ run bash -ic 'source /usr/share/bash-completion/bash_completion; _completion_loa
   COMP_WORDS=(orvikctl snap --type r) COMP_CWORD=3; _orvikctl; echo "${COMPREPLY[@]}"' 2>/dev/null |
   tee completed
 grep -qx "raw8 rgb24 raw16" completed
-run zsh -ic 'autoload -U compinit; compinit -u; echo $_comps[orvikctl] $_comps[orvik-simcam]' |
-  tee completed
-grep -qx "_orvikctl _orvik-simcam" completed
+run zsh -ic 'autoload -U compinit; compinit -u
+  echo $_comps[orvikctl] $_comps[orvik-simcam] $_comps[orvik-server]' | tee completed
+grep -qx "_orvikctl _orvik-simcam _orvik-server" completed
 for page in orvikctl orvik-simcam orvik-server; do
   echo "\$ man $page"
   MANWIDTH=80 man $page >page 2>&1

@@ -12,10 +12,14 @@ void CaptureProgress::begin(Clock::time_point now, Seconds exposure) {
   exposure_ = exposure;
 }
 
-void CaptureProgress::frame(std::int64_t lost) {
+void CaptureProgress::frame() {
   const std::scoped_lock lock(mutex_);
   ++frames_;
-  lost_ = lost;
+}
+
+void CaptureProgress::lost(std::int64_t frames) {
+  const std::scoped_lock lock(mutex_);
+  lost_ = frames;
 }
 
 void CaptureProgress::imageLost() {

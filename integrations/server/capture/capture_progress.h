@@ -21,7 +21,9 @@ class CaptureProgress {
   /// The exposure of the next image begins, or a video.
   void begin(Clock::time_point now, Seconds exposure = Seconds(0));
   /// A frame of a video has arrived.
-  void frame(std::int64_t lost);
+  void frame();
+  /// A video has lost so many frames by now.
+  void lost(std::int64_t frames);
   /// An exposure that was begun has brought no image; it is begun again.
   void imageLost();
 

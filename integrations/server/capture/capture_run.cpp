@@ -61,10 +61,14 @@ FrameStore storeFor(const Camera& camera) {
 
 /// A frame to fill, as soon as there is one; null at a stop. Meanwhile the camera counts the frames
 /// that it loses.
-std::shared_ptr<Frame> takeFrame(FrameStore& store, const std::stop_token& stop) {
-  while (!stop.stop_requested()) {
+std::shared_ptr<Frame> takeFrame(const CaptureRun& run, FrameStore& store) {
+  while (!run.stop.stop_requested()) {
     if (auto frame = store.take()) return frame;
-    sleepFor(std::chrono::milliseconds(2), stop);
+    if (run.request.kind == CaptureKind::kVideo) {
+      run.progress.lost(run.context.camera().droppedFrames());
+    }
+    run.changed();
+    sleepFor(std::chrono::milliseconds(2), run.stop);
   }
   return nullptr;
 }
@@ -88,7 +92,7 @@ bool sleepUntil(Clock::time_point time, const CaptureRun& run) {
 
 /// Takes one image. False when a stop was requested.
 bool takeImage(const CaptureRun& run, FrameStore& store) {
-  std::shared_ptr<Frame> frame = takeFrame(store, run.stop);
+  std::shared_ptr<Frame> frame = takeFrame(run, store);
   if (!frame) return false;
   Camera& camera = run.context.camera();
   imaging::ImageInfo info = infoOf(run.request, camera);
@@ -159,9 +163,10 @@ void recordVideo(const CaptureRun& run) {
     video.stopAt(begun + std::chrono::duration_cast<Clock::duration>(*run.request.length));
   }
   for (std::int64_t count = 0; !run.request.count || count < *run.request.count; ++count) {
-    std::shared_ptr<Frame> frame = takeFrame(store, run.stop);
+    std::shared_ptr<Frame> frame = takeFrame(run, store);
     if (!frame || !video.next(*frame)) break;
-    run.progress.frame(camera.droppedFrames());
+    run.progress.frame();
+    run.progress.lost(camera.droppedFrames());
     handOn(run, std::move(frame), info);
     run.changed();
   }
