@@ -15,20 +15,22 @@ from served import Served  # noqa: E402
 
 COOLING = 400  # seconds, at most
 IMAGES = ROOT / "docs/images"
-CAMERAS = ("T10C_C,scene=moon,ambient=12", "T15C,scene=stars")
+CAMERAS = ("T10C_C,scene=moon,ambient=12,light=2.5", "T15C,scene=stars")
 
 
 def save(page, name):
     page.run("document.activeElement?.blur()")
+    page.until(lambda: "/s" in page.text("shown"), "a rate")
     page.until(lambda: page.text("toasts") == "", "messages that have gone")
     page.driver.save_screenshot(str(IMAGES / f"server-{name}.png"))
 
 
 def desktop(page):
-    page.size(1440, 900)
+    page.size(1280, 800)
     page.until_moving()
     page.choose("type", "rgb24")
-    page.enter("control-1", "25 ms")
+    page.enter("control-0", "20")
+    page.enter("control-1", "50 ms")
     for name in ("frame", "capture"):
         page.open(name, False)
     page.open("cooling")
@@ -52,7 +54,7 @@ def telephone(page):
 
 
 def night(page):
-    page.size(1440, 900)
+    page.size(1280, 800)
     page.driver.refresh()
     page.until_moving()
     for name, is_open in (("histogram", True), ("controls", False), ("cooling", True),

@@ -126,10 +126,6 @@ void AlpacaCamera::connect(const PutDone& done) {
 void AlpacaCamera::opened(const Outcome& outcome, const PutDone& done) {
   std::optional<AlpacaError> error;
   if (outcome) error = errorOf(*outcome);
-  // Who wanted to connect did not rely on a connection yet.
-  if (error && error->number() == ErrorNumber::kNotConnected) {
-    error = AlpacaError(ErrorNumber::kDriver, error->what());
-  }
   const auto description = served_->description();
   const auto status = served_->status();
   {

@@ -3,8 +3,9 @@
 #include "integrations/server/alpaca/members.h"
 
 #include <algorithm>
-#include <chrono>
+#include <cmath>
 #include <initializer_list>
+#include <string>
 
 #include "integrations/server/alpaca/member_values.h"
 
@@ -97,6 +98,7 @@ void pulseGuide(Camera& camera, const Args& args, const PutDone& done) {
 
 // PUTs whose success is known later.
 void setConnected(Camera& camera, const Args& args, const PutDone& done) {
+  camera.note(args.who(), args.flag(0) ? "Connects" : "Disconnects");
   if (args.flag(0)) {
     camera.connect(done);
   } else {
@@ -109,15 +111,18 @@ void setCooler(Camera& camera, const Args& args, const PutDone& done) {
 }
 void setTarget(Camera& camera, const Args& args, const PutDone& done) {
   camera.setTarget(args.real(0), done);
+  camera.note(args.who(), "Target " + std::to_string(std::lround(args.real(0))) + " C");
 }
 void abortExposure(Camera& camera, const Args&, const PutDone& done) { camera.abortExposure(done); }
 
 // PUTs whose outcome `connecting` tells.
-void connect(Camera& camera, const Args&, const PutDone& done) {
+void connect(Camera& camera, const Args& args, const PutDone& done) {
+  camera.note(args.who(), "Connects");
   camera.connect([](const auto&) {});
   done({});
 }
-void disconnect(Camera& camera, const Args&, const PutDone& done) {
+void disconnect(Camera& camera, const Args& args, const PutDone& done) {
+  camera.note(args.who(), "Disconnects");
   camera.disconnect([](const auto&) {});
   done({});
 }

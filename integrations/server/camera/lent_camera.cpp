@@ -143,11 +143,13 @@ void LentCamera::openNow() {
   closeIfUnused();
 }
 
-void LentCamera::closeNow(Link link) {
+void LentCamera::closeNow(Link link, bool onlyIfUnused) {
   std::unique_ptr<OpenCamera> closing;
   std::vector<Done> waiting;
   {
     const std::scoped_lock lock(mutex_);
+    // Under the same lock: whoever opens it from here on finds it closed.
+    if (onlyIfUnused && (open_ == nullptr || !users_.empty() || open_->isAtWork())) return;
     closing = std::move(open_);
     waiting = std::exchange(waiting_, {});
     users_.clear();
@@ -167,13 +169,7 @@ void LentCamera::closeNow(Link link) {
   for (const Done& done : waiting) tell(done, notOpen());
 }
 
-void LentCamera::closeIfUnused() {
-  {
-    const std::scoped_lock lock(mutex_);
-    if (open_ == nullptr || !users_.empty() || open_->isAtWork()) return;
-  }
-  closeNow(Link::kClosed);
-}
+void LentCamera::closeIfUnused() { closeNow(Link::kClosed, true); }
 
 void LentCamera::lost() {
   {

@@ -64,7 +64,7 @@ class LentCamera final : public ServedCamera, public std::enable_shared_from_thi
 
  private:
   void openNow();
-  void closeNow(Link link);
+  void closeNow(Link link, bool onlyIfUnused = false);
   void closeIfUnused();
   /// The camera was unplugged, but may be back already.
   void lost();

@@ -39,7 +39,7 @@ class CaptureDesk::Impl : public std::enable_shared_from_this<Impl> {
   Impl(std::shared_ptr<ServedCamera> camera, std::shared_ptr<CaptureFolder> folder)
       : camera_(std::move(camera)), folder_(std::move(folder)) {}
 
-  void start(CaptureRequest request, std::string who, Done done);
+  void start(CaptureRequest request, std::string who, const Done& done);
   Outcome stop(const std::string& who);
   void stopAndWait();
   [[nodiscard]] CaptureState state() const;
@@ -87,7 +87,7 @@ class CaptureDesk::Impl : public std::enable_shared_from_this<Impl> {
   ChangeSignal changed_;
 };
 
-void CaptureDesk::Impl::start(CaptureRequest request, std::string who, Done done) {
+void CaptureDesk::Impl::start(CaptureRequest request, std::string who, const Done& done) {
   if (const Outcome fault = faultOf(request)) return done(fault);
   const auto job = std::make_shared<Job>(std::move(request), std::move(who), done);
   {
@@ -155,7 +155,8 @@ void CaptureDesk::Impl::capture(Job& job, CaptureContext& context) {
                        .writer = job.writer,
                        .progress = job.progress,
                        .stop = job.stop.get_token(),
-                       .changed = [this] { progressed(); }};
+                       .changed = [this] { progressed(); },
+                       .note = [this](std::string text) { camera_->note("", std::move(text)); }};
   job.request.kind == CaptureKind::kVideo ? recordVideo(run) : takeImages(run);
 }
 
@@ -276,8 +277,8 @@ CaptureDesk::CaptureDesk(std::shared_ptr<ServedCamera> camera,
 
 CaptureDesk::~CaptureDesk() { impl_->stopAndWait(); }
 
-void CaptureDesk::start(CaptureRequest request, std::string who, Done done) {
-  impl_->start(std::move(request), std::move(who), std::move(done));
+void CaptureDesk::start(CaptureRequest request, std::string who, const Done& done) {
+  impl_->start(std::move(request), std::move(who), done);
 }
 
 Outcome CaptureDesk::stop(const std::string& who) { return impl_->stop(who); }

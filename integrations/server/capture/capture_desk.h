@@ -26,7 +26,7 @@ struct CaptureState {
     CaptureFormat format = CaptureFormat::kFits;
     std::int64_t done = 0;              ///< images or frames in files
     std::optional<std::int64_t> count;  ///< empty: until it is stopped
-    std::int64_t lost = 0;              ///< frames that a video has lost
+    std::int64_t lost = 0;              ///< frames of a video, or images that were taken again
     std::chrono::system_clock::time_point begun;
     std::optional<Seconds> remaining;
     Seconds exposureLeft{0};  ///< of the running exposure
@@ -58,7 +58,7 @@ class CaptureDesk {
   /// @param who how others see the one who wants it
   /// @param done told when the capture has begun; or that it cannot: kBadValue, kBusy if another
   ///        one has the camera, kFile if nothing can be written, kNotOpen or kCamera
-  void start(CaptureRequest request, std::string who, Done done);
+  void start(CaptureRequest request, std::string who, const Done& done);
   /// Stops the capture; the frames that were captured until now get into the files. Fails if none
   /// is running. Does not wait for the end.
   Outcome stop(const std::string& who);

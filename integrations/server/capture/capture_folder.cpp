@@ -62,6 +62,12 @@ bool isTaken(const fs::path& file) {
   return ::lstat(file.c_str(), &facts) == 0;
 }
 
+/// The value of an environment variable, "" unless it is an absolute path.
+std::string absolutePath(const char* variable) {
+  const char* text = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe): nobody sets it here
+  return text != nullptr && *text == '/' ? text : "";
+}
+
 std::string imageName(const std::string& beginning, std::int64_t number,
                       const std::string& ending) {
   std::array<char, 24> digits{};
@@ -80,12 +86,10 @@ CaptureFolder::CaptureFolder(fs::path folder, imaging::FileSystem& fileSystem)
 
 fs::path CaptureFolder::standard() {
   // systemd gives several folders with colons between them.
-  if (const char* state = std::getenv("STATE_DIRECTORY"); state != nullptr && *state == '/') {
-    const std::string_view all = state;
-    return all.substr(0, all.find(':'));
-  }
-  const char* home = std::getenv("HOME");
-  return fs::path(home != nullptr && *home == '/' ? home : ".") / "Pictures" / "Orvik";
+  const std::string state = absolutePath("STATE_DIRECTORY");
+  if (!state.empty()) return state.substr(0, state.find(':'));
+  const std::string home = absolutePath("HOME");
+  return fs::path(home.empty() ? "." : home) / "Pictures" / "Orvik";
 }
 
 CaptureFolder::Listing CaptureFolder::list() const {

@@ -18,6 +18,11 @@ void CaptureProgress::frame(std::int64_t lost) {
   lost_ = lost;
 }
 
+void CaptureProgress::imageLost() {
+  const std::scoped_lock lock(mutex_);
+  ++lost_;
+}
+
 std::int64_t CaptureProgress::lost() const {
   const std::scoped_lock lock(mutex_);
   return lost_;
@@ -41,7 +46,7 @@ std::optional<CaptureProgress::Seconds> CaptureProgress::imagesRemain(Clock::tim
   const Seconds measured =
       begun_ < 2 ? exposure_ : Seconds(last_ - first_) / static_cast<double>(begun_ - 1);
   const Seconds cycle = std::max(request_.interval, measured);
-  const auto toBegin = static_cast<double>(*request_.count - begun_);
+  const auto toBegin = static_cast<double>(*request_.count - (begun_ - lost_));
   return toBegin * cycle + exposure_ - Seconds(now - last_);
 }
 

@@ -22,6 +22,8 @@ class CaptureProgress {
   void begin(Clock::time_point now, Seconds exposure = Seconds(0));
   /// A frame of a video has arrived.
   void frame(std::int64_t lost);
+  /// An exposure that was begun has brought no image; it is begun again.
+  void imageLost();
 
   [[nodiscard]] std::int64_t lost() const;
   /// Of the running exposure.

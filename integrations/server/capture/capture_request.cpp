@@ -68,8 +68,8 @@ std::string textOfFault(const CaptureRequest& request) {
     return "An exposure takes more than 0 s.";
   }
   if (beginningOf(request.name).empty()) {
-    return "A file name begins with a letter or digit, has at most 120 letters and none of "
-           "/ \\ < > : \" | ? *.";
+    return "A file name has at most 120 letters, none of / \\ < > : \" | ? *, and no dot at its "
+           "beginning.";
   }
   if (request.object.size() > kLongestObject) return "The object's name is too long.";
   return {};

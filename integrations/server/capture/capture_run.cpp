@@ -10,6 +10,7 @@
 
 #include "imaging/image.h"
 #include "imaging/time_text.h"
+#include "imaging/unplugged.h"
 
 namespace orvik::server {
 namespace {
@@ -125,13 +126,25 @@ void applySettings(const CaptureRequest& request, CaptureContext& context) {
 }
 
 void takeImages(const CaptureRun& run) {
+  // One damaged transfer must not end a long night.
+  constexpr int kMostFailures = 3;
   FrameStore store = storeFor(run.context.camera());
-  Clock::time_point next = Clock::now();
   const auto interval = std::chrono::duration_cast<Clock::duration>(run.request.interval);
-  for (std::int64_t count = 0; !run.request.count || count < *run.request.count; ++count) {
-    if (!sleepUntil(next, run)) break;
-    next = Clock::now() + interval;
-    if (!takeImage(run, store)) break;
+  Clock::time_point next = Clock::now();
+  int failures = 0;  // one after the other
+  for (std::int64_t count = 0; !run.request.count || count < *run.request.count;) {
+    if (!sleepUntil(next, run)) return;
+    const Clock::time_point begun = Clock::now();
+    try {
+      if (!takeImage(run, store)) return;
+      next = begun + interval;
+      failures = 0;
+      ++count;
+    } catch (const Error& error) {
+      if (++failures == kMostFailures || imaging::wasUnplugged(run.context.camera())) throw;
+      run.progress.imageLost();
+      run.note(std::string("An image is taken again: ") + error.what());
+    }
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <stop_token>
+#include <string>
 
 #include "integrations/server/camera/failure.h"
 #include "integrations/server/camera/served_camera.h"
@@ -20,7 +21,8 @@ struct CaptureRun {
   FrameWriter& writer;
   CaptureProgress& progress;
   std::stop_token stop;
-  std::function<void()> changed;  ///< told a few times a second
+  std::function<void()> changed;          ///< told a few times a second
+  std::function<void(std::string)> note;  ///< told what everybody should see
 };
 
 /// Sets what the page has set, and the exposure time that the request has, if it has one.
@@ -29,6 +31,7 @@ struct CaptureRun {
 void applySettings(const CaptureRequest& request, CaptureContext& context);
 
 /// Takes the images of a request. Returns when all are on their way to the files, or at a stop.
+/// An image that fails is taken again, up to twice.
 ///
 /// @throws Error if the camera fails
 void takeImages(const CaptureRun& run);

@@ -9,7 +9,7 @@ import threading
 import time
 import unittest
 
-from alpaca import (DRIVER, INVALID_OPERATION, INVALID_VALUE, NOT_CONNECTED, AlpacaError, Server)
+from alpaca import DRIVER, INVALID_OPERATION, INVALID_VALUE, NOT_CONNECTED, Server
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 

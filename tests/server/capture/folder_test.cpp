@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
 
 #include "imaging/errors.h"
 #include "integrations/server/capture/capture_folder.h"
@@ -117,6 +118,16 @@ TEST_F(FolderTest, TellsWhyNothingCanBeWritten) {
   if (geteuid() == 0) return;  // who may write everywhere
   fs::permissions(place_.path() / "a" / "b", fs::perms::owner_read);
   EXPECT_THROW(missing.requireWritable(), imaging::FileError);
+}
+
+TEST(CaptureFolder, IsTheServicesOrInTheHomeFolder) {
+  const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+  setenv("HOME", "/home/ada", 1);
+  EXPECT_EQ(CaptureFolder::standard(), "/home/ada/Pictures/Orvik");
+  setenv("STATE_DIRECTORY", "/var/lib/a/captures:/var/lib/a/settings", 1);
+  EXPECT_EQ(CaptureFolder::standard(), "/var/lib/a/captures");
+  unsetenv("STATE_DIRECTORY");
+  setenv("HOME", home.c_str(), 1);
 }
 
 TEST(FileNames, BeginWithWhatIsSafeEverywhere) {

@@ -72,7 +72,7 @@ export function showLevels({ channels }) {
   }
   channels.forEach(({ histogram, min, mean, max, saturated }, position) => {
     const [, figures, warning] = box.children[position].children;
-    setText(figures, `min ${min}  mean ${significant(mean, 4)}  max ${max}`);
+    setText(figures, `min ${min}  mean ${significant(mean, mean < 1000 ? 3 : 5)}  max ${max}`);
     const share = 100 * saturated / histogram.reduce((sum, count) => sum + count, 0);
     const amount = share < 0.01 ? saturated : `${significant(share, 2)} %`;
     setText(warning, saturated ? `${amount} saturated` : '');

@@ -90,14 +90,16 @@ export class Picture {
 
   #take(picture) {
     const { imageWidth, imageHeight } = picture;
-    for (const old of new Set([this.current, this.#whole])) {
-      const isKept = old === this.#whole && picture.width < imageWidth &&
-        old?.imageWidth === imageWidth && old?.imageHeight === imageHeight;
-      if (old && !isKept) old.bitmap.close();
-      if (old === this.#whole && !isKept) this.#whole = null;
+    const isWhole = picture.width === imageWidth && picture.height === imageHeight;
+    const { current: old } = this;
+    const below = this.#whole;
+    const isKept = !isWhole && below?.imageWidth === imageWidth &&
+      below?.imageHeight === imageHeight;
+    for (const gone of new Set([old, isKept ? null : below])) {
+      if (gone && !(isKept && gone === below)) gone.bitmap.close();
     }
     this.current = picture;
-    if (picture.width === imageWidth && picture.height === imageHeight) this.#whole = picture;
+    this.#whole = isWhole ? picture : isKept ? below : null;
     this.shown += 1;
     this.#view.setImage(imageWidth, imageHeight);
     this.redraw();
