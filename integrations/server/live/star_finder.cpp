@@ -22,7 +22,7 @@ constexpr double kSharedLight = 0.7;  // of the radius: nearer stars are one
 /// Whether what surrounds it is much brighter than the sky: then it is a feature of the Moon or of
 /// a planet.
 bool isOnSomething(const Star& star, double sky) {
-  constexpr double kContrast = 2;
+  constexpr double kContrast = 0.5;
   return star.background - sky > kContrast * (star.peak - star.background);
 }
 

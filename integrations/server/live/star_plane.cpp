@@ -104,8 +104,8 @@ void StarPlane::measureBackground() {
           near[count++] = at(nx, ny);
         }
       }
-      const auto middle = near.begin() + static_cast<std::ptrdiff_t>(count / 2);
-      const auto end = near.begin() + static_cast<std::ptrdiff_t>(count);
+      auto* const middle = near.begin() + static_cast<std::ptrdiff_t>(count / 2);
+      auto* const end = near.begin() + static_cast<std::ptrdiff_t>(count);
       const auto byLevel = [](const Background& a, const Background& b) {
         return a.level < b.level;
       };

@@ -69,13 +69,15 @@ StarProfile::Background StarProfile::collect(const ImageSource& image, double x,
 }
 
 double StarProfile::halfFluxRadius(double x, double y, double radius) {
-  rings_.assign(static_cast<std::size_t>(radius * kRingsPerPixel) + kFine * 4, 0);
+  rings_.assign(static_cast<std::size_t>(radius * kRingsPerPixel) + std::size_t{16}, 0);
   double all = 0;
   for (const Pixel& pixel : pixels_) {
     all += pixel.light;
     for (int part = 0; part < kFine * kFine; ++part) {
-      const double px = pixel.x - x + ((part % kFine) + 0.5) / kFine - 0.5;
-      const double py = pixel.y - y + ((part / kFine) + 0.5) / kFine - 0.5;
+      const int column = part % kFine;
+      const int row = part / kFine;
+      const double px = pixel.x - x + (column + 0.5) / kFine - 0.5;
+      const double py = pixel.y - y + (row + 0.5) / kFine - 0.5;
       const auto ring = static_cast<std::size_t>(std::hypot(px, py) * kRingsPerPixel);
       rings_[std::min(ring, rings_.size() - 1)] += pixel.light / (kFine * kFine);
     }

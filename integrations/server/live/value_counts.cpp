@@ -10,7 +10,7 @@ namespace orvik::server {
 namespace {
 
 // Neighbouring pixels are alike: counted in the same table, each would wait for the one before.
-constexpr int kColumnTables = 4;
+constexpr std::size_t kColumnTables = 4;
 
 template <typename Sample>
 const Sample* rowOf(const ImageSource& image, int y) {
@@ -41,29 +41,30 @@ void ValueCounts::countPlane(const ImageSource& image) {
   // One table for each column modulo four, of even and of odd rows.
   tables_.assign(2 * kColumnTables * values_, 0);
   for (int y = 0; y < image.size.height; ++y) {
-    const Sample* const row = rowOf<Sample>(image, y);
+    const auto* const row = rowOf<Sample>(image, y);
     std::array<std::uint32_t*, kColumnTables> table{};
     for (std::size_t i = 0; i < table.size(); ++i) {
       table[i] = tables_.data() + (static_cast<std::size_t>(y % 2) * kColumnTables + i) * values_;
     }
-    int x = 0;
-    for (; x + kColumnTables <= image.size.width; x += kColumnTables) {
+    const auto width = static_cast<std::size_t>(image.size.width);
+    std::size_t x = 0;
+    for (; x + kColumnTables <= width; x += kColumnTables) {
       ++table[0][row[x]];
       ++table[1][row[x + 1]];
       ++table[2][row[x + 2]];
       ++table[3][row[x + 3]];
     }
-    for (; x < image.size.width; ++x) ++table[static_cast<std::size_t>(x % kColumnTables)][row[x]];
+    for (; x < width; ++x) ++table[x % kColumnTables][row[x]];
   }
   const RedSite red = redSite(image.mosaic.value_or(BAYER_RG));
-  for (int site = 0; site < 2 * kColumnTables; ++site) {
+  for (std::size_t site = 0; site < 2 * kColumnTables; ++site) {
     int channel = 0;
     if (image.mosaic) {
-      const bool isRedRow = site / kColumnTables == red.y;
-      const bool isRedColumn = site % 2 == red.x;
+      const bool isRedRow = static_cast<int>(site / kColumnTables) == red.y;
+      const bool isRedColumn = static_cast<int>(site % 2) == red.x;
       channel = isRedRow != isRedColumn ? 1 : (isRedRow ? 0 : 2);
     }
-    const std::uint32_t* const from = tables_.data() + static_cast<std::size_t>(site) * values_;
+    const std::uint32_t* const from = tables_.data() + site * values_;
     std::uint32_t* const to = counts_.data() + static_cast<std::size_t>(channel) * values_;
     std::transform(from, from + values_, to, to, std::plus<>());
   }

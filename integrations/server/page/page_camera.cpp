@@ -64,7 +64,7 @@ void PageCamera::leave(const PageSession& session) {
 std::string PageCamera::nameFor(const std::string& address) {
   const auto others = sessions();
   for (int number = 1;; ++number) {
-    const std::string name = number == 1 ? address : address + " (" + std::to_string(number) + ")";
+    std::string name = number == 1 ? address : address + " (" + std::to_string(number) + ")";
     if (std::none_of(others.begin(), others.end(),
                      [&](const auto& one) { return one->name() == name; })) {
       return name;

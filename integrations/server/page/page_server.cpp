@@ -100,8 +100,7 @@ std::shared_ptr<PageCamera> PageServer::Impl::cameraNumbered(int number) {
   if (known != cameras_.end()) return known->second;
   const auto camera = fleet_.camera(number);
   if (!camera) return nullptr;
-  const auto added =
-      std::make_shared<PageCamera>(camera, folder_, [bell = bell_] { bell->ring(); });
+  auto added = std::make_shared<PageCamera>(camera, folder_, [bell = bell_] { bell->ring(); });
   cameras_[number] = added;
   return added;
 }
