@@ -73,9 +73,11 @@ CoolingState CoolerLead::look() {
     warm_.reset();
   }
   const Orvik_COOLER_STATUS status = camera_.cooler();
+  const int target = camera_.get(control::kTargetTemperature);
+  const bool isOnItsWay = isWarmingUp_ || rampEnd_ != target;
   return {.isOn = status.isRegulating == Orvik_TRUE,
-          .target = camera_.get(control::kTargetTemperature),
-          .rampEnd = rampEnd_,
+          .target = target,
+          .rampEnd = isOnItsWay ? rampEnd_ : std::nullopt,
           .isWarmingUp = isWarmingUp_,
           .power = status.power,
           .fault = status.fault};
