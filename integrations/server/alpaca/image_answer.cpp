@@ -17,9 +17,9 @@
 namespace orvik::server {
 namespace {
 
-constexpr std::size_t kChunkBytes = 64 * 1024;
+constexpr std::size_t kChunkBytes = 65536;
 /// "65535,": the longest text of a sample.
-constexpr std::size_t kSampleText = 6;
+constexpr int kSampleText = 6;
 
 /// Numbers of the standard for types of array elements.
 constexpr std::int32_t kTypeInt32 = 2;
@@ -65,9 +65,9 @@ class JsonImage final : public BodySource {
     char* at = chunk.data() + used;
     char* const full = chunk.data() + chunk.size();
     // Room for two of the longest samples, the brackets around and the comma between columns.
-    constexpr std::size_t kMost = 2 * kSampleText + 3;
-    const Sample* const samples = image_->as<const Sample>();
-    while (x_<numX_&& static_cast<std::size_t>(full - at)> kMost) {
+    constexpr std::ptrdiff_t kMost = 2 * kSampleText + 3;
+    const auto* const samples = image_->as<const Sample>();
+    while (x_ < numX_ && full - at > kMost) {
       if (y_ == 0) *at++ = '[';
       const Sample* const column = samples + x_ * numY_;
       const auto room = static_cast<std::size_t>(full - at) / kSampleText - 1;

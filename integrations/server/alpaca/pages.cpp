@@ -96,7 +96,7 @@ Response AlpacaApi::setup(const Request& request) const {
   if (!camera) return plainText(403, "There is no such setup page.");
   const std::string page = "/camera/" + std::to_string(*number);
   return htmlPage(camera->identity().label,
-                  "<meta http-equiv=\"refresh\" content=\"0; url=" + page + "\">",
+                  R"(<meta http-equiv="refresh" content="0; url=)" + page + R"(">)",
                   "<p>" + link(page, "Settings and live view of the camera") + "</p>\n");
 }
 

@@ -23,7 +23,7 @@ void GuidePort::pulse(GuideD line, std::chrono::milliseconds length, Done done) 
 void GuidePort::hold(GuideD line) {
   {
     const std::scoped_lock lock(mutex_);
-    Line& one = lines_.at(line);
+    Line& one = lines_.at(static_cast<std::size_t>(line));
     one.until = Clock::now() + kHold;
     if (one.jobs > 0 && one.isHeld && !one.stop.stop_requested()) return;
   }
@@ -32,7 +32,7 @@ void GuidePort::hold(GuideD line) {
 
 void GuidePort::release(GuideD line) {
   const std::scoped_lock lock(mutex_);
-  lines_.at(line).stop.request_stop();
+  lines_.at(static_cast<std::size_t>(line)).stop.request_stop();
 }
 
 std::array<bool, 4> GuidePort::linesOn() const {
@@ -45,25 +45,26 @@ std::array<bool, 4> GuidePort::linesOn() const {
 void GuidePort::begin(GuideD line, bool isHeld, std::function<void(const std::stop_token&)> job,
                       Done done) {
   const std::scoped_lock lock(mutex_);
-  Line& one = lines_.at(line);
+  Line& one = lines_.at(static_cast<std::size_t>(line));
   one.stop.request_stop();
   ++one.jobs;
   one.isHeld = isHeld;
-  one.stop = workers_.at(line).post(
-      [this, line, job = std::move(job), done = std::move(done)](const std::stop_token& stop) {
-        Outcome outcome;
-        try {
-          if (!stop.stop_requested()) job(stop);
-        } catch (...) {
-          outcome = currentFailure();
-        }
-        {
-          const std::scoped_lock ended(mutex_);
-          --lines_.at(line).jobs;
-        }
-        changed_();
-        if (done) done(outcome);
-      });
+  one.stop = workers_.at(static_cast<std::size_t>(line))
+                 .post([this, line, job = std::move(job),
+                        done = std::move(done)](const std::stop_token& stop) {
+                   Outcome outcome;
+                   try {
+                     if (!stop.stop_requested()) job(stop);
+                   } catch (...) {
+                     outcome = currentFailure();
+                   }
+                   {
+                     const std::scoped_lock ended(mutex_);
+                     --lines_.at(static_cast<std::size_t>(line)).jobs;
+                   }
+                   changed_();
+                   if (done) done(outcome);
+                 });
 }
 
 void GuidePort::keepOn(GuideD line, const std::stop_token& stop) {
@@ -82,7 +83,7 @@ void GuidePort::keepOn(GuideD line, const std::stop_token& stop) {
     Clock::duration left{};
     {
       const std::scoped_lock lock(mutex_);
-      left = lines_.at(line).until - Clock::now();
+      left = lines_.at(static_cast<std::size_t>(line)).until - Clock::now();
     }
     if (left <= Clock::duration::zero() || !sleepFor(left, stop)) return;
   }
