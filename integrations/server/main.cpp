@@ -126,12 +126,13 @@ void announce(const ListenAddress& address, bool hasToken) {
 int run(const Options& options) {
   const int signals = endSignals();
   const ListenAddress wanted = parseListenAddress(options.listen);
+  const GuideWiring wiring = guideWiring(options.guideLines);
   const std::string token = readToken(options.tokenFile);
   Fleet fleet(plugVirtualCameras(options.virtualCameras));
-  AlpacaApi alpaca(fleet, options.name, options.location, guideWiring(options.guideLines));
+  AlpacaApi alpaca(fleet, options.name, options.location, wiring);
   const auto folder = std::make_shared<CaptureFolder>(
       options.folder.empty() ? CaptureFolder::standard() : std::filesystem::path(options.folder));
-  PageServer pages(fleet, folder);
+  PageServer pages(fleet, folder, wiring);
   const Gate gate(options.hosts, token);
   const HttpServer server(wanted, gate,
                           Router(alpaca, gate, folder, [&pages] { return pages.cameras(); }),

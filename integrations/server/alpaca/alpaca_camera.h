@@ -15,16 +15,12 @@
 #include "integrations/server/alpaca/camera_view.h"
 #include "integrations/server/alpaca/exposure_job.h"
 #include "integrations/server/alpaca/image_room.h"
+#include "integrations/server/camera/guide_wiring.h"
 
 namespace orvik::server {
 
 /// Told how a PUT has ended, once, on any thread. Empty on success.
 using PutDone = std::function<void(const std::optional<AlpacaError>&)>;
-
-/// The lines of the guide port for north, south, east and west.
-using GuideWiring = std::array<GuideD, 4>;
-inline constexpr GuideWiring kUsualWiring{Orvik_GUIDE_DIR_0, Orvik_GUIDE_DIR_1, Orvik_GUIDE_DIR_2,
-                                          Orvik_GUIDE_DIR_3};
 
 /// A camera as Alpaca's clients share it: connected or not, with settings for the next exposure and
 /// the image of the last one. Any thread; nothing waits for the camera. Functions without a PutDone

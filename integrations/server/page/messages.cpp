@@ -150,6 +150,7 @@ std::string hello(const Hello& hello) {
          {"pixelSize", info.pixelSizeUm},
          {"hasCooler", info.hasCooler == Orvik_TRUE},
          {"hasGuidePort", info.hasST4 == Orvik_TRUE},
+         {"guideLines", hello.wiring},
          {"bins", binsOf(info)},
          {"types", types}}},
        {"controls", hello.description ? listOf(hello.description->controls) : Json::array()},

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "integrations/server/camera/guide_wiring.h"
 #include "integrations/server/camera/served_camera.h"
 #include "integrations/server/capture/capture_desk.h"
 #include "integrations/server/capture/capture_folder.h"
@@ -22,6 +23,7 @@ struct Hello {
   std::shared_ptr<const ServedCamera::Description> description;  ///< null if it is not open
   Stretch stretch;
   std::vector<TemperatureSample> temperatures;
+  GuideWiring wiring = kUsualWiring;
 };
 std::string hello(const Hello& hello);
 std::string status(const CameraStatus& status, int viewers);

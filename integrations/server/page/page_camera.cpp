@@ -23,8 +23,9 @@ constexpr auto kClose = seconds(10);
 }  // namespace
 
 PageCamera::PageCamera(std::shared_ptr<ServedCamera> camera, std::shared_ptr<CaptureFolder> folder,
-                       std::function<void()> wake)
+                       const GuideWiring& wiring, std::function<void()> wake)
     : camera_(std::move(camera)),
+      wiring_(wiring),
       wake_(std::move(wake)),
       live_(std::make_shared<LiveView>(
           [camera = camera_](bool wanted) { camera->wantLive(wanted); })),
@@ -138,7 +139,7 @@ void PageCamera::send(PageSession& session) {
     sent.opening = openings_;
     sent.temperature = temperature_.number;
     session.send(message::hello({session.name(), camera_->identity(), description_,
-                                 live_->stretch(), camera_->temperatures()}));
+                                 live_->stretch(), camera_->temperatures(), wiring_}));
   }
   const auto sendNew = [&session](const Shared& shared, std::uint64_t& number) {
     if (std::exchange(number, shared.number) != shared.number) session.send(shared.text);

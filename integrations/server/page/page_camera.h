@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "integrations/server/camera/guide_wiring.h"
 #include "integrations/server/camera/served_camera.h"
 #include "integrations/server/capture/capture_desk.h"
 #include "integrations/server/live/live_view.h"
@@ -27,7 +28,7 @@ class PageCamera : public std::enable_shared_from_this<PageCamera> {
 
   /// @param wake is called when there is something to do for tick(), on any thread
   PageCamera(std::shared_ptr<ServedCamera> camera, std::shared_ptr<CaptureFolder> folder,
-             std::function<void()> wake);
+             const GuideWiring& wiring, std::function<void()> wake);
 
   [[nodiscard]] ServedCamera& camera() { return *camera_; }
   [[nodiscard]] LiveView& live() { return *live_; }
@@ -62,6 +63,7 @@ class PageCamera : public std::enable_shared_from_this<PageCamera> {
   void send(PageSession& session);
 
   const std::shared_ptr<ServedCamera> camera_;
+  const GuideWiring wiring_;
   const std::function<void()> wake_;
   const std::shared_ptr<LiveView> live_;
   const std::unique_ptr<CaptureDesk> desk_;

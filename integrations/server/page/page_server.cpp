@@ -62,8 +62,9 @@ struct Bell {
 
 class PageServer::Impl {
  public:
-  Impl(Fleet& fleet, std::shared_ptr<CaptureFolder> folder)
+  Impl(Fleet& fleet, std::shared_ptr<CaptureFolder> folder, const GuideWiring& wiring)
       : fleet_(fleet),
+        wiring_(wiring),
         folder_(std::move(folder)),
         folderLine_(folder_->onChange([this] {
           folderChanged_ = true;
@@ -80,6 +81,7 @@ class PageServer::Impl {
   void listFolder();
 
   Fleet& fleet_;
+  const GuideWiring wiring_;
   const std::shared_ptr<CaptureFolder> folder_;
   const std::shared_ptr<Bell> bell_ = std::make_shared<Bell>();
   std::atomic<bool> folderChanged_ = true;
@@ -100,7 +102,8 @@ std::shared_ptr<PageCamera> PageServer::Impl::cameraNumbered(int number) {
   if (known != cameras_.end()) return known->second;
   const auto camera = fleet_.camera(number);
   if (!camera) return nullptr;
-  auto added = std::make_shared<PageCamera>(camera, folder_, [bell = bell_] { bell->ring(); });
+  auto added =
+      std::make_shared<PageCamera>(camera, folder_, wiring_, [bell = bell_] { bell->ring(); });
   cameras_[number] = added;
   return added;
 }
@@ -165,8 +168,9 @@ void PageServer::Impl::run(const std::stop_token& stop) {
   }
 }
 
-PageServer::PageServer(Fleet& fleet, std::shared_ptr<CaptureFolder> folder)
-    : impl_(std::make_unique<Impl>(fleet, std::move(folder))) {}
+PageServer::PageServer(Fleet& fleet, std::shared_ptr<CaptureFolder> folder,
+                       const GuideWiring& wiring)
+    : impl_(std::make_unique<Impl>(fleet, std::move(folder), wiring)) {}
 
 PageServer::~PageServer() = default;
 

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "integrations/server/camera/fleet.h"
+#include "integrations/server/camera/guide_wiring.h"
 #include "integrations/server/capture/capture_folder.h"
 #include "integrations/server/http/message.h"
 #include "integrations/server/http/web_socket.h"
@@ -14,7 +15,9 @@ namespace orvik::server {
 /// Any thread. The HTTP server has to be destroyed before it, the fleet after it.
 class PageServer {
  public:
-  PageServer(Fleet& fleet, std::shared_ptr<CaptureFolder> folder);
+  /// @param wiring how guide ports are connected to mounts
+  PageServer(Fleet& fleet, std::shared_ptr<CaptureFolder> folder,
+             const GuideWiring& wiring = kUsualWiring);
   /// Stops captures. What was captured is in the files.
   ~PageServer();
   PageServer(const PageServer&) = delete;

@@ -80,9 +80,9 @@ class Together(PageTest):
         page, other = self.page, self.other
         page.open("guide")
 
-        button = page.driver.find_element("css selector", "[data-line='0']")
+        button = page.driver.find_element("css selector", "[data-direction='0']")
         page.run("arguments[0].scrollIntoView({ block: 'center' })", button)
-        seen = other.driver.find_element("css selector", "[data-line='0']")
+        seen = other.driver.find_element("css selector", "[data-direction='0']")
 
         def is_on():
             return seen.get_attribute("aria-pressed") == "true"

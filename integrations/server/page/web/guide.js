@@ -5,7 +5,10 @@ import { $ } from './dom.js';
 const REPEAT = 300;
 
 export function startGuide(link) {
-  const buttons = [...document.querySelectorAll('[data-line]')];
+  const buttons = [...document.querySelectorAll('[data-direction]')];
+  /** The line of each direction: north, south, east, west. */
+  let lines = [0, 1, 2, 3];
+  const lineOf = (button) => lines[button.dataset.direction];
   /** Timer of each line that is held. */
   const held = new Map();
 
@@ -24,24 +27,23 @@ export function startGuide(link) {
   const releaseAll = () => [...held.keys()].forEach(release);
 
   for (const button of buttons) {
-    const line = Number(button.dataset.line);
     button.addEventListener('pointerdown', (event) => {
       if (event.button !== 0) return;
       // A finger is captured by what it touches, and would not leave it.
       if (button.hasPointerCapture(event.pointerId)) button.releasePointerCapture(event.pointerId);
-      press(line);
+      press(lineOf(button));
     });
     for (const type of ['pointerleave', 'blur']) {
-      button.addEventListener(type, () => release(line));
+      button.addEventListener(type, () => release(lineOf(button)));
     }
     button.addEventListener('contextmenu', (event) => event.preventDefault());
     const isKey = ({ key }) => key === ' ' || key === 'Enter';
     button.addEventListener('keydown', (event) => {
       if (!isKey(event)) return;
       event.preventDefault();
-      press(line);
+      press(lineOf(button));
     });
-    button.addEventListener('keyup', (event) => isKey(event) && release(line));
+    button.addEventListener('keyup', (event) => isKey(event) && release(lineOf(button)));
   }
   for (const type of ['pointerup', 'pointercancel', 'blur', 'pagehide']) {
     addEventListener(type, releaseAll);
@@ -53,8 +55,11 @@ export function startGuide(link) {
     for (const button of buttons) button.setAttribute('aria-pressed', false);
   });
 
-  link.on('hello', ({ camera }) => { $('panel-guide').hidden = !camera.hasGuidePort; });
+  link.on('hello', ({ camera }) => {
+    $('panel-guide').hidden = !camera.hasGuidePort;
+    lines = camera.guideLines;
+  });
   link.on('status', ({ guide }) => {
-    for (const button of buttons) button.setAttribute('aria-pressed', guide[button.dataset.line]);
+    for (const button of buttons) button.setAttribute('aria-pressed', guide[lineOf(button)]);
   });
 }
