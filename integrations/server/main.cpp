@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // orvik-server: lends the cameras of this machine to the network.
+#include <malloc.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -37,6 +38,15 @@ class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// Frames, images and pictures come and go on many threads. The allocator would keep the most that
+/// each thread has ever had; so it gets few arenas, and gives large blocks back to the system.
+void limitMemoryKept() {
+  constexpr int kArenas = 4;
+  constexpr int kLargeBlock = 1 << 20;  // bytes
+  mallopt(M_ARENA_MAX, kArenas);
+  mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+}
 
 /// The signals that end the program, as a descriptor. Called before the first thread is started,
 /// because threads inherit the signal mask.
@@ -124,6 +134,7 @@ void announce(const ListenAddress& address, bool hasToken) {
 }
 
 int run(const Options& options) {
+  limitMemoryKept();
   const int signals = endSignals();
   const ListenAddress wanted = parseListenAddress(options.listen);
   const GuideWiring wiring = guideWiring(options.guideLines);
