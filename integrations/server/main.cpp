@@ -44,8 +44,10 @@ class UsageError : public std::runtime_error {
 void limitMemoryKept() {
   constexpr int kArenas = 4;
   constexpr int kLargeBlock = 1 << 20;  // bytes
+  // NOLINTBEGIN(concurrency-mt-unsafe): before the first thread is started
   mallopt(M_ARENA_MAX, kArenas);
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+  // NOLINTEND(concurrency-mt-unsafe)
 }
 
 /// The signals that end the program, as a descriptor. Called before the first thread is started,
