@@ -162,13 +162,13 @@ bool isOpen(const Request& request) {
   if (request.path == "/login") return true;
   if (!onlyReads(request)) return false;
   // The page itself holds nothing of the cameras.
-  for (const std::string_view prefix : {"/api/", "/management/", "/setup/", "/page/", "/camera/"}) {
-    if (request.path.starts_with(prefix)) return true;
-  }
-  for (const std::string_view path : {"/", "/setup", "/management", "/favicon.ico"}) {
-    if (request.path == path) return true;
-  }
-  return false;
+  constexpr std::array<std::string_view, 5> kBeginnings = {"/api/", "/management/", "/setup/",
+                                                           "/page/", "/camera/"};
+  constexpr std::array<std::string_view, 4> kPaths = {"/", "/setup", "/management", "/favicon.ico"};
+  const std::string_view path = request.path;
+  return std::ranges::find(kPaths, path) != kPaths.end() ||
+         std::ranges::any_of(kBeginnings,
+                             [&](auto beginning) { return path.starts_with(beginning); });
 }
 
 Response unauthorized(const Request& request) {
