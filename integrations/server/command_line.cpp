@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "integrations/server/command_line.h"
 
-#include "orvik/orvik.hpp"
+#include "integrations/server/camera/software.h"
 
 namespace orvik::server {
 
@@ -10,7 +10,7 @@ void defineCommandLine(CLI::App& program, Options& options) {
   program.description(
       "Lends the cameras of this machine to programs that speak ASCOM Alpaca, and shows each in a "
       "web page.");
-  program.set_version_flag("--version", std::string("orvik-server ") + OrvikGetVersion());
+  program.set_version_flag("--version", software());
   program
       .add_option("--sim", options.virtualCameras,
                   "Use this virtual camera instead of the USB bus; can be given several times")

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "integrations/server/alpaca/answer.h"
+#include "integrations/server/http/form.h"
 
 namespace orvik::server {
 namespace {
@@ -101,12 +102,6 @@ class JsonImage final : public BodySource {
   bool isComplete_ = false;
   std::stop_callback<std::function<void()>> onRecall_;
 };
-
-std::string_view trimmed(std::string_view text) {
-  const auto begin = text.find_first_not_of(" \t");
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
 
 /// Takes the part up to a separator from the front of a text.
 std::string_view takeUntil(std::string_view& text, char separator) {

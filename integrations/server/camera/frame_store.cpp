@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "integrations/server/camera/frame_store.h"
 
-#include <algorithm>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -40,13 +39,6 @@ std::shared_ptr<Frame> FrameStore::take() {
   if (frame == nullptr) frame = std::make_unique<Frame>();
   return {frame.release(),
           [shelf = shelf_](Frame* used) { shelf->giveBack(std::unique_ptr<Frame>(used)); }};
-}
-
-void FrameStore::limit(std::size_t frames) {
-  const std::scoped_lock lock(shelf_->mutex);
-  shelf_->limit = frames;
-  const std::size_t kept = std::max(frames, shelf_->inUse) - shelf_->inUse;
-  if (shelf_->free.size() > kept) shelf_->free.resize(kept);
 }
 
 void FrameStore::trim() {

@@ -19,8 +19,6 @@ class FrameStore {
 
   /// A frame to fill; null while all are in use.
   std::shared_ptr<Frame> take();
-  /// Changes how many can be in use. Frames beyond that are freed when they come back.
-  void limit(std::size_t frames);
   /// Frees the memory of all frames that are not in use.
   void trim();
 

@@ -11,6 +11,7 @@
 #include "imaging/image.h"
 #include "imaging/time_text.h"
 #include "imaging/unplugged.h"
+#include "integrations/server/camera/software.h"
 
 namespace orvik::server {
 namespace {
@@ -18,11 +19,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kStep = std::chrono::milliseconds(100);
-
-std::string software() {
-  return "orvik-server " + std::to_string(ORVIK_VERSION_MAJOR) + "." +
-         std::to_string(ORVIK_VERSION_MINOR) + "." + std::to_string(ORVIK_VERSION_PATCH);
-}
 
 std::string frameKindText(FrameKind kind) {
   std::string text = std::string(nameOf(kind)) + " Frame";

@@ -53,6 +53,12 @@ std::optional<std::string_view> Form::anyCase(std::string_view name) const {
   return std::nullopt;
 }
 
+std::string_view trimmed(std::string_view text) {
+  const auto begin = text.find_first_not_of(" \t");
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
+}
+
 bool equalInAnyCase(std::string_view one, std::string_view other) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
   return std::equal(one.begin(), one.end(), other.begin(), other.end(),

@@ -26,6 +26,9 @@ class Form {
   std::vector<std::pair<std::string, std::string>> list_;
 };
 
+/// A text without the blanks and tabs around it.
+std::string_view trimmed(std::string_view text);
+
 /// Whether two texts are equal but for the case of ASCII letters.
 bool equalInAnyCase(std::string_view one, std::string_view other);
 

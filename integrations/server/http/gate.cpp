@@ -113,12 +113,6 @@ std::string cookieName(const Request& request) {
   return "orvik" + (host ? std::string(host->port) : std::string());
 }
 
-std::string_view trimmed(std::string_view text) {
-  while (text.starts_with(' ') || text.starts_with('\t')) text.remove_prefix(1);
-  while (text.ends_with(' ') || text.ends_with('\t')) text.remove_suffix(1);
-  return text;
-}
-
 bool hasCookie(const Request& request, std::string_view wanted) {
   const std::string name = cookieName(request);
   for (const auto& [header, value] : request.headers.list()) {

@@ -10,7 +10,6 @@ namespace {
 
 void record(CaptureContext& context) {
   Camera& camera = context.camera();
-  context.usePageSettings();
   FrameStore store(3);
   Video video(camera, context.stop());
   camera.dark().startRecording();

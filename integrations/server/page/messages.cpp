@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "imaging/image_types.h"
+#include "integrations/server/camera/software.h"
 
 namespace orvik::server::message {
 namespace {
@@ -156,7 +157,7 @@ std::string hello(const Hello& hello) {
        {"controls", hello.description ? listOf(hello.description->controls) : Json::array()},
        {"stretch", objectOf(hello.stretch)},
        {"temperatures", temperatures},
-       {"software", std::string("orvik-server ") + OrvikGetVersion()}});
+       {"software", software()}});
 }
 
 std::string status(const CameraStatus& status, int viewers) {

@@ -17,10 +17,7 @@ TEST(FrameStoreTest, FramesAreBoundedAndTheirMemoryIsUsedAgain) {
   one = store->take();
   EXPECT_EQ(one->reserve(1000).data(), memory);
 
-  store->limit(1);
   EXPECT_EQ(store->take(), nullptr);
-  other.reset();
-  EXPECT_EQ(store->take(), nullptr);  // the one frame that there may be is in use
 
   store.reset();  // a viewer may keep its frame longer than the camera is open
   EXPECT_EQ(one->reserve(1000).data(), memory);

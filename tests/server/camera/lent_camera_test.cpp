@@ -150,7 +150,6 @@ TEST_F(LentCameraTest, AnUnpluggedCameraEndsTheCaptureAndIsFoundAgain) {
   Awaited capture;
   ASSERT_TRUE(one->tryCapture({"a video", false,
                                [](CaptureContext& context) {
-                                 context.usePageSettings();
                                  Video video(context.camera(), context.stop());
                                  for (Frame frame; video.next(frame);) {
                                  }
