@@ -37,7 +37,7 @@ MAY_USE |= {
     "fuzz": {"src/trace", "src/usb", "src/algorithm", "src/delivery", "src/settings", "src/link",
              "src/firmware", "src/models", "integrations/server/http",
              "integrations/server/alpaca", "integrations/server/live",
-             "integrations/server/page"} | PUBLIC,
+             "integrations/server/page", "imaging"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
     "tools/orvikctl": {"imaging"} | PUBLIC,

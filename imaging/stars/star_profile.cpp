@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/star_profile.h"
+#include "imaging/stars/star_profile.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-#include "integrations/server/live/frame_statistics.h"
-#include "integrations/server/live/star_plane.h"
+#include "imaging/stars/star_plane.h"
+#include "imaging/view/frame_statistics.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 constexpr double kPi = 3.14159265358979;
@@ -187,4 +187,4 @@ std::optional<Star> StarProfile::measure(const ImageSource& image, double x, dou
   return star;
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

@@ -7,11 +7,11 @@
 #include <random>
 
 #include "gtest/gtest.h"
-#include "integrations/server/live/frame_statistics.h"
-#include "integrations/server/live/stretch.h"
-#include "server/live/test_frame.h"
+#include "imaging/test_frame.h"
+#include "imaging/view/frame_statistics.h"
+#include "imaging/view/stretch.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 using test::TestImage;
@@ -151,4 +151,4 @@ TEST(Stretch, AutomaticFollowsWithoutFlickering) {
 }
 
 }  // namespace
-}  // namespace orvik::server
+}  // namespace orvik::imaging

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/star_plane.h"
+#include "imaging/stars/star_plane.h"
 
 #include <algorithm>
 #include <array>
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 constexpr int kMostPixels = 4'000'000;
@@ -140,4 +140,4 @@ float luminance(const ImageSource& image, int x, int y) {
   return static_cast<float>(pixel[0] + pixel[1] + pixel[2]) / 3.0F;
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

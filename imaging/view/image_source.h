@@ -8,7 +8,7 @@
 
 #include "orvik/orvik.hpp"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// Width and height, pixels.
 struct Size {
@@ -66,4 +66,4 @@ constexpr RedSite redSite(BayerPattern pattern) {
           pattern == BAYER_BG || pattern == BAYER_GB ? 1 : 0};
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

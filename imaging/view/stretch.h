@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "integrations/server/live/value_counts.h"
+#include "imaging/view/value_counts.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// How sample values become brightness on the screen. `black` and `white` are parts of the depth.
 struct Stretch {
@@ -61,4 +61,4 @@ class AutoStretch {
   int depth_ = 0;
 };
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

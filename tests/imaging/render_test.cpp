@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/render.h"
+#include "imaging/view/render.h"
 
 #include <algorithm>
 #include <array>
@@ -7,11 +7,10 @@
 #include <vector>
 
 #include "gtest/gtest.h"
-#include "integrations/server/live/jpeg_encoder.h"
+#include "imaging/test_frame.h"
 #include "orvik/algorithm.h"
-#include "server/live/test_frame.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 using test::TestImage;
@@ -163,19 +162,5 @@ TEST(Render, PlansNeverScaleUpAndStayInTheImage) {
   EXPECT_EQ(planFor(image, {}, {1304, 976}, 2).factor, 2);
 }
 
-TEST(Render, JpegsShowThePicture) {
-  TestImage image({300, 260}, Orvik_IMG_RGB24);
-  image.fill([](int x, int y) { return (x + y) / 4; });
-  Renderer renderer;
-  StretchTable table;
-  JpegEncoder encoder;
-  const RenderPlan plan = planFor(image.source(), {}, {300, 260}, 1);
-  const auto pixels = renderer.render(image.source(), plan, table);
-  const auto good = encoder.encode(pixels, plan.size(), true, 90);
-  const auto bad = encoder.encode(pixels, plan.size(), true, 10);
-  EXPECT_EQ(good->substr(0, 3), "\xFF\xD8\xFF");
-  EXPECT_LT(bad->size(), good->size());
-}
-
 }  // namespace
-}  // namespace orvik::server
+}  // namespace orvik::imaging

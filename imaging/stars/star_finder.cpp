@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/star_finder.h"
+#include "imaging/stars/star_finder.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "integrations/server/live/frame_statistics.h"
-#include "integrations/server/live/star_profile.h"
+#include "imaging/stars/star_profile.h"
+#include "imaging/view/frame_statistics.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 constexpr std::size_t kMostStars = 50;
@@ -134,4 +134,4 @@ const std::vector<Star>& StarFinder::find(const ImageSource& image) {
   return stars_;
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/render.h"
+#include "imaging/view/render.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 
 #include "orvik/algorithm.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 constexpr int kSmallestPlace = 16;
@@ -231,4 +231,4 @@ void Renderer::average(const ImageSource& image, const RenderPlan& plan, const S
   }
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

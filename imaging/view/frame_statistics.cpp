@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/frame_statistics.h"
+#include "imaging/view/frame_statistics.h"
 
 #include <algorithm>
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 std::vector<ChannelStatistics> statisticsOf(const ValueCounts& counts) {
   std::vector<ChannelStatistics> all(static_cast<std::size_t>(counts.channels()));
@@ -37,4 +37,4 @@ std::vector<int> pixelAt(const ImageSource& image, int x, int y) {
   return {pixel[2], pixel[1], pixel[0]};
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
-#include "integrations/server/live/star_plane.h"
-#include "integrations/server/live/star_profile.h"
+#include "imaging/stars/star_plane.h"
+#include "imaging/stars/star_profile.h"
+#include "imaging/view/image_source.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// Finds stars, however defocused: what stands out of its surroundings, is larger than a hot pixel,
 /// small and round. Its memory is used again.
@@ -48,4 +48,4 @@ class StarFinder {
   std::vector<Star> stars_;
 };
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

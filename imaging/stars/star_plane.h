@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
+#include "imaging/view/image_source.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// The brightness of an image without colours, of a size that can be searched quickly, with its
 /// background. Its memory is used again.
@@ -59,4 +59,4 @@ float luminance(const ImageSource& image, int x, int y);
 /// Samples in each direction that luminance() makes one of.
 inline int luminanceStep(const ImageSource& image) { return image.mosaic ? 2 : 1; }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

@@ -7,10 +7,10 @@
 #include <tuple>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
-#include "integrations/server/live/stretch.h"
+#include "imaging/view/image_source.h"
+#include "imaging/view/stretch.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// Which part of an image is shown, and how many pixels of it become one.
 struct RenderPlan {
@@ -58,4 +58,4 @@ class Renderer {
   std::vector<std::uint32_t> sums16_;
 };
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

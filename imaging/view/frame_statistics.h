@@ -6,10 +6,10 @@
 #include <optional>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
-#include "integrations/server/live/value_counts.h"
+#include "imaging/view/image_source.h"
+#include "imaging/view/value_counts.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// What is told about one channel of an image.
 struct ChannelStatistics {
@@ -31,4 +31,4 @@ std::vector<int> pixelAt(const ImageSource& image, int x, int y);
 /// The smallest value of a sample that counts as saturated.
 constexpr int saturatedFrom(int depth) { return depth == 65535 ? 0xFFC0 : depth; }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

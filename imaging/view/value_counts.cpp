@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/value_counts.h"
+#include "imaging/view/value_counts.h"
 
 #include <algorithm>
 #include <array>
 #include <numeric>
 #include <type_traits>
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 // Neighbouring pixels are alike: counted in the same table, each would wait for the one before.
@@ -97,4 +97,4 @@ double quantile(std::span<const std::uint32_t> counts, double part) {
   return static_cast<double>(counts.size() - 1);
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

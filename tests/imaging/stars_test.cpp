@@ -4,10 +4,10 @@
 #include <random>
 
 #include "gtest/gtest.h"
-#include "integrations/server/live/star_finder.h"
-#include "server/live/test_frame.h"
+#include "imaging/stars/star_finder.h"
+#include "imaging/test_frame.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 using test::TestImage;
@@ -176,4 +176,4 @@ TEST(Stars, AreAtMostFiftyOfACrowd) {
 }
 
 }  // namespace
-}  // namespace orvik::server
+}  // namespace orvik::imaging

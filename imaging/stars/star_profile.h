@@ -4,9 +4,9 @@
 #include <optional>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
+#include "imaging/view/image_source.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// A star in an image. Lengths are pixels of the image; the centre of the top left one is (0, 0).
 struct Star {
@@ -49,4 +49,4 @@ class StarProfile {
   std::vector<double> rings_;
 };
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

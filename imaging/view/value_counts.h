@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
+#include "imaging/view/image_source.h"
 
-namespace orvik::server {
+namespace orvik::imaging {
 
 /// How often each sample value occurs in an image. Everything else that is told about the
 /// brightness of an image follows from it. Its memory is used again.
@@ -38,4 +38,4 @@ class ValueCounts {
 /// spread evenly between v - 0.5 and v + 0.5. 0 for no samples.
 double quantile(std::span<const std::uint32_t> counts, double part);
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

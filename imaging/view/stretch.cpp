@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "integrations/server/live/stretch.h"
+#include "imaging/view/stretch.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-namespace orvik::server {
+namespace orvik::imaging {
 namespace {
 
 constexpr double kBackground = 0.2;  // brightness of the background
@@ -153,4 +153,4 @@ Stretch AutoStretch::next(const ValueCounts& counts, double seconds) {
   return *now_;
 }
 
-}  // namespace orvik::server
+}  // namespace orvik::imaging

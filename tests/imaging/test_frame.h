@@ -7,9 +7,9 @@
 #include <random>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
+#include "imaging/view/image_source.h"
 
-namespace orvik::server::test {
+namespace orvik::imaging::test {
 
 /// An image with memory of its own. Samples are set as numbers, whatever their size.
 class TestImage {
@@ -64,4 +64,4 @@ class TestImage {
   std::vector<std::uint8_t> memory_;
 };
 
-}  // namespace orvik::server::test
+}  // namespace orvik::imaging::test
