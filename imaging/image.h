@@ -9,6 +9,7 @@
 #include <string>
 
 #include "imaging/image_types.h"
+#include "imaging/processing.h"
 #include "orvik/orvik.hpp"
 
 namespace orvik::imaging {
@@ -31,6 +32,9 @@ struct ImageInfo {
   std::optional<int> offset;
   std::optional<double> sensorTemperature;  ///< degrees Celsius
   std::optional<double> targetTemperature;  ///< degrees Celsius; while a cooler holds it
+
+  int flip = 0;  ///< in the values of #Orvik_CTL_FLIP
+  Processing processing;
 
   std::string frameKind = "Light Frame";  ///< FITS IMAGETYP
   std::string object;                     ///< what the picture shows; may be empty

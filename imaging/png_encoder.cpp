@@ -28,6 +28,15 @@ class Texts {
     add("Creation Time", utcText(info.start) + " UTC, start of exposure");
     add("Exposure", formatDuration(info.exposure.count()));
     add("Gain", std::to_string(info.gain));
+    const Processing& done = info.processing;
+    if (done.gamma) add("Gamma, 50 is linear", std::to_string(*done.gamma));
+    if (done.whiteBalanceRed && done.whiteBalanceBlue) {
+      add("White balance, 50 is neutral", std::to_string(*done.whiteBalanceRed) + " red, " +
+                                              std::to_string(*done.whiteBalanceBlue) + " blue");
+    }
+    if (info.flip != 0)
+      add("Mirrored", std::string(kFlipNames.at(static_cast<std::size_t>(info.flip & 3))));
+    if (done.isDarkSubtracted.value_or(false)) add("Dark frame", "subtracted");
     if (info.mosaic) add("Bayer pattern", std::string(mosaic(*info.mosaic).name));
     chunks_.resize(pairs_.size());
     for (std::size_t i = 0; i < pairs_.size(); ++i) {

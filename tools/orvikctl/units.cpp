@@ -13,8 +13,8 @@ struct Unit {
   std::string_view suffix;
   double microseconds;
 };
-constexpr std::array kUnits = {Unit{"", 1.0}, Unit{"us", 1.0}, Unit{"ms", 1e3}, Unit{"s", 1e6},
-                               Unit{"min", 6e7}};
+constexpr std::array kUnits = {Unit{"us", 1.0}, Unit{"ms", 1e3}, Unit{"s", 1e6}, Unit{"min", 6e7},
+                               Unit{"h", 3.6e9}};
 // Ten years: far above every exposure and recording, far below the limits of the arithmetic.
 constexpr double kLongestUs = 10 * 365.25 * 86400e6;
 constexpr int kLargestSize = 1'000'000;

@@ -25,7 +25,7 @@ struct Setting {
   bool isAuto = false;
 };
 
-/// Reads a length of time: "1500us", "20ms", "2.5s", "3min"; a plain number counts microseconds.
+/// Reads a length of time with its unit: "1500us", "20ms", "2.5s", "3min", "2h".
 ///
 /// @return microseconds, 0 or more, rounded to the nearest; or nothing if `text` is no such time
 std::optional<std::int64_t> parseDuration(std::string_view text);

@@ -49,7 +49,7 @@ ExitCode set(const SetOptions& options) {
     if (options.json) {
       list.push_back(controlJson(*control, now));
     } else {
-      std::cout << control->name() << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
+      std::cout << assignmentText(*control, now) << '\n';
     }
   }
   camera.saveSettings();
@@ -65,8 +65,7 @@ Command addSet(CLI::App& program) {
       program.add_subcommand("set", "Set controls and print what the camera made of them");
   app->add_option("settings", options->assignments,
                   "For example Gain=200, Exposure=2.5s, Exposure=20ms:auto, Gain=auto. Exposures "
-                  "take us, ms, s, min; a plain number counts microseconds. Other units: see "
-                  "`orvikctl controls`")
+                  "take a unit: us, ms, s, min. Units of the others: see `orvikctl controls`")
       ->type_name("NAME=VALUE[:auto]")
       ->required();
   addCommonOptions(*app, *options, Scope::kOneCamera);

@@ -5,12 +5,14 @@
 #include <thread>
 
 #include "imaging/frame_sink.h"
-#include "tools/orvikctl/camera_choice.h"
-#include "tools/orvikctl/capture_report.h"
-#include "tools/orvikctl/capture_setup.h"
+#include "tools/orvikctl/capture/capture_camera.h"
+#include "tools/orvikctl/capture/capture_report.h"
+#include "tools/orvikctl/capture/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
+#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/progress.h"
+#include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
 namespace {
@@ -74,18 +76,31 @@ class Snapshots {
   std::int64_t done_ = 0;
 };
 
+/// The automatic modes follow a video: they would never act on single images.
+void refuseAutomatic(const CaptureOptions& options) {
+  for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_EXPOSURE, Orvik_CTL_GAIN}) {
+    const auto given = options.controls.find(type);
+    if (given == options.controls.end()) continue;
+    const auto setting = parseSetting(given->second);
+    if (!setting || !setting->isAuto) continue;
+    throw Failure(ExitCode::kUsage, std::string(controlFacts(type).option.name) + " " +
+                                        given->second +
+                                        ": automatic modes work in videos only, not for single "
+                                        "images.");
+  }
+}
+
 ExitCode snap(const CaptureOptions& options) {
   const std::int64_t count = options.count.value_or(1);
-  const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera = openCamera(cameras.choose(options.camera));
-  applyOptions(camera, options, Preference::kDepth);
+  refuseAutomatic(options);
+  CaptureCamera capture(options, CaptureKind::kImages);
   const auto sink = imaging::makeSink(options.output, count, options.overwrite);
 
   const auto begun = Clock::now();
   bool complete = false;
   CaptureReport report;
   {
-    Snapshots snapshots(camera, options, count);
+    Snapshots snapshots(capture.camera(), options, count);
     complete = snapshots.takeAll(*sink);
     report.frames = snapshots.done();
     report.info = snapshots.info();

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "tools/orvikctl/capture_setup.h"
+#include "tools/orvikctl/capture/capture_setup.h"
 
 #include <algorithm>
+#include <array>
 #include <iostream>
+#include <iterator>
+#include <system_error>
 #include <vector>
 
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/control_names.h"
+#include "tools/orvikctl/defaults.h"
 #include "tools/orvikctl/software.h"
 #include "tools/orvikctl/units.h"
 
@@ -80,10 +84,61 @@ void set(Camera& camera, const Assignments& assignments) {
   for (const auto& [type, value] : assignments.list()) camera.write(type, value);
 }
 
-IMG_TYPE chooseType(const Camera& camera, const std::string& text, Preference preference) {
+bool isGiven(const CaptureOptions& options, Orvik_CONTROL_TYPE type) {
+  if (type == Orvik_CTL_WB_R || type == Orvik_CTL_WB_B) return !options.whiteBalance.empty();
+  const auto given = options.controls.find(type);
+  return given != options.controls.end() && !given->second.empty();
+}
+
+/// Lets raw images pass as the sensor delivers them.
+std::vector<Replaced> neutralise(Camera& camera, const CaptureOptions& options) {
+  constexpr std::array kNeutral = {
+      Assignment{Orvik_CTL_GAMMA, {imaging::kNeutralGamma, false}},
+      Assignment{Orvik_CTL_WB_R, {imaging::kNeutralWhiteBalance, false}},
+      Assignment{Orvik_CTL_WB_B, {imaging::kNeutralWhiteBalance, false}},
+      Assignment{Orvik_CTL_FLIP, {0, false}},
+  };
+  std::vector<Replaced> replaced;
+  for (const auto& [type, neutral] : kNeutral) {
+    const auto now = valueIfAny(camera, type);
+    if (!now || *now == neutral || isGiven(options, type)) continue;
+    camera.write(type, neutral);
+    replaced.push_back({type, *now});
+  }
+  return replaced;
+}
+
+/// Ends the automatic modes, which follow a video only.
+std::vector<Replaced> endAutomatic(Camera& camera) {
+  std::vector<Replaced> replaced;
+  for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_EXPOSURE, Orvik_CTL_GAIN}) {
+    const auto now = valueIfAny(camera, type);
+    if (!now || !now->isAuto) continue;
+    camera.write(type, {now->value, false});
+    replaced.push_back({type, *now});
+  }
+  return replaced;
+}
+
+/// Tells which controls have neither an option nor their default, so that nobody wonders.
+void noteKept(const Camera& camera, const CaptureOptions& options) {
+  std::string kept;
+  forEachControlOption([&](Orvik_CONTROL_TYPE type, const ControlOption&) {
+    const Control* const control = camera.control(type);
+    if (control == nullptr || isGiven(options, type)) return;
+    const auto now = valueIfAny(camera, type);
+    if (!now || *now == defaultOf(*control)) return;
+    kept += (kept.empty() ? "" : ", ") + assignmentText(*control, *now);
+  });
+  if (kept.empty()) return;
+  std::cerr << "note: kept from before: " << kept
+            << "; --defaults begins with the model's defaults\n";
+}
+
+IMG_TYPE chooseType(const Camera& camera, const std::string& text, CaptureKind kind) {
   const std::vector<IMG_TYPE> offered = camera.imageTypes();
   const std::string wanted =
-      !text.empty() ? text : (preference == Preference::kDepth ? "raw16" : "raw8");
+      !text.empty() ? text : (kind == CaptureKind::kImages ? "raw16" : "raw8");
   std::string names;
   for (const IMG_TYPE type : offered) {
     if (imaging::imageType(type).name == wanted) return type;
@@ -130,13 +185,19 @@ std::string frameKindText(const std::string& option) {
 
 }  // namespace
 
-void applyOptions(Camera& camera, const CaptureOptions& options, Preference preference) {
+std::vector<Replaced> applyOptions(Camera& camera, const CaptureOptions& options,
+                                   CaptureKind kind) {
   const Assignments readOut = assignmentsOf(camera, options, true);
   const Assignments image = assignmentsOf(camera, options, false);
-  const IMG_TYPE type = chooseType(camera, options.type, preference);
+  const IMG_TYPE type = chooseType(camera, options.type, kind);
   requireBin(camera, options.bin);
   const auto requested = requestedRegion(options.region);
 
+  if (options.startFromDefaults) resetControls(camera);
+  std::vector<Replaced> replaced;
+  if (kind == CaptureKind::kImages) replaced = endAutomatic(camera);
+  if (imaging::imageType(type).isRaw)
+    std::ranges::move(neutralise(camera, options), std::back_inserter(replaced));
   set(camera, readOut);
   ImageFormat format = camera.wholeSensor(options.bin, type);
   if (requested) format.width = requested->width;
@@ -144,6 +205,13 @@ void applyOptions(Camera& camera, const CaptureOptions& options, Preference pref
   camera.setFormat(format);
   if (requested && requested->position) moveRegion(camera, *requested->position);
   set(camera, image);
+  if (!options.quiet) noteKept(camera, options);
+  return replaced;
+}
+
+void restore(Camera& camera, const std::vector<Replaced>& replaced) {
+  std::error_code ignored;  // a camera that is gone has nothing to restore
+  for (const auto& [type, former] : replaced) camera.write(type, former, ignored);
 }
 
 imaging::ImageInfo describeImages(const Camera& camera, const CaptureOptions& options) {
@@ -166,6 +234,7 @@ void refreshReadings(const Camera& camera, imaging::ImageInfo& info) {
   info.gain = camera.read(Orvik_CTL_GAIN).value;
   const auto tenths = valueIfAny(camera, Orvik_CTL_TEMPERATURE);
   if (tenths) info.sensorTemperature = tenths->value / 10.0;
+  info.processing = imaging::processingOf(camera, camera.format().type);
 }
 
 }  // namespace orvik::ctl

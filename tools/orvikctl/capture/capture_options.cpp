@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/orvikctl/capture_options.h"
+#include "tools/orvikctl/capture/capture_options.h"
 
 #include <limits>
 #include <string_view>
@@ -89,7 +89,10 @@ void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
       ->check(unmentioned(
           CLI::Range(std::int64_t{1}, std::int64_t{std::numeric_limits<std::int32_t>::max()})))
       ->type_name("N");
-  app.add_flag("-q,--quiet", options.quiet, "Show no progress");
+  app.add_flag("-q,--quiet", options.quiet, "Show no progress and no notes");
+  app.add_flag("--defaults", options.startFromDefaults,
+               "Begin with the model's defaults instead of the settings that the camera was left "
+               "with");
   addSensorOptions(app, options);
   addImageOptions(app, options);
   addFileOptions(app, options);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/orvikctl/capture_report.h"
+#include "tools/orvikctl/capture/capture_report.h"
 
 #include <array>
 #include <cstdio>

@@ -23,6 +23,7 @@ struct CaptureOptions : CommonOptions {
   std::optional<std::int64_t> count;
   std::string output;
   bool overwrite = false;
+  bool startFromDefaults = false;
   bool quiet = false;
 
   std::string frameKind = "light";
