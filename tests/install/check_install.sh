@@ -49,6 +49,18 @@ for header in "$place/prefix/include/orvik"/*.h "$place/prefix/include/orvik"/cp
     $(pkg-config --cflags orvik)
 done
 
+echo "orvikctl finds its libraries, also where the prefix has been moved to"
+mv "$place/prefix" "$place/moved"
+env -u LD_LIBRARY_PATH "$place/moved/bin/orvikctl" list --sim T15C
+env -u LD_LIBRARY_PATH ORVIK_SIM=T15C "$place/moved/bin/orvikctl" list
+mv "$place/moved" "$place/prefix"
+
+echo "licence, man page, and the documents that the headers refer to"
+test -s "$place/prefix/share/man/man1/orvikctl.1"
+for document in LICENSE $(grep -ohE '\bdocs/[a-z_]+\.md' "$place/prefix/include/orvik"/*.h | sort -u); do
+  test -s "$(find "$place/prefix/share/doc" -path "*/orvik/$document")"
+done
+
 echo "udev rules and examples"
 test -s "$place/prefix/lib/udev/rules.d/70-orvik.rules"
 find "$place/prefix/share" -name first_frame.c | grep -q .
