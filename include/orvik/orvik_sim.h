@@ -79,7 +79,7 @@ typedef struct Orvik_SIM_CAMERA {
  * (0.1 to 86400) after the plugging, and stays there.
  *   - `pace=real|free` frames at the rate that follows from the camera's registers, or as fast as
  *     the host reads (real). At free pace a free-running camera repeats a few images made
- *     beforehand, and transfers take no time.
+ *     beforehand while the sky is at rest, and transfers take no time.
  *   - `link=bus|unlimited|N` capacity of the camera's link (bus): that of the bus, 40 MB/s for USB
  *     2 and 400 MB/s for USB 3, shared by all cameras on it; unlimited; or N MB/s, 1 to 1000. A
  *     camera that sends more than its link carries loses a part of its frames.
