@@ -75,6 +75,23 @@ class StillsTest(InOwnFolder):
         _, told = run("snap", *SMALL, "--kind", "dark", "-o", "c.fits", sim=grey)
         self.assertIn("does light reach the sensor", told)
 
+    def test_takes_flats_of_a_brightness(self):
+        for target, wide in (("50%", 0.5), ("15000", 15000 / 65535)):
+            text, told = run("snap", "--target-adu", target, "-n", "2", "-o", "flat-%d.fits",
+                             "--overwrite", sim="T15C,scene=grey")
+            self.assertIn("trial: ", told)
+            with self.subTest(text):
+                from_text = int(text.split("median ")[1].split(",")[0])
+                self.assertLess(abs(from_text / 65535 / wide - 1), 0.15)
+        self.assertEqual(header("flat-2.fits")["IMAGETYP"], "Flat Frame")
+        for light, words in (("0.001", "too weak"), ("1000", "too strong")):
+            _, told = run("snap", "--target-adu", "50%", "--max-exposure", "200ms", "-o",
+                          "none.fits", sim=f"T15C,scene=grey,light={light}", code=5)
+            self.assertIn(words, told)
+        for bad in (["99%"], ["1"], ["50%", "--exposure", "1s"], ["50%", "--max-exposure", "5"]):
+            run("snap", "--target-adu", *bad, "-o", "none.fits", code=2)
+        self.assertFalse(os.path.exists("none.fits"))
+
     def test_keeps_what_it_has_when_the_camera_is_unplugged(self):
         report, told = run("snap", *SMALL, "-n", "50", "-o", "a-%03d.fits", code=5,
                            sim="T15C,fault=any unplug at 300")

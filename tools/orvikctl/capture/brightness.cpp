@@ -40,6 +40,29 @@ Brightness brightnessOf(const imaging::ValueCounts& counts) {
   return brightness;
 }
 
+double centralLevel(const imaging::ImageSource& image) {
+  // Whole 2 x 2 cells, so that the colours of a mosaic keep their shares.
+  const auto half = [](int length) { return std::max(length / 4 * 2, 1); };
+  const auto start = [](int length) { return length / 8 * 2; };
+  const auto bytes = static_cast<std::size_t>(bytesPerPixel(image.type));
+  imaging::ImageSource part = image;
+  part.size = {half(image.size.width), half(image.size.height)};
+  std::vector<std::uint8_t> pixels;
+  const std::size_t rowBytes = static_cast<std::size_t>(part.size.width) * bytes;
+  pixels.reserve(rowBytes * static_cast<std::size_t>(part.size.height));
+  for (int y = 0; y < part.size.height; ++y) {
+    const auto first = static_cast<std::size_t>(start(image.size.height) + y) *
+                           static_cast<std::size_t>(image.size.width) +
+                       static_cast<std::size_t>(start(image.size.width));
+    const auto row = image.pixels.subspan(first * bytes, rowBytes);
+    pixels.insert(pixels.end(), row.begin(), row.end());
+  }
+  part.pixels = pixels;
+  imaging::ValueCounts counts;
+  counts.count(part);
+  return brightnessOf(counts).median / counts.depth();
+}
+
 const Brightness& BrightnessMeter::measure(const imaging::ImageSource& image) {
   counts_.count(image);
   const Brightness now = brightnessOf(counts_);

@@ -32,6 +32,12 @@ struct SeriesBrightness {
 
 Brightness brightnessOf(const imaging::ValueCounts& counts);
 
+/// The median of the central part of an image: half its width and half its height, where a
+/// telescope's vignetting does not reach. Over the samples of all colours.
+///
+/// @return part of the range, 0 to 1
+double centralLevel(const imaging::ImageSource& image);
+
 /// Measures the images of a capture. One thread at a time.
 class BrightnessMeter {
  public:

@@ -6,7 +6,6 @@
 #include <iostream>
 #include <utility>
 
-#include "imaging/view/image_source.h"
 #include "tools/orvikctl/capture/capture_setup.h"
 #include "tools/orvikctl/failure.h"
 
@@ -28,25 +27,43 @@ StillCapture::StillCapture(CaptureCamera& camera, const StillSettings& settings,
 
 void StillCapture::describe(const CaptureOptions& options) {
   options_ = &options;
-  info_ = describeImages(camera_.camera(), options);
+  exposure_.reset();
   meter_ = {};
+  describeAgain();
 }
 
-bool StillCapture::take(const ProgressText& progress) {
-  if (!waitForStart(progress)) return false;
+void StillCapture::describeAgain() {
+  if (exposure_) camera_.camera().set(control::kExposure, *exposure_);
+  info_ = describeImages(camera_.camera(), *options_);
+}
+
+void StillCapture::setExposure(std::chrono::microseconds exposure) {
+  exposure_ = exposure;
+  camera_.camera().set(control::kExposure, exposure);
+  info_.exposure = exposure;
+}
+
+bool StillCapture::takeTrial(const ProgressText& progress) {
   for (int failures = 0;;) {
     std::exception_ptr fault;
     try {
-      if (!expose(progress)) return false;
-      break;
+      return expose(progress);
     } catch (const Error&) {
       fault = std::current_exception();
     }
     line_.wipe();
     if (!recover(fault, ++failures)) return false;
   }
-  meter_.measure(imaging::sourceOf(frame_, camera_.camera().info()));
+}
+
+bool StillCapture::take(const ProgressText& progress) {
+  if (!waitForStart(progress) || !takeTrial(progress)) return false;
+  meter_.measure(source());
   return true;
+}
+
+imaging::ImageSource StillCapture::source() const {
+  return imaging::sourceOf(frame_, camera_.camera().info());
 }
 
 bool StillCapture::waitForStart(const ProgressText& progress) {
@@ -97,9 +114,7 @@ bool StillCapture::recover(const std::exception_ptr& fault, int failures) {
                         "the capture waits for the camera and goes on.");
     }
     if (!camera_.comeBack(stop_)) return false;
-    const BrightnessMeter measured = std::move(meter_);
-    describe(*options_);
-    meter_ = measured;
+    describeAgain();
     return true;
   }
   if (failures >= kMostFailures) std::rethrow_exception(fault);

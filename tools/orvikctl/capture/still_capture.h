@@ -8,6 +8,7 @@
 #include <string>
 
 #include "imaging/image.h"
+#include "imaging/view/image_source.h"
 #include "tools/orvikctl/capture/brightness.h"
 #include "tools/orvikctl/capture/capture_camera.h"
 #include "tools/orvikctl/progress.h"
@@ -33,6 +34,13 @@ class StillCapture {
   /// @param options live until the next call, or as long as this object
   void describe(const CaptureOptions& options);
 
+  /// Sets the exposure of the images to come, until the next describe().
+  void setExposure(std::chrono::microseconds exposure);
+
+  /// Takes an image at once that is not counted among the others: neither its time nor its
+  /// brightness. The rest as take().
+  bool takeTrial(const std::function<std::string(double)>& progress);
+
   /// Takes the next image: waits for its time, exposes and fetches it.
   ///
   /// @param progress makes the text of the progress line from the seconds that are left of this
@@ -46,7 +54,8 @@ class StillCapture {
   [[nodiscard]] imaging::Image image() const { return {info_, frame_.bytes()}; }
   /// Its header; before the first image that of the images to come.
   [[nodiscard]] const imaging::ImageInfo& info() const { return info_; }
-  [[nodiscard]] const Frame& frame() const { return frame_; }
+  /// Its pixels, valid until the next one is taken.
+  [[nodiscard]] imaging::ImageSource source() const;
   /// The brightness of all images since describe().
   [[nodiscard]] const std::optional<SeriesBrightness>& brightness() const {
     return meter_.result();
@@ -56,6 +65,7 @@ class StillCapture {
   using Clock = std::chrono::steady_clock;
   using ProgressText = std::function<std::string(double)>;
 
+  void describeAgain();
   bool waitForStart(const ProgressText& progress);
   bool expose(const ProgressText& progress);
   bool recover(const std::exception_ptr& fault, int failures);
@@ -64,6 +74,7 @@ class StillCapture {
   StillSettings settings_;
   std::stop_token stop_;
   const CaptureOptions* options_ = nullptr;
+  std::optional<std::chrono::microseconds> exposure_;
   imaging::ImageInfo info_;
   Frame frame_;
   BrightnessMeter meter_;

@@ -8,6 +8,7 @@
 #include "imaging/name_pattern.h"
 #include "tools/orvikctl/capture/capture_camera.h"
 #include "tools/orvikctl/capture/capture_report.h"
+#include "tools/orvikctl/capture/flat_exposure.h"
 #include "tools/orvikctl/capture/still_capture.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/control_facts.h"
@@ -23,18 +24,34 @@ struct SnapOptions : CaptureOptions {
   bool resume = false;
   bool continueNumbers = false;
   std::string interval;
+  std::string targetAdu;
+  std::string maxExposure;
 };
+
+std::chrono::microseconds timeOf(const std::string& text, const char* option) {
+  const auto time = parseDuration(text);
+  if (time && *time > 0) return std::chrono::microseconds(*time);
+  throw Failure(ExitCode::kUsage,
+                std::string(option) + " " + text + ": give a time such as 90s or 2min.");
+}
 
 StillSettings settingsOf(const SnapOptions& options) {
   StillSettings settings{options.resume, std::nullopt, options.quiet};
-  if (options.interval.empty()) return settings;
-  const auto interval = parseDuration(options.interval);
-  if (!interval) {
-    throw Failure(ExitCode::kUsage,
-                  "--interval " + options.interval + ": give a time such as 90s or 2min.");
-  }
-  settings.interval = std::chrono::microseconds(*interval);
+  if (!options.interval.empty()) settings.interval = timeOf(options.interval, "--interval");
   return settings;
+}
+
+std::optional<FlatTarget> flatTargetOf(const SnapOptions& options) {
+  if (options.targetAdu.empty()) return std::nullopt;
+  const auto level = parseLevel(options.targetAdu);
+  if (!level) {
+    throw Failure(ExitCode::kUsage, "--target-adu " + options.targetAdu +
+                                        ": give a median of 16 bits, such as 30000, or a part of "
+                                        "the range, such as 50%; from 5 to 90 %.");
+  }
+  FlatTarget target{.level = *level};
+  if (!options.maxExposure.empty()) target.longest = timeOf(options.maxExposure, "--max-exposure");
+  return target;
 }
 
 /// Takes the images and writes each of them when it is there.
@@ -44,11 +61,14 @@ class Series {
       : options_(options),
         sink_(sink),
         count_(options.count.value_or(1)),
-        stills_(camera, settingsOf(options), interruption()) {}
+        stills_(camera, settingsOf(options), interruption()) {
+    stills_.describe(options_);
+    const auto target = flatTargetOf(options);
+    if (target) flats_.emplace(camera.camera(), stills_, *target, options.quiet);
+  }
 
   /// Throws what ends it early after the report of the images that are kept.
   ExitCode run() {
-    stills_.describe(options_);
     const auto begun = Clock::now();
     std::exception_ptr fault;
     bool complete = false;
@@ -65,9 +85,11 @@ class Series {
 
  private:
   bool takeAll() {
+    if (flats_ && !flats_->find()) return false;
     for (; done_ < count_; ++done_) {
       if (!stills_.take([this](double left) { return progress(left); })) return false;
       sink_.write(stills_.image());
+      if (flats_ && done_ + 1 < count_) flats_->follow();
     }
     return true;
   }
@@ -96,6 +118,7 @@ class Series {
   imaging::FrameSink& sink_;
   std::int64_t count_;
   StillCapture stills_;
+  std::optional<FlatExposure> flats_;
   std::int64_t done_ = 0;
 };
 
@@ -115,7 +138,9 @@ void refuseAutomatic(const CaptureOptions& options) {
 
 ExitCode snap(const SnapOptions& options) {
   refuseAutomatic(options);
-  static_cast<void>(settingsOf(options));  // refuses what is wrong before a camera is opened
+  // What is wrong is refused before a camera is opened.
+  static_cast<void>(settingsOf(options));
+  static_cast<void>(flatTargetOf(options));
   CaptureCamera camera(options, CaptureKind::kImages);
   const std::int64_t first =
       options.continueNumbers ? imaging::NamePattern(options.output).nextNumber() : 1;
@@ -138,12 +163,27 @@ Command addSnap(CLI::App& program) {
   app->add_flag("--continue", options->continueNumbers,
                 "Number the files from the one after the highest that exists");
   addCaptureOptions(*app, *options);
+  CLI::Option* const target =
+      app->add_option("--target-adu", options->targetAdu,
+                      "Take flats: find the exposure for which the median of the central part is "
+                      "this, of 16 bits or of the range, within 5 %; follow light that changes")
+          ->type_name("N|N%")
+          ->excludes("--exposure");
+  app->add_option("--max-exposure", options->maxExposure, "Longest exposure of such flats [30s]")
+      ->type_name("TIME")
+      ->needs(target);
   app->footer(
       "Examples:\n"
       "  orvikctl snap --exposure 2.5s --gain 200 -o m42.fits\n"
       "  orvikctl snap --exposure 30s --count 20 --kind dark --cool -10 -o dark-%03d.fits\n"
+      "  orvikctl snap --target-adu 50% --count 15 -o flat-%02d.fits\n"
       "  orvikctl snap --sim T15C,scene=moon --type rgb24 -o moon.png\n");
-  return {app, [options] { return snap(*options); }};
+  return {app, [app, options] {
+            // Flats, unless something else is meant.
+            const bool isNamed = app->count("--kind") > 0;
+            if (!options->targetAdu.empty() && !isNamed) options->frameKind = "flat";
+            return snap(*options);
+          }};
 }
 
 }  // namespace orvik::ctl
