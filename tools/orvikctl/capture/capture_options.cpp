@@ -79,6 +79,9 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
       ->check(unmentioned(CLI::IsMember({"light", "dark", "bias", "flat"})))
       ->type_name("light|dark|bias|flat")
       ->group(group);
+  app.add_option("--filter", options.filter, "Filter in use, for the file's header")
+      ->type_name("NAME")
+      ->group(group);
   app.add_option("--object", options.object, "What is observed, for the file's header")
       ->group(group);
   app.add_option("--observer", options.observer, "Who observes, for the file's header")
@@ -100,6 +103,7 @@ void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
                "with");
   addSensorOptions(app, options);
   addImageOptions(app, options);
+  addCoolingOptions(app, options.cooling);
   addFileOptions(app, options);
   addCommonOptions(app, options, Scope::kOneCamera);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "orvik/orvik.h"
+#include "tools/orvikctl/capture/cooling_options.h"
 #include "tools/orvikctl/common_options.h"
 
 namespace orvik::ctl {
@@ -27,7 +28,10 @@ struct CaptureOptions : CommonOptions {
   bool startFromDefaults = false;
   bool quiet = false;
 
+  CoolingOptions cooling;
+
   std::string frameKind = "light";
+  std::string filter;
   std::string object;
   std::string observer;
   std::string telescope;

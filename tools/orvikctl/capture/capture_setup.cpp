@@ -218,14 +218,15 @@ void restore(Camera& camera, const std::vector<Replaced>& replaced) {
 imaging::ImageInfo describeImages(const Camera& camera, const CaptureOptions& options) {
   imaging::ImageInfo info;
   info.frameKind = frameKindText(options.frameKind);
+  info.filter = options.filter;
   info.object = options.object;
   info.observer = options.observer;
   info.telescope = options.telescope;
   info.software = kSoftware;
   if (const auto offset = valueIfAny(camera, Orvik_CTL_BRIGHTNESS)) info.offset = offset->value;
   const auto cooler = valueIfAny(camera, Orvik_CTL_COOLER_ON);
-  const auto target = valueIfAny(camera, Orvik_CTL_TARGET_TEMP);
-  if (cooler && cooler->value != 0 && target) info.targetTemperature = target->value;
+  // What is held: a sensor that is too cold to be measured is held where it can be.
+  if (cooler && cooler->value != 0) info.targetTemperature = camera.cooler().aim;
   refreshReadings(camera, info);
   return info;
 }
