@@ -15,6 +15,7 @@ Command addSet(CLI::App& program);
 Command addSnap(CLI::App& program);
 Command addVideo(CLI::App& program);
 Command addGuide(CLI::App& program);
+Command addView(CLI::App& program);
 Command addDark(CLI::App& program);
 Command addCool(CLI::App& program);
 Command addHotPixels(CLI::App& program);
