@@ -16,6 +16,8 @@ Command addSettings(CLI::App& program);
 Command addSnap(CLI::App& program);
 Command addVideo(CLI::App& program);
 Command addGuide(CLI::App& program);
+Command addView(CLI::App& program);
+Command addFocus(CLI::App& program);
 Command addDark(CLI::App& program);
 Command addCool(CLI::App& program);
 Command addHotPixels(CLI::App& program);
