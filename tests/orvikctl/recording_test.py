@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Records video as an observer would, and opens it with ffmpeg. Usage: recording_test.py ORVIKCTL"""
+import csv
 import os
 import shutil
 import signal
@@ -106,6 +107,24 @@ class RecordingTest(InOwnFolder):
         self.assertEqual(started.returncode, 130)
         _, message = run(*SMALL, "-o", "-", code=2)
         self.assertIn("--format", message)
+
+    def test_a_drifting_object_stays_centred(self):
+        sim = "T15C,scene=stars,seed=3,drift=40:-25"
+        arguments = ["video", "--roi", "320x240", "--exposure", "5ms", "--duration", "4s"]
+        result(*arguments, "--track", "-o", "a.ser", sim=sim)
+        with open("a.track.csv", encoding="ascii", newline="") as file:
+            rows = list(csv.DictReader(file))
+        self.assertEqual(len(rows), frames_of("a.ser"))
+        travelled = [int(rows[-1][f"start_{axis}"]) + float(rows[-1][axis])
+                     - int(rows[0][f"start_{axis}"]) - float(rows[0][axis]) for axis in "xy"]
+        self.assertGreater(travelled[0], 100)
+        self.assertLess(travelled[1], -60)
+        # The first frames show where it was found; then a tenth of a second of drift is left over.
+        for row in rows[100:]:
+            self.assertLess(abs(float(row["x"]) - 160), 320 / 8 + 10, row)
+            self.assertLess(abs(float(row["y"]) - 120), 240 / 8 + 10, row)
+            self.assertEqual((int(row["start_x"]) - int(rows[0]["start_x"])) % 2, 0)
+        self.assertEqual(run("video", "--track", "-o", "b.ser", code=2)[0], "")
 
     @unittest.skipUnless(shutil.which("ffmpeg"), "there is no ffmpeg")
     def test_other_programs_read_the_streams(self):

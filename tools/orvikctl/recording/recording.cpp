@@ -38,7 +38,9 @@ Recording::Recording(CaptureCamera& capture, const VideoOptions& options,
       limits_(limits),
       output_(options, limits.frames),
       progress_(!options.quiet),
-      stall_(Seconds(0)) {}
+      stall_(Seconds(0)) {
+  if (options.track) tracking_.emplace(output_.beside(".track.csv"), options.overwrite);
+}
 
 ExitCode Recording::run() {
   End end = End::kReached;
@@ -51,6 +53,7 @@ ExitCode Recording::run() {
   progress_.wipe();
   try {
     output_.finish();
+    if (tracking_) tracking_->finish();
   } catch (const imaging::FileError&) {
     if (!fault && end == End::kReached) fault = std::current_exception();
   }
@@ -106,6 +109,7 @@ void Recording::openPart() {
   isUnpluggingTold_ = false;
   partBegun_ = Clock::now();
   if (!parts_.empty()) output_.beginNextPart();
+  if (tracking_) tracking_->begin(capture_.camera());
   info_ = describeImages(capture_.camera(), options_);
   parts_.emplace_back();
   parts_.back().file = output_.partFile();
@@ -146,6 +150,7 @@ void Recording::write(const Frame& frame) {
   if (frames() == 0) tellRawLayout();
   output_.write({info_, frame.bytes()});
   brightness_.measureIfDue(imaging::sourceOf(frame, capture_.camera().info()));
+  if (tracking_) tracking_->follow(capture_.camera(), frame);
   parts_.back().course.add(frame.info());
   parts_.back().info = info_;
   stall_.frameCame();
@@ -182,6 +187,7 @@ void Recording::tellRawLayout() const {
 void Recording::printResult() const {
   CaptureReport report = reportOf(parts_, output_.files());
   report.brightness = brightness_.result();
+  if (tracking_) report.more["regionMoves"] = tracking_->moves();
   printReport(report, options_.json, output_.output().isStandardOutput() ? std::cerr : std::cout);
 }
 

@@ -14,6 +14,7 @@
 #include "tools/orvikctl/recording/recorded_part.h"
 #include "tools/orvikctl/recording/recording_output.h"
 #include "tools/orvikctl/recording/stall_watch.h"
+#include "tools/orvikctl/recording/tracking.h"
 #include "tools/orvikctl/recording/video_options.h"
 
 namespace orvik::ctl {
@@ -61,6 +62,7 @@ class Recording {
   imaging::ImageInfo info_;
   Progress progress_;
   BrightnessMeter brightness_;
+  std::optional<Tracking> tracking_;
   StallWatch stall_;
   StallWatch::Seconds silence_{};  // since the last frame, at the end of the part
   std::chrono::steady_clock::time_point partBegun_;

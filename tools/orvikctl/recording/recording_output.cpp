@@ -38,6 +38,13 @@ fs::path RecordingOutput::partFile() const {
   return imaging::NamePattern(partPattern(output_.name, number_)).name(number_);
 }
 
+fs::path RecordingOutput::beside(const std::string& extension) const {
+  if (output_.isStream) return {};
+  const fs::path file =
+      output_.isSeries() ? imaging::NamePattern(output_.name).nameWithoutNumber() : partFile();
+  return file.parent_path() / (file.stem().string() + extension);
+}
+
 void RecordingOutput::beginNextPart() {
   if (output_.isStream || output_.isSeries() || sink_->files().empty()) return;
   finish();

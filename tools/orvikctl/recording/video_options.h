@@ -11,6 +11,7 @@ namespace orvik::ctl {
 struct VideoOptions : CaptureOptions {
   std::string duration;
   std::size_t bufferMb = 256;  ///< memory for frames that wait to be written
+  bool track = false;          ///< whether the region follows the brightest object
   bool resume = false;         ///< whether an unplugged camera is waited for
 };
 
