@@ -3,15 +3,15 @@
 #include <memory>
 
 #include "bench/frames.h"
-#include "integrations/server/live/frame_statistics.h"
+#include "imaging/stars/star_finder.h"
+#include "imaging/view/frame_statistics.h"
+#include "imaging/view/render.h"
 #include "integrations/server/live/jpeg_encoder.h"
-#include "integrations/server/live/render.h"
-#include "integrations/server/live/star_finder.h"
 
 namespace orvik::bench {
 namespace {
 
-using server::ImageSource;
+using imaging::ImageSource;
 
 ImageSource mosaicOf(Size size, bool isWide) {
   if (isWide) {
@@ -29,10 +29,10 @@ ImageSource mosaicOf(Size size, bool isWide) {
 void addRender(const char* name, bool isWide, int factor) {
   addCase(name, isWide ? "16 bit" : "8 bit", isWide ? 2 : 1, [=](Size size) {
     const ImageSource image = mosaicOf(size, isWide);
-    const server::RenderPlan plan{
+    const imaging::RenderPlan plan{
         {0, 0, size.width / factor * factor, size.height / factor * factor}, factor};
-    return [=, renderer = std::make_shared<server::Renderer>(),
-            table = std::make_shared<server::StretchTable>()] {
+    return [=, renderer = std::make_shared<imaging::Renderer>(),
+            table = std::make_shared<imaging::StretchTable>()] {
       benchmark::DoNotOptimize(renderer->render(image, plan, *table).data());
     };
   });
@@ -44,19 +44,19 @@ const bool registered = [] {
     addRender("live half size", isWide, 2);
     addRender("live quarter size", isWide, 4);
     addCase("live values", isWide ? "16 bit" : "8 bit", isWide ? 2 : 1, [=](Size size) {
-      return [image = mosaicOf(size, isWide), counts = std::make_shared<server::ValueCounts>()] {
+      return [image = mosaicOf(size, isWide), counts = std::make_shared<imaging::ValueCounts>()] {
         counts->count(image);
-        benchmark::DoNotOptimize(statisticsOf(*counts).data());
+        benchmark::DoNotOptimize(imaging::statisticsOf(*counts).data());
       };
     });
     addCase("live stars", isWide ? "16 bit" : "8 bit", isWide ? 2 : 1, [=](Size size) {
-      return [image = mosaicOf(size, isWide), finder = std::make_shared<server::StarFinder>()] {
+      return [image = mosaicOf(size, isWide), finder = std::make_shared<imaging::StarFinder>()] {
         benchmark::DoNotOptimize(finder->find(image).data());
       };
     });
   }
   addCase("live JPEG of half size", "24 bit", 1, [](Size size) {
-    const server::Size half{size.width / 2, size.height / 2};
+    const imaging::Size half{size.width / 2, size.height / 2};
     return [half, encoder = std::make_shared<server::JpegEncoder>(),
             &pixels = skyFrame<std::uint8_t>(3 * size.pixels() / 4)] {
       benchmark::DoNotOptimize(encoder->encode(pixels, half, true, 85).get());

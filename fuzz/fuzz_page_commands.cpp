@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <cstdlib>
 
-#include "integrations/server/live/render.h"
+#include "imaging/view/render.h"
 #include "integrations/server/page/commands.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -12,8 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!parsed.command) return 0;
   if (const auto* view = std::get_if<View>(&*parsed.command)) {
     // Whatever part is wanted, a part of the image is shown.
-    const orvik::server::ImageSource image{{}, {1304, 976}, Orvik_IMG_RAW8, BAYER_RG};
-    const auto plan = planFor(image, view->wish.window, view->wish.place, 1);
+    const orvik::imaging::ImageSource image{{}, {1304, 976}, Orvik_IMG_RAW8, BAYER_RG};
+    const auto plan = orvik::imaging::planFor(image, view->wish.window, view->wish.place, 1);
     if (plan.size().width < 1 || plan.size().height < 1 || plan.part.x < 0 || plan.part.y < 0 ||
         plan.part.x + plan.part.width > 1304 || plan.part.y + plan.part.height > 976) {
       std::abort();

@@ -11,22 +11,12 @@
 #include <vector>
 
 #include "imaging/colour_order.h"
+#include "imaging/header_text.h"
 #include "imaging/mosaic.h"
 #include "imaging/time_text.h"
 
 namespace orvik::imaging {
 namespace {
-
-/// Text as headers take it, which hold printable ASCII: a '?' stands for each other character.
-std::string headerText(const std::string& text) {
-  std::string result;
-  for (const char letter : text) {
-    const auto code = static_cast<unsigned char>(letter);
-    const bool continuesCharacter = (code & 0xC0U) == 0x80;  // of UTF-8
-    if (!continuesCharacter) result += code >= 0x20 && code < 0x7F ? letter : '?';
-  }
-  return result;
-}
 
 /// A FITS file in memory. The first error sticks and makes every later step do nothing.
 class FitsFile {
@@ -59,6 +49,10 @@ class FitsFile {
   }
   void key(const char* name, int value, const char* comment) {
     fits_write_key_lng(fits_, name, value, comment, &status_);
+  }
+  void flag(const char* name, bool value, const char* comment) {
+    int logical = value ? 1 : 0;
+    fits_write_key(fits_, TLOGICAL, name, &logical, comment, &status_);
   }
   void key(const char* name, double value, const char* comment) {
     constexpr int kDigits = -12;  // significant digits, as few of them as the value needs
@@ -120,8 +114,27 @@ void writeGeometryKeys(FitsFile& fits, const ImageInfo& info) {
   }
 }
 
+/// What was done to the samples since the sensor's converter.
+void writeProcessingKeys(FitsFile& fits, const ImageInfo& info) {
+  const Processing& done = info.processing;
+  if (done.gamma) fits.key("GAMMA", *done.gamma, "gamma of the samples, 50 is linear");
+  if (done.whiteBalanceRed) fits.key("WB_RED", *done.whiteBalanceRed, "gain of red, 50 is neutral");
+  if (done.whiteBalanceBlue) {
+    fits.key("WB_BLUE", *done.whiteBalanceBlue, "gain of blue, 50 is neutral");
+  }
+  fits.key("FLIP", std::string(kFlipNames.at(static_cast<std::size_t>(info.flip & 3))),
+           "mirrored: h left to right, v top to bottom");
+  if (done.hotPixelsMended) {
+    fits.key("HOTPIX", *done.hotPixelsMended, "hot pixels that were mended in this image");
+  }
+  if (done.isDarkSubtracted) {
+    fits.flag("DARKSUB", *done.isDarkSubtracted, "a dark frame was subtracted");
+  }
+}
+
 void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("IMAGETYP", info.frameKind, "kind of frame");
+  fits.key("FILTER", info.filter, "filter in front of the sensor");
   fits.key("OBJECT", info.object, "what was observed");
   fits.key("OBSERVER", info.observer, "who observed");
   fits.key("TELESCOP", info.telescope, "telescope");
@@ -152,6 +165,7 @@ std::vector<std::uint8_t> encodeFits(const Image& image) {
   fits.create(type.bitsPerSample == 16 ? USHORT_IMG : BYTE_IMG, std::move(axes));
   writeExposureKeys(fits, info);
   writeGeometryKeys(fits, info);
+  writeProcessingKeys(fits, info);
   writeNameKeys(fits, info);
   writePixels(fits, image);
   return fits.close();

@@ -19,6 +19,7 @@ void describe(ImageInfo& image, const Orvik_CAMERA_INFO& camera, const FrameInfo
   image.start = info.start();
   image.exposure = info.exposure();
   image.gain = info.gain;
+  image.flip = info.flip;
   if (image.offset) image.offset = info.blackLevel;
   image.sensorTemperature = info.celsius();
 }

@@ -9,13 +9,14 @@
 #include <string>
 
 #include "imaging/image_types.h"
+#include "imaging/processing.h"
 #include "orvik/orvik.hpp"
 
 namespace orvik::imaging {
 
 /// What the header of an image file says about the image.
 struct ImageInfo {
-  std::string instrument;  ///< display name of the camera
+  std::string instrument;  ///< display name of the camera; empty for no exposure of a camera
   int width = 0;           ///< pixels after binning
   int height = 0;          ///< pixels after binning
   IMG_TYPE type = Orvik_IMG_RAW8;
@@ -32,7 +33,11 @@ struct ImageInfo {
   std::optional<double> sensorTemperature;  ///< degrees Celsius
   std::optional<double> targetTemperature;  ///< degrees Celsius; while a cooler holds it
 
+  int flip = 0;  ///< in the values of #Orvik_CTL_FLIP
+  Processing processing;
+
   std::string frameKind = "Light Frame";  ///< FITS IMAGETYP
+  std::string filter;                     ///< in front of the sensor; may be empty
   std::string object;                     ///< what the picture shows; may be empty
   std::string observer;                   ///< may be empty
   std::string telescope;                  ///< may be empty

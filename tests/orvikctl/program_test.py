@@ -75,7 +75,7 @@ class ProgramTest(InOwnFolder):
         self.assertEqual((controls["Gain"]["min"], controls["Gain"]["max"]), (0, 600))
         self.assertEqual(controls["Exposure"]["unit"], "us")
         self.assertFalse(controls["Temperature"]["writable"])
-        self.assertEqual(run("set", "gain=123", "EXPOSURE=20ms")[0], "Gain=123\nExposure=20000\n")
+        self.assertEqual(run("set", "gain=123", "EXPOSURE=20ms")[0], "Gain=123\nExposure=20000us\n")
         self.assertRegex(run("get", "auto-exp-max-gain")[0], r"^AutoExpMaxGain=\d+\n$")
         for bad in ("gain=601", "gain=x", "gain", "nothing=1", "temperature=1", "gamma=50:auto",
                     "exposure=1us", "exposure=2000s"):

@@ -117,10 +117,10 @@ class ServiceTest(InOwnFolder):
         self.assertEqual(result("guide", "3", "300ms"),
                          {"line": 3, "milliseconds": 300, "complete": True})
         self.assertGreater(time.monotonic() - begun, 0.3)
-        for bad in (["4", "100"], ["-1", "100"], ["0", "61s"], ["0", "0"], ["0", "long"], ["0"]):
+        for bad in (["4", "100ms"], ["-1", "100ms"], ["0", "61s"], ["0", "100"], ["0", "long"], ["0"]):
             run("guide", *bad, code=2)
-        # A plain number counts milliseconds: the longest pulse, cut short.
-        self.interrupt(["guide", "0", "60000", "--sim", "T15C"])
+        # The longest pulse, cut short.
+        self.interrupt(["guide", "0", "60s", "--sim", "T15C"])
 
     def interrupt(self, arguments, after=1.0):
         """Sends Ctrl-C. Returns what the program wrote."""

@@ -11,13 +11,13 @@ namespace {
 
 TEST(Duration, TakesUnits) {
   const std::pair<const char*, std::int64_t> good[] = {
-      {"0", 0},         {"1500us", 1500},     {"20ms", 20000},     {"2.5s", 2500000},
-      {"250", 250},     {"0.0325ms", 33},     {"3min", 180000000}, {"1e3", 1000},
-      {"2 s", 2000000}, {"3000s", 3000000000}};
+      {"0s", 0},          {"1500us", 1500}, {"20ms", 20000},      {"2.5s", 2500000},
+      {"250us", 250},     {"0.0325ms", 33}, {"3min", 180000000},  {"1e3us", 1000},
+      {"2h", 7200000000}, {"2 s", 2000000}, {"3000s", 3000000000}};
   for (const auto& [text, microseconds] : good)
     EXPECT_EQ(parseDuration(text), microseconds) << text;
-  for (const char* bad : {"", "s", "-1s", "+1s", "1h", "1sec", "1s ", "nan", "inf", "1e300s",
-                          "1,5s", "0x10", "1.5.2s"}) {
+  for (const char* bad : {"", "s", "0", "250", "-1s", "+1s", "1d", "1sec", "1s ", "nan", "inf",
+                          "1e300s", "1,5s", "0x10", "1.5.2s"}) {
     EXPECT_FALSE(parseDuration(bad)) << bad;
   }
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/camera_choice.h"
 
+#include <algorithm>
+
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/units.h"
 
@@ -23,7 +25,7 @@ std::vector<Device> enumerate() {
 }
 
 ConnectedCamera describe(int index, const Device& device) {
-  ConnectedCamera camera{index, device.name, device.serial, device.port, std::nullopt};
+  ConnectedCamera camera{index, index, device.name, device.serial, device.port, std::nullopt};
   if (camera.name.empty()) camera.name = "unknown model";
   Orvik_CAMERA_INFO info{};
   if (OrvikGetCameraProperty(&info, index) == Orvik_OK) camera.info = info;
@@ -50,6 +52,13 @@ ConnectedCameras::ConnectedCameras(const std::vector<std::string>& virtualCamera
   for (const std::string& description : virtualCameras) virtual_.plug(description);
   int index = 0;
   for (const Device& device : enumerate()) cameras_.push_back(describe(index++, device));
+  // Virtual cameras stand in the order of the command line, not in that of their models.
+  const std::vector<std::string> ports = virtual_.ports();
+  if (ports.empty()) return;
+  std::ranges::stable_sort(cameras_, {}, [&](const ConnectedCamera& camera) {
+    return std::ranges::find(ports, camera.port) - ports.begin();
+  });
+  for (int n = 0; ConnectedCamera & camera : cameras_) camera.index = n++;
 }
 
 const ConnectedCamera& ConnectedCameras::choose(const std::string& text) const {

@@ -12,7 +12,8 @@ namespace orvik::ctl {
 
 /// A connected camera as the lists show it.
 struct ConnectedCamera {
-  int index = 0;
+  int index = 0;                          ///< in the lists of this program
+  int libraryIndex = 0;                   ///< for the functions of the library
   std::string name;                       ///< display name, or "unknown model"
   std::string serial;                     ///< "" where it is not known
   std::string port;                       ///< as "2-1.4"

@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "imaging/processing.h"
 #include "orvik/orvik.h"
 
 namespace orvik::ctl {
@@ -31,7 +32,6 @@ struct ControlFacts {
 };
 
 inline constexpr std::array<std::string_view, 2> kOffOn = {"off", "on"};
-inline constexpr std::array<std::string_view, 4> kFlips = {"none", "h", "v", "both"};
 
 /// The table of controls. A switch, so that the compiler names a control that has no row.
 constexpr ControlFacts controlFacts(Orvik_CONTROL_TYPE type) {
@@ -40,11 +40,12 @@ constexpr ControlFacts controlFacts(Orvik_CONTROL_TYPE type) {
     case Orvik_CTL_GAIN:
       return {.option = {"--gain", "N[:auto]", "Gain in steps of the sensor"}};
     case Orvik_CTL_EXPOSURE:
-      return {.unit = "us",
-              .isTime = true,
-              .option = {"--exposure", "TIME[:auto]",
-                         "Exposure time: 1500us, 20ms, 2.5s, 3min; a plain number counts "
-                         "microseconds"}};
+      return {
+          .unit = "us",
+          .isTime = true,
+          .option = {"--exposure", "TIME[:auto]",
+                     "Exposure time: 1500us, 20ms, 2.5s, 3min. Automatic, in videos only, it rests "
+                     "while the brightness is within 15 % of its target"}};
     case Orvik_CTL_GAMMA:
       return {.option = {"--gamma", "N", "Gamma, 1 to 100; 50 is linear"}};
     case Orvik_CTL_BRIGHTNESS:
@@ -56,8 +57,8 @@ constexpr ControlFacts controlFacts(Orvik_CONTROL_TYPE type) {
               "--bandwidth", "N[:auto]", "Share of the USB bandwidth, percent", kSensor, {}, true}};
     case Orvik_CTL_FLIP:
       return {.option = {"--flip", "none|h|v|both",
-                         "Mirror the image: h left to right, v top to bottom", kImage, kFlips,
-                         true}};
+                         "Mirror the image: h left to right, v top to bottom", kImage,
+                         imaging::kFlipNames, true}};
     case Orvik_CTL_HARDWARE_BIN:
       return {.option = {"--hardware-bin", "on|off", "Whether the camera bins, or the host", kImage,
                          kOffOn, true}};

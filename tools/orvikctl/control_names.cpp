@@ -69,4 +69,9 @@ ControlValue parseControlValue(const Camera& camera, const Control& control,
   return {static_cast<std::int32_t>(*number), setting->isAuto};
 }
 
+std::string assignmentText(const Control& control, ControlValue value) {
+  return std::string(control.name()) + "=" + std::to_string(value.value) +
+         (controlFacts(control.type()).isTime ? "us" : "") + (value.isAuto ? ":auto" : "");
+}
+
 }  // namespace orvik::ctl

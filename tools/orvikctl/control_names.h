@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "orvik/orvik.hpp"
@@ -21,5 +22,8 @@ const Control& findControl(const Camera& camera, std::string_view name);
 /// @throws Failure (kUsage) if it is no number, beyond the limits, the control can only be read, or
 /// has no automatic mode
 ControlValue parseControlValue(const Camera& camera, const Control& control, std::string_view text);
+
+/// "Gain=200", "Exposure=20000us:auto": as `set` takes it.
+std::string assignmentText(const Control& control, ControlValue value);
 
 }  // namespace orvik::ctl

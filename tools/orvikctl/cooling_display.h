@@ -6,11 +6,21 @@
 #include <vector>
 
 #include "imaging/cooling.h"
+#include "tools/orvikctl/terminal/redrawn_area.h"
 
 namespace orvik::ctl {
 
 /// What a fault means, in words.
 std::string faultText(Orvik_COOLER_FAULT fault);
+
+/// Says on standard error when a cooler's fault begins, and when it ends.
+class CoolerFaultNotes {
+ public:
+  void note(Orvik_COOLER_FAULT fault);
+
+ private:
+  Orvik_COOLER_FAULT fault_ = Orvik_COOLER_NO_FAULT;
+};
 
 /// "0:42  12.3 degC  target 11 degC  power 38 %", and a fault if there is one.
 std::string coolingText(const imaging::CoolingSample& sample);
@@ -37,7 +47,7 @@ class CoolingDisplay {
   bool terminal_;
   double every_;
   double next_ = 0;
-  std::size_t drawnLines_ = 0;
+  RedrawnArea area_;
   std::deque<imaging::CoolingSample> samples_;
 };
 

@@ -42,7 +42,7 @@ constexpr std::string_view exitCodeText(ExitCode code) {
     case ExitCode::kInternal:
       return "a fault of this program";
     case ExitCode::kInterrupted:
-      return "interrupted with Ctrl-C or SIGTERM; what had been captured is kept";
+      return "interrupted with Ctrl-C, SIGTERM or SIGHUP; what had been captured is kept";
   }
   return "";
 }

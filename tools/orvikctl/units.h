@@ -25,7 +25,7 @@ struct Setting {
   bool isAuto = false;
 };
 
-/// Reads a length of time: "1500us", "20ms", "2.5s", "3min"; a plain number counts microseconds.
+/// Reads a length of time with its unit: "1500us", "20ms", "2.5s", "3min", "2h".
 ///
 /// @return microseconds, 0 or more, rounded to the nearest; or nothing if `text` is no such time
 std::optional<std::int64_t> parseDuration(std::string_view text);
@@ -38,6 +38,15 @@ std::optional<std::int32_t> parseInteger(std::string_view text);
 
 /// Splits a trailing ":auto" off. Nothing if there is neither a value nor "auto".
 std::optional<Setting> parseSetting(std::string_view text);
+
+/// "12.50" for 12.5 and two digits.
+std::string fixedText(double value, int digits);
+
+/// Seconds, 0 or more, as "3:07" or "1:03:07".
+std::string clockText(double seconds);
+
+/// A length of time as short as it is exact: "300s", "2.5s", "20ms", "64us".
+std::string durationText(std::int64_t microseconds);
 
 /// The text in lower case without spaces, '-' and '_', so that "cooler-on" finds "Cooler on".
 std::string foldName(std::string_view text);

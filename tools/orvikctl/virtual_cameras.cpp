@@ -30,4 +30,15 @@ void VirtualCameras::plug(const std::string& description) {
   any_ = true;
 }
 
+std::vector<std::string> VirtualCameras::ports() const {
+  std::vector<std::string> ports;
+  if (!any_) return ports;
+  std::vector<Orvik_SIM_CAMERA> cameras(static_cast<std::size_t>(OrvikSimList(nullptr, 0)));
+  OrvikSimList(cameras.data(), static_cast<int>(cameras.size()));
+  for (const Orvik_SIM_CAMERA& camera : cameras) {
+    ports.push_back(std::to_string(camera.bus) + "-" + std::to_string(camera.port));
+  }
+  return ports;
+}
+
 }  // namespace orvik::ctl

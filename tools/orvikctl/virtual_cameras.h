@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace orvik::ctl {
 
@@ -18,6 +19,9 @@ class VirtualCameras {
   /// @param description "MODEL" or "MODEL,option,..." as OrvikSimPlug() takes them
   /// @throws Failure (kUsage) that says what is wrong with it
   void plug(const std::string& description);
+
+  /// The ports that they are plugged into, in the order of plugging; "2-1".
+  [[nodiscard]] std::vector<std::string> ports() const;
 
  private:
   bool any_ = false;

@@ -41,6 +41,7 @@ imaging::ImageInfo infoOf(const CaptureRequest& request, const Camera& camera) {
   info.object = request.object;
   info.software = software();
   info.offset = valueIfAny(camera, Orvik_CTL_BRIGHTNESS);
+  info.processing = imaging::processingOf(camera, camera.format().type);
   if (valueIfAny(camera, Orvik_CTL_COOLER_ON).value_or(0) != 0) {
     info.targetTemperature = valueIfAny(camera, Orvik_CTL_TARGET_TEMP);
   }

@@ -18,7 +18,8 @@ JpegEncoder::JpegEncoder() : handle_(tjInitCompress()) {
 JpegEncoder::~JpegEncoder() { tjDestroy(handle_); }
 
 std::shared_ptr<const std::string> JpegEncoder::encode(std::span<const std::uint8_t> pixels,
-                                                       Size size, bool isColour, int quality) {
+                                                       imaging::Size size, bool isColour,
+                                                       int quality) {
   int sampling = TJSAMP_GRAY;
   if (isColour) sampling = size.width * size.height <= kSmallPicture ? TJSAMP_444 : TJSAMP_420;
   unsigned long bytes = tjBufSize(size.width, size.height, sampling);

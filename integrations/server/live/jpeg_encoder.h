@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "integrations/server/live/image_source.h"
+#include "imaging/view/image_source.h"
 
 namespace orvik::server {
 
@@ -22,8 +22,8 @@ class JpegEncoder {
   /// @param pixels a byte a pixel, or blue, green and red
   /// @param quality 1 to 100
   /// @throws std::runtime_error if the picture cannot be compressed
-  std::shared_ptr<const std::string> encode(std::span<const std::uint8_t> pixels, Size size,
-                                            bool isColour, int quality);
+  std::shared_ptr<const std::string> encode(std::span<const std::uint8_t> pixels,
+                                            imaging::Size size, bool isColour, int quality);
 
  private:
   void* handle_;

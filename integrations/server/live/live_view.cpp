@@ -119,7 +119,7 @@ void LiveView::drained() {
   notify();
 }
 
-void LiveView::setStretch(const Stretch& stretch) {
+void LiveView::setStretch(const imaging::Stretch& stretch) {
   const std::scoped_lock lock(mutex_);
   stretch_ = stretch;
   isStretchSet_ = true;
@@ -128,7 +128,7 @@ void LiveView::setStretch(const Stretch& stretch) {
   notify();
 }
 
-Stretch LiveView::stretch() const {
+imaging::Stretch LiveView::stretch() const {
   const std::scoped_lock lock(mutex_);
   return inEffect_;
 }
@@ -200,8 +200,8 @@ void LiveView::run(const std::stop_token& stop) {
     auto wake = now + kLongestWait;
     lookAfterCamera(lock, now, wake);
     if (std::exchange(isStretchSet_, false)) {
-      Stretch stretch = stretch_;
-      if (stretch.mode == Stretch::Mode::kAuto) {
+      imaging::Stretch stretch = stretch_;
+      if (stretch.mode == imaging::Stretch::Mode::kAuto) {
         // Until the next picture is counted, which follows at once if there is one.
         stretch.black = inEffect_.black;
         stretch.white = inEffect_.white;

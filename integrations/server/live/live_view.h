@@ -14,12 +14,12 @@
 #include <utility>
 #include <vector>
 
+#include "imaging/stars/star_finder.h"
+#include "imaging/view/render.h"
 #include "integrations/server/camera/served_camera.h"
 #include "integrations/server/live/jpeg_encoder.h"
 #include "integrations/server/live/line_pace.h"
 #include "integrations/server/live/live_viewer.h"
-#include "integrations/server/live/render.h"
-#include "integrations/server/live/star_finder.h"
 #include "integrations/server/live/work_budget.h"
 
 namespace orvik::server {
@@ -51,9 +51,9 @@ class LiveView final : public FrameListener {
   /// The messages for a viewer have left.
   void drained();
 
-  void setStretch(const Stretch& stretch);
+  void setStretch(const imaging::Stretch& stretch);
   /// The stretch in effect.
-  [[nodiscard]] Stretch stretch() const;
+  [[nodiscard]] imaging::Stretch stretch() const;
   /// How many viewers look.
   [[nodiscard]] int shown() const;
 
@@ -81,7 +81,7 @@ class LiveView final : public FrameListener {
     [[nodiscard]] bool isAny() const { return countValues || findStars || makePictures; }
   };
   struct Made {
-    RenderPlan plan;
+    imaging::RenderPlan plan;
     int quality;
     std::shared_ptr<const std::string> jpeg;
   };
@@ -93,15 +93,15 @@ class LiveView final : public FrameListener {
   void lookAfterCamera(std::unique_lock<std::mutex>& lock, Clock::time_point now,
                        Clock::time_point& wake);
   void work(const Work& work);
-  void followKind(const ImageSource& image);
-  void countValues(const Work& work, const ImageSource& image);
-  void useStretch(const Stretch& stretch);
-  void findStars(const Work& work, const ImageSource& image);
-  std::shared_ptr<const std::string> magnify(const ImageSource& image, const Star& star,
-                                             Window& part);
-  void makePictures(const Work& work, const ImageSource& image);
-  const std::shared_ptr<const std::string>& make(const ImageSource& image, const RenderPlan& plan,
-                                                 int quality);
+  void followKind(const imaging::ImageSource& image);
+  void countValues(const Work& work, const imaging::ImageSource& image);
+  void useStretch(const imaging::Stretch& stretch);
+  void findStars(const Work& work, const imaging::ImageSource& image);
+  std::shared_ptr<const std::string> magnify(const imaging::ImageSource& image,
+                                             const imaging::Star& star, imaging::Window& part);
+  void makePictures(const Work& work, const imaging::ImageSource& image);
+  const std::shared_ptr<const std::string>& make(const imaging::ImageSource& image,
+                                                 const imaging::RenderPlan& plan, int quality);
   std::shared_ptr<Viewer> viewer(int number);
   std::vector<std::shared_ptr<Viewer>> viewers(bool shownOnly) const;
   void notify();
@@ -117,8 +117,8 @@ class LiveView final : public FrameListener {
   Clock::duration interval_{0};  // from frame to frame, smoothed
   std::map<int, std::shared_ptr<Viewer>> viewers_;
   int lastViewer_ = 0;
-  Stretch stretch_;  // as it was set
-  Stretch inEffect_;
+  imaging::Stretch stretch_;  // as it was set
+  imaging::Stretch inEffect_;
   std::uint64_t stretchNumber_ = 1;
   std::uint64_t counted_ = 0;   // sequence number of the frame whose values were counted last
   std::uint64_t searched_ = 0;  // and of the one that was searched for stars
@@ -130,15 +130,15 @@ class LiveView final : public FrameListener {
   std::optional<Clock::time_point> unwatchedSince_;
 
   // What follows is the thread's own.
-  Renderer renderer_;
+  imaging::Renderer renderer_;
   JpegEncoder encoder_;
-  StretchTable table_;
-  StretchTable magnifier_;
-  AutoStretch auto_;
-  Size lastSize_;
+  imaging::StretchTable table_;
+  imaging::StretchTable magnifier_;
+  imaging::AutoStretch auto_;
+  imaging::Size lastSize_;
   IMG_TYPE lastType_ = Orvik_IMG_END;
-  ValueCounts counts_;
-  StarFinder finder_;
+  imaging::ValueCounts counts_;
+  imaging::StarFinder finder_;
   std::deque<FocusSample> course_;
   std::uint64_t courseEnd_ = 0;  // samples so far
   std::vector<Made> made_;

@@ -35,7 +35,7 @@ void LiveView::work(const Work& work) {
     const std::scoped_lock lock(mutex_);
     camera = camera_;
   }
-  const ImageSource image = sourceOf(*work.frame, camera);
+  const imaging::ImageSource image = imaging::sourceOf(*work.frame, camera);
   if (image.size.width < 1 || image.size.height < 1 || work.frame->isEmpty()) return;
   followKind(image);
   try {
@@ -48,7 +48,7 @@ void LiveView::work(const Work& work) {
   }
 }
 
-void LiveView::followKind(const ImageSource& image) {
+void LiveView::followKind(const imaging::ImageSource& image) {
   const bool isOther = image.size != lastSize_ || image.type != lastType_;
   lastSize_ = image.size;
   lastType_ = image.type;
@@ -57,17 +57,17 @@ void LiveView::followKind(const ImageSource& image) {
   restart_ = false;
 }
 
-void LiveView::countValues(const Work& work, const ImageSource& image) {
+void LiveView::countValues(const Work& work, const imaging::ImageSource& image) {
   const auto begun = Clock::now();
   counts_.count(image);
   const auto report = std::make_shared<FrameReport>(
-      FrameReport{work.frame->info().number, image.depth(), statisticsOf(counts_)});
-  Stretch wanted;
+      FrameReport{work.frame->info().number, image.depth(), imaging::statisticsOf(counts_)});
+  imaging::Stretch wanted;
   {
     const std::scoped_lock lock(mutex_);
     wanted = stretch_;
   }
-  if (wanted.mode == Stretch::Mode::kAuto) {
+  if (wanted.mode == imaging::Stretch::Mode::kAuto) {
     const double strength = wanted.strength;
     wanted = auto_.next(counts_, std::chrono::duration<double>(begun - countedAt_).count());
     wanted.strength = strength;
@@ -79,7 +79,7 @@ void LiveView::countValues(const Work& work, const ImageSource& image) {
       const std::scoped_lock lock(mutex_);
       if (viewer->pointer) pixel = PixelValue{viewer->pointer->first, viewer->pointer->second, {}};
     }
-    if (pixel) pixel->values = pixelAt(image, pixel->x, pixel->y);
+    if (pixel) pixel->values = imaging::pixelAt(image, pixel->x, pixel->y);
     if (pixel && pixel->values.empty()) pixel.reset();
     viewer->viewer->statistics(report, pixel);
   }
@@ -88,7 +88,7 @@ void LiveView::countValues(const Work& work, const ImageSource& image) {
       begun + std::max<Clock::duration>(kCountInterval, kCountShare * (Clock::now() - begun));
 }
 
-void LiveView::useStretch(const Stretch& stretch) {
+void LiveView::useStretch(const imaging::Stretch& stretch) {
   {
     const std::scoped_lock lock(mutex_);
     if (stretch == inEffect_) return;
@@ -99,7 +99,7 @@ void LiveView::useStretch(const Stretch& stretch) {
   for (const auto& viewer : viewers(false)) viewer->viewer->stretch(stretch);
 }
 
-void LiveView::makePictures(const Work& work, const ImageSource& image) {
+void LiveView::makePictures(const Work& work, const imaging::ImageSource& image) {
   made_.clear();
   const FrameInfo& info = work.frame->info();
   for (const auto& viewer : viewers(true)) {
@@ -115,7 +115,8 @@ void LiveView::makePictures(const Work& work, const ImageSource& image) {
       viewer->shows = work.sequence;
       viewer->stretch = stretchNumber_;
     }
-    const RenderPlan plan = planFor(image, wish.window, wish.place, grade.coarser);
+    const imaging::RenderPlan plan =
+        imaging::planFor(image, wish.window, wish.place, grade.coarser);
     const auto jpeg = make(image, plan, grade.quality);
     {
       const std::scoped_lock lock(mutex_);
@@ -129,8 +130,9 @@ void LiveView::makePictures(const Work& work, const ImageSource& image) {
   }
 }
 
-const std::shared_ptr<const std::string>& LiveView::make(const ImageSource& image,
-                                                         const RenderPlan& plan, int quality) {
+const std::shared_ptr<const std::string>& LiveView::make(const imaging::ImageSource& image,
+                                                         const imaging::RenderPlan& plan,
+                                                         int quality) {
   const auto found = std::find_if(made_.begin(), made_.end(), [&](const Made& one) {
     return one.plan == plan && one.quality == quality;
   });
@@ -140,10 +142,10 @@ const std::shared_ptr<const std::string>& LiveView::make(const ImageSource& imag
   return made_.back().jpeg;
 }
 
-void LiveView::findStars(const Work& work, const ImageSource& image) {
+void LiveView::findStars(const Work& work, const imaging::ImageSource& image) {
   const auto begun = Clock::now();
   const auto time = std::chrono::system_clock::now();
-  const std::vector<Star>& stars = finder_.find(image);
+  const std::vector<imaging::Star>& stars = finder_.find(image);
   while (!course_.empty() && course_.front().time < time - kCourse) course_.pop_front();
   std::shared_ptr<const std::string> magnified;
   Picture picture;
@@ -174,16 +176,17 @@ void LiveView::findStars(const Work& work, const ImageSource& image) {
       begun + std::max<Clock::duration>(kSearchInterval, kSearchShare * (Clock::now() - begun));
 }
 
-std::shared_ptr<const std::string> LiveView::magnify(const ImageSource& image, const Star& star,
-                                                     Window& part) {
+std::shared_ptr<const std::string> LiveView::magnify(const imaging::ImageSource& image,
+                                                     const imaging::Star& star,
+                                                     imaging::Window& part) {
   const int half = std::clamp(static_cast<int>(std::lround(5 * star.hfr)), 12, 64);
-  const Window window{static_cast<int>(std::lround(star.x)) - half,
-                      static_cast<int>(std::lround(star.y)) - half, 2 * half, 2 * half};
-  const RenderPlan plan = planFor(image, window, {2 * half, 2 * half}, 1);
+  const imaging::Window window{static_cast<int>(std::lround(star.x)) - half,
+                               static_cast<int>(std::lround(star.y)) - half, 2 * half, 2 * half};
+  const imaging::RenderPlan plan = imaging::planFor(image, window, {2 * half, 2 * half}, 1);
   part = plan.part;
   // From the background to the peak, whatever the whole picture's stretch is.
-  Stretch stretch;
-  stretch.mode = Stretch::Mode::kLinear;
+  imaging::Stretch stretch;
+  stretch.mode = imaging::Stretch::Mode::kLinear;
   stretch.black = std::max(0.0, star.background / image.depth());
   stretch.white = std::max(star.peak / static_cast<double>(image.depth()), stretch.black + 0.004);
   magnifier_.set(stretch);

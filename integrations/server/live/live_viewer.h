@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "integrations/server/live/frame_statistics.h"
-#include "integrations/server/live/star_profile.h"
-#include "integrations/server/live/stretch.h"
+#include "imaging/stars/star_profile.h"
+#include "imaging/view/frame_statistics.h"
+#include "imaging/view/stretch.h"
 
 namespace orvik::server {
 
@@ -21,8 +21,8 @@ namespace orvik::server {
 struct Picture {
   std::uint32_t message = 0;  ///< number among those for the same viewer, from 1 on
   std::int64_t frame = 0;     ///< number in its capture
-  Window part;                ///< of the image
-  Size whole;                 ///< of the image
+  imaging::Window part;       ///< of the image
+  imaging::Size whole;        ///< of the image
   bool isMagnified = false;   ///< whether it is the brightest star
   double exposure = 0;        ///< seconds
 };
@@ -31,7 +31,7 @@ struct Picture {
 struct FrameReport {
   std::int64_t frame = 0;
   int depth = 255;
-  std::vector<ChannelStatistics> channels;
+  std::vector<imaging::ChannelStatistics> channels;
 };
 
 /// The pixel under the pointer.
@@ -50,9 +50,9 @@ struct FocusSample {
 
 /// What a viewer wants to see.
 struct ViewWish {
-  bool isShown = false;          ///< nothing is made for those who do not look
-  std::optional<Window> window;  ///< of the image; empty for all of it
-  Size place;                    ///< pixels of the screen
+  bool isShown = false;                   ///< nothing is made for those who do not look
+  std::optional<imaging::Window> window;  ///< of the image; empty for all of it
+  imaging::Size place;                    ///< pixels of the screen
 };
 
 /// Somebody who watches. The functions are called on the live view's thread and must return at
@@ -64,9 +64,10 @@ class LiveViewer {
   virtual void statistics(const std::shared_ptr<const FrameReport>& report,
                           const std::optional<PixelValue>& pixel) = 0;
   /// @param course what this viewer has not been shown yet
-  virtual void stars(const std::vector<Star>& stars, std::span<const FocusSample> course) = 0;
+  virtual void stars(const std::vector<imaging::Star>& stars,
+                     std::span<const FocusSample> course) = 0;
   /// The stretch has been changed, or has followed the picture.
-  virtual void stretch(const Stretch& stretch) = 0;
+  virtual void stretch(const imaging::Stretch& stretch) = 0;
   /// Messages that have not left for the viewer's machine yet.
   [[nodiscard]] virtual std::size_t waiting() const = 0;
 };

@@ -105,7 +105,7 @@ Any view(const Members& members) {
   if (members.has("window")) {
     const auto window = members.wholes<4>("window", -kLargestLength, kLargestLength);
     if (window[2] < 1 || window[3] < 1) throw BadMember("window");
-    view.wish.window = Window{window[0], window[1], window[2], window[3]};
+    view.wish.window = imaging::Window{window[0], window[1], window[2], window[3]};
   }
   return view;
 }
@@ -117,18 +117,19 @@ Any pointer(const Members& members) {
 }
 
 Any stretch(const Members& members) {
-  Stretch stretch;
+  imaging::Stretch stretch;
   const std::string mode = members.text("mode");
   if (mode == "auto") {
-    stretch.mode = Stretch::Mode::kAuto;
+    stretch.mode = imaging::Stretch::Mode::kAuto;
     return SetStretch{stretch};
   }
   if (mode != "linear" && mode != "asinh") throw BadMember("mode");
-  stretch.mode = mode == "linear" ? Stretch::Mode::kLinear : Stretch::Mode::kAsinh;
+  stretch.mode =
+      mode == "linear" ? imaging::Stretch::Mode::kLinear : imaging::Stretch::Mode::kAsinh;
   stretch.black = members.number("black", 0, 1);
   stretch.white = members.number("white", 0, 1);
   if (stretch.white <= stretch.black) throw BadMember("white");
-  if (members.has("strength") || stretch.mode == Stretch::Mode::kAsinh) {
+  if (members.has("strength") || stretch.mode == imaging::Stretch::Mode::kAsinh) {
     stretch.strength = members.number("strength", 1, 1000);
   }
   return SetStretch{stretch};

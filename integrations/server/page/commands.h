@@ -11,9 +11,9 @@
 #include <variant>
 
 #include "imaging/region.h"
+#include "imaging/view/stretch.h"
 #include "integrations/server/capture/capture_request.h"
 #include "integrations/server/live/live_viewer.h"
-#include "integrations/server/live/stretch.h"
 #include "orvik/orvik.hpp"
 
 namespace orvik::server::command {
@@ -31,7 +31,7 @@ struct Focus {
   bool isOn = false;
 };
 struct SetStretch {
-  Stretch stretch;
+  imaging::Stretch stretch;
 };
 struct Control {
   Orvik_CONTROL_TYPE type = Orvik_CTL_GAIN;

@@ -60,13 +60,13 @@ std::string_view nameOf(Activity activity) {
   return "none";
 }
 
-std::string_view nameOf(Stretch::Mode mode) {
+std::string_view nameOf(imaging::Stretch::Mode mode) {
   switch (mode) {
-    case Stretch::Mode::kLinear:
+    case imaging::Stretch::Mode::kLinear:
       break;
-    case Stretch::Mode::kAuto:
+    case imaging::Stretch::Mode::kAuto:
       return "auto";
-    case Stretch::Mode::kAsinh:
+    case imaging::Stretch::Mode::kAsinh:
       return "asinh";
   }
   return "linear";
@@ -89,7 +89,7 @@ Json listOf(const TemperatureSample& sample) {
           sample.power};
 }
 
-Json objectOf(const Stretch& stretch) {
+Json objectOf(const imaging::Stretch& stretch) {
   return {{"mode", nameOf(stretch.mode)},
           {"black", rounded(stretch.black, 1e6)},
           {"white", rounded(stretch.white, 1e6)},
@@ -121,7 +121,7 @@ Json objectOf(const CoolingState& cooling) {
           {"fault", faultOf(cooling.fault)}};
 }
 
-Json objectOf(const ChannelStatistics& channel, std::string_view name) {
+Json objectOf(const imaging::ChannelStatistics& channel, std::string_view name) {
   return {
       {"name", name},       {"histogram", channel.histogram},     {"min", channel.min},
       {"max", channel.max}, {"mean", rounded(channel.mean, 100)}, {"saturated", channel.saturated}};
@@ -196,7 +196,7 @@ std::string status(const CameraStatus& status, int viewers) {
                  {"events", events}});
 }
 
-std::string stretch(const Stretch& stretch) {
+std::string stretch(const imaging::Stretch& stretch) {
   Json message = objectOf(stretch);
   message["type"] = "stretch";
   return textOf(message);
@@ -219,9 +219,9 @@ std::string statistics(const FrameReport& report, const std::optional<PixelValue
                  {"pixel", under}});
 }
 
-std::string stars(const std::vector<Star>& stars, std::span<const FocusSample> course) {
+std::string stars(const std::vector<imaging::Star>& stars, std::span<const FocusSample> course) {
   Json list = Json::array();
-  for (const Star& star : stars) {
+  for (const imaging::Star& star : stars) {
     list.push_back({{"x", rounded(star.x, 100)},
                     {"y", rounded(star.y, 100)},
                     {"hfr", rounded(star.hfr, 100)},

@@ -21,15 +21,15 @@ struct Hello {
   std::string you;
   CameraIdentity camera;
   std::shared_ptr<const ServedCamera::Description> description;  ///< null if it is not open
-  Stretch stretch;
+  imaging::Stretch stretch;
   std::vector<TemperatureSample> temperatures;
   GuideWiring wiring = kUsualWiring;
 };
 std::string hello(const Hello& hello);
 std::string status(const CameraStatus& status, int viewers);
-std::string stretch(const Stretch& stretch);
+std::string stretch(const imaging::Stretch& stretch);
 std::string statistics(const FrameReport& report, const std::optional<PixelValue>& pixel);
-std::string stars(const std::vector<Star>& stars, std::span<const FocusSample> course);
+std::string stars(const std::vector<imaging::Star>& stars, std::span<const FocusSample> course);
 std::string temperature(const TemperatureSample& sample);
 std::string captures(const CaptureState& state);
 std::string files(const CaptureFolder::Listing& listing);

@@ -27,13 +27,13 @@ std::string switchText(const char* what, bool isOn) {
   return what + std::string(isOn ? " on" : " off");
 }
 
-std::string stretchText(const Stretch& stretch) {
+std::string stretchText(const imaging::Stretch& stretch) {
   switch (stretch.mode) {
-    case Stretch::Mode::kLinear:
+    case imaging::Stretch::Mode::kLinear:
       break;
-    case Stretch::Mode::kAuto:
+    case imaging::Stretch::Mode::kAuto:
       return "Stretch automatic";
-    case Stretch::Mode::kAsinh:
+    case imaging::Stretch::Mode::kAsinh:
       return "Stretch asinh";
   }
   return "Stretch linear";

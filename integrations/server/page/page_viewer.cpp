@@ -14,11 +14,14 @@ void PageViewer::statistics(const std::shared_ptr<const FrameReport>& report,
   if (hasRoom()) socket_->sendText(message::statistics(*report, pixel));
 }
 
-void PageViewer::stars(const std::vector<Star>& stars, std::span<const FocusSample> course) {
+void PageViewer::stars(const std::vector<imaging::Star>& stars,
+                       std::span<const FocusSample> course) {
   // Also on a slow line: the course has to arrive whole.
   socket_->sendText(message::stars(stars, course));
 }
 
-void PageViewer::stretch(const Stretch& stretch) { socket_->sendText(message::stretch(stretch)); }
+void PageViewer::stretch(const imaging::Stretch& stretch) {
+  socket_->sendText(message::stretch(stretch));
+}
 
 }  // namespace orvik::server

@@ -26,8 +26,8 @@ class PageViewer final : public LiveViewer {
   void picture(const Picture& picture, std::shared_ptr<const std::string> jpeg) override;
   void statistics(const std::shared_ptr<const FrameReport>& report,
                   const std::optional<PixelValue>& pixel) override;
-  void stars(const std::vector<Star>& stars, std::span<const FocusSample> course) override;
-  void stretch(const Stretch& stretch) override;
+  void stars(const std::vector<imaging::Star>& stars, std::span<const FocusSample> course) override;
+  void stretch(const imaging::Stretch& stretch) override;
   [[nodiscard]] std::size_t waiting() const override { return socket_->waiting(); }
 
  private:

@@ -9,6 +9,9 @@
 #include <mutex>
 
 #include "gtest/gtest.h"
+#include "imaging/test_frame.h"
+#include "imaging/view/render.h"
+#include "integrations/server/live/jpeg_encoder.h"
 
 namespace orvik::server {
 namespace {
@@ -36,13 +39,14 @@ class Viewer final : public LiveViewer {
     pixel_ = pixel;
     changed_.notify_all();
   }
-  void stars(const std::vector<Star>& stars, std::span<const FocusSample> course) override {
+  void stars(const std::vector<imaging::Star>& stars,
+             std::span<const FocusSample> course) override {
     const std::scoped_lock lock(mutex_);
     stars_ = stars;
     course_ += course.size();
     changed_.notify_all();
   }
-  void stretch(const Stretch& stretch) override {
+  void stretch(const imaging::Stretch& stretch) override {
     const std::scoped_lock lock(mutex_);
     stretch_ = stretch;
     changed_.notify_all();
@@ -67,9 +71,9 @@ class Viewer final : public LiveViewer {
   std::shared_ptr<const std::string> jpeg_;
   std::shared_ptr<const FrameReport> report_;
   std::optional<PixelValue> pixel_;
-  std::vector<Star> stars_;
+  std::vector<imaging::Star> stars_;
   std::size_t course_ = 0;
-  Stretch stretch_;
+  imaging::Stretch stretch_;
 
  private:
   LiveView& view_;
@@ -82,7 +86,8 @@ class LiveViewTest : public ::testing::Test {
   static constexpr int kWidth = 160;
   static constexpr int kHeight = 120;
 
-  std::shared_ptr<Viewer> join(std::optional<Window> window = {}, Size place = {160, 120}) {
+  std::shared_ptr<Viewer> join(std::optional<imaging::Window> window = {},
+                               imaging::Size place = {160, 120}) {
     auto viewer = std::make_shared<Viewer>(view_);
     viewer->number = view_.add(viewer);
     view_.wish(viewer->number, {true, window, place});
@@ -124,15 +129,15 @@ class LiveViewTest : public ::testing::Test {
 TEST_F(LiveViewTest, ShowsTheSameToThoseWhoWantTheSame) {
   const auto one = join();
   const auto same = join();
-  const auto part = join(Window{32, 50, 20, 10});
+  const auto part = join(imaging::Window{32, 50, 20, 10});
   show(250);
   for (const auto& viewer : {one, same, part}) {
     ASSERT_TRUE(viewer->sees([](const Viewer& v) { return !v.pictures_.empty() && v.report_; }));
   }
   EXPECT_EQ(one->jpeg_, same->jpeg_);
   EXPECT_NE(one->jpeg_, part->jpeg_);
-  EXPECT_EQ(part->pictures_[0].part, (Window{32, 50, 20, 10}));
-  EXPECT_EQ(part->pictures_[0].whole, (Size{kWidth, kHeight}));
+  EXPECT_EQ(part->pictures_[0].part, (imaging::Window{32, 50, 20, 10}));
+  EXPECT_EQ(part->pictures_[0].whole, (imaging::Size{kWidth, kHeight}));
   EXPECT_EQ(part->pictures_[0].message, 1U);
   EXPECT_EQ(part->pictures_[0].frame, 1);
   EXPECT_NEAR(part->pictures_[0].exposure, 0.25, 1e-6);
@@ -183,7 +188,7 @@ TEST_F(LiveViewTest, ChangesAreSeenWithoutAnotherFrame) {
   const auto viewer = join();
   show();
   ASSERT_TRUE(viewer->sees([](const Viewer& v) { return !v.pictures_.empty(); }));
-  view_.wish(viewer->number, {true, Window{0, 0, 40, 40}, {160, 120}});
+  view_.wish(viewer->number, {true, imaging::Window{0, 0, 40, 40}, {160, 120}});
   ASSERT_TRUE(viewer->sees([](const Viewer& v) { return v.pictures_.back().part.width == 40; }));
   view_.point(viewer->number, {{40, 60}});
   ASSERT_TRUE(viewer->sees([](const Viewer& v) { return v.pixel_.has_value(); }));
@@ -192,8 +197,8 @@ TEST_F(LiveViewTest, ChangesAreSeenWithoutAnotherFrame) {
   ASSERT_TRUE(viewer->sees([](const Viewer& v) { return !v.pixel_.has_value(); }));
 
   const std::size_t before = viewer->pictures();
-  Stretch stretch;
-  stretch.mode = Stretch::Mode::kLinear;
+  imaging::Stretch stretch;
+  stretch.mode = imaging::Stretch::Mode::kLinear;
   stretch.white = 0.25;
   view_.setStretch(stretch);
   ASSERT_TRUE(viewer->sees(
@@ -206,7 +211,7 @@ TEST_F(LiveViewTest, ChangesAreSeenWithoutAnotherFrame) {
       viewer->sees([](const Viewer& v) { return v.course_ == 1 && !v.magnified_.empty(); }));
   ASSERT_EQ(viewer->stars_.size(), 1U);
   EXPECT_NEAR(viewer->stars_[0].x, 40, 0.3);
-  const Window magnified = viewer->magnified_[0].part;
+  const imaging::Window magnified = viewer->magnified_[0].part;
   EXPECT_TRUE(magnified.x < 40 && magnified.x + magnified.width > 40);
   // Another one who asks for stars later sees the course from its beginning.
   show();
@@ -235,6 +240,20 @@ TEST_F(LiveViewTest, NothingIsMadeOrWantedWhenNobodyLooks) {
   ASSERT_TRUE(wanted({true, false, true, true}));
   view_.remove(viewer->number);
   ASSERT_TRUE(wanted({true, false, true, true, false}));
+}
+
+TEST(LiveView, QualityOfJpegs) {
+  imaging::test::TestImage image({300, 260}, Orvik_IMG_RGB24);
+  image.fill([](int x, int y) { return (x + y) / 4; });
+  imaging::Renderer renderer;
+  imaging::StretchTable table;
+  JpegEncoder encoder;
+  const imaging::RenderPlan plan = imaging::planFor(image.source(), {}, {300, 260}, 1);
+  const auto pixels = renderer.render(image.source(), plan, table);
+  const auto good = encoder.encode(pixels, plan.size(), true, 90);
+  const auto bad = encoder.encode(pixels, plan.size(), true, 10);
+  EXPECT_EQ(good->substr(0, 3), "\xFF\xD8\xFF");
+  EXPECT_LT(bad->size(), good->size());
 }
 
 }  // namespace

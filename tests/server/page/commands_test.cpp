@@ -21,8 +21,8 @@ Command parsed(std::string_view text) {
 TEST(Commands, AreUnderstood) {
   const auto view = parsed<View>(
       R"({"do":"view","window":[-1,2,30,40],"size":[640,480],"shown":true,"more":[{}]})");
-  EXPECT_EQ(view.wish.window, (Window{-1, 2, 30, 40}));
-  EXPECT_EQ(view.wish.place, (Size{640, 480}));
+  EXPECT_EQ(view.wish.window, (imaging::Window{-1, 2, 30, 40}));
+  EXPECT_EQ(view.wish.place, (imaging::Size{640, 480}));
   EXPECT_TRUE(view.wish.isShown);
   EXPECT_FALSE(
       parsed<View>(R"({"do":"view","window":null,"size":[0,0],"shown":false})").wish.window);
@@ -30,7 +30,7 @@ TEST(Commands, AreUnderstood) {
   EXPECT_FALSE(parsed<Pointer>(R"({"do":"pointer","x":null})").pixel);
   EXPECT_EQ(parsed<Pointer>(R"({"do":"pointer","x":3,"y":4})").pixel, std::pair(3, 4));
   EXPECT_EQ(parsed<SetStretch>(R"({"do":"stretch","mode":"auto","black":7})").stretch.mode,
-            Stretch::Mode::kAuto);
+            imaging::Stretch::Mode::kAuto);
   const auto control = parsed<Control>(R"({"do":"control","control":1,"value":-5,"auto":true})");
   EXPECT_EQ(control.value, (ControlValue{-5, true}));
   const auto format =

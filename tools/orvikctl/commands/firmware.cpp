@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "tools/orvikctl/camera_choice.h"
-#include "tools/orvikctl/capture_report.h"
+#include "tools/orvikctl/capture/capture_report.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
 #include "tools/orvikctl/consent.h"

@@ -6,7 +6,7 @@
 
 #include "imaging/save_file.h"
 #include "tools/orvikctl/camera_choice.h"
-#include "tools/orvikctl/capture_report.h"
+#include "tools/orvikctl/capture/capture_report.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/commands/group.h"
 #include "tools/orvikctl/flash_progress.h"

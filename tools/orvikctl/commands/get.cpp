@@ -24,7 +24,7 @@ ExitCode get(const GetOptions& options) {
     if (options.json) {
       list.push_back(controlJson(*control, now));
     } else {
-      std::cout << control->name() << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
+      std::cout << assignmentText(*control, now) << '\n';
     }
   }
   if (options.json) std::cout << list.dump(2) << '\n';

@@ -21,15 +21,13 @@ struct GuideOptions : CommonOptions {
   std::string length;
 };
 
-/// Milliseconds; a plain number counts them.
+/// Milliseconds.
 int pulseLength(const std::string& text) {
-  const auto plain = parseInteger(text);
-  const auto timed = parseDuration(text);
-  const std::int64_t milliseconds = plain ? std::int64_t{*plain} : timed.value_or(0) / 1000;
+  const std::int64_t milliseconds = parseDuration(text).value_or(0) / 1000;
   if (milliseconds < 1 || milliseconds > ORVIK_MAX_PULSE_MS) {
     throw Failure(ExitCode::kUsage, text + ": give a pulse of 1 to " +
                                         std::to_string(ORVIK_MAX_PULSE_MS) +
-                                        " milliseconds, such as 500 or 2s.");
+                                        " milliseconds with its unit, such as 500ms or 2s.");
   }
   return static_cast<int>(milliseconds);
 }
@@ -64,7 +62,7 @@ Command addGuide(CLI::App& program) {
       ->check(unmentioned(CLI::Range(0, kLastLine)))
       ->type_name("LINE")
       ->required();
-  app->add_option("length", options->length, "Length of the pulse: 500 (milliseconds), 2s")
+  app->add_option("length", options->length, "Length of the pulse: 500ms, 2s")
       ->type_name("TIME")
       ->required();
   addCommonOptions(*app, *options, Scope::kOneCamera);

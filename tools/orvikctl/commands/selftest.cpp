@@ -125,11 +125,11 @@ class Run {
   void tryCamera(const ConnectedCamera& camera, const std::vector<ConnectedCamera>& all) {
     std::optional<int> second;
     for (const ConnectedCamera& other : all) {
-      if (other.index != camera.index && other.info && !second) second = other.index;
+      if (other.index != camera.index && other.info && !second) second = other.libraryIndex;
     }
     CameraReport report{camera.name, camera.index, camera.serial, {}};
     if (!options_.json) std::cout << headingText(report) << std::endl;
-    selftest::Subject subject(camera.index, second, conditions_);
+    selftest::Subject subject(camera.libraryIndex, second, conditions_);
     report.results = runChecks(subject, checks_, [this](const selftest::CheckResult& result) {
       if (!options_.json) std::cout << lineText(result) << std::endl;
     });

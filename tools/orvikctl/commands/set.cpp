@@ -13,8 +13,9 @@ namespace {
 
 constexpr const char* kKept =
     "A camera comes up with the settings that it was left with, but for exposures above 0.1 s, "
-    "which come up as 0.1 s, and the cooler, which comes up switched off. Virtual cameras have "
-    "settings of their own.";
+    "which come up as 0.1 s, and the cooler, which comes up switched off. Cameras with a serial "
+    "number are told apart. Virtual cameras have settings of their own. `orvikctl settings` shows, "
+    "resets and deletes them.";
 
 struct SetOptions : CommonOptions {
   std::vector<std::string> assignments;
@@ -49,7 +50,7 @@ ExitCode set(const SetOptions& options) {
     if (options.json) {
       list.push_back(controlJson(*control, now));
     } else {
-      std::cout << control->name() << '=' << now.value << (now.isAuto ? ":auto" : "") << '\n';
+      std::cout << assignmentText(*control, now) << '\n';
     }
   }
   camera.saveSettings();
@@ -65,8 +66,7 @@ Command addSet(CLI::App& program) {
       program.add_subcommand("set", "Set controls and print what the camera made of them");
   app->add_option("settings", options->assignments,
                   "For example Gain=200, Exposure=2.5s, Exposure=20ms:auto, Gain=auto. Exposures "
-                  "take us, ms, s, min; a plain number counts microseconds. Other units: see "
-                  "`orvikctl controls`")
+                  "take a unit: us, ms, s, min. Units of the others: see `orvikctl controls`")
       ->type_name("NAME=VALUE[:auto]")
       ->required();
   addCommonOptions(*app, *options, Scope::kOneCamera);

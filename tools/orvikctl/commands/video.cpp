@@ -5,9 +5,9 @@
 
 #include "imaging/frame_sink.h"
 #include "imaging/video_reader.h"
-#include "tools/orvikctl/camera_choice.h"
-#include "tools/orvikctl/capture_report.h"
-#include "tools/orvikctl/capture_setup.h"
+#include "tools/orvikctl/capture/capture_camera.h"
+#include "tools/orvikctl/capture/capture_report.h"
+#include "tools/orvikctl/capture/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
@@ -141,11 +141,9 @@ void record(Camera& camera, const VideoOptions& options, const imaging::VideoLim
 
 ExitCode video(const VideoOptions& options) {
   const imaging::VideoLimits limits = limitsOf(options);
-  const ConnectedCameras cameras(options.virtualCameras);
-  Camera camera = openCamera(cameras.choose(options.camera));
-  applyOptions(camera, options, Preference::kSpeed);
+  CaptureCamera capture(options, CaptureKind::kVideo);
   const auto sink = imaging::makeSink(options.output, limits.frames, options.overwrite);
-  record(camera, options, limits, *sink);
+  record(capture.camera(), options, limits, *sink);
   return interrupted() ? ExitCode::kInterrupted : ExitCode::kOk;
 }
 

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "orvik/orvik.h"
+#include "tools/orvikctl/capture/cooling_options.h"
+#include "tools/orvikctl/common_options.h"
+
+namespace orvik::ctl {
+
+/// Options of `snap` and `video` as typed; an empty text leaves the camera as it is.
+struct CaptureOptions : CommonOptions {
+  std::map<Orvik_CONTROL_TYPE, std::string> controls;  ///< of the controls with an option
+  std::string whiteBalance;                            ///< "RED,BLUE[:auto]"
+  std::string hotPixels;                               ///< "on" or "off"
+
+  std::string region;
+  int bin = 1;
+  std::string type;
+
+  std::optional<std::int64_t> count;
+  std::string output;
+  bool overwrite = false;
+  bool startFromDefaults = false;
+  bool quiet = false;
+
+  CoolingOptions cooling;
+
+  std::string frameKind = "light";
+  std::string filter;
+  std::string object;
+  std::string observer;
+  std::string telescope;
+};
+
+/// Adds the options; `options` must live as long as `app`.
+void addCaptureOptions(CLI::App& app, CaptureOptions& options);
+
+}  // namespace orvik::ctl
