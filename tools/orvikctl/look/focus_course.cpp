@@ -6,18 +6,13 @@
 #include <limits>
 
 #include "tools/orvikctl/look/image_report.h"
+#include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
 namespace {
 
 constexpr double kPointSeconds = 0.5;
 constexpr std::size_t kMostPoints = 1000;
-
-std::string clockText(double seconds) {
-  const auto whole = static_cast<long>(seconds);
-  const std::string rest = std::to_string(whole % 60);
-  return std::to_string(whole / 60) + (rest.size() < 2 ? ":0" : ":") + rest;
-}
 
 }  // namespace
 

@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/look/image_report.h"
 
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 #include "imaging/mosaic.h"
-
+#include "tools/orvikctl/units.h"
 namespace orvik::ctl {
-
-std::string fixedText(double value, int decimals) {
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
-  return text.data();
-}
 
 std::string measuresText(const imaging::ImageSummary& summary,
                          const std::optional<StarReading>& stars) {

@@ -18,7 +18,4 @@ std::string measuresText(const imaging::ImageSummary& summary,
 Json imageJson(const imaging::ImageSource& image, const imaging::ImageSummary& summary,
                const std::optional<StarReading>& stars);
 
-/// A number with so many decimals.
-std::string fixedText(double value, int decimals);
-
 }  // namespace orvik::ctl
