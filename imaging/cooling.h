@@ -46,6 +46,9 @@ class Cooling {
   /// Moves back to the temperature before cooling. The rest as lead().
   bool warmUp(double degreesPerMinute, const std::stop_token& stop);
 
+  /// The camera has been opened again, with its cooler off: the next ramp switches it on.
+  void reopened() { target_.reset(); }
+
   /// The temperature before cooling.
   [[nodiscard]] double startedAt() const { return startedAt_; }
   [[nodiscard]] const CoolingSample& last() const { return last_; }

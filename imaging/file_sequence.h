@@ -10,12 +10,13 @@
 
 namespace orvik::imaging {
 
-/// A file for each frame, numbered from 1. Each appears under its name when it is complete.
+/// A file for each frame, numbered from the first on. Each appears under its name when it is
+/// complete.
 class FileSequence : public FrameSink {
  public:
   /// @throws FileError if one of the files exists and may not be replaced
-  FileSequence(ImageEncoder encode, NamePattern pattern, std::optional<std::int64_t> frames,
-               bool overwrite, FileSystem& fileSystem);
+  FileSequence(ImageEncoder encode, NamePattern pattern, std::int64_t first,
+               std::optional<std::int64_t> frames, bool overwrite, FileSystem& fileSystem);
 
   void write(const Image& image) override;
   void finish() override {}
@@ -24,6 +25,7 @@ class FileSequence : public FrameSink {
  private:
   ImageEncoder encode_;
   NamePattern pattern_;
+  std::int64_t first_;
   bool overwrite_;
   FileSystem& fileSystem_;
   std::vector<std::filesystem::path> files_;

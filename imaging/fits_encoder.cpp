@@ -134,6 +134,7 @@ void writeProcessingKeys(FitsFile& fits, const ImageInfo& info) {
 
 void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("IMAGETYP", info.frameKind, "kind of frame");
+  fits.key("FILTER", info.filter, "filter in front of the sensor");
   fits.key("OBJECT", info.object, "what was observed");
   fits.key("OBSERVER", info.observer, "who observed");
   fits.key("TELESCOP", info.telescope, "telescope");

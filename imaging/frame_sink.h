@@ -33,9 +33,11 @@ class FrameSink {
 ///
 /// @param output file name; a series of single images needs a number such as `%04d` in it
 /// @param frames how many frames will come, if known
+/// @param first number of the first file
 /// @throws NameError for a name that does not fit, FileError if a file exists and may not be
 /// replaced, or the folder is missing
 std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<std::int64_t> frames,
-                                    bool overwrite, FileSystem& fileSystem = FileSystem::system());
+                                    bool overwrite, FileSystem& fileSystem = FileSystem::system(),
+                                    std::int64_t first = 1);
 
 }  // namespace orvik::imaging

@@ -37,6 +37,7 @@ struct ImageInfo {
   Processing processing;
 
   std::string frameKind = "Light Frame";  ///< FITS IMAGETYP
+  std::string filter;                     ///< in front of the sensor; may be empty
   std::string object;                     ///< what the picture shows; may be empty
   std::string observer;                   ///< may be empty
   std::string telescope;                  ///< may be empty

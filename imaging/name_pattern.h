@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace orvik::imaging {
@@ -18,7 +19,13 @@ class NamePattern {
   /// The name of file `number`, 0 or more; always the same one if the name has no number.
   [[nodiscard]] std::filesystem::path name(std::int64_t number) const;
 
+  /// The number after the highest one that a file has, 1 if there is none. The number has to stand
+  /// in the file's name, not in that of its folder.
+  [[nodiscard]] std::int64_t nextNumber() const;
+
  private:
+  [[nodiscard]] std::optional<std::int64_t> numberOf(const std::string& fileName) const;
+
   std::string before_;
   std::string after_;
   bool numbered_ = false;

@@ -73,6 +73,20 @@ TEST_F(SinkTest, ExistingFilesAreReplacedOnlyOnDemand) {
   EXPECT_EQ(filesInFolder(), 2U);
 }
 
+TEST_F(SinkTest, ASeriesGoesOnAfterTheHighestNumber) {
+  const std::string pattern = file("a-%02d.png").string();
+  EXPECT_EQ(NamePattern(pattern).nextNumber(), 1);
+  for (const char* name : {"a-03.png", "a-117.png", "a-200.fits", "b-300.png", "a-0400.png",
+                           "a-x500.png", "a-99999999999999999999.png", "a-.png"}) {
+    std::ofstream(file(name)) << "mine";
+  }
+  EXPECT_EQ(NamePattern(pattern).nextNumber(), 118) << "names that the pattern does not make";
+  const auto sink = makeSink(pattern, 2, false, FileSystem::system(), 118);
+  sink->write(image_.image());
+  sink->write(image_.image());
+  EXPECT_EQ(sink->files().back(), file("a-119.png"));
+}
+
 TEST_F(SinkTest, AFileIsReplacedOnlyWhenTheNewContentsAreOnTheDisk) {
   std::ofstream(file("a1.png")) << "mine";
   FaultyFileSystem disk;

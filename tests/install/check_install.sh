@@ -99,7 +99,7 @@ cmake --build "$place/consumer/build" >/dev/null
 echo "exported names"
 exported() { nm -D --defined-only "$library_dir/$1" | awk '$2 == "T" {sub(/@.*/, "", $3); print $3}' | grep -v '^_Z' | sort; }
 declared() { grep -oE '\b(Orvik[A-Z][A-Za-z0-9]*)\(' "$place/prefix/include/orvik/$1" | tr -d '(' | sort -u; }
-diff <({ declared orvik.h && declared orvik_service.h && declared orvik_devices.h && declared orvik_frames.h; } | sort -u | grep -v '^OrvikSim') \
+diff <({ declared orvik.h && declared orvik_service.h && declared orvik_devices.h && declared orvik_frames.h && declared orvik_settings.h; } | sort -u | grep -v '^OrvikSim') \
   <(exported liborvik.so | grep -v '^orvik_private_')
 diff <(declared orvik_sim.h | grep '^OrvikSim') <(exported liborvik_sim.so)
 

@@ -35,6 +35,16 @@ def contents(name):
         return file.read()
 
 
+def header(name):
+    """The cards of a FITS file, read by astropy; without it the test is skipped."""
+    try:
+        from astropy.io import fits
+    except ImportError:
+        raise unittest.SkipTest("astropy is not installed") from None
+    with fits.open(name) as file:
+        return dict(file[0].header)
+
+
 class InOwnFolder(unittest.TestCase):
     """Each test has an empty folder to work in, and settings of its own."""
 

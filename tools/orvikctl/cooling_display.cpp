@@ -29,6 +29,16 @@ std::string faultText(Orvik_COOLER_FAULT fault) {
   return "";
 }
 
+void CoolerFaultNotes::note(Orvik_COOLER_FAULT fault) {
+  if (fault == fault_) return;
+  fault_ = fault;
+  if (fault == Orvik_COOLER_NO_FAULT) {
+    std::cerr << "the temperature can be read again: cooling goes on\n";
+  } else {
+    std::cerr << "no cooling: " << faultText(fault) << "; the power has been taken away\n";
+  }
+}
+
 std::string coolingText(const imaging::CoolingSample& sample) {
   const auto seconds = static_cast<long>(sample.seconds);
   std::array<char, 96> text{};

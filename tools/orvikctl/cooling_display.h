@@ -13,6 +13,15 @@ namespace orvik::ctl {
 /// What a fault means, in words.
 std::string faultText(Orvik_COOLER_FAULT fault);
 
+/// Says on standard error when a cooler's fault begins, and when it ends.
+class CoolerFaultNotes {
+ public:
+  void note(Orvik_COOLER_FAULT fault);
+
+ private:
+  Orvik_COOLER_FAULT fault_ = Orvik_COOLER_NO_FAULT;
+};
+
 /// "0:42  12.3 degC  target 11 degC  power 38 %", and a fault if there is one.
 std::string coolingText(const imaging::CoolingSample& sample);
 

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <exception>
-#include <iostream>
-#include <string>
 
-#include "imaging/errors.h"
-#include "orvik/orvik.hpp"
 #include "tools/orvikctl/command_line.h"
-#include "tools/orvikctl/exit_code.h"
 #include "tools/orvikctl/interrupt.h"
+#include "tools/orvikctl/report_failure.h"
 
 namespace {
 
@@ -28,31 +24,13 @@ int run(int argc, char** argv) {
   return static_cast<int>(ExitCode::kInternal);
 }
 
-int fail(ExitCode code, const std::string& message) {
-  std::cerr << "orvikctl: " << message << '\n';
-  return static_cast<int>(code);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   orvik::ctl::catchInterrupts();
   try {
     return run(argc, argv);
-  } catch (const orvik::ctl::Failure& failure) {
-    return fail(failure.code(), failure.what());
-  } catch (const orvik::Error& error) {
-    return fail(orvik::ctl::exitCodeOf(error.orvikCode()), error.what());
-  } catch (const orvik::imaging::NameError& error) {
-    return fail(ExitCode::kUsage, std::string("--output ") + error.what());
-  } catch (const orvik::imaging::FileExists& error) {
-    return fail(ExitCode::kFileFailed,
-                std::string(error.what()) + " Choose another --output, or add --overwrite.");
-  } catch (const orvik::imaging::FileError& error) {
-    return fail(ExitCode::kFileFailed, error.what());
-  } catch (const std::exception& error) {
-    return fail(ExitCode::kInternal, error.what());
   } catch (...) {
-    return fail(ExitCode::kInternal, "unknown fault");
+    return static_cast<int>(orvik::ctl::reportFailure(std::current_exception()));
   }
 }

@@ -4,19 +4,13 @@
 #include <unistd.h>
 
 #include <array>
-#include <cmath>
+
+#include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
 namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(200);
-
-std::string clockText(double seconds) {
-  const auto whole = static_cast<long>(std::ceil(seconds));
-  std::array<char, 40> text{};
-  std::snprintf(text.data(), text.size(), "%ld:%02ld", whole / 60, whole % 60);
-  return text.data();
-}
 
 }  // namespace
 

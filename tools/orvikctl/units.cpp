@@ -85,6 +85,35 @@ std::optional<Setting> parseSetting(std::string_view text) {
   return Setting{std::string(text), isAuto};
 }
 
+std::string fixedText(double value, int digits) {
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+  return text.data();
+}
+
+std::string clockText(double seconds) {
+  const auto whole = static_cast<long>(std::ceil(seconds));
+  std::array<char, 64> text{};
+  if (whole < 3600) {
+    std::snprintf(text.data(), text.size(), "%ld:%02ld", whole / 60, whole % 60);
+  } else {
+    std::snprintf(text.data(), text.size(), "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60,
+                  whole % 60);
+  }
+  return text.data();
+}
+
+std::string durationText(std::int64_t microseconds) {
+  const auto in = [&](std::int64_t unit, const char* suffix) {
+    std::string text = std::to_string(microseconds / unit);
+    std::string fraction = std::to_string(unit + microseconds % unit).substr(1);
+    fraction.erase(fraction.find_last_not_of('0') + 1);
+    return text + (fraction.empty() ? "" : "." + fraction) + suffix;
+  };
+  if (microseconds < 1000) return std::to_string(microseconds) + "us";
+  return microseconds < 1'000'000 ? in(1000, "ms") : in(1'000'000, "s");
+}
+
 std::string foldName(std::string_view text) {
   std::string folded;
   for (const char letter : text) {

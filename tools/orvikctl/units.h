@@ -39,6 +39,15 @@ std::optional<std::int32_t> parseInteger(std::string_view text);
 /// Splits a trailing ":auto" off. Nothing if there is neither a value nor "auto".
 std::optional<Setting> parseSetting(std::string_view text);
 
+/// "12.50" for 12.5 and two digits.
+std::string fixedText(double value, int digits);
+
+/// Seconds, 0 or more, as "3:07" or "1:03:07".
+std::string clockText(double seconds);
+
+/// A length of time as short as it is exact: "300s", "2.5s", "20ms", "64us".
+std::string durationText(std::int64_t microseconds);
+
 /// The text in lower case without spaces, '-' and '_', so that "cooler-on" finds "Cooler on".
 std::string foldName(std::string_view text);
 

@@ -7,6 +7,8 @@
 #include <system_error>
 
 #include "imaging/unplugged.h"
+#include "tools/orvikctl/interrupt.h"
+#include "tools/orvikctl/report_failure.h"
 
 namespace orvik::ctl {
 namespace {
@@ -25,13 +27,16 @@ std::optional<Device> findDevice(const std::string& name, const std::string& ser
 }  // namespace
 
 CaptureCamera::CaptureCamera(const CaptureOptions& options, CaptureKind kind)
-    : options_(options), kind_(kind), connected_(options.virtualCameras) {
+    : options_(&options), kind_(kind), connected_(options.virtualCameras) {
   const ConnectedCamera& chosen = connected_.choose(options.camera);
   label_ = chosen.label();
   serial_ = chosen.serial;
   port_ = chosen.port;
+  const auto cooling = coolingPlanOf(options.cooling);
   camera_ = openCamera(chosen);
+  if (cooling) requireTarget(camera_, cooling->target);
   setUp();
+  if (cooling) cooling_.emplace(camera_, *cooling, options.quiet);
 }
 
 CaptureCamera::~CaptureCamera() {
@@ -40,7 +45,41 @@ CaptureCamera::~CaptureCamera() {
 
 bool CaptureCamera::isUnplugged() const { return imaging::wasUnplugged(camera_); }
 
+void CaptureCamera::use(const CaptureOptions& options) {
+  options_ = &options;
+  setUp();
+}
+
+ExitCode CaptureCamera::run(const std::function<ExitCode()>& work) {
+  if (!cooling_) return work();
+  ExitCode code = ExitCode::kInterrupted;
+  try {
+    if (cooling_->coolDown(interruption())) code = work();
+  } catch (...) {
+    code = reportFailure(std::current_exception());
+  }
+  return warmUp(code);
+}
+
+ExitCode CaptureCamera::warmUp(ExitCode code) {
+  if (!camera_.isOpen() || isUnplugged()) return code;
+  try {
+    if (!cooling_->warmUp() && code == ExitCode::kOk) return ExitCode::kInterrupted;
+  } catch (...) {
+    const ExitCode second = reportFailure(std::current_exception());
+    if (code == ExitCode::kOk) return second;
+  }
+  return code;
+}
+
 bool CaptureCamera::comeBack(const std::stop_token& stop) {
+  if (!waitForDevice(stop)) return false;
+  setUp();
+  std::cerr << label_ << " is back\n";
+  return !cooling_ || cooling_->coolDownAgain(stop);
+}
+
+bool CaptureCamera::waitForDevice(const std::stop_token& stop) {
   constexpr auto kStep = std::chrono::milliseconds(100);
   // The system may still be setting the permissions of a device that it lists already.
   constexpr auto kOpening = std::chrono::seconds(5);
@@ -60,11 +99,16 @@ bool CaptureCamera::comeBack(const std::stop_token& stop) {
     if (!sleepFor(kStep, stop)) return false;
   } while (std::chrono::steady_clock::now() < deadline);
   if (error) camera_ = Camera::open(device->port);  // throws what is wrong
-  setUp();
-  std::cerr << label_ << " is back\n";
   return true;
 }
 
-void CaptureCamera::setUp() { replaced_ = applyOptions(camera_, options_, kind_); }
+void CaptureCamera::setUp() {
+  for (const Replaced& now : applyOptions(camera_, *options_, kind_)) {
+    // What is restored at the end is the value from before the first time.
+    const bool isKnown =
+        std::ranges::any_of(replaced_, [&](const Replaced& one) { return one.type == now.type; });
+    if (!isKnown) replaced_.push_back(now);
+  }
+}
 
 }  // namespace orvik::ctl

@@ -59,6 +59,11 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
       ->type_name(typeName)
       ->group(group);
   addControlOptions(app, options, ControlOption::Group::kImage, group);
+  app.add_option("--hot-pixels", options.hotPixels,
+                 "Whether hot pixels that the camera remembers are mended [on]")
+      ->check(oneOf(kOffOn))
+      ->type_name("on|off")
+      ->group(group);
 }
 
 void addFileOptions(CLI::App& app, CaptureOptions& options) {
@@ -73,6 +78,9 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("--kind", options.frameKind, "Kind of frame, for the FITS header [light]")
       ->check(unmentioned(CLI::IsMember({"light", "dark", "bias", "flat"})))
       ->type_name("light|dark|bias|flat")
+      ->group(group);
+  app.add_option("--filter", options.filter, "Filter in use, for the file's header")
+      ->type_name("NAME")
       ->group(group);
   app.add_option("--object", options.object, "What is observed, for the file's header")
       ->group(group);
@@ -95,6 +103,7 @@ void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
                "with");
   addSensorOptions(app, options);
   addImageOptions(app, options);
+  addCoolingOptions(app, options.cooling);
   addFileOptions(app, options);
   addCommonOptions(app, options, Scope::kOneCamera);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "orvik/orvik.h"
+#include "tools/orvikctl/capture/cooling_options.h"
 #include "tools/orvikctl/common_options.h"
 
 namespace orvik::ctl {
@@ -15,6 +16,7 @@ namespace orvik::ctl {
 struct CaptureOptions : CommonOptions {
   std::map<Orvik_CONTROL_TYPE, std::string> controls;  ///< of the controls with an option
   std::string whiteBalance;                            ///< "RED,BLUE[:auto]"
+  std::string hotPixels;                               ///< "on" or "off"
 
   std::string region;
   int bin = 1;
@@ -26,7 +28,10 @@ struct CaptureOptions : CommonOptions {
   bool startFromDefaults = false;
   bool quiet = false;
 
+  CoolingOptions cooling;
+
   std::string frameKind = "light";
+  std::string filter;
   std::string object;
   std::string observer;
   std::string telescope;

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "tools/orvikctl/json.h"
+#include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
 namespace {
@@ -15,12 +16,6 @@ std::uintmax_t sizeOf(const std::filesystem::path& file) {
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(file, error);
   return error ? 0 : size;
-}
-
-std::string fixed(double value, int digits) {
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.*f", digits, value);
-  return text.data();
 }
 
 void printJson(const CaptureReport& report) {
@@ -37,16 +32,25 @@ void printJson(const CaptureReport& report) {
   json["type"] = imaging::imageType(report.info.type).name;
   json["exposureUs"] = report.info.exposure.count();
   json["gain"] = report.info.gain;
+  if (report.brightness) json["brightness"] = brightnessJson(*report.brightness);
   json["files"] = std::move(files);
   std::cout << json.dump(2) << '\n';
 }
 
+/// Three significant digits: "0.000123", "3.14".
+std::string shortText(double value) {
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%.3g", value);
+  return text.data();
+}
+
 void printText(const CaptureReport& report) {
   std::cout << report.frames << (report.frames == 1 ? " frame in " : " frames in ")
-            << fixed(report.seconds, 2) << " s";
-  if (report.rate) std::cout << ", " << fixed(*report.rate, 1) << " frames/s";
+            << fixedText(report.seconds, 2) << " s";
+  if (report.rate) std::cout << ", " << fixedText(*report.rate, 1) << " frames/s";
   if (report.lost) std::cout << ", " << *report.lost << " lost";
   std::cout << '\n';
+  if (report.brightness) std::cout << brightnessText(*report.brightness) << '\n';
   if (report.files.empty()) return;
   std::uintmax_t bytes = 0;
   for (const auto& file : report.files) bytes += sizeOf(file);
@@ -63,6 +67,43 @@ void printReport(const CaptureReport& report, bool json) {
   } else {
     printText(report);
   }
+  std::cout << std::flush;
+  warnOfBrightness(report.brightness, report.info.frameKind);
+}
+
+Json brightnessJson(const SeriesBrightness& brightness) {
+  const Brightness& last = brightness.last;
+  Json json = {{"min", last.min},
+               {"median", last.median},
+               {"max", last.max},
+               {"saturated", last.saturated},
+               {"depth", last.depth}};
+  json["series"] = {{"images", brightness.images},
+                    {"min", brightness.min},
+                    {"lowestMedian", brightness.lowestMedian},
+                    {"highestMedian", brightness.highestMedian},
+                    {"max", brightness.max},
+                    {"mostSaturated", brightness.mostSaturated}};
+  return json;
+}
+
+std::string brightnessText(const SeriesBrightness& brightness) {
+  const auto share = [](double part) { return shortText(100 * part) + " %"; };
+  const Brightness& last = brightness.last;
+  std::string text = "min " + std::to_string(last.min) + ", median " + fixedText(last.median, 0) +
+                     ", max " + std::to_string(last.max) + " of " + std::to_string(last.depth) +
+                     ", saturated " + share(last.saturated);
+  if (brightness.images < 2) return text;
+  return text + "; all images: min " + std::to_string(brightness.min) + ", median " +
+         fixedText(brightness.lowestMedian, 0) + " to " + fixedText(brightness.highestMedian, 0) +
+         ", max " + std::to_string(brightness.max) + ", saturated up to " +
+         share(brightness.mostSaturated);
+}
+
+void warnOfBrightness(const std::optional<SeriesBrightness>& brightness, const std::string& kind) {
+  if (!brightness) return;
+  const std::string warning = brightnessWarning(*brightness, kind);
+  if (!warning.empty()) std::cerr << "warning: " << warning << '\n';
 }
 
 std::string sizeText(std::uintmax_t bytes) {
@@ -74,7 +115,7 @@ std::string sizeText(std::uintmax_t bytes) {
     value /= 1000;
     ++unit;
   }
-  return fixed(value, 1) + " " + kUnits[unit];
+  return fixedText(value, 1) + " " + kUnits[unit];
 }
 
 }  // namespace orvik::ctl

@@ -12,6 +12,7 @@ Command addInfo(CLI::App& program);
 Command addControls(CLI::App& program);
 Command addGet(CLI::App& program);
 Command addSet(CLI::App& program);
+Command addSettings(CLI::App& program);
 Command addSnap(CLI::App& program);
 Command addVideo(CLI::App& program);
 Command addGuide(CLI::App& program);

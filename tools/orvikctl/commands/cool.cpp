@@ -6,6 +6,7 @@
 
 #include "imaging/cooling.h"
 #include "tools/orvikctl/camera_choice.h"
+#include "tools/orvikctl/capture/sensor_cooling.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/cooling_display.h"
 #include "tools/orvikctl/help_text.h"
@@ -20,7 +21,7 @@ constexpr double kNear = 1;  // degrees: as close as the regulation holds a temp
 
 struct CoolOptions : CommonOptions {
   int target = 0;
-  double rate = 3;
+  double rate = kDefaultRamp;
   std::string duration;
   std::string every = "10s";
   bool noWarmUp = false;
@@ -32,40 +33,6 @@ double secondsOf(const std::string& text, const char* option) {
   if (microseconds && *microseconds > 0) return static_cast<double>(*microseconds) / 1e6;
   throw Failure(ExitCode::kUsage,
                 std::string(option) + " " + text + ": give a time such as 90s or 20min.");
-}
-
-/// Shows how cooling proceeds, and reports a fault once when it begins and once when it ends.
-class Reporter {
- public:
-  explicit Reporter(CoolingDisplay& display) : display_(display) {}
-
-  void operator()(const imaging::CoolingSample& sample) {
-    if (sample.fault != fault_) tell(sample.fault);
-    fault_ = sample.fault;
-    display_.show(sample);
-  }
-
- private:
-  static void tell(Orvik_COOLER_FAULT fault) {
-    if (fault == Orvik_COOLER_NO_FAULT) {
-      std::cerr << "the temperature can be read again: cooling goes on\n";
-    } else {
-      std::cerr << "no cooling: " << faultText(fault) << "; the power has been taken away\n";
-    }
-  }
-
-  CoolingDisplay& display_;
-  Orvik_COOLER_FAULT fault_ = Orvik_COOLER_NO_FAULT;
-};
-
-void checkTarget(const Camera& camera, int target) {
-  const Control* control = camera.control(Orvik_CTL_TARGET_TEMP);
-  if (control == nullptr) throw Failure(ExitCode::kUsage, "this camera has no cooler.");
-  if (target < control->min() || target > control->max()) {
-    throw Failure(ExitCode::kUsage, "this camera's cooler takes targets from " +
-                                        std::to_string(control->min()) + " to " +
-                                        std::to_string(control->max()) + " degC.");
-  }
 }
 
 Json resultOf(const imaging::Cooling& cooling, int target, const imaging::CoolingSample& coldest) {
@@ -86,14 +53,18 @@ ExitCode cool(const CoolOptions& options) {
   CoolingDisplay display(options.json, secondsOf(options.every, "--every"));
   const ConnectedCameras cameras(options.virtualCameras);
   Camera camera = openCamera(cameras.choose(options.camera));
-  checkTarget(camera, options.target);
+  requireTarget(camera, options.target);
 
-  imaging::Cooling cooling(camera, Reporter(display));
+  CoolerFaultNotes faults;
+  imaging::Cooling cooling(camera, [&](const imaging::CoolingSample& sample) {
+    faults.note(sample.fault);
+    display.show(sample);
+  });
   bool complete = cooling.lead(options.target, options.rate, duration, interruption());
   const imaging::CoolingSample held = cooling.last();
   if (!options.noWarmUp) {
-    std::cerr << "warming up; Ctrl-C ends at once\n";
     catchInterrupts();  // the first Ctrl-C has asked for this
+    std::cerr << "warming up; Ctrl-C ends at once\n";
     complete = cooling.warmUp(options.rate, interruption()) && complete;
   }
   if (options.json) std::cout << resultOf(cooling, options.target, held).dump(2) << '\n';
@@ -122,8 +93,8 @@ Command addCool(CLI::App& program) {
       ->type_name("TIME");
   addCommonOptions(*app, *options, Scope::kOneCamera);
   app->footer(
-      "The cooler works while this command runs; whatever ends it takes the power away. Programs\n"
-      "that capture cool by themselves: see `TargetTemp` and `Cooler on` in `orvikctl controls`.\n"
+      "The cooler works while this command runs; whatever ends it takes the power away. `snap`,\n"
+      "`video` and `sequence` cool by themselves: see their --cool.\n"
       "\n"
       "Examples:\n"
       "  orvikctl cool --target -10 --rate 2\n"

@@ -15,9 +15,9 @@ namespace orvik::ctl {
 
 /// Which part of an image is shown, and how.
 struct LookOptions {
-  bool isLinear = false;       ///< without a stretch
+  bool isLinear = false;         ///< without a stretch
   std::optional<Region> crop{};  ///< pixels of the image
-  double zoom = 1;             ///< 1 or more: the middle of that, one zoomth of its size
+  double zoom = 1;               ///< 1 or more: the middle of that, one zoomth of its size
 };
 
 /// Makes pictures of one image after the other, with a stretch that follows them.
