@@ -122,6 +122,17 @@ class FocusTest(InOwnFolder):
             self.assertLessEqual(frame["best"], frame["hfr"])
         self.assertIn("best HFR %.2f" % frames[-1]["best"], told)
 
+    def test_tells_where_the_focus_is(self):
+        # The telescope goes through the focus in the middle of the time.
+        frames, _ = self.lines("--exposure", "50ms", "--gain", "100", "--duration", "6s",
+                               sim="T15C,scene=stars,focus=5:-5:6")
+        radii = [frame["hfr"] for frame in frames if frame["hfr"]]
+        best = radii.index(min(radii))
+        self.assertEqual(frames[-1]["best"], radii[best])
+        self.assertTrue(0.15 < best / len(radii) < 0.7, radii)
+        self.assertGreater(radii[0], 1.5 * radii[best])
+        self.assertGreater(radii[-1], 1.5 * radii[best])
+
     def test_follows_the_brightest_star(self):
         frames, _ = self.lines("--exposure", "50ms", "--gain", "100", "-n", "4", "--follow")
         self.assertLess(frames[-1]["stars"], frames[0]["stars"])
