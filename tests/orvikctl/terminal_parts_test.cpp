@@ -32,9 +32,9 @@ TEST(Plot, LeavesOutWhatIsNoNumber) {
 
 TEST(RedrawnArea, DrawsOverWhatItHasDrawn) {
   RedrawnArea area;
-  EXPECT_EQ(area.draw({"one", "two", "three"}), "\rone\033[K\n\rtwo\033[K\n\rthree\033[K\n");
+  EXPECT_EQ(area.draw({"one", "two", "three"}), "\r\033[Kone\n\r\033[Ktwo\n\r\033[Kthree\n");
   EXPECT_EQ(area.draw({"1", "2"}, Graphics{1, 5, "PICTURE", "REMOVE"}),
-            "\033[3AREMOVE\r1\033[K\n\r2\033[K\n\033[J\0337\033[1A\033[5CPICTURE\0338");
+            "\033[3AREMOVE\r\033[K1\n\r\033[K2\n\033[J\0337\033[1A\033[5CPICTURE\0338");
 }
 
 TEST(TerminalKind, FollowsTheEnvironment) {
