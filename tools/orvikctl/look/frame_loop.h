@@ -10,8 +10,8 @@
 namespace orvik::ctl {
 
 /// The frames of a camera one after the other, for commands that look at them: those of a video or,
-/// for exposures of a second and longer that are not automatic, snapshots, each of which begins when
-/// it is waited for.
+/// for exposures of a second and longer that are not automatic, snapshots, each of which begins
+/// when it is waited for.
 class FrameLoop {
  public:
   /// @param limit how long the loop runs, counted from now; nothing for no limit
