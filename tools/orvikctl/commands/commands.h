@@ -13,6 +13,7 @@ Command addControls(CLI::App& program);
 Command addGet(CLI::App& program);
 Command addSet(CLI::App& program);
 Command addSnap(CLI::App& program);
+Command addSequence(CLI::App& program);
 Command addVideo(CLI::App& program);
 Command addGuide(CLI::App& program);
 Command addDark(CLI::App& program);
