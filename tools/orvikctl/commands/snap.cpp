@@ -78,6 +78,7 @@ class Series {
     } catch (...) {
       fault = std::current_exception();
     }
+    stills_.clearProgress();
     if (!fault || done_ > 0) report(std::chrono::duration<double>(Clock::now() - begun).count());
     if (fault) std::rethrow_exception(fault);
     return complete ? ExitCode::kOk : ExitCode::kInterrupted;
@@ -142,6 +143,7 @@ ExitCode snap(const SnapOptions& options) {
   static_cast<void>(settingsOf(options));
   static_cast<void>(flatTargetOf(options));
   CaptureCamera camera(options, CaptureKind::kImages);
+  if (!options.targetAdu.empty()) camera.restoreAtEnd(Orvik_CTL_EXPOSURE);
   const std::int64_t first =
       options.continueNumbers ? imaging::NamePattern(options.output).nextNumber() : 1;
   const auto sink = imaging::makeSink(options.output, options.count.value_or(1), options.overwrite,
