@@ -126,6 +126,42 @@ class RecordingTest(InOwnFolder):
             self.assertEqual((int(row["start_x"]) - int(rows[0]["start_x"])) % 2, 0)
         self.assertEqual(run("video", "--track", "-o", "b.ser", code=2)[0], "")
 
+    def test_says_why_the_rate_is_what_it_is(self):
+        cases = ((["--roi", "320x240", "--exposure", "50ms"], "T15C", "exposure"),
+                 (["--roi", "320x240", "--exposure", "1ms"], "T15C", "readout"),
+                 (["--exposure", "1ms"], "T15C,port=usb2", "bandwidth"))
+        for number, (options, sim, cause) in enumerate(cases):
+            report = result("video", *options, "--duration", "1s", "-o", f"{number}.ser", sim=sim)
+            limit = report["rateLimit"]
+            self.assertEqual(limit["by"], cause)
+            if report["lost"] == 0:
+                ratio = report["framesPerSecond"] / limit["framesPerSecond"]
+                self.assertAlmostEqual(ratio, 1, delta=0.05)
+            self.assertIn(limit["text"], contents(f"{number}.txt").decode("ascii"))
+        # What was tried to find out is as before.
+        controls = {one["name"]: one for one in result("controls")}
+        self.assertEqual((controls["BandWidth"]["value"], controls["BandWidth"]["auto"],
+                          controls["HighSpeedMode"]["value"]), (100, True, 0))
+        report, _ = run("video", "--exposure", "1ms:auto", "--roi", "320x240", "--duration", "500ms",
+                        "-o", "auto.ser", "--no-sidecar")
+        self.assertRegex(report, r"automatic exposure: [\d.]+ m?u?s")
+        self.assertFalse(os.path.exists("auto.txt"))
+
+    def test_a_text_beside_the_video_tells_its_facts(self):
+        run(*SMALL, "--count", "60", "--object", "Mars", "--gain", "77", "--resume", "-o", "a.ser",
+            sim="T15C,fault=bulk replug 300 at 40")
+        texts = {name: contents(name).decode("ascii").splitlines() for name in ("a.txt", "a-2.txt")}
+        for text, frames in ((texts["a.txt"], 39), (texts["a-2.txt"], 21)):
+            self.assertEqual(text[0], "[Vek T15C]")
+            self.assertIn(f"FrameCount={frames}", text)
+            for line in ("Object=Mars", "Gain=77", "Exposure=2.000ms", "BayerPattern=RGGB",
+                         "ROIOffset=492,368", "USB=3"):
+                self.assertIn(line, text)
+        os.remove("a.ser")
+        _, message = run(*SMALL, "--count", "5", "-o", "a.ser", code=6)
+        self.assertIn("a.txt exists", message)
+        self.assertFalse(os.path.exists("a.ser"))
+
     @unittest.skipUnless(shutil.which("ffmpeg"), "there is no ffmpeg")
     def test_other_programs_read_the_streams(self):
         inputs = {"raw": ["-f", "rawvideo", "-pixel_format", "bayer_rggb8", "-video_size",

@@ -103,17 +103,6 @@ std::string clockText(double seconds) {
   return text.data();
 }
 
-std::string durationText(std::int64_t microseconds) {
-  const auto in = [&](std::int64_t unit, const char* suffix) {
-    std::string text = std::to_string(microseconds / unit);
-    std::string fraction = std::to_string(unit + microseconds % unit).substr(1);
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    return text + (fraction.empty() ? "" : "." + fraction) + suffix;
-  };
-  if (microseconds < 1000) return std::to_string(microseconds) + "us";
-  return microseconds < 1'000'000 ? in(1000, "ms") : in(1'000'000, "s");
-}
-
 std::string foldName(std::string_view text) {
   std::string folded;
   for (const char letter : text) {

@@ -45,9 +45,6 @@ std::string fixedText(double value, int digits);
 /// Seconds, 0 or more, as "3:07" or "1:03:07".
 std::string clockText(double seconds);
 
-/// A length of time as short as it is exact: "300s", "2.5s", "20ms", "64us".
-std::string durationText(std::int64_t microseconds);
-
 /// The text in lower case without spaces, '-' and '_', so that "cooler-on" finds "Cooler on".
 std::string foldName(std::string_view text);
 

@@ -16,6 +16,16 @@ constexpr double kBrightDark = 0.125;
 
 }  // namespace
 
+SeriesBrightness merged(const SeriesBrightness& one, const SeriesBrightness& other) {
+  return {.last = other.last,
+          .min = std::min(one.min, other.min),
+          .lowestMedian = std::min(one.lowestMedian, other.lowestMedian),
+          .highestMedian = std::max(one.highestMedian, other.highestMedian),
+          .max = std::max(one.max, other.max),
+          .mostSaturated = std::max(one.mostSaturated, other.mostSaturated),
+          .images = one.images + other.images};
+}
+
 Brightness brightnessOf(const imaging::ValueCounts& counts) {
   const auto first = counts.of(0);
   std::vector<std::uint32_t> all(first.begin(), first.end());
@@ -63,19 +73,11 @@ double centralLevel(const imaging::ImageSource& image) {
   return brightnessOf(counts).median / counts.depth();
 }
 
-const Brightness& BrightnessMeter::measure(const imaging::ImageSource& image) {
+void BrightnessMeter::measure(const imaging::ImageSource& image) {
   counts_.count(image);
   const Brightness now = brightnessOf(counts_);
-  if (!result_) result_ = {now, now.min, now.median, now.median, now.max, now.saturated, 0};
-  SeriesBrightness& all = *result_;
-  all.last = now;
-  all.min = std::min(all.min, now.min);
-  all.lowestMedian = std::min(all.lowestMedian, now.median);
-  all.highestMedian = std::max(all.highestMedian, now.median);
-  all.max = std::max(all.max, now.max);
-  all.mostSaturated = std::max(all.mostSaturated, now.saturated);
-  ++all.images;
-  return all.last;
+  const SeriesBrightness alone{now, now.min, now.median, now.median, now.max, now.saturated, 1};
+  result_ = result_ ? merged(*result_, alone) : alone;
 }
 
 void BrightnessMeter::measureIfDue(const imaging::ImageSource& image) {

@@ -30,6 +30,9 @@ struct SeriesBrightness {
   std::int64_t images = 0;
 };
 
+/// Of both; the last image is that of the second.
+SeriesBrightness merged(const SeriesBrightness& one, const SeriesBrightness& other);
+
 Brightness brightnessOf(const imaging::ValueCounts& counts);
 
 /// The median of the central part of an image: half its width and half its height, where a
@@ -42,7 +45,7 @@ double centralLevel(const imaging::ImageSource& image);
 class BrightnessMeter {
  public:
   /// Measures an image.
-  const Brightness& measure(const imaging::ImageSource& image);
+  void measure(const imaging::ImageSource& image);
 
   /// Measures an image of a video, unless that would take more than two percent of the time, or
   /// the last one was measured less than a quarter of a second ago. The first one is measured.

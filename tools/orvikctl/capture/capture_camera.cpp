@@ -50,6 +50,10 @@ void CaptureCamera::use(const CaptureOptions& options) {
   setUp();
 }
 
+void CaptureCamera::restoreAtEnd(Orvik_CONTROL_TYPE type) {
+  if (camera_.control(type) != nullptr) remember({type, camera_.read(type)});
+}
+
 ExitCode CaptureCamera::run(const std::function<ExitCode()>& work) {
   if (!cooling_) return work();
   ExitCode code = ExitCode::kInterrupted;
@@ -103,12 +107,14 @@ bool CaptureCamera::waitForDevice(const std::stop_token& stop) {
 }
 
 void CaptureCamera::setUp() {
-  for (const Replaced& now : applyOptions(camera_, *options_, kind_)) {
-    // What is restored at the end is the value from before the first time.
-    const bool isKnown =
-        std::ranges::any_of(replaced_, [&](const Replaced& one) { return one.type == now.type; });
-    if (!isKnown) replaced_.push_back(now);
-  }
+  for (const Replaced& now : applyOptions(camera_, *options_, kind_)) remember(now);
+}
+
+void CaptureCamera::remember(const Replaced& now) {
+  // What is restored at the end is the value from before the first time.
+  const bool isKnown =
+      std::ranges::any_of(replaced_, [&](const Replaced& one) { return one.type == now.type; });
+  if (!isKnown) replaced_.push_back(now);
 }
 
 }  // namespace orvik::ctl

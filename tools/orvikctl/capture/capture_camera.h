@@ -46,6 +46,9 @@ class CaptureCamera {
   /// @throws Failure, Error as the constructor
   void use(const CaptureOptions& options);
 
+  /// Restores a control at the end that the command is going to change by itself.
+  void restoreAtEnd(Orvik_CONTROL_TYPE type);
+
   /// Whether the camera has been unplugged since it was opened.
   [[nodiscard]] bool isUnplugged() const;
 
@@ -59,6 +62,7 @@ class CaptureCamera {
  private:
   bool waitForDevice(const std::stop_token& stop);
   void setUp();
+  void remember(const Replaced& now);
   ExitCode warmUp(ExitCode code);
 
   const CaptureOptions* options_;

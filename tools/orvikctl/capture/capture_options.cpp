@@ -18,11 +18,15 @@ auto oneOf(const Text& words) {
   return unmentioned(CLI::IsMember(std::vector<std::string>(words.begin(), words.end())));
 }
 
+/// Whether the command takes images of one kind, or a sequence whose steps bring their own.
+enum class Kinds { kOne, kSteps };
+
 /// Adds the options of this group that set one control each.
 void addControlOptions(CLI::App& app, CaptureOptions& options, ControlOption::Group group,
-                       const char* heading) {
+                       const char* heading, Kinds kinds) {
   forEachControlOption([&](Orvik_CONTROL_TYPE type, const ControlOption& option) {
     if (option.group != group) return;
+    if (type == Orvik_CTL_EXPOSURE && kinds == Kinds::kSteps) return;
     CLI::Option* const added =
         app.add_option(option.name, options.controls[type], option.description)
             ->type_name(option.typeName)
@@ -31,9 +35,9 @@ void addControlOptions(CLI::App& app, CaptureOptions& options, ControlOption::Gr
   });
 }
 
-void addSensorOptions(CLI::App& app, CaptureOptions& options) {
+void addSensorOptions(CLI::App& app, CaptureOptions& options, Kinds kinds) {
   const auto* group = "Exposure and sensor";
-  addControlOptions(app, options, ControlOption::Group::kSensor, group);
+  addControlOptions(app, options, ControlOption::Group::kSensor, group, kinds);
   app.add_option("--wb", options.whiteBalance, "White balance, 1 to 99 each; 50 is neutral")
       ->type_name("RED,BLUE[:auto]")
       ->group(group);
@@ -59,7 +63,7 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
       ->check(oneOf(types))
       ->type_name(typeName)
       ->group(group);
-  addControlOptions(app, options, ControlOption::Group::kImage, group);
+  addControlOptions(app, options, ControlOption::Group::kImage, group, Kinds::kOne);
   app.add_option("--hot-pixels", options.hotPixels,
                  "Whether hot pixels that the camera remembers are mended [on]")
       ->check(oneOf(kOffOn))
@@ -88,12 +92,23 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("--filter", options.filter, "Filter in use, for the file's header")
       ->type_name("NAME")
       ->group(group);
+}
+
+void addNameOptions(CLI::App& app, CaptureOptions& options) {
+  const auto* group = "Files";
   app.add_option("--object", options.object, "What is observed, for the file's header")
       ->group(group);
   app.add_option("--observer", options.observer, "Who observes, for the file's header")
       ->group(group);
   app.add_option("--telescope", options.telescope, "Telescope, for the file's header")
       ->group(group);
+}
+
+void addGeneralOptions(CLI::App& app, CaptureOptions& options) {
+  app.add_flag("-q,--quiet", options.quiet, "Show no progress and no notes");
+  app.add_flag("--defaults", options.startFromDefaults,
+               "Begin with the model's defaults instead of the settings that the camera was left "
+               "with");
 }
 
 }  // namespace
@@ -103,14 +118,21 @@ void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
       ->check(unmentioned(
           CLI::Range(std::int64_t{1}, std::int64_t{std::numeric_limits<std::int32_t>::max()})))
       ->type_name("N");
-  app.add_flag("-q,--quiet", options.quiet, "Show no progress and no notes");
-  app.add_flag("--defaults", options.startFromDefaults,
-               "Begin with the model's defaults instead of the settings that the camera was left "
-               "with");
-  addSensorOptions(app, options);
+  addGeneralOptions(app, options);
+  addSensorOptions(app, options, Kinds::kOne);
   addImageOptions(app, options);
   addCoolingOptions(app, options.cooling);
   addFileOptions(app, options);
+  addNameOptions(app, options);
+  addCommonOptions(app, options, Scope::kOneCamera);
+}
+
+void addStepOptions(CLI::App& app, CaptureOptions& options) {
+  addGeneralOptions(app, options);
+  addSensorOptions(app, options, Kinds::kSteps);
+  addImageOptions(app, options);
+  addCoolingOptions(app, options.cooling);
+  addNameOptions(app, options);
   addCommonOptions(app, options, Scope::kOneCamera);
 }
 

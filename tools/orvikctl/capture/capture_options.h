@@ -41,4 +41,8 @@ struct CaptureOptions : CommonOptions {
 /// Adds the options; `options` must live as long as `app`.
 void addCaptureOptions(CLI::App& app, CaptureOptions& options);
 
+/// Adds those of a command whose steps say themselves how many images of which kind and exposure
+/// they take, and into which files.
+void addStepOptions(CLI::App& app, CaptureOptions& options);
+
 }  // namespace orvik::ctl

@@ -2,6 +2,7 @@
 #include "tools/orvikctl/capture/capture_report.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <system_error>
@@ -81,14 +82,14 @@ void printReport(const CaptureReport& report, bool json, std::ostream& out) {
 Json brightnessJson(const SeriesBrightness& brightness) {
   const Brightness& last = brightness.last;
   Json json = {{"min", last.min},
-               {"median", last.median},
+               {"median", std::round(last.median)},
                {"max", last.max},
                {"saturated", last.saturated},
                {"depth", last.depth}};
   json["series"] = {{"images", brightness.images},
                     {"min", brightness.min},
-                    {"lowestMedian", brightness.lowestMedian},
-                    {"highestMedian", brightness.highestMedian},
+                    {"lowestMedian", std::round(brightness.lowestMedian)},
+                    {"highestMedian", std::round(brightness.highestMedian)},
                     {"max", brightness.max},
                     {"mostSaturated", brightness.mostSaturated}};
   return json;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <iostream>
 
+#include "imaging/time_text.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/units.h"
 
@@ -33,13 +34,14 @@ FlatExposure::FlatExposure(const Camera& camera, StillCapture& stills, const Fla
 bool FlatExposure::find() {
   for (;;) {
     stills_.setExposure(search_.exposure());
-    const std::string tried = durationText(search_.exposure().count());
+    const std::string tried = imaging::formatDuration(search_.exposure().count());
     if (!stills_.takeTrial(
             [&](double left) { return "trial of " + tried + ", " + clockText(left) + " left"; })) {
       return false;
     }
     const double level = centralLevel(stills_.source());
     const ExposureSearch::State state = search_.tell(level);
+    stills_.clearProgress();
     if (!quiet_) {
       std::cerr << (state == ExposureSearch::State::kFound ? "flats: " : "trial: ") << tried
                 << " gives a median of " << levelText(level) << '\n';
@@ -55,10 +57,11 @@ void FlatExposure::follow() {
   require(search_.follow(level), level);
   if (search_.exposure() == before) return;
   stills_.setExposure(search_.exposure());
+  stills_.clearProgress();
   if (!quiet_) {
     std::cerr << "the light has changed: a median of " << levelText(level) << ", from "
-              << durationText(before.count()) << " to " << durationText(search_.exposure().count())
-              << '\n';
+              << imaging::formatDuration(before.count()) << " to "
+              << imaging::formatDuration(search_.exposure().count()) << '\n';
   }
 }
 
@@ -67,10 +70,10 @@ void FlatExposure::require(ExposureSearch::State state, double level) const {
   std::string what = "the light is too unsteady for a median of " + levelText(search_.wanted());
   if (state == ExposureSearch::State::kTooDark) {
     what = "the light is too weak for a median of " + levelText(search_.wanted()) +
-           " within exposures of " + durationText(limits_.longest.count()) +
+           " within exposures of " + imaging::formatDuration(limits_.longest.count()) +
            ". Use more light, a higher --gain or a longer --max-exposure";
   } else if (state == ExposureSearch::State::kTooBright) {
-    what = "the light is too strong: even " + durationText(limits_.shortest.count()) +
+    what = "the light is too strong: even " + imaging::formatDuration(limits_.shortest.count()) +
            " is brighter than " + levelText(search_.wanted()) + ". Dim it, or use a lower --gain";
   }
   throw Failure(ExitCode::kCameraFailed, what + " (the last image had " + levelText(level) + ").");

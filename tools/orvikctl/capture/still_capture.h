@@ -50,6 +50,9 @@ class StillCapture {
   ///         if it fails
   bool take(const std::function<std::string(double)>& progress);
 
+  /// Wipes the progress line, so that other text can be written.
+  void clearProgress() { line_.wipe(); }
+
   /// The image that was taken last, valid until the next one is.
   [[nodiscard]] imaging::Image image() const { return {info_, frame_.bytes()}; }
   /// Its header; before the first image that of the images to come.

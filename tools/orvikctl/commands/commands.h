@@ -14,6 +14,7 @@ Command addGet(CLI::App& program);
 Command addSet(CLI::App& program);
 Command addSettings(CLI::App& program);
 Command addSnap(CLI::App& program);
+Command addSequence(CLI::App& program);
 Command addVideo(CLI::App& program);
 Command addGuide(CLI::App& program);
 Command addView(CLI::App& program);

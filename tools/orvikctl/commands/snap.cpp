@@ -82,6 +82,7 @@ class Series {
     } catch (...) {
       fault = std::current_exception();
     }
+    stills_.clearProgress();
     if (!fault || done_ > 0) report(std::chrono::duration<double>(Clock::now() - begun).count());
     if (fault) std::rethrow_exception(fault);
     return complete ? ExitCode::kOk : ExitCode::kInterrupted;
@@ -149,6 +150,7 @@ ExitCode snap(const SnapOptions& options) {
   static_cast<void>(flatTargetOf(options));
   const imaging::Output output = imaging::parseOutput(options.output, options.format);
   CaptureCamera camera(options, CaptureKind::kImages);
+  if (!options.targetAdu.empty()) camera.restoreAtEnd(Orvik_CTL_EXPOSURE);
   const std::int64_t first =
       options.continueNumbers ? imaging::NamePattern(options.output).nextNumber() : 1;
   const auto sink = imaging::makeSink(output, {.frames = options.count.value_or(1),

@@ -52,6 +52,8 @@ Command addVideo(CLI::App& program) {
   app->add_flag("--track", options->track,
                 "Keep the region centred on the brightest object by moving it over the sensor; a "
                 "table beside the file (jupiter.track.csv) tells where it was in each frame");
+  app->add_flag("--no-sidecar", options->noSidecar,
+                "Write no text with times and settings beside a SER or raw video (jupiter.txt)");
   app->add_option("--buffer", options->bufferMb,
                   "Memory for frames that wait for the disk, MB [256]; when it is full, the camera "
                   "loses frames")

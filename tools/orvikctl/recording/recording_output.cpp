@@ -52,7 +52,7 @@ void RecordingOutput::beginNextPart() {
   sink_.reset();
   do {  // rather another number than a recording that ends here
     ++number_;
-  } while (!options_.overwrite && fs::exists(partFile()));
+  } while (!options_.overwrite && (fs::exists(partFile()) || fs::exists(beside(".txt"))));
   open();
 }
 

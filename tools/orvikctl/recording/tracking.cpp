@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <system_error>
 
 #include "imaging/save_file.h"
 #include "imaging/time_text.h"
@@ -29,7 +30,9 @@ void Tracking::follow(Camera& camera, const Frame& frame) {
   write(frame.info(), place);
   const auto next = tracker_->follow(frame.info(), place);
   if (!next) return;
-  camera.setStart(next->x, next->y);
+  std::error_code error;  // of a camera that is gone, which its reader tells
+  camera.setStart(next->x, next->y, error);
+  if (error) return;
   movedTo_ = next;
   ++moves_;
 }

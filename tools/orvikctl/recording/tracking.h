@@ -29,7 +29,7 @@ class Tracking {
   /// region goes to where it was. @throws Error
   void begin(Camera& camera);
 
-  /// Takes a frame into account, and moves the region if need be. @throws Error
+  /// Takes a frame into account, and moves the region if need be.
   void follow(Camera& camera, const Frame& frame);
 
   /// How often the region was moved.
