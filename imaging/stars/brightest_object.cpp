@@ -39,7 +39,8 @@ void BrightestObject::makeCells(const ImageSource& image) {
   size_ = sizeNow();
   const int channels = image.type == Orvik_IMG_RGB24 ? 3 : 1;
   cells_.clear();
-  columns_.resize(static_cast<std::size_t>(size_.width * step_ * channels));
+  columns_.resize(static_cast<std::size_t>(size_.width) *
+                  static_cast<std::size_t>(step_ * channels));
   for (int y = 0; y < size_.height; ++y) {
     std::fill(columns_.begin(), columns_.end(), 0);
     for (int row = y * step_; row < (y + 1) * step_; ++row) {
@@ -141,7 +142,8 @@ bool BrightestObject::hasOneBrightPixel(const ImageSource& image, std::size_t ce
   const auto forEachPixel = [&](auto use) {
     for (int y = std::max(0, top - 1); y < std::min(top + step_ + 1, image.size.height); ++y) {
       for (int x = std::max(0, left - 1); x < std::min(left + step_ + 1, image.size.width); ++x) {
-        use((image.isWide() ? int{image.row16(y)[x]} : int{image.row8(y)[x * channels]}) -
+        use((image.isWide() ? int{image.row16(y)[x]}
+                            : int{image.row8(y)[std::ptrdiff_t{x} * channels]}) -
             background);
       }
     }

@@ -105,6 +105,12 @@ class RecordingTest(InOwnFolder):
             started.communicate(timeout=LIMIT)
             self.assertLess(time.monotonic() - begun, 5)
         self.assertEqual(started.returncode, 130)
+        waiting = subprocess.Popen([PROGRAM, *SMALL, "--sim", "T15C", "-o", "pipe", "--format",
+                                    "raw"], stderr=subprocess.PIPE, text=True)
+        self.assertIn("is a FIFO", waiting.stderr.readline())
+        waiting.send_signal(signal.SIGINT)
+        waiting.communicate(timeout=LIMIT)
+        self.assertEqual(waiting.returncode, 130)
         _, message = run(*SMALL, "-o", "-", code=2)
         self.assertIn("--format", message)
 

@@ -30,6 +30,8 @@ ExitCode reportFailure(const std::exception_ptr& failure) {
   } catch (const imaging::FileExists& error) {
     return tell(ExitCode::kFileFailed,
                 std::string(error.what()) + " Choose another --output, or add --overwrite.");
+  } catch (const imaging::WriteStopped& error) {
+    return tell(ExitCode::kInterrupted, error.what());
   } catch (const imaging::FileError& error) {
     return tell(ExitCode::kFileFailed, error.what());
   } catch (const std::exception& error) {

@@ -76,7 +76,7 @@ void addFileOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("-o,--output", options.output,
                  "File name; its extension chooses the format: .fits, .png, or .ser and .raw for "
                  "video. A number such as %04d makes a series, counted from 1. A FIFO, or - for "
-                 "standard output, takes all formats; the report then goes to standard error")
+                 "standard output, takes all formats; with -, the report goes to standard error")
       ->type_name("PATTERN")
       ->required()
       ->group(group);

@@ -34,7 +34,8 @@ ExitCode video(const VideoOptions& options) {
                   "--track moves a region over the sensor: choose its size with --roi.");
   }
   CaptureCamera capture(options, CaptureKind::kVideo);
-  return capture.run([&] { return Recording(capture, options, limits).run(); });
+  Recording recording(capture, options, limits);  // what it refuses, it refuses before the cooling
+  return capture.run([&] { return recording.run(); });
 }
 
 }  // namespace
