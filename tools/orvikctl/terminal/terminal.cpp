@@ -155,7 +155,11 @@ TerminalSize terminalSize(int descriptor) {
   return size;
 }
 
-bool canAskTerminal() { return isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1; }
+bool canAskTerminal() {
+  if (isatty(STDIN_FILENO) != 1 || isatty(STDOUT_FILENO) != 1) return false;
+  const pid_t foreground = tcgetpgrp(STDIN_FILENO);  // -1 for another session's terminal
+  return foreground == -1 || foreground == getpgrp();
+}
 
 bool askForSixel() {
   const PlainInput input;
