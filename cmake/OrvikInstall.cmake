@@ -1,4 +1,4 @@
-# Headers, udev rules, examples, pkg-config files and the CMake package. The libraries install themselves.
+# Headers, udev rules, examples, documents, pkg-config files and the CMake package. The libraries install themselves.
 
 include(CMakePackageConfigHelpers)
 
@@ -11,6 +11,14 @@ install(FILES ${PROJECT_SOURCE_DIR}/udev/70-orvik.rules DESTINATION ${ORVIK_UDEV
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
         FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.h" PATTERN "*.py" PATTERN "README.md")
+
+# With the folders that they have in the sources, so that their links lead somewhere. What the
+# headers refer to is among them.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/README.md
+              ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 
 # The prefix can be chosen as late as at the installation, so the files are made then.
 foreach(package orvik orvik_sim)

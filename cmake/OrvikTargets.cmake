@@ -89,12 +89,20 @@ function(orvik_room name)
   target_precompile_headers(${name} REUSE_FROM orvik_standard_headers)
 endfunction()
 
+# orvik_finds_libraries(TARGET FOLDER): installed in that folder below the prefix, the target finds
+# the project's libraries wherever the prefix is.
+function(orvik_finds_libraries target folder)
+  file(RELATIVE_PATH way /prefix/${folder} /prefix/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${way}")
+endfunction()
+
 # orvik_public_library(NAME MAP): what a shared library for users needs: its soname, the list of
 # names that it exports, its headers, and its place in the installation.
 function(orvik_public_library name map)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
+    INSTALL_RPATH $ORIGIN
     LINK_DEPENDS ${map})
   target_link_options(${name} PRIVATE -Wl,--version-script=${map})
   # Threads of an open camera run in the library: dlclose() must not take it from under them.

@@ -12,10 +12,10 @@ static inline int succeeded(Orvik_ERROR_CODE code, const char* doing) {
   return code == Orvik_OK;
 }
 
-/* Opens camera 0: the first on the USB bus, or a virtual one of `model` unless that is null.
- * Returns whether it is open. */
-static inline int openCamera(const char* model) {
-  if (model != NULL && OrvikSimPlug(model, "scene=stars") < 0) {
+/* Opens camera 0: the first on the USB bus, or a virtual one of `model`, with the options of
+ * OrvikSimPlug(), unless that is null. Returns whether it is open. */
+static inline int openCameraWith(const char* model, const char* options) {
+  if (model != NULL && OrvikSimPlug(model, options) < 0) {
     fprintf(stderr, "%s\n", OrvikSimLastError());
     return 0;
   }
@@ -25,3 +25,6 @@ static inline int openCamera(const char* model) {
   }
   return succeeded(OrvikOpenCamera(0), "opening the camera");
 }
+
+/* The same, with a virtual camera that sees stars. */
+static inline int openCamera(const char* model) { return openCameraWith(model, "scene=stars"); }

@@ -5,7 +5,7 @@
 
 namespace orvik::imaging {
 
-/// A file cannot be written: the message names it and says why.
+/// A file cannot be read or written: the message names it and says why.
 class FileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

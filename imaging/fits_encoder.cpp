@@ -11,22 +11,12 @@
 #include <vector>
 
 #include "imaging/colour_order.h"
+#include "imaging/header_text.h"
 #include "imaging/mosaic.h"
 #include "imaging/time_text.h"
 
 namespace orvik::imaging {
 namespace {
-
-/// Text as headers take it, which hold printable ASCII: a '?' stands for each other character.
-std::string headerText(const std::string& text) {
-  std::string result;
-  for (const char letter : text) {
-    const auto code = static_cast<unsigned char>(letter);
-    const bool continuesCharacter = (code & 0xC0U) == 0x80;  // of UTF-8
-    if (!continuesCharacter) result += code >= 0x20 && code < 0x7F ? letter : '?';
-  }
-  return result;
-}
 
 /// A FITS file in memory. The first error sticks and makes every later step do nothing.
 class FitsFile {

@@ -16,7 +16,7 @@ namespace orvik::imaging {
 
 /// What the header of an image file says about the image.
 struct ImageInfo {
-  std::string instrument;  ///< display name of the camera
+  std::string instrument;  ///< display name of the camera; empty for no exposure of a camera
   int width = 0;           ///< pixels after binning
   int height = 0;          ///< pixels after binning
   IMG_TYPE type = Orvik_IMG_RAW8;

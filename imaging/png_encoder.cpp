@@ -24,10 +24,7 @@ class Texts {
  public:
   explicit Texts(const ImageInfo& info) {
     if (!info.software.empty()) add("Software", info.software);
-    add("Source", info.instrument);
-    add("Creation Time", utcText(info.start) + " UTC, start of exposure");
-    add("Exposure", formatDuration(info.exposure.count()));
-    add("Gain", std::to_string(info.gain));
+    if (!info.instrument.empty()) addExposure(info);
     const Processing& done = info.processing;
     if (done.gamma) add("Gamma, 50 is linear", std::to_string(*done.gamma));
     if (done.whiteBalanceRed && done.whiteBalanceBlue) {
@@ -50,6 +47,13 @@ class Texts {
   [[nodiscard]] const std::vector<png_text>& chunks() const { return chunks_; }
 
  private:
+  void addExposure(const ImageInfo& info) {
+    add("Source", info.instrument);
+    add("Creation Time", utcText(info.start) + " UTC, start of exposure");
+    add("Exposure", formatDuration(info.exposure.count()));
+    add("Gain", std::to_string(info.gain));
+  }
+
   struct Pair {
     std::string key;
     std::string text;

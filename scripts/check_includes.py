@@ -40,7 +40,8 @@ MAY_USE |= {
              "integrations/server/page", "imaging"} | PUBLIC,
     "sim": {"src/seam"} | PUBLIC,
     "imaging": PUBLIC,
-    "tools/orvikctl": {"imaging"} | PUBLIC,
+    "tools/orvikctl/terminal": {"imaging"},
+    "tools/orvikctl": {"imaging", "tools/orvikctl/terminal"} | PUBLIC,
     "integrations/gstreamer": PUBLIC,
     "tools/simcam": {"src/seam", "sim"},
     "tools/manual": {"tools/orvikctl", "tools/simcam", "integrations/server", "src/controls",
@@ -68,7 +69,8 @@ MAY_USE |= {
 KEPT_INSIDE = {"libusb": ("src/usb",), "libusb-1.0": ("src/usb",), "png": ("imaging",),
                "fitsio": ("imaging",), "hwy": ("src/algorithm",),
                "boost": ("integrations/server/http", "integrations/server/alpaca"),
-               "turbojpeg": ("integrations/server/live",)}
+               "turbojpeg": ("integrations/server/live",),
+               "chafa": ("tools/orvikctl/terminal",), "glib": ("tools/orvikctl/terminal",)}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 

@@ -13,6 +13,7 @@
 #include "sim/fault/script.h"
 #include "sim/hardware/flash_file.h"
 #include "sim/sky/scene.h"
+#include "sim/telescope/telescope_options.h"
 #include "sim/wire/link_options.h"
 
 namespace orvik::sim {
@@ -55,6 +56,7 @@ struct CameraOptions {
   std::uint64_t seed = 1;               ///< of sky and noise
   SceneKind sceneKind = SceneKind::kStars;
   std::shared_ptr<const Scene> scene;  ///< used instead of `sceneKind` if given
+  TelescopeOptions telescope;
   Pace pace = Pace::kReal;
   LinkOptions link;
   Temperament temperament;

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
+#include <initializer_list>
 #include <optional>
 #include <set>
 #include <system_error>
@@ -89,15 +89,43 @@ bool readReal(std::string_view text, double low, double high, double& value) {
   return true;
 }
 
-/// A word, or three factors with colons between them.
+/// Where a number goes, and its limits.
+struct Real {
+  double& value;
+  double low;
+  double high;
+};
+
+/// As many numbers as there are places for them, with colons between them.
+bool readReals(std::string_view text, std::initializer_list<Real> places) {
+  if (std::ranges::count(text, ':') + 1 != static_cast<std::ptrdiff_t>(places.size())) return false;
+  for (const Real& place : places) {
+    const std::size_t colon = std::min(text.find(':'), text.size());
+    if (!readReal(text.substr(0, colon), place.low, place.high, place.value)) return false;
+    text.remove_prefix(std::min(colon + 1, text.size()));
+  }
+  return true;
+}
+
+/// A word, or three factors.
 bool readColour(std::string_view text, LightColour& colour) {
-  if (readWord(text, kColours, colour)) return true;
-  const std::size_t first = text.find(':');
-  const std::size_t second = text.find(':', first + 1);
-  if (first == std::string_view::npos || second == std::string_view::npos) return false;
-  return readReal(text.substr(0, first), 0, 1, colour.red) &&
-         readReal(text.substr(first + 1, second - first - 1), 0, 1, colour.green) &&
-         readReal(text.substr(second + 1), 0, 1, colour.blue);
+  return readWord(text, kColours, colour) ||
+         readReals(text, {{colour.red, 0, 1}, {colour.green, 0, 1}, {colour.blue, 0, 1}});
+}
+
+constexpr double kFastest = 100;  // pixels per second
+
+bool readDrift(std::string_view text, Offset& drift) {
+  return readReals(text, {{drift.x, -kFastest, kFastest}, {drift.y, -kFastest, kFastest}});
+}
+
+/// A radius that stays, or one at the beginning, one at the end, and the seconds between them.
+bool readFocus(std::string_view text, FocusCourse& focus) {
+  constexpr double kWidest = 50;  // pixels
+  if (readReals(text, {{focus.to, -kWidest, kWidest}})) return true;
+  return readReals(text, {{focus.from, -kWidest, kWidest},
+                          {focus.to, -kWidest, kWidest},
+                          {focus.seconds, 0.1, 86400}});
 }
 
 /// A word, or a rate in MB/s.
@@ -136,6 +164,23 @@ constexpr std::array kKeys = {
         [](std::string_view v, CameraOptions& o) { return readSeed(v, o.seed); }},
     Key{"scene", "stars, moon, planet, grey, dark or gradient",
         [](std::string_view v, CameraOptions& o) { return readWord(v, kScenes, o.sceneKind); }},
+    Key{"drift", "two numbers from -100 to 100 as in 1.5:-0.5",
+        [](std::string_view v, CameraOptions& o) { return readDrift(v, o.telescope.drift); }},
+    Key{"guide-rate", "a number from 0 to 100",
+        [](std::string_view v, CameraOptions& o) {
+          return readReal(v, 0, kFastest, o.telescope.guideRate);
+        }},
+    Key{"guide-angle", "a number from -360 to 360",
+        [](std::string_view v, CameraOptions& o) {
+          return readReal(v, -360, 360, o.telescope.guideAngle);
+        }},
+    Key{"seeing", "a number from 0 to 20",
+        [](std::string_view v, CameraOptions& o) {
+          return readReal(v, 0, 20, o.telescope.seeing);
+        }},
+    Key{"focus",
+        "a number from -50 to 50, or two of them and a time from 0.1 to 86400 as in -8:8:60",
+        [](std::string_view v, CameraOptions& o) { return readFocus(v, o.telescope.focus); }},
     Key{"pace", "real or free",
         [](std::string_view v, CameraOptions& o) { return readWord(v, kPaces, o.pace); }},
     Key{"link", "bus, unlimited, or a number from 1 to 1000",

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace orvik::sim {
@@ -10,7 +12,7 @@ enum class Mosaic : std::uint8_t { kRg, kBg, kGr, kGb, kMono };
 
 enum class Filter : std::uint8_t { kRed, kGreen, kBlue, kClear };
 
-/// A rectangle of sensor pixels.
+/// A rectangle of pixels, of the sensor or of the sky beyond its edges.
 struct Area {
   int x = 0;
   int y = 0;
@@ -18,6 +20,28 @@ struct Area {
   int height = 0;
 
   friend bool operator==(const Area&, const Area&) = default;
+
+  [[nodiscard]] constexpr bool empty() const { return width <= 0 || height <= 0; }
+  [[nodiscard]] constexpr int right() const { return x + width; }
+  [[nodiscard]] constexpr int bottom() const { return y + height; }
+  [[nodiscard]] constexpr std::size_t pixels() const {
+    return empty() ? 0 : static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  }
+  [[nodiscard]] constexpr bool holds(const Area& other) const {
+    return other.empty() ||
+           (other.x >= x && other.y >= y && other.right() <= right() && other.bottom() <= bottom());
+  }
+  /// With `pixels` more on each side.
+  [[nodiscard]] constexpr Area grown(int pixels) const {
+    return {x - pixels, y - pixels, width + 2 * pixels, height + 2 * pixels};
+  }
+  /// What both have in common; empty when they do not touch.
+  [[nodiscard]] constexpr Area common(const Area& other) const {
+    const int left = std::max(x, other.x);
+    const int top = std::max(y, other.y);
+    return {left, top, std::max(std::min(right(), other.right()) - left, 0),
+            std::max(std::min(bottom(), other.bottom()) - top, 0)};
+  }
 };
 
 /// Size and colour filters of a sensor.

@@ -126,12 +126,52 @@ void makePictures(benchmark::State& state) {
   Bytes frame(settings.bytes());
   std::uint64_t number = 0;
   for (auto _ : state) {
-    maker.make(settings, number++, frame);
+    maker.make(settings, {}, number++, frame);
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(state.iterations() * kColumns * kRows);
 }
 BENCHMARK(makePictures)->Name("picture/wide")->Arg(0)->Arg(1)->Arg(2);  // 2: high byte first
+
+/// Pictures of a sky that moves: each one is made anew.
+/// @param state.range(0) a SceneKind, range(1) the width of the region, range(2) whether it is
+/// blurred
+void makeMovingPictures(benchmark::State& state) {
+  sim::CameraOptions options;
+  options.sceneKind = static_cast<sim::SceneKind>(state.range(0));
+  const sim::Model& model = *sim::findModel("T15C");
+  sim::PictureMaker maker(model, options, 1);
+  const int width = static_cast<int>(state.range(1));
+  const int height = width * 3 / 4 / 2 * 2;
+  sim::FrameSettings settings;
+  settings.area = {(model.sensor.width - width) / 4 * 2, 0, width, height};
+  settings.area.y = (model.sensor.height - height) / 4 * 2;
+  settings.columns = width;
+  settings.rows = height;
+  settings.amplification = 10;
+  settings.exposure = std::chrono::milliseconds(10);
+  Bytes frame(settings.bytes());
+  sim::Look look;
+  if (state.range(2) != 0) look.airSigma = 1.5;
+  std::uint64_t number = 0;
+  maker.make(settings, look, number++, frame);
+  for (auto _ : state) {
+    look.places.front().offset = {0.03 * static_cast<double>(number),
+                                  0.01 * static_cast<double>(number)};
+    maker.make(settings, look, number++, frame);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * width * height);
+}
+BENCHMARK(makeMovingPictures)
+    ->Name("picture/moving")
+    ->ArgNames({"scene", "width", "blurred"})
+    ->ArgsProduct({{static_cast<int>(sim::SceneKind::kStars),
+                    static_cast<int>(sim::SceneKind::kMoon),
+                    static_cast<int>(sim::SceneKind::kPlanet)},
+                   {640, 1300},
+                   {0, 1}})
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace orvik::bench

@@ -45,7 +45,7 @@ void StarPlane::make(const ImageSource& image) {
 }
 
 void StarPlane::addRow(const ImageSource& image, int y) {
-  const int perPixel = image.type == Orvik_IMG_RGB24 ? 3 : 1;
+  const int perPixel = image.samplesPerPixel();
   std::fill(sums_.begin(), sums_.end(), 0);
   for (int row = y * step_; row < (y + 1) * step_; ++row) {
     if (image.isWide()) {
@@ -124,20 +124,18 @@ void StarPlane::measureBackground() {
 }
 
 float luminance(const ImageSource& image, int x, int y) {
-  if (image.mosaic) {
-    if (image.isWide()) {
-      const std::uint16_t* const one = image.row16(2 * y) + std::ptrdiff_t{2} * x;
-      const std::uint16_t* const other = image.row16(2 * y + 1) + std::ptrdiff_t{2} * x;
+  const auto of = [&](auto row) {
+    if (image.mosaic) {
+      const auto* const one = row(2 * y) + std::ptrdiff_t{2} * x;
+      const auto* const other = row(2 * y + 1) + std::ptrdiff_t{2} * x;
       return 0.25F * static_cast<float>(one[0] + one[1] + other[0] + other[1]);
     }
-    const std::uint8_t* const one = image.row8(2 * y) + std::ptrdiff_t{2} * x;
-    const std::uint8_t* const other = image.row8(2 * y + 1) + std::ptrdiff_t{2} * x;
-    return 0.25F * static_cast<float>(one[0] + one[1] + other[0] + other[1]);
-  }
-  if (image.isWide()) return image.row16(y)[x];
-  if (image.type != Orvik_IMG_RGB24) return image.row8(y)[x];
-  const std::uint8_t* const pixel = image.row8(y) + std::ptrdiff_t{3} * x;
-  return static_cast<float>(pixel[0] + pixel[1] + pixel[2]) / 3.0F;
+    if (image.samplesPerPixel() == 1) return static_cast<float>(row(y)[x]);
+    const auto* const pixel = row(y) + std::ptrdiff_t{3} * x;
+    return static_cast<float>(pixel[0] + pixel[1] + pixel[2]) / 3.0F;
+  };
+  if (image.isWide()) return of([&](int at) { return image.row16(at); });
+  return of([&](int at) { return image.row8(at); });
 }
 
 }  // namespace orvik::imaging

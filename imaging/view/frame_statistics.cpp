@@ -2,6 +2,8 @@
 #include "imaging/view/frame_statistics.h"
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
 
 namespace orvik::imaging {
 
@@ -29,12 +31,36 @@ std::vector<ChannelStatistics> statisticsOf(const ValueCounts& counts) {
   return all;
 }
 
+ImageSummary summaryOf(const ValueCounts& counts) {
+  std::vector<std::uint32_t> all(static_cast<std::size_t>(counts.depth()) + 1);
+  for (int channel = 0; channel < counts.channels(); ++channel) {
+    std::ranges::transform(all, counts.of(channel), all.begin(), std::plus<>());
+  }
+  ImageSummary summary{.min = counts.depth()};
+  double samples = 0;
+  double saturated = 0;
+  for (int value = 0; value <= counts.depth(); ++value) {
+    const std::uint32_t here = all[static_cast<std::size_t>(value)];
+    if (here == 0) continue;
+    summary.min = std::min(summary.min, value);
+    summary.max = value;
+    samples += here;
+    if (value >= saturatedFrom(counts.depth())) saturated += here;
+  }
+  summary.median = std::round(quantile(all, 0.5));
+  if (samples > 0) summary.saturated = saturated / samples;
+  return summary;
+}
+
 std::vector<int> pixelAt(const ImageSource& image, int x, int y) {
   if (x < 0 || y < 0 || x >= image.size.width || y >= image.size.height) return {};
-  if (image.isWide()) return {image.row16(y)[x]};
-  if (image.type != Orvik_IMG_RGB24) return {image.row8(y)[x]};
-  const std::uint8_t* const pixel = image.row8(y) + std::ptrdiff_t{3} * x;
-  return {pixel[2], pixel[1], pixel[0]};
+  const std::ptrdiff_t perPixel = image.samplesPerPixel();
+  const auto valuesOf = [perPixel](const auto* pixel) -> std::vector<int> {
+    if (perPixel == 1) return {*pixel};
+    return {pixel[2], pixel[1], pixel[0]};
+  };
+  if (image.isWide()) return valuesOf(image.row16(y) + x * perPixel);
+  return valuesOf(image.row8(y) + x * perPixel);
 }
 
 }  // namespace orvik::imaging

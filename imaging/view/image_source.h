@@ -32,21 +32,27 @@ struct ImageSource {
   Size size;
   IMG_TYPE type = Orvik_IMG_RAW8;
   std::optional<BayerPattern> mosaic;  ///< colours of the top left 2 x 2 pixels
+  /// Whether the samples of an RGB24 image have 16 bits. No camera delivers this, but files of
+  /// other programs hold such images.
+  bool wideColour = false;
 
-  [[nodiscard]] bool isWide() const { return type == Orvik_IMG_RAW16; }
+  [[nodiscard]] bool isWide() const { return type == Orvik_IMG_RAW16 || wideColour; }
   [[nodiscard]] bool isColour() const { return mosaic.has_value() || type == Orvik_IMG_RGB24; }
   /// The largest value of a sample.
   [[nodiscard]] int depth() const { return isWide() ? 65535 : 255; }
-  /// A row of bytes, or of three bytes a pixel.
-  [[nodiscard]] const std::uint8_t* row8(int y) const {
-    const std::size_t perPixel = type == Orvik_IMG_RGB24 ? 3 : 1;
-    return pixels.data() +
-           static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width) * perPixel;
-  }
+  /// 1, or 3 for blue, green and red.
+  [[nodiscard]] int samplesPerPixel() const { return type == Orvik_IMG_RGB24 ? 3 : 1; }
+  /// A row of 8-bit samples.
+  [[nodiscard]] const std::uint8_t* row8(int y) const { return pixels.data() + sampleIndex(y); }
   /// A row of 16-bit samples.
   [[nodiscard]] const std::uint16_t* row16(int y) const {
-    return reinterpret_cast<const std::uint16_t*>(pixels.data()) +
-           static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width);
+    return reinterpret_cast<const std::uint16_t*>(pixels.data()) + sampleIndex(y);
+  }
+
+ private:
+  [[nodiscard]] std::size_t sampleIndex(int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width) *
+           static_cast<std::size_t>(samplesPerPixel());
   }
 };
 

@@ -106,14 +106,15 @@ void demosaic(BayerPattern pattern, const std::uint8_t* raw, std::uint8_t* bgr, 
 
 void stretchRow(const ImageSource& image, int y, int x, int width, const StretchTable& table,
                 std::uint8_t* to) {
+  const std::ptrdiff_t perPixel = image.samplesPerPixel();
+  const std::ptrdiff_t samples = width * perPixel;
   if (image.isWide()) {
-    const std::uint16_t* const row = image.row16(y) + x;
-    for (int i = 0; i < width; ++i) to[i] = table.wide()[row[i]];
+    const std::uint16_t* const row = image.row16(y) + x * perPixel;
+    for (std::ptrdiff_t i = 0; i < samples; ++i) to[i] = table.wide()[row[i]];
     return;
   }
-  const int perPixel = image.type == Orvik_IMG_RGB24 ? 3 : 1;
-  const std::uint8_t* const row = image.row8(y) + std::ptrdiff_t{x} * perPixel;
-  for (int i = 0; i < width * perPixel; ++i) to[i] = table.narrow()[row[i]];
+  const std::uint8_t* const row = image.row8(y) + x * perPixel;
+  for (std::ptrdiff_t i = 0; i < samples; ++i) to[i] = table.narrow()[row[i]];
 }
 
 }  // namespace
@@ -166,7 +167,7 @@ std::span<const std::uint8_t> Renderer::render(const ImageSource& image, const R
 
 void Renderer::copy(const ImageSource& image, const Window& part, const StretchTable& table) {
   const std::size_t rowBytes =
-      static_cast<std::size_t>(part.width) * (image.type == Orvik_IMG_RGB24 ? 3 : 1);
+      static_cast<std::size_t>(part.width) * static_cast<std::size_t>(image.samplesPerPixel());
   for (int y = 0; y < part.height; ++y) {
     stretchRow(image, part.y + y, part.x, part.width, table,
                picture_.data() + static_cast<std::size_t>(y) * rowBytes);
@@ -201,7 +202,7 @@ template <typename Sample, typename Sum>
 void Renderer::average(const ImageSource& image, const RenderPlan& plan, const StretchTable& table,
                        std::vector<Sum>& sums) {
   const int factor = plan.factor;
-  const int perPixel = image.type == Orvik_IMG_RGB24 ? 3 : 1;
+  const int perPixel = image.samplesPerPixel();
   const auto columns =
       static_cast<std::size_t>(plan.part.width) * static_cast<std::size_t>(perPixel);
   const int halves = image.mosaic ? 2 : 1;  // rows of a mosaic: even and odd ones

@@ -28,7 +28,7 @@ void ValueCounts::count(const ImageSource& image) {
   values_ = static_cast<std::size_t>(image.depth()) + 1;
   counts_.assign(static_cast<std::size_t>(channels_) * values_, 0);
   if (image.type == Orvik_IMG_RGB24) {
-    countColour(image);
+    image.isWide() ? countColour<std::uint16_t>(image) : countColour<std::uint8_t>(image);
   } else if (image.isWide()) {
     countPlane<std::uint16_t>(image);
   } else {
@@ -70,15 +70,18 @@ void ValueCounts::countPlane(const ImageSource& image) {
   }
 }
 
+template <typename Sample>
 void ValueCounts::countColour(const ImageSource& image) {
   std::uint32_t* const red = counts_.data();
   std::uint32_t* const green = red + values_;
   std::uint32_t* const blue = green + values_;
-  const std::size_t bytes = image.pixels.size() / 3 * 3;
-  for (std::size_t i = 0; i < bytes; i += 3) {
-    ++blue[image.pixels[i]];
-    ++green[image.pixels[i + 1]];
-    ++red[image.pixels[i + 2]];
+  for (int y = 0; y < image.size.height; ++y) {
+    const Sample* pixel = rowOf<Sample>(image, y);
+    for (int x = 0; x < image.size.width; ++x, pixel += 3) {
+      ++blue[pixel[0]];
+      ++green[pixel[1]];
+      ++red[pixel[2]];
+    }
   }
 }
 

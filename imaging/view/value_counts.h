@@ -26,6 +26,7 @@ class ValueCounts {
  private:
   template <typename Sample>
   void countPlane(const ImageSource& image);
+  template <typename Sample>
   void countColour(const ImageSource& image);
 
   int channels_ = 1;

@@ -1,9 +1,10 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file orvik_service.h
- * Functions beyond capture: cameras by identity (orvik_devices.h) and information about images
- * (orvik_frames.h), which this header includes; error texts, recording of dark frames, hot pixels,
- * timed guide pulses, settings, cooler status, firmware and flash. A companion of orvik.h.
+ * Functions beyond capture: cameras by identity (orvik_devices.h), information about images
+ * (orvik_frames.h) and stored settings (orvik_settings.h), which this header includes; error texts,
+ * recording of dark frames, hot pixels, timed guide pulses, cooler status, firmware and flash. A
+ * companion of orvik.h.
  *
  * Valid C99 and C++. The functions are in liborvik.so and follow the rules of orvik.h: the order of
  * checks (index, open camera, arguments), no exceptions, no output, nothing written through
@@ -37,6 +38,7 @@
 #include "orvik/orvik.h"
 #include "orvik/orvik_devices.h"
 #include "orvik/orvik_frames.h"
+#include "orvik/orvik_settings.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -81,13 +83,6 @@ typedef struct Orvik_PIXEL {
   int32_t x; /**< column */
   int32_t y; /**< row */
 } Orvik_PIXEL;
-
-/** Where the settings of the user are stored. Filled by OrvikGetSettingsPlace(). */
-typedef struct Orvik_SETTINGS_PLACE {
-  char file[4096];  /**< the file, zero-terminated; "" if the user has no home, or the path does not
-                         fit */
-  int32_t obstacle; /**< 0 when settings can be saved, else the system's error number (errno) */
-} Orvik_SETTINGS_PLACE;
 
 /** A product that the library supports. Filled by OrvikGetProduct(). */
 typedef struct Orvik_PRODUCT {
@@ -356,31 +351,6 @@ ORVIK_API Orvik_ERROR_CODE OrvikGetHotPixels(int index, Orvik_PIXEL* pixels, int
  * @par Thread: any thread. Takes as long as the pulse and two requests.
  */
 ORVIK_API Orvik_ERROR_CODE OrvikPulseGuide(int index, GuideD direction, int milliseconds);
-
-/** @}
- *  @addtogroup controls Controls and settings
- *  @{ */
-
-/**
- * Saves the camera's settings now, as the end of a video does, and OrvikCloseCamera() if they have
- * changed. A camera of this model has them when it is opened the next time, except that exposures
- * above 0.1 s become 0.1 s, and that a dark frame is restored only from a file with a path of at
- * most 255 bytes.
- *
- * @retval Orvik_ERROR_FILE there is no place for them, or they cannot be written; see
- *         OrvikGetSettingsPlace()
- * @par Thread: any thread. Waits up to a second while another program saves.
- */
-ORVIK_API Orvik_ERROR_CODE OrvikSaveSettings(int index);
-
-/**
- * Returns where the settings of real cameras are stored, and what would prevent this user from
- * writing them. Writes nothing, so a full disk is not detected.
- *
- * @retval Orvik_ERROR_ARGUMENT `place` is null
- * @par Thread: any thread. Needs no camera.
- */
-ORVIK_API Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place);
 
 /** @}
  *  @addtogroup cooler Cooler

@@ -62,11 +62,24 @@ typedef struct Orvik_SIM_CAMERA {
  *   - `serial=HHHHHHHH` serial number, eight hexadecimal digits (derived from the id). It selects
  *     the sensor's hot pixels.
  *   - `seed=N` seed of sky and noise (1); two cameras with the same seed, serial and settings send
- *     the same images
- *   - `scene=stars|moon|planet|grey|dark|gradient` object in front of the telescope (stars)
+ *     the same images, unless one of them is given guide pulses or the sky changes with time
+ *   - `scene=stars|moon|planet|grey|dark|gradient` object in front of the telescope (stars). The
+ *     first three are moved and blurred by the options that follow; docs/virtual_cameras.md gives
+ *     their formulae.
+ *   - `drift=X:Y` how far the sky drifts over the sensor, to the right and down, in pixels per
+ *     second, -100 to 100 (0:0)
+ *   - `guide-rate=N` how far the sky moves while a line of the guide port is on, in pixels per
+ *     second, 0 to 100 (8); 0: guide pulses move nothing. Lines 0 and 1 move it down and up, lines
+ * 2 and 3 to the right and to the left.
+ *   - `guide-angle=DEG` turns these directions, clockwise in the image, -360 to 360 (0)
+ *   - `seeing=N` turbulence of the air: the width at half maximum of its blur in a long exposure,
+ *     in pixels, 0 to 20 (0). Short exposures are sharper, and the object dances.
+ *   - `focus=N` radius of the disc that defocus makes of a star, in pixels, -50 to 50 (0: in
+ * focus); the sign tells the side of focus. `focus=A:B:S`: goes evenly from A to B in the S seconds
+ * (0.1 to 86400) after the plugging, and stays there.
  *   - `pace=real|free` frames at the rate that follows from the camera's registers, or as fast as
  *     the host reads (real). At free pace a free-running camera repeats a few images made
- *     beforehand, and transfers take no time.
+ *     beforehand while the sky is at rest, and transfers take no time.
  *   - `link=bus|unlimited|N` capacity of the camera's link (bus): that of the bus, 40 MB/s for USB
  *     2 and 400 MB/s for USB 3, shared by all cameras on it; unlimited; or N MB/s, 1 to 1000. A
  *     camera that sends more than its link carries loses a part of its frames.

@@ -25,6 +25,7 @@ Camera::Camera(const Model& model, const CameraOptions& options, std::shared_ptr
       clock_(std::move(clock)),
       board_(makeBoard(model)),
       flash_(options.flash),
+      telescope_(options.telescope, options.seed, clock_->now()),
       thermometer_(options.ambient, clock_->now()) {
   if (model.cooled) {
     cooler_.emplace(options.ambient, options.noise ? scramble(options.seed) : 0, clock_->now());
@@ -102,7 +103,7 @@ bool Camera::command(const seam::SetupPacket& setup) {
       return true;
     case kGuideOn:
     case kGuideOff:
-      return guidePort_.set(setup.value, setup.request == kGuideOn, clock_->now());
+      return guide(setup.value, setup.request == kGuideOn);
     case kCoolerDrive:
       if (!cooler_) return false;
       cooler_->setDrive(static_cast<std::uint8_t>(setup.value), clock_->now());
@@ -117,6 +118,13 @@ bool Camera::command(const seam::SetupPacket& setup) {
     default:
       return !unheard(setup.request) && board_->command(setup.request, setup.value, setup.index);
   }
+}
+
+bool Camera::guide(int line, bool on) {
+  const seam::Clock::Duration now = clock_->now();
+  if (!guidePort_.set(line, on, now)) return false;
+  telescope_.guide(line, on, now);
+  return true;
 }
 
 std::optional<std::size_t> Camera::answer(const seam::SetupPacket& setup,

@@ -20,6 +20,7 @@
 #include "sim/hardware/stray_request.h"
 #include "sim/hardware/thermometer.h"
 #include "sim/models.h"
+#include "sim/telescope/telescope.h"
 
 namespace orvik::sim {
 
@@ -39,6 +40,10 @@ class Camera {
 
   [[nodiscard]] CaptureState captureState() const;
   [[nodiscard]] double sensorCelsius() const;
+  /// What an exposure from `begins` to `ends` shows of the sky.
+  [[nodiscard]] Look look(seam::Clock::Duration begins, seam::Clock::Duration ends) const {
+    return telescope_.look(begins, ends);
+  }
   [[nodiscard]] const GuidePort& guidePort() const { return guidePort_; }
   /// The vendor requests that the camera has refused, and those to registers that it has not.
   [[nodiscard]] const std::vector<StrayRequest>& strays() const { return strays_; }
@@ -53,6 +58,7 @@ class Camera {
   /// Requests that carry data to the bridge. @return false when it refuses.
   bool take(const seam::SetupPacket& setup, std::span<const std::uint8_t> data);
   bool command(const seam::SetupPacket& setup);
+  bool guide(int line, bool on);
   std::optional<std::size_t> answer(const seam::SetupPacket& setup, std::span<std::uint8_t> data);
   void noteStray(const seam::SetupPacket& setup, bool refused);
   std::optional<std::size_t> readFlash(const seam::SetupPacket& setup,
@@ -73,6 +79,7 @@ class Camera {
   std::unique_ptr<SensorBoard> board_;
   SpiFlash flash_;
   GuidePort guidePort_;
+  Telescope telescope_;  ///< on a mount that the guide port is connected to
   Thermometer thermometer_;
   std::optional<Cooler> cooler_;  ///< replaces the thermometer
   std::vector<StrayRequest> strays_;

@@ -40,20 +40,36 @@ PictureMaker::PictureMaker(const Model& model, const CameraOptions& options, std
       sceneKind_(options.sceneKind),
       sceneSeed_(options.seed) {}
 
-void PictureMaker::prepare(const FrameSettings& settings) {
+void PictureMaker::prepare(const FrameSettings& settings, const Look& look) {
   prepared_.reset();  // should memory run out half-way
-  if (!scene_) scene_ = makeScene(sceneKind_, sceneSeed_);
   if (hotPixels_.empty()) hotPixels_ = hotPixelsOf(model_->sensor, serial_);
-  if (fluxArea_ != settings.area) {
-    const Area& area = settings.area;
-    flux_.resize(static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height));
-    scene_->illuminate(model_->sensor, area, flux_);
-    dim(area);
-    fluxArea_ = area;
-  }
+  illuminate({settings.area, look});
   const SensorCondition condition{model_->pixel, ideal_, hotPixels_};
   computeSignal(settings, condition, model_->sensor.mosaic != Mosaic::kMono, flux_, signal_);
   prepared_ = settings;
+}
+
+/// The look that the scene is shown in: a scene without a view is always the same.
+const Look& PictureMaker::lookOfScene(const Look& look) {
+  static const Look kRest;
+  if (look == kRest) return kRest;
+  if (!scene_) scene_ = makeScene(sceneKind_, sceneSeed_);
+  if (!view_) view_ = scene_->view(model_->sensor);
+  return view_ ? look : kRest;
+}
+
+void PictureMaker::illuminate(const LightSettings& settings) {
+  if (illuminated_ == settings) return;
+  illuminated_.reset();
+  if (!scene_) scene_ = makeScene(sceneKind_, sceneSeed_);
+  flux_.resize(settings.area.pixels());
+  if (settings.look != Look{}) {
+    view_->illuminate(settings.area, settings.look, flux_);
+  } else {
+    scene_->illuminate(model_->sensor, settings.area, flux_);
+  }
+  dim(settings.area);
+  illuminated_ = settings;
 }
 
 /// Brings the scene's light to the brightness and colour that it is to have.
@@ -64,15 +80,17 @@ void PictureMaker::dim(const Area& area) {
     cell[static_cast<std::size_t>(n)] = static_cast<float>(
         light_ * factorBehind(sensor.filterAt(area.x + n % 2, area.y + n / 2), colour_));
   }
+  if (cell == std::array<float, 4>{1, 1, 1, 1}) return;
   const auto width = static_cast<std::size_t>(area.width);
   for (std::size_t n = 0; n < flux_.size(); ++n) {
     flux_[n] *= cell[n / width % 2 * 2 + n % width % 2];
   }
 }
 
-void PictureMaker::make(const FrameSettings& settings, std::uint64_t number,
+void PictureMaker::make(const FrameSettings& settings, const Look& look, std::uint64_t number,
                         std::span<std::uint8_t> frame) {
-  if (prepared_ != settings) prepare(settings);
+  const Look& shown = lookOfScene(look);
+  if (prepared_ != settings || illuminated_->look != shown) prepare(settings, shown);
   const auto columns = static_cast<std::size_t>(settings.columns);
   const auto rows = static_cast<std::size_t>(settings.rows);
   const std::size_t rowBytes = frame.size() / rows;

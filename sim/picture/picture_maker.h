@@ -22,12 +22,24 @@ class PictureMaker {
  public:
   PictureMaker(const Model& model, const CameraOptions& options, std::uint32_t serial);
 
+  /// @param look how the telescope showed the sky; nothing to a scene that fills the view evenly
   /// @param number selects the noise; the same number gives the same picture
   /// @param frame settings.bytes() bytes, filled with samples without marks
-  void make(const FrameSettings& settings, std::uint64_t number, std::span<std::uint8_t> frame);
+  void make(const FrameSettings& settings, const Look& look, std::uint64_t number,
+            std::span<std::uint8_t> frame);
 
  private:
-  void prepare(const FrameSettings& settings);
+  /// What the light on the pixels depends on.
+  struct LightSettings {
+    Area area;
+    Look look;
+
+    friend bool operator==(const LightSettings&, const LightSettings&) = default;
+  };
+
+  void prepare(const FrameSettings& settings, const Look& look);
+  const Look& lookOfScene(const Look& look);
+  void illuminate(const LightSettings& settings);
   void dim(const Area& area);
 
   const Model* model_;
@@ -41,11 +53,12 @@ class PictureMaker {
   std::uint64_t sceneSeed_;
 
   std::vector<HotPixel> hotPixels_;
+  std::unique_ptr<SkyView> view_;  ///< null before the sky moves
   std::vector<float> flux_;
-  Area fluxArea_;
+  std::optional<LightSettings> illuminated_;
   Signal signal_;
-  std::vector<std::int16_t> samples_;  ///< one row
-  std::optional<FrameSettings> prepared_;
+  std::vector<std::int16_t> samples_;      ///< one row
+  std::optional<FrameSettings> prepared_;  ///< with the light as in illuminated_
 };
 
 }  // namespace orvik::sim

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sim/random.h"
+#include "sim/sky/object_view.h"
 #include "sim/sky/optics.h"
 #include "sim/sky/scenes.h"
 #include "sim/sky/value_noise.h"
@@ -66,7 +67,7 @@ struct Ground {
   float albedo = 0;
 };
 
-class Moon final : public Scene {
+class Moon final : public SkyObject {
  public:
   explicit Moon(std::uint64_t seed) : seed_(seed) {
     Random random(seed ^ 0x6D6F6F6EU);
@@ -82,6 +83,17 @@ class Moon final : public Scene {
                   std::span<float> flux) const override {
     const Relief relief(*this, sensor, area);
     paint(sensor, area, flux, [&](int x, int y) { return relief.lightAt(x, y); });
+  }
+
+  [[nodiscard]] Area extent(const SensorFormat& sensor) const override {
+    const auto reach = static_cast<int>(std::ceil(kRadius * static_cast<float>(sensor.height))) + 1;
+    return Area{sensor.width / 2, sensor.height / 2, 1, 1}.grown(reach);
+  }
+
+  [[nodiscard]] std::vector<Light> lights(const SensorFormat& sensor,
+                                          const Area& part) const override {
+    const Relief relief(*this, sensor, part);
+    return lightsOf(part, [&](int x, int y) { return relief.lightAt(x, y); });
   }
 
  private:

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <span>
+#include <vector>
 
 #include "sim/sensor_format.h"
 
@@ -48,6 +49,34 @@ constexpr float vignette(const SensorFormat& sensor, int x, int y) {
   return 1 - 0.125F * (dx * dx + dy * dy);
 }
 
+/// The vignette of a row of a sensor, for many pixels.
+class Vignette {
+ public:
+  explicit Vignette(const SensorFormat& sensor)
+      : height_(sensor.height), columns_(static_cast<std::size_t>(sensor.width)) {
+    for (std::size_t x = 0; x < columns_.size(); ++x) {
+      columns_[x] = loss(static_cast<float>(x), sensor.width);
+    }
+  }
+
+  /// The share of the light that reaches each pixel of an area's row is
+  /// `rowShare(y) - columnLosses(area)[x - area.x]`.
+  [[nodiscard]] float rowShare(int y) const { return 1 - loss(static_cast<float>(y), height_); }
+  [[nodiscard]] std::span<const float> columnLosses(const Area& area) const {
+    return std::span(columns_).subspan(static_cast<std::size_t>(area.x),
+                                       static_cast<std::size_t>(area.width));
+  }
+
+ private:
+  static float loss(float place, int size) {
+    const float distance = 2 * place / static_cast<float>(size) - 1;
+    return 0.125F * distance * distance;
+  }
+
+  int height_;
+  std::vector<float> columns_;
+};
+
 /// Fills in the flux of an area from `lightAt(x, y)`, the light that falls on a sensor pixel.
 template <typename LightAt>
 void paint(const SensorFormat& sensor, const Area& area, std::span<float> flux, LightAt lightAt) {
@@ -57,6 +86,17 @@ void paint(const SensorFormat& sensor, const Area& area, std::span<float> flux, 
       flux[n++] = behind(sensor.filterAt(x, y), lightAt(x, y)) * vignette(sensor, x, y);
     }
   }
+}
+
+/// The light of the pixels of an area, row by row, from `lightAt(x, y)`.
+template <typename LightAt>
+std::vector<Light> lightsOf(const Area& area, LightAt lightAt) {
+  std::vector<Light> lights;
+  lights.reserve(area.pixels());
+  for (int y = area.y; y < area.bottom(); ++y) {
+    for (int x = area.x; x < area.right(); ++x) lights.push_back(lightAt(x, y));
+  }
+  return lights;
 }
 
 }  // namespace orvik::sim

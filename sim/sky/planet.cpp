@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "sim/random.h"
+#include "sim/sky/object_view.h"
 #include "sim/sky/optics.h"
 #include "sim/sky/scenes.h"
 #include "sim/sky/value_noise.h"
@@ -15,7 +16,9 @@ namespace {
 constexpr float kBright = 95000;
 constexpr float kRadius = 0.24F;  // equatorial, as a share of the sensor's height
 constexpr float kFlattening = 0.065F;
-constexpr float kTilt = 0.10F;  // radians
+constexpr float kTilt = 0.10F;     // radians
+constexpr float kFarthest = 2.4F;  // of a satellite from the middle, in equatorial radii
+constexpr float kSoftEdge = 12;    // pixels beyond the limb, or around a satellite, with some light
 
 struct Belt {
   float latitude = 0;  ///< its middle, sine
@@ -35,7 +38,7 @@ struct Satellite {
 };
 
 /// A banded gas giant with a great spot, darkened towards its limb, with four satellites.
-class Planet final : public Scene {
+class Planet final : public SkyObject {
  public:
   explicit Planet(std::uint64_t seed) : seed_(seed) {
     Random random(seed ^ 0x706C616E6574U);
@@ -52,17 +55,36 @@ class Planet final : public Scene {
 
   void illuminate(const SensorFormat& sensor, const Area& area,
                   std::span<float> flux) const override {
-    const float radius = kRadius * static_cast<float>(sensor.height);
-    const float sine = std::sin(kTilt);
-    const float cosine = std::cos(kTilt);
-    paint(sensor, area, flux, [&](int x, int y) {
-      const float dx = (static_cast<float>(x) - 0.5F * static_cast<float>(sensor.width)) / radius;
-      const float dy = (static_cast<float>(y) - 0.5F * static_cast<float>(sensor.height)) / radius;
-      return lightAt(dx * cosine + dy * sine, dy * cosine - dx * sine, 1 / radius);
-    });
+    paint(sensor, area, flux, [&](int x, int y) { return lightAt(sensor, x, y); });
+  }
+
+  [[nodiscard]] Area extent(const SensorFormat& sensor) const override {
+    const float radius = radiusOn(sensor);
+    // Satellites stand near the plane of the equator, which is tilted by kTilt.
+    const auto across = static_cast<int>(std::ceil(kFarthest * radius + kSoftEdge));
+    const auto down = static_cast<int>(std::ceil(radius + kSoftEdge));
+    return {sensor.width / 2 - across, sensor.height / 2 - down, 2 * across + 1, 2 * down + 1};
+  }
+
+  [[nodiscard]] std::vector<Light> lights(const SensorFormat& sensor,
+                                          const Area& part) const override {
+    return lightsOf(part, [&](int x, int y) { return lightAt(sensor, x, y); });
   }
 
  private:
+  static float radiusOn(const SensorFormat& sensor) {
+    return kRadius * static_cast<float>(sensor.height);
+  }
+
+  [[nodiscard]] Light lightAt(const SensorFormat& sensor, int x, int y) const {
+    static const float kSine = std::sin(kTilt);
+    static const float kCosine = std::cos(kTilt);
+    const float radius = radiusOn(sensor);
+    const float dx = (static_cast<float>(x) - 0.5F * static_cast<float>(sensor.width)) / radius;
+    const float dy = (static_cast<float>(y) - 0.5F * static_cast<float>(sensor.height)) / radius;
+    return lightAt(dx * kCosine + dy * kSine, dy * kCosine - dx * kSine, 1 / radius);
+  }
+
   /// @param u, v equatorial radii along and across the equator
   /// @param pixel the size of a pixel in the same unit
   [[nodiscard]] Light lightAt(float u, float v, float pixel) const {

@@ -6,8 +6,22 @@
 #include <span>
 
 #include "sim/sensor_format.h"
+#include "sim/sky/look.h"
 
 namespace orvik::sim {
+
+/// A scene as one camera sees it through a telescope that moves and blurs. It keeps what pictures
+/// have in common, and allocates nothing large before the first of them. One thread at a time.
+class SkyView {
+ public:
+  SkyView() = default;
+  SkyView(const SkyView&) = delete;
+  SkyView& operator=(const SkyView&) = delete;
+  virtual ~SkyView() = default;
+
+  /// As Scene::illuminate(), through a telescope.
+  virtual void illuminate(const Area& area, const Look& look, std::span<float> flux) = 0;
+};
 
 /// What the telescope looks at, as the light that arrives behind the sensor's colour filters.
 class Scene {
@@ -22,6 +36,10 @@ class Scene {
   /// @param flux area.width x area.height values, row by row
   virtual void illuminate(const SensorFormat& sensor, const Area& area,
                           std::span<float> flux) const = 0;
+
+  /// @return a view, which the scene must outlive; null for a scene that looks the same wherever
+  /// the telescope points.
+  [[nodiscard]] virtual std::unique_ptr<SkyView> view(const SensorFormat&) const { return nullptr; }
 };
 
 enum class SceneKind : std::uint8_t { kStars, kMoon, kPlanet, kGrey, kDark, kGradient };

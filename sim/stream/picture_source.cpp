@@ -7,15 +7,18 @@
 
 namespace orvik::sim {
 
-std::shared_ptr<const Picture> PictureSource::make(const FrameSettings& settings,
+std::shared_ptr<const Picture> PictureSource::make(const FrameSettings& settings, const Look& look,
                                                    std::uint64_t number, bool repeated) {
+  // While the sky moves, a picture is of no use a second time.
+  repeated = repeated && look == last_;
+  last_ = look;
   std::shared_ptr<Picture> picture;
   if (repeated) {
-    picture = fromRing(settings, number);
+    picture = fromRing(settings, look, number);
   } else {
     picture = memory();
     picture->resize(settings.bytes());
-    maker_.make(settings, number, *picture);
+    maker_.make(settings, look, number, *picture);
   }
   stampMarks(settings.marks, *picture, static_cast<std::uint16_t>(number));
   if (!filter_) return picture;
@@ -37,16 +40,17 @@ std::shared_ptr<Picture> PictureSource::memory() {
   return memories_.back();
 }
 
-std::shared_ptr<Picture> PictureSource::fromRing(const FrameSettings& settings,
+std::shared_ptr<Picture> PictureSource::fromRing(const FrameSettings& settings, const Look& look,
                                                  std::uint64_t number) {
-  if (ring_.settings != settings) {
+  if (ring_.settings != settings || ring_.look != look) {
     ring_ = {};
     ring_.settings = settings;
+    ring_.look = look;
   }
   std::shared_ptr<Picture>& picture = ring_.pictures.at(ring_.next);
   if (ring_.made == ring_.next) {
     picture = std::make_shared<Picture>(settings.bytes());
-    maker_.make(settings, number, *picture);
+    maker_.make(settings, look, number, *picture);
     ++ring_.made;
   }
   ring_.next = (ring_.next + 1) % ring_.pictures.size();

@@ -22,11 +22,12 @@ class PictureSource {
   PictureSource(const CameraOptions& options, PictureMaker maker)
       : filter_(options.frameFilter), maker_(std::move(maker)) {}
 
+  /// @param look how the telescope showed the sky
   /// @param number of the frame; its low 16 bits are its sequence number
   /// @param repeated whether one of a few earlier pictures may be used
   /// @return null for a frame that the filter has dropped. Throws std::bad_alloc.
-  std::shared_ptr<const Picture> make(const FrameSettings& settings, std::uint64_t number,
-                                      bool repeated);
+  std::shared_ptr<const Picture> make(const FrameSettings& settings, const Look& look,
+                                      std::uint64_t number, bool repeated);
 
  private:
   /// The pictures that are repeated.
@@ -35,15 +36,18 @@ class PictureSource {
     std::size_t made = 0;
     std::size_t next = 0;
     std::optional<FrameSettings> settings;
+    Look look;
   };
 
   std::shared_ptr<Picture> memory();
-  std::shared_ptr<Picture> fromRing(const FrameSettings& settings, std::uint64_t number);
+  std::shared_ptr<Picture> fromRing(const FrameSettings& settings, const Look& look,
+                                    std::uint64_t number);
 
   const FrameFilter filter_;
   PictureMaker maker_;
   std::vector<std::shared_ptr<Picture>> memories_;
   Ring ring_;
+  Look last_;
 };
 
 }  // namespace orvik::sim

@@ -301,24 +301,27 @@ std::size_t Streamer::arrived() const {
 /// Free pace: a frame is complete as soon as it is wanted.
 bool Streamer::developAtOnce(Lock& lock) {
   std::optional<FrameSettings> settings;
+  Window exposed;
   bool lost = false;
   if (state_.mode == RunMode::kTriggered) {
     if (!exposed_) return false;
-    settings = std::exchange(exposed_, std::nullopt)->settings;
+    settings = exposed_->settings;
+    exposed = {exposed_->begins, exposed_->ends};
+    exposed_.reset();
     lost = !outbox_.empty();
   } else {
     if (!outbox_.empty() || !pipe_.ready()) return false;
     state_ = camera_.captureState();
     settings = state_.settings;
     if (!settings) return false;
+    const Duration now = clock_->now();
+    exposed = {now - settings->exposure, now};
   }
   const std::uint64_t number = nextFrame_++;
   if (lost) return true;
   const bool repeated = state_.mode == RunMode::kFreeRunning;
   const std::uint64_t changes = changes_;
-  lock.unlock();
-  std::shared_ptr<const Picture> picture = pictures_.make(*settings, number, repeated);
-  lock.lock();
+  std::shared_ptr<const Picture> picture = develop(lock, *settings, exposed, number, repeated);
   if (picture && changes == changes_) {
     outbox_.add(picture, 0, picture->size());
     outbox_.endRun();
@@ -336,6 +339,7 @@ bool Streamer::beginReadout(Duration now) {
   link_.use(settings);
   reading_ = Readout{.settings = settings,
                      .number = nextFrame_++,
+                     .exposed = {begins - settings.exposure, begins},
                      .rows = RowClock(settings, begins),
                      .picture = nullptr,
                      .lost = hostIsLate()};
@@ -349,13 +353,23 @@ bool Streamer::makePicture(Lock& lock) {
   const FrameSettings settings = reading_->settings;
   const std::uint64_t number = reading_->number;
   const std::uint64_t changes = changes_;
-  lock.unlock();
-  std::shared_ptr<const Picture> picture = pictures_.make(settings, number, false);
-  lock.lock();
+  std::shared_ptr<const Picture> picture =
+      develop(lock, settings, reading_->exposed, number, false);
   if (changes != changes_) return true;
   reading_->lost = picture == nullptr;
   reading_->picture = std::move(picture);
   return true;
+}
+
+/// Makes a picture without the lock.
+std::shared_ptr<const Picture> Streamer::develop(Lock& lock, const FrameSettings& settings,
+                                                 const Window& exposed, std::uint64_t number,
+                                                 bool repeated) {
+  const Look look = camera_.look(exposed.begins, exposed.ends);
+  lock.unlock();
+  std::shared_ptr<const Picture> picture = pictures_.make(settings, look, number, repeated);
+  lock.lock();
+  return picture;
 }
 
 /// Takes the rows that have come by `now` off the board. @return whether there were any.

@@ -32,6 +32,8 @@ namespace orvik::sim {
 /// keeps what the link has carried. But a frame whose read-out begins while an earlier one still
 /// waits for the host is lost, and its sequence number with it.
 ///
+/// A frame shows the sky as the telescope showed it while the frame's first row was exposed.
+///
 /// The settings of a frame are those at the beginning of its exposure, or, as the camera's
 /// temperament has it, those of the moment at each row.
 ///
@@ -74,10 +76,16 @@ class Streamer {
     Duration begins{};
     Duration ends{};  ///< free running: when its last row has come off
   };
+  /// When the first row of a frame collected light.
+  struct Window {
+    Duration begins{};
+    Duration ends{};
+  };
   /// A frame whose rows come off the board.
   struct Readout {
     FrameSettings settings;
     std::uint64_t number = 0;
+    Window exposed;
     RowClock rows;
     std::shared_ptr<const Picture> picture;  ///< null while it is to be made
     bool lost = false;                       ///< its rows take their time, but are not sent
@@ -101,6 +109,9 @@ class Streamer {
   bool developAtOnce(Lock& lock);
   bool beginReadout(Duration now);
   bool makePicture(Lock& lock);
+  std::shared_ptr<const Picture> develop(Lock& lock, const FrameSettings& settings,
+                                         const Window& exposed, std::uint64_t number,
+                                         bool repeated);
   bool readRows(Duration now);
   void endReadout();
 

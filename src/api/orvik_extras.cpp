@@ -76,6 +76,20 @@ Orvik_ERROR_CODE OrvikSaveSettings(int index) {
   });
 }
 
+Orvik_ERROR_CODE OrvikResetSettings(int index) {
+  return withCamera(index, Orvik_ERROR_DRIVER_FAILED, [](OpenCamera& camera) {
+    const Orvik_ERROR_CODE busy = captureCode(camera.driver->capture());
+    if (busy != Orvik_OK) return busy;
+    return camera.driver->resetSettings() ? Orvik_OK : Orvik_ERROR_DRIVER_FAILED;
+  });
+}
+
+Orvik_ERROR_CODE OrvikForgetSettings(int index) {
+  return withCamera(index, Orvik_ERROR_FILE, [](OpenCamera& camera) {
+    return camera.driver->forgetSettings() ? Orvik_OK : Orvik_ERROR_FILE;
+  });
+}
+
 Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place) {
   if (place == nullptr) return Orvik_ERROR_ARGUMENT;
   return guarded(Orvik_ERROR_FILE, [&] {

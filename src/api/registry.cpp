@@ -171,6 +171,7 @@ void Registry::prepare(OpenCamera& camera, const seam::Host& host) {
   camera.host = &host;
   camera.device = camera.driver->device();
   camera.serialNumber = camera.driver->serialNumber();
+  camera.driver->loadOwnSettings();
   camera.driver->state().timeMark = false;
   camera.driver->initialise();
 }

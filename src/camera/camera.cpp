@@ -69,6 +69,7 @@ Camera::Camera(const ModelRow& model, std::shared_ptr<const FrameProtocol> proto
       clock_(currentClock()),
       settingsFolder_(currentHost()->settingsFolder()),
       state_(initialState(model)),
+      settingsNames_{std::string(model.settingsName)},
       link_(std::make_shared<VendorLink>(newDevice(model))),
       guideLines_(*link_),
       regulator_(model_, *state_, *this),
@@ -145,6 +146,22 @@ bool Camera::connectAgain() {
   return device && connect(*device);
 }
 
+bool Camera::resetSettings() {
+  const auto lock = lockSettings();
+  bool done = true;
+  for (int type = 0; isControlType(type); ++type) {
+    const auto control = static_cast<Orvik_CONTROL_TYPE>(type);
+    const bool isLeft = control == Orvik_CTL_COOLER_ON || control == Orvik_CTL_BANDWIDTH;
+    if (isLeft || !model_.controls.has(control)) continue;
+    const bool isBin = control == Orvik_CTL_HARDWARE_BIN;  // whose record tells another default
+    const int value =
+        isBin ? int{model_.hardwareBinAtStart} : controlRange(model_, control).defaultValue;
+    done = setControl(type, value, false) == Orvik_OK && done;
+  }
+  dark_.use(false);
+  return done;
+}
+
 bool Camera::close() {
   // Stop the telescope first: the rest may take a while.
   if (memoryWork_.isGoingOn()) guideLines_.letGo();
@@ -157,7 +174,7 @@ bool Camera::close() {
   onClosing();
   endLink();
   // A slow disk must not delay the requests that bring the camera to rest.
-  if (unsaved) saveGroup(model_.settingsName, *unsaved);
+  if (unsaved) saveGroup(settingsNames_, *unsaved);
   return true;
 }
 
@@ -234,7 +251,7 @@ void Camera::endCapture() {
   endWork();
   onClosing();
   endLink();
-  if (unsaved) saveGroup(model_.settingsName, *unsaved);
+  if (unsaved) saveGroup(settingsNames_, *unsaved);
 }
 
 void Camera::endWork() {

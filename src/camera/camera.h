@@ -174,7 +174,7 @@ class Camera : public RegulatedSettings {
     return {link(), clock(), requests};
   }
 
-  // The stored settings of the user, one group for each model
+  // The stored settings of the user, a group for each model and for each camera
   /// Reads the settings into the state, each limited to the range of the model. A missing or
   /// damaged setting keeps its present value. A stored exposure above 0.1 s becomes 0.1 s. A dark
   /// frame that is switched on is loaded once the camera is open, at the latest by initialise().
@@ -182,8 +182,21 @@ class Camera : public RegulatedSettings {
   /// Saves the settings. Waits up to a second for another program.
   /// @return false when they could not be saved.
   bool saveSettings(std::string_view name) noexcept;
-  /// saveSettings() under the name of the model.
-  bool keepSettings() noexcept { return saveSettings(model_.settingsName); }
+  /// Loads what was saved for this very camera, which is open, over the settings of its model. From
+  /// now on settings are saved under both names, so that cameras of one model do not overwrite each
+  /// other's, and a new one begins as the last of its model. Without a serial number it does
+  /// nothing.
+  void loadOwnSettings() noexcept;
+  /// Saves the settings for the model, and for the camera after loadOwnSettings(). The rest as
+  /// saveSettings().
+  bool keepSettings() noexcept;
+  /// Removes what keepSettings() has saved. The present settings stay, and are not saved unless
+  /// they change. The rest as saveSettings().
+  bool forgetSettings() noexcept;
+  /// Sets all controls but the cooler's switch to the values of a new camera of the model, and
+  /// switches the dark frame off.
+  /// @return false when the camera did not take one of them.
+  virtual bool resetSettings();
 
   // The parts
   [[nodiscard]] VendorLink& link() const { return *link_; }
@@ -245,7 +258,7 @@ class Camera : public RegulatedSettings {
   bool connect(const seam::DeviceInfo& wanted);
   bool connectAgain();
   [[nodiscard]] bool isVideoRunning() const;
-  bool saveGroup(std::string_view name, const settings::Group& group) noexcept;
+  bool saveGroup(std::span<const std::string> names, const settings::Group& group) noexcept;
   /// What is to be saved when the camera is closed: after a video or a snapshot, and if the
   /// settings differ from those last loaded or saved.
   [[nodiscard]] std::optional<settings::Group> settingsToSave() noexcept;
@@ -259,7 +272,8 @@ class Camera : public RegulatedSettings {
   const std::shared_ptr<seam::Clock> clock_;
   const std::string settingsFolder_;  ///< of the host that the camera came from
   const std::shared_ptr<CameraState> state_;
-  std::optional<settings::Group> kept_;  ///< as last loaded or saved; empty before initialise()
+  std::optional<settings::Group> kept_;     ///< as last loaded or saved; empty before initialise()
+  std::vector<std::string> settingsNames_;  ///< under which keepSettings() saves
   const std::shared_ptr<VendorLink> link_;
   GuideLines guideLines_;
   const std::shared_ptr<SettingsLock> settingsLock_ = std::make_shared<SettingsLock>();

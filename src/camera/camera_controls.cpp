@@ -85,10 +85,10 @@ std::optional<Camera::ControlValue> Camera::readControl(int type) {
       return {{now.overClock}};
     case Orvik_CTL_TEMPERATURE: {
       const auto tenths = static_cast<std::int32_t>(temperature() * 10.0);
-      // If the sensor cannot be read, there is no temperature; a model without thermometer reports
-      // 0.
-      const bool isKnown =
-          !model_.controls.has(Orvik_CTL_TEMPERATURE) || now.temperatureIsRecent(clock_->now());
+      // If the sensor cannot be read, or is gone, there is no temperature; a model without
+      // thermometer reports 0.
+      const bool isKnown = !model_.controls.has(Orvik_CTL_TEMPERATURE) ||
+                           (now.temperatureIsRecent(clock_->now()) && !link_->isGone());
       return isKnown ? std::optional<ControlValue>{{tenths}} : std::nullopt;
     }
     case Orvik_CTL_FLIP:

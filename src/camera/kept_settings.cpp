@@ -19,9 +19,13 @@ void Camera::loadSettings(std::string_view name) noexcept try {
   const auto store = settings::SettingsStore::ofUser(settingsFolder_);
   const auto group = store ? store->load(std::string(name)) : std::nullopt;
   const auto lock = lockSettings();
-  if (group) settings::apply(*group, model_, *state_);
+  if (group) {
+    noteCorrections();
+    settings::apply(*group, model_, *state_);
+  }
   hotPixels_.use(state_->hotPixelCorrection);
   dark_.setPath(state_->darkPath.data());
+  if (!state_->usingDark) dark_.use(false);
   if (state_->usingDark) {
     // A dark frame is as large as the sensor.
     state_->width = model_.maxWidth;
@@ -63,15 +67,43 @@ void Camera::settleSettings(const settings::Group& before) {
   if (!kept_ || *kept_ == before) kept_ = presentSettings();
 }
 
+void Camera::loadOwnSettings() noexcept try {
+  const std::string serial = serialNumber();
+  if (serial.empty()) return;
+  const std::string model(model_.settingsName);
+  settingsNames_ = {model, model + " " + serial};
+  loadSettings(settingsNames_.back());
+} catch (const std::exception&) {
+}
+
 bool Camera::saveSettings(std::string_view name) noexcept try {
-  return saveGroup(name, presentSettings());
+  const std::string text(name);
+  return saveGroup(std::span(&text, 1), presentSettings());
 } catch (const std::exception&) {
   return false;
 }
 
-bool Camera::saveGroup(std::string_view name, const settings::Group& group) noexcept try {
+bool Camera::keepSettings() noexcept try {
+  return saveGroup(settingsNames_, presentSettings());
+} catch (const std::exception&) {
+  return false;
+}
+
+bool Camera::forgetSettings() noexcept try {
   const auto store = settings::SettingsStore::ofUser(settingsFolder_);
-  if (!store || !store->save(std::string(name), group)) return false;
+  if (!store || !store->forget(settingsNames_)) return false;
+  const auto present = presentSettings();
+  const auto lock = lockSettings();
+  kept_ = present;
+  return true;
+} catch (const std::exception&) {
+  return false;
+}
+
+bool Camera::saveGroup(std::span<const std::string> names, const settings::Group& group) noexcept
+    try {
+  const auto store = settings::SettingsStore::ofUser(settingsFolder_);
+  if (!store || !store->save(names, group)) return false;
   const auto lock = lockSettings();
   kept_ = group;
   return true;

@@ -156,6 +156,14 @@ void ModelCamera<Base>::followClock() {
 }
 
 template <class Base>
+bool ModelCamera<Base>::resetSettings() {
+  const auto lock = lockSettings();
+  const bool done = Base::resetSettings();
+  applyBandwidth(automaticBandwidth(state().usb3Host), model().bandwidthAutoSupported);
+  return done;
+}
+
+template <class Base>
 bool ModelCamera<Base>::setBandwidth(int percent, bool automatic) {
   return offers(Orvik_CTL_BANDWIDTH) && applyBandwidth(percent, automatic);
 }

@@ -33,6 +33,7 @@ class ModelCamera : public Base {
   bool setHighSpeedMode(bool on) override;
   bool setHardwareBin(bool on) override;
   bool setBandwidth(int percent, bool automatic) override;
+  bool resetSettings() override;
   void setWhiteBalance(int red, int blue, bool automatic) override;
   bool setExposure(std::uint64_t exposureUs, bool automatic) override;
   float readTemperature() override;

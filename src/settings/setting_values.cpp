@@ -196,14 +196,24 @@ std::optional<Group> readGroup(std::string_view text, const std::string& model) 
   return group;
 }
 
-std::optional<std::string> withValues(std::string_view text, const std::string& model,
+std::optional<std::string> withValues(std::string_view text, std::span<const std::string> names,
                                       std::span<const Value> values) {
   auto file = parse(text);
   if (!file) return std::nullopt;
-  Json& kept = file->emplace(model, Json::object()).first.value();
-  // A member that is not an object was not written by this function.
-  if (!kept.is_object()) return std::nullopt;
-  for (const Value& value : values) kept[value.name] = entryOf(value);
+  for (const std::string& name : names) {
+    Json& kept = file->emplace(name, Json::object()).first.value();
+    // A member that is not an object was not written by this function.
+    if (!kept.is_object()) return std::nullopt;
+    for (const Value& value : values) kept[value.name] = entryOf(value);
+  }
+  return textOf(*file);
+}
+
+std::optional<std::string> withoutGroups(std::string_view text,
+                                         std::span<const std::string> names) {
+  auto file = parse(text);
+  if (!file) return std::nullopt;
+  for (const std::string& name : names) file->erase(name);
   return textOf(*file);
 }
 

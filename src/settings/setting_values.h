@@ -29,13 +29,14 @@ struct Value {
 /// The length of the longest value.
 inline constexpr std::size_t kMaxBytes = 4096;
 
-/// The values of one model.
+/// The values of one model, or of one camera.
 using Group = std::vector<Value>;
 
 /// @return null when the group has no such value.
 const Value* find(const Group& group, std::string_view name);
 
-/// The settings file: JSON, with an object for each model and in it one for each value:
+/// The settings file: JSON, with an object for each model and in it one for each value; cameras
+/// that have a serial number have groups of their own, such as "T15C 0012ABCD":
 ///
 ///     {
 ///       "T15C": {
@@ -53,14 +54,23 @@ const Value* find(const Group& group, std::string_view name);
 ///
 /// These are pure functions that accept any text; any thread may call them.
 
-/// Reads the values of one model.
-/// @return nothing when the text is no settings file or has no such model. A value that does not
+/// Reads the values of one group.
+/// @return nothing when the text is no settings file or has no such group. A value that does not
 /// follow the rules above is ignored.
-std::optional<Group> readGroup(std::string_view text, const std::string& model);
+std::optional<Group> readGroup(std::string_view text, const std::string& name);
 
-/// Sets values in the text of a settings file; all others stay.
+/// Sets the same values in several groups of a settings file; all others stay.
 /// @return nothing when the text is no settings file; the returned text always is one.
-std::optional<std::string> withValues(std::string_view text, const std::string& model,
+std::optional<std::string> withValues(std::string_view text, std::span<const std::string> names,
                                       std::span<const Value> values);
+
+/// The same for one group.
+inline std::optional<std::string> withValues(std::string_view text, const std::string& name,
+                                             std::span<const Value> values) {
+  return withValues(text, std::span(&name, 1), values);
+}
+
+/// Removes groups; all others stay. The rest as withValues().
+std::optional<std::string> withoutGroups(std::string_view text, std::span<const std::string> names);
 
 }  // namespace orvik::settings

@@ -81,18 +81,26 @@ std::optional<SettingsStore> SettingsStore::ofUser(const fs::path& folder) {
   return SettingsStore(folder.empty() ? *place : *place / folder);
 }
 
-std::optional<Group> SettingsStore::load(const std::string& model) const {
+std::optional<Group> SettingsStore::load(const std::string& name) const {
   std::string text;
   if (files_->read(file(), kMaxFileBytes, text) != FileSystem::Read::kDone) return std::nullopt;
-  return readGroup(text, model);
+  return readGroup(text, name);
 }
 
-bool SettingsStore::save(const std::string& model, std::span<const Value> values,
+bool SettingsStore::save(std::span<const std::string> names, std::span<const Value> values,
                          std::chrono::milliseconds timeout) const {
+  return change([&](std::string_view text) { return withValues(text, names, values); }, timeout);
+}
+
+bool SettingsStore::forget(std::span<const std::string> names,
+                           std::chrono::milliseconds timeout) const {
+  return change([&](std::string_view text) { return withoutGroups(text, names); }, timeout);
+}
+
+bool SettingsStore::change(const Edit& edit, std::chrono::milliseconds timeout) const {
   if (!files_->makeFolder(folder_)) return false;
   const OpenFile lock(*files_, files_->openLock(lockFile()));
-  return lock.isOpen() && lockWithin(*files_, lock.descriptor(), timeout) &&
-         saveLocked(model, values);
+  return lock.isOpen() && lockWithin(*files_, lock.descriptor(), timeout) && changeLocked(edit);
 }
 
 int SettingsStore::obstacle() const {
@@ -100,17 +108,17 @@ int SettingsStore::obstacle() const {
   return toLock != 0 ? toLock : files_->obstacleTo(file());
 }
 
-bool SettingsStore::saveLocked(const std::string& model, std::span<const Value> values) const {
+bool SettingsStore::changeLocked(const Edit& edit) const {
   // A symbolic link is kept: some users store their configuration elsewhere.
   const fs::path target = files_->behindLinks(file());
   std::string old;
   const FileSystem::Read read = files_->read(target, kMaxFileBytes, old);
   if (read == FileSystem::Read::kFailed) return false;
   std::optional<std::string> text;
-  if (read != FileSystem::Read::kUnfit) text = withValues(old, model, values);
+  if (read != FileSystem::Read::kUnfit) text = edit(old);
   if (!text) {
     if (!putAside(target)) return false;
-    text = withValues({}, model, values);
+    text = edit({});
   }
   return text && (*text == old || replace(target, *text));
 }

@@ -3,9 +3,11 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "base/file_system.h"
 #include "settings/setting_values.h"
@@ -30,14 +32,22 @@ class SettingsStore {
   /// @return nothing if the user has none of these.
   static std::optional<SettingsStore> ofUser(const std::filesystem::path& folder = {});
 
-  /// Reads the values of one model. @return nothing when there are none.
-  [[nodiscard]] std::optional<Group> load(const std::string& model) const;
+  /// Reads a group. @return nothing when there is none.
+  [[nodiscard]] std::optional<Group> load(const std::string& name) const;
 
-  /// Replaces values of one model; all others stay. Waits up to `timeout` for the save of another
-  /// program.
+  /// Replaces values in one or several groups; all others stay. Waits up to `timeout` for the save
+  /// of another program.
   /// @return false when the values could not be saved; the file is then unchanged.
-  bool save(const std::string& model, std::span<const Value> values,
+  bool save(std::span<const std::string> names, std::span<const Value> values,
             std::chrono::milliseconds timeout = kLockLimit) const;
+  bool save(const std::string& name, std::span<const Value> values,
+            std::chrono::milliseconds timeout = kLockLimit) const {
+    return save(std::span(&name, 1), values, timeout);
+  }
+
+  /// Removes groups. The rest as save().
+  bool forget(std::span<const std::string> names,
+              std::chrono::milliseconds timeout = kLockLimit) const;
 
   static constexpr std::chrono::milliseconds kLockLimit{1000};
 
@@ -48,7 +58,10 @@ class SettingsStore {
 
  private:
   [[nodiscard]] std::filesystem::path lockFile() const { return folder_ / "settings.lock"; }
-  bool saveLocked(const std::string& model, std::span<const Value> values) const;
+  /// Makes the text of the file from its present one; nothing if that is damaged.
+  using Edit = std::function<std::optional<std::string>(std::string_view text)>;
+  bool change(const Edit& edit, std::chrono::milliseconds timeout) const;
+  bool changeLocked(const Edit& edit) const;
   bool putAside(const std::filesystem::path& damaged) const;
   bool replace(const std::filesystem::path& old, const std::string& text) const;
 

@@ -69,12 +69,15 @@ class ExamplesTest(unittest.TestCase):
         self.assertIn("no cooler", message)
 
     def test_guiding(self):
-        output, _ = run("guiding", "50", "T15C")
-        moves = re.findall(r"line (\d): the star moved by ([-+.\d]+), ([-+.\d]+) pixels", output)
-        self.assertEqual([line for line, _, _ in moves], ["0", "1", "2", "3"])
-        for _, x, y in moves:
-            self.assertLess(max(abs(float(x)), abs(float(y))), 1, "stars of a virtual sky stand")
-        run("guiding", "60001", "T15C", good=False)
+        output, _ = run("guiding", "4", "T15C")
+        moves = re.findall(r"line (\d) moves the star by ([-+.\d]+), ([-+.\d]+) pixels", output)
+        self.assertEqual([line for line, _, _ in moves], ["0", "2"])
+        # 8 pixels a second along axes that are turned by 30 degrees.
+        for (_, x, y), (right_x, right_y) in zip(moves, ((-4, 6.93), (6.93, 4))):
+            self.assertLess(abs(float(x) - right_x) + abs(float(y) - right_y), 2)
+        without, guided = (float(error) for error in re.findall(r"RMS error ([.\d]+)", output))
+        self.assertLess(guided, without / 2, "the guider keeps the star in its place")
+        run("guiding", "0", "T15C", good=False)
 
     def test_class_interface(self):
         output, _ = run("class_interface", "T13C_C")

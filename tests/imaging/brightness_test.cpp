@@ -20,11 +20,13 @@ TEST(Statistics, AreThoseOfAPlainCount) {
   struct Kind {
     IMG_TYPE type;
     std::optional<BayerPattern> mosaic;
+    bool wideColour = false;
   };
-  for (const Kind& kind : {Kind{Orvik_IMG_RAW8, {}}, Kind{Orvik_IMG_RAW16, {}},
-                           Kind{Orvik_IMG_RGB24, {}}, Kind{Orvik_IMG_RAW8, BAYER_GR},
-                           Kind{Orvik_IMG_RAW16, BAYER_GB}, Kind{Orvik_IMG_RAW16, BAYER_BG}}) {
-    TestImage image({37, 23}, kind.type, kind.mosaic);
+  for (const Kind& kind :
+       {Kind{Orvik_IMG_RAW8, {}}, Kind{Orvik_IMG_RAW16, {}}, Kind{Orvik_IMG_RGB24, {}, true},
+        Kind{Orvik_IMG_RGB24, {}}, Kind{Orvik_IMG_RAW8, BAYER_GR}, Kind{Orvik_IMG_RAW16, BAYER_GB},
+        Kind{Orvik_IMG_RAW16, BAYER_BG}}) {
+    TestImage image({37, 23}, kind.type, kind.mosaic, kind.wideColour);
     image.fillRandomly(3);
     image.set(4, 4, image.depth());
     const ImageSource source = image.source();

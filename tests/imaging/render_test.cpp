@@ -26,11 +26,12 @@ Stretch curved() {
 struct Kind {
   IMG_TYPE type;
   std::optional<BayerPattern> mosaic;
+  bool wideColour = false;
 };
 const std::vector<Kind> kKinds = {
     {Orvik_IMG_RAW8, {}},        {Orvik_IMG_RAW16, {}},       {Orvik_IMG_RGB24, {}},
     {Orvik_IMG_Y8, {}},          {Orvik_IMG_RAW8, BAYER_RG},  {Orvik_IMG_RAW8, BAYER_BG},
-    {Orvik_IMG_RAW16, BAYER_GR}, {Orvik_IMG_RAW16, BAYER_GB},
+    {Orvik_IMG_RAW16, BAYER_GR}, {Orvik_IMG_RAW16, BAYER_GB}, {Orvik_IMG_RGB24, {}, true},
 };
 
 /// 0 blue, 1 green, 2 red, as pictures have them.
@@ -65,7 +66,7 @@ TEST(Render, AveragesEveryTypeByEveryFactor) {
   table.set(stretch);
   Renderer renderer;
   for (const Kind& kind : kKinds) {
-    TestImage image({50, 38}, kind.type, kind.mosaic);
+    TestImage image({50, 38}, kind.type, kind.mosaic, kind.wideColour);
     image.fillRandomly(static_cast<unsigned>(kind.type));
     const ImageSource source = image.source();
     for (const Window& window :

@@ -49,6 +49,18 @@ for header in "$place/prefix/include/orvik"/*.h "$place/prefix/include/orvik"/cp
     $(pkg-config --cflags orvik)
 done
 
+echo "orvikctl finds its libraries, also where the prefix has been moved to"
+mv "$place/prefix" "$place/moved"
+env -u LD_LIBRARY_PATH "$place/moved/bin/orvikctl" list --sim T15C
+env -u LD_LIBRARY_PATH ORVIK_SIM=T15C "$place/moved/bin/orvikctl" list
+mv "$place/moved" "$place/prefix"
+
+echo "licence, man page, and the documents that the headers refer to"
+test -s "$place/prefix/share/man/man1/orvikctl.1"
+for document in LICENSE $(grep -ohE '\bdocs/[a-z_]+\.md' "$place/prefix/include/orvik"/*.h | sort -u); do
+  test -s "$(find "$place/prefix/share/doc" -path "*/orvik/$document")"
+done
+
 echo "udev rules and examples"
 test -s "$place/prefix/lib/udev/rules.d/70-orvik.rules"
 find "$place/prefix/share" -name first_frame.c | grep -q .
@@ -87,7 +99,7 @@ cmake --build "$place/consumer/build" >/dev/null
 echo "exported names"
 exported() { nm -D --defined-only "$library_dir/$1" | awk '$2 == "T" {sub(/@.*/, "", $3); print $3}' | grep -v '^_Z' | sort; }
 declared() { grep -oE '\b(Orvik[A-Z][A-Za-z0-9]*)\(' "$place/prefix/include/orvik/$1" | tr -d '(' | sort -u; }
-diff <({ declared orvik.h && declared orvik_service.h && declared orvik_devices.h && declared orvik_frames.h; } | sort -u | grep -v '^OrvikSim') \
+diff <({ declared orvik.h && declared orvik_service.h && declared orvik_devices.h && declared orvik_frames.h && declared orvik_settings.h; } | sort -u | grep -v '^OrvikSim') \
   <(exported liborvik.so | grep -v '^orvik_private_')
 diff <(declared orvik_sim.h | grep '^OrvikSim') <(exported liborvik_sim.so)
 

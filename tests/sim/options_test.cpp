@@ -19,7 +19,9 @@ TEST(PlugOptions, AllOfThemAreRead) {
   EXPECT_EQ(sim::parsePlugOptions("port=usb2,serial=00c0FFEE,seed=18446744073709551615,"
                                   "scene=moon,pace=free,light=0.5,colour=1:0.5:0,"
                                   "ambient=-12.5,flash=/a=b,link=12.5,latency=250,"
-                                  "latch=immediate,mode-change=cut,clear-halt=keep",
+                                  "latch=immediate,mode-change=cut,clear-halt=keep,"
+                                  "drift=1.5:-0.5,guide-rate=12,guide-angle=-30,seeing=2.5,"
+                                  "focus=-8:8.5:60",
                                   options),
             "");
   EXPECT_EQ(options.link.rate, sim::LinkOptions::Rate::kOfCable);
@@ -37,6 +39,10 @@ TEST(PlugOptions, AllOfThemAreRead) {
   EXPECT_EQ(options.colour, (sim::LightColour{1, 0.5, 0}));
   EXPECT_EQ(options.ambient, -12.5);
   EXPECT_EQ(options.flashPath, "/a=b");
+  EXPECT_EQ(options.telescope, (sim::TelescopeOptions{{1.5, -0.5}, 12, -30, 2.5, {-8, 8.5, 60}}));
+  sim::CameraOptions constant;
+  EXPECT_EQ(sim::parsePlugOptions("focus=-3", constant), "");
+  EXPECT_EQ(constant.telescope.focus, (sim::FocusCourse{0, -3, 0}));
 }
 
 TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
@@ -44,7 +50,9 @@ TEST(PlugOptions, AnythingElseIsRefusedWithASentence) {
       "port|port=usb1|port=usb3,port=usb3|colour=green|colour=1:1:1:1|colour=1:1:|"
       "colour=1:1:1.5|hue=red|serial=123|serial=0123456G|seed=18446744073709551616|seed=1x|"
       "scene=Stars|link=0|latency=50001|latch=|light=0|light=1001|light=nan|ambient=61|"
-      "flash=|port=usb3,|=|port =usb3|mode-change=keep");
+      "flash=|port=usb3,|=|port =usb3|mode-change=keep|"
+      "drift=1|drift=1:2:3|drift=1:|drift=:1|drift=101:0|drift=nan:0|guide-rate=-1|guide-rate=|"
+      "guide-angle=361|seeing=21|focus=51|focus=1:2|focus=1:2:0|focus=1:2:3:4|focus=1::3");
   for (std::string text; std::getline(texts, text, '|');) {
     sim::CameraOptions options;
     const std::string refusal = sim::parsePlugOptions(text, options);

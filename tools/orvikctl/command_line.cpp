@@ -56,11 +56,11 @@ std::vector<Command> defineCommandLine(CLI::App& program) {
            "` for the options.\n";
   });
   program.footer(footer());
-  return {addList(program),  addInfo(program),  addControls(program), addGet(program),
-          addSet(program),   addSnap(program),  addSequence(program), addVideo(program),
-          addGuide(program), addDark(program),  addCool(program),     addHotPixels(program),
-          addId(program),    addFlash(program), addFirmware(program), addSelftest(program),
-          addDoctor(program)};
+  return {addList(program),  addInfo(program),     addControls(program),  addGet(program),
+          addSet(program),   addSettings(program), addSnap(program),      addSequence(program),
+          addVideo(program), addFocus(program),    addView(program),      addGuide(program),
+          addDark(program),  addCool(program),     addHotPixels(program), addId(program),
+          addFlash(program), addFirmware(program), addSelftest(program),  addDoctor(program)};
 }
 
 }  // namespace orvik::ctl

@@ -10,8 +10,10 @@ namespace orvik::ctl {
 void addCommonOptions(CLI::App& app, CommonOptions& options, Scope scope) {
   app.add_option("--sim", options.virtualCameras,
                  "Use a virtual camera instead of the USB bus; repeat for several. OPTIONS: "
-                 "scene=stars|moon|planet|grey|dark|gradient, port=usb3|usb2, serial=HHHHHHHH, "
-                 "seed=N, pace=real|free, light=F, colour=white|red|blue|R:G:B, ambient=DEGC, "
+                 "scene=stars|moon|planet|grey|dark|gradient, drift=X:Y, guide-rate=N (pixels per "
+                 "second), guide-angle=DEG, seeing=N, focus=N|A:B:SECONDS (pixels), "
+                 "port=usb3|usb2, serial=HHHHHHHH, seed=N, pace=real|free, light=F, "
+                 "colour=white|red|blue|R:G:B, ambient=DEGC, "
                  "link=bus|unlimited|MB/s, latency=US, latch=frame|immediate, "
                  "mode-change=finish|cut, clear-halt=discard|keep, "
                  "fault=RULES (what goes wrong), flash=FILE (keeps the camera's flash)")

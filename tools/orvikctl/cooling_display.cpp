@@ -3,34 +3,17 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <iostream>
-#include <span>
+
+#include "tools/orvikctl/terminal/plot.h"
 
 namespace orvik::ctl {
 namespace {
 
 constexpr int kColumns = 64;
 constexpr int kRows = 10;
-
-struct Range {
-  double low;
-  double high;
-};
-
-/// The temperatures to be drawn, a degree apart at least.
-Range rangeOf(std::span<const imaging::CoolingSample> samples) {
-  Range range{samples.front().temperature, samples.front().temperature};
-  for (const imaging::CoolingSample& sample : samples) {
-    range.low = std::min({range.low, sample.temperature, double(sample.target)});
-    range.high = std::max({range.high, sample.temperature, double(sample.target)});
-  }
-  range.high = std::max(range.high, range.low + 1);
-  return range;
-}
 
 }  // namespace
 
@@ -67,29 +50,12 @@ std::string coolingText(const imaging::CoolingSample& sample) {
 
 std::vector<std::string> coolingPlot(const std::deque<imaging::CoolingSample>& samples, int columns,
                                      int rows) {
-  if (samples.empty()) return {};
-  const auto count = std::min(std::ssize(samples), static_cast<std::ptrdiff_t>(columns));
-  const std::vector<imaging::CoolingSample> shown(samples.end() - count, samples.end());
-  const Range range = rangeOf(shown);
-  const double step = rows > 1 ? (range.high - range.low) / (rows - 1) : 1;
-  std::vector<std::string> lines;
-  for (int row = 0; row < rows; ++row) {
-    std::array<char, 32> label{};
-    std::snprintf(label.data(), label.size(), "%6.1f |", range.high - row * step);
-    lines.push_back(label.data() + std::string(static_cast<std::size_t>(columns), ' '));
+  std::array courses{Course{{}, '-'}, Course{{}, '*'}};
+  for (const imaging::CoolingSample& sample : samples) {
+    courses[0].values.push_back(sample.target);
+    courses[1].values.push_back(sample.temperature);
   }
-  const std::size_t labelWidth = lines.front().size() - static_cast<std::size_t>(columns);
-  const auto put = [&](std::size_t column, double value, char mark) {
-    const auto row = static_cast<std::size_t>(std::lround((range.high - value) / step));
-    if (row < lines.size()) lines[row][labelWidth + column] = mark;
-  };
-  std::size_t column = static_cast<std::size_t>(columns) - shown.size();
-  for (const imaging::CoolingSample& sample : shown) {
-    put(column, sample.target, '-');
-    put(column, sample.temperature, '*');
-    ++column;
-  }
-  return lines;
+  return plotLines(courses, {.columns = columns, .rows = rows});
 }
 
 CoolingDisplay::CoolingDisplay(bool silent, double every)
@@ -108,14 +74,9 @@ void CoolingDisplay::show(const imaging::CoolingSample& sample) {
 }
 
 void CoolingDisplay::draw() {
-  std::string text;
-  if (drawnLines_ > 0) text.append("\033[").append(std::to_string(drawnLines_)).append("A");
-  const std::vector<std::string> plot = coolingPlot(samples_, kColumns, kRows);
-  for (const std::string& line : plot) text.append("\r").append(line).append("\033[K\n");
-  text.append("\r").append(coolingText(samples_.back()));
-  text.append("  (* sensor, - target)\033[K\n");
-  drawnLines_ = plot.size() + 1;
-  std::cout << text << std::flush;
+  std::vector<std::string> lines = coolingPlot(samples_, kColumns, kRows);
+  lines.push_back(coolingText(samples_.back()) + "  (* sensor, - target)");
+  std::cout << area_.draw(lines) << std::flush;
 }
 
 }  // namespace orvik::ctl

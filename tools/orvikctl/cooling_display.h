@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "imaging/cooling.h"
+#include "tools/orvikctl/terminal/redrawn_area.h"
 
 namespace orvik::ctl {
 
@@ -46,7 +47,7 @@ class CoolingDisplay {
   bool terminal_;
   double every_;
   double next_ = 0;
-  std::size_t drawnLines_ = 0;
+  RedrawnArea area_;
   std::deque<imaging::CoolingSample> samples_;
 };
 

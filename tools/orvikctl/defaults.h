@@ -5,14 +5,8 @@
 
 namespace orvik::ctl {
 
-/// The value that a control of a new camera has, as far as it changes images: the bandwidth is
-/// automatic and the camera bins by itself, whatever they say of their default.
-ControlValue defaultOf(const Control& control);
-
-/// Sets all controls to their defaults and switches the subtraction of the dark frame off. Hot
-/// pixels that the camera remembers stay mended.
-///
-/// @throws Error if the camera fails
-void resetControls(Camera& camera);
+/// Whether a control has the value of a new camera. The record of a control tells it, but for the
+/// bandwidth, which adapts itself, and for the way of binning, which models begin differently with.
+bool isAsNew(const Control& control, ControlValue value);
 
 }  // namespace orvik::ctl

@@ -145,6 +145,14 @@ class Camera {
   void saveSettings(OnError onError = {}) {
     done(OrvikSaveSettings(handle()), "saving the settings", onError);
   }
+  /// Gives all controls the values of a new camera: OrvikResetSettings().
+  void resetSettings(OnError onError = {}) {
+    done(OrvikResetSettings(handle()), "resetting the settings", onError);
+  }
+  /// Deletes what is saved for this camera and its model: OrvikForgetSettings().
+  void forgetSettings(OnError onError = {}) {
+    done(OrvikForgetSettings(handle()), "deleting the saved settings", onError);
+  }
 
   /// The format of the next capture.
   [[nodiscard]] ImageFormat format(OnError onError = {}) const {

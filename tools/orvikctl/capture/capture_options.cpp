@@ -63,6 +63,11 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
       ->type_name(typeName)
       ->group(group);
   addControlOptions(app, options, ControlOption::Group::kImage, group, Kinds::kOne);
+  app.add_option("--hot-pixels", options.hotPixels,
+                 "Whether hot pixels that the camera remembers are mended [on]")
+      ->check(oneOf(kOffOn))
+      ->type_name("on|off")
+      ->group(group);
 }
 
 void addFileOptions(CLI::App& app, CaptureOptions& options) {

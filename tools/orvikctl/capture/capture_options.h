@@ -16,6 +16,7 @@ namespace orvik::ctl {
 struct CaptureOptions : CommonOptions {
   std::map<Orvik_CONTROL_TYPE, std::string> controls;  ///< of the controls with an option
   std::string whiteBalance;                            ///< "RED,BLUE[:auto]"
+  std::string hotPixels;                               ///< "on" or "off"
 
   std::string region;
   int bin = 1;

@@ -127,7 +127,7 @@ void noteKept(const Camera& camera, const CaptureOptions& options) {
     const Control* const control = camera.control(type);
     if (control == nullptr || isGiven(options, type)) return;
     const auto now = valueIfAny(camera, type);
-    if (!now || *now == defaultOf(*control)) return;
+    if (!now || isAsNew(*control, *now)) return;
     kept += (kept.empty() ? "" : ", ") + assignmentText(*control, *now);
   });
   if (kept.empty()) return;
@@ -193,7 +193,7 @@ std::vector<Replaced> applyOptions(Camera& camera, const CaptureOptions& options
   requireBin(camera, options.bin);
   const auto requested = requestedRegion(options.region);
 
-  if (options.startFromDefaults) resetControls(camera);
+  if (options.startFromDefaults) camera.resetSettings();
   std::vector<Replaced> replaced;
   if (kind == CaptureKind::kImages) replaced = endAutomatic(camera);
   if (imaging::imageType(type).isRaw)
@@ -205,6 +205,7 @@ std::vector<Replaced> applyOptions(Camera& camera, const CaptureOptions& options
   camera.setFormat(format);
   if (requested && requested->position) moveRegion(camera, *requested->position);
   set(camera, image);
+  if (!options.hotPixels.empty()) camera.hotPixels().use(options.hotPixels == "on");
   if (!options.quiet) noteKept(camera, options);
   return replaced;
 }

@@ -82,6 +82,22 @@ ExitCode save(const HotPixelOptions& options) {
   return ExitCode::kOk;
 }
 
+ExitCode erase(const HotPixelOptions& options) {
+  const ConnectedCameras cameras(options.virtualCameras);
+  const ConnectedCamera& chosen = cameras.choose(options.camera);
+  const Camera camera = openCamera(chosen);
+  const HotPixels table = camera.hotPixels();
+  const std::vector<Orvik_PIXEL> pixels = table.list();
+  requireConsent(options.yes,
+                 "The table of hot pixels in the flash of " + chosen.label() + " will be emptied.");
+  camera.dark().disable();  // the table would be made from it again
+  for (const Orvik_PIXEL& pixel : pixels) table.mark(pixel, false);
+  table.save();
+  table.load();
+  report(camera, options, "left in the camera's flash");
+  return ExitCode::kOk;
+}
+
 ExitCode show(const HotPixelOptions& options) {
   checkList(options);
   const ConnectedCameras cameras(options.virtualCameras);
@@ -126,6 +142,12 @@ Command addHotPixels(CLI::App& program) {
   addDarkOption(*members.back().options, *saveOptions);
   addConsentOption(*members.back().options, saveOptions->yes);
   add("show", "Tell which hot pixels the camera's flash holds", show);
+  const auto eraseOptions = add("erase", "Empty the table in the camera's flash", erase);
+  addConsentOption(*members.back().options, eraseOptions->yes);
+  group->footer(
+      "Hot pixels in the camera's flash are mended in all images, raw ones as well; the header "
+      "tells\n"
+      "how many (HOTPIX). `snap` and `video` leave them with --hot-pixels off.");
   return groupCommand(group, std::move(members));
 }
 

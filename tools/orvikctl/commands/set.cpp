@@ -13,8 +13,9 @@ namespace {
 
 constexpr const char* kKept =
     "A camera comes up with the settings that it was left with, but for exposures above 0.1 s, "
-    "which come up as 0.1 s, and the cooler, which comes up switched off. Virtual cameras have "
-    "settings of their own.";
+    "which come up as 0.1 s, and the cooler, which comes up switched off. Cameras with a serial "
+    "number are told apart. Virtual cameras have settings of their own. `orvikctl settings` shows, "
+    "resets and deletes them.";
 
 struct SetOptions : CommonOptions {
   std::vector<std::string> assignments;

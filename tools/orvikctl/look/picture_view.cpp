@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/look/picture_view.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/orvikctl/failure.h"
+
+namespace orvik::ctl {
+
+using imaging::ImageSource;
+using imaging::Window;
+
+void PictureView::take(const ImageSource& image, double seconds) {
+  window_ = windowOf(image);
+  counts_.count(image);
+  summary_ = imaging::summaryOf(counts_);
+  table_.set(options_.isLinear ? imaging::Stretch{imaging::Stretch::Mode::kLinear}
+                               : stretch_.next(counts_, seconds));
+}
+
+Picture PictureView::picture(const ImageSource& image, imaging::Size place) {
+  imaging::RenderPlan plan = imaging::planFor(image, window_, place, 1);
+  const auto pixels = renderer_.render(image, plan, table_);
+  return {pixels, plan.size(), image.isColour()};
+}
+
+Window PictureView::windowOf(const ImageSource& image) const {
+  Window window{0, 0, image.size.width, image.size.height};
+  if (options_.crop) {
+    const Region& crop = *options_.crop;
+    const auto begin = [](int whole, int length, std::optional<int> position) {
+      return position.value_or(std::max(0, (whole - length) / 2));
+    };
+    const auto& at = crop.position;
+    window = {begin(image.size.width, crop.width, at ? std::optional(at->x) : std::nullopt),
+              begin(image.size.height, crop.height, at ? std::optional(at->y) : std::nullopt),
+              crop.width, crop.height};
+    if (window.x + window.width > image.size.width ||
+        window.y + window.height > image.size.height) {
+      throw Failure(ExitCode::kUsage, "--crop reaches beyond the image, which has " +
+                                          std::to_string(image.size.width) + "x" +
+                                          std::to_string(image.size.height) + " pixels.");
+    }
+  }
+  const auto shrink = [this](int& from, int& length) {
+    const int less = std::max(1, static_cast<int>(std::lround(length / options_.zoom)));
+    from += (length - less) / 2;
+    length = less;
+  };
+  shrink(window.x, window.width);
+  shrink(window.y, window.height);
+  return window;
+}
+
+}  // namespace orvik::ctl
