@@ -31,7 +31,9 @@ static int waitForImage(void) {
   }
   if (status == Orvik_EXPSTATE_READY) return 1;
   OrvikStopExposure(0); /* cancels the exposure; harmless after a failure */
-  fprintf(stderr, interrupted ? "Interrupted.\n" : "The exposure failed.\n");
+  fprintf(stderr, interrupted                            ? "Interrupted.\n"
+                  : OrvikGetNumOfConnectedCameras() == 0 ? "The camera was unplugged.\n"
+                                                         : "The exposure failed.\n");
   return 0;
 }
 

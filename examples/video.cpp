@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Video of a planet: a small region in the middle of the sensor, as fast as the camera sends it,
-// written frame after frame to video.raw (8 bits, with the colour mosaic of the sensor).
+// written frame after frame to video.raw (8 bits, with the colour mosaic of the sensor). If the
+// camera is unplugged, what it has sent is kept.
 //
 //   video 10           10 seconds with the camera on the USB bus
 //   video 10 T15C      with a virtual camera
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 #include <iostream>
 
@@ -25,21 +28,30 @@ void run(double seconds, const char* model) {
   std::ofstream file("video.raw", std::ios::binary);
   int frames = 0;
   int lost = 0;
-  {
+  std::int64_t first = 0;  // start of the first exposure, ns
+  std::int64_t last = 0;
+  std::exception_ptr fault;
+  try {
     orvik::Video video(camera);
     video.stopAt(std::chrono::steady_clock::now() +
                  std::chrono::duration_cast<std::chrono::milliseconds>(Seconds(seconds)));
     for (const orvik::Frame& frame : video) {
       file.write(reinterpret_cast<const char*>(frame.bytes().data()),
                  static_cast<std::streamsize>(frame.bytes().size()));
-      ++frames;
+      last = frame.info().exposureStart;
+      if (frames++ == 0) first = last;
       lost += static_cast<int>(frame.info().lostBefore);
     }
+  } catch (const orvik::Error&) {
+    fault = std::current_exception();  // unplugged, for example: told at the end
   }
   file.close();
   if (!file) throw std::runtime_error("video.raw cannot be written");
-  std::cout << camera.name() << ": " << frames << " frames, " << lost << " lost, "
-            << frames / seconds << " a second\n";
+  std::cout << camera.name() << ": " << frames << " frames, " << lost << " lost";
+  if (last > first)
+    std::cout << ", " << (frames - 1) / (1e-9 * double(last - first)) << " a second";
+  std::cout << '\n';
+  if (fault) std::rethrow_exception(fault);
 }
 
 }  // namespace

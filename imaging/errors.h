@@ -17,6 +17,18 @@ class FileExists : public FileError {
   using FileError::FileError;
 };
 
+/// The program that read a pipe has closed it.
+class ReaderGone : public FileError {
+ public:
+  using FileError::FileError;
+};
+
+/// A stop was requested, and the reader of a pipe takes no more.
+class WriteStopped : public FileError {
+ public:
+  using FileError::FileError;
+};
+
 /// The name of a file does not say how to write the images.
 class NameError : public std::runtime_error {
  public:

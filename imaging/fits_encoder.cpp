@@ -58,11 +58,13 @@ class FitsFile {
     constexpr int kDigits = -12;  // significant digits, as few of them as the value needs
     fits_write_key_dbl(fits_, name, value, kDigits, comment, &status_);
   }
-  /// Completes the file. @return its contents. Throws std::runtime_error if any step has failed.
+  /// Completes the file. @return its last image with the header. Throws std::runtime_error if any
+  /// step has failed.
   std::vector<std::uint8_t> close() {
+    LONGLONG begin = 0;
     LONGLONG end = 0;
     fits_flush_file(fits_, &status_);
-    fits_get_hduaddrll(fits_, nullptr, nullptr, &end, &status_);
+    fits_get_hduaddrll(fits_, &begin, nullptr, &end, &status_);
     fits_close_file(std::exchange(fits_, nullptr), &status_);  // freed even if closing fails
     if (status_ != 0) {
       std::array<char, FLEN_STATUS> text{};
@@ -70,7 +72,7 @@ class FitsFile {
       throw std::runtime_error(std::string("cannot encode a FITS file: ") + text.data());
     }
     const auto* const bytes = static_cast<const std::uint8_t*>(memory_);
-    return {bytes, bytes + end};
+    return {bytes + begin, bytes + end};
   }
 
  private:
@@ -153,15 +155,14 @@ void writePixels(FitsFile& fits, const Image& image) {
   }
 }
 
-}  // namespace
-
-std::vector<std::uint8_t> encodeFits(const Image& image) {
+std::vector<std::uint8_t> encode(const Image& image, bool isExtension) {
   requireWhole(image);
   const ImageInfo& info = image.info;
   const ImageType type = imageType(info.type);
   FitsFile fits;
   std::vector<long> axes = {info.width, info.height};
   if (type.isColour) axes.push_back(3);
+  if (isExtension) fits.create(BYTE_IMG, {});  // what it is an extension of
   fits.create(type.bitsPerSample == 16 ? USHORT_IMG : BYTE_IMG, std::move(axes));
   writeExposureKeys(fits, info);
   writeGeometryKeys(fits, info);
@@ -170,5 +171,11 @@ std::vector<std::uint8_t> encodeFits(const Image& image) {
   writePixels(fits, image);
   return fits.close();
 }
+
+}  // namespace
+
+std::vector<std::uint8_t> encodeFits(const Image& image) { return encode(image, false); }
+
+std::vector<std::uint8_t> encodeFitsExtension(const Image& image) { return encode(image, true); }
 
 }  // namespace orvik::imaging

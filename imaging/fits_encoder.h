@@ -12,4 +12,7 @@ namespace orvik::imaging {
 /// colour as three planes red, green, blue. Rows are written as delivered, top row first.
 std::vector<std::uint8_t> encodeFits(const Image& image);
 
+/// The same image as a further one of a FITS file: what follows the images before it.
+std::vector<std::uint8_t> encodeFitsExtension(const Image& image);
+
 }  // namespace orvik::imaging

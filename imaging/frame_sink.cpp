@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "imaging/frame_sink.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdint>
 
 #include "imaging/errors.h"
@@ -11,18 +9,13 @@
 #include "imaging/image_encoder.h"
 #include "imaging/name_pattern.h"
 #include "imaging/png_encoder.h"
+#include "imaging/raw_writer.h"
 #include "imaging/save_file.h"
 #include "imaging/ser_writer.h"
+#include "imaging/stream_sink.h"
 
 namespace orvik::imaging {
 namespace {
-
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-  });
-  return text;
-}
 
 void requireNumber(const NamePattern& pattern, std::optional<std::int64_t> frames) {
   if (pattern.isNumbered() || frames == 1) return;
@@ -32,28 +25,40 @@ void requireNumber(const NamePattern& pattern, std::optional<std::int64_t> frame
                   name.stem().string() + "-%04d" + name.extension().string() + ".");
 }
 
+std::unique_ptr<FrameSink> makeStream(const Output& output, const SinkOptions& options) {
+  PipeWriter pipe = output.isStandardOutput() ? PipeWriter::standardOutput(options.stop)
+                                              : PipeWriter::fifo(output.name, options.stop);
+  return std::make_unique<StreamSink>(std::move(pipe), output.format, options.frames);
+}
+
 }  // namespace
 
-ImageEncoder encoderFor(const std::filesystem::path& file) {
-  const std::string extension = lowerCase(file.extension().string());
-  if (extension == ".png") return encodePng;
-  if (extension == ".fits" || extension == ".fit" || extension == ".fts") return encodeFits;
-  return nullptr;
+std::unique_ptr<FrameSink> makeSink(const Output& output, const SinkOptions& options,
+                                    FileSystem& fileSystem) {
+  if (output.isStream) return makeStream(output, options);
+  const NamePattern pattern(output.name);
+  requireFolder(pattern.name(options.first));
+  switch (output.format) {
+    case OutputFormat::kSer:
+      return std::make_unique<SerWriter>(pattern.name(options.first), options.overwrite,
+                                         fileSystem);
+    case OutputFormat::kRaw:
+      return std::make_unique<RawWriter>(pattern.name(options.first), options.overwrite,
+                                         fileSystem);
+    case OutputFormat::kFits:
+    case OutputFormat::kPng:
+      break;
+  }
+  requireNumber(pattern, options.frames);
+  const ImageEncoder encode = output.format == OutputFormat::kPng ? encodePng : encodeFits;
+  return std::make_unique<FileSequence>(encode, pattern, options.first, options.frames,
+                                        options.overwrite, fileSystem);
 }
 
 std::unique_ptr<FrameSink> makeSink(const std::string& output, std::optional<std::int64_t> frames,
                                     bool overwrite, FileSystem& fileSystem, std::int64_t first) {
-  const NamePattern pattern(output);
-  const std::string extension = lowerCase(std::filesystem::path(output).extension().string());
-  requireFolder(pattern.name(first));
-  if (extension == ".ser")
-    return std::make_unique<SerWriter>(pattern.name(first), overwrite, fileSystem);
-  const ImageEncoder encode = encoderFor(output);
-  if (encode == nullptr) {
-    throw NameError(output + ": the extension chooses the format; use .png, .fits or .ser.");
-  }
-  requireNumber(pattern, frames);
-  return std::make_unique<FileSequence>(encode, pattern, first, frames, overwrite, fileSystem);
+  return makeSink(parseOutput(output), {.frames = frames, .overwrite = overwrite, .first = first},
+                  fileSystem);
 }
 
 }  // namespace orvik::imaging

@@ -94,6 +94,11 @@ std::string writeErrorText(const fs::path& file, int errorNumber) {
   return message;
 }
 
+std::string keptFramesText(std::size_t frames) {
+  if (frames == 0) return {};
+  return " The file keeps the " + std::to_string(frames) + " frames before.";
+}
+
 void failWrite(const fs::path& file, int errorNumber) {
   throw FileError(writeErrorText(file, errorNumber));
 }

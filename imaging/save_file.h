@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "imaging/file_system.h"
 
@@ -31,7 +32,16 @@ void requireFolder(const std::filesystem::path& file);
 /// "cannot write FILE: REASON.", with a hint if the disk is full.
 std::string writeErrorText(const std::filesystem::path& file, int errorNumber);
 
-/// Throws that text as a FileError.
+/// " The file keeps the N frames before.", to follow that text; "" without any.
+std::string keptFramesText(std::size_t frames);
+
+/// Throws the text of an error as a FileError.
 [[noreturn]] void failWrite(const std::filesystem::path& file, int errorNumber);
+
+/// The memory of numbers, as files hold them.
+template <typename Number>
+std::span<const std::uint8_t> bytesOf(const std::vector<Number>& numbers) {
+  return {reinterpret_cast<const std::uint8_t*>(numbers.data()), numbers.size() * sizeof(Number)};
+}
 
 }  // namespace orvik::imaging

@@ -7,6 +7,7 @@
 
 #include "imaging/file_system.h"
 #include "imaging/frame_sink.h"
+#include "imaging/growing_file.h"
 
 namespace orvik::imaging {
 
@@ -33,19 +34,11 @@ class SerWriter final : public FrameSink {
 
  private:
   void finishQuietly();
-  // These return 0 or an errno.
+  /// @return 0 or an errno
   int writeFrame(const Image& image);
-  int writeTrailer();
-  int writeAt(std::uint64_t offset, const void* data, std::size_t size);
-  void cutTo(std::uint64_t size);
-  [[nodiscard]] std::uint64_t endOfFrames() const;
 
-  std::filesystem::path file_;
-  FileSystem& fileSystem_;
-  int descriptor_ = -1;
-  bool ours_ = false;  // whether everything in the file was written by this object
+  GrowingFile file_;
   ImageInfo first_;
-  std::size_t frameBytes_ = 0;
   std::vector<std::int64_t> times_;  // in ticks of 100 ns, one for each whole frame in the file
 };
 

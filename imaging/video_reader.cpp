@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "imaging/unplugged.h"
+
 namespace orvik::imaging {
 namespace {
 
@@ -40,6 +42,8 @@ void VideoReader::run() {
     readAll();
   } catch (...) {
     fault_ = std::current_exception();
+    wasUnplugged_ = imaging::wasUnplugged(camera_);
+    hasFailed_.store(true, std::memory_order_release);
   }
   video_.reset();
   pool_.end();

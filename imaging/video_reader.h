@@ -38,6 +38,10 @@ class VideoReader {
   FramePool& frames() { return pool_; }
   /// Frames lost so far. Any thread.
   [[nodiscard]] std::int64_t lost() const { return lost_.load(std::memory_order_relaxed); }
+  /// Whether the camera has failed; frames may still be queued. Any thread.
+  [[nodiscard]] bool hasFailed() const { return hasFailed_.load(std::memory_order_acquire); }
+  /// Whether it was unplugged. Any thread, once it has failed.
+  [[nodiscard]] bool wasUnplugged() const { return wasUnplugged_; }
   /// After the last frame was taken: throws what ended the capture early, if anything did.
   void finish();
 
@@ -55,6 +59,8 @@ class VideoReader {
   std::optional<Video> video_;
   Clock::time_point begun_;
   std::atomic<std::int64_t> lost_ = 0;
+  bool wasUnplugged_ = false;  // written by the thread before it sets hasFailed_
+  std::atomic<bool> hasFailed_ = false;
   std::exception_ptr fault_;  // written by the thread, read once it has ended
   std::thread thread_;
 };

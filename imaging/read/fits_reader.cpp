@@ -182,9 +182,9 @@ ReadImage readFits(ByteSource& source) {
   ReadImage image;
   const bool is8 = isPlain(header, 8, 0);
   AnnouncedPixels pixels{axes[0], axes[1], static_cast<int>(planes), is8 ? 8 : 16};
-  pixels.fileBytes =
-      static_cast<double>(axes[0] * axes[1] * planes) * (std::abs(header.bitpix()) / 8) +
-      static_cast<double>(header.dataBegin());
+  const int bytes = std::abs(header.bitpix()) / 8;
+  pixels.fileBytes = static_cast<double>(axes[0] * axes[1] * planes) * bytes +
+                     static_cast<double>(header.dataBegin());
   allocate(image, pixels, source);
   Values values(source, header);
   const Scaling scaling = scalingOf(values, header, planes);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -17,13 +18,16 @@ namespace orvik::imaging {
 namespace {
 
 constexpr png_uint_32 kLongestSide = 1'000'000;
-constexpr png_alloc_size_t kLargestChunk = 16'000'000;
+// Longer than any row. libpng would take what a damaged text chunk says.
+constexpr png_alloc_size_t kMostAtOnce = 64'000'000;
 
 /// libpng's two records, the place in the file, and what went wrong.
 class Decoder {
  public:
   explicit Decoder(ByteSource& source)
-      : source_(source), png_(png_create_read_struct(PNG_LIBPNG_VER_STRING, this, giveUp, ignore)) {
+      : source_(source),
+        png_(png_create_read_struct_2(PNG_LIBPNG_VER_STRING, this, giveUp, ignore, nullptr, take,
+                                      give)) {
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ == nullptr) {
       png_destroy_read_struct(&png_, nullptr, nullptr);
@@ -44,7 +48,6 @@ class Decoder {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_read_fn(png_, this, read);
     png_set_user_limits(png_, kLongestSide, kLongestSide);
-    png_set_chunk_malloc_max(png_, kLargestChunk);
     png_read_info(png_, info_);
     png_set_expand(png_);
     if ((png_get_color_type(png_, info_) & PNG_COLOR_MASK_ALPHA) != 0 ||
@@ -80,6 +83,11 @@ class Decoder {
     png_longjmp(png, 1);
   }
   static void ignore(png_structp /*png*/, png_const_charp /*warning*/) {}
+
+  static png_voidp take(png_structp /*png*/, png_alloc_size_t size) {
+    return size <= kMostAtOnce ? std::malloc(size) : nullptr;
+  }
+  static void give(png_structp /*png*/, png_voidp memory) { std::free(memory); }
 
   /// No exception may leave it: libpng is written in C.
   static void read(png_structp png, png_bytep data, std::size_t size) {

@@ -2,8 +2,6 @@
 #include "imaging/view/frame_statistics.h"
 
 #include <algorithm>
-#include <cmath>
-#include <functional>
 
 namespace orvik::imaging {
 
@@ -29,27 +27,6 @@ std::vector<ChannelStatistics> statisticsOf(const ValueCounts& counts) {
     if (samples > 0) one.mean = static_cast<double>(sum) / static_cast<double>(samples);
   }
   return all;
-}
-
-ImageSummary summaryOf(const ValueCounts& counts) {
-  std::vector<std::uint32_t> all(static_cast<std::size_t>(counts.depth()) + 1);
-  for (int channel = 0; channel < counts.channels(); ++channel) {
-    std::ranges::transform(all, counts.of(channel), all.begin(), std::plus<>());
-  }
-  ImageSummary summary{.min = counts.depth()};
-  double samples = 0;
-  double saturated = 0;
-  for (int value = 0; value <= counts.depth(); ++value) {
-    const std::uint32_t here = all[static_cast<std::size_t>(value)];
-    if (here == 0) continue;
-    summary.min = std::min(summary.min, value);
-    summary.max = value;
-    samples += here;
-    if (value >= saturatedFrom(counts.depth())) saturated += here;
-  }
-  summary.median = std::round(quantile(all, 0.5));
-  if (samples > 0) summary.saturated = saturated / samples;
-  return summary;
 }
 
 std::vector<int> pixelAt(const ImageSource& image, int x, int y) {

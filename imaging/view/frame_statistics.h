@@ -25,16 +25,6 @@ struct ChannelStatistics {
 /// One channel, grey; or red, green and blue.
 std::vector<ChannelStatistics> statisticsOf(const ValueCounts& counts);
 
-/// What is told about an image in short, all channels together.
-struct ImageSummary {
-  int min = 0;
-  double median = 0;
-  int max = 0;
-  double saturated = 0;  ///< part of the samples, 0 to 1; see ChannelStatistics::saturated
-};
-
-ImageSummary summaryOf(const ValueCounts& counts);
-
 /// The values of a pixel: one, or red, green and blue. A pixel of a mosaic has one.
 std::vector<int> pixelAt(const ImageSource& image, int x, int y);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 #include "sim/sensor_format.h"
@@ -39,7 +40,9 @@ struct StarField {
   }
   [[nodiscard]] std::vector<Star> draw(const SensorFormat& sensor, std::uint64_t seed) const;
 
-  friend auto operator<=>(const StarField&, const StarField&) = default;
+  friend bool operator<(const StarField& a, const StarField& b) {
+    return std::tie(a.row, a.column) < std::tie(b.row, b.column);
+  }
 };
 
 }  // namespace orvik::sim

@@ -11,7 +11,8 @@ namespace {
 // Rounding makes equal what differs by nothing that can be seen, so that the picture before can be
 // used again.
 constexpr double kOffsetUnits = 1024;  // in a pixel
-constexpr double kBlurUnits = 32;
+constexpr double kSigmaUnits = 32;
+constexpr double kDiscUnits = 8;  // coarse, since each change costs a blur of the whole object
 
 double rounded(double value, double units) { return std::round(value * units) / units; }
 
@@ -34,8 +35,8 @@ Look Telescope::look(Duration begins, Duration ends) const {
     place.offset = place.offset + tilt;
     place.offset = {rounded(place.offset.x, kOffsetUnits), rounded(place.offset.y, kOffsetUnits)};
   }
-  look.airSigma = rounded(air_.sigma(to - from), kBlurUnits);
-  look.discRadius = rounded(std::abs(defocus((from + to) / 2)), kBlurUnits);
+  look.airSigma = rounded(air_.sigma(to - from), kSigmaUnits);
+  look.discRadius = rounded(std::abs(defocus((from + to) / 2)), kDiscUnits);
   return look;
 }
 

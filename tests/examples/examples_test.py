@@ -60,6 +60,18 @@ class ExamplesTest(unittest.TestCase):
         self.assertGreater(frames, 0)
         self.assertEqual(os.path.getsize("video.raw"), frames * 320 * 240)
 
+    def test_an_unplugged_camera_is_told(self):
+        os.environ["ORVIK_SIM"] = "T15C,fault=bulk unplug at 30"
+        self.addCleanup(os.environ.pop, "ORVIK_SIM")
+        output, message = run("video", "30", good=False)
+        self.assertIn("29 frames", output)
+        self.assertIn("unplugged", message)
+        self.assertEqual(os.path.getsize("video.raw"), 29 * 320 * 240)
+        os.environ["ORVIK_SIM"] = "T15C,fault=bulk unplug at 1"
+        _, message = run("long_exposure", "1.5", good=False)
+        self.assertIn("unplugged", message)
+        self.assertFalse(os.path.exists("long_exposure.pgm"))
+
     def test_cooling(self):
         # The sensor starts at the ambient temperature of 20, so the target is reached at once.
         output, _ = run("cooling", "20", "T13C_C")

@@ -48,7 +48,7 @@ class ProgramTest(InOwnFolder):
         busy = "T15C,serial=BBBB0002,fault=open refuse from 2"
         self.assertIn("opening Vek T15C BBBB0002", run("info", sim=busy, code=4)[1])
         gone = "T15C,serial=BBBB0002,fault=bulk unplug at 3"
-        self.assertIn("Vek T15C BBBB0002: reading a frame: the camera was unplugged",
+        self.assertIn("Vek T15C BBBB0002 was unplugged",
                       run("video", *SMALL, "--duration", "60s", "-o", "a.ser", sim=gone,
                           code=5)[1])
 

@@ -64,6 +64,7 @@ void catchInterrupts() {
   struct sigaction ignore = {};
   ignore.sa_handler = SIG_IGN;
   sigaction(SIGXFSZ, &ignore, nullptr);
+  sigaction(SIGPIPE, &ignore, nullptr);
 }
 
 std::stop_token interruption() { return interrupts().token(); }

@@ -59,6 +59,17 @@ class Live(PageTest):
         page.until(lambda: brightness() > 1.3 * linear, "a brighter picture by asinh")
         self.assertTrue(page.get("strength").is_displayed())
 
+    def test_two_quick_changes_of_the_format_both_come(self):
+        page = self.page
+        page.until_moving()
+        self.addCleanup(page.until_text, "size", "{} × {}".format(*SENSOR))
+        self.addCleanup(page.choose, "bin", "1")
+        page.run("const e = document.getElementById('bin'); e.value = 2;"
+                 "e.dispatchEvent(new Event('change'));"
+                 "document.getElementById('whole').click()")
+        page.until_text("size", "bin 2")
+        page.until_text("size", "{} × {}".format(*(length // 2 for length in SENSOR)))
+
     def test_region_is_what_was_dragged_also_in_a_flipped_image(self):
         page = self.page
         self.until_linear()
@@ -98,8 +109,6 @@ class Live(PageTest):
         whole = [0.5 - room[0] / 2, 0.5 - room[1] / 2, *room]
         page.until(lambda: likeness(page.samples(whole), dragged) > 0.9, "the dragged part")
         page.choose("bin", "2")
-        # A change of the region takes the bin from the last status, so that has to come first.
-        self.addCleanup(page.until_text, "size", "{} × {}".format(*SENSOR))
         self.addCleanup(page.choose, "bin", "1")
         page.until_text("size", "bin 2")
         page.click("whole")

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "imaging/image_types.h"
+#include "imaging/output.h"
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/help_text.h"
 
@@ -73,10 +74,15 @@ void addImageOptions(CLI::App& app, CaptureOptions& options) {
 void addFileOptions(CLI::App& app, CaptureOptions& options) {
   const auto* group = "Files";
   app.add_option("-o,--output", options.output,
-                 "File name; its extension chooses the format: .fits, .png, or .ser for video. A "
-                 "number such as %04d makes a series, counted from 1")
+                 "File name; its extension chooses the format: .fits, .png, or .ser and .raw for "
+                 "video. A number such as %04d makes a series, counted from 1. A FIFO, or - for "
+                 "standard output, takes all formats; the report then goes to standard error")
       ->type_name("PATTERN")
       ->required()
+      ->group(group);
+  app.add_option("--format", options.format, "Format of an output whose name does not tell it")
+      ->check(oneOf(imaging::kOutputFormatNames))
+      ->type_name("fits|png|ser|raw")
       ->group(group);
   app.add_flag("--overwrite", options.overwrite, "Replace files that exist")->group(group);
   app.add_option("--kind", options.frameKind, "Kind of frame, for the FITS header [light]")

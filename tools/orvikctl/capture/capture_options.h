@@ -24,6 +24,7 @@ struct CaptureOptions : CommonOptions {
 
   std::optional<std::int64_t> count;
   std::string output;
+  std::string format;  ///< "" where the extension of the output says it
   bool overwrite = false;
   bool startFromDefaults = false;
   bool quiet = false;

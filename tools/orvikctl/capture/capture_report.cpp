@@ -7,7 +7,6 @@
 #include <iostream>
 #include <system_error>
 
-#include "tools/orvikctl/json.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -19,7 +18,7 @@ std::uintmax_t sizeOf(const std::filesystem::path& file) {
   return error ? 0 : size;
 }
 
-void printJson(const CaptureReport& report) {
+void printJson(const CaptureReport& report, std::ostream& out) {
   Json files = Json::array();
   for (const auto& file : report.files) {
     files.push_back({{"path", file.string()}, {"bytes", sizeOf(file)}});
@@ -35,7 +34,8 @@ void printJson(const CaptureReport& report) {
   json["gain"] = report.info.gain;
   if (report.brightness) json["brightness"] = brightnessJson(*report.brightness);
   json["files"] = std::move(files);
-  std::cout << json.dump(2) << '\n';
+  json.update(report.more);
+  out << json.dump(2) << '\n';
 }
 
 /// Three significant digits: "0.000123", "3.14".
@@ -45,30 +45,37 @@ std::string shortText(double value) {
   return text.data();
 }
 
-void printText(const CaptureReport& report) {
-  std::cout << report.frames << (report.frames == 1 ? " frame in " : " frames in ")
-            << fixedText(report.seconds, 2) << " s";
-  if (report.rate) std::cout << ", " << fixedText(*report.rate, 1) << " frames/s";
-  if (report.lost) std::cout << ", " << *report.lost << " lost";
-  std::cout << '\n';
-  if (report.brightness) std::cout << brightnessText(*report.brightness) << '\n';
+void printFiles(const CaptureReport& report, std::ostream& out) {
   if (report.files.empty()) return;
   std::uintmax_t bytes = 0;
   for (const auto& file : report.files) bytes += sizeOf(file);
-  std::cout << report.files.front().string();
-  if (report.files.size() > 1) std::cout << " ... " << report.files.back().string();
-  std::cout << "  " << sizeText(bytes) << '\n';
+  out << report.files.front().string();
+  if (report.files.size() > 1) out << " ... " << report.files.back().string();
+  out << "  " << sizeText(bytes) << '\n';
+}
+
+void printText(const CaptureReport& report, std::ostream& out) {
+  out << report.frames << (report.frames == 1 ? " frame in " : " frames in ")
+      << fixedText(report.seconds, 2) << " s";
+  if (report.rate) out << ", " << fixedText(*report.rate, 1) << " frames/s";
+  if (report.lost) out << ", " << *report.lost << " lost";
+  out << '\n';
+  if (report.brightness) out << brightnessText(*report.brightness) << '\n';
+  printFiles(report, out);
+  for (const std::string& note : report.notes) out << note << '\n';
 }
 
 }  // namespace
 
-void printReport(const CaptureReport& report, bool json) {
+void printReport(const CaptureReport& report, bool json) { printReport(report, json, std::cout); }
+
+void printReport(const CaptureReport& report, bool json, std::ostream& out) {
   if (json) {
-    printJson(report);
+    printJson(report, out);
   } else {
-    printText(report);
+    printText(report, out);
   }
-  std::cout << std::flush;
+  out << std::flush;
   warnOfBrightness(report.brightness, report.info.frameKind);
 }
 

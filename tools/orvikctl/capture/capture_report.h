@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <iosfwd>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "imaging/image.h"
@@ -21,11 +23,14 @@ struct CaptureReport {
   imaging::ImageInfo info;           ///< of the last image
   std::optional<SeriesBrightness> brightness;
   std::vector<std::filesystem::path> files;
+  std::vector<std::string> notes;  ///< more lines of the text
+  Json more = Json::object();      ///< more members of the JSON
 };
 
-/// Prints it to standard output, as JSON or as lines of text. What is wrong with the brightness of
-/// the images goes to standard error.
+/// Prints it as JSON or as lines of text. What is wrong with the brightness of the images goes to
+/// standard error.
 void printReport(const CaptureReport& report, bool json);
+void printReport(const CaptureReport& report, bool json, std::ostream& out);
 
 /// The brightness of a series as a member of such a JSON object.
 Json brightnessJson(const SeriesBrightness& brightness);

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdint>
 #include <exception>
+#include <iostream>
 #include <memory>
 
 #include "imaging/frame_sink.h"
@@ -57,9 +58,12 @@ std::optional<FlatTarget> flatTargetOf(const SnapOptions& options) {
 /// Takes the images and writes each of them when it is there.
 class Series {
  public:
-  Series(CaptureCamera& camera, const SnapOptions& options, imaging::FrameSink& sink)
+  /// @param toStandardError whether the report goes there, because images go to standard output
+  Series(CaptureCamera& camera, const SnapOptions& options, imaging::FrameSink& sink,
+         bool toStandardError)
       : options_(options),
         sink_(sink),
+        toStandardError_(toStandardError),
         count_(options.count.value_or(1)),
         stills_(camera, settingsOf(options), interruption()) {
     stills_.describe(options_);
@@ -111,12 +115,14 @@ class Series {
                  .rate = std::nullopt,
                  .info = stills_.info(),
                  .brightness = stills_.brightness(),
-                 .files = sink_.files()},
-                options_.json);
+                 .files = sink_.files(),
+                 .notes = {}},
+                options_.json, toStandardError_ ? std::cerr : std::cout);
   }
 
   const SnapOptions& options_;
   imaging::FrameSink& sink_;
+  bool toStandardError_;
   std::int64_t count_;
   StillCapture stills_;
   std::optional<FlatExposure> flats_;
@@ -142,13 +148,17 @@ ExitCode snap(const SnapOptions& options) {
   // What is wrong is refused before a camera is opened.
   static_cast<void>(settingsOf(options));
   static_cast<void>(flatTargetOf(options));
+  const imaging::Output output = imaging::parseOutput(options.output, options.format);
   CaptureCamera camera(options, CaptureKind::kImages);
   if (!options.targetAdu.empty()) camera.restoreAtEnd(Orvik_CTL_EXPOSURE);
   const std::int64_t first =
       options.continueNumbers ? imaging::NamePattern(options.output).nextNumber() : 1;
-  const auto sink = imaging::makeSink(options.output, options.count.value_or(1), options.overwrite,
-                                      imaging::FileSystem::system(), first);
-  return camera.run([&] { return Series(camera, options, *sink).run(); });
+  const auto sink = imaging::makeSink(output, {.frames = options.count.value_or(1),
+                                               .overwrite = options.overwrite,
+                                               .first = first,
+                                               .stop = interruption()});
+  return camera.run(
+      [&] { return Series(camera, options, *sink, output.isStandardOutput()).run(); });
 }
 
 }  // namespace

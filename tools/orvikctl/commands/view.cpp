@@ -101,7 +101,7 @@ ExitCode viewFile(const ViewOptions& options) {
     Json json = {{"file", options.file}, {"format", image.format}};
     json["frame"] = image.frame;
     json["frames"] = image.frames;
-    json.update(imageJson(source, view.summary(), stars));
+    json.update(imageJson(source, view.brightness(), stars));
     for (const auto& [name, text] : image.facts) json["header"][name] = text;
     std::cout << json.dump(2) << '\n';
     return ExitCode::kOk;
@@ -112,7 +112,7 @@ ExitCode viewFile(const ViewOptions& options) {
     status += "  frame " + std::to_string(image.frame) + "/" + std::to_string(image.frames);
   }
   const Screen screen = screenOf(options.screen);
-  PictureScreen(screen).show(view, source, status + "  " + measuresText(view.summary(), stars));
+  PictureScreen(screen).show(view, source, status + "  " + measuresText(view.brightness(), stars));
   return ExitCode::kOk;
 }
 
@@ -148,13 +148,13 @@ class LiveLook {
     const FrameInfo& info = frame.info();
     if (options_.json) {
       Json json = {{"exposureUs", info.exposureUs}, {"gain", info.gain}};
-      json.update(imageJson(image, view_.summary(), stars));
+      json.update(imageJson(image, view_.brightness(), stars));
       std::cout << json.dump() << std::endl;
       return;
     }
     screen_.show(view_, image,
                  imaging::formatDuration(info.exposureUs) + "  gain " + std::to_string(info.gain) +
-                     "  " + measuresText(view_.summary(), stars));
+                     "  " + measuresText(view_.brightness(), stars));
   }
 
   const ViewOptions& options_;

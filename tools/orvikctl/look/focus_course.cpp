@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 
-#include "tools/orvikctl/look/image_report.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -13,6 +12,9 @@ namespace {
 
 constexpr double kPointSeconds = 0.5;
 constexpr std::size_t kMostPoints = 1000;
+
+/// "1:05", without what is left of the last second.
+std::string momentText(double seconds) { return clockText(std::floor(seconds)); }
 
 }  // namespace
 
@@ -41,7 +43,7 @@ void FocusCourse::add(const FocusSample& sample) {
 
 std::string focusText(const FocusCourse& course) {
   const FocusSample& last = course.last();
-  std::string text = clockText(last.seconds) + "  ";
+  std::string text = momentText(last.seconds) + "  ";
   if (last.reading) {
     const StarReading& reading = *last.reading;
     const int percent = static_cast<int>(std::lround(100.0 * reading.brightest.peak / last.depth));
@@ -54,7 +56,7 @@ std::string focusText(const FocusCourse& course) {
   }
   if (!course.best()) return text;
   return text + "  best " + fixedText(course.best()->reading->hfr, 2) + " at " +
-         clockText(course.best()->seconds);
+         momentText(course.best()->seconds);
 }
 
 Json focusJson(const FocusCourse& course) {
@@ -79,7 +81,7 @@ Json focusJson(const FocusCourse& course) {
 std::string bestText(const FocusCourse& course) {
   if (!course.best()) return "no star was found";
   return "best HFR " + fixedText(course.best()->reading->hfr, 2) + " at " +
-         clockText(course.best()->seconds) + ", frame " + std::to_string(course.best()->frame);
+         momentText(course.best()->seconds) + ", frame " + std::to_string(course.best()->frame);
 }
 
 }  // namespace orvik::ctl

@@ -21,9 +21,9 @@ constexpr int kMostPlot = 64;
 }  // namespace
 
 imaging::Window windowAround(const imaging::Star& star, const imaging::ImageSource& image) {
-  constexpr int kStep = 16;  // the picture does not change its scale with every frame
-  constexpr int kLeast = 32;
-  constexpr double kRadii = 8;
+  constexpr int kStep = 8;  // the picture does not change its scale with every frame
+  constexpr int kLeast = 16;
+  constexpr double kRadii = 6;
   const int wanted = static_cast<int>(std::ceil(kRadii * star.hfr / kStep)) * kStep;
   const int side = std::min({std::max(wanted, kLeast), image.size.width, image.size.height});
   const auto begin = [side](double centre, int whole) {

@@ -2,6 +2,8 @@
 #include "tools/orvikctl/look/frame_loop.h"
 
 #include <algorithm>
+#include <csignal>
+#include <iostream>
 #include <utility>
 
 namespace orvik::ctl {
@@ -14,13 +16,20 @@ constexpr auto kLongExposure = std::chrono::seconds(1);
 FrameLoop::FrameLoop(Camera& camera, std::optional<std::chrono::microseconds> limit,
                      std::stop_token stop)
     : camera_(camera), stop_(std::move(stop)) {
+  // A reader that goes away ends the loop, not the program: the camera is left in order.
+  std::signal(SIGPIPE, SIG_IGN);
   if (limit) end_ = Clock::now() + *limit;
-  if (camera.get(control::kExposure) >= kLongExposure) return;
+  // Automatic exposure works in videos only.
+  const bool isAutomatic = camera.read(Orvik_CTL_EXPOSURE).isAuto;
+  if (!isAutomatic && camera.get(control::kExposure) >= kLongExposure) return;
   video_.emplace(camera, stop_);
   if (limit) video_->stopAt(end_);
 }
 
-bool FrameLoop::next(Frame& frame) { return video_ ? video_->next(frame) : nextSnapshot(frame); }
+bool FrameLoop::next(Frame& frame) {
+  if (!std::cout.good()) return false;
+  return video_ ? video_->next(frame) : nextSnapshot(frame);
+}
 
 bool FrameLoop::nextSnapshot(Frame& frame) {
   constexpr auto kLongestStep = std::chrono::milliseconds(100);

@@ -10,7 +10,8 @@
 namespace orvik::ctl {
 
 /// The frames of a camera one after the other, for commands that look at them: those of a video or,
-/// for exposures of a second and longer, snapshots, which begin at once after the one before.
+/// for exposures of a second and longer that are not automatic, snapshots, each of which begins
+/// when it is waited for.
 class FrameLoop {
  public:
   /// @param limit how long the loop runs, counted from now; nothing for no limit
@@ -19,7 +20,8 @@ class FrameLoop {
 
   /// Waits for the next frame; its memory is used again.
   ///
-  /// @return false when a stop was requested or the loop's time is over
+  /// @return false when a stop was requested, the loop's time is over, or nobody reads standard
+  ///         output any more
   /// @throws Error if the camera fails or is unplugged
   bool next(Frame& frame);
 

@@ -35,6 +35,10 @@ void addLiveOptions(CLI::App& app, LiveOptions& options) {
   app.add_option("--duration", options.duration, "End after a time: 90s, 10min [at Ctrl-C]")
       ->type_name("TIME")
       ->group(group);
+  app.add_flag("--defaults", options.startFromDefaults,
+               "Begin with the model's defaults instead of the settings that the camera was left "
+               "with")
+      ->group(group);
   addCommonOptions(app, options, Scope::kOneCamera);
 }
 

@@ -14,7 +14,7 @@ using imaging::Window;
 void PictureView::take(const ImageSource& image, double seconds) {
   window_ = windowOf(image);
   counts_.count(image);
-  summary_ = imaging::summaryOf(counts_);
+  brightness_ = brightnessOf(counts_);
   table_.set(options_.isLinear ? imaging::Stretch{imaging::Stretch::Mode::kLinear}
                                : stretch_.next(counts_, seconds));
 }

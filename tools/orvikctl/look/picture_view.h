@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "imaging/stars/star_finder.h"
-#include "imaging/view/frame_statistics.h"
 #include "imaging/view/render.h"
 #include "imaging/view/stretch.h"
+#include "tools/orvikctl/capture/brightness.h"
 #include "tools/orvikctl/terminal/picture_text.h"
 #include "tools/orvikctl/units.h"
 
@@ -15,9 +15,9 @@ namespace orvik::ctl {
 
 /// Which part of an image is shown, and how.
 struct LookOptions {
-  bool isLinear = false;       ///< without a stretch
-  std::optional<Region> crop;  ///< pixels of the image
-  double zoom = 1;             ///< 1 or more: the middle of that, one zoomth of its size
+  bool isLinear = false;         ///< without a stretch
+  std::optional<Region> crop{};  ///< pixels of the image
+  double zoom = 1;               ///< 1 or more: the middle of that, one zoomth of its size
 };
 
 /// Makes pictures of one image after the other, with a stretch that follows them.
@@ -32,8 +32,7 @@ class PictureView {
   void take(const imaging::ImageSource& image, double seconds);
 
   /// What is told of the last image.
-  [[nodiscard]] const imaging::ImageSummary& summary() const { return summary_; }
-  [[nodiscard]] const imaging::ValueCounts& counts() const { return counts_; }
+  [[nodiscard]] const Brightness& brightness() const { return brightness_; }
 
   /// The picture of an image that was taken: the part that is shown, at least of the size of a
   /// place in pixels unless the image has fewer. Valid until the next call.
@@ -45,7 +44,7 @@ class PictureView {
   LookOptions options_;
   imaging::Window window_;
   imaging::ValueCounts counts_;
-  imaging::ImageSummary summary_;
+  Brightness brightness_;
   imaging::AutoStretch stretch_;
   imaging::StretchTable table_;
   imaging::Renderer renderer_;

@@ -20,7 +20,8 @@ std::string RedrawnArea::draw(const std::vector<std::string>& lines,
   std::string text = moved(drawnLines_, 'A');
   if (graphics && drawnLines_ > 0) text += graphics->removal;
   for (const std::string& line : lines) {
-    text.append("\r").append(line).append(kClearToEndOfLine).append("\n");
+    // Cleared before: behind a line as wide as the terminal this would take its last character.
+    text.append("\r").append(kClearToEndOfLine).append(line).append("\n");
   }
   if (lines.size() < drawnLines_) text += kClearBelow;
   if (graphics) {

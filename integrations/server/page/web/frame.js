@@ -19,9 +19,16 @@ export function sensorRegion({ x, y, width, height }, { region, bin, controls, .
 
 export function startFrame(link, view, overlay) {
   const fields = ['x', 'y', 'width', 'height'].map((name) => $(`region-${name}`));
-  const set = (changes) => {
+  // Changes that no status shows yet: a request names the whole format, and must not undo them.
+  let pending = {};
+  let unanswered = 0;
+  const set = async (changes) => {
     const { region, bin, imageType } = link.last.status;
-    return perform(link, { do: 'format', region, bin, imageType, ...changes });
+    pending = { ...pending, ...changes };
+    unanswered += 1;
+    const isDone = await perform(link, { do: 'format', region, bin, imageType, ...pending });
+    unanswered -= 1;
+    if (!isDone && unanswered === 0) pending = {};
   };
   const whole = () => {
     const { width, height } = link.last.hello.camera;
@@ -35,7 +42,9 @@ export function startFrame(link, view, overlay) {
       fields[position].title = `0 to ${limit}`;
     });
   });
+  link.on('lost', () => { pending = {}; });
   link.on('status', ({ region, bin, imageType }) => {
+    if (unanswered === 0) pending = {};
     $('bin').value = bin;
     $('type').value = imageType;
     region.forEach((value, position) => {

@@ -1,0 +1,127 @@
+#!/usr/bin/env python3
+"""Records video as an observer would, and opens it with ffmpeg. Usage: recording_test.py ORVIKCTL"""
+import os
+import shutil
+import signal
+import struct
+import subprocess
+import time
+import unittest
+
+from program import LIMIT, PROGRAM, InOwnFolder, contents, result, run
+
+SMALL = ["video", "--roi", "320x240", "--exposure", "2ms"]
+FFMPEG = ["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y"]
+
+
+def frames_of(name):
+    """Frames of a SER file, by its header; checks that the file has as much."""
+    data = contents(name)
+    count = struct.unpack("<i", data[38:42])[0]
+    if len(data) < 178 + count * 320 * 240:
+        raise AssertionError(f"{name}: {count} frames in {len(data)} bytes")
+    return count
+
+
+def decoded(name):
+    """Frames that ffprobe can decode."""
+    probe = ["ffprobe", "-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames",
+             "-of", "csv=p=0", name]
+    return int(subprocess.run(probe, capture_output=True, text=True, timeout=LIMIT).stdout)
+
+
+def piped(arguments, reader, sim="T15C"):
+    """Runs the program into another one; returns its exit code and messages."""
+    with subprocess.Popen([PROGRAM, *SMALL, *arguments, "--sim", sim], stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, text=True) as camera:
+        subprocess.run(reader, stdin=camera.stdout, stdout=subprocess.DEVNULL, timeout=LIMIT,
+                       check=True)
+        camera.stdout.close()
+        messages = camera.stderr.read()
+        return camera.wait(timeout=LIMIT), messages
+
+
+class RecordingTest(InOwnFolder):
+    def test_an_unplugged_camera_is_no_success(self):
+        for output, first in (("a.ser", "a.ser"), ("b-%03d.fits", "b-001.fits")):
+            report, message = run(*SMALL, "--duration", "60s", "--json", "-o", output, code=5,
+                                  sim="T15C,serial=AAAA0001,fault=bulk unplug at 50")
+            self.assertIn("Vek T15C AAAA0001 was unplugged", message)
+            self.assertIn('"frames": 49', report)
+            self.assertTrue(os.path.exists(first))
+        self.assertEqual(os.path.getsize("a.ser"), 178 + 49 * (320 * 240 + 8))
+        self.assertFalse(os.path.exists("b-050.fits"))
+        _, message = run(*SMALL, "--duration", "3s", "-o", "c.ser", code=5,
+                         sim="T15C,fault=bulk stall from 20")
+        self.assertIn("no frame for", message)
+        _, message = run("video", "--exposure", "5s", "--duration", "500ms", "-o", "d.ser", code=5)
+        self.assertIn("An exposure takes 5 s", message)
+        self.assertFalse(os.path.exists("d.ser"))
+
+    def test_goes_on_after_a_replug(self):
+        sim = "T15C,fault=bulk replug 300 at 50"
+        with open("a-2.ser", "w", encoding="ascii") as other:
+            other.write("mine")
+        report = result(*SMALL, "--count", "120", "--resume", "-o", "a.ser", sim=sim)
+        self.assertEqual([part["path"] for part in report["parts"]], ["a.ser", "a-3.ser"])
+        self.assertEqual([frames_of(part["path"]) for part in report["parts"]], [49, 71])
+        self.assertEqual(contents("a-2.ser"), b"mine")
+        report = result(*SMALL, "--count", "60", "--resume", "-o", "b%02d.fits", sim=sim)
+        self.assertEqual([part["frames"] for part in report["parts"]], [49, 11])
+        self.assertTrue(os.path.exists("b60.fits"))
+        # The duration does not count the absence.
+        report = result(*SMALL, "--duration", "1s", "--resume", "-o", "c.raw",
+                        sim="T15C,fault=bulk replug 2000 at 50")
+        self.assertEqual(len(report["parts"]), 2)
+
+    def test_killed_it_leaves_what_can_be_read(self):
+        started = subprocess.Popen([PROGRAM, *SMALL, "--sim", "T15C", "-o", "a.ser"],
+                                   stderr=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+        deadline = time.monotonic() + LIMIT
+        while time.monotonic() < deadline and not (
+                os.path.exists("a.ser") and os.path.getsize("a.ser") > 20 * 320 * 240):
+            time.sleep(0.01)
+        started.kill()
+        started.wait(timeout=LIMIT)
+        self.assertGreaterEqual(frames_of("a.ser"), 19)
+
+    def test_a_reader_may_come_late_rest_and_leave(self):
+        os.mkfifo("pipe")
+        code, message = piped(["-o", "-", "--format", "raw"], ["head", "-c", "100000"])
+        self.assertEqual(code, 0, "a recording without an end of its own")
+        self.assertIn("has ended", message)
+        self.assertIn("-pixel_format bayer_rggb8 -video_size 320x240", message)
+        code, _ = piped(["--count", "500", "-o", "-", "--format", "ser"], ["head", "-c", "100000"])
+        self.assertEqual(code, 6)
+        started = subprocess.Popen([PROGRAM, *SMALL, "--sim", "T15C", "-o", "pipe", "--format",
+                                    "ser", "--buffer", "1"], stderr=subprocess.PIPE, text=True,
+                                   stdout=subprocess.DEVNULL)
+        self.addCleanup(started.kill)
+        with open("pipe", "rb") as reader:
+            reader.read(178)  # the rest fills the pipe and the buffer
+            begun = time.monotonic()
+            started.send_signal(signal.SIGINT)
+            started.communicate(timeout=LIMIT)
+            self.assertLess(time.monotonic() - begun, 5)
+        self.assertEqual(started.returncode, 130)
+        _, message = run(*SMALL, "-o", "-", code=2)
+        self.assertIn("--format", message)
+
+    @unittest.skipUnless(shutil.which("ffmpeg"), "there is no ffmpeg")
+    def test_other_programs_read_the_streams(self):
+        inputs = {"raw": ["-f", "rawvideo", "-pixel_format", "bayer_rggb8", "-video_size",
+                          "320x240"], "ser": ["-f", "ser"], "fits": ["-f", "fits"],
+                  "png": ["-f", "image2pipe", "-c:v", "png"]}
+        for format_, options in inputs.items():
+            for limit in (["--count", "40"], ["--duration", "300ms"]):
+                code, message = piped([*limit, "--json", "-o", "-", "--format", format_],
+                                      [*FFMPEG, *options, "-i", "-", "-c:v", "ffv1", "a.mkv"])
+                self.assertEqual(code, 0, message)
+                frames = int(message.split('"frames": ')[1].split(",")[0])
+                self.assertEqual(decoded("a.mkv"), frames, (format_, limit))
+        run(*SMALL, "--count", "30", "-o", "a.ser")
+        self.assertEqual(decoded("a.ser"), 30)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=1)

@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "tools/orvikctl/recording/recording.h"
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <system_error>
+
+#include "imaging/errors.h"
+#include "imaging/time_text.h"
+#include "tools/orvikctl/capture/capture_setup.h"
+#include "tools/orvikctl/interrupt.h"
+#include "tools/orvikctl/recording/raw_hint.h"
+
+namespace orvik::ctl {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+/// Expected frames per second with the present settings, if the library knows.
+std::optional<double> expectedRate(const Camera& camera) {
+  std::error_code error;
+  const double rate = camera.readout(error).frameRate;
+  return error || rate <= 0 ? std::nullopt : std::optional(rate);
+}
+
+Seconds expectedInterval(const Camera& camera) {
+  return Seconds(1 / expectedRate(camera).value_or(1));
+}
+
+}  // namespace
+
+Recording::Recording(CaptureCamera& capture, const VideoOptions& options,
+                     const imaging::VideoLimits& limits)
+    : capture_(capture),
+      options_(options),
+      limits_(limits),
+      output_(options, limits.frames),
+      progress_(!options.quiet),
+      stall_(Seconds(0)) {}
+
+ExitCode Recording::run() {
+  End end = End::kReached;
+  std::exception_ptr fault;
+  try {
+    end = recordParts();
+  } catch (...) {
+    fault = std::current_exception();
+  }
+  progress_.wipe();
+  try {
+    output_.finish();
+  } catch (const imaging::FileError&) {
+    if (!fault && end == End::kReached) fault = std::current_exception();
+  }
+  printResult();
+  if (fault) std::rethrow_exception(fault);
+  return codeOf(end);
+}
+
+Recording::End Recording::recordParts() {
+  for (;;) {
+    const End end = recordPart();
+    if (end != End::kUnplugged || !options_.resume) return end;
+    progress_.wipe();
+    if (!waitForCamera()) return End::kStopped;
+    const auto left = limitsLeft().duration;
+    if (left && left->count() <= 0) return End::kReached;
+  }
+}
+
+bool Recording::waitForCamera() {
+  for (;;) {
+    try {
+      return capture_.comeBack(interruption());
+    } catch (const Error&) {
+      // It may be gone again before it is set up.
+      if (!capture_.camera().isOpen() || !capture_.isUnplugged()) throw;
+    }
+  }
+}
+
+Recording::End Recording::recordPart() {
+  try {
+    openPart();
+    readPart();
+  } catch (const imaging::ReaderGone& gone) {
+    progress_.wipe();
+    std::cerr << "orvikctl: " << gone.what() << '\n';
+    return End::kReaderGone;
+  } catch (const imaging::WriteStopped& slow) {
+    progress_.wipe();
+    std::cerr << "orvikctl: " << slow.what() << '\n';
+    return End::kStopped;
+  } catch (const Error&) {
+    if (!capture_.isUnplugged()) throw;
+    tellUnplugged();
+    recorded_ += Clock::now() - partBegun_;
+    return End::kUnplugged;
+  }
+  return interrupted() ? End::kStopped : End::kReached;
+}
+
+void Recording::openPart() {
+  isUnpluggingTold_ = false;
+  partBegun_ = Clock::now();
+  if (!parts_.empty()) output_.beginNextPart();
+  info_ = describeImages(capture_.camera(), options_);
+  parts_.emplace_back();
+  parts_.back().file = output_.partFile();
+  parts_.back().info = info_;
+}
+
+void Recording::readPart() {
+  Camera& camera = capture_.camera();
+  imaging::VideoReader reader(camera, limitsLeft(), options_.bufferMb * 1'000'000, interruption());
+  partBegun_ = Clock::now();
+  stall_ = StallWatch(expectedInterval(camera));
+  writeAll(reader);
+  silence_ = stall_.silence();
+  parts_.back().lost = reader.lost();
+  reader.finish();
+}
+
+void Recording::writeAll(imaging::VideoReader& reader) {
+  constexpr auto kWait = std::chrono::milliseconds(200);
+  for (;;) {
+    Frame* frame = nullptr;
+    const imaging::FramePool::Taken taken = reader.frames().take(frame, kWait);
+    if (taken == imaging::FramePool::Taken::kEnd) return;
+    if (reader.hasFailed() && reader.wasUnplugged()) tellUnplugged();
+    if (taken == imaging::FramePool::Taken::kFrame) {
+      write(*frame);
+      reader.frames().release(frame);
+    }
+    parts_.back().lost = reader.lost();
+    if (reader.hasFailed()) continue;
+    tellStall();
+    showProgress(reader);
+  }
+}
+
+void Recording::write(const Frame& frame) {
+  describe(info_, capture_.camera().info(), frame.info());
+  if (frames() == 0) tellRawLayout();
+  output_.write({info_, frame.bytes()});
+  brightness_.measureIfDue(imaging::sourceOf(frame, capture_.camera().info()));
+  parts_.back().course.add(frame.info());
+  parts_.back().info = info_;
+  stall_.frameCame();
+}
+
+/// At once, although frames may still have to be written.
+void Recording::tellUnplugged() {
+  if (isUnpluggingTold_) return;
+  isUnpluggingTold_ = true;
+  progress_.wipe();
+  if (options_.resume) return;  // CaptureCamera says what it waits for
+  std::cerr << "orvikctl: " << capture_.label()
+            << " was unplugged; what it had sent is kept. With --resume the recording goes on when "
+               "it is back.\n";
+}
+
+void Recording::tellStall() {
+  if (!stall_.isNews() || options_.quiet) return;
+  progress_.wipe();
+  std::cerr << "note: no frame for "
+            << imaging::formatDuration(static_cast<std::int64_t>(stall_.silence().count()) *
+                                       1'000'000)
+            << "; `orvikctl doctor` looks for what may be wrong with the connection\n";
+}
+
+void Recording::tellRawLayout() const {
+  if (output_.output().format != imaging::OutputFormat::kRaw || options_.quiet) return;
+  const std::string input = output_.output().isStandardOutput() ? "-" : output_.output().name;
+  std::cerr << "raw frames of " << info_.width << "x" << info_.height
+            << " pixels; to look at them: "
+            << rawHint(info_, expectedRate(capture_.camera()), input) << '\n';
+}
+
+void Recording::printResult() const {
+  CaptureReport report = reportOf(parts_, output_.files());
+  report.brightness = brightness_.result();
+  printReport(report, options_.json, output_.output().isStandardOutput() ? std::cerr : std::cout);
+}
+
+ExitCode Recording::codeOf(End end) const {
+  switch (end) {
+    case End::kStopped:
+      return ExitCode::kInterrupted;
+    case End::kUnplugged:
+      return ExitCode::kCameraFailed;
+    case End::kReaderGone:
+      // A reader may end a recording that has no other end.
+      return limits_.frames || limits_.duration ? ExitCode::kFileFailed : ExitCode::kOk;
+    case End::kReached:
+      break;
+  }
+  if (frames() == 0) {
+    throw Failure(ExitCode::kCameraFailed, "no frame came in this time. An exposure takes " +
+                                               imaging::formatDuration(info_.exposure.count()) +
+                                               ".");
+  }
+  if (silence_ > stall_.limit()) {
+    throw Failure(ExitCode::kCameraFailed,
+                  "the last frame came " + std::to_string(static_cast<int>(silence_.count())) +
+                      " s before the end: the connection to the camera has failed. `orvikctl "
+                      "doctor` looks for what may be wrong.");
+  }
+  return ExitCode::kOk;
+}
+
+std::int64_t Recording::frames() const {
+  std::int64_t frames = 0;
+  for (const RecordedPart& part : parts_) frames += part.course.frames();
+  return frames;
+}
+
+imaging::VideoLimits Recording::limitsLeft() const {
+  imaging::VideoLimits left = limits_;
+  if (left.frames) *left.frames -= frames();
+  if (left.duration) {
+    *left.duration -= std::chrono::duration_cast<std::chrono::microseconds>(recorded_);
+  }
+  return left;
+}
+
+void Recording::showProgress(const imaging::VideoReader& reader) {
+  const auto rate = parts_.back().course.rate();
+  const imaging::VideoLimits left = limitsLeft();
+  std::optional<double> secondsLeft;
+  if (left.duration) {
+    secondsLeft = std::max(0.0, (Seconds(*left.duration) - (Clock::now() - partBegun_)).count());
+  }
+  if (left.frames && rate) {
+    const double byCount = static_cast<double>(*left.frames) / *rate;
+    secondsLeft = secondsLeft ? std::min(*secondsLeft, byCount) : byCount;
+  }
+  std::int64_t lost = reader.lost();
+  for (const RecordedPart& part : parts_) lost += &part == &parts_.back() ? 0 : part.lost;
+  progress_.show({.done = frames(),
+                  .total = limits_.frames,
+                  .rate = rate,
+                  .lost = lost,
+                  .secondsLeft = secondsLeft});
+}
+
+}  // namespace orvik::ctl

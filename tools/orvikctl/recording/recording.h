@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "imaging/video_reader.h"
+#include "tools/orvikctl/capture/brightness.h"
+#include "tools/orvikctl/capture/capture_camera.h"
+#include "tools/orvikctl/failure.h"
+#include "tools/orvikctl/progress.h"
+#include "tools/orvikctl/recording/recorded_part.h"
+#include "tools/orvikctl/recording/recording_output.h"
+#include "tools/orvikctl/recording/stall_watch.h"
+#include "tools/orvikctl/recording/video_options.h"
+
+namespace orvik::ctl {
+
+/// Records video until a limit is reached, the user stops it, or something fails. With `--resume`
+/// an unplugged camera is waited for, and the recording goes on.
+class Recording {
+ public:
+  /// @param limits over all parts; the duration does not count the time without the camera
+  /// @throws imaging::NameError, imaging::FileError if the output cannot be opened
+  Recording(CaptureCamera& capture, const VideoOptions& options,
+            const imaging::VideoLimits& limits);
+
+  /// Records and reports. The files are complete in any case.
+  ///
+  /// @throws Failure, Error, imaging::FileError for what has ended the recording, after the report
+  ExitCode run();
+
+ private:
+  enum class End { kReached, kStopped, kUnplugged, kReaderGone };
+
+  End recordParts();
+  bool waitForCamera();
+  End recordPart();
+  void openPart();
+  void readPart();
+  void writeAll(imaging::VideoReader& reader);
+  void write(const Frame& frame);
+
+  void tellUnplugged();
+  void tellStall();
+  void tellRawLayout() const;
+  void printResult() const;
+  [[nodiscard]] ExitCode codeOf(End end) const;
+
+  [[nodiscard]] std::int64_t frames() const;
+  [[nodiscard]] imaging::VideoLimits limitsLeft() const;
+  void showProgress(const imaging::VideoReader& reader);
+
+  CaptureCamera& capture_;
+  const VideoOptions& options_;
+  imaging::VideoLimits limits_;
+  RecordingOutput output_;
+  std::vector<RecordedPart> parts_;
+  imaging::ImageInfo info_;
+  Progress progress_;
+  BrightnessMeter brightness_;
+  StallWatch stall_;
+  StallWatch::Seconds silence_{};  // since the last frame, at the end of the part
+  std::chrono::steady_clock::time_point partBegun_;
+  std::chrono::steady_clock::duration recorded_{};  // in earlier parts
+  bool isUnpluggingTold_ = false;
+};
+
+}  // namespace orvik::ctl

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "tools/orvikctl/capture/capture_options.h"
+
+namespace orvik::ctl {
+
+/// Options of `video` as typed.
+struct VideoOptions : CaptureOptions {
+  std::string duration;
+  std::size_t bufferMb = 256;  ///< memory for frames that wait to be written
+  bool resume = false;         ///< whether an unplugged camera is waited for
+};
+
+}  // namespace orvik::ctl
