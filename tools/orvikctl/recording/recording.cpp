@@ -184,6 +184,11 @@ void Recording::findCauses() {
                        " lost: the disk did not keep up. A larger --buffer helps for a while");
     }
   }
+  if (tracking_) {
+    notes_.push_back(
+        "the region was moved " + std::to_string(tracking_->moves()) +
+        " times; frames without an object: " + std::to_string(tracking_->framesWithout()));
+  }
   Camera& camera = capture_.camera();
   if (frames() == 0 || !camera.isOpen() || capture_.isUnplugged()) return;
   const auto exposure = valueIfAny(camera, Orvik_CTL_EXPOSURE);
@@ -260,6 +265,7 @@ void Recording::printResult() const {
   report.brightness = brightness_.result();
   if (tracking_) report.more["regionMoves"] = tracking_->moves();
   for (const std::string& note : notes_) report.notes.push_back(note);
+  report.more["notes"] = notes_;
   if (limit_) {
     report.more["rateLimit"] = {
         {"by", nameOf(limit_->cause)}, {"framesPerSecond", limit_->rate}, {"text", limit_->text}};
