@@ -35,14 +35,26 @@ def contents(name):
         return file.read()
 
 
-def header(name):
-    """The cards of a FITS file, read by astropy; without it the test is skipped."""
+def fits_file(name):
+    """A FITS file, opened by astropy; without it the test is skipped."""
     try:
         from astropy.io import fits
     except ImportError:
         raise unittest.SkipTest("astropy is not installed") from None
-    with fits.open(name) as file:
+    return fits.open(name)
+
+
+def header(name):
+    """The cards of a FITS file."""
+    with fits_file(name) as file:
         return dict(file[0].header)
+
+
+def picture(name):
+    """The pixels of a FITS file, less their median."""
+    import numpy
+    with fits_file(name) as file:
+        return file[0].data - numpy.median(file[0].data)
 
 
 class InOwnFolder(unittest.TestCase):

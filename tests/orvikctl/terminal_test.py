@@ -107,6 +107,17 @@ class TerminalTest(InOwnFolder):
             self.assertEqual(frame.count("\n"), frames[0].count("\n"))
         self.assertIn("*", frames[-1].split("(*")[0])
 
+    def test_a_sequence_waits_for_enter(self):
+        with open("plan.toml", "w", encoding="ascii") as file:
+            file.write('[[step]]\npause = "Change the filter."\nexposure = "400ms"\ncount = 2\n')
+        ended, shown = at_terminal("sequence", "plan.toml", "-o", "a_%d.fits", say="\n")
+        self.assertEqual(ended, 0, shown)
+        self.assertRegex(shown, r"Change the filter\.\s+Enter goes on[^$]*"
+                                r"light 400 ms, image 1/2, 0:01 of it and 0:01 of all left\x1b\[K")
+        ended, shown = at_terminal("sequence", "plan.toml", "-o", "b_%d.fits", say="\x04")
+        self.assertEqual(ended, 2, "nobody answers: " + shown)
+        self.assertEqual([name for name in os.listdir() if name.startswith("b_")], [])
+
     def test_shows_how_far_it_has_come(self):
         ended, shown = at_terminal("video", "--roi", "320x240", "--exposure", "20ms", "--duration",
                                    "2s", "-o", "a.ser")
