@@ -58,8 +58,8 @@ TEST_F(RecordingTest, ItIsOverAsSoonAsTheCameraIsGone) {
       Clock::time_point gone;
       std::jthread hand([&] {
         std::this_thread::sleep_for(delay);
-        unplug();
         gone = Clock::now();
+        unplug();
       });
       EXPECT_EQ(recording.run(), ExitCode::kCameraFailed) << exposure;
       EXPECT_LT(Clock::now() - gone, 10s) << exposure << ", unplugged after " << delay.count();
