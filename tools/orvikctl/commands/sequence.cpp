@@ -128,7 +128,7 @@ ExitCode sequence(const SequenceOptions& options) {
   }
   if (images.empty()) return ExitCode::kOk;
 
-  CaptureOptions common = options;
+  CaptureOptions common = static_cast<const CaptureOptions&>(options);
   common.cooling = plan.cooling;
   CaptureCamera camera(common, CaptureKind::kImages);
   for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_GAIN, Orvik_CTL_BRIGHTNESS, Orvik_CTL_EXPOSURE}) {
