@@ -15,6 +15,7 @@ FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes) {
 
 Frame* FramePool::acquire() {
   std::unique_lock lock(mutex_);
+  if (free_.empty()) timesFull_.fetch_add(1, std::memory_order_relaxed);
   changed_.wait(lock, [this] { return closed_ || !free_.empty(); });
   if (closed_) return nullptr;
   Frame* frame = free_.back();

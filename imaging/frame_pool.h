@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <vector>
@@ -27,6 +29,10 @@ class FramePool {
 
   /// Reading side: a frame to fill, waiting for one if need be; null once the pool is closed.
   Frame* acquire();
+  /// How often acquire() had to wait, because the other side was too slow. Any thread.
+  [[nodiscard]] std::int64_t timesFull() const {
+    return timesFull_.load(std::memory_order_relaxed);
+  }
   /// Reading side: queues the filled frame.
   void publish(Frame* frame);
   /// Reading side: returns a frame that was not filled.
@@ -49,6 +55,7 @@ class FramePool {
   std::deque<Frame*> filled_;
   bool ended_ = false;
   bool closed_ = false;
+  std::atomic<std::int64_t> timesFull_ = 0;
 };
 
 }  // namespace orvik::imaging

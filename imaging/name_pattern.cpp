@@ -51,6 +51,13 @@ std::filesystem::path NamePattern::name(std::int64_t number) const {
   return before_ + digits + after_;
 }
 
+std::filesystem::path NamePattern::nameWithoutNumber() const {
+  std::string before = before_;
+  while (!before.empty() && (before.back() == '-' || before.back() == '_')) before.pop_back();
+  if (before.empty() || before.back() == '/') before += "series";
+  return before + after_;
+}
+
 std::int64_t NamePattern::nextNumber() const {
   const std::filesystem::path folder = std::filesystem::path(before_).parent_path();
   std::int64_t highest = 0;

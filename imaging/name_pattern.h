@@ -19,6 +19,9 @@ class NamePattern {
   /// The name of file `number`, 0 or more; always the same one if the name has no number.
   [[nodiscard]] std::filesystem::path name(std::int64_t number) const;
 
+  /// A name for the series as a whole: "m42-%04d.fits" gives "m42.fits", "%d.fits" "series.fits".
+  [[nodiscard]] std::filesystem::path nameWithoutNumber() const;
+
   /// The number after the highest one that a file has, 1 if there is none. The number has to stand
   /// in the file's name, not in that of its folder.
   [[nodiscard]] std::int64_t nextNumber() const;

@@ -60,18 +60,28 @@ class Remover {
   const fs::path& file_;
 };
 
+void save(const fs::path& file, std::span<const std::uint8_t> bytes, bool overwrite, bool synced,
+          FileSystem& files) {
+  fs::path temporary = file;
+  temporary += ".part-" + std::to_string(getpid());
+  const Remover remover(temporary);
+  int error = writeTemporary(temporary, bytes, synced, files);
+  if (error == 0) error = rename(temporary, file, overwrite, files);
+  if (error != 0) failWrite(file, error);
+}
+
 }  // namespace
 
 void saveFile(const fs::path& file, std::span<const std::uint8_t> bytes, bool overwrite,
               FileSystem& files) {
   refuseExisting(file, overwrite);
-  fs::path temporary = file;
-  temporary += ".part-" + std::to_string(getpid());
-  const Remover remover(temporary);
   // A new file loses nothing that was there before, and a fast series must not wait for the disk.
-  int error = writeTemporary(temporary, bytes, isTaken(file), files);
-  if (error == 0) error = rename(temporary, file, overwrite, files);
-  if (error != 0) failWrite(file, error);
+  save(file, bytes, overwrite, isTaken(file), files);
+}
+
+void saveFileUnsynced(const fs::path& file, std::span<const std::uint8_t> bytes,
+                      FileSystem& files) {
+  save(file, bytes, true, false, files);
 }
 
 void refuseExisting(const fs::path& file, bool overwrite) {

@@ -23,6 +23,11 @@ namespace orvik::imaging {
 void saveFile(const std::filesystem::path& file, std::span<const std::uint8_t> bytes,
               bool overwrite, FileSystem& files = FileSystem::system());
 
+/// Replaces a file, or creates it, without waiting for the disk: after a loss of power it may be
+/// empty. For small files that are written again and again. @throws FileError
+void saveFileUnsynced(const std::filesystem::path& file, std::span<const std::uint8_t> bytes,
+                      FileSystem& files = FileSystem::system());
+
 /// Throws a FileExists if `file` exists and may not be replaced.
 void refuseExisting(const std::filesystem::path& file, bool overwrite);
 

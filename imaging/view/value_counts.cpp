@@ -76,7 +76,7 @@ void ValueCounts::countColour(const ImageSource& image) {
   std::uint32_t* const green = red + values_;
   std::uint32_t* const blue = green + values_;
   for (int y = 0; y < image.size.height; ++y) {
-    const Sample* pixel = rowOf<Sample>(image, y);
+    const auto* pixel = rowOf<Sample>(image, y);
     for (int x = 0; x < image.size.width; ++x, pixel += 3) {
       ++blue[pixel[0]];
       ++green[pixel[1]];

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Records video as an observer would, and opens it with ffmpeg. Usage: recording_test.py ORVIKCTL"""
+import csv
 import os
 import shutil
 import signal
@@ -106,6 +107,60 @@ class RecordingTest(InOwnFolder):
         self.assertEqual(started.returncode, 130)
         _, message = run(*SMALL, "-o", "-", code=2)
         self.assertIn("--format", message)
+
+    def test_a_drifting_object_stays_centred(self):
+        sim = "T15C,scene=stars,seed=3,drift=40:-25"
+        arguments = ["video", "--roi", "320x240", "--exposure", "5ms", "--duration", "4s"]
+        result(*arguments, "--track", "-o", "a.ser", sim=sim)
+        with open("a.track.csv", encoding="ascii", newline="") as file:
+            rows = list(csv.DictReader(file))
+        self.assertEqual(len(rows), frames_of("a.ser"))
+        travelled = [int(rows[-1][f"start_{axis}"]) + float(rows[-1][axis])
+                     - int(rows[0][f"start_{axis}"]) - float(rows[0][axis]) for axis in "xy"]
+        self.assertGreater(travelled[0], 100)
+        self.assertLess(travelled[1], -60)
+        # The first frames show where it was found; then a tenth of a second of drift is left over.
+        for row in rows[100:]:
+            self.assertLess(abs(float(row["x"]) - 160), 320 / 8 + 10, row)
+            self.assertLess(abs(float(row["y"]) - 120), 240 / 8 + 10, row)
+            self.assertEqual((int(row["start_x"]) - int(rows[0]["start_x"])) % 2, 0)
+        self.assertEqual(run("video", "--track", "-o", "b.ser", code=2)[0], "")
+
+    def test_says_why_the_rate_is_what_it_is(self):
+        cases = ((["--roi", "320x240", "--exposure", "50ms"], "T15C", "exposure"),
+                 (["--roi", "320x240", "--exposure", "1ms"], "T15C", "readout"),
+                 (["--exposure", "1ms"], "T15C,port=usb2", "bandwidth"))
+        for number, (options, sim, cause) in enumerate(cases):
+            report = result("video", *options, "--duration", "1s", "-o", f"{number}.ser", sim=sim)
+            limit = report["rateLimit"]
+            self.assertEqual(limit["by"], cause)
+            if report["lost"] == 0:
+                ratio = report["framesPerSecond"] / limit["framesPerSecond"]
+                self.assertAlmostEqual(ratio, 1, delta=0.05)
+            self.assertIn(limit["text"], contents(f"{number}.txt").decode("ascii"))
+        # What was tried to find out is as before.
+        controls = {one["name"]: one for one in result("controls")}
+        self.assertEqual((controls["BandWidth"]["value"], controls["BandWidth"]["auto"],
+                          controls["HighSpeedMode"]["value"]), (100, True, 0))
+        report, _ = run("video", "--exposure", "1ms:auto", "--roi", "320x240", "--duration", "500ms",
+                        "-o", "auto.ser", "--no-sidecar")
+        self.assertRegex(report, r"automatic exposure: [\d.]+ m?u?s")
+        self.assertFalse(os.path.exists("auto.txt"))
+
+    def test_a_text_beside_the_video_tells_its_facts(self):
+        run(*SMALL, "--count", "60", "--object", "Mars", "--gain", "77", "--resume", "-o", "a.ser",
+            sim="T15C,fault=bulk replug 300 at 40")
+        texts = {name: contents(name).decode("ascii").splitlines() for name in ("a.txt", "a-2.txt")}
+        for text, frames in ((texts["a.txt"], 39), (texts["a-2.txt"], 21)):
+            self.assertEqual(text[0], "[Vek T15C]")
+            self.assertIn(f"FrameCount={frames}", text)
+            for line in ("Object=Mars", "Gain=77", "Exposure=2.000ms", "BayerPattern=RGGB",
+                         "ROIOffset=492,368", "USB=3"):
+                self.assertIn(line, text)
+        os.remove("a.ser")
+        _, message = run(*SMALL, "--count", "5", "-o", "a.ser", code=6)
+        self.assertIn("a.txt exists", message)
+        self.assertFalse(os.path.exists("a.ser"))
 
     @unittest.skipUnless(shutil.which("ffmpeg"), "there is no ffmpeg")
     def test_other_programs_read_the_streams(self):

@@ -84,6 +84,9 @@ class ViewTest(InOwnFolder):
         self.assertEqual((picture["width"], picture["height"], picture["bits"]), (200, 100, 8))
         raw = measures("a.fits")
         self.assertGreater(picture["median"] / 255, 2 * raw["median"] / 65535)
+        piped = subprocess.run([PROGRAM, "view", "a.fits", "-o", "-"], stdout=subprocess.PIPE,
+                               timeout=LIMIT, check=True)
+        self.assertTrue(piped.stdout.startswith(b"\x89PNG"))
         run("view", "--live", "-o", "live.png", sim=STARS)
         self.assertEqual(measures("live.png")["width"], 1304)
 

@@ -29,6 +29,10 @@ imaging::VideoLimits limitsOf(const VideoOptions& options) {
 ExitCode video(const VideoOptions& options) {
   const imaging::VideoLimits limits = limitsOf(options);
   static_cast<void>(imaging::parseOutput(options.output, options.format));  // before the camera
+  if (options.track && options.region.empty()) {
+    throw Failure(ExitCode::kUsage,
+                  "--track moves a region over the sensor: choose its size with --roi.");
+  }
   CaptureCamera capture(options, CaptureKind::kVideo);
   return capture.run([&] { return Recording(capture, options, limits).run(); });
 }
@@ -45,6 +49,11 @@ Command addVideo(CLI::App& program) {
   app->add_flag("--resume", options->resume,
                 "Wait for a camera that was unplugged, and go on: a SER or raw video in a new file "
                 "(jupiter-2.ser), a series or a stream where it was");
+  app->add_flag("--track", options->track,
+                "Keep the region centred on the brightest object by moving it over the sensor; a "
+                "table beside the file (jupiter.track.csv) tells where it was in each frame");
+  app->add_flag("--no-sidecar", options->noSidecar,
+                "Write no text with times and settings beside a SER or raw video (jupiter.txt)");
   app->add_option("--buffer", options->bufferMb,
                   "Memory for frames that wait for the disk, MB [256]; when it is full, the camera "
                   "loses frames")
@@ -54,6 +63,7 @@ Command addVideo(CLI::App& program) {
   app->footer(
       "Examples:\n"
       "  orvikctl video --exposure 5ms --roi 640x480 --duration 90s -o jupiter.ser\n"
+      "  orvikctl video --track --roi 320x240 --duration 2min --resume -o saturn.ser\n"
       "  orvikctl video --sim T15C,scene=planet --count 100 -o planet.ser\n"
       "  orvikctl video --type raw16 --count 50 -o frame-%04d.fits\n"
       "  orvikctl video --roi 640x480 -o - --format ser | ffplay -f ser -i -\n\n"

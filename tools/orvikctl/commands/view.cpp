@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "imaging/pipe_writer.h"
 #include "imaging/png_encoder.h"
 #include "imaging/read/read_image.h"
 #include "imaging/save_file.h"
@@ -23,6 +24,7 @@ namespace orvik::ctl {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+constexpr const char* kStandardOutput = "-";
 
 struct ViewOptions : LiveOptions {
   std::string file;
@@ -82,7 +84,12 @@ void savePicture(PictureView& view, const imaging::ImageSource& image, const Vie
   png.info.height = picture.size.height;
   png.info.type = picture.isColour ? Orvik_IMG_RGB24 : Orvik_IMG_Y8;
   png.info.software = kSoftware;
-  imaging::saveFile(options.output, imaging::encodePng(png), options.overwrite);
+  const std::vector<std::uint8_t> bytes = imaging::encodePng(png);
+  if (options.output == kStandardOutput) {
+    imaging::PipeWriter::standardOutput(interruption()).write(bytes);
+  } else {
+    imaging::saveFile(options.output, bytes, options.overwrite);
+  }
 }
 
 ExitCode viewFile(const ViewOptions& options) {
@@ -179,7 +186,8 @@ ExitCode view(const ViewOptions& options) {
   if (options.file.empty() != options.isLive) {
     throw Failure(ExitCode::kUsage, "name one file to look at, or add --live for the camera.");
   }
-  if (!options.output.empty()) imaging::refuseExisting(options.output, options.overwrite);
+  const bool isFile = !options.output.empty() && options.output != kStandardOutput;
+  if (isFile) imaging::refuseExisting(options.output, options.overwrite);
   return options.isLive ? viewLive(options) : viewFile(options);
 }
 
@@ -209,8 +217,9 @@ Command addView(CLI::App& program) {
       ->check(unmentioned(CLI::Range(1.0, 1000.0)))
       ->type_name("F")
       ->group(group);
-  app->add_option("-o,--output", options->output,
-                  "Write the picture into a PNG file instead, with all its pixels")
+  app->add_option(
+         "-o,--output", options->output,
+         "Write the picture into a PNG file instead, with all its pixels; - is standard output")
       ->type_name("FILE")
       ->group(group);
   app->add_flag("--overwrite", options->overwrite, "Replace the file if it exists")->group(group);

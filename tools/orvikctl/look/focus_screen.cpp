@@ -43,15 +43,15 @@ void FocusScreen::show(const FocusCourse& course, const imaging::ImageSource& im
   const std::array courses = {Course{course.bestRadii(), '-'}, Course{course.radii(), '*'}};
   std::vector<std::string> lines =
       plotLines(courses, {.columns = plotColumns, .rows = rows, .decimals = 2, .leastSpan = 0.5});
-  const auto width = static_cast<std::size_t>(kPlotAxisColumns + plotColumns);
-  lines.resize(static_cast<std::size_t>(rows), std::string(width, ' '));
+  const int width = kPlotAxisColumns + plotColumns;
+  lines.resize(static_cast<std::size_t>(rows), std::string(static_cast<std::size_t>(width), ' '));
 
   std::optional<Graphics> graphics;
   const auto& reading = course.last().reading;
   if (hasRoom && reading) {
     const PictureText star = starText(*reading, image, kStarColumns, rows, size);
     if (isGraphics(screen_.mode)) {
-      graphics = Graphics{0, static_cast<int>(width) + kGap, star.graphics, star.removal};
+      graphics = Graphics{0, width + kGap, star.graphics, star.removal};
     }
     for (std::size_t i = 0; i < std::min(lines.size(), star.lines.size()); ++i) {
       lines[i].append(kGap, ' ').append(star.lines[i]);

@@ -2,7 +2,6 @@
 #include "tools/orvikctl/look/frame_loop.h"
 
 #include <algorithm>
-#include <csignal>
 #include <iostream>
 #include <utility>
 
@@ -16,8 +15,6 @@ constexpr auto kLongExposure = std::chrono::seconds(1);
 FrameLoop::FrameLoop(Camera& camera, std::optional<std::chrono::microseconds> limit,
                      std::stop_token stop)
     : camera_(camera), stop_(std::move(stop)) {
-  // A reader that goes away ends the loop, not the program: the camera is left in order.
-  std::signal(SIGPIPE, SIG_IGN);
   if (limit) end_ = Clock::now() + *limit;
   // Automatic exposure works in videos only.
   const bool isAutomatic = camera.read(Orvik_CTL_EXPOSURE).isAuto;

@@ -10,8 +10,9 @@ namespace {
 constexpr std::size_t kMeasured = 7;
 
 double medianOf(const std::vector<imaging::Star>& stars, double imaging::Star::*member) {
-  std::vector<double> values;
-  for (const imaging::Star& star : stars) values.push_back(star.*member);
+  std::vector<double> values(stars.size());
+  std::ranges::transform(stars, values.begin(),
+                         [member](const imaging::Star& star) { return star.*member; });
   std::ranges::sort(values);
   const std::size_t half = values.size() / 2;
   return values.size() % 2 == 1 ? values[half] : (values[half - 1] + values[half]) / 2;

@@ -35,6 +35,7 @@ CaptureReport reportOf(const std::vector<RecordedPart>& parts,
                        std::vector<std::filesystem::path> files) {
   CaptureReport report;
   report.lost = 0;
+  double measured = 0;  // s
   std::int64_t intervals = 0;
   Json list = Json::array();
   for (const RecordedPart& part : parts) {
@@ -43,11 +44,14 @@ CaptureReport reportOf(const std::vector<RecordedPart>& parts,
     if (part.course.frames() == 0) continue;
     report.frames += part.course.frames();
     report.seconds += part.course.seconds();
-    intervals += part.course.frames() - 1;
+    if (part.course.rate()) {
+      measured += part.course.seconds();
+      intervals += part.course.frames() - 1;
+    }
     list.push_back(jsonOf(part));
     report.notes.push_back(lineOf(part, list.size()));
   }
-  if (report.seconds > 0) report.rate = static_cast<double>(intervals) / report.seconds;
+  if (measured > 0) report.rate = static_cast<double>(intervals) / measured;
   if (list.size() < 2) report.notes.clear();
   report.more["parts"] = std::move(list);
   report.files = std::move(files);

@@ -9,6 +9,7 @@
 #include "imaging/errors.h"
 #include "imaging/time_text.h"
 #include "tools/orvikctl/capture/capture_setup.h"
+#include "tools/orvikctl/control_names.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/recording/raw_hint.h"
 
@@ -38,7 +39,10 @@ Recording::Recording(CaptureCamera& capture, const VideoOptions& options,
       limits_(limits),
       output_(options, limits.frames),
       progress_(!options.quiet),
-      stall_(Seconds(0)) {}
+      stall_(Seconds(0)) {
+  openSidecar();
+  if (options.track) tracking_.emplace(output_.beside(".track.csv"), options.overwrite);
+}
 
 ExitCode Recording::run() {
   End end = End::kReached;
@@ -51,6 +55,9 @@ ExitCode Recording::run() {
   progress_.wipe();
   try {
     output_.finish();
+    if (tracking_) tracking_->finish();
+    findCauses();
+    writeSidecar(lastEntries());
   } catch (const imaging::FileError&) {
     if (!fault && end == End::kReached) fault = std::current_exception();
   }
@@ -97,19 +104,30 @@ Recording::End Recording::recordPart() {
     if (!capture_.isUnplugged()) throw;
     tellUnplugged();
     recorded_ += Clock::now() - partBegun_;
+    refreshSidecar();
     return End::kUnplugged;
   }
   return interrupted() ? End::kStopped : End::kReached;
 }
 
+void Recording::openSidecar() {
+  if (output_.partFile().empty() || options_.noSidecar) return;
+  sidecar_.emplace(output_.beside(".txt"), options_.overwrite);
+}
+
 void Recording::openPart() {
   isUnpluggingTold_ = false;
   partBegun_ = Clock::now();
-  if (!parts_.empty()) output_.beginNextPart();
+  if (!parts_.empty()) {
+    output_.beginNextPart();
+    openSidecar();
+  }
+  if (tracking_) tracking_->begin(capture_.camera());
   info_ = describeImages(capture_.camera(), options_);
   parts_.emplace_back();
   parts_.back().file = output_.partFile();
   parts_.back().info = info_;
+  settings_ = settingEntries(capture_.camera());
 }
 
 void Recording::readPart() {
@@ -120,7 +138,63 @@ void Recording::readPart() {
   writeAll(reader);
   silence_ = stall_.silence();
   parts_.back().lost = reader.lost();
+  timesFull_ += reader.frames().timesFull();
   reader.finish();
+}
+
+/// @param more further facts
+void Recording::writeSidecar(const Entries& more) {
+  if (!sidecar_ || parts_.back().course.frames() == 0) return;
+  sidecar_->write(sidecarText(parts_.back(), settings_, more));
+}
+
+/// A text that cannot be written does not end a recording that goes on.
+void Recording::refreshSidecar() {
+  try {
+    writeSidecar({});
+  } catch (const imaging::FileError&) {
+    // Said at the end.
+  }
+}
+
+/// What the text has only at the end.
+Entries Recording::lastEntries() const {
+  Entries entries;
+  if (parts_.size() > 1) entries.emplace_back("Part", std::to_string(parts_.size()));
+  if (tracking_) entries.emplace_back("RegionMoves", std::to_string(tracking_->moves()));
+  if (limit_) entries.emplace_back("RateLimit", limit_->text);
+  return entries;
+}
+
+/// Asks the camera, whose video is over, what has limited the rate, and where the automatic modes
+/// stand.
+void Recording::findCauses() {
+  std::int64_t lost = 0;
+  for (const RecordedPart& part : parts_) lost += part.lost;
+  if (lost > 0) {
+    const std::string frames = std::to_string(lost) + (lost == 1 ? " frame" : " frames");
+    if (timesFull_ == 0) {
+      notes_.push_back(frames +
+                       " lost on the way from the camera: the connection or the computer was too "
+                       "busy");
+    } else if (output_.output().isStream) {
+      notes_.push_back(frames + " lost: the program that reads the stream did not keep up");
+    } else {
+      notes_.push_back(frames +
+                       " lost: the disk did not keep up. A larger --buffer helps for a while");
+    }
+  }
+  Camera& camera = capture_.camera();
+  if (frames() == 0 || !camera.isOpen() || capture_.isUnplugged()) return;
+  const auto exposure = valueIfAny(camera, Orvik_CTL_EXPOSURE);
+  if (exposure && exposure->isAuto) {
+    notes_.push_back("automatic exposure: " + imaging::formatDuration(exposure->value) +
+                     "; it rests while the brightness is within 15 % of its target");
+  }
+  const auto gain = valueIfAny(camera, Orvik_CTL_GAIN);
+  if (gain && gain->isAuto) notes_.push_back("automatic gain: " + std::to_string(gain->value));
+  if (const auto facts = rateFactsOf(camera)) limit_ = rateLimitOf(*facts);
+  if (limit_) notes_.push_back(limit_->text);
 }
 
 void Recording::writeAll(imaging::VideoReader& reader) {
@@ -146,9 +220,11 @@ void Recording::write(const Frame& frame) {
   if (frames() == 0) tellRawLayout();
   output_.write({info_, frame.bytes()});
   brightness_.measureIfDue(imaging::sourceOf(frame, capture_.camera().info()));
+  if (tracking_) tracking_->follow(capture_.camera(), frame);
   parts_.back().course.add(frame.info());
   parts_.back().info = info_;
   stall_.frameCame();
+  if (sidecar_ && sidecar_->isDue()) refreshSidecar();
 }
 
 /// At once, although frames may still have to be written.
@@ -182,6 +258,12 @@ void Recording::tellRawLayout() const {
 void Recording::printResult() const {
   CaptureReport report = reportOf(parts_, output_.files());
   report.brightness = brightness_.result();
+  if (tracking_) report.more["regionMoves"] = tracking_->moves();
+  for (const std::string& note : notes_) report.notes.push_back(note);
+  if (limit_) {
+    report.more["rateLimit"] = {
+        {"by", nameOf(limit_->cause)}, {"framesPerSecond", limit_->rate}, {"text", limit_->text}};
+  }
   printReport(report, options_.json, output_.output().isStandardOutput() ? std::cerr : std::cout);
 }
 

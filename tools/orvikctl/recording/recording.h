@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "imaging/video_reader.h"
@@ -11,9 +12,12 @@
 #include "tools/orvikctl/capture/capture_camera.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/progress.h"
+#include "tools/orvikctl/recording/rate_limit.h"
 #include "tools/orvikctl/recording/recorded_part.h"
 #include "tools/orvikctl/recording/recording_output.h"
+#include "tools/orvikctl/recording/sidecar.h"
 #include "tools/orvikctl/recording/stall_watch.h"
+#include "tools/orvikctl/recording/tracking.h"
 #include "tools/orvikctl/recording/video_options.h"
 
 namespace orvik::ctl {
@@ -43,6 +47,12 @@ class Recording {
   void writeAll(imaging::VideoReader& reader);
   void write(const Frame& frame);
 
+  void openSidecar();
+  void writeSidecar(const Entries& more);
+  void refreshSidecar();
+  [[nodiscard]] Entries lastEntries() const;
+  void findCauses();
+
   void tellUnplugged();
   void tellStall();
   void tellRawLayout() const;
@@ -61,6 +71,12 @@ class Recording {
   imaging::ImageInfo info_;
   Progress progress_;
   BrightnessMeter brightness_;
+  std::optional<Tracking> tracking_;
+  std::optional<Sidecar> sidecar_;  // of the present part
+  Entries settings_;                // of the camera as the part began
+  std::int64_t timesFull_ = 0;      // how often the buffer had no room
+  std::optional<RateLimit> limit_;
+  std::vector<std::string> notes_;  // further lines of the report
   StallWatch stall_;
   StallWatch::Seconds silence_{};  // since the last frame, at the end of the part
   std::chrono::steady_clock::time_point partBegun_;

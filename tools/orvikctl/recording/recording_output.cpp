@@ -38,6 +38,13 @@ fs::path RecordingOutput::partFile() const {
   return imaging::NamePattern(partPattern(output_.name, number_)).name(number_);
 }
 
+fs::path RecordingOutput::beside(const std::string& extension) const {
+  if (output_.isStream) return {};
+  const fs::path file =
+      output_.isSeries() ? imaging::NamePattern(output_.name).nameWithoutNumber() : partFile();
+  return file.parent_path() / (file.stem().string() + extension);
+}
+
 void RecordingOutput::beginNextPart() {
   if (output_.isStream || output_.isSeries() || sink_->files().empty()) return;
   finish();
@@ -45,7 +52,7 @@ void RecordingOutput::beginNextPart() {
   sink_.reset();
   do {  // rather another number than a recording that ends here
     ++number_;
-  } while (!options_.overwrite && fs::exists(partFile()));
+  } while (!options_.overwrite && (fs::exists(partFile()) || fs::exists(beside(".txt"))));
   open();
 }
 

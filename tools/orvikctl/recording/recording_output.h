@@ -26,6 +26,10 @@ class RecordingOutput {
   /// The file of the present part; empty for a series and a stream.
   [[nodiscard]] std::filesystem::path partFile() const;
 
+  /// A file beside the recording: its name, for a series without the number, with another
+  /// extension; empty for a stream.
+  [[nodiscard]] std::filesystem::path beside(const std::string& extension) const;
+
   /// @throws imaging::FileError, imaging::ReaderGone, imaging::WriteStopped
   void write(const imaging::Image& image) { sink_->write(image); }
   /// Goes on after the camera has come back. @throws imaging::FileError

@@ -11,7 +11,9 @@ namespace orvik::ctl {
 struct VideoOptions : CaptureOptions {
   std::string duration;
   std::size_t bufferMb = 256;  ///< memory for frames that wait to be written
-  bool resume = false;         ///< whether an unplugged camera is waited for
+  bool track = false;          ///< whether the region follows the brightest object
+  bool noSidecar = false;
+  bool resume = false;  ///< whether an unplugged camera is waited for
 };
 
 }  // namespace orvik::ctl

@@ -73,8 +73,7 @@ std::vector<std::uint8_t> opaquePixels(const Picture& picture, Colours colours) 
 /// A terminal that knows all sequences which the modes need: whether they are used is decided
 /// elsewhere.
 TermInfo termInfo() {
-  ChafaTermDb* const known = chafa_term_db_get_default();
-  return TermInfo(chafa_term_info_copy(chafa_term_db_get_fallback_info(known)));
+  return TermInfo(chafa_term_db_get_fallback_info(chafa_term_db_get_default()));
 }
 
 }  // namespace

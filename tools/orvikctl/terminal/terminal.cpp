@@ -102,9 +102,9 @@ TerminalKind terminalKind(const std::vector<std::string>& environment) {
   const std::string name = valueOf(environment, "TERM");
   if (name.empty() || name == "dumb") return {};
   std::vector<std::string> copy = environment;
-  std::vector<gchar*> variables;
-  for (std::string& variable : copy) variables.push_back(variable.data());
-  variables.push_back(nullptr);
+  std::vector<gchar*> variables(copy.size() + 1);  // the last one is null
+  std::ranges::transform(copy, variables.begin(),
+                         [](std::string& variable) { return variable.data(); });
   const std::unique_ptr<ChafaTermInfo, Unref> info(
       chafa_term_db_detect(chafa_term_db_get_default(), variables.data()));
   const auto has = [&](ChafaTermSeq sequence) {
@@ -155,7 +155,11 @@ TerminalSize terminalSize(int descriptor) {
   return size;
 }
 
-bool canAskTerminal() { return isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1; }
+bool canAskTerminal() {
+  if (isatty(STDIN_FILENO) != 1 || isatty(STDOUT_FILENO) != 1) return false;
+  const pid_t foreground = tcgetpgrp(STDIN_FILENO);  // -1 for another session's terminal
+  return foreground == -1 || foreground == getpgrp();
+}
 
 bool askForSixel() {
   const PlainInput input;

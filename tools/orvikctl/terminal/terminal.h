@@ -33,7 +33,8 @@ struct TerminalSize {
 /// The size of the terminal behind a descriptor; the defaults for what it does not tell.
 TerminalSize terminalSize(int descriptor);
 
-/// Whether standard input and output are a terminal, which then can be asked.
+/// Whether standard input and output are a terminal that can be asked: in the background a program
+/// would be stopped by its attempt.
 bool canAskTerminal();
 
 /// Asks the terminal whether it draws sixel graphics (primary device attributes), and waits 300 ms
