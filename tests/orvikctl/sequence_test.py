@@ -158,6 +158,7 @@ class SequenceTest(InOwnFolder):
         self.assertFalse(os.path.exists("x"), "no folder, no image")
         run("sequence", "missing.toml", code=6)
         run("sequence", "light:1x1s", code=2)
+        run("sequence", "light:1x1s", "--gain", "100:auto", "-o", "a.fits", code=2)
 
 
 if __name__ == "__main__":

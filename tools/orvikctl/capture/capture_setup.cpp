@@ -185,6 +185,19 @@ std::string frameKindText(const std::string& option) {
 
 }  // namespace
 
+void refuseAutomatic(const CaptureOptions& options) {
+  for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_EXPOSURE, Orvik_CTL_GAIN}) {
+    const auto given = options.controls.find(type);
+    if (given == options.controls.end()) continue;
+    const auto setting = parseSetting(given->second);
+    if (!setting || !setting->isAuto) continue;
+    throw Failure(ExitCode::kUsage, std::string(controlFacts(type).option.name) + " " +
+                                        given->second +
+                                        ": automatic modes work in videos only, not for single "
+                                        "images.");
+  }
+}
+
 std::vector<Replaced> applyOptions(Camera& camera, const CaptureOptions& options,
                                    CaptureKind kind) {
   const Assignments readOut = assignmentsOf(camera, options, true);

@@ -19,6 +19,10 @@ struct Replaced {
   ControlValue former;
 };
 
+/// Throws a Failure (kUsage) for automatic exposure or gain, which follow a video and would never
+/// act on single images.
+void refuseAutomatic(const CaptureOptions& options);
+
 /// Puts the camera into the state that the options ask for.
 ///
 /// Everything is checked before the first value is set. Controls without an option keep the values

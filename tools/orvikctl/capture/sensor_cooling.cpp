@@ -32,23 +32,25 @@ Camera& checked(Camera& camera, int target) {
 }  // namespace
 
 SensorCooling::SensorCooling(Camera& camera, const CoolingPlan& plan, bool quiet)
-    : plan_(plan),
+    : camera_(camera),
+      plan_(plan),
       quiet_(quiet),
       line_(!quiet),
       cooling_(checked(camera, plan.target),
                [this](const imaging::CoolingSample& sample) { onSample(sample); }) {}
 
 bool SensorCooling::coolDown(const std::stop_token& stop) {
+  const double from = camera_.cooler().temperature / 10.0;
   if (!quiet_) {
-    std::cerr << "cooling from " << fixedText(cooling_.startedAt(), 1) << " to " << plan_.target
-              << " degC, " << plan_.ramp << " degrees a minute\n";
+    std::cerr << "cooling from " << fixedText(from, 1) << " to " << plan_.target << " degC, "
+              << plan_.ramp << " degrees a minute\n";
   }
   hasBegun_ = true;
   rule_.emplace(plan_.target, plan_.settle);
   state_ = SettleRule::State::kOnTheWay;
   arrived_ = std::stop_source();
-  leadSeconds_ = cooling_.last().seconds +
-                 imaging::CoolingRamp(cooling_.startedAt(), plan_.target, plan_.ramp).duration();
+  leadSeconds_ =
+      cooling_.last().seconds + imaging::CoolingRamp(from, plan_.target, plan_.ramp).duration();
   {
     const std::stop_callback stopEarly(stop, [this] { arrived_.request_stop(); });
     cooling_.lead(plan_.target, plan_.ramp, std::nullopt, arrived_.get_token());

@@ -42,6 +42,7 @@ class SensorCooling {
   void onSample(const imaging::CoolingSample& sample);
   [[nodiscard]] std::string outOfReachText() const;
 
+  Camera& camera_;
   CoolingPlan plan_;
   bool quiet_;
   ProgressLine line_;

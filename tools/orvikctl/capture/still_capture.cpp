@@ -32,6 +32,17 @@ void StillCapture::describe(const CaptureOptions& options) {
   describeAgain();
 }
 
+bool StillCapture::begin(const CaptureOptions& options) {
+  try {
+    camera_.use(options);
+  } catch (const Error&) {
+    if (!camera_.isUnplugged()) throw;
+    if (!waitForCamera()) return false;
+  }
+  describe(options);
+  return true;
+}
+
 void StillCapture::describeAgain() {
   if (exposure_) camera_.camera().set(control::kExposure, *exposure_);
   info_ = describeImages(camera_.camera(), *options_);
@@ -107,13 +118,7 @@ bool StillCapture::expose(const ProgressText& progress) {
 /// Makes the camera ready to take a failed image again. False when a stop was requested.
 bool StillCapture::recover(const std::exception_ptr& fault, int failures) {
   if (camera_.isUnplugged()) {
-    if (!settings_.waitsForCamera) {
-      throw Failure(ExitCode::kCameraFailed,
-                    camera_.label() +
-                        " was unplugged. The images before are kept; with --resume "
-                        "the capture waits for the camera and goes on.");
-    }
-    if (!camera_.comeBack(stop_)) return false;
+    if (!waitForCamera()) return false;
     describeAgain();
     return true;
   }
@@ -125,6 +130,24 @@ bool StillCapture::recover(const std::exception_ptr& fault, int failures) {
               << kMostFailures - 1 << ")\n";
   }
   return !stop_.stop_requested();
+}
+
+/// Returns when the camera is there and set up; false when a stop was requested.
+bool StillCapture::waitForCamera() {
+  if (!settings_.waitsForCamera) {
+    throw Failure(ExitCode::kCameraFailed,
+                  camera_.label() +
+                      " was unplugged. The images before are kept; with --resume "
+                      "the capture waits for the camera and goes on.");
+  }
+  for (;;) {
+    try {
+      return camera_.comeBack(stop_);
+    } catch (const Error&) {
+      // A loose plug: gone again before it was set up.
+      if (!camera_.camera().isOpen() || !camera_.isUnplugged()) throw;
+    }
+  }
 }
 
 }  // namespace orvik::ctl

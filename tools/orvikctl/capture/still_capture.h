@@ -33,6 +33,11 @@ class StillCapture {
   ///
   /// @param options live until the next call, or as long as this object
   void describe(const CaptureOptions& options);
+  /// Sets the camera up for images of another kind, and describes them.
+  ///
+  /// @return false when a stop was requested while the camera was unplugged
+  /// @throws Failure, Error as take()
+  bool begin(const CaptureOptions& options);
 
   /// Sets the exposure of the images to come, until the next describe().
   void setExposure(std::chrono::microseconds exposure);
@@ -69,6 +74,7 @@ class StillCapture {
   using ProgressText = std::function<std::string(double)>;
 
   void describeAgain();
+  bool waitForCamera();
   bool waitForStart(const ProgressText& progress);
   bool expose(const ProgressText& progress);
   bool recover(const std::exception_ptr& fault, int failures);

@@ -9,6 +9,7 @@
 #include "imaging/errors.h"
 #include "tools/orvikctl/capture/capture_camera.h"
 #include "tools/orvikctl/capture/capture_report.h"
+#include "tools/orvikctl/capture/capture_setup.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/sequence/forecast.h"
 #include "tools/orvikctl/sequence/plan_reader.h"
@@ -113,6 +114,7 @@ std::vector<CaptureOptions> stepsOf(const SequenceOptions& options, const Sequen
 }
 
 ExitCode sequence(const SequenceOptions& options) {
+  refuseAutomatic(options);
   const SequencePlan plan = planOf(options);
   static_cast<void>(coolingPlanOf(plan.cooling));
   std::vector<PlannedImage> images = plannedImages(plan);
@@ -128,7 +130,7 @@ ExitCode sequence(const SequenceOptions& options) {
   }
   if (images.empty()) return ExitCode::kOk;
 
-  CaptureOptions common = options;
+  CaptureOptions common = static_cast<const CaptureOptions&>(options);
   common.cooling = plan.cooling;
   CaptureCamera camera(common, CaptureKind::kImages);
   for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_GAIN, Orvik_CTL_BRIGHTNESS, Orvik_CTL_EXPOSURE}) {

@@ -9,10 +9,10 @@
 #include "imaging/name_pattern.h"
 #include "tools/orvikctl/capture/capture_camera.h"
 #include "tools/orvikctl/capture/capture_report.h"
+#include "tools/orvikctl/capture/capture_setup.h"
 #include "tools/orvikctl/capture/flat_exposure.h"
 #include "tools/orvikctl/capture/still_capture.h"
 #include "tools/orvikctl/commands/commands.h"
-#include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/units.h"
 
@@ -128,20 +128,6 @@ class Series {
   std::optional<FlatExposure> flats_;
   std::int64_t done_ = 0;
 };
-
-/// The automatic modes follow a video: they would never act on single images.
-void refuseAutomatic(const CaptureOptions& options) {
-  for (const Orvik_CONTROL_TYPE type : {Orvik_CTL_EXPOSURE, Orvik_CTL_GAIN}) {
-    const auto given = options.controls.find(type);
-    if (given == options.controls.end()) continue;
-    const auto setting = parseSetting(given->second);
-    if (!setting || !setting->isAuto) continue;
-    throw Failure(ExitCode::kUsage, std::string(controlFacts(type).option.name) + " " +
-                                        given->second +
-                                        ": automatic modes work in videos only, not for single "
-                                        "images.");
-  }
-}
 
 ExitCode snap(const SnapOptions& options) {
   refuseAutomatic(options);

@@ -43,7 +43,7 @@ std::optional<std::string> PlanTable::text(const char* key) {
 
 std::optional<std::string> PlanTable::oneOf(const char* key,
                                             std::initializer_list<const char*> words) {
-  const auto given = text(key);
+  auto given = text(key);
   if (!given) return std::nullopt;
   std::string all;
   for (const char* const word : words) {

@@ -78,8 +78,7 @@ bool SequenceRunner::beginStep(std::size_t step) {
     if (settings_.asks && !waitForEnter(plan.pause, stop_)) return false;
     if (!settings_.asks && !settings_.quiet) std::cerr << plan.pause << '\n';
   }
-  camera_.use(options_[step]);
-  stills_.describe(options_[step]);
+  if (!stills_.begin(options_[step])) return false;
   flats_.reset();
   if (!plan.flat) return true;
   flats_.emplace(camera_.camera(), stills_, *plan.flat, settings_.quiet);
