@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "control_panel.h"
+#include "imaging/processing.h"
 #include "imaging/region.h"
 #include "imaging/worker.h"
 #include "orvik/orvik.hpp"
@@ -88,6 +89,12 @@ class CameraDevice : public INDI::CCD {
     std::string firmware;
   };
 
+  /// An image, and what was done to its samples.
+  struct TakenImage {
+    Frame frame;
+    imaging::Processing processing;
+  };
+
   /// Fills in what depends on the camera, which has been opened.
   void setUp();
 
@@ -105,7 +112,7 @@ class CameraDevice : public INDI::CCD {
   std::stop_source post(Worker& worker, Worker::Job job, std::function<void()> failed = {});
 
   // exposure.cpp
-  void exposed(const std::shared_ptr<Frame>& image, const std::stop_token& stop);
+  void exposed(const std::shared_ptr<TakenImage>& image, const std::stop_token& stop);
   void uploaded();
   /// Whether a request of a client has to wait until the image has been sent.
   [[nodiscard]] bool mustWait(const char* property) const;
@@ -162,7 +169,7 @@ class CameraDevice : public INDI::CCD {
   bool isExposing_ = false;
   Clock::time_point exposureEnd_;
   std::stop_source exposure_;
-  std::shared_ptr<Frame> image_;  ///< that is being sent, or was sent last; it does not change
+  std::shared_ptr<TakenImage> image_;  ///< that is being sent, or was sent last; it does not change
   std::atomic<bool> isUploading_ = false;
   std::vector<std::function<void()>> postponed_;
 

@@ -2,7 +2,9 @@
 // Single exposures: their images, what the FITS header says of them beyond INDI's base class, and
 // what may not happen while an image is being sent.
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -39,12 +41,14 @@ bool CameraDevice::StartExposure(float seconds) {
         camera_.set(control::kExposure, exposure);
         Snapshot snapshot(camera_);
         if (!snapshot.wait(stop)) return;
-        const auto image = std::make_shared<Frame>();
+        const auto taken = std::make_shared<TakenImage>();
+        Frame* const image = &taken->frame;
         snapshot.fetch(*image);
+        taken->processing = imaging::processingOf(camera_, format.type);
         if (format.type == Orvik_IMG_RGB24) {
           std::ranges::copy(imaging::planesOf(image->bytes()), image->bytes().begin());
         }
-        onEventThread([this, image, stop] { exposed(image, stop); });
+        onEventThread([this, taken, stop] { exposed(taken, stop); });
       },
       [this] {
         isExposing_ = false;
@@ -59,7 +63,7 @@ bool CameraDevice::AbortExposure() {
   return true;
 }
 
-void CameraDevice::exposed(const std::shared_ptr<Frame>& image, const std::stop_token& stop) {
+void CameraDevice::exposed(const std::shared_ptr<TakenImage>& image, const std::stop_token& stop) {
   if (stop.stop_requested()) return;
   if (isUploading_) {  // that of a fast series that was taken before this one
     postponed_.emplace_back([this, image, stop] { exposed(image, stop); });
@@ -67,7 +71,7 @@ void CameraDevice::exposed(const std::shared_ptr<Frame>& image, const std::stop_
   }
   isExposing_ = false;
   isUploading_ = true;
-  const FrameInfo& info = image->info();
+  const FrameInfo& info = image->frame.info();
   showFormat({info.width, info.height, info.bin, info.type, info.startX / info.bin,
               info.startY / info.bin});
   if (const auto mosaic = imageMosaic(opened_.info, info)) showMosaic(*mosaic);
@@ -75,7 +79,7 @@ void CameraDevice::exposed(const std::shared_ptr<Frame>& image, const std::stop_
     // The image before may still be on its way to a client.
     const std::unique_lock<std::mutex> lock(ccdBufferLock);
     image_ = image;
-    const auto bytes = image_->bytes();
+    const auto bytes = image_->frame.bytes();
     PrimaryCCD.setFrameBufferSize(static_cast<std::uint32_t>(bytes.size()), false);
     PrimaryCCD.setFrameBuffer(bytes.data());
   }
@@ -86,7 +90,8 @@ void CameraDevice::exposed(const std::shared_ptr<Frame>& image, const std::stop_
 void CameraDevice::addFITSKeywords(INDI::CCDChip* chip) {
   INDI::CCD::addFITSKeywords(chip);
   fitsfile* const file = *chip->fitsFilePointer();
-  const FrameInfo& info = image_->info();
+  const FrameInfo& info = image_->frame.info();
+  const imaging::Processing& done = image_->processing;
   const std::string start = imaging::utcText(info.start(), 6);
   const std::string software = std::string("Orvik ") + OrvikGetVersion() + " INDI";
   const double seconds = std::chrono::duration<double>(info.exposure()).count();
@@ -97,6 +102,14 @@ void CameraDevice::addFITSKeywords(INDI::CCDChip* chip) {
   fits_update_key_fixdbl(file, "EXPTIME", seconds, 6, "Exposure time, s", &status);
   fits_update_key_lng(file, "GAIN", info.gain, "Gain, steps of the sensor", &status);
   fits_update_key_lng(file, "OFFSET", info.blackLevel, "Black level, steps of the sensor", &status);
+  const std::array<std::pair<const char*, std::optional<int>>, 4> processing = {
+      {{"GAMMA", done.gamma},
+       {"WB_RED", done.whiteBalanceRed},
+       {"WB_BLUE", done.whiteBalanceBlue},
+       {"HOTPIX", done.hotPixelsMended}}};
+  for (const auto& [name, value] : processing) {
+    if (value) fits_update_key_lng(file, name, *value, nullptr, &status);
+  }
   fits_update_key_str(file, "SWCREATE", software.c_str(), "Software", &status);
   if (const auto celsius = info.celsius()) {
     fits_update_key_fixdbl(file, "CCD-TEMP", *celsius, 1, "Sensor, degrees C", &status);

@@ -76,10 +76,12 @@ class Images(Driver):
         client.put(device, "CCD_CONTROLS", Gain=150, Brightness=7)
         image = self.expose(client, device)
         same = snap(cameras[0], "1.fits", "--exposure", "20ms", "--gain", "150",
-                    "--brightness", "7")
+                    "--brightness", "7", "--wb", "52,95")
         self.assertEqual((1304, 976, 16), (image["NAXIS1"], image["NAXIS2"], image["BITPIX"]))
         self.assertEqual(same.pixels, image.pixels)
         self.assertEqual((150, 7), (image["GAIN"], image["OFFSET"]))
+        for card in ("GAMMA", "WB_RED", "WB_BLUE", "HOTPIX"):
+            self.assertEqual(same[card], image[card])
 
         device = "Orvik Vek T15C 00000002"
         client.put(device, "CCD_CAPTURE_FORMAT", INDI_RGB="On")
@@ -96,8 +98,8 @@ class Images(Driver):
         client.wait_for(device, "CCD_FRAME", lambda frame: frame.members ==
                         {"X": 100, "Y": 50, "WIDTH": 332, "HEIGHT": 222}, "as it was rounded")
         image = self.expose(client, device)
-        same = snap(cameras[2], "3.fits", "--exposure", "20ms", "--type", "raw8", "--roi",
-                    "332x222+101+51", "--flip", "h")
+        same = snap(cameras[2], "3.fits", "--exposure", "20ms", "--type", "raw8", "--wb", "52,95",
+                    "--roi", "332x222+101+51", "--flip", "h")
         self.assertEqual(same.pixels, image.pixels)
         self.assertEqual(("GRBG", "GRBG"), (same["BAYERPAT"], image["BAYERPAT"]))
         client.wait_for(device, "CCD_CFA", lambda cfa: cfa.members["CFA_TYPE"] == "GRBG")

@@ -4,7 +4,7 @@ source "$(dirname "$0")/night.sh"
 
 count=$(full_or_quick 20 3) degrees=$(full_or_quick -10 18) ramp=$(full_or_quick 20 60)
 exposure=$(full_or_quick 5s 200ms)
-run orvikctl snap --sim T10C_C,scene=dark --cool "$degrees" --ramp "$ramp" $(full_or_quick --settle=20s --keep-cold) \
+run orvikctl snap --sim T10C_C,scene=dark --cool "$degrees" --ramp "$ramp" $(full_or_quick --settle-time=20s --keep-cold) \
   --count "$count" --exposure "$exposure" --kind dark -o dark-%03d.fits
 [ "$(ls dark-*.fits | wc -l)" -eq "$count" ] || fail "not $count darks"
 measure header dark-*.fits "SET-TEMP=$degrees.0" "IMAGETYP=Dark Frame" GAMMA=50 DARKSUB=False

@@ -37,7 +37,7 @@ class StillsTest(InOwnFolder):
 
     def test_refuses_what_cannot_be_cooled(self):
         for sim, options in (("T15C", ["--cool", "-10"]), (COLD, ["--cool", "-99"]),
-                             (COLD, ["--cool", "-10", "--settle", "long"]),
+                             (COLD, ["--cool", "-10", "--settle-time", "long"]),
                              (COLD, ["--settle"]), (COLD, ["--interval", "5"])):
             _, told = run("snap", *SMALL, *options, "-o", "a.fits", sim=sim, code=2)
             self.assertNotIn("cooling from", told)

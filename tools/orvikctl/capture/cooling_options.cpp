@@ -2,7 +2,7 @@
 #include "tools/orvikctl/capture/cooling_options.h"
 
 #include "tools/orvikctl/help_text.h"
-#include "tools/orvikctl/units.h"
+#include "tools/orvikctl/time_option.h"
 
 namespace orvik::ctl {
 
@@ -20,16 +20,13 @@ void addCoolingOptions(CLI::App& app, CoolingOptions& options) {
       ->type_name("DEGC")
       ->needs(cool)
       ->group(group);
-  app.add_option_function<std::string>(
-         "--settle",
-         [&options](const std::string& time) {
-           options.settles = true;
-           options.settle = time;
-         },
-         "Begin only when the temperature has held for this time [60s]: always within 1 degC, and "
-         "0.5 degC on average")
-      ->expected(0, 1)
-      ->type_name("[TIME]")
+  app.add_flag("--settle", options.settles,
+               "Begin only when the temperature has held for a minute: always within 1 degC, and "
+               "0.5 degC on average")
+      ->needs(cool)
+      ->group(group);
+  app.add_option("--settle-time", options.settle, "The same for another time than a minute")
+      ->type_name("TIME")
       ->needs(cool)
       ->group(group);
   app.add_flag("--keep-cold,--no-warm-up", options.keepCold,
@@ -44,14 +41,7 @@ std::optional<CoolingPlan> coolingPlanOf(const CoolingOptions& options) {
   CoolingPlan plan{*options.target, options.ramp.value_or(kDefaultRamp), std::nullopt,
                    options.keepCold};
   if (options.settles) plan.settle = kDefaultSettle;
-  if (!options.settle.empty()) {
-    const auto time = parseDuration(options.settle);
-    if (!time || *time == 0) {
-      throw Failure(ExitCode::kUsage,
-                    "--settle " + options.settle + ": give a time such as 60s or 5min.");
-    }
-    plan.settle = static_cast<double>(*time) / 1e6;
-  }
+  if (!options.settle.empty()) plan.settle = secondsOption(options.settle, "--settle-time");
   return plan;
 }
 

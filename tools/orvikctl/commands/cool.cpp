@@ -12,7 +12,7 @@
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/interrupt.h"
 #include "tools/orvikctl/json.h"
-#include "tools/orvikctl/units.h"
+#include "tools/orvikctl/time_option.h"
 
 namespace orvik::ctl {
 namespace {
@@ -26,14 +26,6 @@ struct CoolOptions : CommonOptions {
   std::string every = "10s";
   bool noWarmUp = false;
 };
-
-/// @throws Failure (kUsage) naming the option
-double secondsOf(const std::string& text, const char* option) {
-  const auto microseconds = parseDuration(text);
-  if (microseconds && *microseconds > 0) return static_cast<double>(*microseconds) / 1e6;
-  throw Failure(ExitCode::kUsage,
-                std::string(option) + " " + text + ": give a time such as 90s or 20min.");
-}
 
 Json resultOf(const imaging::Cooling& cooling, int target, const imaging::CoolingSample& coldest) {
   return {{"start", cooling.startedAt()},
@@ -49,8 +41,8 @@ Json resultOf(const imaging::Cooling& cooling, int target, const imaging::Coolin
 
 ExitCode cool(const CoolOptions& options) {
   std::optional<double> duration;
-  if (!options.duration.empty()) duration = secondsOf(options.duration, "--duration");
-  CoolingDisplay display(options.json, secondsOf(options.every, "--every"));
+  if (!options.duration.empty()) duration = secondsOption(options.duration, "--duration");
+  CoolingDisplay display(options.json, secondsOption(options.every, "--every"));
   const ConnectedCameras cameras(options.virtualCameras);
   Camera camera = openCamera(cameras.choose(options.camera));
   requireTarget(camera, options.target);

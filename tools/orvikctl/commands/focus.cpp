@@ -12,6 +12,7 @@
 #include "tools/orvikctl/look/focus_screen.h"
 #include "tools/orvikctl/look/frame_loop.h"
 #include "tools/orvikctl/look/live_options.h"
+#include "tools/orvikctl/time_option.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -113,15 +114,9 @@ class FocusRun {
   double next_ = 0;
 };
 
-double secondsOf(const FocusOptions& options) {
-  if (options.every.empty()) return 0;
-  if (const auto every = parseDuration(options.every)) return static_cast<double>(*every) / 1e6;
-  throw Failure(ExitCode::kUsage, "--every " + options.every + ": give a time such as 2s.");
-}
-
 ExitCode focus(const FocusOptions& options) {
   durationOf(options);
-  const double every = secondsOf(options);
+  const double every = options.every.empty() ? 0 : secondsOption(options.every, "--every");
   const Screen screen = options.json ? Screen{} : screenOf(options.screen);
   FocusRun run(options, screen, every);
   CaptureCamera capture(options, kindOf(options));

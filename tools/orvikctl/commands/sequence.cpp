@@ -15,6 +15,7 @@
 #include "tools/orvikctl/sequence/plan_reader.h"
 #include "tools/orvikctl/sequence/runner.h"
 #include "tools/orvikctl/sequence/step_options.h"
+#include "tools/orvikctl/time_option.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -44,14 +45,7 @@ SequencePlan planOf(const SequenceOptions& options) {
     throw Failure(ExitCode::kUsage,
                   "steps need --output, as in -o 'm42_{kind}_{filter}_%03d.fits'.");
   }
-  if (!options.interval.empty()) {
-    const auto interval = parseDuration(options.interval);
-    if (!interval || *interval == 0) {
-      throw Failure(ExitCode::kUsage,
-                    "--interval " + options.interval + ": give a time such as 90s or 2min.");
-    }
-    plan.interval = Microseconds(*interval);
-  }
+  if (!options.interval.empty()) plan.interval = timeOption(options.interval, "--interval");
   completePlan(plan, options);
   return plan;
 }

@@ -14,6 +14,7 @@
 #include "tools/orvikctl/capture/still_capture.h"
 #include "tools/orvikctl/commands/commands.h"
 #include "tools/orvikctl/interrupt.h"
+#include "tools/orvikctl/time_option.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -29,16 +30,9 @@ struct SnapOptions : CaptureOptions {
   std::string maxExposure;
 };
 
-std::chrono::microseconds timeOf(const std::string& text, const char* option) {
-  const auto time = parseDuration(text);
-  if (time && *time > 0) return std::chrono::microseconds(*time);
-  throw Failure(ExitCode::kUsage,
-                std::string(option) + " " + text + ": give a time such as 90s or 2min.");
-}
-
 StillSettings settingsOf(const SnapOptions& options) {
   StillSettings settings{options.resume, std::nullopt, options.quiet};
-  if (!options.interval.empty()) settings.interval = timeOf(options.interval, "--interval");
+  if (!options.interval.empty()) settings.interval = timeOption(options.interval, "--interval");
   return settings;
 }
 
@@ -51,7 +45,8 @@ std::optional<FlatTarget> flatTargetOf(const SnapOptions& options) {
                                         "the range, such as 50%; from 5 to 90 %.");
   }
   FlatTarget target{.level = *level};
-  if (!options.maxExposure.empty()) target.longest = timeOf(options.maxExposure, "--max-exposure");
+  if (!options.maxExposure.empty())
+    target.longest = timeOption(options.maxExposure, "--max-exposure");
   return target;
 }
 

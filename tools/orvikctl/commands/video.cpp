@@ -9,7 +9,7 @@
 #include "tools/orvikctl/help_text.h"
 #include "tools/orvikctl/recording/recording.h"
 #include "tools/orvikctl/recording/video_options.h"
-#include "tools/orvikctl/units.h"
+#include "tools/orvikctl/time_option.h"
 
 namespace orvik::ctl {
 namespace {
@@ -17,12 +17,7 @@ namespace {
 imaging::VideoLimits limitsOf(const VideoOptions& options) {
   imaging::VideoLimits limits{options.count, std::nullopt};
   if (options.duration.empty()) return limits;
-  const auto duration = parseDuration(options.duration);
-  if (!duration) {
-    throw Failure(ExitCode::kUsage,
-                  "--duration " + options.duration + ": give a time such as 90s or 2min.");
-  }
-  limits.duration = std::chrono::microseconds(*duration);
+  limits.duration = timeOption(options.duration, "--duration");
   return limits;
 }
 

@@ -6,6 +6,7 @@
 #include "tools/orvikctl/control_facts.h"
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/help_text.h"
+#include "tools/orvikctl/time_option.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {
@@ -44,12 +45,7 @@ void addLiveOptions(CLI::App& app, LiveOptions& options) {
 
 std::optional<std::chrono::microseconds> durationOf(const LiveOptions& options) {
   if (options.duration.empty()) return std::nullopt;
-  const auto duration = parseDuration(options.duration);
-  if (!duration || *duration <= 0) {
-    throw Failure(ExitCode::kUsage,
-                  "--duration " + options.duration + ": give a time such as 90s or 10min.");
-  }
-  return std::chrono::microseconds(*duration);
+  return timeOption(options.duration, "--duration");
 }
 
 CaptureKind kindOf(const LiveOptions& options) {
