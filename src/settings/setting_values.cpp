@@ -183,15 +183,15 @@ const Value* find(const Group& group, std::string_view name) {
   return found == group.end() ? nullptr : &*found;
 }
 
-std::optional<Group> readGroup(std::string_view text, const std::string& model) {
+std::optional<Group> readGroup(std::string_view text, const std::string& name) {
   const auto file = parse(text);
   if (!file) return std::nullopt;
-  const auto values = file->find(model);
+  const auto values = file->find(name);
   if (values == file->end() || !values->is_object()) return std::nullopt;
   Group group;
   group.reserve(values->size());
-  for (const auto& [name, entry] : values->items()) {
-    if (auto value = readValue(name, entry)) group.push_back(std::move(*value));
+  for (const auto& [key, entry] : values->items()) {
+    if (auto value = readValue(key, entry)) group.push_back(std::move(*value));
   }
   return group;
 }

@@ -12,6 +12,6 @@ exposure = "500ms"
 count = 3
 TOML
 run orvikctl sequence pulses.toml --sim T15C,scene=stars,guide-rate=10
-measure shift star_001.fits star_002.fits 2 30
+measure shift star_*.fits 4 44
 run orvikctl guide 0 300ms --sim T15C
 run_to 2 orvikctl guide 0 300 --sim T15C

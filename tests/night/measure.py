@@ -1,10 +1,11 @@
 """Measures FITS files with astropy, and checks what the measures should be.
 
 usage: measure.py header FILE... KEY=VALUE...   cards of all files
-       measure.py shift FILE FILE LOW HIGH      distance between the stars of two images, pixels
+       measure.py shift FILE... LOW HIGH        largest distance between the stars of two images
        measure.py level FILE... LOW HIGH        median, percent of the range
        measure.py mosaic FILE...                overlaps of regions of one sensor
 """
+import itertools
 import sys
 
 import numpy
@@ -24,23 +25,26 @@ def image(name):
     return fits.getdata(name).astype(float)
 
 
-def shift(one, other, low, high):
-    """By the peak of the correlation of both, whose stars count alike."""
+def shift(*arguments):
+    """By the peak of the correlation of two images, in which all stars count alike."""
+    *names, low, high = arguments
     spectra = []
-    for name in (one, other):
+    for name in names:
         pixels = image(name)
         # Cells of a mosaic are added up; the background is taken away.
         pixels = pixels[0::2, 0::2] + pixels[1::2, 0::2] + pixels[0::2, 1::2] + pixels[1::2, 1::2]
         above = pixels - numpy.median(pixels)
         stars = numpy.clip(above - 5 * 1.48 * numpy.median(abs(above)), 0, None)
         spectra.append(numpy.fft.rfft2(numpy.sqrt(stars)))
-    correlation = numpy.fft.irfft2(spectra[1] * spectra[0].conj())
-    peak = numpy.unravel_index(correlation.argmax(), correlation.shape)
-    down, right = (2 * (at - size if at > size // 2 else at)
-                   for at, size in zip(peak, correlation.shape))
-    distance = (right ** 2 + down ** 2) ** 0.5
-    print(f"moved by {right:+d} {down:+d} pixels")
-    assert float(low) <= distance <= float(high), distance
+    distances = []
+    for one, other in itertools.combinations(spectra, 2):
+        correlation = numpy.fft.irfft2(other * one.conj())
+        peak = numpy.unravel_index(correlation.argmax(), correlation.shape)
+        down, right = (2 * (at - size if at > size // 2 else at)
+                       for at, size in zip(peak, correlation.shape))
+        print(f"moved by {right:+d} {down:+d} pixels")
+        distances.append((right ** 2 + down ** 2) ** 0.5)
+    assert float(low) <= max(distances) <= float(high), distances
 
 
 def level(*arguments):
