@@ -45,15 +45,7 @@ void addSensorOptions(CLI::App& app, CaptureOptions& options, Kinds kinds) {
 
 void addImageOptions(CLI::App& app, CaptureOptions& options) {
   const auto* group = "Image";
-  app.add_option("--roi", options.region,
-                 "Size in pixels after binning, and the top left corner (centred if left out); "
-                 "width a multiple of 4, height even [whole sensor]")
-      ->type_name("WxH[+X+Y]")
-      ->group(group);
-  app.add_option("--bin", options.bin, "Bin factor [1]")
-      ->check(unmentioned(CLI::Range(1, 16)))
-      ->type_name("N")
-      ->group(group);
+  addRegionOptions(app, options, group);
   const std::vector<std::string_view> types = imaging::imageTypeNames();
   std::string typeName;
   for (const std::string_view name : types) {
@@ -112,6 +104,18 @@ void addGeneralOptions(CLI::App& app, CaptureOptions& options) {
 }
 
 }  // namespace
+
+void addRegionOptions(CLI::App& app, CaptureOptions& options, const char* group) {
+  app.add_option("--roi", options.region,
+                 "Size in pixels after binning, and the top left corner (centred if left out); "
+                 "width a multiple of 4, height even [whole sensor]")
+      ->type_name("WxH[+X+Y]")
+      ->group(group);
+  app.add_option("--bin", options.bin, "Bin factor [1]")
+      ->check(unmentioned(CLI::Range(1, 16)))
+      ->type_name("N")
+      ->group(group);
+}
 
 void addCaptureOptions(CLI::App& app, CaptureOptions& options) {
   app.add_option("-n,--count", options.count, "Number of images")

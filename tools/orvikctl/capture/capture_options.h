@@ -38,7 +38,10 @@ struct CaptureOptions : CommonOptions {
   std::string telescope;
 };
 
-/// Adds the options; `options` must live as long as `app`.
+/// Adds `--roi` and `--bin`; `options` must live as long as `app`.
+void addRegionOptions(CLI::App& app, CaptureOptions& options, const char* group);
+
+/// Adds all options; `options` must live as long as `app`.
 void addCaptureOptions(CLI::App& app, CaptureOptions& options);
 
 /// Adds those of a command whose steps say themselves how many images of which kind and exposure

@@ -19,15 +19,7 @@ void addLiveOptions(CLI::App& app, LiveOptions& options) {
         ->type_name(option.typeName)
         ->group(group);
   }
-  app.add_option("--roi", options.region,
-                 "Look at a part of the sensor: size in pixels after binning, and the top left "
-                 "corner (centred if left out) [whole sensor]")
-      ->type_name("WxH[+X+Y]")
-      ->group(group);
-  app.add_option("--bin", options.bin, "Bin factor [1]")
-      ->check(unmentioned(CLI::Range(1, 16)))
-      ->type_name("N")
-      ->group(group);
+  addRegionOptions(app, options, group);
   app.add_option("-n,--count", options.count, "End after so many frames")
       ->check(unmentioned(
           CLI::Range(std::int64_t{1}, std::int64_t{std::numeric_limits<std::int32_t>::max()})))
