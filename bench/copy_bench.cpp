@@ -12,7 +12,7 @@ const bool registered = [] {
     addCase("memcpy", std::to_string(8 * bytes) + " bit", bytes, [bytes](Size size) {
       const std::size_t count = size.pixels() * static_cast<std::size_t>(bytes);
       return [count, &in = skyFrame<std::uint8_t>(count),
-              out = std::vector<std::uint8_t>(count)]() mutable {
+              out = Output<std::uint8_t>(count)]() mutable {
         std::memcpy(out.data(), in.data(), count);
         benchmark::DoNotOptimize(out.data());
       };

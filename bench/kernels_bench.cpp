@@ -29,7 +29,8 @@ std::vector<Pixel> negative() {
 template <typename Pixel>
 void addGamma(const std::string& name) {
   addCase(name, kOurs, sizeof(Pixel), [](Size size) {
-    return [size, image = skyFrame<Pixel>(size.pixels()), table = negative<Pixel>()]() mutable {
+    return [size, image = InPlace(skyFrame<Pixel>(size.pixels())),
+            table = negative<Pixel>()]() mutable {
       CAlgorithm::Gamma(image.data(), table.data(), size.width, size.height);
     };
   });
@@ -38,7 +39,7 @@ void addGamma(const std::string& name) {
 template <typename Sample>
 void addFlip(const std::string& name, bool vertical, bool horizontal) {
   addCase(name, kOurs, sizeof(Sample), [vertical, horizontal](Size size) {
-    return [=, image = skyFrame<Sample>(size.pixels())]() mutable {
+    return [=, image = InPlace(skyFrame<Sample>(size.pixels()))]() mutable {
       CAlgorithm::SoftMisc(image.data(), size.width, size.height, 1, sizeof(Sample) == 2, vertical,
                            horizontal);
     };
@@ -49,7 +50,7 @@ using BinRoutine = void (*)(std::uint8_t*, std::uint16_t*, int, int, int, bool) 
 
 void addBin8(const std::string& name, BinRoutine routine, int bin) {
   addCase(name + std::to_string(bin), kOurs, 1, [routine, bin](Size size) {
-    return [=, image = skyFrame<std::uint8_t>(size.pixels())]() mutable {
+    return [=, image = InPlace(skyFrame<std::uint8_t>(size.pixels()), 1.0 / bin / bin)]() mutable {
       routine(image.data(), nullptr, size.width / bin, size.height / bin, bin, false);
     };
   });
@@ -57,32 +58,22 @@ void addBin8(const std::string& name, BinRoutine routine, int bin) {
 
 void addBin16(const std::string& name, BinRoutine routine, int bin) {
   addCase(name + std::to_string(bin), kOurs, 2, [routine, bin](Size size) {
-    return [=, image = skyFrame<std::uint16_t>(size.pixels())]() mutable {
+    return [=, image = InPlace(skyFrame<std::uint16_t>(size.pixels()), 1.0 / bin / bin)]() mutable {
       routine(nullptr, image.data(), size.width / bin, size.height / bin, bin, true);
     };
   });
 }
 
-/// A dark frame with a few steps everywhere and some hot pixels.
-std::vector<std::uint16_t> darkFrame(std::size_t pixels) {
-  std::vector<std::uint16_t> dark(pixels);
-  std::minstd_rand generator(5);
-  for (std::uint16_t& sample : dark) {
-    sample = static_cast<std::uint16_t>(generator() % 16 + (generator() % 5000 == 0 ? 150 : 0));
-  }
-  return dark;
-}
-
 void addDark() {
   addCase("dark", kOurs, 1, [](Size size) {
-    return [size, image = skyFrame<std::uint8_t>(size.pixels()),
-            dark = darkFrame(size.pixels())]() mutable {
+    return [size, image = InPlace(skyFrame<std::uint8_t>(size.pixels())),
+            &dark = darkFrame(size.pixels())]() mutable {
       CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), false, 0);
     };
   });
   addCase("dark of binned", kOurs, 1, [](Size size) {
-    return [size, image = skyFrame<std::uint8_t>(size.pixels()),
-            dark = darkFrame(size.pixels())]() mutable {
+    return [size, image = InPlace(skyFrame<std::uint8_t>(size.pixels()), 0.25),
+            &dark = darkFrame(size.pixels())]() mutable {
       CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), true, 0);
     };
   });
@@ -91,7 +82,7 @@ void addDark() {
     std::minstd_rand generator(6);
     for (std::size_t i = 0; i < size.pixels() / 5000; ++i) table[generator() % table.size()] = 4;
     return
-        [image = skyFrame<std::uint8_t>(size.pixels()),
+        [image = InPlace(skyFrame<std::uint8_t>(size.pixels()), 1, 1U << 16U),
          sites = cutHotPixels(table, size.width, {0, 0, size.width, size.height, 1, 2})]() mutable {
           correctHotPixels(image.data(), sites);
         };
@@ -102,31 +93,31 @@ void addConversions() {
   addCase("demosaic", kOurs, 1, [](Size size) {
     CAlgorithm::SetRGBWB(52, 95);
     return [size, &raw = skyFrame<std::uint8_t>(size.pixels()),
-            bgr = std::vector<std::uint8_t>(3 * size.pixels())]() mutable {
+            bgr = Output<std::uint8_t>(3 * size.pixels())]() mutable {
       CAlgorithm::Bayer2RGB24_RG(raw.data(), bgr.data(), size.width, size.height);
     };
   });
   addCase("luminance", kOurs, 3, [](Size size) {
     return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
-            out = std::vector<std::uint8_t>(size.pixels())]() mutable {
+            out = Output<std::uint8_t>(size.pixels())]() mutable {
       CAlgorithm::RGB2Y8(bgr.data(), out.data(), size.width, size.height);
     };
   });
   addCase("first channel", kOurs, 3, [](Size size) {
     return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
-            out = std::vector<std::uint8_t>(size.pixels())]() mutable {
+            out = Output<std::uint8_t>(size.pixels())]() mutable {
       CAlgorithm::RGB2R8(bgr.data(), out.data(), size.width, size.height);
     };
   });
   addCase("4:2:2", kOurs, 3, [](Size size) {
     return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
-            out = std::vector<std::uint8_t>(2 * size.pixels())]() mutable {
+            out = Output<std::uint8_t>(2 * size.pixels())]() mutable {
       CAlgorithm::RGB2YUV2(bgr.data(), out.data(), size.width, size.height, true);
     };
   });
   addCase("10-bit grey", kOurs, 2, [](Size size) {
     return [&in = skyFrame<std::uint16_t>(size.pixels()),
-            out = std::vector<std::uint8_t>(4 * size.pixels())]() mutable {
+            out = Output<std::uint8_t>(4 * size.pixels())]() mutable {
       grey10(in.data(), out.data(), in.size());
     };
   });

@@ -23,13 +23,23 @@ cv::Mat skyMat(Size size, int channels) {
   return image;
 }
 
+/// A result that OpenCV allocates when it makes it first.
+class MatOutput final : public WrittenWhole {
+ public:
+  cv::Mat mat;
+
+ private:
+  std::span<std::uint8_t> bytes() override { return {mat.data, mat.total() * mat.elemSize()}; }
+};
+
 /// Registers an OpenCV case that converts one image to another with `work(in, out)`.
 template <typename Sample, typename Work>
 void addPeer(const std::string& kernel, int channels, Work work) {
   const int bytesPerPixel = channels * static_cast<int>(sizeof(Sample));
   addCase(kernel, kPeer, bytesPerPixel, [channels, work](Size size) {
-    return
-        [work, in = skyMat<Sample>(size, channels), out = cv::Mat()]() mutable { work(in, out); };
+    return [work, in = skyMat<Sample>(size, channels), out = MatOutput()]() mutable {
+      work(in, out.mat);
+    };
   });
 }
 
@@ -60,10 +70,10 @@ const bool registered = [] {
                         [](const cv::Mat& in, cv::Mat& out) { cv::extractChannel(in, out, 0); });
   // In two steps, because OpenCV cannot subtract 16 bits from 8.
   addCase("dark", kPeer, 1, [](Size size) {
-    return [in = skyMat<std::uint8_t>(size, 1), out = cv::Mat(), wide = cv::Mat(),
+    return [in = skyMat<std::uint8_t>(size, 1), out = MatOutput(), wide = cv::Mat(),
             dark = cv::Mat(size.height, size.width, CV_16U, cv::Scalar(9))]() mutable {
       in.convertTo(wide, CV_16U, 1, 7);
-      cv::subtract(wide, dark, out, cv::noArray(), CV_8U);
+      cv::subtract(wide, dark, out.mat, cv::noArray(), CV_8U);
     };
   });
   cv::Mat table(1, 256, CV_8U);

@@ -40,7 +40,7 @@ void addTranspose(const std::string& kernel) {
   const auto add = [&](const char* variant, auto run) {
     addCase(kernel, variant, sizeof(Sample), [run](Size size) {
       return [run, size, &in = skyFrame<Sample>(size.pixels()),
-              out = std::vector<Sample>(size.pixels())]() mutable {
+              out = Output<Sample>(size.pixels())]() mutable {
         run(in.data(), size, out.data());
         benchmark::DoNotOptimize(out.data());
       };

@@ -1,96 +1,115 @@
-#!/usr/bin/env python3
-"""Prints Google Benchmark results as ratios to a peer and to memcpy from the same run.
+"""The tables of ./dev bench: one run, and the comparison of two."""
+from bench_results import COPY, OURS, ratios
 
-usage: bench_report.py RESULT.json...
-
-Cases are named kernel/variant/size. The variant "orvik" is set against each other variant of its
-kernel and size, and against memcpy of as many bytes as it reads. A ratio above 1 means that ours
-is faster. All times are medians of the CPU time of the repetitions. Other cases are listed with
-their time.
-"""
-import json
-import statistics
-import sys
-
-UNITS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
-OURS, COPY = "orvik", "memcpy"
+# Differences below this are not told as real, however steady the runs are: two builds of the same
+# source differ by as much, because their code lies elsewhere in memory.
+SMALLEST_DIFFERENCE = 0.03
 
 
-def read(path):
-    """Case name -> (median seconds per call, one of its entries), in the order of registration."""
-    times, entries = {}, {}
-    with open(path, encoding="utf-8") as file:
-        listed = json.load(file).get("benchmarks", [])
-    # The repetitions ran, and stand in the file, in random order.
-    listed.sort(key=lambda entry: (entry.get("family_index", 0),
-                                   entry.get("per_family_instance_index", 0)))
-    for entry in listed:
-        if entry.get("run_type") != "iteration" or entry.get("error_occurred"):
-            continue
-        name = entry["run_name"]
-        times.setdefault(name, []).append(entry["cpu_time"] * UNITS[entry["time_unit"]])
-        entries[name] = entry
-    return {name: (statistics.median(values), entries[name]) for name, values in times.items()}
-
-
-def gigapixels_per_second(seconds, entry):
-    """From the median time; the pixels of a call follow from what one repetition says."""
-    if "items_per_second" not in entry:
-        return ""
-    items = entry["items_per_second"] * entry["cpu_time"] * UNITS[entry["time_unit"]]
-    return f"{items / seconds / 1e9:.2f}"
-
-
-def copy_times(cases):
-    """(bytes per pixel, size) -> seconds of a memcpy."""
-    found = {}
-    for name, (seconds, entry) in cases.items():
-        kernel, *rest = name.split("/")
-        if kernel == COPY and len(rest) == 2:
-            found[entry["bytesPerPixel"], rest[1]] = seconds
-    return found
+def percent(part):
+    return f"{100 * part:.0f} %" if part < 1 else "> 100 %"
 
 
 def kernel_rows(cases):
-    copies = copy_times(cases)
-    for name, (seconds, entry) in cases.items():
-        parts = name.split("/")
-        if len(parts) != 3 or parts[1] != OURS:
-            continue
-        kernel, _, size = parts
-        copy = copies.get((entry.get("bytesPerPixel"), size))
-        peers = [f"{other.split('/')[1]} x{cases[other][0] / seconds:.2f}" for other in cases
-                 if other.startswith(kernel + "/") and other.endswith("/" + size)
-                 and other != name]
-        yield (kernel, size, gigapixels_per_second(seconds, entry),
-               f"x{copy / seconds:.2f}" if copy else "", ", ".join(peers))
+    for name, peers in ratios(cases).items():
+        case = cases[name]
+        kernel, _, size = name.split("/")
+        rate = f"{case.items / case.median / 1e9:.2f}" if case.items else ""
+        copy = f"x{peers[COPY]:.2f}" if COPY in peers else ""
+        others = ", ".join(f"{peer} x{ratio:.2f}" for peer, ratio in peers.items()
+                           if peer != COPY)
+        yield (kernel, size, f"{case.median * 1e6:.1f}", percent(case.spread), case.clock, rate,
+               copy, others)
+
+
+def counter_text(case):
+    """Counters of roads and latencies; those of kernels serve the report itself."""
+    shown = []
+    for key, text in (("cpuPerFrame", "{:.0f} us of all cores a frame"),
+                      ("switchesPerFrame", "{:.1f} switches a frame"),
+                      ("median", "median {:.0f} us"), ("p99", "99 % below {:.0f} us"),
+                      ("worst", "worst {:.0f} us")):
+        if key in case.counters:
+            shown.append(text.format(case.counters[key]))
+    return ", ".join(shown)
 
 
 def other_rows(cases):
-    for name, (seconds, _) in cases.items():
+    shown = ratios(cases)
+    for name, case in cases.items():
         parts = name.split("/")
-        if len(parts) == 3 and parts[0] != COPY and f"{parts[0]}/{OURS}/{parts[2]}" in cases:
+        is_peer = len(parts) == 3 and f"{parts[0]}/{OURS}/{parts[2]}" in shown
+        if name in shown or (is_peer and parts[0] != COPY):
             continue
-        yield name, f"{seconds * 1e6:.2f}"
+        yield name, f"{case.median * 1e6:.2f}", percent(case.spread), case.clock
 
 
-def print_table(heads, rows):
+def table(heads, rows):
+    rows = list(rows)
+    if not rows:
+        return ""
     rows = [heads, *rows]
-    if len(rows) == 1:
-        return
     widths = [max(len(row[column]) for row in rows) for column in range(len(heads))]
-    for row in rows:
-        print("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip())
-    print()
+    return "\n".join("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip()
+                     for row in rows) + "\n\n"
 
 
-def main():
-    cases = {}
-    for path in sys.argv[1:]:
-        cases.update(read(path))
-    print_table(("kernel", "size", "Gpx/s", "to memcpy", "to peer"), list(kernel_rows(cases)))
-    print_table(("other", "microseconds"), list(other_rows(cases)))
+def report(cases):
+    """The text of one run. A ratio above 1 means that ours is faster."""
+    unchecked = sorted({name.split("/")[0] for name, case in cases.items()
+                        if case.counters.get("checkedBytes") == 0})
+    text = table(("kernel", "size", "us", "noise", "clock", "Gpx/s", "to memcpy", "to peer"),
+                 kernel_rows(cases))
+    text += table(("frames of several threads", ""),
+                  ((name, counter_text(case)) for name, case in cases.items()
+                   if counter_text(case)))
+    text += table(("other", "us", "noise", "clock"), other_rows(cases))
+    if unchecked:
+        text += "Write no buffer that could be checked: " + ", ".join(unchecked) + ".\n"
+    return text
 
 
-if __name__ == "__main__":
-    main()
+def is_real(one, other):
+    """Whether two cases differ beyond the noise of both."""
+    apart = one.low > other.high or other.low > one.high
+    return apart and abs(other.median / one.median - 1) > SMALLEST_DIFFERENCE
+
+
+def compare(before, after):
+    """Compares two runs.
+
+    @return (name, ratio of the times, whether the difference is real) of each case that both have
+    """
+    return [(name, case.median / after[name].median, is_real(case, after[name]))
+            for name, case in before.items() if name in after]
+
+
+def is_peer(name):
+    parts = name.split("/")
+    return len(parts) == 3 and parts[1] not in (OURS, "plain")
+
+
+def comparison(before, after):
+    """The text of a comparison. A ratio above 1 means that the second run is faster."""
+    compared = compare(before, after)
+    real = [each for each in compared if each[2]]
+
+    def row(name, ratio, _):
+        one, other = before[name], after[name]
+        return (name, f"{one.median * 1e6:.2f}", f"{other.median * 1e6:.2f}", f"x{ratio:.2f}",
+                f"{percent(one.spread)}, {percent(other.spread)}")
+
+    text = table(("differs", "us before", "us after", "faster by", "noise"),
+                 (row(*each) for each in sorted(real, key=lambda each: each[1])))
+    same = len(compared) - len(real)
+    text += f"{len(real)} of {len(compared)} cases differ beyond their noise; {same} do not.\n"
+    moved = [name for name, _, _ in real if is_peer(name)]
+    if moved:
+        text += (f"The peers' code is the same in both, yet {len(moved)} of their cases differ, "
+                 f"such as {moved[0]}: the machine changed. Let two commits take turns instead, "
+                 "./dev bench compare COMMIT COMMIT.\n")
+    for cases, others, which in ((before, after, "first"), (after, before, "second")):
+        alone = [name for name in cases if name not in others]
+        if alone:
+            text += f"Only in the {which}: {len(alone)} cases, such as {alone[0]}.\n"
+    return text
