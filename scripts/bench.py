@@ -102,6 +102,15 @@ def run(options, args):
     return 0 if is_good else 1
 
 
+def call(commit, folder, *command):
+    """Runs a step of building a commit. @return what it prints"""
+    done = subprocess.run(command, cwd=folder, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise Failure(f"{commit}: {' '.join(command)} failed:\n"
+                      f"{done.stdout[-2000:]}{done.stderr[-2000:]}")
+    return done.stdout
+
+
 def build_commit(commit):
     """Builds the benchmarks of a commit in a worktree of its own. @return its build folder"""
     whole = git("rev-parse", "--verify", "--end-of-options", f"{commit}^{{commit}}")
@@ -111,11 +120,10 @@ def build_commit(commit):
         git("worktree", "add", "--detach", str(tree), whole)
     print(f"building {commit} in {tree}", file=sys.stderr)
     build = tree / "build" / "bench"
-    for command in (["cmake", "--preset", "bench"], ["cmake", "--build", "--preset", "bench"]):
-        done = subprocess.run(command, cwd=tree, capture_output=True, text=True, check=False)
-        if done.returncode != 0:
-            raise Failure(f"{commit}: {' '.join(command)} failed:\n{done.stdout[-2000:]}"
-                          f"{done.stderr[-2000:]}")
+    call(commit, tree, "cmake", "--preset", "bench")
+    listed = call(commit, tree, "cmake", "--build", "--preset", "bench", "--target", "help")
+    targets = re.findall(r"^(orvik_bench_\w+)", listed, re.MULTILINE)
+    call(commit, tree, "cmake", "--build", "--preset", "bench", "--target", *targets)
     return build
 
 

@@ -27,8 +27,7 @@ def counter_text(case):
     shown = []
     for key, text in (("cpuPerFrame", "{:.0f} us of all cores a frame"),
                       ("switchesPerFrame", "{:.1f} switches a frame"),
-                      ("median", "median {:.0f} us"), ("p99", "99 % below {:.0f} us"),
-                      ("worst", "worst {:.0f} us")):
+                      ("p99", "99 % below {:.0f} us"), ("worst", "worst {:.0f} us")):
         if key in case.counters:
             shown.append(text.format(case.counters[key]))
     return ", ".join(shown)
@@ -60,7 +59,7 @@ def report(cases):
                         if case.counters.get("checkedBytes") == 0})
     text = table(("kernel", "size", "us", "noise", "clock", "Gpx/s", "to memcpy", "to peer"),
                  kernel_rows(cases))
-    text += table(("frames of several threads", ""),
+    text += table(("work of several threads", ""),
                   ((name, counter_text(case)) for name, case in cases.items()
                    if counter_text(case)))
     text += table(("other", "us", "noise", "clock"), other_rows(cases))

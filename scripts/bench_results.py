@@ -4,15 +4,16 @@ A case is named kernel/variant/size. Its time is that of the clock that the benc
 processor time of the calling thread, or real time for work of several threads.
 """
 import json
+import re
 import statistics
 from dataclasses import dataclass, field
 
 UNITS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
 OURS, COPY = "orvik", "memcpy"
 # What Google Benchmark appends to the names of cases that do not use the thread's processor time.
-REAL_CLOCKS = ("/real_time", "/manual_time")
-COUNTERS = ("bytesPerPixel", "checkedBytes", "switchesPerFrame", "cpuPerFrame", "median", "p99",
-            "worst")
+REAL_CLOCK = re.compile(
+    r"(/iterations:\d+)?(/repeats:\d+)?(/process_time)?/(real_time|manual_time)$")
+COUNTERS = ("bytesPerPixel", "checkedBytes", "switchesPerFrame", "cpuPerFrame", "p99", "worst")
 
 
 class BadResults(Exception):
@@ -45,10 +46,8 @@ def quartiles(values):
 
 def shorter(name):
     """The name of a case without what tells its clock, and that clock."""
-    for suffix in REAL_CLOCKS:
-        if name.endswith(suffix):
-            return name.removesuffix(suffix).removesuffix("/process_time"), "real"
-    return name, "cpu"
+    short = REAL_CLOCK.sub("", name)
+    return short, "cpu" if short == name else "real"
 
 
 def read(paths):
@@ -86,6 +85,9 @@ def case_of(clock, entries):
     low, median, high = quartiles([each[field_name] * UNITS[each["time_unit"]]
                                    for each in entries])
     last = entries[-1]
+    if all(key in last for key in ("low", "median", "high")):
+        # A distribution of single frames, microseconds, instead of the mean of them all.
+        low, median, high = (1e-6 * last[key] for key in ("low", "median", "high"))
     # A rate is that of its own repetition, by its own clock.
     items = (last.get("items_per_second", 0.0) * last[field_name] * UNITS[last["time_unit"]])
     counters = {key: statistics.median(each[key] for each in entries)

@@ -34,6 +34,8 @@ RUN = (entries("demosaic/orvik/S", [100, 104, 96, 101, 99], family_index=0,
        + entries("road raw8, one core/memcpy/S/real_time", [27] * 5, [27.4] * 5, family_index=3)
        + entries("demosaic/opencv/S", [300] * 5, family_index=4)
        + entries("loopback/process_time/real_time", [9] * 5, [90] * 5, family_index=5)
+       + entries("latency/orvik/S/iterations:10000/repeats:1/manual_time", [90], [191],
+                 family_index=6, low=110, median=124, high=140, p99=300, worst=5000)
        + aggregate("demosaic/orvik/S"))
 
 
@@ -70,6 +72,9 @@ class BenchTest(unittest.TestCase):
         self.assertEqual(road.clock, "real")
         self.assertAlmostEqual(road.median, 137e-6)
         self.assertAlmostEqual(cases["loopback"].median, 90e-6)
+        # One run of many frames brings its own distribution.
+        self.assertAlmostEqual(cases["latency/orvik/S"].median, 124e-6)
+        self.assertAlmostEqual(cases["latency/orvik/S"].high, 140e-6)
         found = bench_results.ratios(cases)
         self.assertAlmostEqual(found["demosaic/orvik/S"]["memcpy"], 0.5)
         self.assertAlmostEqual(found["demosaic/orvik/S"]["opencv"], 3.0)
@@ -78,6 +83,7 @@ class BenchTest(unittest.TestCase):
         # The pixels of the last repetition, 1e10/s x 99 us, by the median.
         self.assertRegex(text, r"demosaic +S +100\.0 +1 % +cpu +9\.90 +x0\.50 +opencv x3\.00")
         self.assertIn("130 us of all cores a frame, 4.5 switches a frame", text)
+        self.assertRegex(text, r"latency/orvik/S +99 % below 300 us, worst 5000 us")
 
     def test_a_case_that_fails_counts_as_nothing(self):
         broken = RUN + [{"run_name": "dark/orvik/S", "run_type": "iteration", "time_unit": "us",
@@ -114,7 +120,7 @@ class BenchTest(unittest.TestCase):
             options, args = bench.parse(["compare", *names])
             self.assertEqual(bench.compare(options, args), 0)
         self.assertRegex(said.getvalue(), r"demosaic/orvik/S +100\.00 +50\.00 +x2\.00")
-        self.assertIn("1 of 6 cases differ beyond their noise; 5 do not.", said.getvalue())
+        self.assertIn("1 of 7 cases differ beyond their noise; 6 do not.", said.getvalue())
         self.assertNotIn("the machine changed", said.getvalue())
         before, _ = bench_results.read_record(names[0])
         peer = dict(before)

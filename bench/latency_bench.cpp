@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+// The time from the completion of a frame's last transfer to the return of OrvikGetVideoData(), of
+// a caller that waits: the median, what 99 % of the frames stay below, and the worst of 10,000.
+// Frames are prepared (see prepared_host.h); the reads are filled before the time begins.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <semaphore>
+#include <thread>
+#include <vector>
+
+#include "bench/prepared_host.h"
+#include "orvik/orvik.h"
+#include "seam/install.h"
+#include "sim/picture/marks.h"
+
+namespace orvik::bench {
+namespace {
+
+using Clock = ReadFeed::Clock;
+
+constexpr int kWidth = 1304;
+constexpr int kHeight = 976;
+constexpr std::size_t kBytes = std::size_t{kWidth} * kHeight;
+constexpr int kFrames = 10'000;
+constexpr int kTimeoutMs = 5000;
+
+/// Sends a frame each time it is asked to, from a thread of its own as a host controller would.
+class Sender {
+ public:
+  explicit Sender(ReadFeed& feed) : feed_(feed), frame_(kBytes, 100), thread_([this] { run(); }) {
+    sim::stampMarks(sim::Marks::kFourWords, frame_, 1);
+  }
+  ~Sender() {
+    ends_ = true;
+    wanted_.release();
+    thread_.join();
+  }
+  Sender(const Sender&) = delete;
+  Sender& operator=(const Sender&) = delete;
+
+  void begin() { wanted_.release(); }
+  /// Waits for the end of what begin() asked for. @return when the last transfer had completed
+  std::optional<Clock::time_point> completion() {
+    sent_.acquire();
+    return completion_;
+  }
+
+ private:
+  void run() {
+    for (;;) {
+      wanted_.acquire();
+      if (ends_) return;
+      completion_ = feed_.send(frame_, std::chrono::milliseconds(kTimeoutMs));
+      sent_.release();
+    }
+  }
+
+  ReadFeed& feed_;
+  std::vector<std::uint8_t> frame_;
+  std::optional<Clock::time_point> completion_;
+  std::binary_semaphore wanted_{0};
+  std::binary_semaphore sent_{0};
+  std::atomic<bool> ends_ = false;
+  std::thread thread_;
+};
+
+/// A thread that computes without a pause, while the object exists.
+class BusyThread {
+ public:
+  BusyThread()
+      : thread_([this] {
+          while (!ends_) benchmark::DoNotOptimize(++count_);
+        }) {}
+  ~BusyThread() {
+    ends_ = true;
+    thread_.join();
+  }
+  BusyThread(const BusyThread&) = delete;
+  BusyThread& operator=(const BusyThread&) = delete;
+
+ private:
+  std::atomic<bool> ends_ = false;
+  std::uint64_t count_ = 0;
+  std::thread thread_;
+};
+
+/// The prepared host in place of the USB bus, and its camera capturing raw video.
+class Capture {
+ public:
+  Capture() {
+    orvik_private_install_host(host_);
+    isRunning_ = OrvikGetNumOfConnectedCameras() == 1 && OrvikOpenCamera(0) == Orvik_OK &&
+                 OrvikSetROIFormat(0, kWidth, kHeight, 1, Orvik_IMG_RAW8) == Orvik_OK &&
+                 OrvikStartVideoCapture(0) == Orvik_OK;
+  }
+  ~Capture() {
+    OrvikCloseCamera(0);
+    orvik_private_install_host(nullptr);
+  }
+  Capture(const Capture&) = delete;
+  Capture& operator=(const Capture&) = delete;
+
+  [[nodiscard]] bool isRunning() const { return isRunning_; }
+  [[nodiscard]] ReadFeed& feed() { return host_->feed(); }
+
+ private:
+  std::shared_ptr<PreparedHost> host_ = std::make_shared<PreparedHost>("T15C");
+  bool isRunning_ = false;
+};
+
+void report(benchmark::State& state, std::vector<double>& microseconds) {
+  std::ranges::sort(microseconds);
+  const std::size_t count = microseconds.size();
+  state.counters["low"] = microseconds[count / 4];
+  state.counters["median"] = microseconds[count / 2];
+  state.counters["high"] = microseconds[count * 3 / 4];
+  state.counters["p99"] = microseconds[count * 99 / 100];
+  state.counters["worst"] = microseconds.back();
+}
+
+void latency(benchmark::State& state, bool busy) {
+  Capture capture;
+  if (!capture.isRunning()) {
+    state.SkipWithError("no camera");
+    return;
+  }
+  Sender sender(capture.feed());
+  std::optional<BusyThread> other;
+  if (busy) other.emplace();
+  std::vector<std::uint8_t> image(kBytes);
+  std::vector<double> microseconds;
+  microseconds.reserve(kFrames);
+  for (auto _ : state) {
+    image[kBytes / 2] = 0;
+    sender.begin();
+    const bool came = OrvikGetVideoData(0, image.data(), static_cast<std::int32_t>(image.size()),
+                                        kTimeoutMs) == Orvik_OK;
+    const auto end = Clock::now();
+    const auto begin = sender.completion();
+    if (!came || !begin || image[kBytes / 2] != 100) {
+      state.SkipWithError("no frame");
+      return;
+    }
+    const std::chrono::duration<double> time = end - *begin;
+    state.SetIterationTime(time.count());
+    microseconds.push_back(1e6 * time.count());
+  }
+  report(state, microseconds);
+}
+
+void copy(benchmark::State& state) {
+  const std::vector<std::uint8_t> from(kBytes, 1);
+  std::vector<std::uint8_t> to(kBytes, 2);
+  for (auto _ : state) {
+    std::memcpy(to.data(), from.data(), to.size());
+    benchmark::ClobberMemory();
+  }
+}
+
+void addLatency(const char* name, bool busy) {
+  benchmark::RegisterBenchmark(name, latency, busy)
+      ->UseManualTime()
+      ->Iterations(kFrames)
+      ->Repetitions(1);
+}
+
+const bool registered = [] {
+  addLatency("latency raw8/orvik/S", false);
+  addLatency("latency raw8, busy second thread/orvik/S", true);
+  benchmark::RegisterBenchmark("latency raw8/memcpy/S", copy)->UseRealTime();
+  return true;
+}();
+
+}  // namespace
+}  // namespace orvik::bench
