@@ -2,6 +2,7 @@
 """Runs the benchmark programs of a build and tells their results in ratios, or compares two runs.
 
 usage: bench.py run BUILD [--json FILE] [ARGS...]
+       bench.py table FILE.json
        bench.py compare BEFORE.json AFTER.json
        bench.py compare COMMIT COMMIT [--rounds N] [ARGS...]
 
@@ -162,12 +163,21 @@ def compare(options, args):
     return 0
 
 
+def print_table(options, args):
+    if args:
+        raise Failure(f"nothing is run, so nothing can be done with {args[0]}")
+    print(bench_report.markdown(bench_results.read_record(options.record)[0]), end="")
+    return 0
+
+
 def parse(argv):
     parser = argparse.ArgumentParser(prog="./dev bench", add_help=True)
     commands = parser.add_subparsers(dest="command", required=True)
     runner = commands.add_parser("run", help="run the benchmarks of a build")
     runner.add_argument("build")
     runner.add_argument("--json", metavar="FILE", help="also write a compact record")
+    tabler = commands.add_parser("table", help="a record as a table in Markdown")
+    tabler.add_argument("record")
     comparer = commands.add_parser("compare", help="two records, or two commits")
     comparer.add_argument("before")
     comparer.add_argument("after")
@@ -185,7 +195,8 @@ def parse(argv):
 def main():
     options, args = parse(sys.argv[1:])
     try:
-        return (run if options.command == "run" else compare)(options, args)
+        commands = {"run": run, "table": print_table, "compare": compare}
+        return commands[options.command](options, args)
     except (Failure, bench_results.BadResults, OSError) as error:
         print(f"bench: {error}", file=sys.stderr)
         return 2

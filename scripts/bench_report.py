@@ -68,6 +68,30 @@ def report(cases):
     return text
 
 
+def markdown(cases):
+    """Our cases as a table for a document, the sizes of a kernel side by side."""
+    found, kernels = ratios(cases), {}
+    for name in found:
+        kernel, _, size = name.split("/")
+        kernels.setdefault(kernel, []).append((size, name))
+    lines = ["| Work | Sizes | us | Gpx/s | to memcpy | to peers |", "|---|---|---|---|---|---|"]
+    for kernel, sized in kernels.items():
+        names = [name for _, name in sized]
+        # Peers in the order of their first mention, which every size shares.
+        peers = list(dict.fromkeys(peer for name in names for peer in found[name]))
+        rates = [f"{cases[name].items / cases[name].median / 1e9:.1f}" for name in names
+                 if cases[name].items]
+        times = {peer: "/".join(f"{found[name][peer]:.2f}" for name in names if peer in found[name])
+                 for peer in peers}
+        others = ", ".join(f"{peer} {times[peer]}" for peer in peers if peer != COPY)
+        lines.append("| " + " | ".join((
+            kernel, "/".join(size for size, _ in sized),
+            "/".join(f"{cases[name].median * 1e6:.3g}" if cases[name].median < 1e-3
+                     else f"{cases[name].median * 1e6:.0f}" for name in names),
+            "/".join(rates), times.get(COPY, ""), others)) + " |")
+    return "\n".join(lines) + "\n"
+
+
 def is_real(one, other):
     """Whether two cases differ beyond the noise of both."""
     apart = one.low > other.high or other.low > one.high

@@ -133,7 +133,8 @@ def record_of(cases, context, build):
         "commit": build["commit"],
         "date": build["date"],
         "cases": {name: {"median": case.median, "low": case.low, "high": case.high,
-                         "runs": case.runs, "clock": case.clock, "counters": case.counters}
+                         "runs": case.runs, "clock": case.clock, "items": case.items,
+                         "counters": case.counters}
                   for name, case in cases.items()},
         "ratios": ratios(cases),
     }
@@ -147,7 +148,7 @@ def read_record(path):
         if record["format"] != 1:
             raise BadResults(f"{path}: the record has another format; make it anew")
         cases = {name: Case(case["median"], case["low"], case["high"], case["runs"], case["clock"],
-                            0.0, case["counters"]) for name, case in record["cases"].items()}
+                            case["items"], case["counters"]) for name, case in record["cases"].items()}
     except (OSError, ValueError, KeyError, TypeError, AttributeError) as error:
         raise BadResults(f"{path}: not a record of ./dev bench --json: {error}") from error
     return cases, record

@@ -123,6 +123,8 @@ class BenchTest(unittest.TestCase):
         self.assertIn("1 of 7 cases differ beyond their noise; 6 do not.", said.getvalue())
         self.assertNotIn("the machine changed", said.getvalue())
         before, _ = bench_results.read_record(names[0])
+        self.assertIn("| demosaic | S | 100 | 9.9 | 0.50 | opencv 3.00 |",
+                      bench_report.markdown(before))
         peer = dict(before)
         peer["demosaic/opencv/S"] = bench_results.Case(1e-4, 1e-4, 1e-4, 5)
         del peer["loopback"]
