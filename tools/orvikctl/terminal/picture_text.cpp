@@ -53,8 +53,8 @@ Symbols symbolsOf(PictureMode mode) {
 /// Blue, green, red and opacity. The library takes three bytes a pixel as well, but then shears
 /// pictures whose rows are no multiple of four bytes.
 std::vector<std::uint8_t> opaquePixels(const Picture& picture, Colours colours) {
-  // Without colours a dark grey sky would become a pattern in which no star is seen, and a star that
-  // is less than white would not be drawn.
+  // Without colours a dark grey sky would become a pattern in which no star is seen, and a star
+  // that is less than white would not be drawn.
   const bool isPlain = colours == Colours::kNone;
   const int black = isPlain ? 96 : 0;
   const int white = isPlain ? 180 : 255;
