@@ -37,6 +37,25 @@ TEST(RedrawnArea, DrawsOverWhatItHasDrawn) {
             "\033[3AREMOVE\r\033[K1\n\r\033[K2\n\033[J\0337\033[1A\033[5CPICTURE\0338");
 }
 
+TEST(ReducedPicture, KeepsStarsAndTheMeanOfTheRest) {
+  constexpr int kSide = 9;
+  std::vector<std::uint8_t> pixels(std::size_t{3} * kSide * kSide, 40);
+  const auto at = [](int x, int y, int channel) {
+    return static_cast<std::size_t>((y * kSide + x) * 3 + channel);
+  };
+  for (int channel = 0; channel < 3; ++channel) pixels[at(4, 5, channel)] = 200;
+  pixels[at(8, 0, 1)] = 49;
+  std::vector<std::uint8_t> reduced;
+  const Picture result = reducedKeepingStars({pixels, {kSide, kSide}, true}, 3, reduced);
+  EXPECT_EQ(result.size, (imaging::Size{3, 3}));
+  std::vector<std::uint8_t> expected(27, 40);
+  for (int channel = 0; channel < 3; ++channel) {
+    expected[static_cast<std::size_t>((1 * 3 + 1) * 3 + channel)] = 150;
+  }
+  expected[2 * 3 + 1] = 41;
+  EXPECT_EQ(reduced, expected);
+}
+
 TEST(TerminalKind, FollowsTheEnvironment) {
   struct Row {
     Lines environment;

@@ -20,9 +20,40 @@ void PictureView::take(const ImageSource& image, double seconds) {
 }
 
 Picture PictureView::picture(const ImageSource& image, imaging::Size place) {
-  imaging::RenderPlan plan = imaging::planFor(image, window_, place, 1);
+  constexpr int kFiner = 3;
+  const imaging::Size finer{kFiner * place.width, kFiner * place.height};
+  const imaging::RenderPlan plan = imaging::planFor(image, window_, finer, 1);
   const auto pixels = renderer_.render(image, plan, table_);
-  return {pixels, plan.size(), image.isColour()};
+  const Picture picture{pixels, plan.size(), image.isColour()};
+  const int factor = std::max(picture.size.width / std::max(place.width, 1),
+                              picture.size.height / std::max(place.height, 1));
+  return factor > 1 ? reducedKeepingStars(picture, factor, reduced_) : picture;
+}
+
+Picture reducedKeepingStars(const Picture& picture, int factor,
+                            std::vector<std::uint8_t>& reduced) {
+  constexpr int kShare = 75;  // percent of the brightest value
+  const int channels = picture.isColour ? 3 : 1;
+  const imaging::Size size{picture.size.width / factor, picture.size.height / factor};
+  reduced.clear();
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width * channels; ++x) {
+      const int left = x / channels * factor;
+      int sum = 0;
+      int peak = 0;
+      for (int n = 0; n < factor * factor; ++n) {
+        const int row = y * factor + n / factor;
+        const int column = (left + n % factor) * channels + x % channels;
+        const int value =
+            picture.pixels[static_cast<std::size_t>(row * picture.size.width * channels + column)];
+        sum += value;
+        peak = std::max(peak, value);
+      }
+      reduced.push_back(
+          static_cast<std::uint8_t>(std::max(sum / (factor * factor), peak * kShare / 100)));
+    }
+  }
+  return {reduced, size, picture.isColour};
 }
 
 Window PictureView::windowOf(const ImageSource& image) const {

@@ -20,6 +20,12 @@ struct LookOptions {
   double zoom = 1;               ///< 1 or more: the middle of that, one zoomth of its size
 };
 
+/// Reduces a picture by a whole factor. A pixel has the mean of its block, or 75 % of the brightest
+/// value if that is more: stars, which are smaller than a block, remain.
+///
+/// @param reduced receives the pixels of the result
+Picture reducedKeepingStars(const Picture& picture, int factor, std::vector<std::uint8_t>& reduced);
+
 /// Makes pictures of one image after the other, with a stretch that follows them.
 class PictureView {
  public:
@@ -34,8 +40,8 @@ class PictureView {
   /// What is told of the last image.
   [[nodiscard]] const Brightness& brightness() const { return brightness_; }
 
-  /// The picture of an image that was taken: the part that is shown, at least of the size of a
-  /// place in pixels unless the image has fewer. Valid until the next call.
+  /// The picture of an image that was taken: the part that is shown, in about the size of a place
+  /// in pixels unless the image has fewer. Valid until the next call.
   Picture picture(const imaging::ImageSource& image, imaging::Size place);
 
  private:
@@ -48,6 +54,7 @@ class PictureView {
   imaging::AutoStretch stretch_;
   imaging::StretchTable table_;
   imaging::Renderer renderer_;
+  std::vector<std::uint8_t> reduced_;
 };
 
 }  // namespace orvik::ctl

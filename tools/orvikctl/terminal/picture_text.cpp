@@ -53,11 +53,14 @@ Symbols symbolsOf(PictureMode mode) {
 /// Blue, green, red and opacity. The library takes three bytes a pixel as well, but then shears
 /// pictures whose rows are no multiple of four bytes.
 std::vector<std::uint8_t> opaquePixels(const Picture& picture, Colours colours) {
-  // A dark grey sky would become a pattern in which no star is seen.
-  constexpr int kBlackWithoutColours = 96;
-  const int black = colours == Colours::kNone ? kBlackWithoutColours : 0;
-  const auto shown = [black](int value) {
-    return static_cast<std::uint8_t>(std::max(0, value - black) * 255 / (255 - black));
+  // Without colours a dark grey sky would become a pattern in which no star is seen, and a star
+  // that is less than white would not be drawn.
+  const bool isPlain = colours == Colours::kNone;
+  const int black = isPlain ? 96 : 0;
+  const int white = isPlain ? 180 : 255;
+  const auto shown = [=](int value) {
+    return static_cast<std::uint8_t>((std::clamp(value, black, white) - black) * 255 /
+                                     (white - black));
   };
   const std::size_t step = picture.isColour ? 3 : 1;
   std::vector<std::uint8_t> pixels;
@@ -86,8 +89,8 @@ PictureMode bestMode(const TerminalKind& kind) {
 
 imaging::Size pixelsOf(PictureMode mode, const TerminalSize& place) {
   if (isGraphics(mode)) return {place.columns * place.cellWidth, place.rows * place.cellHeight};
-  constexpr int kFiner = 4;  // characters are chosen by what their parts show
-  return {kFiner * place.columns, 2 * kFiner * place.rows};
+  if (mode == PictureMode::kHalf) return {place.columns, 2 * place.rows};
+  return {2 * place.columns, 2 * place.rows};  // quarters of characters
 }
 
 PictureText textOf(const Picture& picture, PictureMode mode, Colours colours,
