@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Plain loops, for kernels that no other library has: what the compiler makes of the rule itself
-// at -O3.
+// at -O3. And the limit of a demosaic, which writes three bytes for each that it reads.
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "bench/frames.h"
 
@@ -60,7 +61,21 @@ void binnedDark(std::uint8_t* image, int width, int height, int offset, const st
   }
 }
 
+/// As many bytes as a demosaic reads and writes.
+void copyThreeTimes(const std::uint8_t* in, std::uint8_t* out, Size size) {
+  const auto row = static_cast<std::size_t>(size.width);
+  for (int y = 0; y < size.height; ++y, in += row) {
+    for (int copy = 0; copy < 3; ++copy, out += row) std::memcpy(out, in, row);
+  }
+}
+
 const bool registered = [] {
+  addCase("demosaic", "copy limit", 1, [](Size size) {
+    return [size, &in = skyFrame<std::uint8_t>(size.pixels()),
+            out = Output<std::uint8_t>(3 * size.pixels())]() mutable {
+      copyThreeTimes(in.data(), out.data(), size);
+    };
+  });
   addCase("table 16", kPeer, 2, [](Size size) {
     std::vector<std::uint16_t> table(65536);
     for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<std::uint16_t>(~i);

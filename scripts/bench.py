@@ -91,11 +91,12 @@ def read(files):
 
 
 def run(options, args):
+    commit = git("describe", "--always", "--dirty", "--abbrev=12")
     files = run_programs(Path(options.build).resolve(), args, DEFAULTS, "")
     cases, context, is_good = read(files)
     print(bench_report.report(cases), end="")
     if options.json:
-        build = {"commit": git("describe", "--always", "--dirty", "--abbrev=12"),
+        build = {"commit": commit,
                  "date": datetime.now(timezone.utc).isoformat(timespec="seconds"),
                  "cpu": processor()}
         record = bench_results.record_of(cases, context, build)
