@@ -35,6 +35,8 @@ Picture reducedKeepingStars(const Picture& picture, int factor,
   constexpr int kShare = 75;  // percent of the brightest value
   const int channels = picture.isColour ? 3 : 1;
   const imaging::Size size{picture.size.width / factor, picture.size.height / factor};
+  const auto rowBytes =
+      static_cast<std::size_t>(picture.size.width) * static_cast<std::size_t>(channels);
   reduced.clear();
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width * channels; ++x) {
@@ -42,10 +44,10 @@ Picture reducedKeepingStars(const Picture& picture, int factor,
       int sum = 0;
       int peak = 0;
       for (int n = 0; n < factor * factor; ++n) {
-        const int row = y * factor + n / factor;
+        const auto row = static_cast<std::size_t>(y) * static_cast<std::size_t>(factor) +
+                         static_cast<std::size_t>(n / factor);
         const int column = (left + n % factor) * channels + x % channels;
-        const int value =
-            picture.pixels[static_cast<std::size_t>(row * picture.size.width * channels + column)];
+        const int value = picture.pixels[row * rowBytes + static_cast<std::size_t>(column)];
         sum += value;
         peak = std::max(peak, value);
       }
