@@ -92,10 +92,30 @@ def markdown(cases):
     return "\n".join(lines) + "\n"
 
 
-def is_real(one, other):
-    """Whether two cases differ beyond the noise of both."""
+def difference(one, other):
+    """How far two medians are apart, as a part of the smaller one."""
+    return max(one.median, other.median) / min(one.median, other.median) - 1
+
+
+def is_real(one, other, smallest=SMALLEST_DIFFERENCE):
+    """Whether two cases differ beyond the noise of both, and by more than `smallest`."""
     apart = one.low > other.high or other.low > one.high
-    return apart and abs(other.median / one.median - 1) > SMALLEST_DIFFERENCE
+    return apart and difference(one, other) > smallest
+
+
+def is_peer(name):
+    parts = name.split("/")
+    return len(parts) == 3 and parts[1] not in (OURS, "plain")
+
+
+def moved_peer(before, after):
+    """The peer that differs most beyond its noise: its code is the same, so the machine changed.
+
+    @return its name and the difference; None if no peer differs
+    """
+    moved = [(difference(case, after[name]), name) for name, case in before.items()
+             if name in after and is_peer(name) and is_real(case, after[name])]
+    return max(moved)[::-1] if moved else None
 
 
 def compare(before, after):
@@ -103,13 +123,10 @@ def compare(before, after):
 
     @return (name, ratio of the times, whether the difference is real) of each case that both have
     """
-    return [(name, case.median / after[name].median, is_real(case, after[name]))
+    moved = moved_peer(before, after)
+    smallest = moved[1] if moved else SMALLEST_DIFFERENCE
+    return [(name, case.median / after[name].median, is_real(case, after[name], smallest))
             for name, case in before.items() if name in after]
-
-
-def is_peer(name):
-    parts = name.split("/")
-    return len(parts) == 3 and parts[1] not in (OURS, "plain")
 
 
 def comparison(before, after):
@@ -126,11 +143,10 @@ def comparison(before, after):
                  (row(*each) for each in sorted(real, key=lambda each: each[1])))
     same = len(compared) - len(real)
     text += f"{len(real)} of {len(compared)} cases differ beyond their noise; {same} do not.\n"
-    moved = [name for name, _, _ in real if is_peer(name)]
+    moved = moved_peer(before, after)
     if moved:
-        text += (f"The peers' code is the same in both, yet {len(moved)} of their cases differ, "
-                 f"such as {moved[0]}: the machine changed. Let two commits take turns instead, "
-                 "./dev bench compare COMMIT COMMIT.\n")
+        text += (f"{moved[0]} differs by {percent(moved[1])}, although a peer's code is the same in "
+                 "both: the machine changed meanwhile, and smaller differences count as none.\n")
     for cases, others, which in ((before, after, "first"), (after, before, "second")):
         alone = [name for name in cases if name not in others]
         if alone:
