@@ -4,6 +4,7 @@
 // table, which is chosen so that the frame is restored every second time.
 #include <cstdint>
 
+#include "algorithm/demosaic.h"
 #include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
 #include "algorithm/hot_pixel_table.h"
@@ -110,6 +111,17 @@ void addConversions() {
     return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
             out = std::vector<std::uint8_t>(size.pixels())]() mutable {
       CAlgorithm::RGB2Y8(bgr.data(), out.data(), size.width, size.height);
+    };
+  });
+  addCase("luminance of mosaic", kOurs, 1, [](Size size) {
+    return [size, &raw = skyFrame<std::uint8_t>(size.pixels()),
+            rows = std::vector<std::uint8_t>(6 * static_cast<std::size_t>(size.width)),
+            out = std::vector<std::uint8_t>(size.pixels())]() mutable {
+      const CellRowDemosaic cells(BAYER_RG, size.width, size.height, {.red = 52, .blue = 95});
+      for (int y = 0; y < size.height; y += 2) {
+        cells.makeLuminance(raw.data(), y, rows.data(),
+                            out.data() + std::ptrdiff_t{y} * size.width);
+      }
     };
   });
   addCase("first channel", kOurs, 3, [](Size size) {
