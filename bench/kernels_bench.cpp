@@ -36,6 +36,16 @@ void addGamma(const std::string& name) {
   });
 }
 
+/// The loop that one would write for a 16-bit table.
+void addPlainTable() {
+  addCase("table 16", "plain loop", 2, [](Size size) {
+    return [image = skyFrame<std::uint16_t>(size.pixels()),
+            table = negative<std::uint16_t>()]() mutable {
+      for (std::uint16_t& pixel : image) pixel = table[pixel];
+    };
+  });
+}
+
 template <typename Sample>
 void addFlip(const std::string& name, bool vertical, bool horizontal) {
   addCase(name, kOurs, sizeof(Sample), [vertical, horizontal](Size size) {
@@ -149,6 +159,7 @@ const bool registered = [] {
   addDark();
   addGamma<std::uint8_t>("table 8");
   addGamma<std::uint16_t>("table 16");
+  addPlainTable();
   addFlip<std::uint8_t>("flip 8 horizontal", false, true);
   addFlip<std::uint8_t>("flip 8 vertical", true, false);
   addFlip<std::uint8_t>("flip 8 both", true, true);

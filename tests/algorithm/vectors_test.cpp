@@ -65,6 +65,12 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
     }
     return out.pixels();
   });
+  all.emplace_back("gamma", [] {
+    Frame<std::uint8_t> table8(256);
+    Frame<std::uint16_t> table16(65536);
+    buildGammaTables(77, GammaTable8(table8.data(), 256), GammaTable16(table16.data(), 65536));
+    return bytesOf(table16);
+  });
   all.emplace_back("table", [=] {
     auto image = Frame<std::uint8_t>::random(area(kSize), 2);
     const auto table = Frame<std::uint8_t>::random(256, 3);
