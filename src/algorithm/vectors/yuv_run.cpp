@@ -10,6 +10,7 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "algorithm/vectors/dense_pixels.inc"
 #include "algorithm/vectors/luminance_lanes.inc"
 
 HWY_BEFORE_NAMESPACE();
@@ -18,6 +19,89 @@ namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 std::size_t Yuv(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
+#else
+
+#if HWY_TARGET == HWY_AVX3_DL
+constexpr int lanes(int low, int high) {
+  return static_cast<int>(static_cast<unsigned>(high) << 16 |
+                          (static_cast<unsigned>(low) & 0xFFFF));
+}
+
+/// The weighted sum of the bytes a, b, c, a in each 32 bits. Factors hold those of a and c, and of
+/// b; parts the fractions of the weights in units of 2^-15.
+HWY_INLINE __m512i chromaSum(__m512i ac, __m512i ba, int factorsAc, int factorB, int partsAc,
+                             int partB) {
+  const __m512i whole = _mm512_add_epi32(_mm512_madd_epi16(ac, _mm512_set1_epi32(factorsAc)),
+                                         _mm512_madd_epi16(ba, _mm512_set1_epi32(factorB)));
+  const __m512i parts = _mm512_add_epi16(_mm512_mulhrs_epi16(ac, _mm512_set1_epi32(partsAc)),
+                                         _mm512_mulhrs_epi16(ba, _mm512_set1_epi32(partB)));
+  return _mm512_add_epi32(whole, _mm512_madd_epi16(parts, _mm512_set1_epi32(0x00010001)));
+}
+
+struct ChromaSums {
+  explicit HWY_INLINE ChromaSums(__m512i pixels) {
+    const __m512i low = _mm512_set1_epi32(0x00FF00FF);
+    const __m512i ac = _mm512_and_si512(pixels, low);
+    const __m512i ba = _mm512_and_si512(_mm512_srli_epi32(pixels, 8), low);
+    // 28770.304 a - 24117.248 b - 4653.056 c
+    first = chromaSum(ac, ba, lanes(28770, -4653), lanes(-24117, 0), lanes(9961, -1835),
+                      lanes(-8126, 0));
+    // 28770.304 c - 19070.976 b - 9699.328 a
+    second = chromaSum(ac, ba, lanes(-9699, 28770), lanes(-19070, 0), lanes(-10748, 9961),
+                       lanes(-31982, 0));
+  }
+  __m512i first, second;
+};
+
+/// The even pixels of two vectors.
+HWY_INLINE __m512i evenOf(__m512i a, __m512i b) {
+  return _mm512_castps_si512(
+      _mm512_shuffle_ps(_mm512_castsi512_ps(a), _mm512_castsi512_ps(b), 0x88));
+}
+
+/// Where the first chroma of an even pixel is put; the second one follows.
+constexpr int chromaPlaceOf(int pixel) {
+  const int vector = pixel / 16;
+  const int lane = pixel % 16 / 4 * 4 + pixel % 4 / 2 + vector % 2 * 2;
+  return 4 * lane + vector / 2 * 2;
+}
+
+/// Indices for one half of the result: of the luminance for even bytes, of the chroma for odd ones.
+HWY_INLINE __m512i resultIndices(int firstPixel) {
+  alignas(64) std::uint8_t indices[64];
+  for (int i = 0; i < 64; ++i) {
+    const int pixel = firstPixel + i / 2;
+    const int chroma = chromaPlaceOf(pixel - pixel % 2) + pixel % 2;
+    indices[i] = static_cast<std::uint8_t>(i % 2 == 0 ? dense::placeOf(pixel) : chroma);
+  }
+  return _mm512_load_si512(indices);
+}
+
+HWY_INLINE void storeHalf(__m512i luminance, __m512i chroma, __m512i indices, std::uint8_t* out) {
+  const __m512i both = _mm512_mask_permutexvar_epi8(_mm512_permutexvar_epi8(indices, luminance),
+                                                    0xAAAAAAAAAAAAAAAA, indices, chroma);
+  _mm512_storeu_si512(
+      out, _mm512_add_epi8(both, _mm512_set1_epi32(lanes(128 << 8 | 16, 128 << 8 | 16))));
+}
+
+std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
+  const dense::Constants constants;
+  const __m512i fields = _mm512_set1_epi64(0x3030303010101010);
+  const __m512i leftIndices = resultIndices(0);
+  const __m512i rightIndices = resultIndices(32);
+  std::size_t done = 0;
+  for (; done + 64 <= pixels; done += 64) {
+    const dense::Pixels all(bgr + 3 * done, constants);
+    const __m512i luminance = dense::luminanceOf(all, constants);
+    const ChromaSums left(evenOf(all.first, all.second));
+    const ChromaSums right(evenOf(all.third, all.fourth));
+    const __m512i chroma =
+        dense::gathered(fields, left.first, left.second, right.first, right.second);
+    storeHalf(luminance, chroma, leftIndices, out + 2 * done);
+    storeHalf(luminance, chroma, rightIndices, out + 2 * done + 64);
+  }
+  return done;
+}
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -113,6 +197,7 @@ std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) 
   }
   return done;
 }
+#endif
 #endif
 
 }  // namespace
