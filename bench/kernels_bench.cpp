@@ -4,6 +4,7 @@
 // table, which is chosen so that the frame is restored every second time.
 #include <cstdint>
 
+#include "algorithm/demosaic.h"
 #include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
 #include "algorithm/hot_pixel_table.h"
@@ -32,6 +33,16 @@ void addGamma(const std::string& name) {
     return [size, image = InPlace(skyFrame<Pixel>(size.pixels())),
             table = negative<Pixel>()]() mutable {
       CAlgorithm::Gamma(image.data(), table.data(), size.width, size.height);
+    };
+  });
+}
+
+/// The loop that one would write for a 16-bit table.
+void addPlainTable() {
+  addCase("table 16", "plain loop", 2, [](Size size) {
+    return [image = skyFrame<std::uint16_t>(size.pixels()),
+            table = negative<std::uint16_t>()]() mutable {
+      for (std::uint16_t& pixel : image) pixel = table[pixel];
     };
   });
 }
@@ -103,6 +114,17 @@ void addConversions() {
       CAlgorithm::RGB2Y8(bgr.data(), out.data(), size.width, size.height);
     };
   });
+  addCase("luminance of mosaic", kOurs, 1, [](Size size) {
+    return [size, &raw = skyFrame<std::uint8_t>(size.pixels()),
+            rows = std::vector<std::uint8_t>(6 * static_cast<std::size_t>(size.width)),
+            out = std::vector<std::uint8_t>(size.pixels())]() mutable {
+      const CellRowDemosaic cells(BAYER_RG, size.width, size.height, {.red = 52, .blue = 95});
+      for (int y = 0; y < size.height; y += 2) {
+        cells.makeLuminance(raw.data(), y, rows.data(),
+                            out.data() + std::ptrdiff_t{y} * size.width);
+      }
+    };
+  });
   addCase("first channel", kOurs, 3, [](Size size) {
     return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
             out = Output<std::uint8_t>(size.pixels())]() mutable {
@@ -128,6 +150,7 @@ const bool registered = [] {
   addDark();
   addGamma<std::uint8_t>("table 8");
   addGamma<std::uint16_t>("table 16");
+  addPlainTable();
   addFlip<std::uint8_t>("flip 8 horizontal", false, true);
   addFlip<std::uint8_t>("flip 8 vertical", true, false);
   addFlip<std::uint8_t>("flip 8 both", true, true);

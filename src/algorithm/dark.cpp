@@ -55,11 +55,17 @@ class DarkBinner {
         hotAbove_(std::int64_t{offset} + 30),
         start_(std::max(columnStart, 0)) {}
 
-  /// @param x, count columns of the binned image
+  /// @param x, count columns of the binned image; x is even
   void makeRow(std::int64_t y, std::int64_t x, std::size_t count, std::uint16_t* out) const {
     const std::uint16_t* const upper = row(firstCombined(y, 0));
     const std::uint16_t* const lower = row(firstCombined(y, 0) + 2);
-    for (std::size_t i = 0; i < count; ++i) {
+    std::size_t i = 0;
+    const std::int64_t start = firstCombined(x, start_);
+    if (start < width_) {
+      const auto inFrame = std::min(count, static_cast<std::size_t>((width_ - start) / 2));
+      i = binDarkRun({upper + start, lower + start}, out, inFrame, hotAbove_);
+    }
+    for (; i < count; ++i) {
       const std::int64_t first = firstCombined(x + static_cast<std::int64_t>(i), start_);
       const auto left = static_cast<std::size_t>(inside(first, width_));
       const auto right = static_cast<std::size_t>(inside(first + 2, width_));

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "algorithm/bayer_cell.h"
+#include "algorithm/rgb_convert.h"
 #include "algorithm/vectors/demosaic_run.h"
 
 namespace orvik {
@@ -64,7 +65,7 @@ struct CellRowDemosaic::Making {
     const auto copy = [&](int x) {
       copyBorderCell<kCopy>(row, bgr, x, y, width, self.height_, self.gains_);
     };
-    if (y == 0 || y == (self.height_ - 1) / 2 * 2) {
+    if (self.isBorder(y)) {
       for (int x = 0; x <= lastX; x += 2) copy(x);
       return;
     }
@@ -76,32 +77,67 @@ struct CellRowDemosaic::Making {
     if (lastX > 0) copy(lastX);
   }
 
-  static void nothing(const CellRowDemosaic&, const std::uint8_t*, int, std::uint8_t*) {}
+  template <CellWorker kCopy, int kRedX, int kRedY>
+  static bool innerLuminance(const CellRowDemosaic& self, const std::uint8_t* row, int y,
+                             std::uint8_t* bgr, std::uint8_t* out) {
+    const int width = self.width_;
+    const int lastX = (width - 1) / 2 * 2;
+    const CellRun run = {row + 2, out + 2, width, lastX - 2, kRedX, kRedY};
+    if (self.isBorder(y) || !self.inVectors_ || !mosaicLuminanceRun(run, self.balance_)) {
+      return false;
+    }
+    for (const int x : {0, lastX}) {
+      copyBorderCell<kCopy>(row, bgr, x, y, width, self.height_, self.gains_);
+      for (const std::ptrdiff_t at : {std::ptrdiff_t{x}, std::ptrdiff_t{x} + width}) {
+        luminance(bgr + 3 * at, out + at, std::min(2, width - x), 1);
+      }
+    }
+    return true;
+  }
 
-  static Make of(BayerPattern pattern) {
+  static void nothing(const CellRowDemosaic&, const std::uint8_t*, int, std::uint8_t*) {}
+  static bool noLuminance(const CellRowDemosaic&, const std::uint8_t*, int, std::uint8_t*,
+                          std::uint8_t*) {
+    return false;
+  }
+
+  struct Routines {
+    Make make;
+    MakeLuminance innerLuminance;
+  };
+
+  static Routines of(BayerPattern pattern) {
     // The names of the workers spell the cell from the opposite corner.
     switch (pattern) {
       case BAYER_RG:
-        return cells<BayerBilinear_BG, BayerCopy_BG, 0, 0>;
+        return {cells<BayerBilinear_BG, BayerCopy_BG, 0, 0>, innerLuminance<BayerCopy_BG, 0, 0>};
       case BAYER_BG:
-        return cells<BayerBilinear_RG, BayerCopy_RG, 1, 1>;
+        return {cells<BayerBilinear_RG, BayerCopy_RG, 1, 1>, innerLuminance<BayerCopy_RG, 1, 1>};
       case BAYER_GR:
-        return cells<BayerBilinear_GB, BayerCopy_GB, 1, 0>;
+        return {cells<BayerBilinear_GB, BayerCopy_GB, 1, 0>, innerLuminance<BayerCopy_GB, 1, 0>};
       case BAYER_GB:
-        return cells<BayerBilinear_GR, BayerCopy_GR, 0, 1>;
+        return {cells<BayerBilinear_GR, BayerCopy_GR, 0, 1>, innerLuminance<BayerCopy_GR, 0, 1>};
     }
-    return nothing;
+    return {nothing, noLuminance};
   }
 };
 
 CellRowDemosaic::CellRowDemosaic(BayerPattern pattern, int width, int height,
                                  WhiteBalance balance) noexcept
-    : make_(Making::of(pattern)),
+    : make_(Making::of(pattern).make),
+      makeInnerLuminance_(Making::of(pattern).innerLuminance),
       width_(width),
       height_(height),
       balance_(balance),
       inVectors_(isArithmetic(balance)),
       gains_(balance) {}
+
+void CellRowDemosaic::makeLuminance(const std::uint8_t* raw, int y, std::uint8_t* bgr,
+                                    std::uint8_t* out) const noexcept {
+  if (makeInnerLuminance_(*this, raw + std::ptrdiff_t{y} * width_, y, bgr, out)) return;
+  make(raw, y, bgr);
+  luminance(bgr, out, width_, rowsAt(y));
+}
 
 void demosaic(const std::uint8_t* raw, std::uint8_t* bgr, BayerPattern pattern, int width,
               int height, WhiteBalance balance) noexcept {

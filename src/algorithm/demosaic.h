@@ -53,13 +53,27 @@ class CellRowDemosaic {
     make_(*this, raw + std::ptrdiff_t{y} * width_, y, bgr);
   }
 
+  /// Makes the luminance() of what make() gives. Inside the frame it is computed without the colour
+  /// image in between.
+  /// @param bgr memory as for make(), left with any contents
+  /// @param out receives width * rowsAt(y) bytes
+  void makeLuminance(const std::uint8_t* raw, int y, std::uint8_t* bgr,
+                     std::uint8_t* out) const noexcept;
+
  private:
   struct Making;  ///< the routines for the patterns
   /// @param row the first pixel of row `y`
   using Make = void (*)(const CellRowDemosaic& self, const std::uint8_t* row, int y,
                         std::uint8_t* bgr);
+  /// @return false if make() is needed: in rows at the border, with gains that need tables, and in
+  ///   narrow frames
+  using MakeLuminance = bool (*)(const CellRowDemosaic& self, const std::uint8_t* row, int y,
+                                 std::uint8_t* bgr, std::uint8_t* out);
+
+  [[nodiscard]] bool isBorder(int y) const { return y == 0 || y == (height_ - 1) / 2 * 2; }
 
   Make make_;
+  MakeLuminance makeInnerLuminance_;
   int width_;
   int height_;
   WhiteBalance balance_;

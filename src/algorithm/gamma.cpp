@@ -2,11 +2,13 @@
 #include "algorithm/gamma.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <numeric>
 
 #include "algorithm/pixel_count.h"
+#include "algorithm/vectors/power_run.h"
 #include "algorithm/vectors/table_run.h"
 
 namespace orvik {
@@ -20,22 +22,60 @@ float exponentOf(int value) {
   return (value <= kLinear ? 200.0F - 2.0F * gamma : 150.0F - gamma) / 100.0F;
 }
 
+/// i / max as the table uses it.
+float fractionOf(std::size_t i, std::size_t max) {
+  return static_cast<float>(i) / static_cast<float>(max);
+}
+
+template <typename Entry, std::size_t kEntries>
+void fillEntry(std::span<Entry, kEntries> table, std::size_t i, float exponent) {
+  constexpr std::size_t kMax = kEntries - 1;
+  const float x = fractionOf(i, kMax);
+  const auto power = static_cast<float>(std::pow(double{x}, double{exponent}));
+  const double scaled = double{power} * kMax;
+  // With a negative exponent the power of 0 is infinite. In this form of the comparison infinity
+  // and NaN become the maximum.
+  const double limited = scaled <= kMax ? scaled : kMax;
+  table[i] = static_cast<Entry>(std::lround(limited));
+}
+
+/// Fills the entries from `first` on, in which one series reaches all of them.
+void fillBySeries(GammaTable16 table, std::size_t first, std::size_t count, float exponent) {
+  const PowerSeries series(fractionOf(first + count / 2, table.size() - 1), exponent);
+  for (std::size_t i = first; i < first + count;) {
+    i += powerRun(series, i, first + count - i, table.data());
+    // The vector at which the run ended holds eight entries at most.
+    const std::size_t end = std::min(i + 8, first + count);
+    for (; i < end; ++i) fillEntry(table, i, exponent);
+  }
+}
+
 template <typename Entry, std::size_t kEntries>
 void fillPowerTable(std::span<Entry, kEntries> table, float exponent) {
-  constexpr auto kMax = static_cast<int>(kEntries - 1);
-  for (int i = 0; i <= kMax; ++i) {
-    const float x = static_cast<float>(i) / static_cast<float>(kMax);
-    const auto power = static_cast<float>(std::pow(double{x}, double{exponent}));
-    const double scaled = double{power} * kMax;
-    // With a negative exponent the power of 0 is infinite. In this form of the comparison infinity
-    // and NaN become the maximum.
-    const double limited = scaled <= kMax ? scaled : kMax;
-    table[static_cast<std::size_t>(i)] = static_cast<Entry>(std::lround(limited));
+  // The series needs blocks of a 32nd of their first index, which make vectors from here on.
+  constexpr std::size_t kBlocks = 32;
+  static_assert(0.5 / kBlocks <= kSeriesReach);
+  constexpr std::size_t kFirstBlock = 256;
+  std::size_t i = 0;
+  if constexpr (kEntries == 65536) {
+    for (; i < kFirstBlock; ++i) fillEntry(table, i, exponent);
+    const bool hasSeries = exponent > 0 && exponent <= 2;
+    while (hasSeries && i < kEntries) {
+      const std::size_t size = std::bit_floor(i) / kBlocks;
+      fillBySeries(table, i, size, exponent);
+      i += size;
+    }
   }
+  for (; i < kEntries; ++i) fillEntry(table, i, exponent);
 }
 
 /// Does four pixels at a time, so that no load has to wait for the store just before it, which
 /// might have changed the table as far as the compiler and the processor know.
+///
+/// 16-bit tables have no vector routine. Measured against a plain loop on frames of 1.3, 6 and 36
+/// megapixels, a gather of 16 entries with AVX-512 reached 1.35, 1.4 and 1.2 times the speed on a
+/// processor whose gathers are fast, which does not pay for a form that may be slower on others.
+/// Loading and storing four pixels as one number was no faster than the plain loop.
 template <typename Pixel>
 void applyTableTo(Pixel* image, std::size_t pixels, const Pixel* table) {
   std::size_t i = 0;

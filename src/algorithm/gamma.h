@@ -20,7 +20,8 @@ using GammaTable16 = std::span<std::uint16_t, 65536>;
 /// The exponent e is (200 - 2 value) / 100 up to 50 and (150 - value) / 100 above: 1.98 at 1, 1 at
 /// 50 (where both tables are the identity), 0.5 at 100. Any value is accepted. i / n, e and the
 /// power are each rounded to single precision, the product of the power and n is not.
-/// @par Thread: any. Takes about a millisecond, or a few microseconds for the identity.
+/// @par Thread: any. Takes about a tenth of a millisecond, or a few microseconds for the identity;
+///   with values below 0 and above 149 about a millisecond.
 void buildGammaTables(int value, GammaTable8 table8, GammaTable16 table16) noexcept;
 
 /// Replaces each of width * height pixels by the table entry that it indexes. With a width or

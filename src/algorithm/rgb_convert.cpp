@@ -7,6 +7,7 @@
 
 #include "algorithm/pixel_count.h"
 #include "algorithm/vectors/luminance_run.h"
+#include "algorithm/vectors/yuv_run.h"
 
 namespace orvik {
 namespace {
@@ -60,7 +61,9 @@ void yuv422Row(const std::uint8_t* bgr, std::uint8_t* out, int width) {
     to[0] = static_cast<std::uint8_t>(y + 16);
     to[1] = static_cast<std::uint8_t>(chroma + 128);
   };
-  int x = 0;
+  int x = static_cast<int>(yuvRun(bgr, out, static_cast<std::size_t>(width)));
+  bgr += std::ptrdiff_t{3} * x;
+  out += std::ptrdiff_t{2} * x;
   for (; x + 1 < width; x += 2, bgr += 6, out += 4) {
     const int y0 = luma(bgr);
     const int y1 = luma(bgr + 3);

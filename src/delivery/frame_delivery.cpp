@@ -197,9 +197,8 @@ CellRowDemosaic FrameDelivery::demosaicOf(const Job& job) const {
 void FrameDelivery::convertToLuminance(const Job& job, std::uint8_t* image) {
   const CellRowDemosaic cells = demosaicOf(job);
   for (int y = 0; y < job.height; y += 2) {
-    cells.make(frame_.memory->data(), y, colourRows_.data());
-    luminance(colourRows_.data(), image + std::ptrdiff_t{y} * job.width, job.width,
-              cells.rowsAt(y));
+    cells.makeLuminance(frame_.memory->data(), y, colourRows_.data(),
+                        image + std::ptrdiff_t{y} * job.width);
   }
 }
 

@@ -54,16 +54,23 @@ int broughtBack(int at, int size) {
   return std::min(at, size - 1);
 }
 
+constexpr int kLargestTenth = 6553;
+
 TEST(Dark, WeighsTheSamplesOfABinnedPixel) {
   for (const Size size : kSizes) {
     for (const int columnStart : {0, 1, 3}) {
-      for (const int offset : {0, 12, -20}) {
+      for (const int offset : {0, 12, -20, kLargestTenth + 100}) {
         SCOPED_TRACE(std::to_string(size.width) + "x" + std::to_string(size.height) + " from " +
                      std::to_string(columnStart));
         const int columns = size.width / 2;
         const int rows = size.height / 2;
         // Mostly near the threshold, on both sides of it.
-        const auto dark = Frame<std::uint16_t>::random(area(size), 5, 60);
+        auto dark = Frame<std::uint16_t>::random(area(size), 5, 60);
+        if (offset > kLargestTenth) {  // on both sides of where ten times a sample exceeds 16 bits
+          for (size_t i = 0; i < area(size); ++i) {
+            dark[i] = static_cast<std::uint16_t>(50 * dark[i] + kLargestTenth - 1500);
+          }
+        }
         auto image = Frame<std::uint8_t>::random(
             static_cast<size_t>(columns) * static_cast<size_t>(rows), 6);
         std::vector<std::uint8_t> wanted;

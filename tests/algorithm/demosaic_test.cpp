@@ -7,6 +7,7 @@
 
 #include "algorithm/flip.h"
 #include "algorithm/frame.h"
+#include "algorithm/rgb_convert.h"
 
 namespace orvik::test {
 namespace {
@@ -100,6 +101,33 @@ TEST(Demosaic, FollowsTheDefinitionForEveryPatternAndSize) {
                  size.height, balance);
         ASSERT_EQ(bgr.pixels(), expected(raw, size, kCells[pattern], balance));
         ASSERT_TRUE(bgr.guardsIntact());
+      }
+    }
+  }
+}
+
+/// The gains include those that limit samples to 255 and those that need tables.
+TEST(Demosaic, LuminanceOfTheMosaicIsThatOfItsColours) {
+  constexpr std::array<WhiteBalance, 5> kBalances{{{50, 50}, {52, 95}, {99, 1}, {1, 99}, {100, 7}}};
+  std::uint32_t seed = 1;
+  for (const Size size : kSizes) {
+    for (const BayerPattern pattern : {BAYER_RG, BAYER_BG, BAYER_GR, BAYER_GB}) {
+      for (const WhiteBalance balance : kBalances) {
+        const auto raw = Frame<std::uint8_t>::random(area(size), seed++);
+        Frame<std::uint8_t> bgr(3 * area(size));
+        Frame<std::uint8_t> wanted(area(size));
+        demosaic(raw.data(), bgr.data(), pattern, size.width, size.height, balance);
+        luminance(bgr.data(), wanted.data(), size.width, size.height);
+        Frame<std::uint8_t> rows(6 * static_cast<size_t>(size.width));
+        Frame<std::uint8_t> out(area(size));
+        const CellRowDemosaic cells(pattern, size.width, size.height, balance);
+        for (int y = 0; y < size.height; y += 2) {
+          cells.makeLuminance(raw.data(), y, rows.data(),
+                              out.data() + std::ptrdiff_t{y} * size.width);
+        }
+        ASSERT_EQ(out.pixels(), wanted.pixels())
+            << "pattern " << pattern << ", " << size.width << "x" << size.height;
+        ASSERT_TRUE(out.guardsIntact() && rows.guardsIntact());
       }
     }
   }

@@ -63,6 +63,21 @@ TEST(Gamma, RoundsEachFactorToSinglePrecision) {
   EXPECT_EQ(flat.table16[5864], 19603);
 }
 
+TEST(Gamma, EveryEntryOfEveryValueIsThatOfThePowerFunction) {
+  for (int value = -10; value <= 160; ++value) {
+    const float gamma = static_cast<float>(value);
+    const float exponent = (value <= 50 ? 200.0F - 2.0F * gamma : 150.0F - gamma) / 100.0F;
+    const Tables tables(value);
+    std::vector<std::uint16_t> wanted(65536);
+    for (size_t i = 0; i < wanted.size(); ++i) {
+      const float x = static_cast<float>(i) / 65535.0F;
+      const auto power = static_cast<float>(std::pow(double{x}, double{exponent}));
+      wanted[i] = static_cast<std::uint16_t>(std::lround(std::min(65535.0, power * 65535.0)));
+    }
+    ASSERT_EQ(tables.table16, wanted) << "value " << value;
+  }
+}
+
 TEST(Gamma, ValuesOutsideTheScaleStayDefined) {
   const Tables negativeExponent(200);  // x^-0.5 is 1 or more everywhere, infinite at 0
   EXPECT_EQ(negativeExponent.table8, std::vector<std::uint8_t>(256, 255));

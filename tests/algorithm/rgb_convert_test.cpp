@@ -75,6 +75,27 @@ TEST(RgbConvert, LuminanceIsExactForEveryColour) {
   }
 }
 
+/// These include all greys, for which both weighted sums would be 0 without the rounding.
+TEST(RgbConvert, ChromaIsExactForEveryColour) {
+  constexpr Size kSize{512, 256};
+  std::vector<std::uint8_t> bgr(3 * area(kSize));
+  std::vector<std::uint8_t> out(2 * area(kSize));
+  for (int b0 = 0; b0 < 256; ++b0) {
+    for (size_t i = 0; i < area(kSize); ++i) {  // the even pixels are all colours
+      bgr[3 * i] = static_cast<std::uint8_t>(i % 2 == 0 ? b0 : 77);
+      bgr[3 * i + 1] = static_cast<std::uint8_t>(i >> 9);
+      bgr[3 * i + 2] = static_cast<std::uint8_t>(i >> 1);
+    }
+    yuv422(bgr.data(), out.data(), kSize.width, kSize.height, false);
+    bool isExact = true;
+    for (size_t i = 0; i < area(kSize); i += 2) {
+      const Pixel pixel(&bgr[3 * i]);
+      isExact &= out[2 * i + 1] == pixel.chroma(false) && out[2 * i + 3] == pixel.chroma(true);
+    }
+    ASSERT_TRUE(isExact) << "byte 0 is " << b0;
+  }
+}
+
 TEST(RgbConvert, ReductionsWorkWhereTheOutputOverlapsTheInput) {
   constexpr Size kSize{37, 9};
   constexpr size_t kPixels = 37 * 9;

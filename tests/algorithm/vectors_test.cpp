@@ -55,6 +55,22 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
       return bgr.pixels();
     });
   }
+  all.emplace_back("luminance of mosaic", [=] {
+    const auto raw = Frame<std::uint8_t>::random(area(kSize), 11);
+    Frame<std::uint8_t> rows(6 * static_cast<size_t>(kSize.width));
+    Frame<std::uint8_t> out(area(kSize));
+    const CellRowDemosaic cells(BAYER_RG, width, height, {.red = 52, .blue = 95});
+    for (int y = 0; y < height && width > 0; y += 2) {
+      cells.makeLuminance(raw.data(), y, rows.data(), out.data() + std::ptrdiff_t{y} * width);
+    }
+    return out.pixels();
+  });
+  all.emplace_back("gamma", [] {
+    Frame<std::uint8_t> table8(256);
+    Frame<std::uint16_t> table16(65536);
+    buildGammaTables(77, GammaTable8(table8.data(), 256), GammaTable16(table16.data(), 65536));
+    return bytesOf(table16);
+  });
   all.emplace_back("table", [=] {
     auto image = Frame<std::uint8_t>::random(area(kSize), 2);
     const auto table = Frame<std::uint8_t>::random(256, 3);

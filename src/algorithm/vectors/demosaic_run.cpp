@@ -13,6 +13,8 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "algorithm/vectors/luminance_lanes.inc"
+
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
@@ -20,6 +22,7 @@ namespace {
 #if HWY_TARGET == HWY_SCALAR
 // Without vector instructions the caller does the cells one by one.
 bool Demosaic(const CellRun&, std::uint16_t, std::uint16_t) { return false; }
+bool MosaicLuminance(const CellRun&, std::uint16_t, std::uint16_t) { return false; }
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -74,16 +77,76 @@ HWY_INLINE hn::Vec<hn::Repartition<std::uint8_t, Words>> join(Pairs even, Pairs 
   return hn::BitCast(bytes, hn::Or(hn::Min(even, most), hn::ShiftLeft<8>(hn::Min(odd, most))));
 }
 
-HWY_INLINE void store(const Colours& even, const Colours& odd, std::uint8_t* bgr) {
-  const hn::Repartition<std::uint8_t, Words> bytes;
-  const auto green = hn::BitCast(bytes, hn::Or(even.green, hn::ShiftLeft<8>(odd.green)));
-  hn::StoreInterleaved3(join(even.blue, odd.blue), green, join(even.red, odd.red), bytes, bgr);
-}
+/// The pixels of one row. Blue and red may be above 255, which stands for 255.
+struct ColourPairs {
+  Colours even, odd;
+};
+
+/// Stores blue, green and red of each pixel.
+struct ColourSink {
+  static constexpr std::ptrdiff_t kBytes = 3;
+
+  static HWY_INLINE void putRow(const ColourPairs& pairs, std::uint8_t* bgr) {
+    const hn::Repartition<std::uint8_t, Words> bytes;
+    const auto green =
+        hn::BitCast(bytes, hn::Or(pairs.even.green, hn::ShiftLeft<8>(pairs.odd.green)));
+    hn::StoreInterleaved3(join(pairs.even.blue, pairs.odd.blue), green,
+                          join(pairs.even.red, pairs.odd.red), bytes, bgr);
+  }
+
+  static HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* bgr,
+                             std::ptrdiff_t width) {
+    putRow(upper, bgr);
+    putRow(lower, bgr + kBytes * width);
+  }
+};
+
+/// Stores the luminance of each pixel.
+struct LuminanceSink {
+  static constexpr std::ptrdiff_t kBytes = 1;
+
+  static HWY_INLINE Colours limited(const Colours& colours) {
+    const auto most = hn::Set(Words(), 0xFF);
+    return {hn::Min(colours.blue, most), colours.green, hn::Min(colours.red, most)};
+  }
+  static HWY_INLINE lum::Quotient quotientOf(const Colours& colours) {
+    return lum::quotientOf(colours.blue, colours.green, colours.red);
+  }
+  static HWY_INLINE void correct(lum::Quotient& quotient, const Colours& colours) {
+    quotient.value = lum::corrected(quotient, colours.blue, colours.green, colours.red);
+  }
+  static HWY_INLINE void store(Pairs even, Pairs odd, std::uint8_t* out) {
+    const hn::Repartition<std::uint8_t, Words> bytes;
+    hn::StoreU(hn::BitCast(bytes, hn::Or(even, hn::ShiftLeft<8>(odd))), bytes, out);
+  }
+
+  static HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* out,
+                             std::ptrdiff_t width) {
+    const Colours a = limited(upper.even);
+    const Colours b = limited(upper.odd);
+    const Colours c = limited(lower.even);
+    const Colours d = limited(lower.odd);
+    lum::Quotient atA = quotientOf(a);
+    lum::Quotient atB = quotientOf(b);
+    lum::Quotient atC = quotientOf(c);
+    lum::Quotient atD = quotientOf(d);
+    const Pairs least =
+        hn::Min(hn::Min(atA.remainder, atB.remainder), hn::Min(atC.remainder, atD.remainder));
+    if (HWY_UNLIKELY(lum::needCorrection(least))) {
+      correct(atA, a);
+      correct(atB, b);
+      correct(atC, c);
+      correct(atD, d);
+    }
+    store(atA.value, atB.value, out);
+    store(atC.value, atD.value, out + width);
+  }
+};
 
 /// One row of the cells. `kColourX` is the column of its red or blue site; `kIsRed` tells which.
 template <int kColourX, bool kIsRed>
-HWY_INLINE void interpolate(const Row& above, const Row& here, const Row& below, const Factor& red,
-                            const Factor& blue, std::uint8_t* bgr) {
+HWY_INLINE ColourPairs interpolate(const Row& above, const Row& here, const Row& below,
+                                   const Factor& red, const Factor& blue) {
   const Factor& mine = kIsRed ? red : blue;
   const Factor& other = kIsRed ? blue : red;
   Pairs site, beside, upright, diagonal;  // of the coloured site: itself, sums of its neighbours
@@ -112,38 +175,47 @@ HWY_INLINE void interpolate(const Row& above, const Row& here, const Row& below,
   const Pairs siteGreen = hn::ShiftRight<2>(hn::Add(beside, upright));
   const Colours atSite{kIsRed ? siteOther : siteMine, siteGreen, kIsRed ? siteMine : siteOther};
   const Colours atGreen{kIsRed ? greenOther : greenMine, green, kIsRed ? greenMine : greenOther};
-  store(kColourX == 0 ? atSite : atGreen, kColourX == 0 ? atGreen : atSite, bgr);
+  return kColourX == 0 ? ColourPairs{atSite, atGreen} : ColourPairs{atGreen, atSite};
 }
 
-template <int kRedX, int kRedY>
-HWY_INLINE void demosaicCells(const CellRun& run, const Factor& red, const Factor& blue) {
+template <class Sink, int kRedX, int kRedY>
+HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& blue) {
   const std::ptrdiff_t width = run.width;
   const auto step = static_cast<std::ptrdiff_t>(2 * hn::Lanes(Words()));
   constexpr int kUpperX = kRedY == 0 ? kRedX : 1 - kRedX;
   for (std::ptrdiff_t x = 0;;) {
     const std::uint8_t* const pixel = run.raw + x;
-    std::uint8_t* const bgr = run.bgr + 3 * x;
     const Row above = load(pixel - width);
     const Row upper = load(pixel);
     const Row lower = load(pixel + width);
     const Row below = load(pixel + 2 * width);
-    interpolate<kUpperX, kRedY == 0>(above, upper, lower, red, blue, bgr);
-    interpolate<1 - kUpperX, kRedY == 1>(upper, lower, below, red, blue, bgr + 3 * width);
+    Sink::put(interpolate<kUpperX, kRedY == 0>(above, upper, lower, red, blue),
+              interpolate<1 - kUpperX, kRedY == 1>(upper, lower, below, red, blue),
+              run.out + Sink::kBytes * x, width);
     if (x + step >= run.columns) return;
     x = std::min(x + step, run.columns - step);  // the last step may do some cells twice
   }
 }
 
-bool Demosaic(const CellRun& run, std::uint16_t redFactor, std::uint16_t blueFactor) {
+template <class Sink>
+HWY_INLINE bool makeRun(const CellRun& run, std::uint16_t redFactor, std::uint16_t blueFactor) {
   if (run.columns < static_cast<int>(2 * hn::Lanes(Words()))) return false;
   const Factor red(redFactor);
   const Factor blue(blueFactor);
   if (run.redY == 0) {
-    run.redX == 0 ? demosaicCells<0, 0>(run, red, blue) : demosaicCells<1, 0>(run, red, blue);
+    run.redX == 0 ? makeCells<Sink, 0, 0>(run, red, blue) : makeCells<Sink, 1, 0>(run, red, blue);
   } else {
-    run.redX == 0 ? demosaicCells<0, 1>(run, red, blue) : demosaicCells<1, 1>(run, red, blue);
+    run.redX == 0 ? makeCells<Sink, 0, 1>(run, red, blue) : makeCells<Sink, 1, 1>(run, red, blue);
   }
   return true;
+}
+
+bool Demosaic(const CellRun& run, std::uint16_t redFactor, std::uint16_t blueFactor) {
+  return makeRun<ColourSink>(run, redFactor, blueFactor);
+}
+
+bool MosaicLuminance(const CellRun& run, std::uint16_t redFactor, std::uint16_t blueFactor) {
+  return makeRun<LuminanceSink>(run, redFactor, blueFactor);
 }
 #endif
 
@@ -155,12 +227,20 @@ HWY_AFTER_NAMESPACE();
 namespace orvik {
 
 HWY_EXPORT(Demosaic);
+HWY_EXPORT(MosaicLuminance);
+
+namespace {
+
+std::uint16_t factorOf(int gain) { return static_cast<std::uint16_t>((gain * 16384 + 49) / 50); }
+
+}  // namespace
 
 bool demosaicRun(const CellRun& run, WhiteBalance balance) noexcept {
-  const auto factorOf = [](int gain) {
-    return static_cast<std::uint16_t>((gain * 16384 + 49) / 50);
-  };
   return HWY_DYNAMIC_DISPATCH(Demosaic)(run, factorOf(balance.red), factorOf(balance.blue));
+}
+
+bool mosaicLuminanceRun(const CellRun& run, WhiteBalance balance) noexcept {
+  return HWY_DYNAMIC_DISPATCH(MosaicLuminance)(run, factorOf(balance.red), factorOf(balance.blue));
 }
 
 }  // namespace orvik
