@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tools/orvikctl/sequence/plan_reader.h"
 
-#include <toml++/toml.h>
-
 #include <cmath>
 #include <fstream>
 
 #include "tools/orvikctl/failure.h"
 #include "tools/orvikctl/sequence/plan_table.h"
+#include "tools/orvikctl/sequence/toml.h"
 #include "tools/orvikctl/units.h"
 
 namespace orvik::ctl {

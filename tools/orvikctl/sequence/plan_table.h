@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <toml++/toml.h>
-
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
@@ -10,6 +8,8 @@
 #include <set>
 #include <string>
 #include <vector>
+
+#include "tools/orvikctl/sequence/toml.h"
 
 namespace orvik::ctl {
 
