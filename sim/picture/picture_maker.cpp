@@ -51,7 +51,8 @@ void PictureMaker::prepare(const FrameSettings& settings, const Look& look) {
 
 /// The look that the scene is shown in: a scene without a view is always the same.
 const Look& PictureMaker::lookOfScene(const Look& look) {
-  static const Look kRest;
+  // Never destroyed: a camera may still stream while the program exits.
+  static const Look& kRest = *new Look;
   if (look == kRest) return kRest;
   if (!scene_) scene_ = makeScene(sceneKind_, sceneSeed_);
   if (!view_) view_ = scene_->view(model_->sensor);
