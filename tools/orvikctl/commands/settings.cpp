@@ -18,7 +18,7 @@ std::string fileName(bool isVirtual) {
   return OrvikGetSettingsPlace(&place) == Orvik_OK ? place.file : "";
 }
 
-/// The controls that differ from those of a new camera, or all.
+/// The controls that differ from those of a new camera.
 Json changedControls(const Camera& camera) {
   Json list = Json::array();
   for (const Control& control : camera.controls()) {
