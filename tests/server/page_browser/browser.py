@@ -16,6 +16,7 @@ DEADLINE = 60
 SAMPLES = """
   const [x, y, width, height, count] = arguments;
   const picture = document.getElementById('picture');
+  if (picture.width * picture.height === 0) return new Array(count * count).fill(0);
   const small = new OffscreenCanvas(count, count).getContext('2d');
   small.imageSmoothingQuality = 'high';
   small.drawImage(picture, x * picture.width, y * picture.height,
