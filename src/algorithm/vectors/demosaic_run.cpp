@@ -10,6 +10,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "algorithm/vectors/demosaic_run.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
@@ -82,6 +83,15 @@ struct ColourPairs {
   Colours even, odd;
 };
 
+/// Bytes between what is worked on and what is prefetched meanwhile.
+constexpr std::ptrdiff_t kReadAhead = 512;
+constexpr std::ptrdiff_t kWriteAhead = 768;
+
+/// Fetches the lines of a later vector's result for writing.
+HWY_INLINE void prefetchResult(const std::uint8_t* out, std::size_t bytes) {
+  for (std::size_t i = 0; i < bytes; i += 64) __builtin_prefetch(out + kWriteAhead + i, 1);
+}
+
 /// Stores blue, green and red of each pixel.
 struct ColourSink {
   static constexpr std::ptrdiff_t kBytes = 3;
@@ -96,6 +106,8 @@ struct ColourSink {
 
   static HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* bgr,
                              std::ptrdiff_t width) {
+    prefetchResult(bgr, 3 * hn::Lanes(hn::Repartition<std::uint8_t, Words>()));
+    prefetchResult(bgr + kBytes * width, 3 * hn::Lanes(hn::Repartition<std::uint8_t, Words>()));
     putRow(upper, bgr);
     putRow(lower, bgr + kBytes * width);
   }
@@ -185,6 +197,8 @@ HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& b
   constexpr int kUpperX = kRedY == 0 ? kRedX : 1 - kRedX;
   for (std::ptrdiff_t x = 0;;) {
     const std::uint8_t* const pixel = run.raw + x;
+    hwy::Prefetch(pixel + width + kReadAhead);
+    hwy::Prefetch(pixel + 2 * width + kReadAhead);
     const Row above = load(pixel - width);
     const Row upper = load(pixel);
     const Row lower = load(pixel + width);
