@@ -32,6 +32,7 @@ std::size_t Luminance(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pi
   const __m512i inOrder = _mm512_load_si512(order);
   std::size_t done = 0;
   for (; done + 64 <= pixels; done += 64) {
+    dense::prefetchResult(out + done, 64);
     const __m512i found = dense::luminanceOf({bgr + 3 * done, constants}, constants);
     _mm512_storeu_si512(out + done, _mm512_permutexvar_epi8(inOrder, found));
   }
