@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Plain loops, for kernels that no other library has: what the compiler makes of the rule itself
-// at -O3. And the limits of kernels that write more than they read: a demosaic writes three bytes for
-// each, 10-bit grey two.
+// at -O3. And the limits of kernels that write more than they read: a demosaic writes three bytes
+// for each, 10-bit grey two.
 #include <algorithm>
 #include <array>
 #include <cstring>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Takes as long as copying as many bytes does. Without the prefetch, results beyond the second-level
-// cache would take up to a third longer.
+// Takes as long as copying as many bytes does. Without the prefetch, results beyond the
+// second-level cache would take up to a third longer.
 #include "algorithm/vectors/grey_run.h"
 
 #undef HWY_TARGET_INCLUDE
