@@ -15,6 +15,7 @@
 #include <hwy/highway.h>
 
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
@@ -133,15 +134,6 @@ struct RowStore {
 };
 #endif
 
-/// Bytes between what is worked on and what is prefetched meanwhile.
-constexpr std::ptrdiff_t kReadAhead = 512;
-constexpr std::ptrdiff_t kWriteAhead = 768;
-
-/// Fetches the lines of a later vector's result for writing.
-HWY_INLINE void prefetchResult(const std::uint8_t* out, std::size_t bytes) {
-  for (std::size_t i = 0; i < bytes; i += 64) __builtin_prefetch(out + kWriteAhead + i, 1);
-}
-
 /// Stores blue, green and red of each pixel.
 struct ColourSink {
   static constexpr std::ptrdiff_t kBytes = 3;
@@ -164,16 +156,24 @@ struct ColourSink {
 struct LuminanceSink {
   static constexpr std::ptrdiff_t kBytes = 1;
 
-  static HWY_INLINE Colours limited(const Colours& colours) {
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+  static HWY_INLINE lum::TwoSamples samplesOf(const ColourPairs& pairs) {
+    const auto& [even, odd] = pairs;
+    return {lum::packed(even.blue, odd.blue), lum::packed(even.green, odd.green),
+            lum::packed(even.red, odd.red)};
+  }
+#else
+  struct TwoSamples {
+    lum::Samples one, other;
+  };
+  static HWY_INLINE lum::Samples limited(const Colours& colours) {
     const auto most = hn::Set(Words(), 0xFF);
     return {hn::Min(colours.blue, most), colours.green, hn::Min(colours.red, most)};
   }
-  static HWY_INLINE lum::Quotient quotientOf(const Colours& colours) {
-    return lum::quotientOf(colours.blue, colours.green, colours.red);
+  static HWY_INLINE TwoSamples samplesOf(const ColourPairs& pairs) {
+    return {limited(pairs.even), limited(pairs.odd)};
   }
-  static HWY_INLINE void correct(lum::Quotient& quotient, const Colours& colours) {
-    quotient.value = lum::corrected(quotient, colours.blue, colours.green, colours.red);
-  }
+#endif
   static HWY_INLINE void store(Pairs even, Pairs odd, std::uint8_t* out) {
     const hn::Repartition<std::uint8_t, Words> bytes;
     hn::StoreU(hn::BitCast(bytes, hn::Or(even, hn::ShiftLeft<8>(odd))), bytes, out);
@@ -181,24 +181,24 @@ struct LuminanceSink {
 
   HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* out,
                       std::ptrdiff_t width) const {
-    const Colours a = limited(upper.even);
-    const Colours b = limited(upper.odd);
-    const Colours c = limited(lower.even);
-    const Colours d = limited(lower.odd);
-    lum::Quotient atA = quotientOf(a);
-    lum::Quotient atB = quotientOf(b);
-    lum::Quotient atC = quotientOf(c);
-    lum::Quotient atD = quotientOf(d);
+    prefetchResult(out, kBytes);
+    prefetchResult(out + width, kBytes);
+    const auto ofUpper = samplesOf(upper);
+    const auto ofLower = samplesOf(lower);
+    lum::Quotient a = lum::quotientOf(ofUpper.one);
+    lum::Quotient b = lum::quotientOf(ofUpper.other);
+    lum::Quotient c = lum::quotientOf(ofLower.one);
+    lum::Quotient d = lum::quotientOf(ofLower.other);
     const Pairs least =
-        hn::Min(hn::Min(atA.remainder, atB.remainder), hn::Min(atC.remainder, atD.remainder));
+        hn::Min(hn::Min(a.remainder, b.remainder), hn::Min(c.remainder, d.remainder));
     if (HWY_UNLIKELY(lum::needCorrection(least))) {
-      correct(atA, a);
-      correct(atB, b);
-      correct(atC, c);
-      correct(atD, d);
+      a.value = lum::corrected(a, ofUpper.one);
+      b.value = lum::corrected(b, ofUpper.other);
+      c.value = lum::corrected(c, ofLower.one);
+      d.value = lum::corrected(d, ofLower.other);
     }
-    store(atA.value, atB.value, out);
-    store(atC.value, atD.value, out + width);
+    store(a.value, b.value, out);
+    store(c.value, d.value, out + width);
   }
 };
 
@@ -237,6 +237,9 @@ HWY_INLINE ColourPairs interpolate(const Row& above, const Row& here, const Row&
   return kColourX == 0 ? ColourPairs{atSite, atGreen} : ColourPairs{atGreen, atSite};
 }
 
+/// Bytes between what is read and what is prefetched meanwhile.
+constexpr std::ptrdiff_t kAhead = 512;
+
 template <class Sink, int kRedX, int kRedY>
 HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& blue) {
   const std::ptrdiff_t width = run.width;
@@ -245,8 +248,8 @@ HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& b
   const Sink sink;
   for (std::ptrdiff_t x = 0;;) {
     const std::uint8_t* const pixel = run.raw + x;
-    hwy::Prefetch(pixel + width + kReadAhead);
-    hwy::Prefetch(pixel + 2 * width + kReadAhead);
+    hwy::Prefetch(pixel + width + kAhead);
+    hwy::Prefetch(pixel + 2 * width + kAhead);
     const Row above = load(pixel - width);
     const Row upper = load(pixel);
     const Row lower = load(pixel + width);

@@ -8,6 +8,8 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "algorithm/vectors/prefetch.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
@@ -30,11 +32,10 @@ HWY_INLINE void convert(const std::uint16_t* samples, std::uint8_t* words) {
 
 std::size_t Grey10(const std::uint16_t* samples, std::uint8_t* words, std::size_t count) {
   constexpr std::size_t kLine = 16;  // samples whose words fill a line of the cache
-  constexpr std::size_t kAhead = 768;
   const std::size_t step = hn::Lanes(Longs());
   std::size_t done = 0;
   for (; done + kLine <= count; done += kLine) {
-    __builtin_prefetch(words + 4 * done + kAhead, 1);
+    prefetchResult(words + 4 * done, 4 * kLine);
     for (std::size_t i = done; i < done + kLine; i += step) convert(samples + i, words + 4 * i);
   }
   return done;

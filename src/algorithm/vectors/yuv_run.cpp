@@ -12,6 +12,7 @@
 
 #include "algorithm/vectors/dense_pixels.inc"
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
@@ -104,7 +105,7 @@ std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) 
     const ChromaSums right(evenOf(all.third, all.fourth));
     const __m512i chroma =
         dense::gathered(fields, left.first, left.second, right.first, right.second);
-    dense::prefetchResult(out + 2 * done, 128);
+    prefetchResult(out + 2 * done, 128);
     storeHalf(luminance, chroma, leftIndices, out + 2 * done);
     storeHalf(luminance, chroma, rightIndices, out + 2 * done + 64);
   }
@@ -180,26 +181,19 @@ HWY_INLINE Lanes chromaOf(Lanes a, Lanes b, Lanes c) {
   return hn::Or(hn::And(first, hn::Set(Words(), 0xFF)), hn::ShiftLeft<8>(second));
 }
 
+/// The samples of the even pixels.
+HWY_INLINE Lanes evenOf(hn::Vec<Bytes> samples) {
+  return hn::And(hn::BitCast(Words(), samples), hn::Set(Words(), 0xFF));
+}
+
 std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
   const Bytes bytes;
-  const Words words;
-  const auto low = hn::Set(words, 0xFF);
   const std::size_t step = hn::Lanes(bytes);
   std::size_t done = 0;
   for (; done + step <= pixels; done += step) {
-    hn::Vec<Bytes> first, second, third;
-    hn::LoadInterleaved3(bytes, bgr + 3 * done, first, second, third);
-    const Lanes a = hn::BitCast(words, first);
-    const Lanes b = hn::BitCast(words, second);
-    const Lanes c = hn::BitCast(words, third);
-    const Lanes evenA = hn::And(a, low);
-    const Lanes evenB = hn::And(b, low);
-    const Lanes evenC = hn::And(c, low);
-    Lanes even, odd;
-    lum::luminanceOf(evenA, evenB, evenC, hn::ShiftRight<8>(a), hn::ShiftRight<8>(b),
-                     hn::ShiftRight<8>(c), even, odd);
-    const auto luminance = hn::BitCast(bytes, hn::Or(even, hn::ShiftLeft<8>(odd)));
-    const auto chroma = hn::BitCast(bytes, chromaOf(evenA, evenB, evenC));
+    const lum::Pixels all(bgr + 3 * done);
+    const auto luminance = lum::luminanceOf(all);
+    const auto chroma = hn::BitCast(bytes, chromaOf(evenOf(all.a), evenOf(all.b), evenOf(all.c)));
     hn::StoreInterleaved2(hn::Add(luminance, hn::Set(bytes, 16)),
                           hn::Add(chroma, hn::Set(bytes, 128)), bytes, out + 2 * done);
   }
