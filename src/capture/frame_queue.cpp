@@ -46,14 +46,17 @@ void FrameQueue::forget() {
 }
 
 bool FrameQueue::push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts) {
-  const std::lock_guard lock(mutex_);
-  if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
-  Frame& slot = slots_[writeIndex_];
-  std::swap(memory, slot.memory);
-  slot.format = format;
-  slot.facts = facts;
-  writeIndex_ ^= 1U;
-  ++count_;
+  {
+    const std::lock_guard lock(mutex_);
+    if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
+    Frame& slot = slots_[writeIndex_];
+    std::swap(memory, slot.memory);
+    slot.format = format;
+    slot.facts = facts;
+    writeIndex_ ^= 1U;
+    ++count_;
+  }
+  // Without the lock, for which a thread that is woken would have to wait.
   changed_.notify_all();
   return true;
 }
@@ -65,8 +68,13 @@ std::optional<NoFrame> FrameQueue::take(Frame& frame, std::size_t room) {
   std::swap(frame.memory, slot.memory);
   frame.format = slot.format;
   frame.facts = slot.facts;
-  readIndex_ ^= 1U;
-  --count_;
+  // The next frame to be queued gets the memory that has just been given back, which is still in
+  // the processor's cache. While callers are prompt, the memory of the other slot is never touched.
+  if (--count_ == 0) {
+    writeIndex_ = readIndex_;
+  } else {
+    readIndex_ ^= 1U;
+  }
   return std::nullopt;
 }
 
