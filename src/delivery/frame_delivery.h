@@ -41,18 +41,10 @@ class FrameDelivery {
     DarkFrame& dark;
     const HotPixels& hotPixels;
   };
-  /// Where frames come from.
-  struct Source {
-    FrameQueue& queue;
-    FrameBuffer memory;  ///< for the frame being processed; exchanged with those of the queue
-  };
 
-  /// @param model, protocol, state, source, corrections of the camera; must outlive the delivery
+  /// @param model, protocol, state, queue, corrections of the camera; must outlive the delivery
   FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
-                Source source, Corrections corrections);
-
-  /// Whether there is memory for a frame.
-  [[nodiscard]] bool isUsable() const { return frame_.memory != nullptr; }
+                FrameQueue& queue, Corrections corrections);
 
   /// Delivers the oldest frame as an image.
   /// @param image receives the image; a frame whose image does not fit stays in the queue
@@ -67,11 +59,11 @@ class FrameDelivery {
   void setGamma(int value);
 
   /// Calls `use(frame)` with the memory of the frame that was taken last, unless a delivery is
-  /// running.
+  /// running, or one has waited since and no frame has come.
   template <class Use>
   void useFrame(Use use) {
     const std::unique_lock delivery(delivering_, std::try_to_lock);
-    if (delivery && isUsable()) use(*frame_.memory);
+    if (delivery && frame_.memory) use(*frame_.memory);
   }
 
  private:
@@ -102,7 +94,7 @@ class FrameDelivery {
   FrameQueue& queue_;
   const Corrections corrections_;
   TimedMutex delivering_;
-  Frame frame_;                           ///< the frame being processed
+  Frame frame_;                           ///< the frame being processed, or the last one
   std::vector<std::uint8_t> colourRows_;  ///< a row of cells as an intermediate result
   std::mutex gammaMutex_;
   std::shared_ptr<const GammaTables> gamma_;  ///< null if linear
