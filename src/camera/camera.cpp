@@ -170,6 +170,7 @@ bool Camera::close() {
   const auto lock = lockSettings();
   const auto unsaved = settingsToSave();
   capture_.stop();
+  delivery_.release();
   onClosing();
   endLink();
   // A slow disk must not delay the requests that bring the camera to rest.
@@ -236,13 +237,16 @@ bool Camera::stopCapture() {
   if (capture_.isRunning() && !isOpen()) return false;
   const bool endsVideo = isVideoRunning();
   capture_.stop();
+  if (!capture_.current()) delivery_.release();
   if (endsVideo) keepSettings();
   return true;
 }
 
 void Camera::forgetCapture() {
   const auto lock = lockSettings();
-  if (!capture_.isRunning()) capture_.forget();
+  if (capture_.isRunning()) return;
+  capture_.forget();
+  delivery_.release();
 }
 
 void Camera::endCapture() {

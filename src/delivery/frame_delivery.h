@@ -58,8 +58,15 @@ class FrameDelivery {
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
 
+  /// Gives up the memory of the frame that was taken last, unless a delivery is running.
+  void release() {
+    const std::unique_lock delivery(delivering_, std::try_to_lock);
+    if (delivery) frame_.memory.reset();
+  }
+
   /// Calls `use(frame)` with the memory of the frame that was taken last, unless a delivery is
-  /// running, or one has waited since and no frame has come.
+  /// running, or the memory has been given up: after the capture, or because a delivery has waited
+  /// since and no frame has come.
   template <class Use>
   void useFrame(Use use) {
     const std::unique_lock delivery(delivering_, std::try_to_lock);
