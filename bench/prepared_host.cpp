@@ -57,19 +57,24 @@ class PreparedPort final : public seam::Port {
 }  // namespace
 
 void ReadFeed::submit(const std::shared_ptr<Read>& read, seam::TransferBuffer buffer) {
-  const std::lock_guard lock(mutex_);
-  read->buffer = std::move(buffer);
-  read->filled = 0;
-  read->inFlight = true;
-  waiting_.push_back(read);
+  {
+    const std::lock_guard lock(mutex_);
+    read->buffer = std::move(buffer);
+    read->filled = 0;
+    read->inFlight = true;
+    waiting_.push_back(read);
+  }
   submitted_.notify_one();
 }
 
 void ReadFeed::cancel(const std::shared_ptr<Read>& read) {
-  const std::lock_guard lock(mutex_);
-  if (!read->inFlight) return;
-  std::erase(waiting_, read);
-  end(*read, TransferStatus::kCancelled);
+  {
+    const std::lock_guard lock(mutex_);
+    if (!read->inFlight) return;
+    std::erase(waiting_, read);
+    end(*read, TransferStatus::kCancelled);
+  }
+  read->done.notify_all();
 }
 
 bool ReadFeed::wait(Read& read, std::chrono::milliseconds timeout) {
@@ -81,7 +86,6 @@ void ReadFeed::end(Read& read, TransferStatus status) {
   read.status = status;
   read.inFlight = false;
   read.buffer.owner.reset();
-  read.done.notify_all();
 }
 
 bool ReadFeed::hasRoom(std::size_t bytes) const {
@@ -92,21 +96,35 @@ bool ReadFeed::hasRoom(std::size_t bytes) const {
 
 std::optional<ReadFeed::Clock::time_point> ReadFeed::send(std::span<const std::uint8_t> frame,
                                                           std::chrono::milliseconds timeout) {
-  std::unique_lock lock(mutex_);
-  if (!submitted_.wait_for(lock, timeout, [&] { return hasRoom(frame.size()); })) return {};
+  {
+    std::unique_lock lock(mutex_);
+    if (!submitted_.wait_for(lock, timeout, [&] { return hasRoom(frame.size()); })) return {};
+  }
   std::optional<Clock::time_point> last;
   while (!frame.empty()) {
-    const std::shared_ptr<Read> read = waiting_.front();
-    const std::span<std::uint8_t> room = read->buffer.bytes;
-    const std::size_t count = std::min(room.size(), frame.size());
-    std::memcpy(room.data(), frame.data(), count);
-    frame = frame.subspan(count);
-    waiting_.pop_front();
-    read->filled = count;
-    last = Clock::now();
-    end(*read, TransferStatus::kOk);
+    last = sendRead(frame);
+    if (!last) break;
   }
   return last;
+}
+
+std::optional<ReadFeed::Clock::time_point> ReadFeed::sendRead(std::span<const std::uint8_t>& rest) {
+  std::shared_ptr<Read> read;
+  Clock::time_point completed;
+  {
+    const std::lock_guard lock(mutex_);
+    if (waiting_.empty()) return {};
+    read = std::move(waiting_.front());
+    waiting_.pop_front();
+    const std::span<std::uint8_t> room = read->buffer.bytes;
+    read->filled = std::min(room.size(), rest.size());
+    std::memcpy(room.data(), rest.data(), read->filled);
+    rest = rest.subspan(read->filled);
+    completed = Clock::now();
+    end(*read, TransferStatus::kOk);
+  }
+  read->done.notify_all();
+  return completed;
 }
 
 PreparedHost::PreparedHost(const char* model) {

@@ -38,10 +38,14 @@ class ReadFeed {
   void cancel(const std::shared_ptr<Read>& read);
   bool wait(Read& read, std::chrono::milliseconds timeout);
 
-  /// Fills the waiting reads with a frame, and completes them in order.
+  /// Waits for reads for a whole frame, fills them, and completes each of them in order.
   /// @return when the last one has completed; none if reads for a whole frame do not come in time
   std::optional<Clock::time_point> send(std::span<const std::uint8_t> frame,
                                         std::chrono::milliseconds timeout);
+
+  /// Fills the oldest read with the first bytes of `rest`, removes them from it, and completes the
+  /// read. @return when it has completed; none if there is no read
+  std::optional<Clock::time_point> sendRead(std::span<const std::uint8_t>& rest);
 
  private:
   [[nodiscard]] bool hasRoom(std::size_t bytes) const;

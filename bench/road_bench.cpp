@@ -55,6 +55,13 @@ class Video {
                                          5000) == Orvik_OK;
   }
 
+  /// Frames that the queue had no room for since the capture began.
+  [[nodiscard]] static int lost() {
+    int frames = 0;
+    OrvikGetDroppedFrames(0, &frames);
+    return frames;
+  }
+
   /// Takes a frame into a buffer full of `value`. @return whether each row has other bytes then.
   bool fillsAll(std::uint8_t value) {
     std::ranges::fill(image_, value);
@@ -83,6 +90,7 @@ void road(benchmark::State& state, const ImageKind& kind, int cores) {
     state.SkipWithError("images are not complete");
     return;
   }
+  const int lostBefore = Video::lost();
   const Usage usage;
   for (auto _ : state) {
     if (!video.take()) {
@@ -91,6 +99,8 @@ void road(benchmark::State& state, const ImageKind& kind, int cores) {
     }
   }
   usage.report(state);
+  state.counters["lostPerFrame"] =
+      static_cast<double>(Video::lost() - lostBefore) / static_cast<double>(state.iterations());
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kind.bytes()));
 }
 

@@ -77,6 +77,12 @@ void Streamer::wake() {
   work_.notify_one();
 }
 
+void Streamer::wake(Lock& lock) {
+  poked_ = true;
+  lock.unlock();
+  work_.notify_one();
+}
+
 void Streamer::pipeCleared() {
   if (temperament_.clearHalt == Temperament::ClearHalt::kDiscard) discard();
 }

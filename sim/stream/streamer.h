@@ -51,8 +51,8 @@ class Streamer {
   void advance();
   /// Reads the camera's state again, after a request that may have changed it.
   void update();
-  /// Looks for work again, after a transfer has been submitted.
-  void wake();
+  /// Looks for work again, after a transfer has been submitted. Releases the lock.
+  void wake(BulkPipe::Lock& lock);
   /// The halt of the pipe has been cleared.
   void pipeCleared();
   /// While no host has the camera open, nothing is exposed.
@@ -94,6 +94,7 @@ class Streamer {
     [[nodiscard]] bool hasNext() const { return lost || strip.holds(rows.row()); }
   };
 
+  void wake();
   void run();
   void waitForWork(Lock& lock);
   [[nodiscard]] std::optional<Duration> nextEvent() const;

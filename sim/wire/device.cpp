@@ -107,7 +107,7 @@ TransferStatus Device::submitBulk(const std::shared_ptr<Connection>& connection,
   request->owner = std::move(buffer.owner);
   request->connection = connection;
   pipe_.submit(lock, request);
-  streamer_.wake();
+  streamer_.wake(lock);
   return TransferStatus::kOk;
 }
 

@@ -44,16 +44,19 @@ void FrameQueue::forget() {
 }
 
 bool FrameQueue::push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts) {
-  const std::lock_guard lock(mutex_);
-  if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
-  FrameBuffer unused = pool_->take();
-  if (!unused) return false;
-  Frame& slot = slots_[writeIndex_];
-  slot.memory = std::exchange(memory, std::move(unused));
-  slot.format = format;
-  slot.facts = facts;
-  writeIndex_ ^= 1U;
-  ++count_;
+  {
+    const std::lock_guard lock(mutex_);
+    if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
+    FrameBuffer unused = pool_->take();
+    if (!unused) return false;
+    Frame& slot = slots_[writeIndex_];
+    slot.memory = std::exchange(memory, std::move(unused));
+    slot.format = format;
+    slot.facts = facts;
+    writeIndex_ ^= 1U;
+    ++count_;
+  }
+  // Without the lock, for which a thread that is woken would have to wait.
   changed_.notify_all();
   return true;
 }
