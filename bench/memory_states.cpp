@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "bench/memory_states.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -69,7 +71,10 @@ class Camera {
     if (OrvikGetNumOfConnectedCameras() != 1 || OrvikGetCameraProperty(&info, 0) != Orvik_OK) {
       return false;
     }
-    const bool is16Bits = state != MemoryState::kVideo8;
+    const bool offers16Bits =
+        std::ranges::find(info.imageTypes, Orvik_IMG_RAW16) != std::end(info.imageTypes);
+    if (state == MemoryState::kVideo16 && !offers16Bits) return false;
+    const bool is16Bits = offers16Bits && state != MemoryState::kVideo8;
     frameBytes_ = static_cast<std::size_t>(info.maxWidth) *
                   static_cast<std::size_t>(info.maxHeight) * (is16Bits ? 2 : 1);
     if (state == MemoryState::kQuery) return true;

@@ -10,13 +10,14 @@
 namespace orvik::bench {
 
 enum class MemoryState {
-  kQuery,       ///< its properties have been asked for
-  kOpen,        ///< open and initialised
-  kVideo8,      ///< 8-bit video of the whole sensor, a caller waits for each frame
-  kVideo16,     ///< the same with 16 bits
-  kLateCaller,  ///< 16-bit video, and no one has fetched a frame for a while
-  kSnapshot,    ///< 16-bit snapshot, ready and not fetched yet
-  kStopped,     ///< 16-bit video has been stopped
+  kQuery,    ///< its properties have been asked for
+  kOpen,     ///< open and initialised
+  kVideo8,   ///< 8-bit video of the whole sensor, a caller waits for each frame
+  kVideo16,  ///< the same with 16 bits
+  // With 16 bits if the model has them.
+  kLateCaller,  ///< video, and no one has fetched a frame for a while
+  kSnapshot,    ///< a snapshot is ready and not fetched yet
+  kStopped,     ///< video has been stopped
 };
 
 std::optional<MemoryState> memoryStateOf(std::string_view name);
