@@ -87,8 +87,11 @@ class Streamer {
     std::uint64_t number = 0;
     Window exposed;
     RowClock rows;
-    std::shared_ptr<const Picture> picture;  ///< null while it is to be made
-    bool lost = false;                       ///< its rows take their time, but are not sent
+    Strip strip;        ///< of the rows that have been made, the last ones
+    bool lost = false;  ///< its rows take their time, but are not sent
+
+    /// Whether its next row can leave the board.
+    [[nodiscard]] bool hasNext() const { return lost || strip.holds(rows.row()); }
   };
 
   void wake();
@@ -109,10 +112,7 @@ class Streamer {
   bool send(Lock& lock);
   bool developAtOnce(Lock& lock);
   bool beginReadout(Duration now);
-  bool makePicture(Lock& lock);
-  std::shared_ptr<const Picture> develop(Lock& lock, const FrameSettings& settings,
-                                         const Window& exposed, std::uint64_t number,
-                                         bool repeated);
+  bool makeStrip(Lock& lock);
   bool readRows(Duration now);
   void endReadout();
 

@@ -11,12 +11,10 @@ bool isFinal(NoFrame why) { return why == NoFrame::kUnplugged || why == NoFrame:
 
 }  // namespace
 
-FrameQueue::FrameQueue(FrameBuffer first, FrameBuffer second) {
-  slots_[0].memory = std::move(first);
-  slots_[1].memory = std::move(second);
+void FrameQueue::clear() {
+  readIndex_ = writeIndex_ = count_ = 0;
+  for (Frame& slot : slots_) slot.memory.reset();
 }
-
-void FrameQueue::clear() { readIndex_ = writeIndex_ = count_ = 0; }
 
 void FrameQueue::begin(std::uint64_t capture) {
   const std::lock_guard lock(mutex_);
@@ -49,8 +47,10 @@ bool FrameQueue::push(FrameBuffer& memory, const FrameFormat& format, const Fram
   {
     const std::lock_guard lock(mutex_);
     if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
+    FrameBuffer unused = pool_->take();
+    if (!unused) return false;
     Frame& slot = slots_[writeIndex_];
-    std::swap(memory, slot.memory);
+    slot.memory = std::exchange(memory, std::move(unused));
     slot.format = format;
     slot.facts = facts;
     writeIndex_ ^= 1U;
@@ -65,16 +65,11 @@ std::optional<NoFrame> FrameQueue::take(Frame& frame, std::size_t room) {
   if (count_ == 0) return ended_.value_or(NoFrame::kTimeout);
   Frame& slot = slots_[readIndex_];
   if (slot.format.imageBytes() > room) return NoFrame::kDoesNotFit;
-  std::swap(frame.memory, slot.memory);
+  frame.memory = std::move(slot.memory);
   frame.format = slot.format;
   frame.facts = slot.facts;
-  // The next frame to be queued gets the memory that has just been given back, which is still in
-  // the processor's cache. While callers are prompt, the memory of the other slot is never touched.
-  if (--count_ == 0) {
-    writeIndex_ = readIndex_;
-  } else {
-    readIndex_ ^= 1U;
-  }
+  readIndex_ ^= 1U;
+  --count_;
   return std::nullopt;
 }
 
@@ -84,6 +79,7 @@ std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Timeout t
   if (!missing || missing == NoFrame::kDoesNotFit) return missing;
   if (timeout ? isFinal(*missing) || timeout->count() <= 0 : ended_.has_value()) return missing;
 
+  frame.memory.reset();
   const unsigned endingsBefore = endings_;
   const auto isOver = [&] { return count_ > 0 || endings_ != endingsBefore; };
   if (!timeout) {
@@ -95,11 +91,6 @@ std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Timeout t
   // A capture has ended during the wait, but another one may have begun since.
   const bool hasEnded = missing == NoFrame::kTimeout && endings_ != endingsBefore;
   return hasEnded ? NoFrame::kStopped : missing;
-}
-
-bool FrameQueue::isUsable() const {
-  const std::lock_guard lock(mutex_);
-  return slots_[0].memory && slots_[1].memory;
 }
 
 }  // namespace orvik

@@ -35,13 +35,12 @@ struct FrameDelivery::Job : FrameFormat {
 };
 
 FrameDelivery::FrameDelivery(const ModelRow& model, const FrameProtocol& protocol,
-                             const CameraState& state, Source source, Corrections corrections)
+                             const CameraState& state, FrameQueue& queue, Corrections corrections)
     : model_(model),
       protocol_(protocol),
       state_(state),
-      queue_(source.queue),
+      queue_(queue),
       corrections_(corrections),
-      frame_{.memory = std::move(source.memory), .format = {}, .facts = {}},
       colourRows_(model.colour ? static_cast<std::size_t>(2 * kBytesPerColourPixel * model.maxWidth)
                                : 0) {}
 
@@ -75,7 +74,6 @@ std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
   } else if (!delivery.try_lock_for(*timeout)) {
     return NoFrame::kTimeout;
   }
-  if (!isUsable()) return NoFrame::kFailed;
   if (timeout) {  // minus the time spent waiting for the delivery before
     const auto waited = std::chrono::steady_clock::now() - start;
     *timeout -= std::min(*timeout, std::chrono::duration_cast<std::chrono::milliseconds>(waited));

@@ -42,18 +42,10 @@ class FrameDelivery {
     DarkFrame& dark;
     const HotPixels& hotPixels;
   };
-  /// Where frames come from.
-  struct Source {
-    FrameQueue& queue;
-    FrameBuffer memory;  ///< for the frame being processed; exchanged with those of the queue
-  };
 
-  /// @param model, protocol, state, source, corrections of the camera; must outlive the delivery
+  /// @param model, protocol, state, queue, corrections of the camera; must outlive the delivery
   FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
-                Source source, Corrections corrections);
-
-  /// Whether there is memory for a frame.
-  [[nodiscard]] bool isUsable() const { return frame_.memory != nullptr; }
+                FrameQueue& queue, Corrections corrections);
 
   /// Delivers the oldest frame as an image.
   /// @param image receives the image; a frame whose image does not fit stays in the queue
@@ -67,12 +59,19 @@ class FrameDelivery {
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
 
+  /// Gives up the memory of the frame that was taken last, unless a delivery is running.
+  void release() {
+    const std::unique_lock delivery(delivering_, std::try_to_lock);
+    if (delivery) frame_.memory.reset();
+  }
+
   /// Calls `use(frame)` with the memory of the frame that was taken last, corrected, unless a
-  /// delivery is running.
+  /// delivery is running, or the memory has been given up: after the capture, or because a delivery
+  /// has waited since and no frame has come.
   template <class Use>
   void useFrame(Use use) {
     const std::unique_lock delivery(delivering_, std::try_to_lock);
-    if (!delivery || !isUsable()) return;
+    if (!delivery || !frame_.memory) return;
     if (present_) present_->complete(*frame_.memory);
     use(*frame_.memory);
   }
@@ -94,7 +93,7 @@ class FrameDelivery {
   FrameQueue& queue_;
   const Corrections corrections_;
   TimedMutex delivering_;
-  Frame frame_;                              ///< the frame being processed
+  Frame frame_;                              ///< the frame being processed, or the last one
   std::optional<FrameCorrections> present_;  ///< of that frame
   std::vector<std::uint8_t> colourRows_;     ///< a row of cells as an intermediate result
   Published<GammaTables> gamma_;             ///< null if linear
