@@ -48,7 +48,7 @@ class Source {
     if (feed_ == nullptr) return true;
     const std::span<std::uint8_t> frame = std::span(frame_).first(bytes);
     sim::stampMarks(marks_, frame, 1);
-    const bool sent = feed_->send(frame, kTimeout).has_value();
+    const bool sent = feed_->fill(frame, kTimeout) && feed_->complete().has_value();
     std::ranges::fill(frame.last(sim::bytesOf(marks_)), std::uint8_t{100});
     return sent;
   }
@@ -190,9 +190,9 @@ std::size_t residentBytes() {
 std::optional<MemoryUse> libraryMemory(const char* code, MemoryState state) {
   const sim::Model* const model = sim::findModel(code);
   if (model == nullptr) return std::nullopt;
-  const auto host = std::make_shared<PreparedHost>(code);
+  const auto host = std::make_shared<PreparedHost>(code, 1);
   orvik_private_install_host(host);
-  Source source(&host->feed(), *model);
+  Source source(&host->feed(0), *model);
   const auto use = measure(source, *model, state);
   orvik_private_install_host(nullptr);
   return use;

@@ -131,6 +131,8 @@ void LibusbTransferState::cancel() {
 
 bool LibusbTransferState::wait(std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
+  // A wait until now would put the thread to sleep, and set a timer to wake it.
+  if (timeout <= std::chrono::milliseconds::zero()) return !self_;
   return ended_.wait_for(lock, std::min(timeout, kLongestWait), [this] { return !self_; });
 }
 
