@@ -93,19 +93,22 @@ bool prepareCase(const std::string& name, Run& run, benchmark::State& state) {
 /// @param bytesPerPixel bytes of input for each pixel; the report compares the case with a memcpy
 ///   of as many bytes
 /// @param make called with a Size before the measurement; returns the function to measure
+/// @param pixels how many pixels of a frame the kernel works on
 template <typename Make>
-void addCase(const std::string& kernel, const std::string& variant, int bytesPerPixel, Make make) {
+void addCase(
+    const std::string& kernel, const std::string& variant, int bytesPerPixel, Make make,
+    std::size_t (*pixels)(Size) = [](Size size) { return size.pixels(); }) {
   for (const Size& size : kSizes) {
     const std::string name = kernel + "/" + variant + "/" + size.name;
     benchmark::RegisterBenchmark(
-        name.c_str(), [make, size, bytesPerPixel, name](benchmark::State& state) {
+        name.c_str(), [make, size, bytesPerPixel, name, pixels](benchmark::State& state) {
           auto run = make(size);
           if (!prepareCase(name, run, state)) return;
           for (auto _ : state) {
             run();
             benchmark::ClobberMemory();
           }
-          state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(size.pixels()));
+          state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(pixels(size)));
           state.counters["bytesPerPixel"] = bytesPerPixel;
         });
   }

@@ -88,16 +88,21 @@ void addDark() {
       CAlgorithm::SubtractDark(image.data(), size.width, size.height, 7, dark.data(), true, 0);
     };
   });
-  addCase("hot pixels", kOurs, 1, [](Size size) {
-    HotPixelTable table(hotPixelTableBytes(size.width, size.height));
-    std::minstd_rand generator(6);
-    for (std::size_t i = 0; i < size.pixels() / 5000; ++i) table[generator() % table.size()] = 4;
-    return
-        [image = InPlace(skyFrame<std::uint8_t>(size.pixels()), 1, 1U << 16U),
-         sites = cutHotPixels(table, size.width, {0, 0, size.width, size.height, 1, 2})]() mutable {
+  // Every 5000th pixel or so.
+  constexpr auto kHotPixels = [](Size size) { return size.pixels() / 5000; };
+  addCase(
+      "hot pixels", kOurs, 1,
+      [=](Size size) {
+        HotPixelTable table(hotPixelTableBytes(size.width, size.height));
+        std::minstd_rand generator(6);
+        for (std::size_t i = 0; i < kHotPixels(size); ++i) table[generator() % table.size()] = 4;
+        return [image = InPlace(skyFrame<std::uint8_t>(size.pixels()), 1, 1U << 16U),
+                sites = cutHotPixels(table, size.width,
+                                     {0, 0, size.width, size.height, 1, 2})]() mutable {
           correctHotPixels(image.data(), sites);
         };
-  });
+      },
+      kHotPixels);
 }
 
 void addConversions() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Plain loops, for kernels that no other library has: what the compiler makes of the rule itself
-// at -O3. And the limit of a demosaic, which writes three bytes for each that it reads.
+// at -O3. And the limits of kernels that write more than they read: a demosaic writes three bytes
+// for each, 10-bit grey two.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -61,11 +62,31 @@ void binnedDark(std::uint8_t* image, int width, int height, int offset, const st
   }
 }
 
-/// As many bytes as a demosaic reads and writes.
-void copyThreeTimes(const std::uint8_t* in, std::uint8_t* out, Size size) {
-  const auto row = static_cast<std::size_t>(size.width);
+/// As many bytes as a kernel reads and writes: each row is copied several times.
+void copyRows(const std::uint8_t* in, std::uint8_t* out, Size size, int bytesPerPixel, int copies) {
+  const auto row = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(bytesPerPixel);
   for (int y = 0; y < size.height; ++y, in += row) {
-    for (int copy = 0; copy < 3; ++copy, out += row) std::memcpy(out, in, row);
+    for (int copy = 0; copy < copies; ++copy, out += row) std::memcpy(out, in, row);
+  }
+}
+
+/// The bytes of a demosaic in its order: line by line of two rows, with prefetches.
+void copyThreeTimesInPairs(const std::uint8_t* in, std::uint8_t* out, Size size) {
+  constexpr std::ptrdiff_t kLine = 64;
+  for (int y = 0; y < size.height; y += 2) {
+    for (int x = 0; x < size.width;) {
+      for (const int row : {y, y + 1}) {
+        const std::ptrdiff_t at = std::ptrdiff_t{row} * size.width + x;
+        __builtin_prefetch(in + at + 512);
+        for (int copy = 0; copy < 3; ++copy) {
+          std::uint8_t* const to = out + 3 * at + kLine * copy;
+          __builtin_prefetch(to + 768, 1);
+          std::memcpy(to, in + at, kLine);
+        }
+      }
+      if (x + kLine == size.width) break;
+      x = std::min(x + static_cast<int>(kLine), size.width - static_cast<int>(kLine));
+    }
   }
 }
 
@@ -73,7 +94,19 @@ const bool registered = [] {
   addCase("demosaic", "copy limit", 1, [](Size size) {
     return [size, &in = skyFrame<std::uint8_t>(size.pixels()),
             out = Output<std::uint8_t>(3 * size.pixels())]() mutable {
-      copyThreeTimes(in.data(), out.data(), size);
+      copyRows(in.data(), out.data(), size, 1, 3);
+    };
+  });
+  addCase("demosaic", "copy limit in pairs of rows", 1, [](Size size) {
+    return [size, &in = skyFrame<std::uint8_t>(size.pixels()),
+            out = Output<std::uint8_t>(3 * size.pixels())]() mutable {
+      copyThreeTimesInPairs(in.data(), out.data(), size);
+    };
+  });
+  addCase("10-bit grey", "copy limit", 2, [](Size size) {
+    return [size, &in = skyFrame<std::uint8_t>(2 * size.pixels()),
+            out = Output<std::uint8_t>(4 * size.pixels())]() mutable {
+      copyRows(in.data(), out.data(), size, 2, 2);
     };
   });
   addCase("table 16", kPeer, 2, [](Size size) {

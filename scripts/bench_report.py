@@ -26,7 +26,9 @@ def counter_text(case):
     """Counters of roads and latencies; those of kernels serve the report itself."""
     shown = []
     for key, text in (("cpuPerFrame", "{:.0f} us of all cores a frame"),
+                      ("corePercent", "{:.1f} % of a core for each camera"),
                       ("switchesPerFrame", "{:.1f} switches a frame"),
+                      ("lostPerFrame", "{:.2f} frames lost for each"),
                       ("p99", "99 % below {:.0f} us"), ("worst", "worst {:.0f} us")):
         if key in case.counters:
             shown.append(text.format(case.counters[key]))

@@ -51,8 +51,8 @@ class Streamer {
   void advance();
   /// Reads the camera's state again, after a request that may have changed it.
   void update();
-  /// Looks for work again, after a transfer has been submitted.
-  void wake();
+  /// Looks for work again, after a transfer has been submitted. Releases the lock.
+  void wake(BulkPipe::Lock& lock);
   /// The halt of the pipe has been cleared.
   void pipeCleared();
   /// While no host has the camera open, nothing is exposed.
@@ -87,10 +87,14 @@ class Streamer {
     std::uint64_t number = 0;
     Window exposed;
     RowClock rows;
-    std::shared_ptr<const Picture> picture;  ///< null while it is to be made
-    bool lost = false;                       ///< its rows take their time, but are not sent
+    Strip strip;        ///< of the rows that have been made, the last ones
+    bool lost = false;  ///< its rows take their time, but are not sent
+
+    /// Whether its next row can leave the board.
+    [[nodiscard]] bool hasNext() const { return lost || strip.holds(rows.row()); }
   };
 
+  void wake();
   void run();
   void waitForWork(Lock& lock);
   [[nodiscard]] std::optional<Duration> nextEvent() const;
@@ -108,10 +112,7 @@ class Streamer {
   bool send(Lock& lock);
   bool developAtOnce(Lock& lock);
   bool beginReadout(Duration now);
-  bool makePicture(Lock& lock);
-  std::shared_ptr<const Picture> develop(Lock& lock, const FrameSettings& settings,
-                                         const Window& exposed, std::uint64_t number,
-                                         bool repeated);
+  bool makeStrip(Lock& lock);
   bool readRows(Duration now);
   void endReadout();
 

@@ -107,7 +107,7 @@ TransferStatus Device::submitBulk(const std::shared_ptr<Connection>& connection,
   request->owner = std::move(buffer.owner);
   request->connection = connection;
   pipe_.submit(lock, request);
-  streamer_.wake();
+  streamer_.wake(lock);
   return TransferStatus::kOk;
 }
 
@@ -118,8 +118,10 @@ void Device::cancelBulk(const BulkPipe::Request& request) {
 
 bool Device::waitBulk(const BulkPipe::Request& request, std::chrono::milliseconds limit) {
   Lock lock(mutex_);
-  const auto bounded = std::clamp(limit, std::chrono::milliseconds::zero(), kLongestWait);
-  return request->done.wait_for(lock, bounded, [&] { return !request->inFlight; });
+  // A wait until now would put the thread to sleep, and set a timer to wake it.
+  if (limit <= std::chrono::milliseconds::zero()) return !request->inFlight;
+  return request->done.wait_for(lock, std::min(limit, kLongestWait),
+                                [&] { return !request->inFlight; });
 }
 
 Device::Result Device::resultOf(const BulkPipe::Request& request) {

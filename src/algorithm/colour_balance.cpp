@@ -45,11 +45,11 @@ constexpr CellPlaces placesOf(BayerPattern pattern) {
 class Samples {
  public:
   void add(Colour colour, std::uint8_t value) { values_[colour][count_[colour]++] = value; }
-  void add(Colour colour, std::uint8_t one, std::uint8_t other) {
+  /// Adds `count` samples, which the caller stores.
+  [[nodiscard]] std::uint8_t* grow(Colour colour, std::size_t count) {
     std::uint8_t* const place = values_[colour].data() + count_[colour];
-    place[0] = one;
-    place[1] = other;
-    count_[colour] += 2;
+    count_[colour] += count;
+    return place;
   }
 
   [[nodiscard]] int mean(Colour colour) const {
@@ -74,15 +74,23 @@ class Samples {
 };
 
 /// The points of a block along one axis, counted from its edge.
-std::array<int, kPoints> pointsOf(int size) {
+using Points = std::array<int, kPoints>;
+
+Points pointsOf(int size) {
   const float step = static_cast<float>(size) / kPoints;
-  std::array<int, kPoints> points{};
+  Points points{};
   for (int i = 0; i < kPoints; ++i) {
     points[static_cast<std::size_t>(i)] =
         static_cast<int>(std::lround(static_cast<float>(i) * step));
   }
   return points;
 }
+
+/// The points of blocks of one size.
+struct Grid {
+  Grid(int width, int height) : across(pointsOf(width)), down(pointsOf(height)) {}
+  Points across, down;
+};
 
 class Mosaic {
  public:
@@ -92,25 +100,56 @@ class Mosaic {
   [[nodiscard]] int rows() const { return frame_.rows; }
 
   void addPoint(int x, int y, Samples& samples) const {
-    // In a cell that begins at an odd column or row, the columns or rows are swapped.
-    const std::size_t shift = ((y & 1) != 0 ? 2U : 0U) + ((x & 1) != 0 ? 1U : 0U);
+    const std::size_t shift = shiftAt(x, y);
     const std::uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
     const bool hasRight = x + 1 < frame_.columns;
-    const bool hasLower = y + 1 < frame_.rows;
-    if (hasRight && hasLower) {
-      const std::uint8_t* const lower = upper + frame_.columns;
-      const std::array<std::uint8_t, 4> cell = {upper[0], upper[1], lower[0], lower[1]};
-      samples.add(kRed, cell[places_.red ^ shift]);
-      samples.add(kBlue, cell[places_.blue ^ shift]);
-      samples.add(kGreen, cell[places_.green[0] ^ shift], cell[places_.green[1] ^ shift]);
-      return;
-    }
     samples.add(places_.colourAt(shift), upper[0]);
     if (hasRight) samples.add(places_.colourAt(1 ^ shift), upper[1]);
-    if (hasLower) samples.add(places_.colourAt(2 ^ shift), upper[frame_.columns]);
+    if (y + 1 >= frame_.rows) return;
+    const std::uint8_t* const lower = upper + frame_.columns;
+    samples.add(places_.colourAt(2 ^ shift), lower[0]);
+    if (hasRight) samples.add(places_.colourAt(3 ^ shift), lower[1]);
+  }
+
+  /// Adds all points of a block if all their cells are whole. @return false if they are not
+  [[nodiscard]] bool addWhole(const FrameBlock& block, const Grid& grid, Samples& samples) const {
+    const auto fits = [](int first, int last, int size) {
+      return first >= 0 && std::int64_t{first} + last + 1 < size;
+    };
+    if (!fits(block.column, grid.across.back(), frame_.columns) ||
+        !fits(block.row, grid.down.back(), frame_.rows)) {
+      return false;
+    }
+    constexpr auto kAll = std::size_t{kPoints} * kPoints;
+    std::array<std::uint8_t*, 4> places{};
+    places[places_.red] = samples.grow(kRed, kAll);
+    places[places_.blue] = samples.grow(kBlue, kAll);
+    for (const std::size_t place : places_.green) places[place] = samples.grow(kGreen, kAll);
+    std::size_t n = 0;
+    for (const int dy : grid.down) {
+      const int y = block.row + dy;
+      for (const int dx : grid.across) {
+        const int x = block.column + dx;
+        const std::size_t shift = shiftAt(x, y);
+        const std::uint8_t* const upper = frame_.samples + frame_.indexOf(x, y);
+        const std::uint8_t* const lower = upper + frame_.columns;
+        places[shift][n] = upper[0];
+        places[1 ^ shift][n] = upper[1];
+        places[2 ^ shift][n] = lower[0];
+        places[3 ^ shift][n] = lower[1];
+        ++n;
+      }
+    }
+    return true;
   }
 
  private:
+  /// In a cell that begins at an odd column or row, the columns or rows are swapped: the exclusive
+  /// or of this with a place.
+  static std::size_t shiftAt(int x, int y) {
+    return ((y & 1) != 0 ? 2U : 0U) + ((x & 1) != 0 ? 1U : 0U);
+  }
+
   const RawFrame& frame_;
   CellPlaces places_;
 };
@@ -129,6 +168,7 @@ class Image {
     samples.add(kGreen, pixel[1]);
     samples.add(kRed, pixel[2]);
   }
+  [[nodiscard]] static bool addWhole(const FrameBlock&, const Grid&, Samples&) { return false; }
 
  private:
   const std::uint8_t* bgr_;
@@ -142,19 +182,24 @@ int meanAfterBinning(int mean, int hostBin) {
 }
 
 template <class Frame>
-BlockColours measureBlock(const Frame& frame, const FrameBlock& block, int hostBin) {
-  const std::array<int, kPoints> xs = pointsOf(block.width);
-  const std::array<int, kPoints> ys = pointsOf(block.height);
-  Samples samples;
-  for (const int dy : ys) {
+void addEach(const Frame& frame, const FrameBlock& block, const Grid& grid, Samples& samples) {
+  for (const int dy : grid.down) {
     const std::int64_t y = std::int64_t{block.row} + dy;
     if (y < 0 || y >= frame.rows()) continue;
-    for (const int dx : xs) {
+    for (const int dx : grid.across) {
       const std::int64_t x = std::int64_t{block.column} + dx;
       if (x < 0 || x >= frame.columns()) continue;
       frame.addPoint(static_cast<int>(x), static_cast<int>(y), samples);
     }
   }
+}
+
+/// @param grid of the block's size
+template <class Frame>
+BlockColours measureBlock(const Frame& frame, const FrameBlock& block, const Grid& grid,
+                          int hostBin) {
+  Samples samples;
+  if (!frame.addWhole(block, grid, samples)) addEach(frame, block, grid, samples);
   const ColourValues mean{samples.mean(kRed), samples.mean(kGreen), samples.mean(kBlue)};
   return {.mean = {.red = meanAfterBinning(mean.red, hostBin),
                    .green = meanAfterBinning(mean.green, hostBin),
@@ -190,6 +235,7 @@ std::optional<ColourValues> measureColour(const Frame& frame, int hostBin) {
   const int columns = frame.columns();
   const int rows = frame.rows();
   if (columns < 1 || rows < 1) return std::nullopt;
+  const Grid grid(columns / kBlocks, rows / kBlocks);
   WeightedMean red;
   WeightedMean green;
   WeightedMean blue;
@@ -199,7 +245,7 @@ std::optional<ColourValues> measureColour(const Frame& frame, int hostBin) {
                              .row = down * rows / kBlocks,
                              .width = columns / kBlocks,
                              .height = rows / kBlocks};
-      const BlockColours colours = measureBlock(frame, block, hostBin);
+      const BlockColours colours = measureBlock(frame, block, grid, hostBin);
       red.add(colours.mean.red, colours.deviation.red);
       green.add(colours.mean.green, colours.deviation.green);
       blue.add(colours.mean.blue, colours.deviation.blue);
@@ -235,7 +281,7 @@ void storeBlock(const BlockColours& block, const std::array<int*, 3>& deviations
 
 BlockColours mosaicBlock(const RawFrame& frame, BayerPattern pattern, const FrameBlock& block,
                          int hostBin) {
-  return measureBlock(Mosaic(frame, pattern), block, hostBin);
+  return measureBlock(Mosaic(frame, pattern), block, Grid(block.width, block.height), hostBin);
 }
 
 std::optional<ColourValues> mosaicColour(const RawFrame& frame, BayerPattern pattern, int hostBin) {
@@ -244,7 +290,7 @@ std::optional<ColourValues> mosaicColour(const RawFrame& frame, BayerPattern pat
 
 BlockColours imageBlock(const std::uint8_t* bgr, int columns, int rows, const FrameBlock& block,
                         int hostBin) {
-  return measureBlock(Image(bgr, columns, rows), block, hostBin);
+  return measureBlock(Image(bgr, columns, rows), block, Grid(block.width, block.height), hostBin);
 }
 
 std::optional<ColourValues> imageColour(const std::uint8_t* bgr, int columns, int rows,

@@ -14,6 +14,7 @@
 #include "algorithm/flip.h"
 #include "algorithm/frame.h"
 #include "algorithm/gamma.h"
+#include "algorithm/grey10.h"
 #include "algorithm/rgb_convert.h"
 
 namespace orvik::test {
@@ -110,6 +111,15 @@ std::vector<std::pair<std::string, Kernel>> kernels(Size size = kSize) {
     Frame<std::uint8_t> out(2 * area(kSize));
     yuv422(bgr.data(), out.data(), width, height, true);
     return out.pixels();
+  });
+  all.emplace_back("10-bit grey", [=] {
+    // Larger samples, whose bits overlap, as well.
+    const auto samples = Frame<std::uint16_t>::random(area(kSize), 12);
+    Frame<std::uint8_t> words(4 * area(kSize) + 1);
+    const auto count = std::ptrdiff_t{width} * height;
+    if (width > 0 && count > 0)
+      grey10(samples.data(), words.data() + 1, static_cast<size_t>(count));
+    return words.pixels();
   });
   for (const bool vertical : {false, true}) {
     all.emplace_back("flip 8", [=] {

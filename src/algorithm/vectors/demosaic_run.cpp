@@ -10,10 +10,12 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "algorithm/vectors/demosaic_run.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
@@ -70,6 +72,49 @@ HWY_INLINE Pairs meanOfFour(Pairs sum, const Factor& factor) {
   return hn::MulHigh(hn::And(sum, hn::Set(Words(), 0xFFFC)), factor.once);
 }
 
+/// The pixels of one row. Blue and red may be above 255, which stands for 255.
+struct ColourPairs {
+  Colours even, odd;
+};
+
+#if HWY_TARGET == HWY_AVX3_DL
+/// Stores rows of 64 pixels. Packing limits to 255 and leaves, in each 16 bytes, the even columns
+/// before the odd ones; the permutations put that right.
+class RowStore {
+ public:
+  RowStore() {
+    alignas(64) std::uint8_t places[64];
+    for (int part = 0; part < kParts; ++part) {
+      for (int i = 0; i < 64; ++i) {
+        const int pixel = (64 * part + i) / 3;
+        places[i] = static_cast<std::uint8_t>(pixel / 16 * 16 + pixel % 2 * 8 + pixel % 16 / 2);
+      }
+      places_[part] = _mm512_load_si512(places);
+    }
+  }
+
+  HWY_INLINE void operator()(const ColourPairs& pairs, std::uint8_t* bgr) const {
+    // Every third byte, from the first, the second and the third on.
+    constexpr std::uint64_t kThirds[] = {0x9249249249249249, 0x2492492492492492,
+                                         0x4924924924924924};
+    const __m512i blue = _mm512_packus_epi16(pairs.even.blue.raw, pairs.odd.blue.raw);
+    const __m512i green = _mm512_packus_epi16(pairs.even.green.raw, pairs.odd.green.raw);
+    const __m512i red = _mm512_packus_epi16(pairs.even.red.raw, pairs.odd.red.raw);
+    for (int part = 0; part < kParts; ++part) {
+      const __m512i& places = places_[part];
+      __m512i all = _mm512_permutexvar_epi8(places, blue);
+      // The three parts begin with blue, with green and with red.
+      all = _mm512_mask_permutexvar_epi8(all, kThirds[(4 - part) % 3], places, green);
+      all = _mm512_mask_permutexvar_epi8(all, kThirds[(5 - part) % 3], places, red);
+      _mm512_storeu_si512(bgr + 64 * part, all);
+    }
+  }
+
+ private:
+  static constexpr int kParts = 3;
+  __m512i places_[kParts];
+};
+#else
 /// The bytes of both columns, limited to 255.
 HWY_INLINE hn::Vec<hn::Repartition<std::uint8_t, Words>> join(Pairs even, Pairs odd) {
   const hn::Repartition<std::uint8_t, Words> bytes;
@@ -77,69 +122,83 @@ HWY_INLINE hn::Vec<hn::Repartition<std::uint8_t, Words>> join(Pairs even, Pairs 
   return hn::BitCast(bytes, hn::Or(hn::Min(even, most), hn::ShiftLeft<8>(hn::Min(odd, most))));
 }
 
-/// The pixels of one row. Blue and red may be above 255, which stands for 255.
-struct ColourPairs {
-  Colours even, odd;
-};
-
-/// Stores blue, green and red of each pixel.
-struct ColourSink {
-  static constexpr std::ptrdiff_t kBytes = 3;
-
-  static HWY_INLINE void putRow(const ColourPairs& pairs, std::uint8_t* bgr) {
+/// Stores rows of pixels.
+struct RowStore {
+  HWY_INLINE void operator()(const ColourPairs& pairs, std::uint8_t* bgr) const {
     const hn::Repartition<std::uint8_t, Words> bytes;
     const auto green =
         hn::BitCast(bytes, hn::Or(pairs.even.green, hn::ShiftLeft<8>(pairs.odd.green)));
     hn::StoreInterleaved3(join(pairs.even.blue, pairs.odd.blue), green,
                           join(pairs.even.red, pairs.odd.red), bytes, bgr);
   }
+};
+#endif
 
-  static HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* bgr,
-                             std::ptrdiff_t width) {
-    putRow(upper, bgr);
-    putRow(lower, bgr + kBytes * width);
+/// Stores blue, green and red of each pixel.
+struct ColourSink {
+  static constexpr std::ptrdiff_t kBytes = 3;
+
+  HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* bgr,
+                      std::ptrdiff_t width) const {
+    std::uint8_t* const next = bgr + kBytes * width;
+    const std::size_t bytes = 6 * hn::Lanes(Words());
+    prefetchResult(bgr, bytes);
+    prefetchResult(next, bytes);
+    storeRow(upper, bgr);
+    storeRow(lower, next);
   }
+
+ private:
+  RowStore storeRow;
 };
 
 /// Stores the luminance of each pixel.
 struct LuminanceSink {
   static constexpr std::ptrdiff_t kBytes = 1;
 
-  static HWY_INLINE Colours limited(const Colours& colours) {
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+  static HWY_INLINE lum::TwoSamples samplesOf(const ColourPairs& pairs) {
+    const auto& [even, odd] = pairs;
+    return {lum::packed(even.blue, odd.blue), lum::packed(even.green, odd.green),
+            lum::packed(even.red, odd.red)};
+  }
+#else
+  struct TwoSamples {
+    lum::Samples one, other;
+  };
+  static HWY_INLINE lum::Samples limited(const Colours& colours) {
     const auto most = hn::Set(Words(), 0xFF);
     return {hn::Min(colours.blue, most), colours.green, hn::Min(colours.red, most)};
   }
-  static HWY_INLINE lum::Quotient quotientOf(const Colours& colours) {
-    return lum::quotientOf(colours.blue, colours.green, colours.red);
+  static HWY_INLINE TwoSamples samplesOf(const ColourPairs& pairs) {
+    return {limited(pairs.even), limited(pairs.odd)};
   }
-  static HWY_INLINE void correct(lum::Quotient& quotient, const Colours& colours) {
-    quotient.value = lum::corrected(quotient, colours.blue, colours.green, colours.red);
-  }
+#endif
   static HWY_INLINE void store(Pairs even, Pairs odd, std::uint8_t* out) {
     const hn::Repartition<std::uint8_t, Words> bytes;
     hn::StoreU(hn::BitCast(bytes, hn::Or(even, hn::ShiftLeft<8>(odd))), bytes, out);
   }
 
-  static HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* out,
-                             std::ptrdiff_t width) {
-    const Colours a = limited(upper.even);
-    const Colours b = limited(upper.odd);
-    const Colours c = limited(lower.even);
-    const Colours d = limited(lower.odd);
-    lum::Quotient atA = quotientOf(a);
-    lum::Quotient atB = quotientOf(b);
-    lum::Quotient atC = quotientOf(c);
-    lum::Quotient atD = quotientOf(d);
+  HWY_INLINE void put(const ColourPairs& upper, const ColourPairs& lower, std::uint8_t* out,
+                      std::ptrdiff_t width) const {
+    prefetchResult(out, kBytes);
+    prefetchResult(out + width, kBytes);
+    const auto ofUpper = samplesOf(upper);
+    const auto ofLower = samplesOf(lower);
+    lum::Quotient a = lum::quotientOf(ofUpper.one);
+    lum::Quotient b = lum::quotientOf(ofUpper.other);
+    lum::Quotient c = lum::quotientOf(ofLower.one);
+    lum::Quotient d = lum::quotientOf(ofLower.other);
     const Pairs least =
-        hn::Min(hn::Min(atA.remainder, atB.remainder), hn::Min(atC.remainder, atD.remainder));
+        hn::Min(hn::Min(a.remainder, b.remainder), hn::Min(c.remainder, d.remainder));
     if (HWY_UNLIKELY(lum::needCorrection(least))) {
-      correct(atA, a);
-      correct(atB, b);
-      correct(atC, c);
-      correct(atD, d);
+      a.value = lum::corrected(a, ofUpper.one);
+      b.value = lum::corrected(b, ofUpper.other);
+      c.value = lum::corrected(c, ofLower.one);
+      d.value = lum::corrected(d, ofLower.other);
     }
-    store(atA.value, atB.value, out);
-    store(atC.value, atD.value, out + width);
+    store(a.value, b.value, out);
+    store(c.value, d.value, out + width);
   }
 };
 
@@ -178,20 +237,26 @@ HWY_INLINE ColourPairs interpolate(const Row& above, const Row& here, const Row&
   return kColourX == 0 ? ColourPairs{atSite, atGreen} : ColourPairs{atGreen, atSite};
 }
 
+/// Bytes between what is read and what is prefetched meanwhile.
+constexpr std::ptrdiff_t kAhead = 512;
+
 template <class Sink, int kRedX, int kRedY>
 HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& blue) {
   const std::ptrdiff_t width = run.width;
   const auto step = static_cast<std::ptrdiff_t>(2 * hn::Lanes(Words()));
   constexpr int kUpperX = kRedY == 0 ? kRedX : 1 - kRedX;
+  const Sink sink;
   for (std::ptrdiff_t x = 0;;) {
     const std::uint8_t* const pixel = run.raw + x;
+    hwy::Prefetch(pixel + width + kAhead);
+    hwy::Prefetch(pixel + 2 * width + kAhead);
     const Row above = load(pixel - width);
     const Row upper = load(pixel);
     const Row lower = load(pixel + width);
     const Row below = load(pixel + 2 * width);
-    Sink::put(interpolate<kUpperX, kRedY == 0>(above, upper, lower, red, blue),
-              interpolate<1 - kUpperX, kRedY == 1>(upper, lower, below, red, blue),
-              run.out + Sink::kBytes * x, width);
+    sink.put(interpolate<kUpperX, kRedY == 0>(above, upper, lower, red, blue),
+             interpolate<1 - kUpperX, kRedY == 1>(upper, lower, below, red, blue),
+             run.out + Sink::kBytes * x, width);
     if (x + step >= run.columns) return;
     x = std::min(x + step, run.columns - step);  // the last step may do some cells twice
   }

@@ -8,6 +8,7 @@
 
 #include "algorithm/vectors/dense_pixels.inc"
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
@@ -20,9 +21,7 @@ std::size_t FirstChannel(const std::uint8_t*, std::uint8_t*, std::size_t) { retu
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Words = hn::ScalableTag<std::uint16_t>;
-using Bytes = hn::Repartition<std::uint8_t, Words>;
-using Lanes = hn::Vec<Words>;
+using Bytes = lum::Bytes;
 
 #if HWY_TARGET == HWY_AVX3_DL
 std::size_t Luminance(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
@@ -32,6 +31,7 @@ std::size_t Luminance(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pi
   const __m512i inOrder = _mm512_load_si512(order);
   std::size_t done = 0;
   for (; done + 64 <= pixels; done += 64) {
+    prefetchResult(out + done, 64);
     const __m512i found = dense::luminanceOf({bgr + 3 * done, constants}, constants);
     _mm512_storeu_si512(out + done, _mm512_permutexvar_epi8(inOrder, found));
   }
@@ -40,20 +40,10 @@ std::size_t Luminance(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pi
 #else
 std::size_t Luminance(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
   const Bytes bytes;
-  const Words words;
-  const auto low = hn::Set(words, 0xFF);
   const std::size_t step = hn::Lanes(bytes);
   std::size_t done = 0;
   for (; done + step <= pixels; done += step) {
-    hn::Vec<Bytes> first, second, third;
-    hn::LoadInterleaved3(bytes, bgr + 3 * done, first, second, third);
-    const Lanes a = hn::BitCast(words, first);
-    const Lanes b = hn::BitCast(words, second);
-    const Lanes c = hn::BitCast(words, third);
-    Lanes even, odd;
-    lum::luminanceOf(hn::And(a, low), hn::And(b, low), hn::And(c, low), hn::ShiftRight<8>(a),
-                     hn::ShiftRight<8>(b), hn::ShiftRight<8>(c), even, odd);
-    hn::StoreU(hn::BitCast(bytes, hn::Or(even, hn::ShiftLeft<8>(odd))), bytes, out + done);
+    hn::StoreU(lum::luminanceOf(lum::Pixels(bgr + 3 * done)), bytes, out + done);
   }
   return done;
 }
@@ -64,9 +54,7 @@ std::size_t FirstChannel(const std::uint8_t* bgr, std::uint8_t* out, std::size_t
   const std::size_t step = hn::Lanes(bytes);
   std::size_t done = 0;
   for (; done + step <= pixels; done += step) {
-    hn::Vec<Bytes> first, second, third;
-    hn::LoadInterleaved3(bytes, bgr + 3 * done, first, second, third);
-    hn::StoreU(first, bytes, out + done);
+    hn::StoreU(lum::Pixels(bgr + 3 * done).a, bytes, out + done);
   }
   return done;
 }
