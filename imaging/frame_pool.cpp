@@ -20,6 +20,8 @@ Frame* FramePool::acquire() {
   if (closed_) return nullptr;
   Frame* frame = free_.back();
   free_.pop_back();
+  const std::size_t used = frames_.size() - free_.size();
+  if (used > mostUsed_) mostUsed_.store(used, std::memory_order_relaxed);
   return frame;
 }
 
