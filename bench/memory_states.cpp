@@ -29,6 +29,7 @@ using namespace std::chrono_literals;
 constexpr int kFrames = 4;      // that a caller fetches before the measurement
 constexpr int kLateFrames = 5;  // that nobody fetches: two are queued, the others are lost
 constexpr auto kTimeout = 20s;
+constexpr auto kPatience = 1s;  // with a frame that was sent
 constexpr std::int32_t kTimeoutMs = 20'000;
 constexpr std::int32_t kExposureUs = 1000;
 
@@ -47,7 +48,7 @@ class Source {
     if (feed_ == nullptr) return true;
     const std::span<std::uint8_t> frame = std::span(frame_).first(bytes);
     sim::stampMarks(marks_, frame, 1);
-    const bool sent = feed_->send(frame, kTimeout).has_value();
+    const bool sent = feed_->fill(frame, kTimeout) && feed_->complete().has_value();
     std::ranges::fill(frame.last(sim::bytesOf(marks_)), std::uint8_t{100});
     return sent;
   }
@@ -95,14 +96,28 @@ class Camera {
 
  private:
   bool snap() {
-    if (OrvikStartExposure(0) != Orvik_OK || !source_.send(frameBytes_)) return false;
+    if (OrvikStartExposure(0) != Orvik_OK) return false;
     Orvik_EXPOSURE_STATUS status = Orvik_EXPSTATE_EXPOSING;
-    const auto end = std::chrono::steady_clock::now() + kTimeout;
-    while (status == Orvik_EXPSTATE_EXPOSING && std::chrono::steady_clock::now() < end) {
-      if (OrvikGetExpStatus(0, &status) != Orvik_OK) return false;
-      std::this_thread::sleep_for(1ms);
+    const auto hasEnded = [&status] {
+      return OrvikGetExpStatus(0, &status) != Orvik_OK || status != Orvik_EXPSTATE_EXPOSING;
+    };
+    return sendUntil(hasEnded) && status == Orvik_EXPSTATE_READY;
+  }
+
+  /// Sends a frame, and another one whenever that has come to nothing: the library begins again if
+  /// this thread is so slow that a read times out.
+  template <class Done>
+  bool sendUntil(Done done) {
+    for (const auto end = std::chrono::steady_clock::now() + kTimeout;
+         std::chrono::steady_clock::now() < end;) {
+      if (!source_.send(frameBytes_)) return false;
+      const auto again = std::chrono::steady_clock::now() + kPatience;
+      while (std::chrono::steady_clock::now() < again) {
+        if (done()) return true;
+        std::this_thread::sleep_for(1ms);
+      }
     }
-    return status == Orvik_EXPSTATE_READY;
+    return false;
   }
 
   /// A thread waits for each frame before it is sent.
@@ -118,7 +133,7 @@ class Camera {
       }
     });
     bool sent = true;
-    for (int n = 0; n < kFrames && sent; ++n) sent = source_.send(frameBytes_);
+    for (int n = 0; n < kFrames && sent; ++n) sent = sendUntil([&] { return fetched > n; });
     caller.join();
     return sent && fetched == kFrames;
   }
@@ -175,9 +190,9 @@ std::size_t residentBytes() {
 std::optional<MemoryUse> libraryMemory(const char* code, MemoryState state) {
   const sim::Model* const model = sim::findModel(code);
   if (model == nullptr) return std::nullopt;
-  const auto host = std::make_shared<PreparedHost>(code);
+  const auto host = std::make_shared<PreparedHost>(code, 1);
   orvik_private_install_host(host);
-  Source source(&host->feed(), *model);
+  Source source(&host->feed(0), *model);
   const auto use = measure(source, *model, state);
   orvik_private_install_host(nullptr);
   return use;

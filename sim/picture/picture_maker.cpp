@@ -53,11 +53,17 @@ PictureMaker::PictureMaker(const Model& model, const CameraOptions& options, std
       sceneKind_(options.sceneKind),
       sceneSeed_(options.seed) {}
 
-void PictureMaker::prepare(const FrameSettings& settings, const Look& look, std::uint64_t number) {
-  series_.reset();  // should memory run out half-way
-  kept_ = {};
+void PictureMaker::prepare() {
   if (hotPixels_.empty()) hotPixels_ = hotPixelsOf(model_->sensor, serial_);
   if (!scene_) scene_ = makeScene(sceneKind_, model_->sensor, sceneSeed_);
+  NoiseTable::run(0, 1);
+}
+
+/// Begins the pictures of other settings.
+void PictureMaker::begin(const FrameSettings& settings, const Look& look, std::uint64_t number) {
+  series_.reset();  // should memory run out half-way
+  kept_ = {};
+  prepare();
   series_ = {settings, look, number};
 }
 
@@ -137,7 +143,7 @@ void PictureMaker::make(const FrameSettings& settings, const Look& look, std::ui
                         const RowRange& rows, std::span<std::uint8_t> bytes) {
   const Look& shown = lookOfScene(look);
   if (!series_ || series_->settings != settings || series_->look != shown) {
-    prepare(settings, shown, number);
+    begin(settings, shown, number);
   }
   const auto columns = static_cast<std::size_t>(settings.columns);
   const std::size_t rowBytes = bytes.size() / static_cast<std::size_t>(rows.count());

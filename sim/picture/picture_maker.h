@@ -31,6 +31,9 @@ class PictureMaker {
   void make(const FrameSettings& settings, const Look& look, std::uint64_t number,
             const RowRange& rows, std::span<std::uint8_t> bytes);
 
+  /// Works out ahead what the first picture will need, whatever its settings.
+  void prepare();
+
   /// Gives back the memory of what is kept.
   void release();
 
@@ -54,7 +57,7 @@ class PictureMaker {
     std::span<const std::int16_t> deviation;
   };
 
-  void prepare(const FrameSettings& settings, const Look& look, std::uint64_t number);
+  void begin(const FrameSettings& settings, const Look& look, std::uint64_t number);
   const Look& lookOfScene(const Look& look);
   SignalRows signalOf(const RowRange& rows, bool keep);
   std::span<const float> lightOn(const Area& part);

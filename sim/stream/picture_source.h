@@ -44,6 +44,9 @@ class PictureSource {
   /// frames, all rows from the first one on. The rest as make().
   Strip makeStrip(const FrameSettings& settings, const Look& look, std::uint64_t number, int row);
 
+  /// Works out ahead what the first frame will need.
+  void prepare() { maker_.prepare(); }
+
   /// Gives back the memory that no one holds.
   void release();
 

@@ -48,6 +48,12 @@ Streamer::Streamer(std::mutex& mutex, const Camera& camera, BulkPipe& pipe,
       pictures_(options, std::move(maker)),
       jitter_(options.seed) {}
 
+void Streamer::prepare() {
+  if (prepared_ != Prepared::kNo) return;
+  prepared_ = Prepared::kAsked;
+  startThread();
+}
+
 void Streamer::advance() {
   if (timed() && wanted()) readRows(clock_->now());
 }
@@ -143,8 +149,12 @@ bool Streamer::wanted() const {
   return !stopped_ && hostPresent_ && state_.mode != RunMode::kStopped;
 }
 
+bool Streamer::hasToPrepare() const {
+  return !stopped_ && hostPresent_ && prepared_ == Prepared::kAsked;
+}
+
 void Streamer::startThread() {
-  if (threadRuns_ || !wanted()) return;
+  if (threadRuns_ || !(wanted() || hasToPrepare())) return;
   // A thread that has cleared threadRuns_ does not take the lock again.
   join();
   try {
@@ -211,6 +221,12 @@ void Streamer::followSettings(Duration now) {
 void Streamer::run() {
   Lock lock(mutex_);
   try {
+    if (hasToPrepare()) {
+      prepared_ = Prepared::kYes;
+      lock.unlock();
+      pictures_.prepare();
+      lock.lock();
+    }
     while (wanted()) {
       poked_ = false;
       while (wanted() && step(lock)) {

@@ -23,8 +23,8 @@
 namespace orvik::sim {
 
 /// Exposes frames as the camera's registers ask for, reads them out row by row, and sends what the
-/// link carries of them. It has a thread while the camera runs and a host has it open, and none
-/// otherwise.
+/// link carries of them. It has a thread while the camera runs and a host has it open, and for a
+/// moment when a host sets it up; none otherwise.
 ///
 /// At real pace a frame's rows come off the board in the last lines of the frame, one a line; in a
 /// long exposure, from the shutter's closing on. They go through the FIFO of the link (LinkFifo),
@@ -47,6 +47,8 @@ class Streamer {
   Streamer& operator=(const Streamer&) = delete;
   ~Streamer() { join(); }
 
+  /// A host is setting the camera up: what its first frame will need is worked out ahead, once.
+  void prepare();
   /// Brings the board up to the present time, before a request may change it.
   void advance();
   /// Reads the camera's state again, after a request that may have changed it.
@@ -99,6 +101,7 @@ class Streamer {
   void waitForWork(Lock& lock);
   [[nodiscard]] std::optional<Duration> nextEvent() const;
   [[nodiscard]] bool wanted() const;
+  [[nodiscard]] bool hasToPrepare() const;
   [[nodiscard]] bool timed() const { return pace_ == Pace::kReal; }
   void startThread();
   void beginExposure(Duration now);
@@ -135,6 +138,7 @@ class Streamer {
   bool hostPresent_ = false;
   bool stopped_ = false;
   bool threadRuns_ = false;
+  enum class Prepared : std::uint8_t { kNo, kAsked, kYes } prepared_ = Prepared::kNo;
   bool poked_ = false;
   std::condition_variable work_;
   std::uint64_t changes_ = 0;    ///< counts the events that make an unfinished picture useless

@@ -74,6 +74,8 @@ bool Device::claim(const Connection& connection, std::uint8_t interface) {
 Device::Result Device::control(const seam::SetupPacket& setup, std::span<std::uint8_t> data) {
   const std::lock_guard order(controlMutex_);
   if (latency_.count() > 0) clock_->sleepFor(latency_);
+  const bool toHost = (setup.requestType & 0x80U) != 0;
+  const bool isVendor = (setup.requestType & 0x60U) == 0x40U;
   Result result;
   {
     Lock lock(mutex_);
@@ -85,10 +87,10 @@ Device::Result Device::control(const seam::SetupPacket& setup, std::span<std::ui
     } else {
       result.status = TransferStatus::kStalled;
     }
+    if (isVendor && !toHost) streamer_.prepare();
     streamer_.update();
   }
   if (observer_) {
-    const bool toHost = (setup.requestType & 0x80U) != 0;
     observer_({setup, toHost ? data.first(result.bytes) : data, result.status});
   }
   return result;
