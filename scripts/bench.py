@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Runs the benchmark programs of a build and tells their results in ratios, or compares two runs.
 
-usage: bench.py run BUILD [--json FILE] [ARGS...]
+usage: bench.py run BUILD [--json FILE] [--vectors NAME] [ARGS...]
        bench.py table FILE.json
        bench.py compare BEFORE.json AFTER.json
        bench.py compare COMMIT COMMIT [--rounds N] [ARGS...]
+       bench.py instructions BUILD [--arm64 BUILD] [VECTORS...]
 
 ARGS go to Google Benchmark, for example --benchmark_filter=demosaic.
 """
@@ -17,6 +18,7 @@ import sys
 from datetime import datetime, timezone
 from pathlib import Path
 
+import bench_instructions
 import bench_report
 import bench_results
 
@@ -60,18 +62,27 @@ def programs_of(build):
     return found
 
 
-def run_programs(build, args, defaults, suffix):
-    """Runs every program of a build. @return the files of the results"""
+def run_programs(build, args, defaults, suffix, vectors=None):
+    """Runs every program of a build.
+
+    @param vectors limits the kernels to these instructions; other programs are left out then
+    @return the files of the results
+    """
     RESULTS.mkdir(exist_ok=True)
     files = []
-    for program in programs_of(build):
+    environment = dict(os.environ)
+    programs = programs_of(build)
+    if vectors:
+        environment["ORVIK_BENCH_VECTORS"] = vectors
+        programs = [each for each in programs if each.name == "orvik_bench_kernels"]
+    for program in programs:
         result = RESULTS / f"{program.name}{suffix}.json"
         result.unlink(missing_ok=True)
         print(f"running {program.name}{suffix}", file=sys.stderr)
         done = subprocess.run([program, *defaults, *args, f"--benchmark_out={result}",
                                "--benchmark_out_format=json"],
                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
-                              check=False)
+                              env=environment, check=False)
         if done.returncode != 0:
             raise Failure(f"{program.name} ended with {done.returncode}: {done.stderr.strip()}")
         # A filter that fits no case of a program leaves an empty file.
@@ -92,7 +103,7 @@ def read(files):
 
 def run(options, args):
     commit = git("describe", "--always", "--dirty", "--abbrev=12")
-    files = run_programs(Path(options.build).resolve(), args, DEFAULTS, "")
+    files = run_programs(Path(options.build).resolve(), args, DEFAULTS, "", options.vectors)
     cases, context, is_good = read(files)
     print(bench_report.report(cases), end="")
     if options.json:
@@ -164,6 +175,16 @@ def compare(options, args):
     return 0
 
 
+def count_instructions(options, args):
+    if args:
+        raise Failure(f"nothing is timed, so nothing can be done with {args[0]}")
+    program, other = (Path(build).resolve() / "bench" / "orvik_instructions" if build else None
+                      for build in (options.build, options.arm64))
+    print(bench_instructions.count(program, options.vectors,
+                                   (["qemu-aarch64"], other) if other else None), end="")
+    return 0
+
+
 def print_table(options, args):
     if args:
         raise Failure(f"nothing is run, so nothing can be done with {args[0]}")
@@ -177,6 +198,12 @@ def parse(argv):
     runner = commands.add_parser("run", help="run the benchmarks of a build")
     runner.add_argument("build")
     runner.add_argument("--json", metavar="FILE", help="also write a compact record")
+    runner.add_argument("--vectors", metavar="NAME",
+                        help="only the kernels, limited to these instructions, as SSE4")
+    counter = commands.add_parser("instructions", help="count those of the kernels")
+    counter.add_argument("build")
+    counter.add_argument("vectors", nargs="*", help="as AVX2; all of this processor by default")
+    counter.add_argument("--arm64", metavar="BUILD", help="also count for 64-bit ARM, in QEMU")
     tabler = commands.add_parser("table", help="a record as a table in Markdown")
     tabler.add_argument("record")
     comparer = commands.add_parser("compare", help="two records, or two commits")
@@ -196,9 +223,10 @@ def parse(argv):
 def main():
     options, args = parse(sys.argv[1:])
     try:
-        commands = {"run": run, "table": print_table, "compare": compare}
+        commands = {"run": run, "table": print_table, "compare": compare,
+                    "instructions": count_instructions}
         return commands[options.command](options, args)
-    except (Failure, bench_results.BadResults, OSError) as error:
+    except (Failure, bench_instructions.Failure, bench_results.BadResults, OSError) as error:
         print(f"bench: {error}", file=sys.stderr)
         return 2
 

@@ -10,6 +10,8 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "algorithm/vectors/portable.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
@@ -17,7 +19,7 @@ namespace {
 using Rows8 = std::span<const std::uint8_t* const>;
 using Rows16 = std::span<const std::uint16_t* const>;
 
-#if HWY_TARGET == HWY_SCALAR
+#if ORVIK_PORTABLE_TARGET
 std::size_t Sum(Rows8, std::uint8_t*, std::size_t) { return 0; }
 std::size_t SumMosaic(Rows8, std::uint8_t*, std::size_t) { return 0; }
 std::size_t Mean(Rows16, std::uint16_t*, std::size_t) { return 0; }

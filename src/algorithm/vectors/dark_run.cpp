@@ -8,11 +8,13 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "algorithm/vectors/portable.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET == HWY_SCALAR
+#if ORVIK_PORTABLE_TARGET
 std::size_t Subtract(std::uint8_t*, std::size_t, std::uint16_t, const std::uint16_t*) { return 0; }
 std::size_t BinRow(const DarkRows&, std::uint16_t*, std::size_t, std::int64_t) { return 0; }
 #else

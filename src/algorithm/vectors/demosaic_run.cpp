@@ -15,13 +15,14 @@
 #include <hwy/highway.h>
 
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/portable.h"
 #include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET == HWY_SCALAR
+#if ORVIK_PORTABLE_TARGET
 // Without vector instructions the caller does the cells one by one.
 bool Demosaic(const CellRun&, std::uint16_t, std::uint16_t) { return false; }
 bool MosaicLuminance(const CellRun&, std::uint16_t, std::uint16_t) { return false; }
@@ -156,7 +157,7 @@ struct ColourSink {
 struct LuminanceSink {
   static constexpr std::ptrdiff_t kBytes = 1;
 
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#if HWY_ARCH_X86
   static HWY_INLINE lum::TwoSamples samplesOf(const ColourPairs& pairs) {
     const auto& [even, odd] = pairs;
     return {lum::packed(even.blue, odd.blue), lum::packed(even.green, odd.green),

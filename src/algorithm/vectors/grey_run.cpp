@@ -8,13 +8,14 @@
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 
+#include "algorithm/vectors/portable.h"
 #include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+#if ORVIK_PORTABLE_TARGET
 std::size_t Grey10(const std::uint16_t*, std::uint8_t*, std::size_t) { return 0; }
 #else
 namespace hn = hwy::HWY_NAMESPACE;

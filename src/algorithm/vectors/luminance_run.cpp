@@ -8,13 +8,14 @@
 
 #include "algorithm/vectors/dense_pixels.inc"
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/portable.h"
 #include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET == HWY_SCALAR
+#if ORVIK_PORTABLE_TARGET
 std::size_t Luminance(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 std::size_t FirstChannel(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 #else

@@ -12,13 +12,14 @@
 
 #include "algorithm/vectors/dense_pixels.inc"
 #include "algorithm/vectors/luminance_lanes.inc"
+#include "algorithm/vectors/portable.h"
 #include "algorithm/vectors/prefetch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET == HWY_SCALAR
+#if ORVIK_PORTABLE_TARGET
 std::size_t Yuv(const std::uint8_t*, std::uint8_t*, std::size_t) { return 0; }
 #else
 
@@ -121,7 +122,7 @@ using Longs = hn::Repartition<std::uint32_t, Words>;
 using Lanes = hn::Vec<Words>;
 
 // The sums of the products of neighbouring 16-bit lanes, signed: one instruction on x86.
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#if HWY_ARCH_X86
 HWY_INLINE __m128i sumsOfPairs(__m128i a, __m128i b) { return _mm_madd_epi16(a, b); }
 #if HWY_TARGET <= HWY_AVX2
 HWY_INLINE __m256i sumsOfPairs(__m256i a, __m256i b) { return _mm256_madd_epi16(a, b); }
@@ -134,7 +135,7 @@ HWY_INLINE __m512i sumsOfPairs(__m512i a, __m512i b) { return _mm512_madd_epi16(
 /// The 32-bit sums of pairs of products, one factor of each product constant.
 HWY_INLINE hn::Vec<Longs> sumOfProducts(Lanes pairs, std::int16_t first, std::int16_t second) {
   const Longs longs;
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#if HWY_ARCH_X86
   const std::uint32_t upper = static_cast<std::uint16_t>(second);
   const auto factors = hn::Set(longs, upper << 16 | static_cast<std::uint16_t>(first));
   return hn::Vec<Longs>{sumsOfPairs(pairs.raw, factors.raw)};
