@@ -146,7 +146,10 @@ class RecordingTest(InOwnFolder):
             if megabytes == 64:
                 self.assertEqual((report["lost"], has_lost), (0, False))
                 self.assertLess(gaps, 0.9)
+                self.assertEqual(report["buffer"]["frames"], 64_000_000 // size)
+                self.assertIn(report["buffer"]["mostUsed"], range(15, count + 1))
             else:
+                self.assertEqual(report["buffer"], {"frames": 2, "mostUsed": 2})
                 self.assertGreater(report["lost"], 5)
                 self.assertTrue(has_lost)
                 self.assertGreater(gaps, 4.5)
