@@ -98,16 +98,6 @@ class Taker {
   std::thread thread_;
 };
 
-int lostFrames(int cameras) {
-  int all = 0;
-  for (int n = 0; n < cameras; ++n) {
-    int frames = 0;
-    OrvikGetDroppedFrames(n, &frames);
-    all += frames;
-  }
-  return all;
-}
-
 void manyCameras(benchmark::State& state, int cameras) {
   constexpr std::chrono::seconds kTime{3};
   PreparedCapture capture(kRaw8, cameras);

@@ -17,6 +17,9 @@
 namespace orvik::bench {
 
 constexpr std::chrono::milliseconds kTimeout{5000};
+/// Long, so that the library waits for more than a second before it gives a transfer up. On a busy
+/// machine the prepared ones come late.
+constexpr int kExposureUs = 500'000;
 
 /// A frame with its marks, ready to be sent.
 inline std::vector<std::uint8_t> preparedFrame(const ImageKind& kind) {
@@ -33,9 +36,11 @@ class PreparedCapture {
     orvik_private_install_host(host_);
     isRunning_ = OrvikGetNumOfConnectedCameras() == cameras;
     for (int n = 0; n < cameras; ++n) {
-      isRunning_ = isRunning_ && OrvikOpenCamera(n) == Orvik_OK &&
-                   OrvikSetROIFormat(n, kWidth, kHeight, 1, kind.type) == Orvik_OK &&
-                   OrvikStartVideoCapture(n) == Orvik_OK;
+      isRunning_ =
+          isRunning_ && OrvikOpenCamera(n) == Orvik_OK &&
+          OrvikSetROIFormat(n, kWidth, kHeight, 1, kind.type) == Orvik_OK &&
+          OrvikSetControlValue(n, Orvik_CTL_EXPOSURE, kExposureUs, Orvik_FALSE) == Orvik_OK &&
+          OrvikStartVideoCapture(n) == Orvik_OK;
     }
   }
   ~PreparedCapture() {
@@ -59,5 +64,16 @@ class PreparedCapture {
   std::shared_ptr<PreparedHost> host_;
   bool isRunning_ = false;
 };
+
+/// Frames that the first cameras have lost since their captures began.
+inline int lostFrames(int cameras) {
+  int all = 0;
+  for (int n = 0; n < cameras; ++n) {
+    int frames = 0;
+    OrvikGetDroppedFrames(n, &frames);
+    all += frames;
+  }
+  return all;
+}
 
 }  // namespace orvik::bench

@@ -17,7 +17,10 @@ namespace {
 
 /// The samples that several steps are applied to in turn: they fit into the nearest cache, together
 /// with their dark.
-constexpr std::size_t kBlockBytes = std::size_t{8} * 1024;
+constexpr std::size_t kBlockBytes = std::size_t{4} * 1024;
+/// What a step does at a time before another one reads all of it, or from which only one reads:
+/// fits into the second cache.
+constexpr std::size_t kStretchBytes = std::size_t{64} * 1024;
 
 template <class Sample>
 Sample* samplesOf(PageBuffer& frame) {
@@ -31,6 +34,15 @@ Sample* samplesOf(PageBuffer& frame) {
 template <class Sample>
 bool isAligned(std::span<const std::uint8_t> image) {
   return reinterpret_cast<std::uintptr_t>(image.data()) % alignof(Sample) == 0;
+}
+
+/// The last index up to `index` at which a cache line begins: vectors that lie across two lines
+/// take twice the time.
+template <class Sample>
+std::size_t alignedStart(const Sample* image, std::size_t index) {
+  constexpr std::size_t kLine = 64 / sizeof(Sample);
+  const std::size_t start = reinterpret_cast<std::uintptr_t>(image) / sizeof(Sample);
+  return index - std::min(index, (start + index) % kLine);
 }
 
 template <class Sample>
@@ -93,11 +105,14 @@ template <class Sample>
 void FrameCorrections::copyRows(const Sample* frame, Sample* image, bool corrects) const {
   const std::size_t samples = format_.samples();
   if (!flips()) {
-    const std::size_t block = corrects ? kBlockBytes / sizeof(Sample) : samples;
-    for (std::size_t first = 0; first < samples; first += block) {
-      const std::size_t count = std::min(block, samples - first);
+    // Backwards: the end of the frame has come last, and may still be in a cache.
+    const std::size_t block = (corrects ? kBlockBytes : kStretchBytes) / sizeof(Sample);
+    for (std::size_t end = samples; end > 0;) {
+      const std::size_t first = alignedStart(image, end - std::min(block, end));
+      const std::size_t count = end - first;
       std::memcpy(image + first, frame + first, count * sizeof(Sample));
       if (corrects) changePixels(image + first, first, count);
+      end = first;
     }
     return;
   }
@@ -118,7 +133,7 @@ template <class Sample>
 void FrameCorrections::binRows(Sample* frame, Sample* image) {
   const int factor = format_.hostBin();
   const std::size_t bytesPerRow = format_.rowBytes() * static_cast<std::size_t>(factor);
-  const auto most = static_cast<int>(8 * kBlockBytes / bytesPerRow) / 2 * 2;
+  const auto most = static_cast<int>(kStretchBytes / bytesPerRow) / 2 * 2;
   const int block = std::max(2, most);
   for (int y = 0; y < format_.height; y += block) {
     const int count = std::min(block, format_.height - y);
@@ -132,7 +147,11 @@ void FrameCorrections::binRows(Sample* frame, Sample* image) {
 void FrameCorrections::correctRows(PageBuffer& frame, int end) {
   if (!isMended_ || flips() || format_.hostBin() > 1) {
     complete(frame);
-  } else if (format_.is16Bits) {
+    return;
+  }
+  if (std::min(end, format_.rows()) <= correctedRows_) return;
+  end += static_cast<int>(kStretchBytes / format_.rowBytes());
+  if (format_.is16Bits) {
     correctPixels(samplesOf<std::uint16_t>(frame), end);
   } else {
     correctPixels(samplesOf<std::uint8_t>(frame), end);
