@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Writes an image of a virtual camera again and again, and tells how long that took.
 //
-//   orvik_write_files MODEL TYPE COUNT OUTPUT [sync]
+//   orvik_write_files MODEL TYPE COUNT OUTPUT [sync] [libpng]
 //
 // TYPE is raw8 or raw16; OUTPUT is a file name as that of `orvikctl video`, whose extension chooses
-// the format. With "sync" the time ends when the disk has the bytes. Prints a line of JSON: bytes
+// the format. With "sync" the time ends when the disk has the bytes; with "libpng" that library
+// writes the files, with zlib at level 1. Prints a line of JSON: bytes
 // of the images and of the files, seconds, processor time, and the longest write of one image.
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -16,12 +17,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "bench/libpng_writer.h"
 #include "imaging/frame_sink.h"
 #include "imaging/image.h"
 #include "orvik/orvik.hpp"
@@ -80,8 +83,13 @@ double sizeOf(const std::vector<std::filesystem::path>& files, bool synced) {
   return size;
 }
 
+struct Options {
+  bool isSynced = false;
+  bool byLibpng = false;
+};
+
 void run(const std::string& model, IMG_TYPE type, int count, const std::string& output,
-         bool synced) {
+         const Options& options) {
   imaging::Image image;
   std::vector<std::uint8_t> pixels;
   takeFrame(model, type, image.info, pixels);
@@ -89,14 +97,20 @@ void run(const std::string& model, IMG_TYPE type, int count, const std::string& 
   const double before = processorSeconds();
   const auto start = Clock::now();
   double longest = 0;
-  const auto sink = imaging::makeSink(output, count, true);
+  constexpr int kZlibLevel = 1;
+  std::unique_ptr<imaging::FrameSink> sink;
+  if (options.byLibpng) {
+    sink = std::make_unique<LibpngWriter>(imaging::NamePattern(output), kZlibLevel);
+  } else {
+    sink = imaging::makeSink(output, count, true);
+  }
   for (int i = 0; i < count; ++i) {
     const auto begun = Clock::now();
     sink->write(image);
     longest = std::max(longest, secondsSince(begun));
   }
   sink->finish();
-  const double size = sizeOf(sink->files(), synced);
+  const double size = sizeOf(sink->files(), options.isSynced);
   std::printf(
       "{\"imageBytes\": %.0f, \"fileBytes\": %.0f, \"seconds\": %.6f, \"processorSeconds\": %.6f, "
       "\"longestWrite\": %.6f}\n",
@@ -109,13 +123,18 @@ void run(const std::string& model, IMG_TYPE type, int count, const std::string& 
 
 int main(int argc, char** argv) {
   if (argc < 5) {
-    std::fputs("usage: orvik_write_files MODEL raw8|raw16 COUNT OUTPUT [sync]\n", stderr);
+    std::fputs("usage: orvik_write_files MODEL raw8|raw16 COUNT OUTPUT [sync] [libpng]\n", stderr);
     return 2;
   }
   try {
+    orvik::bench::Options options;
+    for (int i = 5; i < argc; ++i) {
+      if (std::string_view(argv[i]) == "sync") options.isSynced = true;
+      if (std::string_view(argv[i]) == "libpng") options.byLibpng = true;
+    }
     const bool isWide = std::string_view(argv[2]) == "raw16";
     orvik::bench::run(argv[1], isWide ? Orvik_IMG_RAW16 : Orvik_IMG_RAW8, std::atoi(argv[3]),
-                      argv[4], argc > 5);
+                      argv[4], options);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "orvik_write_files: %s\n", error.what());
     return 1;

@@ -18,6 +18,13 @@ std::vector<std::uint8_t> planesOf(std::span<const std::uint8_t> bgr);
 void takeChannel(std::span<const std::uint8_t> bgr, std::size_t channel,
                  std::span<std::uint8_t> plane);
 
+/// Red, green, blue of each pixel, less those of the pixel to the left, modulo 256: what PNG calls
+/// the filter "Sub".
+///
+/// @param bgr a row of pixels: blue, green, red
+/// @param out as many bytes
+void toColourSteps(std::span<const std::uint8_t> bgr, std::span<std::uint8_t> out);
+
 /// Exchanges blue and red in each pixel.
 void swapBlueAndRed(std::span<std::uint8_t> pixels);
 

@@ -28,6 +28,8 @@ Frame* FramePool::acquire() {
   Frame* frame = free_.back();
   free_.pop_back();
   unused_ = std::min(unused_, free_.size());
+  const std::size_t used = frames_.size() - free_.size();
+  if (used > mostUsed_) mostUsed_.store(used, std::memory_order_relaxed);
   return frame;
 }
 

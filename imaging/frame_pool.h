@@ -37,6 +37,10 @@ class FramePool {
   [[nodiscard]] std::int64_t timesFull() const {
     return timesFull_.load(std::memory_order_relaxed);
   }
+  /// How many frames it can hold.
+  [[nodiscard]] std::size_t size() const { return frames_.size(); }
+  /// How many of them were in use at most: filled, queued or written. Any thread.
+  [[nodiscard]] std::size_t mostUsed() const { return mostUsed_.load(std::memory_order_relaxed); }
   /// Reading side: queues the filled frame.
   void publish(Frame* frame);
   /// Reading side: returns a frame that was not filled.
@@ -62,6 +66,7 @@ class FramePool {
   bool ended_ = false;
   bool closed_ = false;
   std::atomic<std::int64_t> timesFull_ = 0;
+  std::atomic<std::size_t> mostUsed_ = 0;
 };
 
 }  // namespace orvik::imaging

@@ -24,8 +24,9 @@
 namespace orvik::imaging {
 namespace {
 
-// Frames are mostly noise: a prediction filter makes raw frames larger, and more search for
-// repetitions gains little. docs/performance.md compares.
+// Raw frames are mostly noise: a prediction filter makes them larger, and more search for
+// repetitions gains little. In colour images, which are interpolated, a pixel is much like the one
+// to its left. docs/performance.md compares.
 constexpr std::uint32_t kCompressionLevel = 1;
 
 /// The text chunks and the strings that they point to.
@@ -127,6 +128,7 @@ class Rows {
  public:
   explicit Rows(const Image& image)
       : image_(image),
+        type_(imageType(image.info.type)),
         rowBytes_(imageBytes(image.info.width, 1, image.info.type)),
         height_(static_cast<std::size_t>(image.info.height)),
         rowsAtOnce_(std::clamp<std::size_t>(kBlock / (rowBytes_ + 1), 1, height_)),
@@ -163,7 +165,7 @@ class Rows {
     const std::size_t rows = std::min(rowsAtOnce_, height_ - row_);
     std::uint8_t* to = block_.data();
     for (const std::size_t end = row_ + rows; row_ < end; ++row_) {
-      *to++ = PNG_FILTER_VALUE_NONE;
+      *to++ = type_.isColour ? PNG_FILTER_VALUE_SUB : PNG_FILTER_VALUE_NONE;
       copy(image_.pixels.subspan(row_ * rowBytes_, rowBytes_), {to, rowBytes_});
       to += rowBytes_;
     }
@@ -172,17 +174,19 @@ class Rows {
     stream_->end_of_stream = row_ == height_ ? 1 : 0;
   }
 
+  /// Makes a row of the file.
   void copy(std::span<const std::uint8_t> row, std::span<std::uint8_t> to) const {
-    const ImageType type = imageType(image_.info.type);
-    if (type.bitsPerSample == 16) {
+    if (type_.isColour) {
+      toColourSteps(row, to);
+    } else if (type_.bitsPerSample == 16) {
       toBigEndian(row, to);
     } else {
       std::ranges::copy(row, to.begin());
-      if (type.isColour) swapBlueAndRed(to);
     }
   }
 
   const Image& image_;
+  ImageType type_;
   std::size_t rowBytes_;
   std::size_t height_;
   std::size_t rowsAtOnce_;

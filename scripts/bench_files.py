@@ -7,7 +7,7 @@ usage: bench_files.py BUILD [--rounds N] [--megabytes N] [--disk FOLDER] [--memo
 For each folder, a disk (build/bench-files) and a file system in memory (/dev/shm), the cases and
 dd take turns: dd writes as many bytes as the files of the case have, before each of its rounds. A
 ratio is that of one round; above 1 means that ours is faster. "synced" times end when the disk has
-the bytes (dd: conv=fdatasync). Files are removed after each step, outside of the time.
+the bytes (dd: conv=fdatasync). Files are removed after each step, outside of the time. "by libpng": with zlib at level 1, for comparison.
 """
 import argparse
 import json
@@ -32,12 +32,14 @@ class Failure(Exception):
 class Case:
     """Images of one kind, written into files of one kind."""
 
-    def __init__(self, name, model, image_type, pattern, megabytes, is_video=False):
+    def __init__(self, name, model, image_type, pattern, megabytes, *, is_video=False,
+                 is_peer=False):
         self.name = name
         self.model = model
         self.image_type = image_type
         self.pattern = pattern
         self.is_video = is_video
+        self.is_peer = is_peer
         size = LARGE_BYTES if model == "T05C" else SMALL_BYTES
         if image_type == "raw16":
             size *= 2
@@ -55,6 +57,8 @@ def cases_of(megabytes):
         made.append(Case(f"FITS, T05C {kind}", "T05C", kind, "a%03d.fits", megabytes))
     for kind in ("raw8", "raw16"):
         made.append(Case(f"PNG, T05C {kind}", "T05C", kind, "a%03d.png", megabytes / 2))
+        made.append(Case(f"PNG, T05C {kind}, by libpng", "T05C", kind, "a%03d.png", megabytes / 2,
+                         is_peer=True))
     for kind in ("raw8", "raw16"):
         made.append(Case(f"`orvikctl video` to SER, T15C {kind}", "T15C", kind, "a.ser",
                          2 * megabytes, is_video=True))
@@ -91,6 +95,8 @@ def write_ours(build, folder, case, is_synced):
                folder / case.pattern]
     if is_synced:
         command.append("sync")
+    if case.is_peer:
+        command.append("libpng")
     result = json.loads(call(command).stdout)
     clear(folder)
     return result
