@@ -144,6 +144,7 @@ std::size_t ReadFeed::send(std::span<const std::uint8_t> bytes) {
 PreparedHost::PreparedHost(const char* model, int count) {
   sim::CameraOptions options;
   options.pace = sim::Pace::kFree;
+  options.sceneKind = sim::SceneKind::kDark;  // no memory for stars
   for (int n = 0; n < count; ++n) {
     host_.plug(*sim::findModel(model), options);
     feeds_.push_back(std::make_shared<ReadFeed>());

@@ -4,15 +4,10 @@
 #include <algorithm>
 
 namespace orvik::imaging {
-namespace {
 
-/// No camera sends faster, so that in this time no frame is lost.
-constexpr std::size_t kBytesPerMicrosecond = 400;
-
-}  // namespace
-
-FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes)
-    : patience_(frameBytes / kBytesPerMicrosecond) {
+FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes,
+                     std::chrono::microseconds patience)
+    : patience_(patience) {
   constexpr std::size_t kMostFrames = 4096;
   const std::size_t count =
       std::clamp<std::size_t>(memoryBytes / std::max<std::size_t>(frameBytes, 1), 2, kMostFrames);

@@ -17,16 +17,19 @@ namespace orvik::imaging {
 /// A fixed number of frames between the thread that reads the camera and the one that writes files:
 /// a queue of bounded memory. One thread on either side.
 ///
-/// The frame that was released last is filled next, and one without memory is only used if the
-/// writer still needs the others when the camera can have sent the next image. While the writer
-/// keeps up, one frame has memory, and the processor's caches stay warm.
+/// The frame that was released last is filled next, and one that never had memory only if the
+/// writer has not released another one for a while. As long as the writer keeps up, one frame has
+/// memory, and the processor's caches stay warm.
 class FramePool {
  public:
   /// What taking a frame has brought.
   enum class Taken { kFrame, kNothingYet, kEnd };
 
   /// As many frames as fit into `memoryBytes`, two at least.
-  FramePool(std::size_t frameBytes, std::size_t memoryBytes);
+  ///
+  /// @param patience how long acquire() waits for a frame that has had memory
+  FramePool(std::size_t frameBytes, std::size_t memoryBytes,
+            std::chrono::microseconds patience = {});
 
   /// Reading side: a frame to fill, waiting for one if need be; null once the pool is closed.
   Frame* acquire();
@@ -59,7 +62,7 @@ class FramePool {
   std::vector<Frame*> free_;
   std::deque<Frame*> filled_;
   std::size_t unused_;  ///< of the free frames, how many never had memory: the first ones
-  const std::chrono::microseconds patience_;  ///< with a writer, before another frame gets memory
+  const std::chrono::microseconds patience_;
   bool ended_ = false;
   bool closed_ = false;
   std::atomic<std::int64_t> timesFull_ = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "imaging/video_reader.h"
 
+#include <algorithm>
+#include <system_error>
 #include <utility>
 
 #include "imaging/unplugged.h"
@@ -13,13 +15,24 @@ std::size_t frameBytes(const Camera& camera) {
   return imageBytes(format.width, format.height, format.type);
 }
 
+/// How long to wait for memory that is in use: until the next image is due. The library keeps two
+/// images for a reader that is late, so that none is lost by this.
+std::chrono::microseconds patienceFor(const Camera& camera) {
+  constexpr double kMostSeconds = 0.5;
+  std::error_code error;
+  const double rate = camera.readout(error).frameRate;
+  const double seconds = error || rate <= 0 ? 0 : std::min(1 / rate, kMostSeconds);
+  return std::chrono::duration_cast<std::chrono::microseconds>(
+      std::chrono::duration<double>(seconds));
+}
+
 }  // namespace
 
 VideoReader::VideoReader(Camera& camera, const VideoLimits& limits, std::size_t memoryBytes,
                          std::stop_token stop)
     : camera_(camera),
       limits_(limits),
-      pool_(frameBytes(camera), memoryBytes),
+      pool_(frameBytes(camera), memoryBytes, patienceFor(camera)),
       stopWithCaller_(std::move(stop), [this] { stop_.request_stop(); }) {
   video_.emplace(camera_, stop_.get_token());
   begun_ = Clock::now();

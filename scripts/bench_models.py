@@ -8,6 +8,7 @@ Each measurement runs in a process of its own, without stored settings. What is 
 bench/memory_states.h and bench/startup.cpp.
 """
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -110,7 +111,8 @@ def main():
         return 2
     program = Path(sys.argv[2]).resolve() / "bench" / f"orvik_{sys.argv[1]}"
     known = [line[0] for line in run(program, "models") or []]
-    models = sys.argv[3:] or known
+    # Further products of a model differ in their names only.
+    models = sys.argv[3:] or [model for model in known if not re.search(r"_(A|B|SC)$", model)]
     strangers = [model for model in models if model not in known]
     if strangers:
         print(f"bench: no such model: {', '.join(strangers)}; there are {', '.join(known)}",
