@@ -52,6 +52,18 @@ const std::vector<Sample>& skyFrame(std::size_t samples) {
   return frame;
 }
 
+/// A frame of random samples: of 16 bits, the worst case for a table.
+template <typename Sample>
+const std::vector<Sample>& randomFrame(std::size_t samples) {
+  static std::map<std::size_t, std::vector<Sample>> made;
+  std::vector<Sample>& frame = made[samples];
+  if (!frame.empty()) return frame;
+  frame.resize(samples);
+  std::mt19937 generator(7);
+  for (Sample& sample : frame) sample = static_cast<Sample>(generator());
+  return frame;
+}
+
 /// A dark frame with a few steps everywhere and some hot pixels. Made once for each size.
 inline const std::vector<std::uint16_t>& darkFrame(std::size_t pixels) {
   static std::map<std::size_t, std::vector<std::uint16_t>> made;

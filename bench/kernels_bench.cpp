@@ -28,21 +28,11 @@ std::vector<Pixel> negative() {
 }
 
 template <typename Pixel>
-void addGamma(const std::string& name) {
-  addCase(name, kOurs, sizeof(Pixel), [](Size size) {
-    return [size, image = InPlace(skyFrame<Pixel>(size.pixels())),
-            table = negative<Pixel>()]() mutable {
+void addGamma(const std::string& name,
+              const std::vector<Pixel>& (*frame)(std::size_t) = skyFrame<Pixel>) {
+  addCase(name, kOurs, sizeof(Pixel), [frame](Size size) {
+    return [size, image = InPlace(frame(size.pixels())), table = negative<Pixel>()]() mutable {
       CAlgorithm::Gamma(image.data(), table.data(), size.width, size.height);
-    };
-  });
-}
-
-/// The loop that one would write for a 16-bit table.
-void addPlainTable() {
-  addCase("table 16", "plain loop", 2, [](Size size) {
-    return [image = skyFrame<std::uint16_t>(size.pixels()),
-            table = negative<std::uint16_t>()]() mutable {
-      for (std::uint16_t& pixel : image) pixel = table[pixel];
     };
   });
 }
@@ -155,7 +145,7 @@ const bool registered = [] {
   addDark();
   addGamma<std::uint8_t>("table 8");
   addGamma<std::uint16_t>("table 16");
-  addPlainTable();
+  addGamma<std::uint16_t>("table 16, random pixels", randomFrame<std::uint16_t>);
   addFlip<std::uint8_t>("flip 8 horizontal", false, true);
   addFlip<std::uint8_t>("flip 8 vertical", true, false);
   addFlip<std::uint8_t>("flip 8 both", true, true);

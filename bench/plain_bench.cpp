@@ -90,6 +90,16 @@ void copyThreeTimesInPairs(const std::uint8_t* in, std::uint8_t* out, Size size)
   }
 }
 
+void addTable16(const std::string& name, const std::vector<std::uint16_t>& (*frame)(std::size_t)) {
+  addCase(name, kPeer, 2, [frame](Size size) {
+    std::vector<std::uint16_t> table(65536);
+    for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<std::uint16_t>(~i);
+    return [size, image = InPlace(frame(size.pixels())), table]() mutable {
+      lookUp(image.data(), size.pixels(), table.data());
+    };
+  });
+}
+
 const bool registered = [] {
   addCase("demosaic", "copy limit", 1, [](Size size) {
     return [size, &in = skyFrame<std::uint8_t>(size.pixels()),
@@ -109,13 +119,8 @@ const bool registered = [] {
       copyRows(in.data(), out.data(), size, 2, 2);
     };
   });
-  addCase("table 16", kPeer, 2, [](Size size) {
-    std::vector<std::uint16_t> table(65536);
-    for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<std::uint16_t>(~i);
-    return [size, image = InPlace(skyFrame<std::uint16_t>(size.pixels())), table]() mutable {
-      lookUp(image.data(), size.pixels(), table.data());
-    };
-  });
+  addTable16("table 16", skyFrame<std::uint16_t>);
+  addTable16("table 16, random pixels", randomFrame<std::uint16_t>);
   addCase("4:2:2", kPeer, 3, [](Size size) {
     return [size, &bgr = skyFrame<std::uint8_t>(3 * size.pixels()),
             out = Output<std::uint8_t>(2 * size.pixels())]() mutable {

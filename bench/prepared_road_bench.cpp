@@ -52,11 +52,23 @@ void measure(benchmark::State& state, Prepare prepare, Run run) {
   usage.report(state, 1e6 * preparing);
 }
 
-void road(benchmark::State& state, const ImageKind& kind) {
+/// Corrections that all samples of a frame go through.
+struct Corrections {
+  const char* name;
+  int gamma;
+  int flip;
+};
+
+constexpr std::array<Corrections, 4> kCorrections{
+    {{"", 50, 0}, {", gamma", 80, 0}, {", flipped", 50, 3}, {", gamma, flipped", 80, 3}}};
+
+void road(benchmark::State& state, const ImageKind& kind, const Corrections& corrections) {
   const Cores pinned(1);
   const std::vector<std::uint8_t> frame = preparedFrame(kind);
   std::vector<std::uint8_t> image(kind.bytes());
   PreparedCapture capture(kind);
+  OrvikSetControlValue(0, Orvik_CTL_GAMMA, corrections.gamma, Orvik_FALSE);
+  OrvikSetControlValue(0, Orvik_CTL_FLIP, corrections.flip, Orvik_FALSE);
   const auto fill = [&] { return capture.feed().fill(frame, kTimeout); };
   const auto take = [&] { return capture.feed().complete() && PreparedCapture::take(0, image); };
   const auto both = [&] { return fill() && take(); };
@@ -69,7 +81,7 @@ void road(benchmark::State& state, const ImageKind& kind) {
 }
 
 /// One memcpy of as many bytes as the image has, out of one of the frames that take turns.
-void oneCopy(benchmark::State& state, const ImageKind& kind) {
+void oneCopy(benchmark::State& state, const ImageKind& kind, const Corrections&) {
   const Cores pinned(1);
   const std::vector<std::uint8_t> frame(kind.bytes(), 100);
   std::array<std::vector<std::uint8_t>, 3> frames;
@@ -92,13 +104,15 @@ void oneCopy(benchmark::State& state, const ImageKind& kind) {
 
 const bool registered = [] {
   for (const ImageKind& kind : kKinds) {
-    const std::string name = std::string("road prepared ") + kind.name;
-    const auto add = [&](const char* variant, auto run) {
-      benchmark::RegisterBenchmark((name + "/" + variant + "/S").c_str(), run, kind)
-          ->UseManualTime();
-    };
-    add("orvik", road);
-    add("memcpy", oneCopy);
+    for (const Corrections& corrections : kCorrections) {
+      const std::string name = std::string("road prepared ") + kind.name + corrections.name;
+      const auto add = [&](const char* variant, auto run) {
+        benchmark::RegisterBenchmark((name + "/" + variant + "/S").c_str(), run, kind, corrections)
+            ->UseManualTime();
+      };
+      add("orvik", road);
+      add("memcpy", oneCopy);
+    }
   }
   return true;
 }();

@@ -29,7 +29,8 @@ def counter_text(case):
                       ("corePercent", "{:.1f} % of a core for each camera"),
                       ("switchesPerFrame", "{:.1f} switches a frame"),
                       ("lostPerFrame", "{:.2f} frames lost for each"),
-                      ("p99", "99 % below {:.0f} us"), ("worst", "worst {:.0f} us")):
+                      ("p99", "99 % below {:.0f} us"), ("worst", "worst {:.0f} us"),
+                      ("worstWithoutCore", "{:.0f} of them waiting for a core")):
         if key in case.counters:
             shown.append(text.format(case.counters[key]))
     return ", ".join(shown)

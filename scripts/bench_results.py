@@ -14,7 +14,8 @@ OURS, COPY = "orvik", "memcpy"
 REAL_CLOCK = re.compile(
     r"(/iterations:\d+)?(/repeats:\d+)?(/process_time)?/(real_time|manual_time)$")
 COUNTERS = ("bytesPerPixel", "checkedBytes", "switchesPerFrame", "cpuPerFrame",
-            "lostPerFrame", "corePercent", "p99", "worst")
+            "lostPerFrame", "corePercent", "p99", "worst",
+            "worstWithoutCore")
 
 
 class BadResults(Exception):

@@ -141,18 +141,18 @@ class RecordingTest(InOwnFolder):
                 report = json.loads(camera.stdout.read())
             self.assertEqual(len(data), 178 + count * (size + 8))
             ticks = struct.unpack(f"<{count}q", data[-8 * count:])
-            longest = max(after - before for before, after in zip(ticks, ticks[1:])) / 1e7
+            gaps = (ticks[-1] - ticks[0]) / 1e6 - (count - 1)  # in frames of 100 ms
             has_lost = "did not keep up" in " ".join(report["notes"])
             if megabytes == 64:
                 self.assertEqual((report["lost"], has_lost), (0, False))
-                self.assertLess(longest, 0.15)
+                self.assertLess(gaps, 0.9)
                 self.assertEqual(report["buffer"]["frames"], 64_000_000 // size)
                 self.assertIn(report["buffer"]["mostUsed"], range(15, count + 1))
             else:
                 self.assertEqual(report["buffer"], {"frames": 2, "mostUsed": 2})
                 self.assertGreater(report["lost"], 5)
                 self.assertTrue(has_lost)
-                self.assertGreater(longest, 0.5)
+                self.assertGreater(gaps, 4.5)
         grown = memory[64] - memory[2]
         self.assertGreater(grown, 10e6, "frames wait in memory")
         self.assertLess(grown, 64e6)
