@@ -65,6 +65,8 @@ void takeFrame(const std::string& model, IMG_TYPE type, imaging::ImageInfo& info
   snapshot.fetch(frame);
   imaging::describe(info, camera.info(), frame.info());
   pixels.assign(frame.bytes().begin(), frame.bytes().end());
+  camera.close();
+  OrvikSimUnplugAll();  // it must not work beside the writing
 }
 
 /// @return bytes of the files
