@@ -57,30 +57,48 @@ class PreparedPort final : public seam::Port {
 }  // namespace
 
 void ReadFeed::submit(const std::shared_ptr<Read>& read, seam::TransferBuffer buffer) {
-  const std::lock_guard lock(mutex_);
-  read->buffer = std::move(buffer);
-  read->filled = 0;
-  read->inFlight = true;
-  waiting_.push_back(read);
+  {
+    const std::lock_guard lock(mutex_);
+    read->buffer = std::move(buffer);
+    read->filled = 0;
+    read->inFlight = true;
+    waiting_.push_back(read);
+  }
   submitted_.notify_one();
 }
 
 void ReadFeed::cancel(const std::shared_ptr<Read>& read) {
-  const std::lock_guard lock(mutex_);
-  if (!read->inFlight) return;
-  std::erase(waiting_, read);
+  {
+    const std::lock_guard lock(mutex_);
+    if (std::erase(waiting_, read) == 0) return;
+  }
   end(*read, TransferStatus::kCancelled);
 }
 
 bool ReadFeed::wait(Read& read, std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
+  if (timeout <= std::chrono::milliseconds::zero()) return !read.inFlight;
   return read.done.wait_for(lock, timeout, [&read] { return !read.inFlight; });
 }
 
+/// Takes the oldest read out of the list if `isWanted` says so.
+template <class IsWanted>
+std::shared_ptr<ReadFeed::Read> ReadFeed::oldest(IsWanted isWanted) {
+  const std::lock_guard lock(mutex_);
+  if (waiting_.empty() || !isWanted(*waiting_.front())) return nullptr;
+  std::shared_ptr<Read> read = std::move(waiting_.front());
+  waiting_.pop_front();
+  return read;
+}
+
+/// Ends a read that is in the list no more.
 void ReadFeed::end(Read& read, TransferStatus status) {
-  read.status = status;
-  read.inFlight = false;
   read.buffer.owner.reset();
+  {
+    const std::lock_guard lock(mutex_);
+    read.status = status;
+    read.inFlight = false;
+  }
   read.done.notify_all();
 }
 
@@ -90,35 +108,54 @@ bool ReadFeed::hasRoom(std::size_t bytes) const {
   return room >= bytes;
 }
 
-std::optional<ReadFeed::Clock::time_point> ReadFeed::send(std::span<const std::uint8_t> frame,
-                                                          std::chrono::milliseconds timeout) {
+bool ReadFeed::fill(std::span<const std::uint8_t> frame, std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
-  if (!submitted_.wait_for(lock, timeout, [&] { return hasRoom(frame.size()); })) return {};
+  if (!submitted_.wait_for(lock, timeout, [&] { return hasRoom(frame.size()); })) return false;
+  for (const auto& read : waiting_) {
+    if (frame.empty()) break;
+    frame = frame.subspan(fill(*read, frame));
+  }
+  return true;
+}
+
+std::size_t ReadFeed::fill(Read& read, std::span<const std::uint8_t> bytes) {
+  read.filled = std::min(read.buffer.bytes.size(), bytes.size());
+  std::memcpy(read.buffer.bytes.data(), bytes.data(), read.filled);
+  return read.filled;
+}
+
+std::optional<ReadFeed::Clock::time_point> ReadFeed::complete() {
   std::optional<Clock::time_point> last;
-  while (!frame.empty()) {
-    const std::shared_ptr<Read> read = waiting_.front();
-    const std::span<std::uint8_t> room = read->buffer.bytes;
-    const std::size_t count = std::min(room.size(), frame.size());
-    std::memcpy(room.data(), frame.data(), count);
-    frame = frame.subspan(count);
-    waiting_.pop_front();
-    read->filled = count;
+  while (const auto read = oldest([](const Read& each) { return each.filled > 0; })) {
     last = Clock::now();
     end(*read, TransferStatus::kOk);
   }
   return last;
 }
 
-PreparedHost::PreparedHost(const char* model) {
+std::size_t ReadFeed::send(std::span<const std::uint8_t> bytes) {
+  const auto read = oldest([](const Read&) { return true; });
+  if (!read) return 0;
+  const std::size_t filled = fill(*read, bytes);
+  end(*read, TransferStatus::kOk);
+  return filled;
+}
+
+PreparedHost::PreparedHost(const char* model, int count) {
   sim::CameraOptions options;
   options.pace = sim::Pace::kFree;
-  host_.plug(*sim::findModel(model), options);
+  for (int n = 0; n < count; ++n) {
+    host_.plug(*sim::findModel(model), options);
+    feeds_.push_back(std::make_shared<ReadFeed>());
+  }
 }
 
 std::unique_ptr<seam::Port> PreparedHost::open(const seam::DeviceInfo& device) {
+  const std::vector<seam::DeviceInfo> all = host_.devices();
+  const auto place = static_cast<std::size_t>(std::ranges::find(all, device) - all.begin());
   auto port = host_.open(device);
-  if (!port) return nullptr;
-  return std::make_unique<PreparedPort>(std::move(port), feed_);
+  if (!port || place >= feeds_.size()) return nullptr;
+  return std::make_unique<PreparedPort>(std::move(port), feeds_[place]);
 }
 
 }  // namespace orvik::bench

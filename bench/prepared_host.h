@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-/// A USB host whose camera sends a prepared frame when the benchmark says so. Control requests go
+/// A USB host whose cameras send prepared frames when the benchmark says so. Control requests go
 /// to a virtual camera; bulk reads are filled here, so that neither the making of pictures nor the
 /// virtual camera's copying counts in what is measured.
 #pragma once
@@ -21,7 +21,8 @@
 
 namespace orvik::bench {
 
-/// The bulk reads of one camera that wait for data. Any thread.
+/// The bulk reads of one camera that wait for data. Submitting, cancelling and waiting: any thread;
+/// filling and completing: one thread at a time.
 class ReadFeed {
  public:
   using Clock = std::chrono::steady_clock;
@@ -38,14 +39,23 @@ class ReadFeed {
   void cancel(const std::shared_ptr<Read>& read);
   bool wait(Read& read, std::chrono::milliseconds timeout);
 
-  /// Fills the waiting reads with a frame, and completes them in order.
-  /// @return when the last one has completed; none if reads for a whole frame do not come in time
-  std::optional<Clock::time_point> send(std::span<const std::uint8_t> frame,
-                                        std::chrono::milliseconds timeout);
+  /// Waits for reads for a whole frame, and fills them. They remain in flight until complete().
+  /// @return false if they do not come in time
+  bool fill(std::span<const std::uint8_t> frame, std::chrono::milliseconds timeout);
+  /// Completes the reads that have been filled, in order.
+  /// @return when the last one has completed; none if there was none
+  std::optional<Clock::time_point> complete();
+
+  /// Fills the oldest read with the first of these bytes, and completes it.
+  /// @return how many; 0 if there is no read
+  std::size_t send(std::span<const std::uint8_t> bytes);
 
  private:
   [[nodiscard]] bool hasRoom(std::size_t bytes) const;
-  static void end(Read& read, seam::TransferStatus status);
+  static std::size_t fill(Read& read, std::span<const std::uint8_t> bytes);
+  template <class IsWanted>
+  std::shared_ptr<Read> oldest(IsWanted isWanted);
+  void end(Read& read, seam::TransferStatus status);
 
   std::mutex mutex_;
   std::condition_variable submitted_;
@@ -54,10 +64,11 @@ class ReadFeed {
 
 class PreparedHost final : public seam::Host {
  public:
-  /// Plugs in a virtual camera of this model.
-  explicit PreparedHost(const char* model);
+  /// Plugs in virtual cameras of this model.
+  PreparedHost(const char* model, int count);
 
-  [[nodiscard]] ReadFeed& feed() { return *feed_; }
+  /// @param camera from 0, in the order of enumeration
+  [[nodiscard]] ReadFeed& feed(std::size_t camera) { return *feeds_.at(camera); }
 
   std::vector<seam::DeviceInfo> devices() override { return host_.devices(); }
   std::unique_ptr<seam::Port> open(const seam::DeviceInfo& device) override;
@@ -69,7 +80,7 @@ class PreparedHost final : public seam::Host {
 
  private:
   sim::SimHost host_;
-  std::shared_ptr<ReadFeed> feed_ = std::make_shared<ReadFeed>();
+  std::vector<std::shared_ptr<ReadFeed>> feeds_;
 };
 
 }  // namespace orvik::bench

@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 #include <sched.h>
 #include <sys/resource.h>
+#include <time.h>
 
 #include <cstdint>
 
@@ -44,32 +45,53 @@ class Cores {
   bool isSet_ = false;
 };
 
-/// What all threads of the process have used since the object was made, for each frame.
+/// What all threads of the process, or the calling one, have used since the object was made.
 class Usage {
  public:
-  /// Adds the counters switchesPerFrame and cpuPerFrame (microseconds).
-  void report(benchmark::State& state) const {
+  /// @param who RUSAGE_SELF, or RUSAGE_THREAD for the calling thread only
+  explicit Usage(int who = RUSAGE_SELF) : who_(who) {}
+
+  struct Spent {
+    double microseconds = 0;  ///< of processor time
+    double switches = 0;
+  };
+  [[nodiscard]] Spent spent() const {
     const rusage now = take();
+    const auto switches = (now.ru_nvcsw - before_.ru_nvcsw) + (now.ru_nivcsw - before_.ru_nivcsw);
+    return {.microseconds = microseconds(now.ru_utime) - microseconds(before_.ru_utime) +
+                            microseconds(now.ru_stime) - microseconds(before_.ru_stime),
+            .switches = static_cast<double>(switches)};
+  }
+
+  /// Adds the counters switchesPerFrame and cpuPerFrame (microseconds).
+  /// @param preparing processor time that does not count, microseconds
+  void report(benchmark::State& state, double preparing = 0) const {
     const auto frames = static_cast<double>(state.iterations());
     if (frames == 0) return;
-    const auto switches = (now.ru_nvcsw - before_.ru_nvcsw) + (now.ru_nivcsw - before_.ru_nivcsw);
-    const double cpu = microseconds(now.ru_utime) - microseconds(before_.ru_utime) +
-                       microseconds(now.ru_stime) - microseconds(before_.ru_stime);
-    state.counters["switchesPerFrame"] = static_cast<double>(switches) / frames;
-    state.counters["cpuPerFrame"] = cpu / frames;
+    const Spent all = spent();
+    state.counters["switchesPerFrame"] = all.switches / frames;
+    state.counters["cpuPerFrame"] = (all.microseconds - preparing) / frames;
   }
 
  private:
-  static rusage take() {
+  [[nodiscard]] rusage take() const {
     rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+    getrusage(who_, &usage);
     return usage;
   }
   static double microseconds(const timeval& time) {
     return 1e6 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec);
   }
 
+  int who_;
   rusage before_ = take();
 };
+
+/// Processor time of the calling thread, seconds.
+inline double threadSeconds() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
 
 }  // namespace orvik::bench

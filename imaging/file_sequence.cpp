@@ -23,7 +23,8 @@ FileSequence::FileSequence(ImageEncoder encode, NamePattern pattern, std::int64_
 
 void FileSequence::write(const Image& image) {
   const auto name = pattern_.name(first_ + static_cast<std::int64_t>(files_.size()));
-  saveFile(name, encode_(image), overwrite_, fileSystem_);
+  saveFile(
+      name, [&](ByteSink& sink) { encode_(image, sink); }, overwrite_, fileSystem_);
   files_.push_back(name);
 }
 

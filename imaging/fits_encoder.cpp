@@ -3,8 +3,10 @@
 
 #include <fitsio.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -13,35 +15,34 @@
 #include "imaging/colour_order.h"
 #include "imaging/header_text.h"
 #include "imaging/mosaic.h"
+#include "imaging/sample_order.h"
 #include "imaging/time_text.h"
 
 namespace orvik::imaging {
 namespace {
 
-/// A FITS file in memory. The first error sticks and makes every later step do nothing.
-class FitsFile {
+constexpr std::size_t kFitsBlockBytes = 2880;
+
+/// The header of an image, in a FITS file in memory that gets no pixels. The first error sticks and
+/// makes every later step do nothing.
+class FitsHeader {
  public:
-  FitsFile() {
-    // Files are padded to whole blocks of this size, so that the buffer grows by blocks as well.
-    constexpr std::size_t kBlockBytes = 2880;
-    fits_create_memfile(&fits_, &memory_, &capacity_, 16 * kBlockBytes, std::realloc, &status_);
+  FitsHeader() {
+    fits_create_memfile(&fits_, &memory_, &capacity_, 16 * kFitsBlockBytes, std::realloc, &status_);
   }
-  ~FitsFile() {
+  ~FitsHeader() {
     int ignored = 0;
     if (fits_ != nullptr) fits_close_file(fits_, &ignored);
     fits_clear_errmsg();
     std::free(memory_);
   }
-  FitsFile(const FitsFile&) = delete;
-  FitsFile& operator=(const FitsFile&) = delete;
+  FitsHeader(const FitsHeader&) = delete;
+  FitsHeader& operator=(const FitsHeader&) = delete;
 
   void create(int imageType, std::vector<long> axes) {
-    fits_create_img(fits_, imageType, static_cast<int>(axes.size()), axes.data(), &status_);
-  }
-  void pixels(int dataType, const void* data, std::size_t count) {
-    // The library only reads them.
-    fits_write_img(fits_, dataType, 1, static_cast<LONGLONG>(count), const_cast<void*>(data),
-                   &status_);
+    axes_ = std::move(axes);
+    std::vector<long> none(axes_.size());
+    fits_create_img(fits_, imageType, static_cast<int>(none.size()), none.data(), &status_);
   }
   void key(const char* name, const std::string& value, const char* comment) {
     if (value.empty()) return;
@@ -58,31 +59,43 @@ class FitsFile {
     constexpr int kDigits = -12;  // significant digits, as few of them as the value needs
     fits_write_key_dbl(fits_, name, value, kDigits, comment, &status_);
   }
-  /// Completes the file. @return its last image with the header. Throws std::runtime_error if any
-  /// step has failed.
-  std::vector<std::uint8_t> close() {
+  /// Completes the header. @return its bytes. Throws std::runtime_error if any step has failed.
+  std::vector<std::uint8_t> complete() {
     LONGLONG begin = 0;
-    LONGLONG end = 0;
-    fits_flush_file(fits_, &status_);
-    fits_get_hduaddrll(fits_, &begin, nullptr, &end, &status_);
-    fits_close_file(std::exchange(fits_, nullptr), &status_);  // freed even if closing fails
+    LONGLONG data = 0;
+    fits_set_hdustruc(fits_, &status_);  // ends the header
+    fits_get_hduaddrll(fits_, &begin, &data, nullptr, &status_);
+    writeAxes(axes_);
+    fits_flush_buffer(fits_, 0, &status_);
     if (status_ != 0) {
       std::array<char, FLEN_STATUS> text{};
       fits_get_errstatus(status_, text.data());
       throw std::runtime_error(std::string("cannot encode a FITS file: ") + text.data());
     }
     const auto* const bytes = static_cast<const std::uint8_t*>(memory_);
-    return {bytes + begin, bytes + end};
+    std::vector<std::uint8_t> header(bytes + begin, bytes + data);
+    writeAxes(std::vector<long>(axes_.size()));
+    return header;
   }
 
  private:
+  /// The file has its true size for a moment only: closed with it, it would be filled with zeros.
+  void writeAxes(const std::vector<long>& axes) {
+    constexpr const char* kSameComment = "&";
+    for (std::size_t i = 0; i < axes.size(); ++i) {
+      const std::string name = "NAXIS" + std::to_string(i + 1);
+      fits_modify_key_lng(fits_, name.c_str(), axes[i], kSameComment, &status_);
+    }
+  }
+
+  std::vector<long> axes_;
   fitsfile* fits_ = nullptr;
   void* memory_ = nullptr;
   std::size_t capacity_ = 0;
   int status_ = 0;
 };
 
-void writeExposureKeys(FitsFile& fits, const ImageInfo& info) {
+void writeExposureKeys(FitsHeader& fits, const ImageInfo& info) {
   using Seconds = std::chrono::duration<double>;
   fits.key("INSTRUME", info.instrument, "camera");
   fits.key("DATE-OBS", utcText(info.start), "start of exposure, UTC");
@@ -98,7 +111,7 @@ void writeExposureKeys(FitsFile& fits, const ImageInfo& info) {
   }
 }
 
-void writeGeometryKeys(FitsFile& fits, const ImageInfo& info) {
+void writeGeometryKeys(FitsHeader& fits, const ImageInfo& info) {
   const double binned = info.pixelSizeUm * info.bin;
   fits.key("XBINNING", info.bin, "horizontal bin factor");
   fits.key("YBINNING", info.bin, "vertical bin factor");
@@ -117,7 +130,7 @@ void writeGeometryKeys(FitsFile& fits, const ImageInfo& info) {
 }
 
 /// What was done to the samples since the sensor's converter.
-void writeProcessingKeys(FitsFile& fits, const ImageInfo& info) {
+void writeProcessingKeys(FitsHeader& fits, const ImageInfo& info) {
   const Processing& done = info.processing;
   if (done.gamma) fits.key("GAMMA", *done.gamma, "gamma of the samples, 50 is linear");
   if (done.whiteBalanceRed) fits.key("WB_RED", *done.whiteBalanceRed, "gain of red, 50 is neutral");
@@ -134,7 +147,7 @@ void writeProcessingKeys(FitsFile& fits, const ImageInfo& info) {
   }
 }
 
-void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
+void writeNameKeys(FitsHeader& fits, const ImageInfo& info) {
   fits.key("IMAGETYP", info.frameKind, "kind of frame");
   fits.key("FILTER", info.filter, "filter in front of the sensor");
   fits.key("OBJECT", info.object, "what was observed");
@@ -143,23 +156,49 @@ void writeNameKeys(FitsFile& fits, const ImageInfo& info) {
   fits.key("SWCREATE", info.software, "program that wrote this file");
 }
 
-void writePixels(FitsFile& fits, const Image& image) {
-  const ImageType type = imageType(image.info.type);
-  if (type.isColour) {
-    const std::vector<std::uint8_t> planes = planesOf(image.pixels);
-    fits.pixels(TBYTE, planes.data(), planes.size());
-  } else if (type.bitsPerSample == 16) {
-    fits.pixels(TUSHORT, image.pixels.data(), image.pixels.size() / 2);
-  } else {
-    fits.pixels(TBYTE, image.pixels.data(), image.pixels.size());
+/// Writes pixels in blocks that stay in the processor's cache between the change of their order and
+/// the system's copy.
+///
+/// @param bytes of all that is written
+/// @param fill makes a block: called with its offset and its memory
+template <typename Fill>
+void writeBlocks(ByteSink& sink, std::size_t bytes, Fill fill) {
+  constexpr std::size_t kBlock = std::size_t{192} << 10;
+  std::vector<std::uint8_t> memory(std::min(bytes, kBlock));
+  for (std::size_t at = 0; at < bytes; at += kBlock) {
+    const auto block = std::span(memory).first(std::min(bytes - at, kBlock));
+    fill(at, block);
+    sink.write(block);
   }
 }
 
-std::vector<std::uint8_t> encode(const Image& image, bool isExtension) {
+void writePixels(const Image& image, ByteSink& sink) {
+  const ImageType type = imageType(image.info.type);
+  const auto pixels = image.pixels;
+  if (type.isColour) {
+    for (const std::size_t channel : {2U, 1U, 0U}) {  // planes red, green, blue
+      writeBlocks(sink, pixels.size() / 3, [&](std::size_t at, std::span<std::uint8_t> block) {
+        takeChannel(pixels.subspan(3 * at), channel, block);
+      });
+    }
+  } else if (type.bitsPerSample == 16) {
+    writeBlocks(sink, pixels.size(), [&](std::size_t at, std::span<std::uint8_t> block) {
+      toSignedBigEndian(pixels.subspan(at, block.size()), block);
+    });
+  } else {
+    sink.write(pixels);
+  }
+  // Data end with a whole block of the file.
+  constexpr std::array<std::uint8_t, kFitsBlockBytes> kZeros{};
+  const std::size_t over = pixels.size() % kFitsBlockBytes;
+  if (over != 0) sink.write(std::span(kZeros).first(kFitsBlockBytes - over));
+}
+
+void encode(const Image& image, bool isExtension, ByteSink& sink) {
   requireWhole(image);
   const ImageInfo& info = image.info;
   const ImageType type = imageType(info.type);
-  FitsFile fits;
+  FitsHeader fits;
   std::vector<long> axes = {info.width, info.height};
   if (type.isColour) axes.push_back(3);
   if (isExtension) fits.create(BYTE_IMG, {});  // what it is an extension of
@@ -168,14 +207,14 @@ std::vector<std::uint8_t> encode(const Image& image, bool isExtension) {
   writeGeometryKeys(fits, info);
   writeProcessingKeys(fits, info);
   writeNameKeys(fits, info);
-  writePixels(fits, image);
-  return fits.close();
+  sink.write(fits.complete());
+  writePixels(image, sink);
 }
 
 }  // namespace
 
-std::vector<std::uint8_t> encodeFits(const Image& image) { return encode(image, false); }
+void encodeFits(const Image& image, ByteSink& sink) { encode(image, false, sink); }
 
-std::vector<std::uint8_t> encodeFitsExtension(const Image& image) { return encode(image, true); }
+void encodeFitsExtension(const Image& image, ByteSink& sink) { encode(image, true, sink); }
 
 }  // namespace orvik::imaging

@@ -4,22 +4,37 @@
 #include <algorithm>
 
 namespace orvik::imaging {
+namespace {
 
-FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes) {
+/// No camera sends faster, so that in this time no frame is lost.
+constexpr std::size_t kBytesPerMicrosecond = 400;
+
+}  // namespace
+
+FramePool::FramePool(std::size_t frameBytes, std::size_t memoryBytes)
+    : patience_(frameBytes / kBytesPerMicrosecond) {
   constexpr std::size_t kMostFrames = 4096;
   const std::size_t count =
       std::clamp<std::size_t>(memoryBytes / std::max<std::size_t>(frameBytes, 1), 2, kMostFrames);
   frames_.resize(count);
   for (Frame& frame : frames_) free_.push_back(&frame);
+  unused_ = count;
 }
 
 Frame* FramePool::acquire() {
   std::unique_lock lock(mutex_);
+  const auto hasUsed = [this] { return free_.size() > unused_; };
+  if (!hasUsed() && unused_ > 0 && unused_ < frames_.size()) {
+    changed_.wait_for(lock, patience_, [&] { return closed_ || hasUsed(); });
+  }
   if (free_.empty()) timesFull_.fetch_add(1, std::memory_order_relaxed);
   changed_.wait(lock, [this] { return closed_ || !free_.empty(); });
   if (closed_) return nullptr;
   Frame* frame = free_.back();
   free_.pop_back();
+  unused_ = std::min(unused_, free_.size());
+  const std::size_t used = frames_.size() - free_.size();
+  if (used > mostUsed_) mostUsed_.store(used, std::memory_order_relaxed);
   return frame;
 }
 

@@ -17,8 +17,9 @@ namespace orvik::imaging {
 /// A fixed number of frames between the thread that reads the camera and the one that writes files:
 /// a queue of bounded memory. One thread on either side.
 ///
-/// The frame that was released last is filled next, so that while the writer keeps up only a few
-/// frames ever get memory and the processor's caches stay warm.
+/// The frame that was released last is filled next, and one without memory is only used if the
+/// writer still needs the others when the camera can have sent the next image. While the writer
+/// keeps up, one frame has memory, and the processor's caches stay warm.
 class FramePool {
  public:
   /// What taking a frame has brought.
@@ -33,6 +34,10 @@ class FramePool {
   [[nodiscard]] std::int64_t timesFull() const {
     return timesFull_.load(std::memory_order_relaxed);
   }
+  /// How many frames it can hold.
+  [[nodiscard]] std::size_t size() const { return frames_.size(); }
+  /// How many of them were in use at most: filled, queued or written. Any thread.
+  [[nodiscard]] std::size_t mostUsed() const { return mostUsed_.load(std::memory_order_relaxed); }
   /// Reading side: queues the filled frame.
   void publish(Frame* frame);
   /// Reading side: returns a frame that was not filled.
@@ -53,9 +58,12 @@ class FramePool {
   std::condition_variable changed_;
   std::vector<Frame*> free_;
   std::deque<Frame*> filled_;
+  std::size_t unused_;  ///< of the free frames, how many never had memory: the first ones
+  const std::chrono::microseconds patience_;  ///< with a writer, before another frame gets memory
   bool ended_ = false;
   bool closed_ = false;
   std::atomic<std::int64_t> timesFull_ = 0;
+  std::atomic<std::size_t> mostUsed_ = 0;
 };
 
 }  // namespace orvik::imaging

@@ -1,23 +1,33 @@
 // SPDX-License-Identifier: MIT
 #include "imaging/png_encoder.h"
 
+#include <isa-l/igzip_lib.h>
 #include <png.h>
 
+#include <algorithm>
+#include <array>
 #include <csetjmp>
+#include <cstring>
+#include <exception>
+#include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "imaging/colour_order.h"
 #include "imaging/mosaic.h"
+#include "imaging/sample_order.h"
 #include "imaging/time_text.h"
 
 namespace orvik::imaging {
 namespace {
 
-// Frames are mostly noise. On 16-bit noise, 1304 x 976 pixels, level 6 took about twenty
-// times as long as level 1 for 2 % less, and a prediction filter only made the file larger.
-constexpr int kCompressionLevel = 1;
+// Raw frames are mostly noise: a prediction filter makes them larger, and more search for
+// repetitions gains little. In colour images, which are interpolated, a pixel is much like the one
+// to its left. docs/performance.md compares.
+constexpr std::uint32_t kCompressionLevel = 1;
 
 /// The text chunks and the strings that they point to.
 class Texts {
@@ -93,61 +103,149 @@ class Encoder {
   png_infop info_ = nullptr;
 };
 
-using Bytes = std::vector<std::uint8_t>;
+/// Where the encoded bytes go. No exception may pass through libpng, which is written in C: it
+/// waits here.
+struct Target {
+  ByteSink& sink;
+  std::exception_ptr fault;
+};
 
-/// Receives the encoded bytes. No exception may leave it: libpng is written in C.
 void append(png_structp png, png_bytep data, std::size_t size) {
-  bool fits = true;
+  auto& target = *static_cast<Target*>(png_get_io_ptr(png));
   try {
-    auto& bytes = *static_cast<Bytes*>(png_get_io_ptr(png));
-    bytes.insert(bytes.end(), data, data + size);
-  } catch (const std::exception&) {
-    fits = false;
+    target.sink.write({data, size});
+  } catch (...) {
+    target.fault = std::current_exception();
   }
-  if (!fits) png_error(png, "out of memory");
+  if (target.fault) png_error(png, "the bytes cannot be written");
 }
 
 void flush(png_structp /*png*/) {}
 
-/// Encodes an image; false when libpng gave up.
+/// The stream of compressed rows. Rows are gathered into blocks, which the compressor takes at
+/// once.
+class Rows {
+ public:
+  explicit Rows(const Image& image)
+      : image_(image),
+        type_(imageType(image.info.type)),
+        rowBytes_(imageBytes(image.info.width, 1, image.info.type)),
+        height_(static_cast<std::size_t>(image.info.height)),
+        rowsAtOnce_(std::clamp<std::size_t>(kBlock / (rowBytes_ + 1), 1, height_)),
+        block_(rowsAtOnce_ * (rowBytes_ + 1)),
+        level_(ISAL_DEF_LVL1_DEFAULT),
+        out_(kBlock),
+        stream_(std::make_unique<isal_zstream>()) {
+    isal_deflate_init(stream_.get());
+    stream_->level = kCompressionLevel;
+    stream_->level_buf = level_.data();
+    stream_->level_buf_size = static_cast<std::uint32_t>(level_.size());
+    stream_->gzip_flag = IGZIP_ZLIB;
+    stream_->hist_bits = kWindowBits;
+  }
+
+  /// @return the next piece of the stream; empty at its end
+  std::span<const std::uint8_t> next() {
+    stream_->next_out = out_.data();
+    stream_->avail_out = static_cast<std::uint32_t>(out_.size());
+    while (stream_->avail_out > 0 && stream_->internal_state.state != ZSTATE_END) {
+      if (stream_->avail_in == 0 && row_ < height_) gather();
+      // It fails only if the stream is used wrongly.
+      if (isal_deflate(stream_.get()) != COMP_OK) throw std::logic_error("cannot compress");
+    }
+    return std::span(out_).first(out_.size() - stream_->avail_out);
+  }
+
+ private:
+  static constexpr std::size_t kBlock = std::size_t{128} << 10;
+  static constexpr std::uint16_t kWindowBits = 15;
+
+  /// Makes the next block of rows.
+  void gather() {
+    const std::size_t rows = std::min(rowsAtOnce_, height_ - row_);
+    std::uint8_t* to = block_.data();
+    for (const std::size_t end = row_ + rows; row_ < end; ++row_) {
+      *to++ = type_.isColour ? PNG_FILTER_VALUE_SUB : PNG_FILTER_VALUE_NONE;
+      copy(image_.pixels.subspan(row_ * rowBytes_, rowBytes_), {to, rowBytes_});
+      to += rowBytes_;
+    }
+    stream_->next_in = block_.data();
+    stream_->avail_in = static_cast<std::uint32_t>(rows * (rowBytes_ + 1));
+    stream_->end_of_stream = row_ == height_ ? 1 : 0;
+  }
+
+  /// Makes a row of the file.
+  void copy(std::span<const std::uint8_t> row, std::span<std::uint8_t> to) const {
+    if (type_.isColour) {
+      toColourSteps(row, to);
+    } else if (type_.bitsPerSample == 16) {
+      toBigEndian(row, to);
+    } else {
+      std::ranges::copy(row, to.begin());
+    }
+  }
+
+  const Image& image_;
+  ImageType type_;
+  std::size_t rowBytes_;
+  std::size_t height_;
+  std::size_t rowsAtOnce_;
+  std::size_t row_ = 0;
+  std::vector<std::uint8_t> block_;
+  std::vector<std::uint8_t> level_;  // memory of the compressor
+  std::vector<std::uint8_t> out_;
+  std::unique_ptr<isal_zstream> stream_;
+};
+
+/// Calls a function that uses libpng; false when libpng gave up.
 ///
-/// libpng reports errors by a long jump back into this function, so that nothing in it may need a
-/// destructor.
-bool encode(const Encoder& encoder, const Image& image, const std::vector<png_text>& texts,
-            Bytes& bytes) {
+/// libpng reports errors by a long jump back into this function, so that nothing in it and in what
+/// it calls may need a destructor.
+template <typename Function>
+bool attempt(png_structp png, Function function) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  function();
+  return true;
+}
+
+void writeHeader(const Encoder& encoder, const ImageInfo& image,
+                 const std::vector<png_text>& texts) {
   png_structp png = encoder.png();
   png_infop info = encoder.info();
-  if (setjmp(png_jmpbuf(png)) != 0) return false;
-  png_set_write_fn(png, &bytes, append, flush);
-  const ImageType type = imageType(image.info.type);
-  const bool wide = type.bitsPerSample == 16;
-  png_set_IHDR(png, info, static_cast<png_uint_32>(image.info.width),
-               static_cast<png_uint_32>(image.info.height), type.bitsPerSample,
+  const ImageType type = imageType(image.type);
+  png_set_IHDR(png, info, static_cast<png_uint_32>(image.width),
+               static_cast<png_uint_32>(image.height), type.bitsPerSample,
                type.isColour ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_text(png, info, texts.data(), static_cast<int>(texts.size()));
-  png_set_compression_level(png, kCompressionLevel);
-  png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
   png_write_info(png, info);
-  if (wide) png_set_swap(png);
-  if (type.isColour) png_set_bgr(png);
-  const std::size_t rowBytes = imageBytes(image.info.width, 1, image.info.type);
-  for (int row = 0; row < image.info.height; ++row) {
-    png_write_row(png, image.pixels.data() + static_cast<std::size_t>(row) * rowBytes);
-  }
-  png_write_end(png, nullptr);
-  return true;
+}
+
+void writeChunk(png_structp png, const char* name, std::span<const std::uint8_t> bytes) {
+  std::array<png_byte, 4> type{};
+  std::memcpy(type.data(), name, type.size());
+  png_write_chunk(png, type.data(), bytes.data(), bytes.size());
 }
 
 }  // namespace
 
-Bytes encodePng(const Image& image) {
+void encodePng(const Image& image, ByteSink& sink) {
   requireWhole(image);
   const Encoder encoder;
+  png_structp png = encoder.png();
   const Texts texts(image.info);
-  Bytes bytes;
-  if (!encode(encoder, image, texts.chunks(), bytes)) throw std::bad_alloc();
-  return bytes;
+  Rows rows(image);
+  Target target{sink, {}};
+  const auto require = [&](bool isDone) {
+    if (target.fault) std::rethrow_exception(target.fault);
+    if (!isDone) throw std::bad_alloc();
+  };
+  png_set_write_fn(png, &target, append, flush);
+  require(attempt(png, [&] { writeHeader(encoder, image.info, texts.chunks()); }));
+  for (auto piece = rows.next(); !piece.empty(); piece = rows.next()) {
+    require(attempt(png, [&] { writeChunk(png, "IDAT", piece); }));
+  }
+  require(attempt(png, [&] { writeChunk(png, "IEND", {}); }));
 }
 
 }  // namespace orvik::imaging

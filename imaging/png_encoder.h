@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
+#include "imaging/byte_sink.h"
 #include "imaging/image.h"
 
 namespace orvik::imaging {
@@ -12,6 +10,9 @@ namespace orvik::imaging {
 ///
 /// The file also names the program, the camera, the exposure and, for a raw colour image, the order
 /// of the mosaic.
-std::vector<std::uint8_t> encodePng(const Image& image);
+///
+/// @throws std::invalid_argument unless the pixels are as many as the size says; what the sink
+/// throws
+void encodePng(const Image& image, ByteSink& sink);
 
 }  // namespace orvik::imaging

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "imaging/errors.h"
 
@@ -22,16 +23,38 @@ bool isTaken(const fs::path& file) {
   return fs::exists(fs::symlink_status(file, ignored));
 }
 
-/// Creates a file with these contents. @return 0 or an errno
-int writeTemporary(const fs::path& file, std::span<const std::uint8_t> bytes, bool synced,
-                   FileSystem& files) {
-  const int descriptor = files.open(file, FileSystem::Open::kEmptied);
-  if (descriptor < 0) return errno;
-  int error = files.write(descriptor, 0, bytes);
-  if (error == 0 && synced) error = files.sync(descriptor);
-  const int closeError = files.close(descriptor);
-  return error != 0 ? error : closeError;
-}
+/// A file that is written from its beginning to its end. Errors are told of the name that it is to
+/// get.
+class NewFile {
+ public:
+  NewFile(const fs::path& file, const fs::path& target, FileSystem& files)
+      : target_(target), files_(files), descriptor_(files.open(file, FileSystem::Open::kEmptied)) {
+    if (descriptor_ < 0) failWrite(target_, errno);
+  }
+  ~NewFile() {
+    if (descriptor_ >= 0) files_.close(descriptor_);
+  }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+
+  [[nodiscard]] std::uint64_t size() const { return size_; }
+  void write(std::span<const std::uint8_t> bytes) {
+    require(files_.write(descriptor_, size_, bytes));
+    size_ += bytes.size();
+  }
+  void sync() { require(files_.sync(descriptor_)); }
+  void close() { require(files_.close(std::exchange(descriptor_, -1))); }
+
+ private:
+  void require(int error) const {
+    if (error != 0) failWrite(target_, error);
+  }
+
+  const fs::path& target_;
+  FileSystem& files_;
+  int descriptor_;
+  std::uint64_t size_ = 0;
+};
 
 /// @return 0 or an errno
 int rename(const fs::path& from, const fs::path& to, bool overwrite, FileSystem& files) {
@@ -60,28 +83,43 @@ class Remover {
   const fs::path& file_;
 };
 
-void save(const fs::path& file, std::span<const std::uint8_t> bytes, bool overwrite, bool synced,
-          FileSystem& files) {
+/// @return bytes of the file
+std::uint64_t save(const fs::path& file, const FileContents& write, bool overwrite, bool synced,
+                   FileSystem& files) {
   fs::path temporary = file;
   temporary += ".part-" + std::to_string(getpid());
   const Remover remover(temporary);
-  int error = writeTemporary(temporary, bytes, synced, files);
-  if (error == 0) error = rename(temporary, file, overwrite, files);
-  if (error != 0) failWrite(file, error);
+  NewFile fresh(temporary, file, files);
+  GatheringSink sink([&](std::span<const std::uint8_t> bytes) { fresh.write(bytes); });
+  write(sink);
+  sink.flush();
+  if (synced) fresh.sync();
+  fresh.close();
+  if (const int error = rename(temporary, file, overwrite, files)) failWrite(file, error);
+  return fresh.size();
+}
+
+FileContents contentsOf(std::span<const std::uint8_t> bytes) {
+  return [bytes](ByteSink& sink) { sink.write(bytes); };
 }
 
 }  // namespace
 
 void saveFile(const fs::path& file, std::span<const std::uint8_t> bytes, bool overwrite,
               FileSystem& files) {
+  saveFile(file, contentsOf(bytes), overwrite, files);
+}
+
+std::uint64_t saveFile(const fs::path& file, const FileContents& write, bool overwrite,
+                       FileSystem& files) {
   refuseExisting(file, overwrite);
   // A new file loses nothing that was there before, and a fast series must not wait for the disk.
-  save(file, bytes, overwrite, isTaken(file), files);
+  return save(file, write, overwrite, isTaken(file), files);
 }
 
 void saveFileUnsynced(const fs::path& file, std::span<const std::uint8_t> bytes,
                       FileSystem& files) {
-  save(file, bytes, true, false, files);
+  save(file, contentsOf(bytes), true, false, files);
 }
 
 void refuseExisting(const fs::path& file, bool overwrite) {

@@ -3,13 +3,18 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "imaging/byte_sink.h"
 #include "imaging/file_system.h"
 
 namespace orvik::imaging {
+
+/// Makes the contents of a file.
+using FileContents = std::function<void(ByteSink&)>;
 
 /// Writes a file, which appears under its name only when it is complete.
 ///
@@ -22,6 +27,13 @@ namespace orvik::imaging {
 ///         the temporary file is then removed, and an existing file is as it was
 void saveFile(const std::filesystem::path& file, std::span<const std::uint8_t> bytes,
               bool overwrite, FileSystem& files = FileSystem::system());
+
+/// The same with contents that are made while they are written.
+///
+/// @return bytes of the file
+/// @throws also what `write` throws
+std::uint64_t saveFile(const std::filesystem::path& file, const FileContents& write, bool overwrite,
+                       FileSystem& files = FileSystem::system());
 
 /// Replaces a file, or creates it, without waiting for the disk: after a loss of power it may be
 /// empty. For small files that are written again and again. @throws FileError

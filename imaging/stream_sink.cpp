@@ -31,11 +31,11 @@ void StreamSink::write(const Image& image) {
   isBroken_ = true;
   switch (format_) {
     case OutputFormat::kFits:
-      pipe_.write(first_ ? encodeFitsExtension(image) : encodeFits(image));
+      write(first_ ? encodeFitsExtension : encodeFits, image);
       first_ = image.info;
       break;
     case OutputFormat::kPng:
-      pipe_.write(encodePng(image));
+      write(encodePng, image);
       break;
     case OutputFormat::kSer:
     case OutputFormat::kRaw:
@@ -46,6 +46,12 @@ void StreamSink::write(const Image& image) {
       break;
   }
   isBroken_ = false;
+}
+
+void StreamSink::write(ImageEncoder encode, const Image& image) {
+  GatheringSink sink([this](std::span<const std::uint8_t> bytes) { pipe_.write(bytes); });
+  encode(image, sink);
+  sink.flush();
 }
 
 void StreamSink::begin(const ImageInfo& first) {

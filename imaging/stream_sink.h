@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "imaging/frame_sink.h"
+#include "imaging/image_encoder.h"
 #include "imaging/output.h"
 #include "imaging/pipe_writer.h"
 
@@ -29,6 +30,7 @@ class StreamSink final : public FrameSink {
   [[nodiscard]] std::vector<std::filesystem::path> files() const override { return {}; }
 
  private:
+  void write(ImageEncoder encode, const Image& image);
   void begin(const ImageInfo& first);
 
   PipeWriter pipe_;

@@ -26,8 +26,11 @@ def counter_text(case):
     """Counters of roads and latencies; those of kernels serve the report itself."""
     shown = []
     for key, text in (("cpuPerFrame", "{:.0f} us of all cores a frame"),
+                      ("corePercent", "{:.1f} % of a core for each camera"),
                       ("switchesPerFrame", "{:.1f} switches a frame"),
-                      ("p99", "99 % below {:.0f} us"), ("worst", "worst {:.0f} us")):
+                      ("lostPerFrame", "{:.2f} frames lost for each"),
+                      ("p99", "99 % below {:.0f} us"), ("worst", "worst {:.0f} us"),
+                      ("worstWithoutCore", "{:.0f} of them waiting for a core")):
         if key in case.counters:
             shown.append(text.format(case.counters[key]))
     return ", ".join(shown)

@@ -13,7 +13,9 @@ OURS, COPY = "orvik", "memcpy"
 # What Google Benchmark appends to the names of cases that do not use the thread's processor time.
 REAL_CLOCK = re.compile(
     r"(/iterations:\d+)?(/repeats:\d+)?(/process_time)?/(real_time|manual_time)$")
-COUNTERS = ("bytesPerPixel", "checkedBytes", "switchesPerFrame", "cpuPerFrame", "p99", "worst")
+COUNTERS = ("bytesPerPixel", "checkedBytes", "switchesPerFrame", "cpuPerFrame",
+            "lostPerFrame", "corePercent", "p99", "worst",
+            "worstWithoutCore")
 
 
 class BadResults(Exception):

@@ -148,7 +148,7 @@ void makePictures(benchmark::State& state) {
   Bytes frame(settings.bytes());
   std::uint64_t number = 0;
   for (auto _ : state) {
-    maker.make(settings, {}, number++, frame);
+    maker.make(settings, {}, number++, {0, kRows}, frame);
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(state.iterations() * kColumns * kRows);
@@ -176,11 +176,11 @@ void makeMovingPictures(benchmark::State& state) {
   sim::Look look;
   if (state.range(2) != 0) look.airSigma = 1.5;
   std::uint64_t number = 0;
-  maker.make(settings, look, number++, frame);
+  maker.make(settings, look, number++, {0, height}, frame);
   for (auto _ : state) {
     look.places.front().offset = {0.03 * static_cast<double>(number),
                                   0.01 * static_cast<double>(number)};
-    maker.make(settings, look, number++, frame);
+    maker.make(settings, look, number++, {0, height}, frame);
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(state.iterations() * width * height);

@@ -62,8 +62,9 @@ ORVIK_API Orvik_ERROR_CODE OrvikResetSettings(int index);
 ORVIK_API Orvik_ERROR_CODE OrvikForgetSettings(int index);
 
 /**
- * Returns where the settings of real cameras are stored, and what would prevent this user from
- * writing them. Writes nothing, so a full disk is not detected.
+ * Returns where the settings of cameras are stored, and what would prevent this user from writing
+ * them. While the program uses virtual cameras, it is the place of theirs. Writes nothing, so a
+ * full disk is not detected.
  *
  * @retval Orvik_ERROR_ARGUMENT `place` is null
  * @par Thread: any thread. Needs no camera.

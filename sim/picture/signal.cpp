@@ -137,24 +137,34 @@ void storeRow(const Row& sums, int bin, bool ideal, std::span<std::int16_t> mean
 
 }  // namespace
 
+Area pixelsOf(const FrameSettings& settings, bool mosaic, const RowRange& rows) {
+  const Area& area = settings.area;
+  // Samples of a mosaic are made in pairs of rows, which share a group of rows of pixels.
+  const int group = mosaic && settings.bin > 1 ? 2 : 1;
+  const int first = rows.begin / group * group * settings.bin;
+  const int end = (rows.end + group - 1) / group * group * settings.bin;
+  return {area.x, area.y + first, area.width, std::min(end, area.height) - first};
+}
+
 void computeSignal(const FrameSettings& settings, const SensorCondition& condition, bool mosaic,
-                   std::span<const float> flux, Signal& signal) {
+                   const RowRange& rows, std::span<const float> flux, Signal& signal) {
   const Conversion conversion(settings, condition);
   const auto columns = static_cast<std::size_t>(settings.columns);
-  const auto rows = static_cast<std::size_t>(settings.rows);
+  const auto count = static_cast<std::size_t>(rows.count());
   const auto width = static_cast<std::size_t>(settings.area.width);
+  const int lit = pixelsOf(settings, mosaic, rows).y - settings.area.y;
   const int step = mosaic && settings.bin > 1 ? 2 : 1;
-  signal.mean.resize(columns * rows);
-  signal.deviation.resize(columns * rows);
+  signal.mean.resize(columns * count);
+  signal.deviation.resize(columns * count);
 
   std::vector<float> electrons(width);
   Row pixels(width);
   Row sums(columns);
-  for (std::size_t y = 0; y < rows; ++y) {
+  for (std::size_t y = 0; y < count; ++y) {
     sums.clear();
     for (int n = 0; n < settings.bin; ++n) {
-      const int row = firstPixel(static_cast<int>(y), settings.bin, mosaic) + n * step;
-      fillElectrons(flux.subspan(static_cast<std::size_t>(row) * width, width), conversion,
+      const int row = firstPixel(rows.begin + static_cast<int>(y), settings.bin, mosaic) + n * step;
+      fillElectrons(flux.subspan(static_cast<std::size_t>(row - lit) * width, width), conversion,
                     electrons);
       addHotPixels(condition, conversion, settings.area, row, electrons);
       convertPixels(electrons, conversion, pixels);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -85,6 +86,30 @@ void paint(const SensorFormat& sensor, const Area& area, std::span<float> flux, 
     for (int x = area.x; x < area.x + area.width; ++x) {
       flux[n++] = behind(sensor.filterAt(x, y), lightAt(x, y)) * vignette(sensor, x, y);
     }
+  }
+}
+
+/// Fills in the flux of an area on which the same light falls everywhere.
+inline void paintEvenly(const SensorFormat& sensor, const Area& area, std::span<float> flux,
+                        const Light& light) {
+  const auto width = static_cast<std::size_t>(area.width);
+  std::vector<float> squares(width);  // of the distances from the middle column
+  std::array<std::vector<float>, 2> arriving = {std::vector<float>(width),
+                                                std::vector<float>(width)};
+  for (std::size_t n = 0; n < width; ++n) {
+    const int x = area.x + static_cast<int>(n);
+    const float dx = 2 * static_cast<float>(x) / static_cast<float>(sensor.width) - 1;
+    squares[n] = dx * dx;
+    for (int row = 0; row < 2; ++row) {
+      arriving.at(static_cast<std::size_t>(row))[n] = behind(sensor.filterAt(x, row), light);
+    }
+  }
+  for (int y = area.y; y < area.bottom(); ++y) {
+    const std::span<float> row = flux.subspan(static_cast<std::size_t>(y - area.y) * width, width);
+    const std::vector<float>& here = arriving.at(static_cast<std::size_t>(y) % 2);
+    const float dy = 2 * static_cast<float>(y) / static_cast<float>(sensor.height) - 1;
+    const float square = dy * dy;
+    for (std::size_t n = 0; n < width; ++n) row[n] = here[n] * (1 - 0.125F * (squares[n] + square));
   }
 }
 

@@ -15,8 +15,9 @@ class Grey final : public Scene {
  public:
   void illuminate(const SensorFormat& sensor, const Area& area,
                   std::span<float> flux) const override {
-    paint(sensor, area, flux, [](int, int) { return Light{kWhite, kWhite, kWhite}; });
+    paintEvenly(sensor, area, flux, {kWhite, kWhite, kWhite});
   }
+  [[nodiscard]] bool isCheap() const override { return true; }
 };
 
 /// The closed lid.
@@ -25,6 +26,7 @@ class Dark final : public Scene {
   void illuminate(const SensorFormat&, const Area&, std::span<float> flux) const override {
     std::ranges::fill(flux, 0.0F);
   }
+  [[nodiscard]] bool isCheap() const override { return true; }
 };
 
 /// From black at the left to white at the right, reddish above and bluish below.
@@ -39,6 +41,7 @@ class Gradient final : public Scene {
       return Light{level * (1 - 0.5F * down), level * 0.75F, level * (0.5F + 0.5F * down)};
     });
   }
+  [[nodiscard]] bool isCheap() const override { return true; }
 };
 
 }  // namespace

@@ -37,6 +37,11 @@ class Scene {
   virtual void illuminate(const SensorFormat& sensor, const Area& area,
                           std::span<float> flux) const = 0;
 
+  /// Whether light, of its view too, is so cheap to work out that this may be done in bands of a
+  /// few rows, and again whenever the settings change. Other light is worked out for a whole area
+  /// at once, and kept.
+  [[nodiscard]] virtual bool isCheap() const { return false; }
+
   /// @return a view, which the scene must outlive; null for a scene that looks the same wherever
   /// the telescope points.
   [[nodiscard]] virtual std::unique_ptr<SkyView> view(const SensorFormat&) const { return nullptr; }
@@ -44,7 +49,8 @@ class Scene {
 
 enum class SceneKind : std::uint8_t { kStars, kMoon, kPlanet, kGrey, kDark, kGradient };
 
+/// @param sensor that the scene is for
 /// @param seed decides where stars, craters and clouds are; the same seed gives the same scene
-std::unique_ptr<Scene> makeScene(SceneKind kind, std::uint64_t seed);
+std::unique_ptr<Scene> makeScene(SceneKind kind, const SensorFormat& sensor, std::uint64_t seed);
 
 }  // namespace orvik::sim

@@ -3,10 +3,10 @@
 
 namespace orvik::sim {
 
-std::unique_ptr<Scene> makeScene(SceneKind kind, std::uint64_t seed) {
+std::unique_ptr<Scene> makeScene(SceneKind kind, const SensorFormat& sensor, std::uint64_t seed) {
   switch (kind) {
     case SceneKind::kStars:
-      return makeStars(seed);
+      return makeStars(sensor, seed);
     case SceneKind::kMoon:
       return makeMoon(seed);
     case SceneKind::kPlanet:

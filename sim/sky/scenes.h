@@ -9,7 +9,7 @@
 namespace orvik::sim {
 
 /// The scenes, each with what its seed decides.
-std::unique_ptr<Scene> makeStars(std::uint64_t seed);
+std::unique_ptr<Scene> makeStars(const SensorFormat& sensor, std::uint64_t seed);
 std::unique_ptr<Scene> makeMoon(std::uint64_t seed);
 std::unique_ptr<Scene> makePlanet(std::uint64_t seed);
 std::unique_ptr<Scene> makeGrey();

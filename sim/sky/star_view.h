@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "sim/sky/scene.h"
 #include "sim/sky/star_field.h"
 #include "sim/sky/star_profile.h"
+#include "sim/sky/star_rows.h"
 
 namespace orvik::sim {
 
@@ -23,9 +25,18 @@ class StarView final : public SkyView {
   void illuminate(const Area& area, const Look& look, std::span<float> flux) override;
 
  private:
-  void paintGlow(const Area& area);
-  void addFields(const Area& area, const Place& place, std::span<float> flux);
-  void addStar(const Star& star, float x, float y, const Area& area, std::span<float> flux) const;
+  /// A star where the telescope shows it.
+  struct PlacedStar {
+    Light light;
+    float x = 0;
+    float y = 0;
+    float reach = 0;
+  };
+
+  void placeStars(const Look& look);
+  void placeFields(const Place& place);
+  void addStar(const PlacedStar& star, const Area& area, const Area& part,
+               std::span<float> flux) const;
   const std::vector<Star>& starsOf(const StarField& field);
 
   SensorFormat sensor_;
@@ -35,8 +46,9 @@ class StarView final : public SkyView {
   StarProfile profile_;
   double airSigma_ = 0;  ///< of the profile
   double discRadius_ = 0;
-  Area glowArea_;
-  std::vector<float> glow_;
+  std::optional<Look> placedFor_;
+  std::vector<PlacedStar> placed_;
+  StarRows rows_;
 };
 
 }  // namespace orvik::sim

@@ -15,8 +15,18 @@
 
 namespace orvik::sim {
 
-/// Makes the frames of one camera with their marks, in memory that is reused when no one holds the
-/// frame any more. One thread at a time.
+/// Rows of a frame, with the marks that lie in them.
+struct Strip {
+  std::shared_ptr<const Picture> picture;  ///< null if the frame is dropped
+  RowRange rows;
+
+  [[nodiscard]] bool holds(int row) const {
+    return picture != nullptr && row >= rows.begin && row < rows.end;
+  }
+};
+
+/// Makes the frames of one camera with their marks, whole or in strips, in memory that is reused
+/// when no one holds it any more. One thread at a time.
 class PictureSource {
  public:
   PictureSource(const CameraOptions& options, PictureMaker maker)
@@ -28,6 +38,17 @@ class PictureSource {
   /// @return null for a frame that the filter has dropped. Throws std::bad_alloc.
   std::shared_ptr<const Picture> make(const FrameSettings& settings, const Look& look,
                                       std::uint64_t number, bool repeated);
+
+  /// The next rows of a frame, from `row` on: about four megabytes, so that a large frame is never
+  /// in memory as a whole, and a small one is made at once. With a filter, which needs whole
+  /// frames, all rows from the first one on. The rest as make().
+  Strip makeStrip(const FrameSettings& settings, const Look& look, std::uint64_t number, int row);
+
+  /// Works out ahead what the first frame will need.
+  void prepare() { maker_.prepare(); }
+
+  /// Gives back the memory that no one holds.
+  void release();
 
  private:
   /// The pictures that are repeated.
@@ -42,6 +63,8 @@ class PictureSource {
   std::shared_ptr<Picture> memory();
   std::shared_ptr<Picture> fromRing(const FrameSettings& settings, const Look& look,
                                     std::uint64_t number);
+  void makeWhole(const FrameSettings& settings, const Look& look, std::uint64_t number,
+                 Picture& picture);
 
   const FrameFilter filter_;
   PictureMaker maker_;

@@ -48,6 +48,12 @@ Streamer::Streamer(std::mutex& mutex, const Camera& camera, BulkPipe& pipe,
       pictures_(options, std::move(maker)),
       jitter_(options.seed) {}
 
+void Streamer::prepare() {
+  if (prepared_ != Prepared::kNo) return;
+  prepared_ = Prepared::kAsked;
+  startThread();
+}
+
 void Streamer::advance() {
   if (timed() && wanted()) readRows(clock_->now());
 }
@@ -74,6 +80,12 @@ void Streamer::update() {
 
 void Streamer::wake() {
   poked_ = true;
+  work_.notify_one();
+}
+
+void Streamer::wake(Lock& lock) {
+  poked_ = true;
+  lock.unlock();
   work_.notify_one();
 }
 
@@ -111,6 +123,10 @@ void Streamer::setHostPresent(bool present) {
     exposing_.reset();
     reading_.reset();
     link_.rest();
+    if (!threadRuns_) {
+      join();
+      pictures_.release();
+    }
   }
   beginExposure(clock_->now());
   startThread();
@@ -133,8 +149,12 @@ bool Streamer::wanted() const {
   return !stopped_ && hostPresent_ && state_.mode != RunMode::kStopped;
 }
 
+bool Streamer::hasToPrepare() const {
+  return !stopped_ && hostPresent_ && prepared_ == Prepared::kAsked;
+}
+
 void Streamer::startThread() {
-  if (threadRuns_ || !wanted()) return;
+  if (threadRuns_ || !(wanted() || hasToPrepare())) return;
   // A thread that has cleared threadRuns_ does not take the lock again.
   join();
   try {
@@ -192,7 +212,7 @@ void Streamer::followSettings(Duration now) {
     ++changes_;
     reading_->settings = settings;
     reading_->rows.change(settings, now);
-    reading_->picture.reset();
+    reading_->strip = {};
     link_.use(settings);
     if (reading_->rows.done()) endReadout();
   }
@@ -201,6 +221,12 @@ void Streamer::followSettings(Duration now) {
 void Streamer::run() {
   Lock lock(mutex_);
   try {
+    if (hasToPrepare()) {
+      prepared_ = Prepared::kYes;
+      lock.unlock();
+      pictures_.prepare();
+      lock.lock();
+    }
     while (wanted()) {
       poked_ = false;
       while (wanted() && step(lock)) {
@@ -211,6 +237,7 @@ void Streamer::run() {
     // No memory for a picture: the camera sends nothing until the next request.
     if (!lock.owns_lock()) lock.lock();
   }
+  if (!hostPresent_) pictures_.release();
   threadRuns_ = false;
 }
 
@@ -256,13 +283,13 @@ bool Streamer::step(Lock& lock) {
   if (readRows(now)) return true;
   link_.drain(boardTime(now));
   if (send(lock)) return true;
-  return reading_ ? makePicture(lock) : beginReadout(now);
+  return reading_ ? makeStrip(lock) : beginReadout(now);
 }
 
 /// The time until which it is known what the board has sent: earlier than now if the thread is
 /// late.
 Duration Streamer::boardTime(Duration now) const {
-  if (reading_ && !reading_->lost && !reading_->picture) {
+  if (reading_ && !reading_->hasNext()) {
     return std::min(now, reading_->rows.endOf(reading_->rows.row() - 1));
   }
   if (exposing_ && state_.mode == RunMode::kFreeRunning) {
@@ -321,7 +348,10 @@ bool Streamer::developAtOnce(Lock& lock) {
   if (lost) return true;
   const bool repeated = state_.mode == RunMode::kFreeRunning;
   const std::uint64_t changes = changes_;
-  std::shared_ptr<const Picture> picture = develop(lock, *settings, exposed, number, repeated);
+  const Look look = camera_.look(exposed.begins, exposed.ends);
+  lock.unlock();
+  std::shared_ptr<const Picture> picture = pictures_.make(*settings, look, number, repeated);
+  lock.lock();
   if (picture && changes == changes_) {
     outbox_.add(picture, 0, picture->size());
     outbox_.endRun();
@@ -341,54 +371,53 @@ bool Streamer::beginReadout(Duration now) {
                      .number = nextFrame_++,
                      .exposed = {begins - settings.exposure, begins},
                      .rows = RowClock(settings, begins),
-                     .picture = nullptr,
+                     .strip = {},
                      .lost = hostIsLate()};
   exposure.reset();
   return true;
 }
 
-bool Streamer::makePicture(Lock& lock) {
-  if (reading_->lost || reading_->picture) return false;
-  // By value: the registers may be written while the picture is made without the lock.
+/// Makes the rows that come next, without the lock.
+bool Streamer::makeStrip(Lock& lock) {
+  if (reading_->hasNext()) return false;
+  // By value: the registers may be written while the rows are made.
   const FrameSettings settings = reading_->settings;
   const std::uint64_t number = reading_->number;
+  const int row = reading_->rows.row();
   const std::uint64_t changes = changes_;
-  std::shared_ptr<const Picture> picture =
-      develop(lock, settings, reading_->exposed, number, false);
-  if (changes != changes_) return true;
-  reading_->lost = picture == nullptr;
-  reading_->picture = std::move(picture);
-  return true;
-}
-
-/// Makes a picture without the lock.
-std::shared_ptr<const Picture> Streamer::develop(Lock& lock, const FrameSettings& settings,
-                                                 const Window& exposed, std::uint64_t number,
-                                                 bool repeated) {
-  const Look look = camera_.look(exposed.begins, exposed.ends);
+  const Look look = camera_.look(reading_->exposed.begins, reading_->exposed.ends);
   lock.unlock();
-  std::shared_ptr<const Picture> picture = pictures_.make(settings, look, number, repeated);
+  Strip strip = pictures_.makeStrip(settings, look, number, row);
   lock.lock();
-  return picture;
+  if (changes != changes_) return true;
+  reading_->lost = strip.picture == nullptr;
+  reading_->strip = std::move(strip);
+  return true;
 }
 
 /// Takes the rows that have come by `now` off the board. @return whether there were any.
 bool Streamer::readRows(Duration now) {
-  if (!reading_ || (!reading_->lost && !reading_->picture)) return false;
+  if (!reading_ || !reading_->hasNext()) return false;
   RowClock& rows = reading_->rows;
+  const Strip& strip = reading_->strip;
   const int most = std::max(1, static_cast<int>(kRowsBytes / rows.rowBytes()));
   const int before = rows.row();
-  for (int due = rows.due(now, most); due > 0; due = rows.due(now, most)) {
+  const auto due = [&] {
+    const int made = reading_->lost ? most : strip.rows.end - rows.row();
+    return rows.due(now, std::min(most, made));
+  };
+  for (int count = due(); count > 0; count = due()) {
     const auto bytesTo = [&](int row) {
-      return std::min(static_cast<std::size_t>(row) * rows.rowBytes(), reading_->picture->size());
+      return std::min(static_cast<std::size_t>(row - strip.rows.begin) * rows.rowBytes(),
+                      strip.picture->size());
     };
     const int first = rows.row();
-    rows.pass(due);
+    rows.pass(count);
     if (reading_->lost) continue;
     const std::size_t begin = bytesTo(first);
-    const std::size_t end = rows.done() ? reading_->picture->size() : bytesTo(rows.row());
+    const std::size_t end = rows.done() ? strip.picture->size() : bytesTo(rows.row());
     const std::size_t kept = link_.put(end - begin, rows.endOf(rows.row() - 1));
-    outbox_.add(reading_->picture, begin, begin + kept);
+    outbox_.add(strip.picture, begin, begin + kept);
   }
   const bool any = rows.row() > before;
   if (rows.done()) endReadout();  // `rows` is gone after this

@@ -23,8 +23,8 @@
 namespace orvik::sim {
 
 /// Exposes frames as the camera's registers ask for, reads them out row by row, and sends what the
-/// link carries of them. It has a thread while the camera runs and a host has it open, and none
-/// otherwise.
+/// link carries of them. It has a thread while the camera runs and a host has it open, and for a
+/// moment when a host sets it up; none otherwise.
 ///
 /// At real pace a frame's rows come off the board in the last lines of the frame, one a line; in a
 /// long exposure, from the shutter's closing on. They go through the FIFO of the link (LinkFifo),
@@ -47,12 +47,14 @@ class Streamer {
   Streamer& operator=(const Streamer&) = delete;
   ~Streamer() { join(); }
 
+  /// A host is setting the camera up: what its first frame will need is worked out ahead, once.
+  void prepare();
   /// Brings the board up to the present time, before a request may change it.
   void advance();
   /// Reads the camera's state again, after a request that may have changed it.
   void update();
-  /// Looks for work again, after a transfer has been submitted.
-  void wake();
+  /// Looks for work again, after a transfer has been submitted. Releases the lock.
+  void wake(BulkPipe::Lock& lock);
   /// The halt of the pipe has been cleared.
   void pipeCleared();
   /// While no host has the camera open, nothing is exposed.
@@ -87,14 +89,19 @@ class Streamer {
     std::uint64_t number = 0;
     Window exposed;
     RowClock rows;
-    std::shared_ptr<const Picture> picture;  ///< null while it is to be made
-    bool lost = false;                       ///< its rows take their time, but are not sent
+    Strip strip;        ///< of the rows that have been made, the last ones
+    bool lost = false;  ///< its rows take their time, but are not sent
+
+    /// Whether its next row can leave the board.
+    [[nodiscard]] bool hasNext() const { return lost || strip.holds(rows.row()); }
   };
 
+  void wake();
   void run();
   void waitForWork(Lock& lock);
   [[nodiscard]] std::optional<Duration> nextEvent() const;
   [[nodiscard]] bool wanted() const;
+  [[nodiscard]] bool hasToPrepare() const;
   [[nodiscard]] bool timed() const { return pace_ == Pace::kReal; }
   void startThread();
   void beginExposure(Duration now);
@@ -108,10 +115,7 @@ class Streamer {
   bool send(Lock& lock);
   bool developAtOnce(Lock& lock);
   bool beginReadout(Duration now);
-  bool makePicture(Lock& lock);
-  std::shared_ptr<const Picture> develop(Lock& lock, const FrameSettings& settings,
-                                         const Window& exposed, std::uint64_t number,
-                                         bool repeated);
+  bool makeStrip(Lock& lock);
   bool readRows(Duration now);
   void endReadout();
 
@@ -134,6 +138,7 @@ class Streamer {
   bool hostPresent_ = false;
   bool stopped_ = false;
   bool threadRuns_ = false;
+  enum class Prepared : std::uint8_t { kNo, kAsked, kYes } prepared_ = Prepared::kNo;
   bool poked_ = false;
   std::condition_variable work_;
   std::uint64_t changes_ = 0;    ///< counts the events that make an unfinished picture useless

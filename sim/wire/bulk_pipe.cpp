@@ -66,7 +66,10 @@ void BulkPipe::finish(Lock& lock, const Request& request, TransferStatus status)
   lock.lock();
   request->status = status;
   request->inFlight = false;
+  // A thread that is woken while the lock is held would only wait again, for the lock.
+  lock.unlock();
   request->done.notify_all();
+  lock.lock();
 }
 
 /// The rest of the present packet is lost.

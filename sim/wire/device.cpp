@@ -74,6 +74,8 @@ bool Device::claim(const Connection& connection, std::uint8_t interface) {
 Device::Result Device::control(const seam::SetupPacket& setup, std::span<std::uint8_t> data) {
   const std::lock_guard order(controlMutex_);
   if (latency_.count() > 0) clock_->sleepFor(latency_);
+  const bool toHost = (setup.requestType & 0x80U) != 0;
+  const bool isVendor = (setup.requestType & 0x60U) == 0x40U;
   Result result;
   {
     Lock lock(mutex_);
@@ -85,10 +87,10 @@ Device::Result Device::control(const seam::SetupPacket& setup, std::span<std::ui
     } else {
       result.status = TransferStatus::kStalled;
     }
+    if (isVendor && !toHost) streamer_.prepare();
     streamer_.update();
   }
   if (observer_) {
-    const bool toHost = (setup.requestType & 0x80U) != 0;
     observer_({setup, toHost ? data.first(result.bytes) : data, result.status});
   }
   return result;
@@ -107,7 +109,7 @@ TransferStatus Device::submitBulk(const std::shared_ptr<Connection>& connection,
   request->owner = std::move(buffer.owner);
   request->connection = connection;
   pipe_.submit(lock, request);
-  streamer_.wake();
+  streamer_.wake(lock);
   return TransferStatus::kOk;
 }
 
@@ -118,8 +120,10 @@ void Device::cancelBulk(const BulkPipe::Request& request) {
 
 bool Device::waitBulk(const BulkPipe::Request& request, std::chrono::milliseconds limit) {
   Lock lock(mutex_);
-  const auto bounded = std::clamp(limit, std::chrono::milliseconds::zero(), kLongestWait);
-  return request->done.wait_for(lock, bounded, [&] { return !request->inFlight; });
+  // A wait until now would put the thread to sleep, and set a timer to wake it.
+  if (limit <= std::chrono::milliseconds::zero()) return !request->inFlight;
+  return request->done.wait_for(lock, std::min(limit, kLongestWait),
+                                [&] { return !request->inFlight; });
 }
 
 Device::Result Device::resultOf(const BulkPipe::Request& request) {

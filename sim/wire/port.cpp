@@ -2,7 +2,6 @@
 #include "sim/wire/port.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -88,14 +87,9 @@ class SimPort final : public seam::Port {
     return std::make_unique<SimBulkTransfer>(connection_, endpoint);
   }
 
-  std::shared_ptr<std::uint8_t[]> allocateDeviceMemory(std::size_t bytes) override {
-    constexpr std::size_t kPage = 4096;
-    if (bytes == 0 || bytes > std::numeric_limits<std::size_t>::max() - kPage) return nullptr;
-    const std::size_t rounded = (bytes + kPage - 1) / kPage * kPage;
-    auto* memory = static_cast<std::uint8_t*>(std::aligned_alloc(kPage, rounded));
-    if (memory == nullptr) return nullptr;
-    return {memory, [](std::uint8_t* block) { std::free(block); }};
-  }
+  /// None: the camera's copy into a transfer stands for that of a kernel, and memory of its own
+  /// would add a copy that no system needs.
+  std::shared_ptr<std::uint8_t[]> allocateDeviceMemory(std::size_t) override { return nullptr; }
 
   TransferStatus clearHalt(std::uint8_t endpoint) override {
     return device().clearHalt(*connection_, endpoint);

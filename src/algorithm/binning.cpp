@@ -83,8 +83,9 @@ std::size_t inside(std::size_t at, std::size_t size) { return at < size ? at : (
 template <typename Layout, typename Rule, typename Bin, typename Sample>
 class Binner {
  public:
-  Binner(Sample* image, std::size_t width, std::size_t height, Bin bin)
-      : image_(image),
+  Binner(const Sample* frame, Sample* image, std::size_t width, std::size_t height, Bin bin)
+      : frame_(frame),
+        image_(image),
         width_(width),
         height_(height),
         bin_(bin),
@@ -107,7 +108,7 @@ class Binner {
   std::size_t binInVectors(std::size_t row) {
     if (bin_ > kMostRows) return 0;
     std::array<const Sample*, kMostRows> rows;
-    for (std::size_t j = 0; j < bin_; ++j) rows[j] = image_ + sourceRow(row, j) * rowLength_;
+    for (std::size_t j = 0; j < bin_; ++j) rows[j] = frame_ + sourceRow(row, j) * rowLength_;
     const std::size_t columns = width_ / Layout::kStep * Layout::kStep;
     return Rule::binRun(Layout(), std::span<const Sample* const>(rows.data(), bin_),
                         image_ + row * width_, columns);
@@ -122,12 +123,12 @@ class Binner {
   using Sums = std::array<std::uint32_t, kChunk>;
 
   /// Collects the sums in a separate array, so that the compiler sees that no store changes a
-  /// sample that is still to be added. None does: no sample lies before its own result, so the
-  /// samples of later results lie behind the earlier results.
+  /// sample that is still to be added. In place, none does: no sample lies before its own result,
+  /// so the samples of later results lie behind the earlier results.
   void binChunk(std::size_t row, std::size_t x, std::size_t count) {
     Sums sums{};
     for (std::size_t j = 0; j < bin_; ++j) {
-      addRow(image_ + sourceRow(row, j) * rowLength_, x, count, sums);
+      addRow(frame_ + sourceRow(row, j) * rowLength_, x, count, sums);
     }
     Sample* const out = image_ + row * width_ + x;
     for (std::size_t i = 0; i < count; ++i)
@@ -164,6 +165,7 @@ class Binner {
     return static_cast<std::uint32_t>(std::size_t{bin_});
   }
 
+  const Sample* frame_;
   Sample* image_;
   std::size_t width_;
   std::size_t height_;
@@ -176,10 +178,10 @@ template <std::size_t kBin>
 using ConstantBin = std::integral_constant<std::size_t, kBin>;
 
 template <typename Layout, typename Rule, typename Sample>
-void binFrame(Sample* image, int width, int height, int bin) {
+void binFrame(const Sample* frame, Sample* image, int width, int height, int bin) {
   if (bin < 2 || width < 1 || height < 1) return;
   const auto run = [&](auto factor) {
-    Binner<Layout, Rule, decltype(factor), Sample>(image, static_cast<std::size_t>(width),
+    Binner<Layout, Rule, decltype(factor), Sample>(frame, image, static_cast<std::size_t>(width),
                                                    static_cast<std::size_t>(height), factor)
         .run();
   };
@@ -197,20 +199,24 @@ void binFrame(Sample* image, int width, int height, int bin) {
 
 }  // namespace
 
-void binMono(std::uint8_t* image, int width, int height, int bin) noexcept {
-  binFrame<EverySample, SaturatingSum>(image, width, height, bin);
+void binMono(const std::uint8_t* frame, std::uint8_t* image, int width, int height,
+             int bin) noexcept {
+  binFrame<EverySample, SaturatingSum>(frame, image, width, height, bin);
 }
 
-void binMono(std::uint16_t* image, int width, int height, int bin) noexcept {
-  binFrame<EverySample, MeanOfSum>(image, width, height, bin);
+void binMono(const std::uint16_t* frame, std::uint16_t* image, int width, int height,
+             int bin) noexcept {
+  binFrame<EverySample, MeanOfSum>(frame, image, width, height, bin);
 }
 
-void binMosaic(std::uint8_t* image, int width, int height, int bin) noexcept {
-  binFrame<SameColour, SaturatingSum>(image, width, height, bin);
+void binMosaic(const std::uint8_t* frame, std::uint8_t* image, int width, int height,
+               int bin) noexcept {
+  binFrame<SameColour, SaturatingSum>(frame, image, width, height, bin);
 }
 
-void binMosaic(std::uint16_t* image, int width, int height, int bin) noexcept {
-  binFrame<SameColour, SumOfQuotients>(image, width, height, bin);
+void binMosaic(const std::uint16_t* frame, std::uint16_t* image, int width, int height,
+               int bin) noexcept {
+  binFrame<SameColour, SumOfQuotients>(frame, image, width, height, bin);
 }
 
 }  // namespace orvik

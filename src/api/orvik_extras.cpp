@@ -9,6 +9,7 @@
 #include "firmware/camera_firmware.h"
 #include "orvik/orvik_service.h"
 #include "settings/settings_store.h"
+#include "usb/current_host.h"
 
 using orvik::OpenCamera;
 using orvik::api::captureCode;
@@ -93,7 +94,7 @@ Orvik_ERROR_CODE OrvikForgetSettings(int index) {
 Orvik_ERROR_CODE OrvikGetSettingsPlace(Orvik_SETTINGS_PLACE* place) {
   if (place == nullptr) return Orvik_ERROR_ARGUMENT;
   return guarded(Orvik_ERROR_FILE, [&] {
-    const auto store = SettingsStore::ofUser();
+    const auto store = SettingsStore::ofUser(orvik::currentHost()->settingsFolder());
     const std::string file = store ? store->file().string() : "";
     place->obstacle = store ? store->obstacle() : ENOENT;
     std::ranges::fill(place->file, '\0');

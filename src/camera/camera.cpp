@@ -76,11 +76,10 @@ Camera::Camera(const ModelRow& model, std::shared_ptr<const FrameProtocol> proto
       regulatorAccess_(std::make_shared<RegulatorAccess>(settingsLock_, regulator_)),
       protocol_(std::move(protocol)),
       framePool_(std::make_shared<FramePool>(model.largestFrameBytes())),
-      queue_(std::make_shared<FrameQueue>(framePool_->take(), framePool_->take())),
+      queue_(std::make_shared<FrameQueue>(framePool_)),
       dark_(model.maxWidth, model.maxHeight),
       hotPixels_(model.maxWidth, model.maxHeight),
-      delivery_(model_, *protocol_, *state_, {.queue = *queue_, .memory = framePool_->take()},
-                {.dark = dark_, .hotPixels = hotPixels_}),
+      delivery_(model_, *protocol_, *state_, *queue_, {.dark = dark_, .hotPixels = hotPixels_}),
       capture_(queue_, framePool_) {
   followRegion();
 }
@@ -171,6 +170,7 @@ bool Camera::close() {
   const auto lock = lockSettings();
   const auto unsaved = settingsToSave();
   capture_.stop();
+  delivery_.release();
   onClosing();
   endLink();
   // A slow disk must not delay the requests that bring the camera to rest.
@@ -200,7 +200,7 @@ bool Camera::startCapture(bool snapshot) {
 bool Camera::beginCapture(bool snapshot) {
   const FrameFormat format = state_->frameFormat();
   const bool possible = !capture_.isLingering() && capture_.waitForPrevious() && !link_->isGone() &&
-                        !memoryWork_.isGoingOn() && queue_->isUsable() && delivery_.isUsable();
+                        !memoryWork_.isGoingOn();
   if (!possible) {
     capture_.startFailed(snapshot, format);
     return false;
@@ -237,13 +237,16 @@ bool Camera::stopCapture() {
   if (capture_.isRunning() && !isOpen()) return false;
   const bool endsVideo = isVideoRunning();
   capture_.stop();
+  if (!capture_.current()) delivery_.release();
   if (endsVideo) keepSettings();
   return true;
 }
 
 void Camera::forgetCapture() {
   const auto lock = lockSettings();
-  if (!capture_.isRunning()) capture_.forget();
+  if (capture_.isRunning()) return;
+  capture_.forget();
+  delivery_.release();
 }
 
 void Camera::endCapture() {

@@ -11,13 +11,15 @@ using namespace std::chrono_literals;
 
 constexpr auto kStopTimeout = 5000ms;
 
-void runWorker(const CaptureParts& parts) {
+void runWorker(CaptureParts& parts, FramePool& pool) {
   try {
     CaptureWorker(parts).run();
   } catch (const std::exception&) {  // out of memory: end the capture, not the program
     parts.capture->end(Orvik_EXPSTATE_FAILED);
     parts.queue->end(parts.capture->number(), NoFrame::kFailed);
   }
+  pool.close();
+  parts.frames.reset();
 }
 
 }  // namespace
@@ -64,11 +66,17 @@ bool CaptureSession::start(bool snapshot, const FrameFormat& format, CapturePart
   parts.capture = capture;
   parts.stop = stop_;
   parts.queue = queue_;
+  pool_->open();
   parts.frames = std::make_shared<FramePair>(FramePair{pool_->take(), pool_->take()});
   const bool hasMemory = (*parts.frames)[0] && (*parts.frames)[1];
   setCurrent(capture);
   queue_->begin(capture->number());
-  if (hasMemory && thread_.start([parts = std::move(parts)] { runWorker(parts); })) return true;
+  if (hasMemory && thread_.start([parts = std::move(parts), pool = pool_]() mutable {
+        runWorker(parts, *pool);
+      })) {
+    return true;
+  }
+  pool_->close();
   capture->end(Orvik_EXPSTATE_FAILED);
   queue_->end(capture->number(), NoFrame::kFailed);
   return false;

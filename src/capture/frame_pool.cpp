@@ -23,9 +23,21 @@ FrameBuffer FramePool::take() {
   return {buffer.release(), std::move(comesBack)};
 }
 
+void FramePool::open() {
+  const std::lock_guard lock(mutex_);
+  isOpen_ = true;
+}
+
+void FramePool::close() {
+  std::vector<std::unique_ptr<PageBuffer>> unused;  // returned after the lock is released
+  const std::lock_guard lock(mutex_);
+  isOpen_ = false;
+  unused.swap(free_);
+}
+
 void FramePool::giveBack(std::unique_ptr<PageBuffer> buffer) {
   const std::lock_guard lock(mutex_);
-  free_.push_back(std::move(buffer));
+  if (isOpen_) free_.push_back(std::move(buffer));
 }
 
 }  // namespace orvik

@@ -11,12 +11,10 @@ bool isFinal(NoFrame why) { return why == NoFrame::kUnplugged || why == NoFrame:
 
 }  // namespace
 
-FrameQueue::FrameQueue(FrameBuffer first, FrameBuffer second) {
-  slots_[0].memory = std::move(first);
-  slots_[1].memory = std::move(second);
+void FrameQueue::clear() {
+  readIndex_ = writeIndex_ = count_ = 0;
+  for (Frame& slot : slots_) slot.memory.reset();
 }
-
-void FrameQueue::clear() { readIndex_ = writeIndex_ = count_ = 0; }
 
 void FrameQueue::begin(std::uint64_t capture) {
   const std::lock_guard lock(mutex_);
@@ -46,14 +44,19 @@ void FrameQueue::forget() {
 }
 
 bool FrameQueue::push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts) {
-  const std::lock_guard lock(mutex_);
-  if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
-  Frame& slot = slots_[writeIndex_];
-  std::swap(memory, slot.memory);
-  slot.format = format;
-  slot.facts = facts;
-  writeIndex_ ^= 1U;
-  ++count_;
+  {
+    const std::lock_guard lock(mutex_);
+    if (facts.capture != capture_ || ended_ || count_ == slots_.size()) return false;
+    FrameBuffer unused = pool_->take();
+    if (!unused) return false;
+    Frame& slot = slots_[writeIndex_];
+    slot.memory = std::exchange(memory, std::move(unused));
+    slot.format = format;
+    slot.facts = facts;
+    writeIndex_ ^= 1U;
+    ++count_;
+  }
+  // Without the lock, for which a thread that is woken would have to wait.
   changed_.notify_all();
   return true;
 }
@@ -62,7 +65,7 @@ std::optional<NoFrame> FrameQueue::take(Frame& frame, std::size_t room) {
   if (count_ == 0) return ended_.value_or(NoFrame::kTimeout);
   Frame& slot = slots_[readIndex_];
   if (slot.format.imageBytes() > room) return NoFrame::kDoesNotFit;
-  std::swap(frame.memory, slot.memory);
+  frame.memory = std::move(slot.memory);
   frame.format = slot.format;
   frame.facts = slot.facts;
   readIndex_ ^= 1U;
@@ -76,6 +79,7 @@ std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Timeout t
   if (!missing || missing == NoFrame::kDoesNotFit) return missing;
   if (timeout ? isFinal(*missing) || timeout->count() <= 0 : ended_.has_value()) return missing;
 
+  frame.memory.reset();
   const unsigned endingsBefore = endings_;
   const auto isOver = [&] { return count_ > 0 || endings_ != endingsBefore; };
   if (!timeout) {
@@ -87,11 +91,6 @@ std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Timeout t
   // A capture has ended during the wait, but another one may have begun since.
   const bool hasEnded = missing == NoFrame::kTimeout && endings_ != endingsBefore;
   return hasEnded ? NoFrame::kStopped : missing;
-}
-
-bool FrameQueue::isUsable() const {
-  const std::lock_guard lock(mutex_);
-  return slots_[0].memory && slots_[1].memory;
 }
 
 }  // namespace orvik

@@ -5,10 +5,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #include "base/page_buffer.h"
+#include "capture/frame_pool.h"
 #include "state/frame_facts.h"
 #include "state/frame_format.h"
 
@@ -32,17 +35,18 @@ enum class NoFrame : std::uint8_t {
 
 /// Passes frames from the capture worker to the thread that delivers them: two slots, oldest first.
 ///
-/// A push never waits: when both slots are taken the frame is dropped. Frames are passed by
-/// exchanging buffers; nothing is copied. The queue serves one capture after the other, each with a
-/// number: it accepts frames of the present capture only, and drops them when the next one begins.
-/// One thread pushes, one pops; everything else may be called from any thread.
+/// A push never waits: when both slots are taken the frame is dropped. Frames are passed by handing
+/// over their buffers; nothing is copied, and an empty slot has no memory. The queue serves one
+/// capture after the other, each with a number: it accepts frames of the present capture only, and
+/// drops them when the next one begins. One thread pushes, one pops; everything else may be called
+/// from any thread.
 class FrameQueue {
  public:
   /// How long a pop may wait; without a value it waits as long as a capture runs.
   using Timeout = std::optional<std::chrono::milliseconds>;
 
-  /// @param first, second memory for one frame each
-  FrameQueue(FrameBuffer first, FrameBuffer second);
+  /// @param pool the memory for frames
+  explicit FrameQueue(std::shared_ptr<FramePool> pool) : pool_(std::move(pool)) {}
   FrameQueue(const FrameQueue&) = delete;
   FrameQueue& operator=(const FrameQueue&) = delete;
 
@@ -57,12 +61,13 @@ class FrameQueue {
   /// Drops the queued frames.
   void forget();
 
-  /// Exchanges `memory` for the buffer of a free slot.
-  /// @return false when there is none, or the frame is not of the present capture; `memory` is then
-  ///         unchanged.
+  /// Exchanges `memory` for an unused buffer.
+  /// @return false when no slot is free or there is no memory, or the frame is not of the present
+  ///         capture; `memory` is then unchanged.
   bool push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts);
 
-  /// Exchanges `frame` for the oldest queued one, and waits for one if necessary.
+  /// Replaces `frame` by the oldest queued one, and waits for one if necessary. It then gives up
+  /// the memory of the former frame at once, so that a following frame can use it.
   ///
   /// With a timeout, it also waits for a capture to begin. The wait ends when a capture ends. It
   /// does not wait at all if the last capture ended because the camera failed or is gone, nor,
@@ -71,14 +76,12 @@ class FrameQueue {
   /// @return why there is no frame; nothing when there is one.
   std::optional<NoFrame> pop(Frame& frame, std::size_t room, Timeout timeout);
 
-  /// Whether the memory for the slots could be allocated.
-  [[nodiscard]] bool isUsable() const;
-
  private:
   void clear();
   std::optional<NoFrame> take(Frame& frame, std::size_t room);
 
-  mutable std::mutex mutex_;
+  const std::shared_ptr<FramePool> pool_;
+  std::mutex mutex_;
   std::array<Frame, 2> slots_;
   unsigned readIndex_ = 0;
   unsigned writeIndex_ = 0;

@@ -142,17 +142,25 @@ bool DarkFrame::isCurrent(const std::shared_ptr<DarkRecording>& recording) const
   return recording_ == recording;
 }
 
-void DarkFrame::subtract(std::span<std::uint8_t> frame, const FrameRegion& region) const {
-  if (!isInUse() || frame.size() < region.samples()) return;
+DarkFrame::Subtraction DarkFrame::subtractionFor(const FrameRegion& region) const {
+  if (!isInUse()) return {};
   auto cut = cut_.get();
-  if (!cut) return;
-  if (cut->region != region) {
+  if (cut && cut->region != region) {
     const Plane dark = plane();
     cut = dark ? makeCut(*dark, region) : nullptr;
-    if (!cut) return;
   }
-  subtractDark(frame.data(), region.columns, region.rows, static_cast<int>(cut->mean),
-               cut->samples->words());
+  return Subtraction(std::move(cut));
+}
+
+void DarkFrame::Subtraction::apply(std::span<std::uint8_t> samples, std::size_t first) const {
+  subtractDark(samples.data(), static_cast<int>(samples.size()), 1, static_cast<int>(cut_->mean),
+               cut_->samples->words() + first);
+}
+
+void DarkFrame::subtract(std::span<std::uint8_t> frame, const FrameRegion& region) const {
+  if (frame.size() < region.samples()) return;
+  const Subtraction subtraction = subtractionFor(region);
+  if (subtraction) subtraction.apply(frame.first(region.samples()), 0);
 }
 
 std::size_t DarkFrame::hotSampleCount() const {

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "algorithm/dark.h"
@@ -23,11 +24,32 @@ namespace orvik {
 ///
 /// A dark frame is loaded from a file or recorded from frames; it is used while it is switched on.
 /// Memory of the size of the sensor is allocated only when it is loaded or recorded. Threads:
-/// addFrame() and subtract() for the delivering thread, everything else for any thread. The
-/// delivering thread never waits for a cut to be made by another thread. It makes a cut itself when
-/// it has completed a recording, and for a frame that shows another region than the present one.
+/// addFrame(), subtractionFor() and subtract() for the delivering thread, everything else for any
+/// thread. The delivering thread never waits for a cut to be made by another thread. It makes a cut
+/// itself when it has completed a recording, and for a frame that shows another region than the
+/// present one.
 class DarkFrame {
+  struct Cut;
+
  public:
+  /// The subtraction for frames of one region. It stays the same when the dark frame is replaced.
+  class Subtraction {
+   public:
+    /// None.
+    Subtraction() = default;
+    /// Whether there is anything to subtract.
+    explicit operator bool() const { return cut_ != nullptr; }
+    /// Subtracts the dark frame from some samples of a frame. The mean of the dark frame is added
+    /// back, so that noise around black is not clipped.
+    /// @param first index in the frame of the first of the samples
+    void apply(std::span<std::uint8_t> samples, std::size_t first) const;
+
+   private:
+    friend DarkFrame;
+    explicit Subtraction(std::shared_ptr<const Cut> cut) : cut_(std::move(cut)) {}
+    std::shared_ptr<const Cut> cut_;
+  };
+
   /// @param width, height of the sensor, pixels
   DarkFrame(int width, int height);
 
@@ -62,9 +84,10 @@ class DarkFrame {
 
   /// Adds a frame to a running recording. Frames that do not show every sensor pixel are ignored.
   void addFrame(std::span<const std::uint8_t> frame, int columns, int rows);
-  /// Subtracts the dark frame from a frame, if it is in use. The mean of the dark frame is added
-  /// back, so that noise around black is not clipped.
+  /// What is to be subtracted from a frame; nothing if the dark frame is not in use.
   /// @param region of the frame; if it is not the present one, a cut is made for this frame only
+  [[nodiscard]] Subtraction subtractionFor(const FrameRegion& region) const;
+  /// Subtracts it from a whole frame.
   void subtract(std::span<std::uint8_t> frame, const FrameRegion& region) const;
 
   /// The dark frame of the whole sensor; null without one.

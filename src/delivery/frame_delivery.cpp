@@ -3,12 +3,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <utility>
 
-#include "algorithm/binning.h"
-#include "algorithm/byte_order.h"
-#include "algorithm/flip.h"
+#include "algorithm/gamma.h"
 #include "algorithm/grey10.h"
 #include "algorithm/rgb_convert.h"
 #include "algorithm/time_mark.h"
@@ -19,7 +16,7 @@ namespace orvik {
 namespace {
 
 constexpr int kNeutralGamma = 50;
-constexpr std::size_t kBytesPerColourPixel = 3;
+constexpr std::ptrdiff_t kBytesPerColourPixel = 3;
 /// With automatic exposure, the dark frame is not subtracted below this exposure: the object is
 /// bright, its brightness is measured on uncorrected frames, and the dark current is negligible.
 constexpr std::uint64_t kShortestDarkWithAutoExposureUs = 500'000;
@@ -38,14 +35,13 @@ struct FrameDelivery::Job : FrameFormat {
 };
 
 FrameDelivery::FrameDelivery(const ModelRow& model, const FrameProtocol& protocol,
-                             const CameraState& state, Source source, Corrections corrections)
+                             const CameraState& state, FrameQueue& queue, Corrections corrections)
     : model_(model),
       protocol_(protocol),
       state_(state),
-      queue_(source.queue),
+      queue_(queue),
       corrections_(corrections),
-      frame_{.memory = std::move(source.memory), .format = {}, .facts = {}},
-      colourRows_(model.colour ? 2 * kBytesPerColourPixel * static_cast<std::size_t>(model.maxWidth)
+      colourRows_(model.colour ? static_cast<std::size_t>(2 * kBytesPerColourPixel * model.maxWidth)
                                : 0) {}
 
 void FrameDelivery::setGamma(int value) {
@@ -54,8 +50,7 @@ void FrameDelivery::setGamma(int value) {
     tables = std::make_shared<GammaTables>();
     buildGammaTables(value, GammaTable8(tables->table8), GammaTable16(tables->table16));
   }
-  const std::lock_guard lock(gammaMutex_);
-  gamma_ = std::move(tables);
+  gamma_.set(std::move(tables));
 }
 
 FrameDelivery::Job FrameDelivery::jobOf(const Frame& frame) const {
@@ -79,7 +74,6 @@ std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
   } else if (!delivery.try_lock_for(*timeout)) {
     return NoFrame::kTimeout;
   }
-  if (!isUsable()) return NoFrame::kFailed;
   if (timeout) {  // minus the time spent waiting for the delivery before
     const auto waited = std::chrono::steady_clock::now() - start;
     *timeout -= std::min(*timeout, std::chrono::duration_cast<std::chrono::milliseconds>(waited));
@@ -87,7 +81,8 @@ std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
   if (const auto missing = queue_.pop(frame_, image.size(), timeout)) return missing;
 
   const Job job = jobOf(frame_);
-  correct(job);
+  protocol_.mendMarks(frame_.memory->bytes().first(job.frameBytes()), job.rowBytes());
+  present_.emplace(job, stepsFor(job));
   convert(job, image.first(job.imageBytes()));
   if (job.timeMark) markTime(job, image.data());
   const std::lock_guard lock(lastMutex_);
@@ -103,28 +98,20 @@ std::optional<DeliveredImage> FrameDelivery::lastImage() const {
   return last_;
 }
 
-void FrameDelivery::correct(const Job& job) {
-  PageBuffer& memory = *frame_.memory;
-  protocol_.mendMarks(memory.bytes().first(job.frameBytes()), job.rowBytes());
-  if (job.is16Bits && model_.highByteFirst) swapBytes(std::span(memory.words(), job.samples()));
-  if (!job.is16Bits) applyDark(job);
-  applyGamma(job);
-  mendHotPixels(job);
-  if (job.is16Bits) {
-    flipAndBin(job, memory.words());
-  } else {
-    flipAndBin(job, memory.data());
+CorrectionSteps FrameDelivery::stepsFor(const Job& job) {
+  CorrectionSteps steps;
+  steps.swapsBytes = job.is16Bits && model_.highByteFirst;
+  if (!job.is16Bits) {
+    corrections_.dark.addFrame(frame_.memory->bytes().first(job.samples()), job.columns(),
+                               job.rows());
+    if (job.subtractsDark) steps.dark = corrections_.dark.subtractionFor(job.region);
   }
-}
-
-template <class Sample>
-void FrameDelivery::flipAndBin(const Job& job, Sample* samples) const {
-  flip(samples, job.columns(), job.rows(), job.flipVertical, job.flipHorizontal);
-  if (model_.colour) {
-    binMosaic(samples, job.width, job.height, job.hostBin());
-  } else {
-    binMono(samples, job.width, job.height, job.hostBin());
-  }
+  steps.gamma = gamma_.get();
+  steps.hotSites = corrections_.hotPixels.sitesFor(job.region);
+  steps.flipsHorizontally = job.flipHorizontal;
+  steps.flipsVertically = job.flipVertical;
+  steps.isMosaic = model_.colour;
+  return steps;
 }
 
 void FrameDelivery::markTime(const Job& job, std::uint8_t* image) {
@@ -133,83 +120,52 @@ void FrameDelivery::markTime(const Job& job, std::uint8_t* image) {
   if (now) drawTimeMark(image, job.width, job.height, type.bytesPerPixel, *now);
 }
 
-void FrameDelivery::applyDark(const Job& job) {
-  const std::span frame = frame_.memory->bytes().first(job.samples());
-  corrections_.dark.addFrame(frame, job.columns(), job.rows());
-  if (job.subtractsDark) corrections_.dark.subtract(frame, job.region);
-}
-
-void FrameDelivery::mendHotPixels(const Job& job) {
-  const PageBuffer& memory = *frame_.memory;
-  if (job.is16Bits) {
-    corrections_.hotPixels.correct(std::span(memory.words(), job.samples()), job.region);
-  } else {
-    corrections_.hotPixels.correct(std::span(memory.data(), job.samples()), job.region);
-  }
-}
-
-void FrameDelivery::applyGamma(const Job& job) {
-  std::shared_ptr<const GammaTables> tables;
-  {
-    const std::lock_guard lock(gammaMutex_);
-    tables = gamma_;
-  }
-  if (!tables) return;
-  if (job.is16Bits) {
-    applyTable(frame_.memory->words(), tables->table16.data(), job.columns(), job.rows());
-  } else {
-    applyTable(frame_.memory->data(), tables->table8.data(), job.columns(), job.rows());
-  }
-}
-
 void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
+  std::uint8_t* const out = image.data();
+  const std::ptrdiff_t width = job.width;
   switch (job.type) {
     case IMAGE_8BIT:
-      if (model_.colour && !job.rawOutput) {
-        convertToLuminance(job, image.data());
-        return;
-      }
-      break;
-    case IMAGE_RGB24:
-      demosaic(frame_.memory->data(), image.data(), patternOf(job), job.width, job.height,
-               hostBalance(model_, state_));
+      if (!model_.colour || job.rawOutput) break;
+      makeByCells(job, [&](const CellRowDemosaic& cells, const std::uint8_t* raw, int y) {
+        cells.makeLuminance(raw, y, colourRows_.data(), out + y * width);
+      });
       return;
-    case IMAGE_YUV422:
-      convertToYuv(job, image.data());
+    case IMAGE_RGB24:
+      makeByCells(job, [&](const CellRowDemosaic& cells, const std::uint8_t* raw, int y) {
+        cells.make(raw, y, out + kBytesPerColourPixel * y * width);
+      });
+      return;
+    case IMAGE_YUV422:  // upside down: the last row of the frame is the first of the image
+      makeByCells(job, [&](const CellRowDemosaic& cells, const std::uint8_t* raw, int y) {
+        cells.make(raw, y, colourRows_.data());
+        const int rows = cells.rowsAt(y);
+        yuv422(colourRows_.data(), out + 2 * (job.height - y - rows) * width, job.width, rows,
+               true);
+      });
       return;
     case IMAGE_GREY30:
-      grey10(frame_.memory->words(), image.data(), job.pixels());
+      present_->correctRows(*frame_.memory, job.rows());
+      grey10(frame_.memory->words(), out, job.pixels());
       return;
     case IMAGE_RAW16:
       break;
   }
-  std::memcpy(image.data(), frame_.memory->data(), image.size());
+  present_->makeImage(*frame_.memory, image);
 }
 
 BayerPattern FrameDelivery::patternOf(const Job& job) const {
   return flippedPattern(model_.bayer, job.flipHorizontal, job.flipVertical);
 }
 
-CellRowDemosaic FrameDelivery::demosaicOf(const Job& job) const {
-  return {patternOf(job), job.width, job.height, hostBalance(model_, state_)};
-}
-
-void FrameDelivery::convertToLuminance(const Job& job, std::uint8_t* image) {
-  const CellRowDemosaic cells = demosaicOf(job);
+/// Calls `make(cells, frame, y)` for each row of cells, when that and the row below it, which it
+/// reads too, have been corrected.
+template <class Make>
+void FrameDelivery::makeByCells(const Job& job, Make make) {
+  constexpr int kRowsRead = 4;
+  const CellRowDemosaic cells(patternOf(job), job.width, job.height, hostBalance(model_, state_));
   for (int y = 0; y < job.height; y += 2) {
-    cells.makeLuminance(frame_.memory->data(), y, colourRows_.data(),
-                        image + std::ptrdiff_t{y} * job.width);
-  }
-}
-
-/// The image is upside down: the last row of the frame is its first.
-void FrameDelivery::convertToYuv(const Job& job, std::uint8_t* image) {
-  const CellRowDemosaic cells = demosaicOf(job);
-  for (int y = 0; y < job.height; y += 2) {
-    cells.make(frame_.memory->data(), y, colourRows_.data());
-    const int rows = cells.rowsAt(y);
-    yuv422(colourRows_.data(), image + std::ptrdiff_t{2} * (job.height - y - rows) * job.width,
-           job.width, rows, true);
+    present_->correctRows(*frame_.memory, y + kRowsRead);
+    make(cells, frame_.memory->data(), y);
   }
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -11,11 +10,12 @@
 #include <vector>
 
 #include "algorithm/demosaic.h"
-#include "algorithm/gamma.h"
+#include "base/published.h"
 #include "base/timed_mutex.h"
 #include "capture/frame_protocol.h"
 #include "capture/frame_queue.h"
 #include "delivery/dark_frame.h"
+#include "delivery/frame_corrections.h"
 #include "delivery/hot_pixels.h"
 #include "state/camera_state.h"
 #include "state/model_row.h"
@@ -32,8 +32,9 @@ struct DeliveredImage {
 
 /// Takes frames from the queue and makes images of them: replaces the marks, subtracts the dark
 /// frame, applies gamma, corrects hot pixels, flips, bins, converts and adds the time mark, in that
-/// order. The format of an image is that of its frame; flips, gamma and corrections are those at
-/// the time of delivery. One thread at a time; a second one waits its turn.
+/// order (see FrameCorrections). The format of an image is that of its frame; flips, gamma and
+/// corrections are those at the time of delivery. One thread at a time; a second one waits its
+/// turn.
 class FrameDelivery {
  public:
   /// The corrections that are applied to each frame.
@@ -41,18 +42,10 @@ class FrameDelivery {
     DarkFrame& dark;
     const HotPixels& hotPixels;
   };
-  /// Where frames come from.
-  struct Source {
-    FrameQueue& queue;
-    FrameBuffer memory;  ///< for the frame being processed; exchanged with those of the queue
-  };
 
-  /// @param model, protocol, state, source, corrections of the camera; must outlive the delivery
+  /// @param model, protocol, state, queue, corrections of the camera; must outlive the delivery
   FrameDelivery(const ModelRow& model, const FrameProtocol& protocol, const CameraState& state,
-                Source source, Corrections corrections);
-
-  /// Whether there is memory for a frame.
-  [[nodiscard]] bool isUsable() const { return frame_.memory != nullptr; }
+                FrameQueue& queue, Corrections corrections);
 
   /// Delivers the oldest frame as an image.
   /// @param image receives the image; a frame whose image does not fit stays in the queue
@@ -66,35 +59,33 @@ class FrameDelivery {
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
 
-  /// Calls `use(frame)` with the memory of the frame that was taken last, unless a delivery is
-  /// running.
+  /// Gives up the memory of the frame that was taken last, unless a delivery is running.
+  void release() {
+    const std::unique_lock delivery(delivering_, std::try_to_lock);
+    if (delivery) frame_.memory.reset();
+  }
+
+  /// Calls `use(frame)` with the memory of the frame that was taken last, corrected, unless a
+  /// delivery is running, or the memory has been given up: after the capture, or because a delivery
+  /// has waited since and no frame has come.
   template <class Use>
   void useFrame(Use use) {
     const std::unique_lock delivery(delivering_, std::try_to_lock);
-    if (delivery && isUsable()) use(*frame_.memory);
+    if (!delivery || !frame_.memory) return;
+    if (present_) present_->complete(*frame_.memory);
+    use(*frame_.memory);
   }
 
  private:
   struct Job;
 
-  struct GammaTables {
-    std::array<std::uint8_t, 256> table8;
-    std::array<std::uint16_t, 65536> table16;
-  };
-
   [[nodiscard]] Job jobOf(const Frame& frame) const;
-  void correct(const Job& job);
-  template <class Sample>
-  void flipAndBin(const Job& job, Sample* samples) const;
+  [[nodiscard]] CorrectionSteps stepsFor(const Job& job);
   static void markTime(const Job& job, std::uint8_t* image);
-  void applyDark(const Job& job);
-  void applyGamma(const Job& job);
-  void mendHotPixels(const Job& job);
   void convert(const Job& job, std::span<std::uint8_t> image);
   [[nodiscard]] BayerPattern patternOf(const Job& job) const;
-  [[nodiscard]] CellRowDemosaic demosaicOf(const Job& job) const;
-  void convertToLuminance(const Job& job, std::uint8_t* image);
-  void convertToYuv(const Job& job, std::uint8_t* image);
+  template <class Make>
+  void makeByCells(const Job& job, Make make);
 
   const ModelRow& model_;
   const FrameProtocol& protocol_;
@@ -102,10 +93,10 @@ class FrameDelivery {
   FrameQueue& queue_;
   const Corrections corrections_;
   TimedMutex delivering_;
-  Frame frame_;                           ///< the frame being processed
-  std::vector<std::uint8_t> colourRows_;  ///< a row of cells as an intermediate result
-  std::mutex gammaMutex_;
-  std::shared_ptr<const GammaTables> gamma_;  ///< null if linear
+  Frame frame_;                              ///< the frame being processed, or the last one
+  std::optional<FrameCorrections> present_;  ///< of that frame
+  std::vector<std::uint8_t> colourRows_;     ///< a row of cells as an intermediate result
+  Published<GammaTables> gamma_;             ///< null if linear
   mutable std::mutex lastMutex_;
   std::optional<DeliveredImage> last_;
 };

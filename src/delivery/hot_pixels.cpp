@@ -77,15 +77,17 @@ void HotPixels::cut() {
                         : nullptr);
 }
 
+std::shared_ptr<const HotSites> HotPixels::sitesFor(const FrameRegion& region) const {
+  auto cut = cut_.get();
+  if (!cut || cut->region == region) return cut;
+  const auto table = table_.get();
+  return table ? std::make_shared<const HotSites>(cutHotPixels(*table, width_, region)) : nullptr;
+}
+
 template <typename Sample>
 void HotPixels::correctSamples(std::span<Sample> frame, const FrameRegion& region) const {
-  const auto cut = cut_.get();
-  if (!cut || frame.size() < region.samples()) return;
-  if (cut->region == region) {
-    correctHotPixels(frame.data(), *cut);
-  } else if (const auto table = table_.get()) {
-    correctHotPixels(frame.data(), cutHotPixels(*table, width_, region));
-  }
+  if (frame.size() < region.samples()) return;
+  if (const auto sites = sitesFor(region)) correctHotPixels(frame.data(), *sites);
 }
 
 void HotPixels::correct(std::span<std::uint8_t> frame, const FrameRegion& region) const {

@@ -20,8 +20,8 @@ namespace orvik {
 /// The hot pixels of a camera: the table of the whole sensor, and its cut, the sites of the present
 /// region, which are corrected in every frame while the correction is switched on.
 ///
-/// Threads: correct() for the delivering thread, everything else for any thread; save() and load()
-/// not during capture, because they would interrupt the stream.
+/// Threads: sitesFor() and correct() for the delivering thread, everything else for any thread;
+/// save() and load() not during capture, because they would interrupt the stream.
 class HotPixels {
  public:
   /// @param width, height of the sensor, pixels
@@ -58,6 +58,9 @@ class HotPixels {
   /// switched on.
   void follow(const FrameRegion& region);
 
+  /// The sites to correct in a frame; null if the correction is off.
+  /// @param region of the frame; if it is not the present one, a cut is made for this frame only
+  [[nodiscard]] std::shared_ptr<const HotSites> sitesFor(const FrameRegion& region) const;
   /// Corrects the hot samples of a frame, if the correction is on.
   /// @param region of the frame; if it is not the present one, a cut is made for this frame only
   void correct(std::span<std::uint8_t> frame, const FrameRegion& region) const;

@@ -34,7 +34,7 @@ bool CommandSensor::issue(VendorLink& link, std::uint8_t command) {
   const auto held = lock();
   if (!link.writeSensorByte(kCommand, command)) return false;
   for (int poll = 0; poll < kCommandPolls; ++poll) {
-    clock_->sleepFor(kPollInterval);
+    if (poll > 0) clock_->sleepFor(kPollInterval);
     std::uint8_t pending = 0;
     if (!link.readSensorByte(kCommand, pending)) return false;
     if (pending == 0) return true;

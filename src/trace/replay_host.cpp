@@ -35,8 +35,8 @@ class ReplayedTransfer : public Kind {
   }
   bool wait(milliseconds timeout) override {
     std::unique_lock lock(mutex_);
-    return ended_.wait_for(lock, std::clamp(timeout, milliseconds(0), kEver),
-                           [this] { return !inFlight_; });
+    if (timeout <= milliseconds(0)) return !inFlight_;
+    return ended_.wait_for(lock, std::min(timeout, kEver), [this] { return !inFlight_; });
   }
   [[nodiscard]] TransferStatus status() const override {
     const std::lock_guard lock(mutex_);

@@ -107,11 +107,14 @@ void LibusbTransferState::complete() {
   // Before the end is reported: a thread that has waited may rely on the owner being released.
   buffer_ = {};
 
-  std::shared_ptr<LibusbTransferState> keepUntilUnlocked;
-  const std::lock_guard lock(mutex_);
-  status_ = statusOfCompletion(raw_->status);
-  actualBytes_ = moved;
-  keepUntilUnlocked.swap(self_);
+  std::shared_ptr<LibusbTransferState> keepUntilNotified;
+  {
+    const std::lock_guard lock(mutex_);
+    status_ = statusOfCompletion(raw_->status);
+    actualBytes_ = moved;
+    keepUntilNotified.swap(self_);
+  }
+  // Without the lock, for which a thread that is woken would have to wait.
   ended_.notify_all();
 }
 
@@ -128,6 +131,8 @@ void LibusbTransferState::cancel() {
 
 bool LibusbTransferState::wait(std::chrono::milliseconds timeout) {
   std::unique_lock lock(mutex_);
+  // A wait until now would put the thread to sleep, and set a timer to wake it.
+  if (timeout <= std::chrono::milliseconds::zero()) return !self_;
   return ended_.wait_for(lock, std::min(timeout, kLongestWait), [this] { return !self_; });
 }
 

@@ -20,11 +20,11 @@ constexpr std::size_t kBytes = 4096;
 constexpr FrameFormat kFormat = {.width = 64, .height = 64};
 constexpr std::uint64_t kFirst = 1;
 
-FrameBuffer newBuffer() { return std::make_shared<PageBuffer>(kBytes); }
-
 class FrameQueueTest : public ::testing::Test {
  protected:
   FrameQueueTest() { queue_.begin(kFirst); }
+
+  FrameBuffer newBuffer() { return pool_->take(); }
 
   bool push(std::uint8_t mark, std::uint64_t capture = kFirst,
             const FrameFormat& format = kFormat) {
@@ -40,8 +40,9 @@ class FrameQueueTest : public ::testing::Test {
   }
   static int minus(NoFrame reason) { return -1 - static_cast<int>(reason); }
 
-  FrameQueue queue_{newBuffer(), newBuffer()};
-  Frame frame_{.memory = newBuffer(), .format = {}, .facts = {}};
+  const std::shared_ptr<FramePool> pool_ = std::make_shared<FramePool>(kBytes);
+  FrameQueue queue_{pool_};
+  Frame frame_;
 };
 
 TEST_F(FrameQueueTest, HoldsTwoFramesOldestFirstAndDropsTheThird) {

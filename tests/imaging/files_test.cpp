@@ -127,6 +127,19 @@ TEST_F(SinkTest, AFailedCallLeavesNoHalfWrittenFileAndNoHarm) {
   }
 }
 
+TEST_F(SinkTest, ADiskThatIsFullAmidAFileKeepsTheFilesBefore) {
+  const TestImage large(977, 613, Orvik_IMG_RAW16);
+  for (const char* name : {"a%d.fits", "a%d.png"}) {
+    FaultyFileSystem disk;
+    const auto sink = makeSink(file(name).string(), 2, false, disk);
+    sink->write(large.image());
+    disk.room = std::filesystem::file_size(sink->files().front()) / 2;
+    EXPECT_THROW(sink->write(large.image()), FileError);
+    EXPECT_EQ(sink->files().size(), 1U);
+  }
+  EXPECT_EQ(filesInFolder(), 2U);
+}
+
 TEST(ImageInfo, TakesNoTemperatureThatIsTooOld) {
   ImageInfo image;
   const Orvik_CAMERA_INFO camera{};

@@ -2,6 +2,7 @@
 #include <fitsio.h>
 
 #include <map>
+#include <random>
 
 #include "imaging/fits_encoder.h"
 #include "tests/imaging/test_image.h"
@@ -54,7 +55,7 @@ class ReadFits {
 
 TEST(EncodeFits, Writes16BitsUnsignedTopRowFirst) {
   const TestImage image(5, 3, Orvik_IMG_RAW16);
-  ReadFits fits(encodeFits(image.image()));
+  ReadFits fits(encoded(encodeFits, image.image()));
   EXPECT_EQ(fits.key("BITPIX"), "16");
   EXPECT_EQ(fits.key("BZERO"), "32768");
   EXPECT_EQ(fits.axes(), (std::vector<long>{5, 3}));
@@ -64,7 +65,7 @@ TEST(EncodeFits, Writes16BitsUnsignedTopRowFirst) {
 
 TEST(EncodeFits, WritesColourAsRedGreenAndBluePlane) {
   const TestImage image(3, 2, Orvik_IMG_RGB24);
-  ReadFits fits(encodeFits(image.image()));
+  ReadFits fits(encoded(encodeFits, image.image()));
   EXPECT_EQ(fits.key("BITPIX"), "8");
   EXPECT_EQ(fits.axes(), (std::vector<long>{3, 2, 3}));
   const std::vector<int> pixels = fits.pixels(18);
@@ -76,6 +77,31 @@ TEST(EncodeFits, WritesColourAsRedGreenAndBluePlane) {
   EXPECT_EQ(fits.key("BAYERPAT"), "-");
 }
 
+TEST(EncodeFits, KeepsEverySampleOfImagesThatTakeSeveralPieces) {
+  for (const IMG_TYPE type : {Orvik_IMG_RAW8, Orvik_IMG_RAW16, Orvik_IMG_RGB24}) {
+    for (const auto& [width, height] : {std::pair{1, 1}, {977, 613}, {1440, 2}, {140'001, 3}}) {
+      TestImage image(width, height, type);
+      std::mt19937 random(1);
+      for (std::uint8_t& byte : image.bytes) byte = static_cast<std::uint8_t>(random());
+      const auto count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+      ReadFits fits(encoded(encodeFits, image.image()));
+      std::vector<int> expected;
+      if (type == Orvik_IMG_RGB24) {
+        for (std::size_t plane = 0; plane < 3; ++plane) {
+          for (std::size_t i = 0; i < count; ++i) {
+            expected.push_back(image.bytes[3 * i + 2 - plane]);
+          }
+        }
+      } else {
+        for (std::size_t i = 0; i < count; ++i) {
+          expected.push_back(type == Orvik_IMG_RAW16 ? image.word(i) : image.bytes[i]);
+        }
+      }
+      EXPECT_TRUE(fits.pixels(expected.size()) == expected) << type << ' ' << width;
+    }
+  }
+}
+
 TEST(EncodeFits, TellsHowTheImageWasTaken) {
   TestImage image(4, 2, Orvik_IMG_RAW8);
   image.info.bin = 2;
@@ -85,7 +111,7 @@ TEST(EncodeFits, TellsHowTheImageWasTaken) {
   image.info.targetTemperature = -10;
   image.info.frameKind = "Dark Frame";
   image.info.object = "M 42";
-  ReadFits fits(encodeFits(image.image()));
+  ReadFits fits(encoded(encodeFits, image.image()));
   const std::map<const char*, const char*> expected = {
       {"INSTRUME", "Vek T15C"}, {"DATE-OBS", "2024-02-29T12:34:56.789"},
       {"EXPTIME", "2.5"},       {"GAIN", "200"},
@@ -103,7 +129,7 @@ TEST(EncodeFits, TellsHowTheImageWasTaken) {
 TEST(EncodeFits, LeavesOutWhatIsNotKnown) {
   TestImage image(4, 2, Orvik_IMG_RAW8);
   image.info.sensorTemperature = 21.5;  // of a camera without a cooler
-  ReadFits fits(encodeFits(image.image()));
+  ReadFits fits(encoded(encodeFits, image.image()));
   EXPECT_EQ(fits.key("CCD-TEMP"), "21.5");
   for (const char* name : {"OFFSET", "SET-TEMP", "BAYERPAT", "OBJECT"}) {
     EXPECT_EQ(fits.key(name), "-") << name;
@@ -113,7 +139,7 @@ TEST(EncodeFits, LeavesOutWhatIsNotKnown) {
 TEST(EncodeFits, KeepsHeadersToPrintableAscii) {
   TestImage image(4, 2, Orvik_IMG_RAW8);
   image.info.object = "B\u00f6rse \u2013 \n\u2b50";
-  EXPECT_EQ(ReadFits(encodeFits(image.image())).key("OBJECT"), "B?rse ? ??");
+  EXPECT_EQ(ReadFits(encoded(encodeFits, image.image())).key("OBJECT"), "B?rse ? ??");
 }
 
 }  // namespace

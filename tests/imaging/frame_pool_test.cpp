@@ -48,6 +48,18 @@ TEST(FramePool, HoldsAsManyFramesAsFitButTwoAtLeast) {
   EXPECT_NE(first, second);
 }
 
+TEST(FramePool, FillsAFrameAgainThatIsReleasedBeforeTheNextImageCanCome) {
+  FramePool pool(std::size_t{8} << 30U, 0);  // of which a camera needs 20 s to send one
+  Frame* const first = pool.acquire();
+  std::thread writer([&] {
+    Frame* frame = nullptr;
+    if (pool.take(frame, kLong) == Taken::kFrame) pool.release(frame);
+  });
+  pool.publish(first);
+  EXPECT_EQ(pool.acquire(), first);
+  writer.join();
+}
+
 TEST(FramePool, DeliversWhatIsQueuedBeforeItEnds) {
   FramePool pool(8, 64);
   Frame* frame = nullptr;

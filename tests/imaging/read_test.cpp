@@ -93,8 +93,8 @@ TEST_F(ReadTest, GivesBackWhatWasWritten) {
   for (const IMG_TYPE type : {Orvik_IMG_RAW8, Orvik_IMG_RAW16, Orvik_IMG_RGB24, Orvik_IMG_Y8}) {
     TestImage image(12, 7, type);
     if (imageType(type).isRaw) image.info.mosaic = BAYER_GB;
-    for (const auto& [format, bytes] : {std::pair{"FITS", encodeFits(image.image())},
-                                        {"PNG", encodePng(image.image())},
+    for (const auto& [format, bytes] : {std::pair{"FITS", encoded(encodeFits, image.image())},
+                                        {"PNG", encoded(encodePng, image.image())},
                                         {"SER", serOf({image})}}) {
       SCOPED_TRACE(std::string(format) + " " + std::string(imageType(type).name));
       const ReadImage read = readBytes(bytes);
@@ -206,7 +206,7 @@ TEST_F(ReadTest, ReadsVideosThatWereCutShort) {
 }
 
 TEST_F(ReadTest, SaysWhatIsWrong) {
-  const Bytes png = encodePng(TestImage(40, 40, Orvik_IMG_RAW16).image());
+  const Bytes png = encoded(encodePng, TestImage(40, 40, Orvik_IMG_RAW16).image());
   Bytes damaged = png;
   damaged[20] = 3;  // the checksum of the header is another one
   const auto fits = [](const std::string& key, const std::string& value) {

@@ -14,6 +14,7 @@
 #include "gtest/gtest.h"
 #include "imaging/file_system.h"
 #include "imaging/image.h"
+#include "imaging/image_encoder.h"
 
 namespace orvik::imaging {
 
@@ -101,6 +102,17 @@ struct TestImage {
   /// Sample `i` of a 16-bit image, put together from its two bytes.
   [[nodiscard]] int word(std::size_t i) const { return bytes[2 * i] + 256 * bytes[2 * i + 1]; }
 };
+
+/// What an encoder makes of an image.
+inline std::vector<std::uint8_t> encoded(ImageEncoder encode, const Image& image) {
+  std::vector<std::uint8_t> bytes;
+  GatheringSink sink([&](std::span<const std::uint8_t> piece) {
+    bytes.insert(bytes.end(), piece.begin(), piece.end());
+  });
+  encode(image, sink);
+  sink.flush();
+  return bytes;
+}
 
 inline std::vector<std::uint8_t> contentsOf(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);

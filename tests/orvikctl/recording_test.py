@@ -122,6 +122,41 @@ class RecordingTest(InOwnFolder):
         _, message = run(*SMALL, "-o", "-", code=2)
         self.assertIn("--format", message)
 
+    def test_a_reader_that_rests_costs_no_frame_that_the_buffer_holds(self):
+        os.mkfifo("pipe")
+        size, count = 1304 * 976, 30
+        memory = {}
+        for megabytes in (64, 2):
+            with subprocess.Popen([PROGRAM, "video", "--sim", "T15C", "--exposure", "100ms",
+                                   "--type", "raw8", "--count", str(count), "-o", "pipe",
+                                   "--format", "ser", "--buffer", str(megabytes), "--json"],
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                  text=True) as camera, open("pipe", "rb") as reader:
+                self.addCleanup(camera.kill)
+                data = reader.read(178 + size)
+                time.sleep(2)  # some twenty frames
+                status = contents(f"/proc/{camera.pid}/status").decode("ascii")
+                memory[megabytes] = int(status.split("VmRSS:")[1].split()[0]) * 1024
+                data += reader.read()
+                report = json.loads(camera.stdout.read())
+            self.assertEqual(len(data), 178 + count * (size + 8))
+            ticks = struct.unpack(f"<{count}q", data[-8 * count:])
+            gaps = (ticks[-1] - ticks[0]) / 1e6 - (count - 1)  # in frames of 100 ms
+            has_lost = "did not keep up" in " ".join(report["notes"])
+            if megabytes == 64:
+                self.assertEqual((report["lost"], has_lost), (0, False))
+                self.assertLess(gaps, 0.9)
+                self.assertEqual(report["buffer"]["frames"], 64_000_000 // size)
+                self.assertIn(report["buffer"]["mostUsed"], range(15, count + 1))
+            else:
+                self.assertEqual(report["buffer"], {"frames": 2, "mostUsed": 2})
+                self.assertGreater(report["lost"], 5)
+                self.assertTrue(has_lost)
+                self.assertGreater(gaps, 4.5)
+        grown = memory[64] - memory[2]
+        self.assertGreater(grown, 10e6, "frames wait in memory")
+        self.assertLess(grown, 64e6)
+
     def test_a_drifting_object_stays_centred(self):
         sim = "T15C,scene=stars,seed=3,drift=40:-25"
         arguments = ["video", "--roi", "320x240", "--exposure", "5ms", "--duration", "4s"]

@@ -37,8 +37,11 @@ class SettingsTest(InOwnFolder):
 
     def test_shows_resets_and_forgets(self):
         run("set", "Gain=321", "Exposure=20ms:auto")
-        changed = result("settings", "show")["changed"]
-        self.assertEqual(["Gain", "Exposure"], [control["name"] for control in changed])
+        shown = result("settings", "show")
+        self.assertEqual(["Gain", "Exposure"], [control["name"] for control in shown["changed"]])
+        # Virtual cameras have their own file.
+        self.assertTrue(shown["file"].endswith("/orvik/virtual/settings.json"), shown["file"])
+        self.assertTrue(os.path.isfile(shown["file"]))
         run("settings", "reset")
         self.assertEqual([], result("settings", "show")["changed"])
         run("set", "Gain=321")

@@ -10,13 +10,16 @@
 
 namespace orvik::test {
 
-/// The number of bulk transfers that the system accepts at a time; may be changed at any time.
+/// The number of bulk transfers that the system accepts at a time, and whether it lends memory that
+/// they use without a copy; may be changed at any time.
 struct BulkLimit {
   std::atomic<int> most{0};  ///< 0 for any number
+  std::atomic<bool> lendsMemory{false};
 
   std::atomic<int> inFlight{0};
   std::atomic<int> highest{0};
   std::atomic<int> refusals{0};
+  std::atomic<int> lent{0};    ///< pieces of memory
   std::atomic<int> clears{0};  ///< how often a pipe's halt was cleared
 };
 
@@ -74,7 +77,9 @@ class LimitedPort final : public seam::Port {
     return std::make_unique<LimitedBulk>(inner_->newBulkTransfer(endpoint), limit_);
   }
   std::shared_ptr<std::uint8_t[]> allocateDeviceMemory(std::size_t bytes) override {
-    return inner_->allocateDeviceMemory(bytes);
+    if (!limit_->lendsMemory) return inner_->allocateDeviceMemory(bytes);
+    ++limit_->lent;
+    return std::make_shared<std::uint8_t[]>(bytes);
   }
   seam::TransferStatus clearHalt(std::uint8_t endpoint) override {
     ++limit_->clears;
@@ -87,7 +92,7 @@ class LimitedPort final : public seam::Port {
   std::shared_ptr<BulkLimit> limit_;
 };
 
-/// A host whose system accepts only a few bulk transfers at a time.
+/// A host whose system accepts only a few bulk transfers at a time, or lends memory for them.
 class LimitedHost final : public seam::Host {
  public:
   LimitedHost(std::shared_ptr<seam::Host> inner, std::shared_ptr<BulkLimit> limit)

@@ -15,6 +15,7 @@
 
 #include "mock_usbfs.h"
 #include "seam/identity.h"
+#include "support/sleeps_of.h"
 #include "usb/current_host.h"
 
 static bool libusbWorks = true;
@@ -200,6 +201,11 @@ TEST_F(LibusbHost, CancelsInFlight) {
   transfer->cancel();
   ASSERT_EQ(transfer->submit({memory, nullptr}), TransferStatus::kOk);
   EXPECT_FALSE(transfer->wait(milliseconds(10)));
+  EXPECT_LT(test::sleepsOf([&] {
+              for (int n = 0; n < 1000; ++n) EXPECT_FALSE(transfer->wait(milliseconds(0)));
+            }),
+            100)
+      << "looking is not waiting";
   std::thread other([&transfer] { transfer->cancel(); });
   EXPECT_TRUE(transfer->wait(std::chrono::milliseconds::max()));
   other.join();

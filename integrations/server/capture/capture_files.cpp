@@ -2,7 +2,6 @@
 #include "integrations/server/capture/capture_files.h"
 
 #include <utility>
-#include <vector>
 
 #include "imaging/errors.h"
 #include "imaging/fits_encoder.h"
@@ -26,10 +25,8 @@ class ImageFiles final : public CaptureFiles {
         encode_(encode) {}
 
   void write(const imaging::Image& image) override {
-    const std::vector<std::uint8_t> bytes = encode_(image);
-    while (!save(bytes)) {
+    while (!save(image)) {
     }
-    bytes_ += bytes.size();
     folder_->changed();
   }
   void finish() override {}
@@ -38,10 +35,12 @@ class ImageFiles final : public CaptureFiles {
 
  private:
   /// False if another program has taken the name meanwhile.
-  bool save(const std::vector<std::uint8_t>& bytes) {
+  bool save(const imaging::Image& image) {
     const auto file = folder_->newImage(beginning_, ending_, number_);
     try {
-      imaging::saveFile(file.path(), bytes, false, folder_->fileSystem());
+      bytes_ += imaging::saveFile(
+          file.path(), [&](imaging::ByteSink& sink) { encode_(image, sink); }, false,
+          folder_->fileSystem());
     } catch (const imaging::FileExists&) {
       return false;
     } catch (const imaging::FileError&) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "orvik/orvik_service.h"
 #include "tools/orvikctl/camera_choice.h"
@@ -12,20 +14,31 @@
 namespace orvik::ctl {
 namespace {
 
-std::string fileName(bool isVirtual) {
-  if (isVirtual) return "";
+/// Where the settings of the cameras in use are kept: real ones or virtual ones.
+std::string fileName() {
   Orvik_SETTINGS_PLACE place{};
   return OrvikGetSettingsPlace(&place) == Orvik_OK ? place.file : "";
 }
 
+struct ChangedControl {
+  Control control;
+  ControlValue now;
+};
+
 /// The controls that differ from those of a new camera.
-Json changedControls(const Camera& camera) {
-  Json list = Json::array();
+std::vector<ChangedControl> changedControls(const Camera& camera) {
+  std::vector<ChangedControl> changed;
   for (const Control& control : camera.controls()) {
     if (!control.isWritable()) continue;
     const auto now = valueIfAny(camera, control.type());
-    if (now && !isAsNew(control, *now)) list.push_back(controlJson(control, now));
+    if (now && !isAsNew(control, *now)) changed.push_back({control, *now});
   }
+  return changed;
+}
+
+Json jsonOf(const std::vector<ChangedControl>& changed) {
+  Json list = Json::array();
+  for (const auto& [control, now] : changed) list.push_back(controlJson(control, now));
   return list;
 }
 
@@ -33,25 +46,24 @@ ExitCode show(const CommonOptions& options) {
   const ConnectedCameras cameras(options.virtualCameras);
   const ConnectedCamera& chosen = cameras.choose(options.camera);
   const Camera camera = openCamera(chosen);
-  const Json changed = changedControls(camera);
+  const std::vector<ChangedControl> changed = changedControls(camera);
   const Orvik_DARK_INFO dark = camera.dark().info();
   const Orvik_HOT_PIXEL_INFO hotPixels = camera.hotPixels().info();
-  const std::string file = fileName(!options.virtualCameras.empty());
+  const std::string file = fileName();
   if (options.json) {
     const Json result = {
         {"camera", chosen.label()},
         {"file", file.empty() ? Json() : Json(file)},
-        {"changed", changed},
+        {"changed", jsonOf(changed)},
         {"dark", dark.inUse == Orvik_TRUE ? Json(dark.path) : Json()},
         {"hotPixelsMended", hotPixels.isOn == Orvik_TRUE ? hotPixels.onSensor : 0}};
     std::cout << result.dump(2) << '\n';
     return ExitCode::kOk;
   }
   std::cout << chosen.label() << " comes up with:\n";
-  for (const Json& one : changed) {
-    const Control& control = findControl(camera, one["name"].get<std::string>());
-    std::cout << "  " << assignmentText(control, camera.read(control.type()))
-              << "  (new: " << control.defaultValue() << ")\n";
+  for (const auto& [control, now] : changed) {
+    std::cout << "  " << assignmentText(control, now) << "  (new: " << control.defaultValue()
+              << ")\n";
   }
   if (dark.inUse == Orvik_TRUE) {
     std::cout << "  dark frame " << dark.path << ", subtracted from 8-bit images\n";

@@ -84,11 +84,15 @@ void savePicture(PictureView& view, const imaging::ImageSource& image, const Vie
   png.info.height = picture.size.height;
   png.info.type = picture.isColour ? Orvik_IMG_RGB24 : Orvik_IMG_Y8;
   png.info.software = kSoftware;
-  const std::vector<std::uint8_t> bytes = imaging::encodePng(png);
   if (options.output == kStandardOutput) {
-    imaging::PipeWriter::standardOutput(interruption()).write(bytes);
+    auto pipe = imaging::PipeWriter::standardOutput(interruption());
+    imaging::GatheringSink sink([&](std::span<const std::uint8_t> bytes) { pipe.write(bytes); });
+    imaging::encodePng(png, sink);
+    sink.flush();
   } else {
-    imaging::saveFile(options.output, bytes, options.overwrite);
+    imaging::saveFile(
+        options.output, [&](imaging::ByteSink& sink) { imaging::encodePng(png, sink); },
+        options.overwrite);
   }
 }
 

@@ -139,6 +139,8 @@ void Recording::readPart() {
   silence_ = stall_.silence();
   parts_.back().lost = reader.lost();
   timesFull_ += reader.frames().timesFull();
+  bufferSize_ = reader.frames().size();
+  bufferUsed_ = std::max(bufferUsed_, reader.frames().mostUsed());
   reader.finish();
 }
 
@@ -183,6 +185,12 @@ void Recording::findCauses() {
       notes_.push_back(frames +
                        " lost: the disk did not keep up. A larger --buffer helps for a while");
     }
+  }
+  // Two are always in use: one that is being filled, and one that is being written.
+  if (timesFull_ == 0 && bufferUsed_ > 2 && 4 * bufferUsed_ > 3 * bufferSize_) {
+    notes_.push_back("up to " + std::to_string(bufferUsed_) + " of the " +
+                     std::to_string(bufferSize_) +
+                     " frames that --buffer holds waited to be written");
   }
   if (tracking_) {
     notes_.push_back(
@@ -265,6 +273,7 @@ void Recording::printResult() const {
   report.brightness = brightness_.result();
   if (tracking_) report.more["regionMoves"] = tracking_->moves();
   for (const std::string& note : notes_) report.notes.push_back(note);
+  report.more["buffer"] = {{"frames", bufferSize_}, {"mostUsed", bufferUsed_}};
   report.more["notes"] = notes_;
   if (limit_) {
     report.more["rateLimit"] = {

@@ -75,6 +75,8 @@ class Recording {
   std::optional<Sidecar> sidecar_;  // of the present part
   Entries settings_;                // of the camera as the part began
   std::int64_t timesFull_ = 0;      // how often the buffer had no room
+  std::size_t bufferSize_ = 0;      // frames, of the last part
+  std::size_t bufferUsed_ = 0;      // frames at most
   std::optional<RateLimit> limit_;
   std::vector<std::string> notes_;  // further lines of the report
   StallWatch stall_;

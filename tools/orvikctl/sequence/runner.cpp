@@ -101,7 +101,9 @@ void SequenceRunner::endStep() {
 bool SequenceRunner::takeImage(const PlannedImage& image) {
   if (!stills_.take([this](double left) { return progress(left); })) return false;
   const imaging::ImageEncoder encode = imaging::encoderFor(image.file);
-  imaging::saveFile(image.file, encode(stills_.image()), settings_.overwrite);
+  imaging::saveFile(
+      image.file, [&](imaging::ByteSink& sink) { encode(stills_.image(), sink); },
+      settings_.overwrite);
   ++results_[image.step].images;
   if (plan_.steps[image.step].kind == "light") ++lightsSinceMove_;
   const bool isLast = done_ + 1 == images_.size() || images_[done_ + 1].step != image.step;
