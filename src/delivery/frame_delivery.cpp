@@ -139,7 +139,7 @@ void FrameDelivery::convert(const Job& job, std::span<std::uint8_t> image) {
       makeByCells(job, [&](const CellRowDemosaic& cells, const std::uint8_t* raw, int y) {
         cells.make(raw, y, colourRows_.data());
         const int rows = cells.rowsAt(y);
-        yuv422(colourRows_.data(), out + 2 * (job.height - y - rows) * width, job.width, rows,
+        yuv422(colourRows_.data(), out + 2 * width * (job.height - y - rows), job.width, rows,
                true);
       });
       return;
