@@ -8,9 +8,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <optional>
 #include <semaphore>
 #include <thread>
@@ -175,16 +177,80 @@ void copy(benchmark::State& state) {
   }
 }
 
-void addLatency(const char* name, bool busy) {
-  benchmark::RegisterBenchmark(name, latency, busy)
+/// Wakes a thread that waits.
+class Signal {
+ public:
+  void send() {
+    {
+      const std::lock_guard lock(mutex_);
+      sent_ = true;
+    }
+    changed_.notify_one();
+  }
+  void wait() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return sent_; });
+    sent_ = false;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool sent_ = false;
+};
+
+/// What the two changes of thread cost by themselves: from a thread that has just copied a frame to
+/// one that waits for it, and from there to a third one.
+void twoWakeUps(benchmark::State& state, bool busy) {
+  const std::vector<std::uint8_t> from(kPixels, 1);
+  std::vector<std::uint8_t> to(kPixels, 2);
+  Signal wanted;
+  Signal first;
+  Signal second;
+  Clock::time_point begin;
+  std::atomic<bool> ends = false;
+  std::thread sender([&] {
+    for (wanted.wait(); !ends; wanted.wait()) {
+      std::memcpy(to.data(), from.data(), to.size());
+      benchmark::ClobberMemory();
+      begin = Clock::now();
+      first.send();
+    }
+    first.send();
+  });
+  std::thread relay([&] {
+    for (first.wait(); !ends; first.wait()) second.send();
+  });
+  std::optional<BusyThread> other;
+  if (busy) other.emplace();
+  std::vector<double> microseconds;
+  microseconds.reserve(kFrames);
+  for (auto _ : state) {
+    wanted.send();
+    second.wait();
+    const std::chrono::duration<double> time = Clock::now() - begin;
+    state.SetIterationTime(time.count());
+    microseconds.push_back(1e6 * time.count());
+  }
+  ends = true;
+  wanted.send();
+  sender.join();
+  relay.join();
+  report(state, microseconds);
+}
+
+void addDistribution(const char* name, void (*run)(benchmark::State&, bool), bool busy) {
+  benchmark::RegisterBenchmark(name, run, busy)
       ->UseManualTime()
       ->Iterations(kFrames)
       ->Repetitions(1);
 }
 
 const bool registered = [] {
-  addLatency("latency raw8/orvik/S", false);
-  addLatency("latency raw8, busy second thread/orvik/S", true);
+  addDistribution("latency raw8/orvik/S", latency, false);
+  addDistribution("latency raw8/two wake-ups/S", twoWakeUps, false);
+  addDistribution("latency raw8, busy second thread/orvik/S", latency, true);
+  addDistribution("latency raw8, busy second thread/two wake-ups/S", twoWakeUps, true);
   benchmark::RegisterBenchmark("latency raw8/memcpy/S", copy)->UseRealTime();
   return true;
 }();

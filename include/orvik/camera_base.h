@@ -276,11 +276,11 @@ class ORVIK_API CCameraBase {
    * region. */
   void HandleHotPixels(void* frame, int width, int height, bool is16Bits) const noexcept;
   /** Corrects the pixel (x, y) of the last delivered frame from its neighbours if it is hot. The
-   *  frame is there until the capture ends, or another frame is waited for.
+   *  frame is kept until another one is delivered, or the camera is closed.
    *  @param count is incremented in that case */
   void DeNoise(int x, int y, int width, int height, std::uint32_t* count) noexcept;
-  /** Measures how far a pixel of the last delivered frame, if it is still there (see DeNoise()),
-   *  rises above its row. @param step of the search, in samples */
+  /** Measures how far a pixel of the last delivered frame rises above its row. @param step of the
+   *  search, in samples */
   std::uint16_t PixelNet(int x, int y, int width, int height, char step) noexcept;
   /** Converts a table to the form that the camera stores.
    *  @param packed bit k of byte j for pixel 8 j + k

@@ -237,7 +237,7 @@ bool Camera::stopCapture() {
   if (capture_.isRunning() && !isOpen()) return false;
   const bool endsVideo = isVideoRunning();
   capture_.stop();
-  if (!capture_.current()) delivery_.release();
+  if (!capture_.current()) delivery_.captureEnded();
   if (endsVideo) keepSettings();
   return true;
 }
@@ -246,7 +246,7 @@ void Camera::forgetCapture() {
   const auto lock = lockSettings();
   if (capture_.isRunning()) return;
   capture_.forget();
-  delivery_.release();
+  delivery_.captureEnded();
 }
 
 void Camera::endCapture() {

@@ -53,12 +53,10 @@ void BulkStream::restart() {
   submitAhead();
 }
 
-// A read may be up to a frame and one read ahead of the oldest one: it then goes into the memory of
-// the following frame. The memory of the frame after that is not free before advance().
+// A read may be up to a frame ahead of the oldest one: it then goes into the memory of the
+// following frame.
 void BulkStream::submitAhead() {
-  const std::uint64_t end =
-      std::min(nextToRead_ + readsPerFrame_ + 1, (frameNumber_ + 2) * readsPerFrame_);
-  while (nextToSubmit_ < end && submit(nextToSubmit_)) ++nextToSubmit_;
+  while (nextToSubmit_ < nextToRead_ + readsPerFrame_ && submit(nextToSubmit_)) ++nextToSubmit_;
 }
 
 std::size_t BulkStream::offsetOf(std::uint64_t number) const {

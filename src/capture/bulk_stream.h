@@ -16,12 +16,10 @@ namespace orvik {
 
 /// Reads frames from the bulk endpoint with the reads of a whole frame always in flight.
 ///
-/// It works on two frames at a time: the one that is being filled and the one that follows. One
-/// read more than a frame has is in flight: when a frame is complete, all reads of the following
-/// one have been submitted, so the device never waits for the host between frames, and the frame is
-/// passed on without the time that submitting takes. If the system refuses a further read (its
-/// memory for USB is limited), as many stay in flight as it accepts, and the rest follow as others
-/// complete.
+/// It works on two frames at a time: the one that is being filled and the one that follows. When a
+/// read completes, the same read of the following frame is submitted, so the device never waits for
+/// the host between frames. If the system refuses a further read (its memory for USB is limited),
+/// as many stay in flight as it accepts, and the rest follow as others complete.
 ///
 /// For one thread at a time. The endpoint's abort(), from any thread, ends its waits.
 class BulkStream {

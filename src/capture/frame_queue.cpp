@@ -79,7 +79,6 @@ std::optional<NoFrame> FrameQueue::pop(Frame& frame, std::size_t room, Timeout t
   if (!missing || missing == NoFrame::kDoesNotFit) return missing;
   if (timeout ? isFinal(*missing) || timeout->count() <= 0 : ended_.has_value()) return missing;
 
-  frame.memory.reset();
   const unsigned endingsBefore = endings_;
   const auto isOver = [&] { return count_ > 0 || endings_ != endingsBefore; };
   if (!timeout) {

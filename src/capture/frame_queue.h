@@ -66,8 +66,7 @@ class FrameQueue {
   ///         capture; `memory` is then unchanged.
   bool push(FrameBuffer& memory, const FrameFormat& format, const FrameFacts& facts);
 
-  /// Replaces `frame` by the oldest queued one, and waits for one if necessary. It then gives up
-  /// the memory of the former frame at once, so that a following frame can use it.
+  /// Replaces `frame` by the oldest queued one, and waits for one if necessary.
   ///
   /// With a timeout, it also waits for a capture to begin. The wait ends when a capture ends. It
   /// does not wait at all if the last capture ended because the camera failed or is gone, nor,

@@ -20,8 +20,11 @@ struct __attribute__((visibility("hidden"))) CCameraBase::Impl {
   /// @tparam Model the engine's class. @return null if there is no memory.
   template <class Model>
   static std::unique_ptr<Impl> make() noexcept {
-    return guarded(std::unique_ptr<Impl>(),
-                   [] { return std::make_unique<Impl>(Impl{std::make_unique<Model>()}); });
+    return guarded(std::unique_ptr<Impl>(), [] {
+      auto camera = std::make_unique<Model>();
+      camera->delivery().keepLastFrame();  // for DeNoise() and PixelNet()
+      return std::make_unique<Impl>(Impl{std::move(camera)});
+    });
   }
 };
 

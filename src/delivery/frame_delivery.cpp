@@ -78,6 +78,7 @@ std::optional<NoFrame> FrameDelivery::deliver(std::span<std::uint8_t> image,
     const auto waited = std::chrono::steady_clock::now() - start;
     *timeout -= std::min(*timeout, std::chrono::duration_cast<std::chrono::milliseconds>(waited));
   }
+  if (!keepsLastFrame_) frame_.memory.reset();  // for a frame that comes meanwhile
   if (const auto missing = queue_.pop(frame_, image.size(), timeout)) return missing;
 
   const Job job = jobOf(frame_);

@@ -59,6 +59,14 @@ class FrameDelivery {
   /// Uses new gamma tables from the next image on. Any thread.
   void setGamma(int value);
 
+  /// Keeps the frame that was taken last until another one comes, for useFrame(). Otherwise its
+  /// memory is given up when its capture ends, and for the next delivery. Before the first one.
+  void keepLastFrame() { keepsLastFrame_ = true; }
+
+  void captureEnded() {
+    if (!keepsLastFrame_) release();
+  }
+
   /// Gives up the memory of the frame that was taken last, unless a delivery is running.
   void release() {
     const std::unique_lock delivery(delivering_, std::try_to_lock);
@@ -66,8 +74,7 @@ class FrameDelivery {
   }
 
   /// Calls `use(frame)` with the memory of the frame that was taken last, corrected, unless a
-  /// delivery is running, or the memory has been given up: after the capture, or because a delivery
-  /// has waited since and no frame has come.
+  /// delivery is running, or there is none; see keepLastFrame().
   template <class Use>
   void useFrame(Use use) {
     const std::unique_lock delivery(delivering_, std::try_to_lock);
@@ -92,6 +99,7 @@ class FrameDelivery {
   const CameraState& state_;
   FrameQueue& queue_;
   const Corrections corrections_;
+  bool keepsLastFrame_ = false;
   TimedMutex delivering_;
   Frame frame_;                              ///< the frame being processed, or the last one
   std::optional<FrameCorrections> present_;  ///< of that frame

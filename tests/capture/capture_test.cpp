@@ -106,15 +106,14 @@ TEST_F(CaptureTest, FourBadReadsInARowStartTheCameraAnew) {
     sent = conversation_.take();
     return std::ranges::count(sent, "A9");
   };
-  // Each start of the stream submits two reads, that of the first frame and that of the second.
-  EXPECT_EQ(startsWith("bulk fail to 6", 0), 1);
+  EXPECT_EQ(startsWith("bulk fail to 3", 0), 1);
   EXPECT_EQ(system->clears, 1 + 3 + 1) << "at the start, after each, and at the end";
-  EXPECT_EQ(startsWith("bulk fail to 8", 0), 2);
+  EXPECT_EQ(startsWith("bulk fail to 4", 0), 2);
   EXPECT_EQ(system->clears, 1 + 3 + 2 + 1) << "before what is left is drained, and behind it";
   using ::testing::ElementsAre;
   EXPECT_THAT(std::vector<std::string>(sent.begin() + 6, sent.begin() + 12),
               ElementsAre("F0=31", "S3000=01", "AA", "A9", "S3000=00", "F0=21"));
-  EXPECT_EQ(startsWith("bulk fail every 3 to 12", 0), 1) << "never two in a row";
+  EXPECT_EQ(startsWith("bulk fail every 2 to 12", 0), 1) << "never two in a row";
   EXPECT_EQ(startsWith("", 3), 1);
   EXPECT_EQ(startsWith("", 4), 2);
 }
@@ -262,7 +261,7 @@ TEST_F(CaptureTest, OneReadAtATimeIsEnough) {
   open();
   setRegion(1304, 976, IMAGE_RAW16);  // three reads per frame
   camera_->setExposure(kPatientExposureUs, false);
-  for (const int limit : {1, 2, 4}) {
+  for (const int limit : {1, 2, 3}) {
     system->most = limit;
     system->refusals = 0;
     system->highest = 0;
@@ -271,7 +270,7 @@ TEST_F(CaptureTest, OneReadAtATimeIsEnough) {
     EXPECT_EQ(dropped(), 0);
     ASSERT_TRUE(camera_->stopCapture());
     EXPECT_EQ(system->highest, limit);
-    EXPECT_EQ(system->refusals > 0, limit < 4) << "a frame's reads and one of the next are enough";
+    EXPECT_EQ(system->refusals > 0, limit < 3) << "the reads of a frame are enough";
   }
 }
 
@@ -288,7 +287,7 @@ TEST_F(CaptureTest, MemoryThatTheSystemLendsIsUsedAndGivenBack) {
     ASSERT_TRUE(getImage());
     EXPECT_EQ(std::ranges::count(image_, 0), 0) << "every part has come";
   }
-  EXPECT_EQ(system->lent, 3) << "as many pieces as reads in flight, used again";
+  EXPECT_EQ(system->lent, 2) << "as many pieces as reads in flight, used again";
 }
 
 TEST_F(CaptureTest, AStalledPipeIsClearedAndUsedAgain) {
