@@ -199,11 +199,14 @@ class Signal {
   bool sent_ = false;
 };
 
-/// What the two changes of thread cost by themselves: from a thread that has just copied a frame to
-/// one that waits for it, and from there to a third one.
+/// What nothing can be without: two changes of thread, from one that has just written a frame to
+/// one that waits for it, and from there to a third one, which copies the frame if `copies` is set.
+/// That copy takes longer than one in a loop: the frame is in the cache of another core.
+template <bool copies>
 void twoWakeUps(benchmark::State& state, bool busy) {
   const std::vector<std::uint8_t> from(kPixels, 1);
   std::vector<std::uint8_t> to(kPixels, 2);
+  std::vector<std::uint8_t> image(kPixels, 3);
   Signal wanted;
   Signal first;
   Signal second;
@@ -228,6 +231,10 @@ void twoWakeUps(benchmark::State& state, bool busy) {
   for (auto _ : state) {
     wanted.send();
     second.wait();
+    if (copies) {
+      std::memcpy(image.data(), to.data(), image.size());
+      benchmark::ClobberMemory();
+    }
     const std::chrono::duration<double> time = Clock::now() - begin;
     state.SetIterationTime(time.count());
     microseconds.push_back(1e6 * time.count());
@@ -248,9 +255,11 @@ void addDistribution(const char* name, void (*run)(benchmark::State&, bool), boo
 
 const bool registered = [] {
   addDistribution("latency raw8/orvik/S", latency, false);
-  addDistribution("latency raw8/two wake-ups/S", twoWakeUps, false);
+  addDistribution("latency raw8/two wake-ups/S", twoWakeUps<false>, false);
+  addDistribution("latency raw8/two wake-ups and a copy/S", twoWakeUps<true>, false);
   addDistribution("latency raw8, busy second thread/orvik/S", latency, true);
-  addDistribution("latency raw8, busy second thread/two wake-ups/S", twoWakeUps, true);
+  addDistribution("latency raw8, busy second thread/two wake-ups and a copy/S", twoWakeUps<true>,
+                  true);
   benchmark::RegisterBenchmark("latency raw8/memcpy/S", copy)->UseRealTime();
   return true;
 }();
