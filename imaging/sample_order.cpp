@@ -17,7 +17,8 @@ void convert(std::span<const std::uint8_t> samples, std::span<std::uint8_t> out)
   for (std::size_t i = 0; i + 1 < bytes; i += 2) {
     std::uint16_t sample = 0;
     std::memcpy(&sample, from + i, sizeof sample);
-    sample = static_cast<std::uint16_t>((sample >> 8U | sample << 8U) ^ kFlipped);
+    const unsigned value = sample;
+    sample = static_cast<std::uint16_t>((value >> 8U | value << 8U) ^ kFlipped);
     std::memcpy(to + i, &sample, sizeof sample);
   }
 }
