@@ -26,7 +26,7 @@ namespace {
 
 // Raw frames are mostly noise: a prediction filter makes them larger, and more search for
 // repetitions gains little. In colour images, which are interpolated, a pixel is much like the one
-// to its left. docs/performance.md compares.
+// to its left. docs/resources.md compares.
 constexpr std::uint32_t kCompressionLevel = 1;
 
 /// The text chunks and the strings that they point to.

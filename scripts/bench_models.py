@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Measures every model of camera, and prints the tables of docs/performance.md.
+"""Measures every model of camera, and prints the tables of docs/resources.md.
 
 usage: bench_models.py memory BUILD [MODEL...]    how much memory a camera needs in each state
        bench_models.py startup BUILD [MODEL...]   the steps from the plug to the first frame
