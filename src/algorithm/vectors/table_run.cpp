@@ -20,7 +20,7 @@ HWY_BEFORE_NAMESPACE();
 namespace orvik::HWY_NAMESPACE {
 namespace {
 
-namespace hn = hwy::HWY_NAMESPACE;
+namespace hn = hwy::HWY_NAMESPACE;  // NOLINT(misc-unused-alias-decls): not every target has vectors
 
 // With vectors of 16 bytes the differences take 1.4 times as long as the caller's loop.
 #if ORVIK_PORTABLE_TARGET || HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4 || \
