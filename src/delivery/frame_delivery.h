@@ -63,6 +63,7 @@ class FrameDelivery {
   /// memory is given up when its capture ends, and for the next delivery. Before the first one.
   void keepLastFrame() { keepsLastFrame_ = true; }
 
+  /// Gives up the last frame unless it is to be kept.
   void captureEnded() {
     if (!keepsLastFrame_) release();
   }
