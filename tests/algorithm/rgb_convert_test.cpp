@@ -137,6 +137,17 @@ TEST(RgbConvert, LuminanceAndYuv422FollowTheDefinition) {
   }
 }
 
+/// A vector must not take pixels over which a former one has written.
+TEST(RgbConvert, Yuv422InPlaceIsRightForEveryWidth) {
+  for (int width = 1; width < 260; ++width) {
+    const Size size{width, 2};
+    auto image = Frame<std::uint8_t>::random(3 * area(size), 14);
+    const std::vector<std::uint8_t> expected = expectedYuv(image.pixels(), size, false);
+    yuv422(image.data(), image.data(), size.width, size.height, false);
+    ASSERT_EQ(image.first(2 * area(size)), expected) << width;
+  }
+}
+
 TEST(RgbConvert, ExtremeColoursStayInTheVideoRange) {
   const std::vector<std::uint8_t> bgr{0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 255, 255};
   std::vector<std::uint8_t> out(8);

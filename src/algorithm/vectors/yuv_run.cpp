@@ -29,13 +29,6 @@ constexpr int lanes(int low, int high) {
                           (static_cast<unsigned>(low) & 0xFFFF));
 }
 
-/// Adds to each 32 bits of `sum` the products of both halves of a and b. Processors of this target
-/// have the instruction, but compilers are not told so.
-HWY_INLINE __m512i withProducts(__m512i sum, __m512i a, __m512i b) {
-  asm("vpdpwssd %2, %1, %0" : "+v"(sum) : "v"(a), "v"(b));
-  return sum;
-}
-
 /// The weighted sum of the bytes a, b, c, a in each 32 bits. Factors hold those of a and c, and of
 /// b; parts the fractions of the weights in units of 2^-15.
 HWY_INLINE __m512i chromaSum(__m512i ac, __m512i ba, int factorsAc, int factorB, int partsAc,
@@ -43,15 +36,14 @@ HWY_INLINE __m512i chromaSum(__m512i ac, __m512i ba, int factorsAc, int factorB,
   const __m512i parts = _mm512_add_epi16(_mm512_mulhrs_epi16(ac, _mm512_set1_epi32(partsAc)),
                                          _mm512_mulhrs_epi16(ba, _mm512_set1_epi32(partB)));
   const __m512i ofAc = _mm512_madd_epi16(ac, _mm512_set1_epi32(factorsAc));
-  const __m512i whole = withProducts(ofAc, ba, _mm512_set1_epi32(factorB));
-  return withProducts(whole, parts, _mm512_set1_epi32(0x00010001));
+  const __m512i whole = dense::withProducts(ofAc, ba, _mm512_set1_epi32(factorB));
+  return dense::withProducts(whole, parts, _mm512_set1_epi32(0x00010001));
 }
 
 struct ChromaSums {
   explicit HWY_INLINE ChromaSums(__m512i pixels) {
-    const __m512i low = _mm512_set1_epi32(0x00FF00FF);
-    const __m512i ac = _mm512_and_si512(pixels, low);
-    const __m512i ba = _mm512_and_si512(_mm512_srli_epi32(pixels, 8), low);
+    const __m512i ac = _mm512_and_si512(pixels, _mm512_set1_epi32(0x00FF00FF));
+    const __m512i ba = _mm512_srli_epi16(pixels, 8);
     // 28770.304 a - 24117.248 b - 4653.056 c
     first = chromaSum(ac, ba, lanes(28770, -4653), lanes(-24117, 0), lanes(9961, -1835),
                       lanes(-8126, 0));
@@ -93,25 +85,29 @@ HWY_INLINE void storeHalf(__m512i luminance, __m512i chroma, __m512i indices, st
       out, _mm512_add_epi8(both, _mm512_set1_epi32(lanes(128 << 8 | 16, 128 << 8 | 16))));
 }
 
-std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
-  const dense::Constants constants;
-  const __m512i fields = _mm512_set1_epi64(0x3030303010101010);
-  const __m512i leftIndices = resultIndices(0);
-  const __m512i rightIndices = resultIndices(32);
-  std::size_t done = 0;
-  for (; done + 64 <= pixels; done += 64) {
-    const dense::Pixels all(bgr + 3 * done, constants);
+struct Converter {
+  HWY_INLINE Converter()
+      : fields(_mm512_set1_epi64(0x3030303010101010)),
+        leftIndices(resultIndices(0)),
+        rightIndices(resultIndices(32)) {}
+
+  static std::size_t step() { return 64; }
+
+  HWY_INLINE void operator()(const std::uint8_t* bgr, std::uint8_t* out) const {
+    const dense::Pixels all(bgr, constants);
     const __m512i luminance = dense::luminanceOf(all, constants);
     const ChromaSums left(evenOf(all.first, all.second));
     const ChromaSums right(evenOf(all.third, all.fourth));
     const __m512i chroma =
         dense::gathered(fields, left.first, left.second, right.first, right.second);
-    prefetchResult(out + 2 * done, 128);
-    storeHalf(luminance, chroma, leftIndices, out + 2 * done);
-    storeHalf(luminance, chroma, rightIndices, out + 2 * done + 64);
+    prefetchResult(out, 128);
+    storeHalf(luminance, chroma, leftIndices, out);
+    storeHalf(luminance, chroma, rightIndices, out + 64);
   }
-  return done;
-}
+
+  dense::Constants constants;
+  __m512i fields, leftIndices, rightIndices;
+};
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -187,20 +183,33 @@ HWY_INLINE Lanes evenOf(hn::Vec<Bytes> samples) {
   return hn::And(hn::BitCast(Words(), samples), hn::Set(Words(), 0xFF));
 }
 
-std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
-  const Bytes bytes;
-  const std::size_t step = hn::Lanes(bytes);
-  std::size_t done = 0;
-  for (; done + step <= pixels; done += step) {
-    const lum::Pixels all(bgr + 3 * done);
+struct Converter {
+  static std::size_t step() { return hn::Lanes(Bytes()); }
+
+  HWY_INLINE void operator()(const std::uint8_t* bgr, std::uint8_t* out) const {
+    const Bytes bytes;
+    const lum::Pixels all(bgr);
     const auto luminance = lum::luminanceOf(all);
     const auto chroma = hn::BitCast(bytes, chromaOf(evenOf(all.a), evenOf(all.b), evenOf(all.c)));
     hn::StoreInterleaved2(hn::Add(luminance, hn::Set(bytes, 16)),
-                          hn::Add(chroma, hn::Set(bytes, 128)), bytes, out + 2 * done);
+                          hn::Add(chroma, hn::Set(bytes, 128)), bytes, out);
+  }
+};
+#endif
+
+std::size_t Yuv(const std::uint8_t* bgr, std::uint8_t* out, std::size_t pixels) {
+  const Converter convert;
+  const std::size_t step = Converter::step();
+  std::size_t done = 0;
+  for (; done + step <= pixels; done += step) convert(bgr + 3 * done, out + 2 * done);
+  const std::size_t even = pixels - pixels % 2;
+  // The last pixels once more with some before them, which must not be overwritten yet.
+  if (done < even && pixels >= 3 * step) {
+    convert(bgr + 3 * (even - step), out + 2 * (even - step));
+    done = even;
   }
   return done;
 }
-#endif
 #endif
 
 }  // namespace
