@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: MIT Works in blocks: first the rows are added, column by column, into a
+// SPDX-License-Identifier: MIT
+// Works in blocks: first the rows are added, column by column, into a
 // buffer; then the neighbours in the buffer are added. The buffer stays in the first-level cache,
 // and interleaved loads from it separate the neighbours.
 #include "algorithm/vectors/bin_run.h"
@@ -63,15 +64,19 @@ HWY_INLINE std::size_t forBlocks(std::size_t units, std::size_t lanes, Work work
   return whole;
 }
 
+/// Separating every third unit in a vector of 64 bytes takes longer than in two of 32.
+template <std::size_t kBin, typename Unit>
+using BytesToSum = std::conditional_t<kBin == 3, hn::CappedTag<std::uint8_t, 32>, Bytes>;
+
 /// @tparam Unit std::uint8_t, or std::uint16_t for pairs
 template <std::size_t kBin, typename Unit>
 std::size_t sumBytes(Rows8 rows, std::uint8_t* out, std::size_t units) {
-  const Bytes bytes;
-  const hn::Repartition<Unit, Longs> tag;
+  const BytesToSum<kBin, Unit> bytes;
+  const hn::Repartition<Unit, decltype(bytes)> tag;
   alignas(64) Unit buffer[kBlock * kBin];
   const auto add = [](auto a, auto b) HWY_ATTR {
-    const Bytes in;
-    const hn::Repartition<Unit, Longs> back;
+    const BytesToSum<kBin, Unit> in;
+    const hn::Repartition<Unit, decltype(in)> back;
     return hn::BitCast(back, hn::SaturatedAdd(hn::BitCast(in, a), hn::BitCast(in, b)));
   };
   const std::size_t lanes = hn::Lanes(tag);
