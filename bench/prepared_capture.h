@@ -11,6 +11,7 @@
 #include "bench/image_kinds.h"
 #include "bench/prepared_host.h"
 #include "orvik/orvik.h"
+#include "orvik/orvik_settings.h"
 #include "seam/install.h"
 #include "sim/picture/marks.h"
 
@@ -37,7 +38,7 @@ class PreparedCapture {
     isRunning_ = OrvikGetNumOfConnectedCameras() == cameras;
     for (int n = 0; n < cameras; ++n) {
       isRunning_ =
-          isRunning_ && OrvikOpenCamera(n) == Orvik_OK &&
+          isRunning_ && OrvikOpenCamera(n) == Orvik_OK && OrvikResetSettings(n) == Orvik_OK &&
           OrvikSetROIFormat(n, kWidth, kHeight, 1, kind.type) == Orvik_OK &&
           OrvikSetControlValue(n, Orvik_CTL_EXPOSURE, kExposureUs, Orvik_FALSE) == Orvik_OK &&
           OrvikStartVideoCapture(n) == Orvik_OK;

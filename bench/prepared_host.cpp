@@ -2,8 +2,9 @@
 #include "bench/prepared_host.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
+
+#include "bench/host_controller.h"
 
 namespace orvik::bench {
 namespace {
@@ -120,7 +121,7 @@ bool ReadFeed::fill(std::span<const std::uint8_t> frame, std::chrono::millisecon
 
 std::size_t ReadFeed::fill(Read& read, std::span<const std::uint8_t> bytes) {
   read.filled = std::min(read.buffer.bytes.size(), bytes.size());
-  std::memcpy(read.buffer.bytes.data(), bytes.data(), read.filled);
+  writeAsController(bytes.first(read.filled), read.buffer.bytes.data());
   return read.filled;
 }
 

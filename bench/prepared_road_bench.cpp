@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/host_controller.h"
 #include "bench/prepared_capture.h"
 #include "bench/process.h"
 
@@ -90,8 +91,7 @@ void oneCopy(benchmark::State& state, const ImageKind& kind, const Corrections&)
   std::size_t n = 0;
   const auto fill = [&] {
     n = (n + 1) % frames.size();
-    std::memcpy(frames[n].data(), frame.data(), kind.frameBytes());
-    benchmark::ClobberMemory();
+    writeAsController(std::span(frame).first(kind.frameBytes()), frames[n].data());
     return true;
   };
   const auto copy = [&] {

@@ -15,6 +15,7 @@ import os
 import re
 import subprocess
 import sys
+import tempfile
 from datetime import datetime, timezone
 from pathlib import Path
 
@@ -63,7 +64,7 @@ def programs_of(build):
 
 
 def run_programs(build, args, defaults, suffix, vectors=None):
-    """Runs every program of a build.
+    """Runs every program of a build, without stored settings of cameras.
 
     @param vectors limits the kernels to these instructions; other programs are left out then
     @return the files of the results
@@ -79,10 +80,12 @@ def run_programs(build, args, defaults, suffix, vectors=None):
         result = RESULTS / f"{program.name}{suffix}.json"
         result.unlink(missing_ok=True)
         print(f"running {program.name}{suffix}", file=sys.stderr)
-        done = subprocess.run([program, *defaults, *args, f"--benchmark_out={result}",
-                               "--benchmark_out_format=json"],
-                              stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
-                              env=environment, check=False)
+        with tempfile.TemporaryDirectory() as folder:
+            environment["XDG_CONFIG_HOME"] = folder
+            done = subprocess.run([program, *defaults, *args, f"--benchmark_out={result}",
+                                   "--benchmark_out_format=json"],
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
+                                  env=environment, check=False)
         if done.returncode != 0:
             raise Failure(f"{program.name} ended with {done.returncode}: {done.stderr.strip()}")
         # A filter that fits no case of a program leaves an empty file.
