@@ -18,6 +18,8 @@ namespace {
 /// The samples that several steps are applied to in turn: they fit into the nearest cache, together
 /// with their dark.
 constexpr std::size_t kBlockBytes = std::size_t{4} * 1024;
+/// The same where the next ones are fetched meanwhile: as many cache lines as a core can wait for.
+constexpr std::size_t kFetchedBytes = 1024;
 /// What a step does at a time before another one reads all of it, or from which only one reads:
 /// fits into the second cache.
 constexpr std::size_t kStretchBytes = std::size_t{64} * 1024;
@@ -43,6 +45,13 @@ std::size_t alignedStart(const Sample* image, std::size_t index) {
   constexpr std::size_t kLine = 64 / sizeof(Sample);
   const std::size_t start = reinterpret_cast<std::uintptr_t>(image) / sizeof(Sample);
   return index - std::min(index, (start + index) % kLine);
+}
+
+/// Fetches samples into the cache while something else is computed.
+template <class Sample>
+void prefetch(const Sample* samples, std::size_t count) {
+  constexpr std::size_t kLine = 64 / sizeof(Sample);
+  for (std::size_t i = 0; i < count; i += kLine) __builtin_prefetch(samples + i);
 }
 
 template <class Sample>
@@ -106,13 +115,16 @@ void FrameCorrections::copyRows(const Sample* frame, Sample* image, bool correct
   const std::size_t samples = format_.samples();
   if (!flips()) {
     // Backwards: the end of the frame has come last, and may still be in a cache.
-    const std::size_t block = (corrects ? kBlockBytes : kStretchBytes) / sizeof(Sample);
+    const std::size_t block = (corrects ? kFetchedBytes : kStretchBytes) / sizeof(Sample);
     for (std::size_t end = samples; end > 0;) {
       const std::size_t first = alignedStart(image, end - std::min(block, end));
       const std::size_t count = end - first;
       std::memcpy(image + first, frame + first, count * sizeof(Sample));
-      if (corrects) changePixels(image + first, first, count);
       end = first;
+      if (!corrects) continue;
+      const std::size_t next = std::min(block, end);
+      prefetch(frame + end - next, next);
+      changePixels(image + first, first, count);
     }
     return;
   }
@@ -122,6 +134,8 @@ void FrameCorrections::copyRows(const Sample* frame, Sample* image, bool correct
     const std::size_t from = indexOf(steps_.flipsVertically ? rows - 1 - y : y);
     Sample* const row = image + indexOf(y);
     std::memcpy(row, frame + from, columns * sizeof(Sample));
+    const int next = y + 1 < rows ? y + 1 : y;
+    prefetch(frame + indexOf(steps_.flipsVertically ? rows - 1 - next : next), columns);
     if (corrects) changePixels(row, from, columns);
     if (steps_.flipsHorizontally) flip(row, format_.columns(), 1, false, true);
   }
