@@ -238,9 +238,6 @@ HWY_INLINE ColourPairs interpolate(const Row& above, const Row& here, const Row&
   return kColourX == 0 ? ColourPairs{atSite, atGreen} : ColourPairs{atGreen, atSite};
 }
 
-/// Bytes between what is read and what is prefetched meanwhile.
-constexpr std::ptrdiff_t kAhead = 512;
-
 template <class Sink, int kRedX, int kRedY>
 HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& blue) {
   const std::ptrdiff_t width = run.width;
@@ -249,8 +246,9 @@ HWY_INLINE void makeCells(const CellRun& run, const Factor& red, const Factor& b
   const Sink sink;
   for (std::ptrdiff_t x = 0;;) {
     const std::uint8_t* const pixel = run.raw + x;
-    hwy::Prefetch(pixel + width + kAhead);
-    hwy::Prefetch(pixel + 2 * width + kAhead);
+    // The rows that the next run reads besides those of this one.
+    hwy::Prefetch(pixel + 3 * width);
+    hwy::Prefetch(pixel + 4 * width);
     const Row above = load(pixel - width);
     const Row upper = load(pixel);
     const Row lower = load(pixel + width);
