@@ -123,10 +123,7 @@ void Streamer::setHostPresent(bool present) {
     exposing_.reset();
     reading_.reset();
     link_.rest();
-    if (!threadRuns_) {
-      join();
-      pictures_.release();
-    }
+    if (!threadRuns_) pictures_.release();
   }
   beginExposure(clock_->now());
   startThread();
@@ -142,7 +139,12 @@ void Streamer::stop() {
 }
 
 void Streamer::join() {
-  if (thread_.joinable()) thread_.join();
+  std::thread ending;
+  {
+    const std::lock_guard lock(mutex_);
+    ending = std::move(thread_);
+  }
+  if (ending.joinable()) ending.join();
 }
 
 bool Streamer::wanted() const {
@@ -156,7 +158,7 @@ bool Streamer::hasToPrepare() const {
 void Streamer::startThread() {
   if (threadRuns_ || !(wanted() || hasToPrepare())) return;
   // A thread that has cleared threadRuns_ does not take the lock again.
-  join();
+  if (thread_.joinable()) thread_.join();
   try {
     thread_ = std::thread([this] { run(); });
     threadRuns_ = true;

@@ -65,7 +65,7 @@ class Streamer {
 
   /// Ends streaming for good; the thread ends soon after.
   void stop();
-  /// Waits for the thread's end, after stop().
+  /// Waits for the thread's end, after stop(). If two callers do, one of them waits.
   void join();
 
  private:

@@ -188,6 +188,17 @@ TEST(BulkTransfer, CancelledOnesKeepTheirOrderAndTheirMemoryAlive) {
   EXPECT_EQ(memory.use_count(), 0) << "a transfer dropped in flight is cancelled";
 }
 
+/// Both wait for the end of the camera's thread.
+TEST(Unplug, MayComeWhileTheLastPortIsClosed) {
+  for (int n = 0; n < 300; ++n) {
+    Bench bench(freeRunning());
+    bench.start({});
+    const std::jthread hand([&] { bench.host().unplug(bench.id()); });
+    std::this_thread::sleep_for(std::chrono::microseconds(n % 30 * 10));
+    bench.dropPort();
+  }
+}
+
 TEST(Unplug, EndsEverythingAtOnce) {
   for (const bool streaming : {false, true}) {
     Bench bench(freeRunning());
