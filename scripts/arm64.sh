@@ -9,14 +9,12 @@ cmake --build --preset arm64
 
 # Patterns of names, each with the reason.
 skipped=(
-  '^(environment|night|orvikctl|manual)\.|^examples\.run$|^install\.consumers$'
+  '^(bench|environment|night|orvikctl|manual)\.|^examples\.run$|^install\.consumers$'
   'starts programs for ARM by itself, which this machine cannot run without the emulator'
   '^link_tests\.LeavingAtTheEnd\.'
   'its program starts itself anew, without the emulator'
-  '^api_tests\.RegistryTest\.NothingIsLeftByQueriesOpeningAndClosing$'
+  '^api_tests\.RegistryTest\.NothingIsLeftByQueriesOpeningAndClosing$|^memory_tests\.'
   "measures the process's memory, which is the emulator's as well"
-  '^sim_tests\.Stream\.AFrameWaitsForTheHostAndTheNextOnesAreLost$'
-  'gives a thread a fixed time, which an emulated one can miss'
   '^controls_tests\.Automatic\.TheFirstRoundComesAfter200MillisecondsAndTheNextAfter100$'
   'gives a thread a fixed time, which an emulated one can miss'
 )

@@ -63,6 +63,8 @@ void Bench::advance(seam::Clock::Duration duration) {
   dynamic_cast<ManualClock&>(*clock_).advance(duration);
 }
 
+bool Bench::settle() { return dynamic_cast<ManualClock&>(*clock_).settle(); }
+
 TransferStatus Bench::control(const seam::SetupPacket& setup, Bytes& data, std::size_t& moved) {
   const auto memory = std::make_shared<Bytes>(data);
   const TransferStatus submitted = control_->submit(setup, {*memory, memory}, 500ms);

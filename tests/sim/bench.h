@@ -71,6 +71,8 @@ class Bench {
   void reopen();
   [[nodiscard]] int id() const { return id_; }
   void advance(seam::Clock::Duration duration);
+  /// Waits until the camera has done what is due by now. Call it after advance().
+  [[nodiscard]] bool settle();
 
   /// Control transfers; an OUT request has no data unless given.
   TransferStatus out(std::uint8_t request, int value = 0, int index = 0, Bytes data = {});

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 #include "seam/clock.h"
 
@@ -14,15 +16,28 @@ class ManualClock final : public seam::Clock {
 
   bool waitUntil(std::unique_lock<std::mutex>& lock, std::condition_variable& condition,
                  Duration deadline, const std::function<bool()>& ready) override {
-    while (!ready() && now() < deadline) condition.wait_for(lock, std::chrono::milliseconds(1));
+    while (!ready() && now() < deadline) {
+      awaited_ = deadline.count();
+      condition.wait_for(lock, std::chrono::milliseconds(1));
+    }
     return ready();
   }
   void sleepFor(Duration duration) override { advance(duration); }
 
   void advance(Duration duration) { nanoseconds_ += duration.count(); }
+  /// Waits until the thread that uses this clock has done what was due and waits for a later time.
+  /// @return false if it did not within ten seconds.
+  [[nodiscard]] bool settle() const {
+    for (int tries = 0; awaited_ <= nanoseconds_; ++tries) {
+      if (tries == 10000) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+  }
 
  private:
   std::atomic<Duration::rep> nanoseconds_ = 1000000000;
+  std::atomic<Duration::rep> awaited_ = 0;  ///< for which the thread has last waited
 };
 
 }  // namespace orvik::test

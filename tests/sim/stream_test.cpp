@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <thread>
 
 #include "sim/bench.h"
 #include "sim/wire/bus.h"
@@ -90,11 +89,10 @@ TEST(Stream, AFrameWaitsForTheHostAndTheNextOnesAreLost) {
   Bench bench(plain(sim::Pace::kReal));
   const Program program;
   bench.start(program);
-  const auto settle = [] { std::this_thread::sleep_for(kQuiet); };
   bench.advance(program.frameTime());  // 0 is held
-  settle();
+  ASSERT_TRUE(bench.settle());
   bench.advance(2 * program.frameTime());  // 1 and 2 find no room
-  settle();
+  ASSERT_TRUE(bench.settle());
   EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 0);
   bench.advance(program.frameTime());
   EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 3);
@@ -105,7 +103,7 @@ TEST(Stream, AMachineTooSlowLosesFramesAndNotTheTime) {
   const Program program;
   bench.start(program);
   bench.advance(100 * program.frameTime());
-  std::this_thread::sleep_for(kQuiet);
+  ASSERT_TRUE(bench.settle());
   EXPECT_EQ(sequenceOf(bench.fetchFrame(program.frameBytes())), 0);
   bench.advance(program.frameTime());
   // The last frame before the clock moved is still sent if the host asks early enough.
@@ -118,7 +116,7 @@ TEST(Stream, StoppingThrowsTheWaitingFrameAway) {
   const Program program;
   bench.start(program);
   bench.advance(program.frameTime());
-  std::this_thread::sleep_for(kQuiet);
+  ASSERT_TRUE(bench.settle());
   bench.stop();
   Fetch fetch = bench.newFetch(program.frameBytes());
   fetch.submit();
