@@ -130,12 +130,12 @@ void FrameCorrections::copyRows(const Sample* frame, Sample* image, bool correct
   }
   const int rows = format_.rows();
   const auto columns = static_cast<std::size_t>(format_.columns());
+  const auto source = [&](int y) { return indexOf(steps_.flipsVertically ? rows - 1 - y : y); };
   for (int y = 0; y < rows; ++y) {
-    const std::size_t from = indexOf(steps_.flipsVertically ? rows - 1 - y : y);
+    const std::size_t from = source(y);
     Sample* const row = image + indexOf(y);
     std::memcpy(row, frame + from, columns * sizeof(Sample));
-    const int next = y + 1 < rows ? y + 1 : y;
-    prefetch(frame + indexOf(steps_.flipsVertically ? rows - 1 - next : next), columns);
+    if (y + 1 < rows) prefetch(frame + source(y + 1), columns);
     if (corrects) changePixels(row, from, columns);
     if (steps_.flipsHorizontally) flip(row, format_.columns(), 1, false, true);
   }
