@@ -9,7 +9,7 @@ cmake --build --preset arm64
 
 # Patterns of names, each with the reason.
 skipped=(
-  '^(bench|environment|night|orvikctl|manual)\.|^examples\.run$|^install\.consumers$'
+  '^(environment|night|orvikctl|manual)\.|^examples\.run$|^install\.consumers$'
   'starts programs for ARM by itself, which this machine cannot run without the emulator'
   '^link_tests\.LeavingAtTheEnd\.'
   'its program starts itself anew, without the emulator'
