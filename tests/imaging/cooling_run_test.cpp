@@ -3,6 +3,7 @@
 
 #include <thread>
 
+#include "support/eventually.h"
 #include "wrapper/wrapper_bench.h"
 
 namespace orvik::imaging {
@@ -16,11 +17,7 @@ class CoolingRunTest : public test::WrapperBench {
 
   /// Waits until a run is over.
   static bool ends(CoolingRun& run) {
-    const auto limit = std::chrono::steady_clock::now() + 30s;
-    while (!run.isOver() && std::chrono::steady_clock::now() < limit) {
-      std::this_thread::sleep_for(20ms);
-    }
-    return run.isOver();
+    return test::eventually([&] { return run.isOver(); });
   }
 
   int id_ = plug("ambient=20", "T13C_C");

@@ -153,7 +153,7 @@ enum class Leaving { kInPeace, kAfterAFork, kWhileRequestsHang };
         for (;;) camera->link().writeFpga(13, 128);
       }).detach();
     }
-    eventually([] { return (*faults)->struck(fault::Action::kDeaf) > 0; });
+    if (!eventually([] { return (*faults)->struck(fault::Action::kDeaf) > 0; })) _exit(1);
   }
   std::exit(0);  // NOLINT(concurrency-mt-unsafe)
 }

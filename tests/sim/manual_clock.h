@@ -3,9 +3,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <thread>
 
 #include "seam/clock.h"
+#include "support/eventually.h"
 
 namespace orvik::test {
 
@@ -26,13 +26,8 @@ class ManualClock final : public seam::Clock {
 
   void advance(Duration duration) { nanoseconds_ += duration.count(); }
   /// Waits until the thread that uses this clock has done what was due and waits for a later time.
-  /// @return false if it did not within ten seconds.
   [[nodiscard]] bool settle() const {
-    for (int tries = 0; awaited_ <= nanoseconds_; ++tries) {
-      if (tries == 10000) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return eventually([this] { return awaited_ > nanoseconds_; });
   }
 
  private:

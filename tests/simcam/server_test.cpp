@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <chrono>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "tests/simcam/usbip_client.h"
+#include "tests/support/eventually.h"
 #include "tools/simcam/camera_bank.h"
 #include "tools/simcam/console.h"
 
@@ -46,10 +46,7 @@ class ServerTest : public ::testing::Test {
 
   /// Waits until the server has noticed that its importers are gone.
   [[nodiscard]] bool nothingIsImported() {
-    for (int i = 0; i < 500 && !server->imported().empty(); ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return server->imported().empty();
+    return test::eventually([this] { return server->imported().empty(); });
   }
 
   /// Sensor and FPGA stream 640 x 480 pixels of 8 bits, as fast as the host asks.

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <thread>
 
 #include "base/current_clock.h"
 #include "sim/sim_host.h"
 #include "support/conversation.h"
+#include "support/eventually.h"
 #include "usb/current_host.h"
 
 namespace orvik::test {
@@ -47,17 +45,6 @@ class VirtualBench {
 /// Returns an observer that logs the requests received by a virtual camera.
 inline sim::ControlObserver observerOf(Conversation& conversation) {
   return [&conversation](const sim::ControlRecord& record) { conversation.add(record.setup); };
-}
-
-/// Waits until `condition` holds. @return false after `limit`.
-inline bool eventually(const std::function<bool()>& condition,
-                       std::chrono::milliseconds limit = std::chrono::seconds(60)) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
 }
 
 }  // namespace orvik::test

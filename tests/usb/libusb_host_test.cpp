@@ -15,6 +15,7 @@
 
 #include "mock_usbfs.h"
 #include "seam/identity.h"
+#include "support/eventually.h"
 #include "support/sleeps_of.h"
 #include "usb/current_host.h"
 
@@ -33,6 +34,7 @@ namespace {
 
 using seam::TransferStatus;
 using std::chrono::milliseconds;
+using test::eventually;
 using testing::Bytes;
 using ::testing::ElementsAre;
 using testing::MockUsbfs;
@@ -53,17 +55,6 @@ int eventThreads() {
 std::ptrdiff_t fileDescriptors() {
   const std::filesystem::directory_iterator all("/proc/self/fd");
   return std::distance(begin(all), end(all));
-}
-
-/// Waits until `condition`, which another thread brings about, holds.
-template <typename Condition>
-bool eventually(Condition condition) {
-  const auto deadline = std::chrono::steady_clock::now() + kLong;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(milliseconds(1));
-  }
-  return true;
 }
 
 class LibusbHost : public ::testing::Test {

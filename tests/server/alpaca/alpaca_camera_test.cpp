@@ -26,7 +26,7 @@ class AlpacaCameraTest : public CameraBench {
 
   static std::shared_ptr<const AlpacaImage> take(AlpacaCamera& camera) {
     camera.startExposure(0.002, true);
-    EXPECT_TRUE(becomesTrue([&] {
+    EXPECT_TRUE(eventually([&] {
       const CameraView view = camera.view();
       EXPECT_FALSE(view.exposureFailure) << view.exposureFailure->what();
       return view.image != nullptr || view.exposureFailure;
@@ -135,7 +135,7 @@ TEST_F(AlpacaCameraTest, ExposuresUseNothingOfThePageAndLeaveItAsItIs) {
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first->numX, 1304);
   one->startExposure(500, true);
-  EXPECT_TRUE(becomesTrue([&] {
+  EXPECT_TRUE(eventually([&] {
     bool isNeutral = false;
     EXPECT_EQ(told([&](Done done) {
                 page->control(
@@ -196,7 +196,7 @@ TEST_F(AlpacaCameraTest, AnExposureThatSomebodyElseStopsIsReported) {
   one->startExposure(500, true);
   EXPECT_EQ(page->status()->capture, "exposure of 500 s by Alpaca");
   page->stopCapture();
-  EXPECT_TRUE(becomesTrue([&] { return one->view().state == CameraState::kError; }));
+  EXPECT_TRUE(eventually([&] { return one->view().state == CameraState::kError; }));
   EXPECT_EQ(one->view().exposureFailure->number(), ErrorNumber::kCancelled);
   EXPECT_NE(take(*one), nullptr);
 }

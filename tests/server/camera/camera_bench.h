@@ -8,22 +8,14 @@
 #include <future>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "integrations/server/camera/fleet.h"
 #include "orvik/orvik_sim.h"
+#include "support/eventually.h"
 
 namespace orvik::server::test {
 
-/// Waits until a condition holds. Long enough for a busy machine; false if it never does.
-inline bool becomesTrue(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
-}
+using orvik::test::eventually;
 
 /// The outcome of something that takes time.
 class Awaited {

@@ -22,12 +22,12 @@ TEST_F(CoolerTest, ARampLeadsThereAndBackAndThenSwitchesOff) {
   EXPECT_TRUE(begun.isOn);
   EXPECT_EQ(begun.rampEnd, 5);
   EXPECT_GT(begun.target, 5);  // on its way
-  EXPECT_TRUE(becomesTrue([&] { return camera->status()->cooling->target == 5; }));
-  EXPECT_TRUE(becomesTrue([&] { return camera->temperatures().size() > 1; }));
+  EXPECT_TRUE(eventually([&] { return camera->status()->cooling->target == 5; }));
+  EXPECT_TRUE(eventually([&] { return camera->temperatures().size() > 1; }));
   EXPECT_TRUE(camera->temperatures().back().target.has_value());
 
   EXPECT_EQ(told([&](Done done) { camera->warmUp(120, done); }), "");
-  EXPECT_TRUE(becomesTrue([&] { return !camera->status()->cooling->isOn; }));
+  EXPECT_TRUE(eventually([&] { return !camera->status()->cooling->isOn; }));
   EXPECT_FALSE(camera->status()->cooling->isWarmingUp);
 }
 
@@ -58,7 +58,7 @@ TEST_F(CoolerTest, ACoolerKeepsTheCameraOpenWithoutUsers) {
   EXPECT_EQ(told([&](Done done) { camera->close(User::kPage, done); }), "");
   EXPECT_EQ(camera->status()->link, Link::kOpen);
   EXPECT_EQ(told([&](Done done) { camera->setCooler(false, std::nullopt, done); }), "");
-  EXPECT_TRUE(becomesTrue([&] { return camera->status()->link == Link::kClosed; }));
+  EXPECT_TRUE(eventually([&] { return camera->status()->link == Link::kClosed; }));
 }
 
 }  // namespace

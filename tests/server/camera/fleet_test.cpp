@@ -28,12 +28,12 @@ TEST_F(FleetTest, ACameraKeepsItsNumberWhenItComesBack) {
   const auto camera = opened();
   const CameraIdentity before = camera->identity();
   OrvikSimUnplug(first);
-  ASSERT_TRUE(becomesTrue([&] { return camera->status()->link == Link::kAbsent; }));
+  ASSERT_TRUE(eventually([&] { return camera->status()->link == Link::kAbsent; }));
   EXPECT_FALSE(camera->isOpenFor(User::kPage));
   plug("T14C", "");
-  ASSERT_TRUE(becomesTrue([&] { return fleet().cameras().size() == 3; }));
+  ASSERT_TRUE(eventually([&] { return fleet().cameras().size() == 3; }));
   plug("T15C", "serial=0000000A");
-  ASSERT_TRUE(becomesTrue([&] { return camera->status()->link == Link::kClosed; }));
+  ASSERT_TRUE(eventually([&] { return camera->status()->link == Link::kClosed; }));
   EXPECT_EQ(camera->identity().key, before.key);
   EXPECT_NE(camera->identity().port, before.port);
   EXPECT_EQ(fleet().cameras().size(), 3U);

@@ -85,11 +85,11 @@ TEST_F(LentCameraTest, TheLiveViewPausesForACaptureAndKeepsItsSettings) {
             }),
             "");
   one->wantLive(true);
-  ASSERT_TRUE(becomesTrue([&] { return viewer->count() > 3; }));
+  ASSERT_TRUE(eventually([&] { return viewer->count() > 3; }));
   EXPECT_EQ(viewer->latest()->info().width, 320);
   EXPECT_EQ(viewer->latest()->info().height, 240);
   EXPECT_EQ(one->status()->activity, Activity::kLive);
-  ASSERT_TRUE(becomesTrue([&] { return one->status()->frameRate > 1; }));
+  ASSERT_TRUE(eventually([&] { return one->status()->frameRate > 1; }));
 
   std::atomic<bool> mayEnd = false;
   Awaited capture;
@@ -112,14 +112,14 @@ TEST_F(LentCameraTest, TheLiveViewPausesForACaptureAndKeepsItsSettings) {
   EXPECT_EQ(capture.problem(), "");
 
   const int before = viewer->count();
-  ASSERT_TRUE(becomesTrue([&] { return viewer->count() > before + 2; }));
+  ASSERT_TRUE(eventually([&] { return viewer->count() > before + 2; }));
   EXPECT_EQ(viewer->latest()->info().width, 320);
   EXPECT_EQ(viewer->latest()->info().startX, 100);
   EXPECT_EQ(viewer->latest()->info().exposureUs, 5000);
-  ASSERT_TRUE(becomesTrue([&] { return viewer->latest()->info().gain == 123; }));
+  ASSERT_TRUE(eventually([&] { return viewer->latest()->info().gain == 123; }));
 
   one->wantLive(false);
-  ASSERT_TRUE(becomesTrue([&] { return one->status()->activity == Activity::kNone; }));
+  ASSERT_TRUE(eventually([&] { return one->status()->activity == Activity::kNone; }));
 }
 
 TEST_F(LentCameraTest, OfManyCapturesAtOnceOneWins) {
@@ -140,7 +140,7 @@ TEST_F(LentCameraTest, OfManyCapturesAtOnceOneWins) {
   }
   EXPECT_EQ(begun, 1);
   one->stopCapture();
-  EXPECT_TRUE(becomesTrue([&] { return told == 1; }));
+  EXPECT_TRUE(eventually([&] { return told == 1; }));
   EXPECT_EQ(one->status()->activity, Activity::kNone);
 }
 
@@ -158,7 +158,7 @@ TEST_F(LentCameraTest, AnUnpluggedCameraEndsTheCaptureAndIsFoundAgain) {
   const Outcome outcome = capture.outcome();
   ASSERT_TRUE(outcome.has_value());
   EXPECT_EQ(outcome->kind, Failure::Kind::kNotOpen) << outcome->message;
-  ASSERT_TRUE(becomesTrue([&] { return one->status()->link == Link::kClosed; }));
+  ASSERT_TRUE(eventually([&] { return one->status()->link == Link::kClosed; }));
   EXPECT_FALSE(one->isOpenFor(User::kPage));
   opened();
 }
@@ -190,12 +190,12 @@ TEST_F(LentCameraTest, AGuideLineGoesOffByItselfAndWhenItIsReleased) {
   const auto isOn = [&](std::size_t line) { return one->status()->guideLines.at(line); };
   one->holdLine(Orvik_GUIDE_DIR_1);
   EXPECT_TRUE(isOn(1));
-  ASSERT_TRUE(becomesTrue([&] { return !isOn(1); }));  // nobody held it any longer
+  ASSERT_TRUE(eventually([&] { return !isOn(1); }));  // nobody held it any longer
 
   one->holdLine(Orvik_GUIDE_DIR_1);
   one->holdLine(Orvik_GUIDE_DIR_1);
   one->releaseLine(Orvik_GUIDE_DIR_1);
-  ASSERT_TRUE(becomesTrue([&] { return !isOn(1); }));
+  ASSERT_TRUE(eventually([&] { return !isOn(1); }));
 
   Awaited pulse;
   Awaited replaced;
@@ -203,7 +203,7 @@ TEST_F(LentCameraTest, AGuideLineGoesOffByItselfAndWhenItIsReleased) {
   one->pulse(Orvik_GUIDE_DIR_3, 1ms, pulse.done());
   EXPECT_EQ(replaced.problem(), "");
   EXPECT_EQ(pulse.problem(), "");
-  EXPECT_TRUE(becomesTrue([&] { return !isOn(3); }));
+  EXPECT_TRUE(eventually([&] { return !isOn(3); }));
 }
 
 TEST_F(LentCameraTest, ChangesAndEventsAreToldToAll) {

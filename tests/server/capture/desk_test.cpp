@@ -14,6 +14,7 @@
 #include "integrations/server/capture/capture_desk.h"
 #include "orvik/orvik_sim.h"
 #include "tests/imaging/test_image.h"
+#include "tests/support/eventually.h"
 #include "tests/support/own_folder.h"
 
 namespace orvik::server {
@@ -22,19 +23,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using imaging::FaultyFileSystem;
+using orvik::test::eventually;
 using Seconds = CaptureRequest::Seconds;
 using ::testing::HasSubstr;
-
-constexpr auto kLimit = 60s;
-
-bool eventually(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + kLimit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(5ms);
-  }
-  return true;
-}
 
 std::string keyOf(const fs::path& file, const char* name) {
   fitsfile* fits = nullptr;
@@ -109,7 +100,7 @@ class DeskTest : public ::testing::Test {
     std::promise<Outcome> told;
     desk_->start(request, "somebody", [&](const Outcome& outcome) { told.set_value(outcome); });
     auto outcome = told.get_future();
-    if (outcome.wait_for(kLimit) == std::future_status::ready) return outcome.get();
+    if (outcome.wait_for(60s) == std::future_status::ready) return outcome.get();
     std::abort();
   }
   /// Waits for the end. How it was, if it has begun at all.

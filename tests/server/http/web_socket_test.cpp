@@ -12,6 +12,7 @@
 
 #include "integrations/server/http/http_server.h"
 #include "server/http/wire_client.h"
+#include "support/eventually.h"
 
 namespace orvik::server {
 namespace {
@@ -197,10 +198,7 @@ TEST_F(WebSocketTest, ClosesOnWhatIsNotAllowed) {
     EXPECT_TRUE(client.isEnded()) << ::testing::PrintToString(bytes.substr(0, 20));
     client.hangUp();
     ++closed;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (events_.count("closed") < closed && std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    EXPECT_TRUE(orvik::test::eventually([&] { return events_.count("closed") >= closed; }));
     ASSERT_EQ(events_.count("closed"), closed) << ::testing::PrintToString(bytes.substr(0, 20));
   }
 }

@@ -36,7 +36,7 @@ class Browser {
     const auto isAnswer = [&](const Json& message) { return message["id"] == id_; };
     Json answer;
     // Either one comes: looks for both among all that was sent.
-    becomesTrue([&] {
+    const bool isAnswered = eventually([&] {
       for (const Json& message : socket->texts()) {
         if ((message["type"] == "done" || message["type"] == "failed") && isAnswer(message)) {
           answer = message;
@@ -44,7 +44,7 @@ class Browser {
       }
       return !answer.is_null();
     });
-    if (answer.is_null()) return "no answer";
+    if (!isAnswered) return "no answer";
     return answer["type"] == "done" ? "" : answer["message"].get<std::string>();
   }
   Json status(const std::function<bool(const Json&)>& suits) {
@@ -308,7 +308,7 @@ TEST_F(PageTest, TheCameraComesBackByItself) {
   EXPECT_FALSE(browser.status([](const Json& s) { return s["activity"] == "live"; }).is_null());
   browser.say({{"do", "seen"}, {"message", 1'000'000}});
   const std::size_t before = browser.socket->texts().size();
-  EXPECT_TRUE(becomesTrue([&] { return browser.socket->texts().size() > before; }));
+  EXPECT_TRUE(eventually([&] { return browser.socket->texts().size() > before; }));
 }
 
 }  // namespace
